@@ -1,0 +1,46 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "io/byte_cursor.h"
+
+namespace orb::io {
+
+/// Where a virtual file's bytes live on disk.
+struct FileLocation {
+    enum class Kind { loose, archive };
+    Kind kind = Kind::loose;
+    /// The loose file's own path, or the path of the archive that holds the entry.
+    std::filesystem::path path;
+    /// Inside an archive: the entry's path as stored, "/" separated. Empty for a loose file.
+    std::string internalPath;
+};
+
+/// A read-only tree of files. Paths are relative byte strings; both "/" and "\" separate
+/// components, empty components are ignored, names match in any case, and a path with a component
+/// "." or ".." names nothing.
+class AbstractVirtualFileSystem {
+public:
+    virtual ~AbstractVirtualFileSystem() = default;
+
+    /// The whole content of one file, or none when this file system has no such file. Damaged
+    /// archive data throws the archive reader's std::runtime_error.
+    virtual std::optional<Bytes> readFile(std::string_view path) const = 0;
+
+    /// Names (last component, case as stored) of the regular files directly in `directory` whose
+    /// name ends with `suffix` in any case; an empty suffix matches all.
+    virtual std::vector<std::string> listFiles(std::string_view directory,
+                                               std::string_view suffix) const = 0;
+
+    /// Names of the sub-directories directly in `directory`.
+    virtual std::vector<std::string> listDirectories(std::string_view directory) const = 0;
+
+    /// Where `readFile(path)` would read from, without reading it; none when there is no such file.
+    virtual std::optional<FileLocation> locate(std::string_view path) const = 0;
+};
+
+}  // namespace orb::io
