@@ -1,0 +1,116 @@
+#include "server/payload.h"
+
+#include <limits>
+
+namespace orb::unitview::ipc {
+namespace {
+
+using nlohmann::json;
+
+/// Runs `decode` and turns what the JSON library throws into a PayloadError.
+template <typename Decode>
+auto decoding(Decode&& decode) {
+    try {
+        return decode();
+    } catch (const json::exception& error) {
+        throw PayloadError(error.what());
+    }
+}
+
+template <typename T>
+T decodeAs(const json& value) {
+    return decoding([&] { return value.get<T>(); });
+}
+
+std::int64_t decodeInteger(const json& value) {
+    constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
+    constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
+    if (value.is_number_unsigned()) {
+        const auto number = value.get<std::uint64_t>();
+        return number > static_cast<std::uint64_t>(kMax) ? kMax : static_cast<std::int64_t>(number);
+    }
+    if (value.is_number_float()) {
+        const auto number = value.get<double>();
+        if (number >= 0x1p63) return kMax;
+        return number < -0x1p63 ? kMin : static_cast<std::int64_t>(number);
+    }
+    if (value.is_boolean()) return decodeAs<json::number_integer_t>(value);  // throws the type error
+    return decodeAs<std::int64_t>(value);
+}
+
+template <typename Element>
+auto decodeArray(const json& value, Element&& decodeElement) {
+    const auto& elements = decodeAs<const json::array_t>(value);
+    std::vector<decltype(decodeElement(value))> result;
+    result.reserve(elements.size());
+    for (const json& element : elements) result.push_back(decodeElement(element));
+    return result;
+}
+
+}  // namespace
+
+Payload Payload::parse(std::string_view text) {
+    return Payload(text.empty() ? json::object() : decoding([&] { return json::parse(text); }));
+}
+
+const json* Payload::member(const char* key) const {
+    if (!value_.is_object()) requiredMember(key);  // throws the library's own text
+    const auto found = value_.find(key);
+    return found == value_.end() ? nullptr : &*found;
+}
+
+const json& Payload::requiredMember(const char* key) const {
+    return decoding([&]() -> std::reference_wrapper<const json> { return value_.at(key); });
+}
+
+std::optional<std::string> Payload::text(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodeAs<std::string>(*value)) : std::nullopt;
+}
+
+std::string Payload::requiredText(const char* key) const {
+    return decodeAs<std::string>(requiredMember(key));
+}
+
+std::optional<bool> Payload::flag(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodeAs<bool>(*value)) : std::nullopt;
+}
+
+std::optional<std::int64_t> Payload::integer(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodeInteger(*value)) : std::nullopt;
+}
+
+std::int64_t Payload::requiredInteger(const char* key) const {
+    return decodeInteger(requiredMember(key));
+}
+
+std::optional<std::vector<std::string>> Payload::texts(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodeArray(*value, decodeAs<std::string>)) : std::nullopt;
+}
+
+std::vector<std::string> Payload::requiredTexts(const char* key) const {
+    return decodeArray(requiredMember(key), decodeAs<std::string>);
+}
+
+std::optional<std::vector<std::int64_t>> Payload::integers(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodeArray(*value, decodeInteger)) : std::nullopt;
+}
+
+std::optional<std::vector<Payload>> Payload::objects(const char* key) const {
+    const json* const value = member(key);
+    if (!value) return std::nullopt;
+    return decodeArray(*value, [](const json& element) {
+        return Payload(decodeAs<json::object_t>(element));
+    });
+}
+
+std::optional<std::string> Payload::textIfString(const char* key) const {
+    const json* const value = member(key);
+    return value && value->is_string() ? std::optional(value->get<std::string>()) : std::nullopt;
+}
+
+}  // namespace orb::unitview::ipc

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orb::unitview::ipc {
+
+/// A payload that does not decode; the text is the JSON library's own.
+class PayloadError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The decoded "data" of a request. Every accessor throws PayloadError when the member has another
+/// JSON type; "required" ones also when it is absent.
+class Payload {
+public:
+    /// Parses strict JSON text; an empty text counts as {}.
+    static Payload parse(std::string_view text);
+    explicit Payload(nlohmann::json value) : value_(std::move(value)) {}
+
+    std::optional<std::string> text(const char* key) const;
+    std::string requiredText(const char* key) const;
+    std::optional<bool> flag(const char* key) const;
+    /// Fractions are dropped and values beyond the range take its nearest end.
+    std::optional<std::int64_t> integer(const char* key) const;
+    std::optional<std::vector<std::string>> texts(const char* key) const;
+    std::vector<std::string> requiredTexts(const char* key) const;
+    std::optional<std::vector<std::int64_t>> integers(const char* key) const;
+    /// The objects of an array member, each as a payload of its own.
+    std::optional<std::vector<Payload>> objects(const char* key) const;
+    std::int64_t requiredInteger(const char* key) const;
+
+    /// The text of a member that is a string; a member of another type counts as absent.
+    std::optional<std::string> textIfString(const char* key) const;
+
+private:
+    const nlohmann::json* member(const char* key) const;
+    const nlohmann::json& requiredMember(const char* key) const;
+
+    nlohmann::json value_;
+};
+
+}  // namespace orb::unitview::ipc

@@ -1,0 +1,38 @@
+#include "server/process_streams.h"
+
+#include <csignal>
+
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#include <stdlib.h>
+#endif
+
+namespace orb::unitview::ipc {
+
+#ifdef _WIN32
+
+std::FILE* openBinaryChannel() {
+    // An unopened descriptor is an invalid parameter there, which ends the process by default.
+    const auto ignore = [](const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t) {};
+    const auto previous = _set_invalid_parameter_handler(ignore);
+    std::FILE* const file =
+        _setmode(kBinaryDescriptor, _O_BINARY) == -1 ? nullptr : _fdopen(kBinaryDescriptor, "wb");
+    _set_invalid_parameter_handler(previous);
+    return file;
+}
+
+void prepareStandardStreams() {
+    _setmode(_fileno(stdin), _O_BINARY);
+    _setmode(_fileno(stdout), _O_BINARY);
+}
+
+#else
+
+std::FILE* openBinaryChannel() { return fdopen(kBinaryDescriptor, "wb"); }
+
+void prepareStandardStreams() { std::signal(SIGPIPE, SIG_IGN); }
+
+#endif
+
+}  // namespace orb::unitview::ipc
