@@ -4,6 +4,7 @@
 
 #include "io/path_text.h"
 #include "model/piece_list.h"
+#include "server/handlers/json_numbers.h"
 #include "session/unit_details.h"
 
 namespace orb::unitview::ipc {
@@ -11,11 +12,23 @@ namespace {
 
 using nlohmann::json;
 
+json encodePoint(const io::Vec3& point) {
+    return {shortestDouble(point[0]), shortestDouble(point[1]), shortestDouble(point[2])};
+}
+
+template <typename Value>
+json encodeValue(const Value& value) {
+    if constexpr (std::is_same_v<Value, float>)
+        return shortestDouble(value);
+    else
+        return value;
+}
+
 /// Numbers pieces in the order of flattenPieces; recursion is as deep as the model nests.
 json encodePieceTree(const io::Model3doObject& piece, int& nextIndex) {
     json result = {{"name", piece.name},
                    {"index", nextIndex++},
-                   {"position", piece.position},
+                   {"position", encodePoint(piece.position)},
                    {"vertexCount", piece.vertices.size()},
                    {"primitiveCount", piece.primitives.size()}};
     if (piece.selectionPrimitive) result["selectionPrimitive"] = *piece.selectionPrimitive;
@@ -86,14 +99,15 @@ json encodeSource(const UnitSource& source) {
 
 json encodeFbi(const io::FbiUnitInfo& fbi) {
     json result = json::object();
-    io::forEachFbiKey(
-        fbi, [&](std::string_view key, const auto& value) { result[std::string(key)] = value; });
+    io::forEachFbiKey(fbi, [&](std::string_view key, const auto& value) {
+        result[std::string(key)] = encodeValue(value);
+    });
     result["buildOptions"] = fbi.buildOptions;
     return result;
 }
 
 json encodeLoadedUnit(const LoadedUnit& unit, const MountedData& data) {
-    static const io::CobFile kNoScript{.version = 0};
+    static const io::CobFile kNoScript{0, {}, {}, 0, {}};
     const io::CobFile& cob = unit.cob ? *unit.cob : kNoScript;
     int pieceCount = 0;
     json pieceTree = encodePieceTree(unit.model, pieceCount);

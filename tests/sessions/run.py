@@ -26,6 +26,11 @@ import tempfile
 import threading
 
 
+# Holds descriptor 3, so that no other file of ours gets the number before a child is given it.
+NOTHING = os.open(os.devnull, os.O_RDONLY)
+os.dup2(NOTHING, 3)
+
+
 class Mismatch(Exception):
     pass
 
@@ -109,13 +114,11 @@ def play(program, data, path):
         binary = steps.pop(0)[2] != "no-fd3"
     with tempfile.TemporaryDirectory() as scratch:
         reader, writer = os.pipe()
-        arguments = [program]
-        if binary:
-            shell = f'exec "$0" 3>&{writer} {writer}>&-'
-            arguments = ["sh", "-c", shell, program]
-        process = subprocess.Popen(arguments, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+        os.dup2(writer, 3)
+        process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                    stderr=open(os.path.join(scratch, "log"), "wb"),
-                                   pass_fds=[writer] if binary else [])
+                                   pass_fds=[3] if binary else [])
+        os.dup2(NOTHING, 3)
         os.close(writer)
         frames = Frames(reader)
         work = os.path.join(scratch, "work")
