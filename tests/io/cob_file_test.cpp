@@ -61,23 +61,17 @@ TEST(CobFile, ReadsFilesThroughTheirOffsets) {
 
 TEST(CobFile, ChecksCountsAgainstTheFile) {
     constexpr std::uint32_t kHuge = 0xFFFFFFFF;
-    const struct {
-        Bytes file;
-        const char* text;
-    } cases[] = {
-        {Bytes(43), "COB data too small"},
-        {Bytes(44), ""},
-        {fileOfWords({4, 0, 0, 0, 0, 0, kHuge, kHuge, kHuge, kHuge, kHuge}), ""},
-        {fileOfWords({4, 0, 0, 1, 0, 0, 0, 0, 0, 40, 0}), ""},
-        {fileOfWords({4, 0, 0, 1, 0, 0, 0, 0, 0, 41, 0}), kOutOfBounds},
-        {fileOfWords({4, 0, 0, kHuge, 0, 0, 0, 0, 0, 0, 0}), kOutOfBounds},
-        {fileOfWords({4, 1, 0, 0, 0, 0, kHuge, 0, 0, 0, 0}), kOutOfBounds},
-        {fileOfWords({4, 0x40000001, 0, 0, 0, 0, 0, 0, 0, 0, 0}), kOutOfBounds},
-        {fileOfWords({4, 0, 12, 0, 0, 0, 0, 0, 0, 0, 0}), kOutOfBounds},
-        {fileOfWords({4, 0, 11, 0, 0, 0, 0, 0, 0, 0, 0}), ""},
-    };
-    for (const auto& [file, text] : cases)
-        EXPECT_EQ(refusal(file, parseCob), text) << testing::PrintToString(file);
+    expectRefusals(parseCob,
+                   {{Bytes(43), "COB data too small"},
+                    {Bytes(44), ""},
+                    {fileOfWords({4, 0, 0, 0, 0, 0, kHuge, kHuge, kHuge, kHuge, kHuge}), ""},
+                    {fileOfWords({4, 0, 0, 1, 0, 0, 0, 0, 0, 40, 0}), ""},
+                    {fileOfWords({4, 0, 0, 1, 0, 0, 0, 0, 0, 41, 0}), kOutOfBounds},
+                    {fileOfWords({4, 0, 0, kHuge, 0, 0, 0, 0, 0, 0, 0}), kOutOfBounds},
+                    {fileOfWords({4, 1, 0, 0, 0, 0, kHuge, 0, 0, 0, 0}), kOutOfBounds},
+                    {fileOfWords({4, 0x40000001, 0, 0, 0, 0, 0, 0, 0, 0, 0}), kOutOfBounds},
+                    {fileOfWords({4, 0, 12, 0, 0, 0, 0, 0, 0, 0, 0}), kOutOfBounds},
+                    {fileOfWords({4, 0, 11, 0, 0, 0, 0, 0, 0, 0, 0}), ""}});
     expectSurvivesDamage(writeCob(sampleCob()), parseCob);
 }
 

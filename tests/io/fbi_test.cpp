@@ -73,9 +73,6 @@ TEST(Fbi, CollectsBuildOptionsAcrossGaps) {
         "buildoption31=no;BuildOption30=b;buildoption3=a;buildoption4=;"
         "[CanBuild]{unit64=d;unit2=c;unit65=no;unit0=no;}");
     EXPECT_EQ(unit.buildOptions, (std::vector<std::string>{"a", "b", "c", "d"}));
-}
-
-TEST(Fbi, NeedsTheUnitSection) {
     EXPECT_FALSE(parseFbiUnitInfo(parseTdf("[OTHER]{unitname=A;} unitinfo=1;")).has_value());
 }
 

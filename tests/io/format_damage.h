@@ -21,6 +21,18 @@ std::string refusal(const Bytes& bytes, Read read) {
     }
 }
 
+struct Refusal {
+    Bytes file;
+    /// "" for a file that is read.
+    const char* text;
+};
+
+template <typename Read>
+void expectRefusals(Read read, const std::vector<Refusal>& cases) {
+    for (std::size_t i = 0; i < cases.size(); ++i)
+        EXPECT_EQ(refusal(cases[i].file, read), cases[i].text) << "case " << i;
+}
+
 /// Cuts a sound file at every byte and damages every byte in turn: the reader may refuse the
 /// result, but neither crash nor throw anything else.
 template <typename Read>
