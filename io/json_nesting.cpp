@@ -11,12 +11,15 @@ std::optional<std::size_t> findJsonNestingBeyond(std::string_view text, int limi
                 if (++depth > limit) return i;
                 break;
             case ']':
-            case '}': --depth; break;
+            case '}':
+                --depth;
+                break;
             case '"':
                 for (++i; i < text.size() && text[i] != '"'; ++i)
                     if (text[i] == '\\') ++i;
                 break;
-            default: break;
+            default:
+                break;
         }
     }
     return std::nullopt;

@@ -18,4 +18,10 @@ std::vector<PieceRef> flattenPieces(const io::Model3doObject& root) {
     return list;
 }
 
+std::vector<std::string> pieceNames(const io::Model3doObject& root) {
+    std::vector<std::string> names;
+    for (const auto& [piece, parent] : flattenPieces(root)) names.push_back(piece->name);
+    return names;
+}
+
 }  // namespace orb::unitview

@@ -18,4 +18,7 @@ struct PieceRef {
 /// index that scripts, poses and glTF nodes use.
 std::vector<PieceRef> flattenPieces(const io::Model3doObject& root);
 
+/// The names of the pieces in the same order.
+std::vector<std::string> pieceNames(const io::Model3doObject& root);
+
 }  // namespace orb::unitview

@@ -1,8 +1,8 @@
 #include "server/base64.h"
 
-#include <fmt/format.h>
-
 #include <stdexcept>
+
+#include <fmt/format.h>
 
 namespace orb::unitview::ipc {
 namespace {

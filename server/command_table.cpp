@@ -28,22 +28,22 @@ constexpr auto kCommands = std::to_array<Command>({
     {"get-unit-buildpic", "unit-buildpic", Effect::none, "", nullptr},
     {"list-unit-buildpic-sources", "unit-buildpic-sources", Effect::none, "", nullptr},
     {"get-unit-orb-buildpic", "unit-orb-buildpic", Effect::none, "", nullptr},
-    {"cob-reset", "cob-reset", Effect::transforms, "", nullptr},
-    {"cob-stop-all", "cob-stop-all", Effect::none, "", nullptr},
-    {"cob-start", "cob-started", Effect::none, "bad cob-start payload: ", nullptr},
-    {"cob-tick", "cob-ticked", Effect::transforms, "", nullptr},
+    {"cob-reset", "cob-reset", Effect::transforms, "", handlers::cobReset},
+    {"cob-stop-all", "cob-stop-all", Effect::none, "", handlers::cobStopAll},
+    {"cob-start", "cob-started", Effect::none, "bad cob-start payload: ", handlers::cobStart},
+    {"cob-tick", "cob-ticked", Effect::transforms, "", handlers::cobTick},
     {"cob-disassemble", "cob-disassembled", Effect::none, "", nullptr},
     {"cob-compile", "cob-compiled", Effect::none, "", nullptr},
-    {"cob-load-temporary", "cob-temporary-loaded", Effect::transforms, "bad cob-load-temporary payload: ", nullptr},
-    {"cob-unload-temporary", "cob-temporary-unloaded", Effect::transforms, "", nullptr},
-    {"cob-get-trace", "cob-get-trace", Effect::none, "bad cob-get-trace payload: ", nullptr},
-    {"cob-inspect", "cob-inspected", Effect::none, "", nullptr},
+    {"cob-load-temporary", "cob-temporary-loaded", Effect::transforms, "bad cob-load-temporary payload: ", handlers::cobLoadTemporary},
+    {"cob-unload-temporary", "cob-temporary-unloaded", Effect::transforms, "", handlers::cobUnloadTemporary},
+    {"cob-get-trace", "cob-get-trace", Effect::none, "bad cob-get-trace payload: ", handlers::cobGetTrace},
+    {"cob-inspect", "cob-inspected", Effect::none, "", handlers::cobInspect},
     {"cob-get-unit-bos", "cob-unit-bos", Effect::none, "", nullptr},
-    {"cob-set-breakpoints", "cob-breakpoints-set", Effect::none, "bad cob-set-breakpoints: ", nullptr},
-    {"cob-clear-breakpoints", "cob-breakpoints-cleared", Effect::none, "", nullptr},
-    {"cob-continue", "cob-resumed", Effect::transforms, "", nullptr},
-    {"cob-step-instruction", "cob-resumed", Effect::transforms, "", nullptr},
-    {"cob-step-line", "cob-resumed", Effect::transforms, "", nullptr},
+    {"cob-set-breakpoints", "cob-breakpoints-set", Effect::none, "bad cob-set-breakpoints: ", handlers::cobSetBreakpoints},
+    {"cob-clear-breakpoints", "cob-breakpoints-cleared", Effect::none, "", handlers::cobClearBreakpoints},
+    {"cob-continue", "cob-resumed", Effect::transforms, "", handlers::cobContinue},
+    {"cob-step-instruction", "cob-resumed", Effect::transforms, "", handlers::cobStepInstruction},
+    {"cob-step-line", "cob-resumed", Effect::transforms, "", handlers::cobStepLine},
     {"cob-source-compare", "cob-source-compare", Effect::none, "bad cob-source-compare payload: ", nullptr},
     {"set-sim-mode", "sim-mode-set", Effect::none, "bad set-sim-mode payload: ", handlers::setSimMode},
     {"render-constants", "render-constants", Effect::none, "", handlers::renderConstants},
@@ -100,7 +100,9 @@ constexpr auto kCommands = std::to_array<Command>({
 
 }  // namespace
 
-std::span<const Command> commandTable() { return kCommands; }
+std::span<const Command> commandTable() {
+    return kCommands;
+}
 
 const Command* findCommand(std::string_view type) {
     const auto found = std::ranges::find(kCommands, type, &Command::type);

@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <span>
 #include <string_view>
+
+#include <nlohmann/json_fwd.hpp>
 
 #include "io/byte_cursor.h"
 

@@ -1,7 +1,6 @@
 #include "server/envelope.h"
 
 #include <fmt/format.h>
-
 #include <nlohmann/json.hpp>
 
 #include "io/json_nesting.h"

@@ -34,7 +34,8 @@ std::int64_t decodeInteger(const json& value) {
         if (number >= 0x1p63) return kMax;
         return number < -0x1p63 ? kMin : static_cast<std::int64_t>(number);
     }
-    if (value.is_boolean()) return decodeAs<json::number_integer_t>(value);  // throws the type error
+    if (value.is_boolean())
+        return decodeAs<json::number_integer_t>(value);  // throws the type error
     return decodeAs<std::int64_t>(value);
 }
 
@@ -103,9 +104,8 @@ std::optional<std::vector<std::int64_t>> Payload::integers(const char* key) cons
 std::optional<std::vector<Payload>> Payload::objects(const char* key) const {
     const json* const value = member(key);
     if (!value) return std::nullopt;
-    return decodeArray(*value, [](const json& element) {
-        return Payload(decodeAs<json::object_t>(element));
-    });
+    return decodeArray(
+        *value, [](const json& element) { return Payload(decodeAs<json::object_t>(element)); });
 }
 
 std::optional<std::string> Payload::textIfString(const char* key) const {

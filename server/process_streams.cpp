@@ -29,9 +29,13 @@ void prepareStandardStreams() {
 
 #else
 
-std::FILE* openBinaryChannel() { return fdopen(kBinaryDescriptor, "wb"); }
+std::FILE* openBinaryChannel() {
+    return fdopen(kBinaryDescriptor, "wb");
+}
 
-void prepareStandardStreams() { std::signal(SIGPIPE, SIG_IGN); }
+void prepareStandardStreams() {
+    std::signal(SIGPIPE, SIG_IGN);
+}
 
 #endif
 

@@ -1,15 +1,17 @@
 #include "server/unit_ipc_server.h"
 
-#include <fmt/format.h>
-
 #include <array>
+
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "io/byte_cursor.h"
 #include "server/command_table.h"
+#include "server/handlers/encode_cob.h"
 #include "server/payload.h"
 #include "server/reply.h"
 #include "session/request_error.h"
+#include "session/unit_view_session.h"
 
 namespace orb::unitview::ipc {
 namespace {
@@ -31,8 +33,8 @@ void UnitIpcServer::run() {
         if (parsed.success)
             dispatch(parsed.envelope);
         else
-            sendError(parsed.envelope.seq, parsed.errorMessage.empty() ? "malformed envelope"
-                                                                       : parsed.errorMessage);
+            sendError(parsed.envelope.seq,
+                      parsed.errorMessage.empty() ? "malformed envelope" : parsed.errorMessage);
     }
 }
 
@@ -62,12 +64,17 @@ void UnitIpcServer::serve(const Command& command, const Envelope& envelope) {
     const Reply reply = command.handler(session_, Payload::parse(envelope.data));
     sendReply(envelope.seq, command.replyType, reply.data);
     switch (command.effect) {
-        case Effect::none: break;
+        case Effect::none:
+            break;
         case Effect::frame:
             sendBinaryFrame(reply.frame.data(), static_cast<std::int64_t>(reply.frame.size()));
             break;
-        case Effect::transforms: sendPieceTransforms(); break;
-        case Effect::stop: running_ = false; break;
+        case Effect::transforms:
+            sendPieceTransforms();
+            break;
+        case Effect::stop:
+            running_ = false;
+            break;
     }
 }
 
@@ -97,12 +104,15 @@ void UnitIpcServer::sendBinaryFrame(const std::uint8_t* bytes, std::int64_t size
     binary_->flush();
 }
 
-void UnitIpcServer::sendPieceTransforms() {}
+void UnitIpcServer::sendPieceTransforms() {
+    if (const CobInstance* const instance = session_.cob().instance())
+        sendReply(0, "piece-transforms",
+                  encodePieceTransforms(*instance, session_.cob().modelPieces()));
+}
 
 // The data text is compact JSON already, so the line is put together around it: parsing it again
 // only to print it would double the cost of every large reply.
-void UnitIpcServer::writeLine(std::uint64_t seq, std::string_view type,
-                              std::string_view dataText) {
+void UnitIpcServer::writeLine(std::uint64_t seq, std::string_view type, std::string_view dataText) {
     out_ << "{\"data\":" << dataText << ",\"seq\":" << seq
          << ",\"type\":" << compactText(json(std::string(type))) << "}\n";
     out_.flush();

@@ -2,10 +2,11 @@
 
 #include <cstdint>
 #include <istream>
-#include <nlohmann/json_fwd.hpp>
 #include <ostream>
 #include <string>
 #include <string_view>
+
+#include <nlohmann/json_fwd.hpp>
 
 #include "server/envelope.h"
 

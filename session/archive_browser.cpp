@@ -113,8 +113,8 @@ ExtractedFile extractArchiveFile(const io::HpiArchive& archive, const std::strin
 }
 
 ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
-                                         const std::string& directory,
-                                         const fs::path& destination, bool overwrite) {
+                                         const std::string& directory, const fs::path& destination,
+                                         bool overwrite) {
     ExtractionResult result;
     io::HpiReader reader = archive.openReader();
     for (const ArchiveFile& file : listArchiveFiles(archive, directory)) {

@@ -1,9 +1,9 @@
 #include "session/archive_preview.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <functional>
+
+#include <fmt/format.h>
 
 #include "io/ascii.h"
 #include "io/formats/cob_file.h"
@@ -42,8 +42,9 @@ void previewText(const PreviewInput& input) {
 void previewPcx(const PreviewInput& input) {
     const io::PcxImage image = io::parsePcx(input.bytes);
     io::Palette palette;
-    std::ranges::transform(image.palette, palette.begin(),
-                           [](io::Rgb c) { return io::Rgba{c.r, c.g, c.b, 255}; });
+    std::ranges::transform(image.palette, palette.begin(), [](io::Rgb c) {
+        return io::Rgba{c.r, c.g, c.b, 255};
+    });
     input.preview.content =
         ImagePreview{image.width, image.height,
                      io::encodePngIndexed(image.width, image.height, image.pixels, palette)};
@@ -70,9 +71,8 @@ void previewPng(const PreviewInput& input) {
 
 void previewModel(const PreviewInput& input) {
     const io::Model3doObject root = io::parse3do(input.bytes);
-    ModelPreview model;
+    ModelPreview model{pieceNames(root)};
     for (const auto& [piece, parent] : flattenPieces(root)) {
-        model.pieces.push_back(piece->name);
         model.vertexCount += piece->vertices.size();
         model.primitiveCount += piece->primitives.size();
     }
@@ -81,17 +81,14 @@ void previewModel(const PreviewInput& input) {
 
 void previewScript(const PreviewInput& input) {
     const io::CobFile cob = io::parseCob(input.bytes);
-    ScriptPreview script;
-    for (const auto& entry : cob.scripts) script.scripts.push_back(entry.name);
-    script.pieces = cob.pieces;
-    input.preview.content = std::move(script);
+    input.preview.content = ScriptPreview{io::scriptNames(cob), cob.pieces};
 }
 
 void previewBinary(const PreviewInput& input) {
     const std::size_t shown = std::min(input.bytes.size(), kHexBytes);
     BinaryPreview binary;
-    for (std::size_t i = 0; i < shown; ++i) fmt::format_to(std::back_inserter(binary.hex), "{:02x}",
-                                                           input.bytes[i]);
+    for (std::size_t i = 0; i < shown; ++i)
+        fmt::format_to(std::back_inserter(binary.hex), "{:02x}", input.bytes[i]);
     input.preview.content = std::move(binary);
     input.preview.truncated = shown < input.bytes.size();
 }
@@ -101,10 +98,10 @@ struct PreviewKind {
     void (*decode)(const PreviewInput&);
 };
 constexpr PreviewKind kPreviewKinds[] = {
-    {".fbi", previewText}, {".tdf", previewText},   {".ota", previewText},  {".txt", previewText},
-    {".bos", previewText}, {".h", previewText},     {".gui", previewText},  {".inf", previewText},
-    {".ini", previewText}, {".json", previewText},  {".bat", previewText},  {".md", previewText},
-    {".pcx", previewPcx},  {".gaf", previewGaf},    {".png", previewPng},   {".3do", previewModel},
+    {".fbi", previewText},   {".tdf", previewText},  {".ota", previewText}, {".txt", previewText},
+    {".bos", previewText},   {".h", previewText},    {".gui", previewText}, {".inf", previewText},
+    {".ini", previewText},   {".json", previewText}, {".bat", previewText}, {".md", previewText},
+    {".pcx", previewPcx},    {".gaf", previewGaf},   {".png", previewPng},  {".3do", previewModel},
     {".cob", previewScript},
 };
 

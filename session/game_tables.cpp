@@ -1,10 +1,10 @@
 #include "session/game_tables.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <span>
 #include <unordered_set>
+
+#include <fmt/format.h>
 
 #include "io/ascii.h"
 #include "server/logger.h"
@@ -40,8 +40,8 @@ std::string movementClassName(std::string_view sectionName, const io::TdfSection
 
 using EntryName = std::string (*)(std::string_view sectionName, const io::TdfSection&);
 
-void addSections(NamedTable& table, io::TdfSection root, const LayerFile& file,
-                 bool isShadowed, EntryName entryName) {
+void addSections(NamedTable& table, io::TdfSection root, const LayerFile& file, bool isShadowed,
+                 EntryName entryName) {
     for (const auto& [kind, name] : root.order) {
         if (kind != io::TdfSection::Entry::Kind::section) continue;
         io::TdfSection& section = *root.children.find(name)->second;
@@ -50,9 +50,8 @@ void addSections(NamedTable& table, io::TdfSection root, const LayerFile& file,
     }
 }
 
-void readLayer(NamedTable& table, const io::VfsLayer& layer,
-               const TableFiles& source, std::unordered_set<std::string>& filesAbove,
-               EntryName entryName) {
+void readLayer(NamedTable& table, const io::VfsLayer& layer, const TableFiles& source,
+               std::unordered_set<std::string>& filesAbove, EntryName entryName) {
     std::vector<std::string> layerFiles;
     const std::string_view suffix = source.fileName.empty() ? kTableSuffix : source.fileName;
     const auto visit = [&](std::string_view name, const std::optional<io::Bytes>& content,

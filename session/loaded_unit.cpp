@@ -1,8 +1,8 @@
 #include "session/loaded_unit.h"
 
-#include <fmt/format.h>
-
 #include <stdexcept>
+
+#include <fmt/format.h>
 
 #include "io/ascii.h"
 #include "model/piece_list.h"

@@ -1,9 +1,9 @@
 #include "session/unit_catalogue.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <unordered_set>
+
+#include <fmt/format.h>
 
 #include "io/ascii.h"
 #include "server/logger.h"
@@ -31,8 +31,8 @@ LayerContents readLayer(const io::VfsLayer& layer) {
         contents.fileStems.push_back(io::upperCased(stem));
         LayerFile file{&layer, fmt::format("{}/{}", kUnitsDirectory, name)};
         if (!content) {
-            LogLine(LogLevel::warn) << "[catalogue] cannot read " << locationText(file.location())
-                                    << ": " << error;
+            LogLine(LogLevel::warn)
+                << "[catalogue] cannot read " << locationText(file.location()) << ": " << error;
             return;
         }
         auto info = io::parseFbiUnitInfo(io::parseTdf(io::asText(*content)));
@@ -58,8 +58,12 @@ const UnitDeclaration* findDeclaration(const UnitCatalogue::NameIndex& index, st
     return found == named->second.end() ? nullptr : *found;
 }
 
-bool isVisible(const UnitDeclaration* unit) { return !unit->isShadowed; }
-bool isBase(const UnitDeclaration* unit) { return unit->file.isInBaseTa(); }
+bool isVisible(const UnitDeclaration* unit) {
+    return !unit->isShadowed;
+}
+bool isBase(const UnitDeclaration* unit) {
+    return unit->file.isInBaseTa();
+}
 
 }  // namespace
 

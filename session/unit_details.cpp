@@ -1,9 +1,9 @@
 #include "session/unit_details.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <array>
+
+#include <fmt/format.h>
 
 #include "io/ascii.h"
 

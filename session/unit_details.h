@@ -45,8 +45,8 @@ std::vector<SoundEvent> describeSounds(const GameTables& tables, std::string_vie
 /// The names in the three weapon slots that are not empty, in slot order.
 std::vector<std::string> weaponNames(const io::FbiUnitInfo& fbi);
 
-/// The units of a side (of all when it is empty) whose name, title or display name holds `search` in any
-/// case, in name order.
+/// The units of a side (of all when it is empty) whose name, title or display name holds `search`
+/// in any case, in name order.
 std::vector<const UnitDeclaration*> searchUnits(const UnitCatalogue& catalogue,
                                                 std::string_view side, std::string_view search);
 

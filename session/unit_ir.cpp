@@ -1,11 +1,11 @@
 #include "session/unit_ir.h"
 
-#include <fmt/format.h>
-
 #include <cmath>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "io/json_nesting.h"
 

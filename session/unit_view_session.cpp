@@ -50,8 +50,13 @@ const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request
 }
 
 void UnitViewSession::clearDataRoots() {
-    unit_.reset();
+    unloadUnit();
     data_.reset();
+}
+
+void UnitViewSession::unloadUnit() {
+    cob_.clear();
+    unit_.reset();
 }
 
 const MountedData& UnitViewSession::data() const {
@@ -61,9 +66,10 @@ const MountedData& UnitViewSession::data() const {
 
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {
     const MountedData& mounted = data();
-    unit_.reset();
+    unloadUnit();
     try {
         unit_ = loadUnitFiles(mounted.files, mounted.catalogue, name);
+        cob_.setUnit(*unit_);
     } catch (const std::exception& error) {
         throw RequestError(error.what());
     }

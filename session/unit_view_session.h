@@ -8,6 +8,7 @@
 
 #include "io/formats/palette.h"
 #include "io/vfs/data_roots.h"
+#include "session/cob_session.h"
 #include "session/game_tables.h"
 #include "session/loaded_unit.h"
 #include "session/sim_mode.h"
@@ -65,15 +66,24 @@ public:
     /// The loaded unit or null.
     const LoadedUnit* unit() const { return unit_ ? &*unit_ : nullptr; }
 
+    /// The loaded unit's running script.
+    CobSession& cob() { return cob_; }
+
     const io::Palette& palette() const { return palette_; }
 
     SimMode simMode() const { return simMode_; }
-    void setSimMode(SimMode mode) { simMode_ = mode; }
+    void setSimMode(SimMode mode) {
+        simMode_ = mode;
+        cob_.setSimMode(mode);
+    }
 
 private:
+    void unloadUnit();
+
     std::unique_ptr<MountedData> data_;
     io::Palette palette_ = io::greyscaleRamp();
     std::optional<LoadedUnit> unit_;
+    CobSession cob_;
     SimMode simMode_ = SimMode::still;
 };
 

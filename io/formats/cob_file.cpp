@@ -47,6 +47,13 @@ int CobFile::findScript(std::string_view name) const {
     return found == scripts.end() ? -1 : static_cast<int>(found - scripts.begin());
 }
 
+std::vector<std::string> scriptNames(const CobFile& cob) {
+    std::vector<std::string> names;
+    names.reserve(cob.scripts.size());
+    for (const CobFile::Script& script : cob.scripts) names.push_back(script.name);
+    return names;
+}
+
 CobFile parseCob(ByteView bytes) {
     if (bytes.size() < kHeaderSize) throw std::runtime_error("COB data too small");
     ByteCursor header(bytes, kOutOfBounds);

@@ -28,6 +28,9 @@ struct CobFile {
     int findScript(std::string_view name) const;
 };
 
+/// The names of all scripts in table order.
+std::vector<std::string> scriptNames(const CobFile& cob);
+
 /// Reads a COB file of any version through its offsets. Throws std::runtime_error "COB data too
 /// small" or "COB read out of bounds".
 CobFile parseCob(ByteView bytes);

@@ -1,11 +1,12 @@
 #include <algorithm>
+#include <ranges>
 
 #include "io/path_text.h"
 #include "server/base64.h"
 #include "server/handlers/handlers.h"
+#include "server/handlers/reporting.h"
 #include "session/archive_browser.h"
 #include "session/archive_preview.h"
-#include "session/request_error.h"
 
 namespace orb::unitview::ipc::handlers {
 namespace {
@@ -25,28 +26,13 @@ std::string requireMember(const Payload& payload, const char* key) {
 io::HpiArchive openArchive(const UnitViewSession& session, const std::string& path) {
     const auto roots = session.hasData() ? std::span(session.data().roots)
                                          : std::span<const std::filesystem::path>();
-    try {
-        return io::HpiArchive(resolveArchivePath(io::pathFromText(path), roots));
-    } catch (const std::exception& error) {
-        throw RequestError(error.what());
-    }
-}
-
-/// Runs an operation whose failures go to the front end with their own text.
-template <typename Operation>
-auto reportingFailure(Operation&& operation) {
-    try {
-        return operation();
-    } catch (const std::exception& error) {
-        throw RequestError(error.what());
-    }
+    return reportingFailure(
+        [&] { return io::HpiArchive(resolveArchivePath(io::pathFromText(path), roots)); });
 }
 
 json encodeFile(const std::string& pathKey, const std::string& path,
                 const io::HpiFileEntry& entry) {
-    return {{pathKey, path},
-            {"size", entry.fileSize},
-            {"compressed", entry.compressionFlag != 0}};
+    return {{pathKey, path}, {"size", entry.fileSize}, {"compressed", entry.compressionFlag != 0}};
 }
 
 struct Totals {
@@ -88,8 +74,7 @@ struct PreviewEncoder {
                      {"primitiveCount", model.primitiveCount}});
     }
     void operator()(const ScriptPreview& script) const {
-        data.update(
-            {{"kind", "script"}, {"scripts", script.scripts}, {"pieces", script.pieces}});
+        data.update({{"kind", "script"}, {"scripts", script.scripts}, {"pieces", script.pieces}});
     }
     void operator()(const BinaryPreview& binary) const {
         data.update({{"kind", "binary"}, {"hex", binary.hex}});

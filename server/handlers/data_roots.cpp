@@ -1,6 +1,6 @@
 #include "io/path_text.h"
 #include "server/handlers/handlers.h"
-#include "session/request_error.h"
+#include "server/handlers/reporting.h"
 
 namespace orb::unitview::ipc::handlers {
 namespace {
@@ -31,16 +31,16 @@ json encodeLayers(const std::vector<LayerReport>& layers) {
 
 Reply setDataRoots(UnitViewSession& session, const Payload& payload) {
     const DataRootsRequest request = decodeRoots(payload);
-    try {
-        const MountedData& data = session.setDataRoots(request);
-        return {{{"modArchives", data.result.modArchives},
-                 {"baseArchives", data.result.baseArchives},
-                 {"mapsLayered", data.result.mapsLayered},
-                 {"layers", encodeLayers(data.layers)},
-                 {"unitCount", data.catalogue.roster().size()}}};
-    } catch (const std::exception& error) {
-        throw RequestError(std::string("mount failed: ") + error.what());
-    }
+    return reportingFailure(
+        [&]() -> Reply {
+            const MountedData& data = session.setDataRoots(request);
+            return {{{"modArchives", data.result.modArchives},
+                     {"baseArchives", data.result.baseArchives},
+                     {"mapsLayered", data.result.mapsLayered},
+                     {"layers", encodeLayers(data.layers)},
+                     {"unitCount", data.catalogue.roster().size()}}};
+        },
+        "mount failed: ");
 }
 
 Reply clearDataRoots(UnitViewSession& session, const Payload&) {

@@ -33,15 +33,13 @@ json encodePieceTree(const io::Model3doObject& piece, int& nextIndex) {
                    {"primitiveCount", piece.primitives.size()}};
     if (piece.selectionPrimitive) result["selectionPrimitive"] = *piece.selectionPrimitive;
     json children = json::array();
-    for (const auto& child : piece.children)
-        children.push_back(encodePieceTree(*child, nextIndex));
+    for (const auto& child : piece.children) children.push_back(encodePieceTree(*child, nextIndex));
     result["children"] = std::move(children);
     return result;
 }
 
 json encodeMovementClass(const MovementClassInfo& info) {
-    json result = {
-        {"name", info.name}, {"resolvedName", info.resolvedName}, {"found", info.found}};
+    json result = {{"name", info.name}, {"resolvedName", info.resolvedName}, {"found", info.found}};
     if (!info.found) return result;
     result.update({{"footprintX", info.footprintX},
                    {"footprintZ", info.footprintZ},
@@ -72,18 +70,6 @@ json encodeSounds(const std::string& category, const GameTables& tables) {
     for (const auto& [event, name, count] : describeSounds(tables, category))
         events.push_back({{"event", event}, {"name", name}, {"count", count}});
     return {{"category", category}, {"events", std::move(events)}};
-}
-
-std::vector<std::string> modelPieceNames(const io::Model3doObject& root) {
-    std::vector<std::string> names;
-    for (const auto& [piece, parent] : flattenPieces(root)) names.push_back(piece->name);
-    return names;
-}
-
-std::vector<std::string> scriptNames(const io::CobFile& cob) {
-    std::vector<std::string> names;
-    for (const auto& script : cob.scripts) names.push_back(script.name);
-    return names;
 }
 
 }  // namespace
@@ -120,11 +106,11 @@ json encodeLoadedUnit(const LoadedUnit& unit, const MountedData& data) {
                    {"pieceCount", pieceCount},
                    {"fbi", encodeFbi(unit.fbi)},
                    {"pieceTree", std::move(pieceTree)},
-                   {"cobFunctions", scriptNames(cob)},
+                   {"cobFunctions", io::scriptNames(cob)},
                    {"cobVersion", cob.version},
                    {"cobNumStaticVars", cob.staticVarCount},
                    {"cobPieceNames", cob.pieces},
-                   {"modelPieceNames", modelPieceNames(unit.model)},
+                   {"modelPieceNames", pieceNames(unit.model)},
                    {"weapons", std::move(weapons)},
                    {"sounds", encodeSounds(unit.fbi.soundCategory, data.tables)}};
     if (unit.source) result["source"] = encodeSource(*unit.source);

@@ -33,4 +33,19 @@ Reply archiveBrowseExtractOne(UnitViewSession&, const Payload&);
 Reply archiveBrowseExtractDir(UnitViewSession&, const Payload&);
 Reply archiveBrowseExtractAll(UnitViewSession&, const Payload&);
 
+// cob_control.cpp
+Reply cobReset(UnitViewSession&, const Payload&);
+Reply cobStopAll(UnitViewSession&, const Payload&);
+Reply cobStart(UnitViewSession&, const Payload&);
+Reply cobTick(UnitViewSession&, const Payload&);
+Reply cobLoadTemporary(UnitViewSession&, const Payload&);
+Reply cobUnloadTemporary(UnitViewSession&, const Payload&);
+Reply cobGetTrace(UnitViewSession&, const Payload&);
+Reply cobInspect(UnitViewSession&, const Payload&);
+Reply cobSetBreakpoints(UnitViewSession&, const Payload&);
+Reply cobClearBreakpoints(UnitViewSession&, const Payload&);
+Reply cobContinue(UnitViewSession&, const Payload&);
+Reply cobStepInstruction(UnitViewSession&, const Payload&);
+Reply cobStepLine(UnitViewSession&, const Payload&);
+
 }  // namespace orb::unitview::ipc::handlers

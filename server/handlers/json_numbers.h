@@ -1,8 +1,8 @@
 #pragma once
 
-#include <fmt/format.h>
-
 #include <charconv>
+
+#include <fmt/format.h>
 
 namespace orb::unitview::ipc {
 

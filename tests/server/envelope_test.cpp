@@ -35,8 +35,8 @@ TEST(Envelope, ErrorsNameTheFirstThingWrong) {
 }
 
 TEST(Envelope, SyntaxErrorsCarryTheParsersText) {
-    for (const std::string line : {"", "{", "{\"type\":\"a\",}", "{} //", "{\"a\":1e999}", "\xff",
-                                   "{\"type\":\"\xff\"}"}) {
+    for (const std::string line :
+         {"", "{", "{\"type\":\"a\",}", "{} //", "{\"a\":1e999}", "\xff", "{\"type\":\"\xff\"}"}) {
         const auto result = parseEnvelope(line);
         EXPECT_EQ(result.errorKind, EnvelopeError::jsonSyntax) << line;
         EXPECT_NE(result.errorMessage, "") << line;
@@ -45,7 +45,8 @@ TEST(Envelope, SyntaxErrorsCarryTheParsersText) {
 
 TEST(Envelope, TakesTypeSeqAndCompactData) {
     const auto result = parseEnvelope(
-        "{\"x\":1,\"data\":{\"b\": \"\\u00e9]\\\"[\", \"a\":[ ]},\"seq\":7,\"type\":\"t\"}\r\r\n\r");
+        "{\"x\":1,\"data\":{\"b\": \"\\u00e9]\\\"[\", \"a\":[ "
+        "]},\"seq\":7,\"type\":\"t\"}\r\r\n\r");
     ASSERT_TRUE(result.success);
     EXPECT_EQ(result.envelope.type, "t");
     EXPECT_EQ(result.envelope.seq, 7U);

@@ -1,10 +1,10 @@
 #include "server/logger.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
 #include <regex>
+
+#include <gtest/gtest.h>
 
 namespace orb {
 namespace {
@@ -25,8 +25,8 @@ TEST(Logger, WritesStampedLinesAtOrAboveItsLevelToItsFile) {
     std::ifstream file(path);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
     const std::string stamp = R"(\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] )";
-    EXPECT_TRUE(std::regex_match(text, std::regex(stamp + "\\[WARN\\] kept 1\n" + stamp +
-                                                  "\\[UNKNOWN\\] kept 2\n")))
+    EXPECT_TRUE(std::regex_match(
+        text, std::regex(stamp + "\\[WARN\\] kept 1\n" + stamp + "\\[UNKNOWN\\] kept 2\n")))
         << text;
 }
 

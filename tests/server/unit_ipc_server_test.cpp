@@ -1,10 +1,10 @@
 #include "server/unit_ipc_server.h"
 
-#include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "server/base64.h"
 #include "server/command_table.h"
