@@ -1,0 +1,215 @@
+#include <algorithm>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "io/archive/hpi_writer.h"
+#include "io/vfs/data_roots.h"
+#include "io/vfs/directory_file_system.h"
+#include "io/vfs/hpi_file_system.h"
+#include "server/logger.h"
+#include "tests/io/archive_fixture.h"
+
+namespace orb::io {
+namespace {
+
+namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+
+Bytes archiveOf(std::initializer_list<std::pair<const char*, const char*>> files) {
+    std::vector<HpiInputFile> inputs;
+    for (const auto& [path, text] : files) inputs.push_back({path, bytesOf(text)});
+    return writeHpi(inputs);
+}
+
+Names sorted(Names names) {
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+/// "name=content" or "name!error" of every visited file.
+Names visited(const AbstractVirtualFileSystem& files, std::string_view suffix,
+              const FileFilter& wanted = {}) {
+    Names result;
+    files.forEachFile(
+        "units", suffix,
+        [&](std::string_view name, std::optional<Bytes> content, std::string_view error) {
+            const std::string text = content ? std::string(content->begin(), content->end()) : "";
+            result.push_back(fmt::format("{}{}{}{}", name, content ? '=' : '!', text, error));
+        },
+        wanted);
+    return sorted(result);
+}
+
+TEST(LooseFilesTest, FindsFilesInAnyCaseAndOnlyInsideTheRoot) {
+    const TestFolder folder;
+    folder.write("root/Units/ArmCom.FBI", "commander");
+    folder.write("root/Units/both.fbi", "lower");
+    folder.write("root/Units/BOTH.fbi", "upper");
+    folder.write("secret", "outside");
+    fs::create_directory(folder.path() / "root/Units/folder.fbi");
+    fs::create_symlink("loop.fbi", folder.path() / "root/Units/loop.fbi");
+    ASSERT_EQ(mkfifo((folder.path() / "root/Units/pipe.fbi").c_str(), 0600), 0);
+    const DirectoryFileSystem files(folder.path() / "root");
+
+    const struct {
+        std::string path;
+        const char* content;
+    } cases[] = {
+        {"Units/ArmCom.FBI", "commander"}, {"\\UNITS//armcom.fbi", "commander"},
+        {"units/both.fbi", "lower"},       {"units/BOTH.fbi", "upper"},
+        {"units/none.fbi", nullptr},       {"../secret", nullptr},
+        {"units/../../secret", nullptr},   {"./Units/both.fbi", nullptr},
+        {"units/folder.fbi", nullptr},     {"units/pipe.fbi", nullptr},
+        {"units/loop.fbi", nullptr},       {"", nullptr},
+        {"units/both.fbi/x", nullptr},     {std::string("units/both.fbi\0x", 16), nullptr},
+        {std::string(5000, 'x'), nullptr},
+    };
+    for (const auto& each : cases) {
+        const std::optional<Bytes> content = files.readFile(each.path);
+        EXPECT_EQ(content.has_value(), each.content != nullptr) << each.path;
+        EXPECT_EQ(files.locate(each.path).has_value(), each.content != nullptr) << each.path;
+        EXPECT_EQ(content.value_or(Bytes{}), bytesOf(each.content ? each.content : ""));
+    }
+    EXPECT_EQ(files.locate("uNITS/aRMCOM.fbi")->path, folder.path() / "root/Units/ArmCom.FBI");
+    EXPECT_EQ(sorted(files.listFiles("UNITS", ".Fbi")),
+              (Names{"ArmCom.FBI", "BOTH.fbi", "both.fbi"}));
+    EXPECT_EQ(files.listDirectories("units"), Names{"folder.fbi"});
+    EXPECT_EQ(files.listFiles("units/both.fbi", ""), Names{});
+    EXPECT_EQ(files.listFiles("..", ""), Names{});
+    EXPECT_EQ(visited(files, "m.fbi"), Names{"ArmCom.FBI=commander"});
+}
+
+TEST(DataRootsTest, StacksArchivesByRankAndName) {
+    const TestFolder folder;
+    const Bytes archive = archiveOf({});
+    for (const char* name : {"z.ufo", "a.hpi", "B.HPI", "b.gp3", "c.ccx", "g.Gpf"})
+        folder.write(name, archive);
+    folder.write("bad.ufo", "no archive");
+    folder.write("sub/inner.hpi", archive);
+    folder.write("other.zip", archive);
+    fs::create_directory(folder.path() / "x.hpi");
+    ASSERT_EQ(mkfifo((folder.path() / "pipe.hpi").c_str(), 0600), 0);
+
+    Logger logger;
+    logger.setEcho(false);
+    logger.openFile(folder.path() / "log");
+    setCurrentLogger(&logger);
+    CompositeVirtualFileSystem stack;
+    Names progress;
+    const std::uint32_t count =
+        mountRoot(stack, {DataRootKind::mod, folder.path()},
+                  [&](std::size_t index, std::size_t total, const std::string& name) {
+                      progress.push_back(fmt::format("{}/{} {}", index, total, name));
+                  });
+    setCurrentLogger(nullptr);
+
+    EXPECT_EQ(count, 6u);
+    EXPECT_EQ(progress, (Names{"0/7 b.gp3", "1/7 g.Gpf", "2/7 bad.ufo", "3/7 z.ufo", "4/7 c.ccx",
+                               "5/7 B.HPI", "6/7 a.hpi"}));
+    Names layers;
+    for (const VfsLayer& layer : stack.layers()) {
+        layers.push_back(layer.path.filename().string());
+        EXPECT_EQ(layer.rootPath, folder.path());
+        EXPECT_EQ(layer.rootKind, DataRootKind::mod);
+    }
+    EXPECT_EQ(layers, (Names{"b.gp3", "g.Gpf", "z.ufo", "c.ccx", "B.HPI", "a.hpi",
+                             folder.path().filename().string()}));
+    const Bytes log = *DirectoryFileSystem(folder.path()).readFile("log");
+    EXPECT_NE(std::string(log.begin(), log.end())
+                  .find("[WARN] Failed to mount bad.ufo: Not a valid HPI file (bad magic): "),
+              std::string::npos);
+    EXPECT_EQ(archiveRank("x.other"), 5);
+}
+
+TEST(DataRootsTest, LayersMapsOnlyWhenTheyAreElsewhere) {
+    const TestFolder folder;
+    fs::create_directories(folder.path() / "game");
+    fs::create_directories(folder.path() / "maps");
+    const fs::path game = folder.path() / "game";
+    const struct {
+        fs::path maps;
+        bool layered;
+    } cases[] = {{"", false},
+                 {game, false},
+                 {game.string() + "/", false},
+                 {folder.path() / "maps/../game/.", false},
+                 {fs::relative(game), false},
+                 {folder.path() / "none", false},
+                 {folder.path() / "maps", true}};
+    for (const auto& each : cases) {
+        CompositeVirtualFileSystem stack;
+        EXPECT_EQ(buildLayers(stack, {}, game, each.maps).mapsLayered, each.layered) << each.maps;
+        EXPECT_EQ(stack.layers().size(), each.layered ? 2u : 1u) << each.maps;
+    }
+    folder.write("file", "");
+    CompositeVirtualFileSystem stack;
+    EXPECT_THROW(buildLayers(stack, {}, folder.path() / "file", ""), fs::filesystem_error);
+}
+
+/// Two mods, the game and a maps folder; each file's content tells where it lies.
+class LayersTest : public testing::Test {
+protected:
+    void SetUp() override {
+        folder_.write("m1/a.ufo", archiveOf({{"Units/A.fbi", "m1 archive"}}));
+        folder_.write("m1/units/a.fbi", "m1 loose");
+        folder_.write("m1/units/b.fbi", "m1 loose");
+        folder_.write("m2/b.hpi", archiveOf({{"units/B.FBI", "m2 archive"}}));
+        Bytes damaged = archiveOf({{"units/c.fbi", "game archive"}, {"units/d.fbi", "d"}});
+        damaged[damaged.size() - 93 - 1] ^= 1;  // in the last payload
+        folder_.write("game/g.hpi", damaged);
+        folder_.write("game/units/c.fbi", "game loose");
+        folder_.write("maps/units/d.fbi", "maps loose");
+        folder_.write("maps/units/e.tdf", "maps loose");
+        const fs::path mods[] = {folder_.path() / "m1", folder_.path() / "m2"};
+        result_ = buildLayers(stack_, mods, folder_.path() / "game", folder_.path() / "maps");
+    }
+
+    TestFolder folder_;
+    CompositeVirtualFileSystem stack_;
+    MountResult result_;
+};
+
+TEST_F(LayersTest, FirstLayerWins) {
+    EXPECT_EQ(result_.modArchives, 2u);
+    EXPECT_EQ(result_.baseArchives, 1u);
+    EXPECT_EQ(stack_.readFile("units/a.fbi"), bytesOf("m1 archive"));
+    EXPECT_EQ(stack_.readFile("units/b.fbi"), bytesOf("m1 loose"));
+    EXPECT_EQ(stack_.readFile("units/c.fbi"), bytesOf("game archive"));
+    EXPECT_EQ(stack_.readFile("units/e.tdf"), bytesOf("maps loose"));
+    EXPECT_EQ(stack_.readFile("units/f.fbi"), std::nullopt);
+    EXPECT_THROW(stack_.readFile("units/d.fbi"), std::runtime_error) << "damage is not absence";
+    EXPECT_EQ(stack_.listDirectories(""), (Names{"Units", "units"}));
+    EXPECT_EQ(
+        stack_.listFiles("units", ".FBI"),
+        (Names{"A.fbi", stack_.layers()[1].files->listFiles("units", "")[0],
+               stack_.layers()[1].files->listFiles("units", "")[1], "B.FBI", "c.fbi", "d.fbi"}));
+}
+
+TEST_F(LayersTest, TellsWhereFilesLie) {
+    const std::vector<LayeredLocation> all = stack_.locateAll("UNITS\\B.fbi");
+    ASSERT_EQ(all.size(), 2u);
+    EXPECT_EQ(all[0].location.path, folder_.path() / "m1/units/b.fbi");
+    EXPECT_EQ(all[0].location.kind, FileLocation::Kind::loose);
+    EXPECT_EQ(all[1].location.path, folder_.path() / "m2/b.hpi");
+    EXPECT_EQ(all[1].location.internalPath, "units/B.FBI");
+    EXPECT_EQ(all[1].layer->rootPath, folder_.path() / "m2");
+    EXPECT_EQ(stack_.locate("units/a.fbi")->internalPath, "Units/A.fbi");
+    EXPECT_EQ(stack_.locateInLayers("units/e.tdf")->layer->rootKind, DataRootKind::maps);
+    EXPECT_FALSE(stack_.locate("units"));
+}
+
+TEST_F(LayersTest, VisitsTheWinnersAndReportsDamage) {
+    EXPECT_EQ(visited(stack_, ".fbi"),
+              (Names{"A.fbi=m1 archive", "b.fbi=m1 loose", "c.fbi=game archive",
+                     "d.fbi!HPI chunk checksum mismatch"}));
+    EXPECT_EQ(visited(stack_, "", [](std::string_view name) { return name == "e.tdf"; }),
+              Names{"e.tdf=maps loose"});
+    EXPECT_EQ(visited(*stack_.layers()[2].files, ".fbi"), Names{"B.FBI=m2 archive"});
+    fs::remove(folder_.path() / "m2/b.hpi");
+    EXPECT_EQ(visited(*stack_.layers()[2].files, ".fbi"),
+              Names{"B.FBI!Cannot open HPI file: " + (folder_.path() / "m2/b.hpi").string()});
+}
+
+}  // namespace
+}  // namespace orb::io
