@@ -36,6 +36,18 @@ public:
             }
             *top_++ = value;
         }
+        /// Replaces the two topmost words by `operation(left, right)`; right is the top.
+        template <typename Operation>
+        void combine(Operation operation) {
+            if (top_ - bottom_ >= 2) [[likely]] {
+                --top_;
+                top_[-1] = operation(top_[-1], top_[0]);
+                return;
+            }
+            const std::int32_t right = pop();
+            const std::int32_t left = pop();
+            push(operation(left, right));
+        }
         void load() {
             bottom_ = stack_->bottom_;
             top_ = stack_->top_;

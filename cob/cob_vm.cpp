@@ -96,9 +96,8 @@ void CobVm::runThread(CobThread& thread, std::int32_t budget) {
             thread.state = CobThreadState::finished;
             break;
         }
-        const std::uint8_t mark = marks[pc] | attention;
+        std::uint8_t mark = marks[pc] | attention;
         const std::uint32_t* operands = words + pc + 1;
-        const Op op{static_cast<std::uint8_t>(mark & CobCode::kOpMask)};
         if ((mark & (CobCode::kAsk | CobCode::kTruncated)) != 0) [[unlikely]] {
             store();
             if ((mark & CobCode::kAsk) != 0 && stopsAt(pc)) break;
@@ -108,16 +107,16 @@ void CobVm::runThread(CobThread& thread, std::int32_t budget) {
                 truncatedEnd = true;
                 left = 1;
             }
+            mark &= CobCode::kOpMask;
             if (instance_.traceInstructions)
-                printTraceLine(instructionTraceLine(instance_, thread, op, operands));
+                printTraceLine(instructionTraceLine(instance_, thread, Op{mark}, operands));
         }
 
         const auto binary = [&](auto operation) {
-            const std::int32_t right = stack.pop();
-            const std::int32_t leftValue = stack.pop();
-            stack.push(operation(leftValue, right));
+            stack.combine(operation);
             ++pc;
         };
+        const Op op{mark};
         switch (op) {
             case Op::pushConst:
                 stack.push(wrapped(operands[0]));

@@ -13,8 +13,8 @@ namespace orb::unitview {
 namespace {
 
 constexpr std::size_t kPieces = 4;
-constexpr int kPrograms = 6000;
-constexpr int kTicks = 24;
+constexpr int kPrograms = 2000;
+constexpr int kTicks = 8;
 
 class ProgramMaker {
 public:

@@ -1,0 +1,245 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <set>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "cob/cob_debugger.h"
+#include "cob/cob_vm.h"
+#include "server/logger.h"
+
+// How fast unit scripts run: the interpreter against a bare switch over the same words, and the
+// cost of a tick of many idle units. Prints "name  value  baseline  ratio".
+namespace {
+
+using namespace orb::unitview;
+using Code = std::vector<std::uint32_t>;
+
+constexpr std::int32_t kOuterLoops = 3000;
+constexpr int kRounds = 7;
+
+std::uint32_t w(Op op) {
+    return opcodeRow(op).value;
+}
+
+/// Local 0 counts down from kOuterLoops; each turn mixes local 1, compares, branches and every
+/// eighth turn stores a static: the instruction mix of a script's decision code.
+Code workload() {
+    Code code;
+    const auto emit = [&code](std::initializer_list<std::uint32_t> words) {
+        code.insert(code.end(), words);
+    };
+    emit({w(Op::createLocal), w(Op::createLocal)});
+    emit({w(Op::pushConst), kOuterLoops, w(Op::popLocal), 0});
+    const auto loop = static_cast<std::uint32_t>(code.size());
+    emit({w(Op::pushLocal), 1, w(Op::pushConst), 1103515245, w(Op::mul), w(Op::pushConst), 12345,
+          w(Op::add), w(Op::popLocal), 1});
+    emit({w(Op::pushLocal), 1, w(Op::pushConst), 255, w(Op::bitAnd), w(Op::pushLocal), 0,
+          w(Op::less), w(Op::jumpIfZero), 0});
+    const std::size_t toElse = code.size() - 1;
+    emit({w(Op::pushLocal), 1, w(Op::pushLocal), 0, w(Op::bitXor), w(Op::popLocal), 1});
+    code[toElse] = static_cast<std::uint32_t>(code.size());
+    emit({w(Op::pushLocal), 0, w(Op::pushConst), 7, w(Op::bitAnd), w(Op::logicalNot),
+          w(Op::jumpIfZero), 0});
+    const std::size_t toNext = code.size() - 1;
+    emit({w(Op::pushStatic), 0, w(Op::pushLocal), 1, w(Op::add), w(Op::popStatic), 0});
+    code[toNext] = static_cast<std::uint32_t>(code.size());
+    emit({w(Op::pushLocal), 0, w(Op::pushConst), 1, w(Op::sub), w(Op::popLocal), 0});
+    emit({w(Op::pushLocal), 0, w(Op::jumpIfZero), 0, w(Op::jump), loop});
+    code[code.size() - 3] = static_cast<std::uint32_t>(code.size());
+    emit({w(Op::pushLocal), 1, w(Op::ret)});
+    return code;
+}
+
+struct BareResult {
+    std::uint32_t value = 0;
+    std::int64_t instructions = 0;
+};
+
+/// The least that can execute this code: no checks of the stack, of indices or of the pc.
+BareResult runBare(const Code& code) {
+    std::uint32_t stack[64];
+    std::uint32_t locals[8] = {};
+    std::uint32_t statics[8] = {};
+    std::uint32_t* top = stack;
+    const std::uint32_t* pc = code.data();
+    BareResult result;
+    for (;;) {
+        ++result.instructions;
+        switch (*pc++) {
+            case 0x10021001:
+                *top++ = *pc++;
+                break;
+            case 0x10021002:
+                *top++ = locals[*pc++];
+                break;
+            case 0x10021004:
+                *top++ = statics[*pc++];
+                break;
+            case 0x10022000:
+                break;
+            case 0x10023002:
+                locals[*pc++] = *--top;
+                break;
+            case 0x10023004:
+                statics[*pc++] = *--top;
+                break;
+            case 0x10031000:
+                --top;
+                top[-1] += *top;
+                break;
+            case 0x10032000:
+                --top;
+                top[-1] -= *top;
+                break;
+            case 0x10033000:
+                --top;
+                top[-1] *= *top;
+                break;
+            case 0x10035000:
+                --top;
+                top[-1] &= *top;
+                break;
+            case 0x10037000:
+                --top;
+                top[-1] ^= *top;
+                break;
+            case 0x10051000:
+                --top;
+                top[-1] = static_cast<std::int32_t>(top[-1]) < static_cast<std::int32_t>(*top);
+                break;
+            case 0x1005A000:
+                top[-1] = top[-1] == 0;
+                break;
+            case 0x10064000:
+                pc = code.data() + *pc;
+                break;
+            case 0x10066000:
+                pc = *--top == 0 ? code.data() + *pc : pc + 1;
+                break;
+            case 0x10065000:
+                result.value = *--top;
+                return result;
+            default:
+                std::abort();
+        }
+    }
+}
+
+/// Seconds of the fastest of several rounds.
+double fastest(const std::function<void()>& work) {
+    using Clock = std::chrono::steady_clock;
+    double best = 1e9;
+    for (int round = 0; round < kRounds; ++round) {
+        const auto start = Clock::now();
+        work();
+        best = std::min(best, std::chrono::duration<double>(Clock::now() - start).count());
+    }
+    return best;
+}
+
+void report(const char* name, double value, double baseline, double ratio) {
+    fmt::print("{}  {:.3f}  {:.3f}  {:.2f}\n", name, value, baseline, ratio);
+}
+
+void benchInstructions() {
+    auto file = std::make_shared<orb::io::CobFile>();
+    file->code = workload();
+    const auto neverReached = static_cast<std::uint32_t>(file->code.size());
+    file->code.push_back(0);
+    file->staticVarCount = 8;
+    file->scripts = {{"Main", 0}};
+    const BareResult bare = runBare(file->code);
+    const auto check = [&bare](std::uint32_t value) {
+        if (value != bare.value) std::abort();
+    };
+    const double millions = static_cast<double>(bare.instructions) * 100 / 1e6;
+    const double bareSpeed = millions / fastest([&] {
+                                 for (int i = 0; i < 100; ++i) check(runBare(file->code).value);
+                             });
+    CobInstance instance(file, 1);
+    const auto speed = [&] {
+        return millions / fastest([&] {
+                   for (int i = 0; i < 100; ++i) {
+                       instance.statics[0] = 0;
+                       const auto result = CobVm(instance).call("Main", {}, INT32_MAX);
+                       check(static_cast<std::uint32_t>(result.value()));
+                   }
+               });
+    };
+    const double plainSpeed = speed();
+    CobDebugger debugger;
+    debugger.attach(&instance);
+    debugger.setBreakpoints({neverReached}, {});
+    const double hookedSpeed = speed();
+    report("cob_million_instructions_per_second", plainSpeed, bareSpeed, plainSpeed / bareSpeed);
+    report("cob_million_instructions_per_second_with_breakpoint", hookedSpeed, plainSpeed,
+           hookedSpeed / plainSpeed);
+}
+
+/// A unit at rest as units are: a radar dish spins, a damage-smoke loop sleeps and looks at the
+/// unit's health, an idle loop sways a piece and waits for it.
+std::shared_ptr<orb::io::CobFile> idleUnit() {
+    auto file = std::make_shared<orb::io::CobFile>();
+    auto& code = file->code;
+    const auto script = [&](const char* name, std::initializer_list<std::uint32_t> words) {
+        file->scripts.push_back({name, static_cast<std::uint32_t>(code.size())});
+        code.insert(code.end(), words);
+    };
+    const auto push = w(Op::pushConst);
+    script("Create", {push, 0, push, 3640, w(Op::spin), 1, 1, w(Op::start), 1, 0, w(Op::start), 2,
+                      0, push, 0, w(Op::ret)});
+    const auto smoke = static_cast<std::uint32_t>(code.size());
+    script("Smoke", {push, 4, w(Op::getUnitValue), push, 66, w(Op::less), w(Op::popStatic), 0, push,
+                     200, w(Op::sleep), w(Op::jump), smoke});
+    const auto sway = static_cast<std::uint32_t>(code.size());
+    script("Sway", {push,        3000, push, 2000,  w(Op::turn), 2, 0, w(Op::waitTurn), 2, 0,
+                    push,        3000, push, 63536, w(Op::turn), 2, 0, w(Op::waitTurn), 2, 0,
+                    w(Op::jump), sway});
+    file->staticVarCount = 8;
+    file->pieces.assign(16, "piece");
+    return file;
+}
+
+/// Ticking many idle units; the baseline copies their piece records once, which a tick does anyway.
+void benchIdleUnits() {
+    constexpr std::size_t kUnits = 200;
+    constexpr int kTicks = 300;
+    const auto file = idleUnit();
+    std::vector<std::unique_ptr<CobInstance>> units;
+    for (std::size_t i = 0; i < kUnits; ++i) {
+        units.push_back(std::make_unique<CobInstance>(file, file->pieces.size()));
+        CobVm(*units.back()).startScript("Create");
+    }
+    std::int32_t tick = 0;
+    const double ticking = fastest([&] {
+        for (int i = 0; i < kTicks; ++i, ++tick)
+            for (const auto& unit : units) CobVm(*unit).tick(tick);
+    });
+    const double copying = fastest([&] {
+        for (int i = 0; i < kTicks; ++i)
+            for (const auto& unit : units) unit->previousPieces = unit->pieces;
+    });
+    for (const auto& unit : units)
+        if (unit->threads.size() != 2) std::abort();
+    const double microseconds = 1e6 / kTicks;
+    report("cob_microseconds_per_tick_of_200_units", ticking * microseconds, copying * microseconds,
+           ticking / copying);
+}
+
+}  // namespace
+
+int main() {
+    orb::Logger silent;
+    silent.setEcho(false);
+    orb::setCurrentLogger(&silent);
+    benchInstructions();
+    benchIdleUnits();
+    return 0;
+}
