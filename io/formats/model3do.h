@@ -36,14 +36,21 @@ struct Model3doObject {
     std::vector<std::unique_ptr<Model3doObject>> children;
 };
 
-/// Pieces nest at most this deep; deeper children are left out.
+/// Pieces nest at most this deep, the root included; the reader leaves deeper children out.
 inline constexpr int kMax3doNesting = 256;
 
+/// Bytes of vertex, primitive and index arrays that one file may be read into, counted once for
+/// every piece or face that points at them.
+inline constexpr std::size_t kMax3doArrayBytes = std::size_t{64} << 20;
+
 /// Reads a 3DO file. Throws std::runtime_error "3DO data too small" when the buffer is shorter than
-/// one header or an array runs past its end.
+/// one header, an array runs past its end, or shared arrays exceed `kMax3doArrayBytes`. A header
+/// that the tree meets again ends the chain of siblings it stands in.
 Model3doObject parse3do(ByteView bytes);
 
-/// Writes a model in the layout that `parse3do` reads.
+/// Writes a model in the layout that `parse3do` reads. Coordinates are clamped to what 16.16 fixed
+/// point holds (NaN becomes 0). Throws std::runtime_error "3DO nesting too deep" when pieces nest
+/// deeper than `kMax3doNesting`.
 Bytes write3do(const Model3doObject& root);
 
 }  // namespace orb::io

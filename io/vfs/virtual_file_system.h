@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,6 +20,12 @@ struct FileLocation {
     /// Inside an archive: the entry's path as stored, "/" separated. Empty for a loose file.
     std::string internalPath;
 };
+
+/// Told of one file: its content, or none and the text of the error when its data are damaged.
+using FileVisitor = std::function<void(std::string_view name, std::optional<Bytes> content,
+                                       std::string_view error)>;
+/// Asked by name whether a file is to be read; an empty one wants all.
+using FileFilter = std::function<bool(std::string_view name)>;
 
 /// A read-only tree of files. Paths are relative byte strings; both "/" and "\" separate
 /// components, empty components are ignored, names match in any case, and a path with a component
@@ -41,6 +48,18 @@ public:
 
     /// Where `readFile(path)` would read from, without reading it; none when there is no such file.
     virtual std::optional<FileLocation> locate(std::string_view path) const = 0;
+
+    /// Reads all the files that `listFiles` would list and `wanted` lets pass, each as `readFile`
+    /// would, but without resolving every path and opening every archive anew. A damaged file does
+    /// not end the walk; what `visit` throws does.
+    void forEachFile(std::string_view directory, std::string_view suffix, const FileVisitor& visit,
+                     const FileFilter& wanted = {}) const {
+        visitFiles(directory, suffix, visit, wanted);
+    }
+
+private:
+    virtual void visitFiles(std::string_view directory, std::string_view suffix,
+                            const FileVisitor& visit, const FileFilter& wanted) const = 0;
 };
 
 }  // namespace orb::io

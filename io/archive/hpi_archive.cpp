@@ -1,0 +1,83 @@
+#include "io/archive/hpi_archive.h"
+
+#include <array>
+#include <bit>
+#include <utility>
+
+#include "io/archive/hpi_format.h"
+#include "io/archive/path_components.h"
+
+namespace orb::io {
+
+HpiArchive::HpiArchive(std::filesystem::path path) : path_(std::move(path)) {
+    HpiReader header(path_, 0);
+    readHeader(header);
+    // An end before the start wraps to a size that no file has.
+    const std::uint64_t size = std::uint64_t{directoryEnd_} - directoryStart_;
+    root_ = parseHpiDirectory(openReader().readAt(directoryStart_, size), directoryStart_);
+    index_.emplace(root_);
+}
+
+void HpiArchive::readHeader(HpiReader& reader) {
+    std::array<std::uint8_t, kHpiHeaderSize> bytes{};
+    constexpr std::size_t kIdentitySize = 8;
+    const std::span<std::uint8_t> identity(bytes.data(), kIdentitySize);
+    const std::span<std::uint8_t> rest = std::span(bytes).subspan(kIdentitySize);
+
+    ByteCursor header(bytes, "HPI header too small");
+    if (!reader.readRaw(0, identity) || header.u32() != kHpiMagic)
+        throw std::runtime_error("Not a valid HPI file (bad magic): " + path_.string());
+    const std::uint32_t version = header.u32();
+    isBank_ = version == kHpiBankVersion;
+    if (!isBank_ && version != kHpiVersion)
+        throw std::runtime_error("Unsupported HPI version: " + path_.string());
+    if (!reader.readRaw(kIdentitySize, rest))
+        throw std::runtime_error("HPI header read error: " + path_.string());
+    directoryEnd_ = header.u32();
+    readKey_ = std::rotl(static_cast<std::uint8_t>(header.u32()), 2);
+    directoryStart_ = header.u32();
+}
+
+/// Walks to the directory part of `path` and looks its last component up as a file.
+const HpiEntry* HpiArchive::walk(std::string_view path, std::string* storedPath) const {
+    const HpiEntries* directory = &root_.entries;
+    std::string_view component = takePathComponent(path);
+    for (;;) {
+        const std::string_view next = takePathComponent(path);
+        const HpiEntry* const entry = next.empty() ? index_->findFile(*directory, component)
+                                                   : index_->findDirectory(*directory, component);
+        if (!entry) return nullptr;
+        if (storedPath) *storedPath += entry->name;
+        if (next.empty()) return entry;
+        if (storedPath) *storedPath += '/';
+        directory = entry->directory();
+        component = next;
+    }
+}
+
+const HpiEntry* HpiArchive::findFile(std::string_view path) const {
+    return walk(path, nullptr);
+}
+
+std::optional<std::string> HpiArchive::storedPath(std::string_view path) const {
+    std::string stored;
+    if (!walk(path, &stored)) return std::nullopt;
+    return stored;
+}
+
+const HpiEntries* HpiArchive::findDirectory(std::string_view path) const {
+    const HpiEntries* directory = &root_.entries;
+    for (auto component = takePathComponent(path); !component.empty();
+         component = takePathComponent(path)) {
+        const HpiEntry* const entry = index_->findDirectory(*directory, component);
+        if (!entry) return nullptr;
+        directory = entry->directory();
+    }
+    return directory;
+}
+
+Bytes HpiArchive::readFile(const HpiEntry& file) const {
+    return openReader().readFile(std::get<HpiFileEntry>(file.content));
+}
+
+}  // namespace orb::io

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "io/ascii.h"
+
+namespace orb::io {
+
+/// 64-bit FNV-1a of a name as if it were upper-cased. Deliberately not noexcept: the standard
+/// library then keeps each node's hash beside it, which makes growing the table cheap.
+struct UpperCasedNameHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view name) const {
+        std::uint64_t hash = 0xcbf29ce484222325;
+        for (const char c : name)
+            hash = (hash ^ static_cast<std::uint8_t>(toUpper(c))) * 0x100000001b3;
+        return static_cast<std::size_t>(hash);
+    }
+};
+
+struct UpperCasedNameEqual {
+    using is_transparent = void;
+    bool operator()(std::string_view a, std::string_view b) const {
+        return equalsIgnoringCase(a, b);
+    }
+};
+
+/// One bracketed section of a TDF or FBI text, or the whole text as the unnamed root. Names are
+/// bytes, found in any case; no lookup allocates.
+struct TdfSection {
+    template <typename T>
+    using NameMap = std::unordered_map<std::string, T, UpperCasedNameHash, UpperCasedNameEqual>;
+
+    struct Entry {
+        enum class Kind { value = 0, section = 1 };
+        Kind kind;
+        /// As written where it first appeared.
+        std::string name;
+    };
+
+    /// Keys are upper-cased, values kept as written.
+    NameMap<std::string> values;
+    NameMap<std::unique_ptr<TdfSection>> children;
+    /// Every value and section once, in the order of first appearance.
+    std::vector<Entry> order;
+
+    /// The child section of that name, or nullptr.
+    const TdfSection* child(std::string_view name) const;
+
+    /// The value as written, a view into this section; none when the key is absent.
+    std::optional<std::string_view> getString(std::string_view key) const;
+
+    /// White space, an optional sign and decimal digits; whatever follows is ignored, so "12.7"
+    /// reads 12. None when there are no digits or the number does not fit.
+    std::optional<std::int32_t> getInt(std::string_view key) const;
+
+    /// White space, an optional sign, then digits with a point and exponent if any, the same in
+    /// every locale; whatever follows is ignored. Never infinite and never NaN: none instead.
+    std::optional<float> getFloat(std::string_view key) const;
+
+    /// Sets a value; one that exists keeps its place in the order.
+    void setValue(std::string_view name, std::string_view value);
+
+    /// The child section of that name, created at the end of the order when there is none.
+    TdfSection& openChild(std::string_view name);
+};
+
+/// Sections nest at most this deep below the root; deeper ones are skipped to their closing brace.
+inline constexpr std::size_t kMaxTdfNesting = 256;
+
+/// Parses a text of nested sections. Never fails: what cannot be read is skipped.
+TdfSection parseTdf(std::string_view text);
+
+}  // namespace orb::io

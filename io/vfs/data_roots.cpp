@@ -1,0 +1,106 @@
+#include "io/vfs/data_roots.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <memory>
+#include <tuple>
+#include <vector>
+
+#include "io/ascii.h"
+#include "io/vfs/directory_file_system.h"
+#include "io/vfs/hpi_file_system.h"
+#include "server/logger.h"
+
+namespace orb::io {
+namespace fs = std::filesystem;
+namespace {
+
+/// In stacking order.
+constexpr std::array<std::string_view, 5> kArchiveExtensions{".gp3", ".gpf", ".ufo", ".ccx",
+                                                             ".hpi"};
+
+int extensionRank(std::string_view extension) {
+    const auto found =
+        std::find_if(kArchiveExtensions.begin(), kArchiveExtensions.end(),
+                     [&](std::string_view known) { return equalsIgnoringCase(known, extension); });
+    return static_cast<int>(found - kArchiveExtensions.begin());
+}
+
+bool isPresent(const fs::path& root) {
+    std::error_code ignored;
+    return !root.empty() && fs::exists(root, ignored);
+}
+
+std::vector<fs::path> archivesIn(const fs::path& directory) {
+    std::vector<fs::path> archives;
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+        std::error_code ignored;
+        if (isArchiveExtension(entry.path().extension().string()) && entry.is_regular_file(ignored))
+            archives.push_back(entry.path());
+    }
+    std::sort(archives.begin(), archives.end(), [](const fs::path& a, const fs::path& b) {
+        return std::tuple(archiveRank(a), a.filename().string()) <
+               std::tuple(archiveRank(b), b.filename().string());
+    });
+    return archives;
+}
+
+/// The path in one spelling, symbolic links left as they are.
+fs::path comparable(const fs::path& path) {
+    const fs::path normal = fs::absolute(path).lexically_normal();
+    return normal.has_filename() ? normal : normal.parent_path();
+}
+
+}  // namespace
+
+bool isArchiveExtension(std::string_view extension) {
+    return extensionRank(extension) < static_cast<int>(kArchiveExtensions.size());
+}
+
+int archiveRank(const fs::path& path) {
+    return extensionRank(path.extension().string());
+}
+
+std::uint32_t mountArchives(CompositeVirtualFileSystem& composite, const DataRoot& root,
+                            const MountProgress& progress) {
+    if (!isPresent(root.path)) return 0;
+    const std::vector<fs::path> archives = archivesIn(root.path);
+    std::uint32_t mounted = 0;
+    for (std::size_t i = 0; i < archives.size(); ++i) {
+        const std::string name = archives[i].filename().string();
+        if (progress) progress(i, archives.size(), name);
+        try {
+            composite.append({std::make_unique<HpiFileSystem>(archives[i]),
+                              FileLocation::Kind::archive, archives[i], root.kind, root.path});
+            ++mounted;
+        } catch (const std::exception& error) {
+            LogLine(LogLevel::warn) << "Failed to mount " << name << ": " << error.what();
+        }
+    }
+    return mounted;
+}
+
+std::uint32_t mountRoot(CompositeVirtualFileSystem& composite, const DataRoot& root,
+                        const MountProgress& progress) {
+    if (!isPresent(root.path)) return 0;
+    const std::uint32_t archives = mountArchives(composite, root, progress);
+    composite.append({std::make_unique<DirectoryFileSystem>(root.path), FileLocation::Kind::loose,
+                      root.path, root.kind, root.path});
+    return archives;
+}
+
+MountResult buildLayers(CompositeVirtualFileSystem& composite, std::span<const fs::path> modPaths,
+                        const fs::path& taDataPath, const fs::path& mapsPath,
+                        const MountProgress& progress) {
+    MountResult result;
+    for (const fs::path& mod : modPaths)
+        result.modArchives += mountRoot(composite, {DataRootKind::mod, mod}, progress);
+    result.baseArchives = mountRoot(composite, {DataRootKind::base, taDataPath}, progress);
+    if (!isPresent(mapsPath) || comparable(mapsPath) == comparable(taDataPath)) return result;
+    mountRoot(composite, {DataRootKind::maps, mapsPath}, progress);
+    result.mapsLayered = true;
+    return result;
+}
+
+}  // namespace orb::io

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "io/vfs/composite_virtual_file_system.h"
+
+namespace orb::io {
+
+/// Called before each archive is mounted: its index among the root's archives, their number, and
+/// the archive's file name.
+using MountProgress =
+    std::function<void(std::size_t index, std::size_t count, const std::string& archiveName)>;
+
+struct MountResult {
+    /// Archives of all mod roots together.
+    std::uint32_t modArchives = 0;
+    std::uint32_t baseArchives = 0;
+    bool mapsLayered = false;
+};
+
+/// A folder of game data and the part that it plays.
+struct DataRoot {
+    DataRootKind kind = DataRootKind::base;
+    std::filesystem::path path;
+};
+
+/// True for ".hpi", ".ufo", ".ccx", ".gpf" and ".gp3" in any case.
+bool isArchiveExtension(std::string_view extension);
+
+/// Where an archive stands among those of its root, by extension: ".gp3" 0, ".gpf" 1, ".ufo" 2,
+/// ".ccx" 3, ".hpi" 4, anything else 5. Lower ranks shadow higher ones.
+int archiveRank(const std::filesystem::path& path);
+
+/// Appends the archives that lie directly in the root, by rank and then by name; returns how many.
+/// One that cannot be mounted is left out with a warning in the log. A root that is empty or does
+/// not exist has none; one that cannot be listed raises std::filesystem::filesystem_error.
+std::uint32_t mountArchives(CompositeVirtualFileSystem& composite, const DataRoot& root,
+                            const MountProgress& progress = {});
+
+/// Appends the root's archives, then its loose files; returns the number of archives.
+std::uint32_t mountRoot(CompositeVirtualFileSystem& composite, const DataRoot& root,
+                        const MountProgress& progress = {});
+
+/// Fills an empty stack: the mods in the given order, the game directory, then the maps folder
+/// unless it is empty, missing or the game directory itself.
+MountResult buildLayers(CompositeVirtualFileSystem& composite,
+                        std::span<const std::filesystem::path> modPaths,
+                        const std::filesystem::path& taDataPath,
+                        const std::filesystem::path& mapsPath, const MountProgress& progress = {});
+
+}  // namespace orb::io

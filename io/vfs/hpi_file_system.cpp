@@ -1,0 +1,62 @@
+#include "io/vfs/hpi_file_system.h"
+
+#include <exception>
+
+#include "io/ascii.h"
+
+namespace orb::io {
+
+std::optional<Bytes> HpiFileSystem::readFile(std::string_view path) const {
+    const HpiEntry* const file = archive_.findFile(path);
+    if (!file) return std::nullopt;
+    return archive_.readFile(*file);
+}
+
+std::vector<std::string> HpiFileSystem::listFiles(std::string_view directory,
+                                                  std::string_view suffix) const {
+    std::vector<std::string> names;
+    const HpiEntries* const entries = archive_.findDirectory(directory);
+    if (!entries) return names;
+    for (const HpiEntry& entry : *entries)
+        if (entry.file() && endsWithIgnoringCase(entry.name, suffix)) names.push_back(entry.name);
+    return names;
+}
+
+std::vector<std::string> HpiFileSystem::listDirectories(std::string_view directory) const {
+    std::vector<std::string> names;
+    const HpiEntries* const entries = archive_.findDirectory(directory);
+    if (!entries) return names;
+    for (const HpiEntry& entry : *entries)
+        if (entry.directory()) names.push_back(entry.name);
+    return names;
+}
+
+std::optional<FileLocation> HpiFileSystem::locate(std::string_view path) const {
+    std::optional<std::string> stored = archive_.storedPath(path);
+    if (!stored) return std::nullopt;
+    return FileLocation{FileLocation::Kind::archive, archive_.path(), std::move(*stored)};
+}
+
+void HpiFileSystem::visitFiles(std::string_view directory, std::string_view suffix,
+                               const FileVisitor& visit, const FileFilter& wanted) const {
+    const HpiEntries* const entries = archive_.findDirectory(directory);
+    if (!entries) return;
+    std::optional<HpiReader> reader;
+    for (const HpiEntry& entry : *entries) {
+        if (!entry.file() || !endsWithIgnoringCase(entry.name, suffix)) continue;
+        // A second file of the same name is out of every path's reach.
+        if (archive_.findFileIn(*entries, entry.name) != &entry) continue;
+        if (wanted && !wanted(entry.name)) continue;
+        std::optional<Bytes> content;
+        std::string error;
+        try {
+            if (!reader) reader.emplace(archive_.openReader());
+            content = reader->readFile(*entry.file());
+        } catch (const std::exception& failure) {
+            error = failure.what();
+        }
+        visit(entry.name, std::move(content), error);
+    }
+}
+
+}  // namespace orb::io
