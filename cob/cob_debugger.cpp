@@ -1,0 +1,131 @@
+#include "cob/cob_debugger.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "cob/cob_vm.h"
+
+namespace orb::unitview {
+namespace {
+
+constexpr int kTicksPerResume = 600;
+constexpr int kTicksPerStep = 1;
+
+}  // namespace
+
+void CobDebugger::attach(CobInstance* instance) {
+    instance_ = instance;
+    paused_ = false;
+    mode_ = CobResumeMode::run;
+    skipOffset_.reset();
+    if (instance_ == nullptr) return;
+    cobInstallDebugHooks(*instance_, *this);
+    limitQuestions();
+}
+
+void cobInstallDebugHooks(CobInstance& instance, CobDebugger& debugger) {
+    instance.callbacks.breakpointPredicate = [&debugger](std::uint32_t pc) {
+        return debugger.shouldPause(pc);
+    };
+    instance.callbacks.breakpointHit = [&debugger](std::uint32_t pc) { debugger.pauseAt(pc); };
+}
+
+CobInstance& CobDebugger::instance() const {
+    if (instance_ == nullptr) throw std::runtime_error("no unit loaded");
+    return *instance_;
+}
+
+void CobDebugger::setBreakpoints(std::set<std::uint32_t> offsets,
+                                 std::vector<CobLineSpan> lineSpans) {
+    breakpoints_ = std::move(offsets);
+    lineSpans_ = std::move(lineSpans);
+    limitQuestions();
+}
+
+/// While running on, only breakpoints and the skip offset can change `shouldPause`'s answer or
+/// state.
+void CobDebugger::limitQuestions() {
+    if (instance_ == nullptr) return;
+    if (paused_ || mode_ != CobResumeMode::run) return instance_->code.askEverywhere();
+    std::set<std::uint32_t> offsets = breakpoints_;
+    if (skipOffset_) offsets.insert(*skipOffset_);
+    instance_->code.askOnlyAt(offsets);
+}
+
+std::uint32_t CobDebugger::lineAt(std::uint32_t pc) const {
+    const auto span = std::ranges::find_if(
+        lineSpans_, [pc](const CobLineSpan& s) { return s.from <= pc && pc <= s.to; });
+    return span == lineSpans_.end() ? 0 : span->line;
+}
+
+bool CobDebugger::shouldPause(std::uint32_t pc) {
+    if (skipOffset_ == pc) {
+        skipOffset_.reset();
+        return false;
+    }
+    if (paused_ || mode_ == CobResumeMode::stepInstruction || breakpoints_.contains(pc))
+        return true;
+    if (mode_ == CobResumeMode::run) return false;
+    const std::uint32_t line = lineAt(pc);
+    return line == 0 || line != stepLine_;
+}
+
+/// Other threads may meet the same pause in the tick; the first one's pc stays, else a resume could
+/// never get past its breakpoint.
+void CobDebugger::pauseAt(std::uint32_t pc) {
+    if (paused_) return;
+    pausedOffset_ = pc;
+    paused_ = true;
+    limitQuestions();
+}
+
+void CobDebugger::advanceTicks(int count) {
+    if (instance_ == nullptr) return;
+    CobVm vm(*instance_);
+    for (int i = 0; i < count && !paused_; ++i) {
+        if (walkPreview.enabled) advanceWalkPreview(walkPreview);
+        vm.tick(static_cast<std::int32_t>(tickCounter_++));
+    }
+}
+
+void CobDebugger::stopAll() {
+    instance().threads.clear();
+    instance().pending.clear();
+}
+
+void CobDebugger::startScript(std::string_view name, std::span<const std::int32_t> arguments) {
+    if (!CobVm(instance()).startScript(name, arguments))
+        throw std::runtime_error("script not found: " + std::string(name));
+}
+
+bool CobDebugger::isScriptRunning(std::string_view name) const {
+    const int script = instance().file().findScript(name);
+    return script >= 0 && instance().isScriptRunning(static_cast<std::size_t>(script));
+}
+
+void CobDebugger::resume(CobResumeMode mode) {
+    static_cast<void>(instance());
+    skipOffset_ = paused_ ? std::optional(pausedOffset_) : std::nullopt;
+    mode_ = mode;
+    paused_ = false;
+    stepLine_ = lineAt(pausedOffset_);
+    limitQuestions();
+    advanceTicks(mode == CobResumeMode::stepInstruction ? kTicksPerStep : kTicksPerResume);
+}
+
+void advanceWalkPreview(CobWalkPreview& walk) {
+    constexpr float kPi = 3.1415927F;
+    constexpr float kFullTurn = 6.2831855F;
+    constexpr float kRadiansPerSpeed = 1.0F / 200.0F;
+    const float speed = walk.speed > 0 ? walk.speed : 1.0F;
+    walk.heading += speed * kRadiansPerSpeed;
+    if (walk.heading > kPi) walk.heading -= kFullTurn;
+    if (walk.heading < -kPi) walk.heading += kFullTurn;
+    walk.x += std::sin(walk.heading) * speed;
+    walk.z += std::cos(walk.heading) * speed;
+}
+
+}  // namespace orb::unitview

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "cob/cob_instance.h"
+
+namespace orb::unitview {
+
+/// Code that one line of script source was compiled to; both offsets belong to it. Line 0 stands
+/// for code without a line.
+struct CobLineSpan {
+    std::uint32_t from = 0;
+    std::uint32_t to = 0;
+    std::uint32_t line = 0;
+};
+
+/// How far a resume goes before it pauses by itself.
+enum class CobResumeMode : std::uint8_t { run = 0, stepInstruction = 1, stepLine = 2 };
+
+/// The stand-in for a moving unit: heading in radians, position on the ground plane, speed per
+/// tick.
+struct CobWalkPreview {
+    bool enabled = false;
+    float heading = 0;
+    float x = 0;
+    float z = 0;
+    float speed = 0;
+};
+
+/// Runs one instance tick by tick, pauses it at breakpoints and steps it. Breakpoints, line spans
+/// and the tick counter outlive the instance; a pause does not.
+class CobDebugger {
+public:
+    CobDebugger() = default;
+    CobDebugger(const CobDebugger&) = delete;  // the instance's hooks refer to the debugger
+    CobDebugger& operator=(const CobDebugger&) = delete;
+
+    /// Takes on a new instance (nullptr: none) without a pause and installs the hooks. The caller
+    /// keeps ownership and attaches another one, or none, before destroying it.
+    void attach(CobInstance* instance);
+
+    void setBreakpoints(std::set<std::uint32_t> offsets, std::vector<CobLineSpan> lineSpans);
+    void clearBreakpoints() { setBreakpoints({}, {}); }
+
+    /// Runs up to `count` ticks, fewer when the instance pauses. Nothing happens without an
+    /// instance, with a count below 1, or while paused.
+    void advanceTicks(int count);
+
+    // The operations below throw std::runtime_error "no unit loaded" without an instance.
+
+    /// Removes every thread; statics and poses stay.
+    void stopAll();
+    /// Throws std::runtime_error "script not found: " and the name.
+    void startScript(std::string_view name, std::span<const std::int32_t> arguments);
+    /// False for a script that the file does not hold.
+    bool isScriptRunning(std::string_view name) const;
+    /// Leaves a pause, executing the instruction under it, and runs on: one tick to step one
+    /// instruction, else up to 600 ticks.
+    void resume(CobResumeMode mode);
+
+    bool isPaused() const { return paused_; }
+    /// The pc of the thread that paused first.
+    std::uint32_t pausedOffset() const { return pausedOffset_; }
+    /// The number of the next tick; it counts on across instances.
+    std::uint32_t tickCounter() const { return tickCounter_; }
+    const std::set<std::uint32_t>& breakpoints() const { return breakpoints_; }
+    const std::vector<CobLineSpan>& lineSpans() const { return lineSpans_; }
+
+    CobWalkPreview walkPreview;
+
+private:
+    friend void cobInstallDebugHooks(CobInstance& instance, CobDebugger& debugger);
+
+    CobInstance& instance() const;
+    bool shouldPause(std::uint32_t pc);
+    void pauseAt(std::uint32_t pc);
+    /// Line of the first span that holds `pc`, 0 when there is none.
+    std::uint32_t lineAt(std::uint32_t pc) const;
+    void limitQuestions();
+
+    CobInstance* instance_ = nullptr;
+    std::set<std::uint32_t> breakpoints_;
+    std::vector<CobLineSpan> lineSpans_;
+    bool paused_ = false;
+    CobResumeMode mode_ = CobResumeMode::run;
+    /// Where execution last paused: let through once.
+    std::optional<std::uint32_t> skipOffset_;
+    std::uint32_t pausedOffset_ = 0;
+    std::uint32_t stepLine_ = 0;
+    std::uint32_t tickCounter_ = 0;
+};
+
+/// Makes `instance` ask `debugger` before instructions and tell it where it stopped.
+void cobInstallDebugHooks(CobInstance& instance, CobDebugger& debugger);
+
+/// Moves a walk preview on by one tick.
+void advanceWalkPreview(CobWalkPreview& walk);
+
+}  // namespace orb::unitview

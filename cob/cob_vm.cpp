@@ -1,0 +1,254 @@
+#include "cob/cob_vm.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "cob/cob_animation.h"
+#include "cob/cob_execute.h"
+#include "cob/cob_instruction_trace.h"
+#include "cob/wrapping.h"
+#include "server/logger.h"
+
+namespace orb::unitview {
+namespace {
+
+/// kAsk while every instruction needs a closer look, else 0.
+std::uint8_t attentionMask(const CobInstance& instance) {
+    const bool asks = instance.callbacks.breakpointPredicate && instance.code.asksEverywhere();
+    return asks || instance.traceInstructions ? CobCode::kAsk : std::uint8_t{0};
+}
+
+}  // namespace
+
+void CobVm::tick(std::int32_t number) {
+    instance_.tick = number;
+    instance_.previousPieces = instance_.pieces;
+    animate();
+    wakeThreads();
+    auto& threads = instance_.threads;
+    auto& pending = instance_.pending;
+    pending.clear();
+    for (std::size_t i = 0; i < threads.size(); ++i) {
+        if (threads[i]->state != CobThreadState::runnable) continue;
+        runThread(*threads[i], kSliceInstructions);
+        threads.insert(threads.end(), std::make_move_iterator(pending.begin()),
+                       std::make_move_iterator(pending.end()));
+        pending.clear();
+    }
+    std::erase_if(threads,
+                  [](const auto& thread) { return thread->state == CobThreadState::finished; });
+}
+
+void CobVm::animate() {
+    bool changed = false;
+    for (CobPiece& piece : instance_.pieces) changed |= advancePiece(piece);
+    if (changed) ++instance_.poseVersion;
+}
+
+void CobVm::wakeThreads() {
+    for (const auto& thread : instance_.threads) {
+        const bool wakes = thread->state == CobThreadState::sleeping
+                               ? instance_.tick >= thread->sleepUntil
+                               : isMotionDone(*thread);
+        if (wakes) thread->state = CobThreadState::runnable;
+    }
+}
+
+bool CobVm::isMotionDone(const CobThread& thread) const {
+    const bool turn = thread.state == CobThreadState::waitingForTurn;
+    if (!turn && thread.state != CobThreadState::waitingForMove) return false;
+    if (bits(thread.waitPiece) >= instance_.pieces.size()) return true;
+    const CobPiece& piece = instance_.pieces[bits(thread.waitPiece)];
+    const std::size_t axis = bits(thread.waitAxis);
+    return turn ? isTurnDone(piece, axis) : isMoveDone(piece, axis);
+}
+
+bool CobVm::stopsAt(std::uint32_t pc) {
+    const CobCallbacks& callbacks = instance_.callbacks;
+    if (!callbacks.breakpointPredicate || !callbacks.breakpointPredicate(pc)) return false;
+    if (callbacks.breakpointHit) callbacks.breakpointHit(pc);
+    return true;
+}
+
+// The pc, the stack's ends and the current frame live in local variables. Instructions that the
+// loop does not execute itself see and change the thread, which is stored before and loaded after.
+void CobVm::runThread(CobThread& thread, std::int32_t budget) {
+    if (thread.state != CobThreadState::runnable) return;
+    const CobCode& code = instance_.code;
+    const std::uint32_t* const words = code.words().data();
+    const std::uint8_t* const marks = code.marks();
+    const std::size_t size = code.words().size();
+    const std::span<std::int32_t> statics = instance_.statics;
+    std::array<std::uint32_t, kMaxOperands> padded{};
+    bool truncatedEnd = false;
+
+    std::uint32_t pc = thread.pc;
+    ValueStack::Cursor stack(thread.stack);
+    std::span<std::int32_t> frame = thread.frames.current();
+    std::uint8_t attention = attentionMask(instance_);
+    const auto store = [&] {
+        thread.pc = pc;
+        stack.store();
+    };
+
+    for (std::int32_t left = budget; left > 0; --left) {
+        if (pc >= size) {
+            thread.state = CobThreadState::finished;
+            break;
+        }
+        const std::uint8_t mark = marks[pc] | attention;
+        const std::uint32_t* operands = words + pc + 1;
+        const Op op{static_cast<std::uint8_t>(mark & CobCode::kOpMask)};
+        if ((mark & (CobCode::kAsk | CobCode::kTruncated)) != 0) [[unlikely]] {
+            store();
+            if ((mark & CobCode::kAsk) != 0 && stopsAt(pc)) break;
+            if ((mark & CobCode::kTruncated) != 0) {
+                padded = code.truncatedOperands(pc);
+                operands = padded.data();
+                truncatedEnd = true;
+                left = 1;
+            }
+            if (instance_.traceInstructions)
+                printTraceLine(instructionTraceLine(instance_, thread, op, operands));
+        }
+
+        const auto binary = [&](auto operation) {
+            const std::int32_t right = stack.pop();
+            const std::int32_t leftValue = stack.pop();
+            stack.push(operation(leftValue, right));
+            ++pc;
+        };
+        switch (op) {
+            case Op::pushConst:
+                stack.push(wrapped(operands[0]));
+                pc += 2;
+                break;
+            case Op::pushLocal:
+                stack.push(operands[0] < frame.size() ? frame[operands[0]] : 0);
+                pc += 2;
+                break;
+            case Op::pushStatic:
+                stack.push(operands[0] < statics.size() ? statics[operands[0]] : 0);
+                pc += 2;
+                break;
+            case Op::popLocal: {
+                const std::int32_t value = stack.pop();
+                if (operands[0] < frame.size()) frame[operands[0]] = value;
+                pc += 2;
+                break;
+            }
+            case Op::popStatic: {
+                const std::int32_t value = stack.pop();
+                if (operands[0] < statics.size()) statics[operands[0]] = value;
+                instance_.trace.record(
+                    {instance_.tick, thread.id, op, {wrapped(operands[0]), value}});
+                pc += 2;
+                break;
+            }
+            case Op::pop:
+                stack.pop();
+                ++pc;
+                break;
+            case Op::add:
+                binary(wrappingAdd);
+                break;
+            case Op::sub:
+                binary(wrappingSub);
+                break;
+            case Op::mul:
+                binary(wrappingMul);
+                break;
+            case Op::div:
+                binary(wrappingDiv);
+                break;
+            case Op::bitAnd:
+                binary([](std::int32_t a, std::int32_t b) { return a & b; });
+                break;
+            case Op::bitOr:
+                binary([](std::int32_t a, std::int32_t b) { return a | b; });
+                break;
+            case Op::bitXor:
+                binary([](std::int32_t a, std::int32_t b) { return a ^ b; });
+                break;
+            case Op::bitNot:
+                stack.push(~stack.pop());
+                ++pc;
+                break;
+            case Op::less:
+                binary([](std::int32_t a, std::int32_t b) { return a < b; });
+                break;
+            case Op::lessOrEqual:
+                binary([](std::int32_t a, std::int32_t b) { return a <= b; });
+                break;
+            case Op::greater:
+                binary([](std::int32_t a, std::int32_t b) { return a > b; });
+                break;
+            case Op::greaterOrEqual:
+                binary([](std::int32_t a, std::int32_t b) { return a >= b; });
+                break;
+            case Op::equal:
+                binary([](std::int32_t a, std::int32_t b) { return a == b; });
+                break;
+            case Op::notEqual:
+                binary([](std::int32_t a, std::int32_t b) { return a != b; });
+                break;
+            case Op::logicalAnd:
+                binary([](std::int32_t a, std::int32_t b) { return a != 0 && b != 0; });
+                break;
+            case Op::logicalOr:
+                binary([](std::int32_t a, std::int32_t b) { return a != 0 || b != 0; });
+                break;
+            case Op::logicalXor:
+                binary([](std::int32_t a, std::int32_t b) { return (a != 0) != (b != 0); });
+                break;
+            case Op::logicalNot:
+                stack.push(stack.pop() == 0 ? 1 : 0);
+                ++pc;
+                break;
+            case Op::jump:
+                pc = operands[0];
+                break;
+            case Op::jumpIfZero:
+                pc = stack.pop() == 0 ? operands[0] : pc + 2;
+                break;
+            case Op::unknown:
+                reportUnknownOpcode(instance_, words[pc], pc);
+                ++pc;
+                break;
+            default:
+                pc += static_cast<std::uint32_t>(opcodeRow(op).length());
+                store();
+                executeInstruction(instance_, thread, op, operands);
+                pc = thread.pc;
+                stack.load();
+                frame = thread.frames.current();
+                attention = attentionMask(instance_);
+                if (thread.state != CobThreadState::runnable) left = 1;
+                break;
+        }
+    }
+    store();
+    if (truncatedEnd) thread.state = CobThreadState::finished;
+}
+
+std::optional<std::int32_t> CobVm::call(std::string_view script, std::span<std::int32_t> parameters,
+                                        std::int32_t budget) {
+    const int index = instance_.file().findScript(script);
+    if (index < 0) return std::nullopt;
+    const auto thread = instance_.newThread(static_cast<std::size_t>(index), parameters);
+    runThread(*thread, budget);
+    const std::span<const std::int32_t> locals = thread->frames.frame(0);
+    std::copy_n(locals.begin(), std::min(locals.size(), parameters.size()), parameters.begin());
+    if (thread->state != CobThreadState::finished || thread->stack.empty()) return std::nullopt;
+    return thread->stack.pop();
+}
+
+bool CobVm::startScript(std::string_view name, std::span<const std::int32_t> arguments) {
+    const int index = instance_.file().findScript(name);
+    if (index < 0) return false;
+    LogLine(LogLevel::info) << "[cob-script] startScript name=" << name << " idx=" << index;
+    instance_.threads.push_back(instance_.newThread(static_cast<std::size_t>(index), arguments));
+    return true;
+}
+
+}  // namespace orb::unitview
