@@ -13,6 +13,11 @@ namespace orb::io {
 using Bytes = std::vector<std::uint8_t>;
 using ByteView = std::span<const std::uint8_t>;
 
+/// The same bytes as text.
+inline std::string_view asText(ByteView bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
 /// A bounds-checked little-endian reader over bytes that it does not own. Every read past the end
 /// throws std::runtime_error with the text given at construction, so a format names its own error.
 class ByteCursor {

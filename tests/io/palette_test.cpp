@@ -22,6 +22,10 @@ struct OneFile : AbstractVirtualFileSystem {
     }
     std::vector<std::string> listDirectories(std::string_view) const override { return {}; }
     std::optional<FileLocation> locate(std::string_view) const override { return std::nullopt; }
+
+private:
+    void visitFiles(std::string_view, std::string_view, const FileVisitor&,
+                    const FileFilter&) const override {}
 };
 
 /// Loads the palette and returns the messages logged at INFO.

@@ -1,0 +1,110 @@
+#include "server/command_table.h"
+
+#include <algorithm>
+#include <array>
+
+#include "server/handlers/handlers.h"
+
+namespace orb::unitview::ipc {
+namespace {
+
+// clang-format off
+constexpr auto kCommands = std::to_array<Command>({
+    {"hello", "hello", Effect::none, "", handlers::hello},
+    {"ping", "pong", Effect::none, "", handlers::ping},
+    {"shutdown", "shutdown", Effect::stop, "", handlers::shutdown},
+    {"set-data-roots", "data-roots-set", Effect::none, "bad data-roots payload: ", handlers::setDataRoots},
+    {"clear-data-roots", "data-roots-cleared", Effect::none, "", handlers::clearDataRoots},
+    {"list-units", "list-units", Effect::none, "", handlers::listUnits},
+    {"load-unit", "unit-loaded", Effect::transforms, "bad load-unit payload: ", handlers::loadUnit},
+    {"compare-units", "unit-compare", Effect::none, "bad compare-units payload: ", handlers::compareUnits},
+    {"get-unit-glb", "unit-glb", Effect::frame, "", nullptr},
+    {"modernizer-preview", "modernizer-preview", Effect::none, "", nullptr},
+    {"get-projectile-sprite", "projectile-sprite", Effect::frame, "", nullptr},
+    {"get-weapon-model-glb", "weapon-model-glb", Effect::frame, "", nullptr},
+    {"get-sound", "sound", Effect::frame, "", nullptr},
+    {"list-vfs-dir", "vfs-dir", Effect::none, "", handlers::listVfsDir},
+    {"get-master-palette", "master-palette", Effect::none, "", nullptr},
+    {"get-unit-buildpic", "unit-buildpic", Effect::none, "", nullptr},
+    {"list-unit-buildpic-sources", "unit-buildpic-sources", Effect::none, "", nullptr},
+    {"get-unit-orb-buildpic", "unit-orb-buildpic", Effect::none, "", nullptr},
+    {"cob-reset", "cob-reset", Effect::transforms, "", nullptr},
+    {"cob-stop-all", "cob-stop-all", Effect::none, "", nullptr},
+    {"cob-start", "cob-started", Effect::none, "bad cob-start payload: ", nullptr},
+    {"cob-tick", "cob-ticked", Effect::transforms, "", nullptr},
+    {"cob-disassemble", "cob-disassembled", Effect::none, "", nullptr},
+    {"cob-compile", "cob-compiled", Effect::none, "", nullptr},
+    {"cob-load-temporary", "cob-temporary-loaded", Effect::transforms, "bad cob-load-temporary payload: ", nullptr},
+    {"cob-unload-temporary", "cob-temporary-unloaded", Effect::transforms, "", nullptr},
+    {"cob-get-trace", "cob-get-trace", Effect::none, "bad cob-get-trace payload: ", nullptr},
+    {"cob-inspect", "cob-inspected", Effect::none, "", nullptr},
+    {"cob-get-unit-bos", "cob-unit-bos", Effect::none, "", nullptr},
+    {"cob-set-breakpoints", "cob-breakpoints-set", Effect::none, "bad cob-set-breakpoints: ", nullptr},
+    {"cob-clear-breakpoints", "cob-breakpoints-cleared", Effect::none, "", nullptr},
+    {"cob-continue", "cob-resumed", Effect::transforms, "", nullptr},
+    {"cob-step-instruction", "cob-resumed", Effect::transforms, "", nullptr},
+    {"cob-step-line", "cob-resumed", Effect::transforms, "", nullptr},
+    {"cob-source-compare", "cob-source-compare", Effect::none, "bad cob-source-compare payload: ", nullptr},
+    {"set-sim-mode", "sim-mode-set", Effect::none, "bad set-sim-mode payload: ", handlers::setSimMode},
+    {"render-constants", "render-constants", Effect::none, "", handlers::renderConstants},
+    {"resolve-unit-source", "unit-source", Effect::none, "bad resolve-unit-source: ", nullptr},
+    {"require-writable-source", "writable-source", Effect::none, "bad require-writable-source: ", nullptr},
+    {"fbi-raw", "fbi-raw", Effect::none, "", nullptr},
+    {"fbi-patch", "fbi-patched", Effect::none, "", nullptr},
+    {"save-fbi-raw", "fbi-saved-raw", Effect::none, "", nullptr},
+    {"create-corpse-stub", "corpse-stub-created", Effect::none, "", nullptr},
+    {"lint-suppress", "lint-suppressed", Effect::none, "", nullptr},
+    {"lint-unsuppress", "lint-unsuppressed", Effect::none, "", nullptr},
+    {"texture-suggest-remap", "texture-remap-suggestion", Effect::none, "", nullptr},
+    {"texture-preview-remap", "texture-remap-preview", Effect::none, "", nullptr},
+    {"texture-apply-remap", "texture-remap-applied", Effect::none, "", nullptr},
+    {"unit-textures", "unit-textures", Effect::none, "", nullptr},
+    {"conflict-scan", "conflict-scan-result", Effect::none, "", nullptr},
+    {"model-undo", "model-undo", Effect::none, "", nullptr},
+    {"model-redo", "model-redo", Effect::none, "", nullptr},
+    {"model-get-piece", "model-piece", Effect::none, "", nullptr},
+    {"model-apply-fix", "model-fix-applied", Effect::none, "", nullptr},
+    {"model-commit", "model-committed", Effect::none, "", nullptr},
+    {"model-revert", "model-reverted", Effect::none, "", nullptr},
+    {"model-get-unit-summary", "model-unit-summary", Effect::none, "", nullptr},
+    {"model-bleed-through", "model-bleed-through", Effect::none, "", nullptr},
+    {"model-duplicate-faces", "model-duplicate-faces", Effect::none, "", nullptr},
+    {"unit-clone", "unit-cloned", Effect::none, "", nullptr},
+    {"unit-health", "unit-health", Effect::none, "", nullptr},
+    {"save-unit", "unit-saved", Effect::none, "bad save-unit payload: ", nullptr},
+    {"restore-source-from-backup", "source-restored", Effect::none, "", nullptr},
+    {"create-mod-folder", "mod-folder-created", Effect::none, "", nullptr},
+    {"export-mod-pack", "mod-pack-exported", Effect::none, "bad export-mod-pack payload: ", nullptr},
+    {"unit-deps", "unit-deps", Effect::none, "bad unit-deps payload: ", nullptr},
+    {"export-min-mod-pack", "min-mod-pack-exported", Effect::none, "bad export-min-mod-pack payload: ", nullptr},
+    {"validate-mod-pack", "mod-pack-validated", Effect::none, "bad validate-mod-pack payload: ", nullptr},
+    {"list-archive-contents", "archive-contents", Effect::none, "bad list-archive-contents payload: ", handlers::listArchiveContents},
+    {"archive-browse-open", "archive-browse-open", Effect::none, "", handlers::archiveBrowseOpen},
+    {"archive-browse-preview", "archive-browse-preview", Effect::none, "", handlers::archiveBrowsePreview},
+    {"archive-browse-extract-one", "archive-browse-extract-one", Effect::none, "", handlers::archiveBrowseExtractOne},
+    {"archive-browse-extract-dir", "archive-browse-extract-dir", Effect::none, "", handlers::archiveBrowseExtractDir},
+    {"archive-browse-extract-all", "archive-browse-extract-all", Effect::none, "", handlers::archiveBrowseExtractAll},
+    {"map-list", "map-list-reply", Effect::none, "", nullptr},
+    {"map-load", "map-load-reply", Effect::none, "bad map-load payload: ", nullptr},
+    {"map-exit", "map-exit-reply", Effect::none, "", nullptr},
+    {"map-spawn", "map-spawn-reply", Effect::none, "bad map-spawn payload: ", nullptr},
+    {"map-move", "map-move-reply", Effect::none, "bad map-move payload: ", nullptr},
+    {"map-tick", "map-tick-reply", Effect::none, "", nullptr},
+    {"map-snapshot", "map-snapshot-reply", Effect::none, "", nullptr},
+    {"map-heightmap", "map-heightmap-reply", Effect::frame, "", nullptr},
+    {"map-minimap", "map-minimap-reply", Effect::frame, "", nullptr},
+    {"map-features", "map-features-reply", Effect::none, "", nullptr},
+    {"map-terrain-texture", "map-terrain-texture-reply", Effect::frame, "", nullptr},
+});
+// clang-format on
+
+}  // namespace
+
+std::span<const Command> commandTable() { return kCommands; }
+
+const Command* findCommand(std::string_view type) {
+    const auto found = std::ranges::find(kCommands, type, &Command::type);
+    return found == kCommands.end() ? nullptr : &*found;
+}
+
+}  // namespace orb::unitview::ipc

@@ -1,0 +1,59 @@
+#include "io/path_text.h"
+#include "server/handlers/handlers.h"
+#include "session/request_error.h"
+
+namespace orb::unitview::ipc::handlers {
+namespace {
+
+using nlohmann::json;
+
+DataRootsRequest decodeRoots(const Payload& payload) {
+    DataRootsRequest request;
+    const auto taDataPath = payload.text("taDataPath");
+    for (const std::string& path : payload.texts("modPaths").value_or(std::vector<std::string>{}))
+        request.modPaths.push_back(io::pathFromText(path));
+    request.mapsPath = io::pathFromText(payload.text("mapsPath").value_or(""));
+    if (!taDataPath) throw RequestError("taDataPath is required");
+    request.taDataPath = io::pathFromText(*taDataPath);
+    return request;
+}
+
+json encodeLayers(const std::vector<LayerReport>& layers) {
+    json result = json::array();
+    for (const LayerReport& layer : layers)
+        result.push_back({{"kind", layer.kind},
+                          {"path", io::textFromPath(layer.path)},
+                          {"archiveCount", layer.archiveCount}});
+    return result;
+}
+
+}  // namespace
+
+Reply setDataRoots(UnitViewSession& session, const Payload& payload) {
+    const DataRootsRequest request = decodeRoots(payload);
+    try {
+        const MountedData& data = session.setDataRoots(request);
+        return {{{"modArchives", data.result.modArchives},
+                 {"baseArchives", data.result.baseArchives},
+                 {"mapsLayered", data.result.mapsLayered},
+                 {"layers", encodeLayers(data.layers)},
+                 {"unitCount", data.catalogue.roster().size()}}};
+    } catch (const std::exception& error) {
+        throw RequestError(std::string("mount failed: ") + error.what());
+    }
+}
+
+Reply clearDataRoots(UnitViewSession& session, const Payload&) {
+    session.clearDataRoots();
+    return {};
+}
+
+Reply listVfsDir(UnitViewSession& session, const Payload& payload) {
+    const std::string path = payload.text("path").value_or("");
+    const auto& files = session.data().files;
+    return {{{"path", path},
+             {"directories", files.listDirectories(path)},
+             {"files", files.listFiles(path, "")}}};
+}
+
+}  // namespace orb::unitview::ipc::handlers

@@ -1,0 +1,139 @@
+#include "server/handlers/encode_unit.h"
+
+#include <nlohmann/json.hpp>
+
+#include "io/path_text.h"
+#include "model/piece_list.h"
+#include "server/handlers/json_numbers.h"
+#include "session/unit_details.h"
+
+namespace orb::unitview::ipc {
+namespace {
+
+using nlohmann::json;
+
+json encodePoint(const io::Vec3& point) {
+    return {shortestDouble(point[0]), shortestDouble(point[1]), shortestDouble(point[2])};
+}
+
+template <typename Value>
+json encodeValue(const Value& value) {
+    if constexpr (std::is_same_v<Value, float>)
+        return shortestDouble(value);
+    else
+        return value;
+}
+
+/// Numbers pieces in the order of flattenPieces; recursion is as deep as the model nests.
+json encodePieceTree(const io::Model3doObject& piece, int& nextIndex) {
+    json result = {{"name", piece.name},
+                   {"index", nextIndex++},
+                   {"position", encodePoint(piece.position)},
+                   {"vertexCount", piece.vertices.size()},
+                   {"primitiveCount", piece.primitives.size()}};
+    if (piece.selectionPrimitive) result["selectionPrimitive"] = *piece.selectionPrimitive;
+    json children = json::array();
+    for (const auto& child : piece.children)
+        children.push_back(encodePieceTree(*child, nextIndex));
+    result["children"] = std::move(children);
+    return result;
+}
+
+json encodeMovementClass(const MovementClassInfo& info) {
+    json result = {
+        {"name", info.name}, {"resolvedName", info.resolvedName}, {"found", info.found}};
+    if (!info.found) return result;
+    result.update({{"footprintX", info.footprintX},
+                   {"footprintZ", info.footprintZ},
+                   {"maxSlope", info.maxSlope},
+                   {"maxWaterDepth", info.maxWaterDepth},
+                   {"minWaterDepth", info.minWaterDepth},
+                   {"maxWaterSlope", info.maxWaterSlope},
+                   {"hasAuthoredConstraint", info.hasAuthoredConstraint},
+                   {"sourcePath", info.sourcePath},
+                   {"shadowedSources", info.shadowedSources}});
+    return result;
+}
+
+json encodeWeapon(const std::string& name, const NamedTable& weapons) {
+    const TableEntry* const weapon = weapons.find(name);
+    if (!weapon) return {{"name", name}, {"missing", true}};
+    json values = json::object();
+    for (const auto& [kind, key] : weapon->section.order)
+        if (kind == io::TdfSection::Entry::Kind::value)
+            values[key] = *weapon->section.getString(key);
+    return {{"name", weapon->name},
+            {"sourcePath", locationText(weapon->file.location())},
+            {"values", std::move(values)}};
+}
+
+json encodeSounds(const std::string& category, const GameTables& tables) {
+    json events = json::array();
+    for (const auto& [event, name, count] : describeSounds(tables, category))
+        events.push_back({{"event", event}, {"name", name}, {"count", count}});
+    return {{"category", category}, {"events", std::move(events)}};
+}
+
+std::vector<std::string> modelPieceNames(const io::Model3doObject& root) {
+    std::vector<std::string> names;
+    for (const auto& [piece, parent] : flattenPieces(root)) names.push_back(piece->name);
+    return names;
+}
+
+std::vector<std::string> scriptNames(const io::CobFile& cob) {
+    std::vector<std::string> names;
+    for (const auto& script : cob.scripts) names.push_back(script.name);
+    return names;
+}
+
+}  // namespace
+
+json encodeSource(const UnitSource& source) {
+    const bool isArchive = source.location.kind == io::FileLocation::Kind::archive;
+    json result = {{"kind", isArchive ? "archive" : "loose"},
+                   {"path", io::textFromPath(source.location.path)},
+                   {"inBaseTa", source.inBaseTa}};
+    if (isArchive) result["internalPath"] = source.location.internalPath;
+    return result;
+}
+
+json encodeFbi(const io::FbiUnitInfo& fbi) {
+    json result = json::object();
+    io::forEachFbiKey(fbi, [&](std::string_view key, const auto& value) {
+        result[std::string(key)] = encodeValue(value);
+    });
+    result["buildOptions"] = fbi.buildOptions;
+    return result;
+}
+
+json encodeLoadedUnit(const LoadedUnit& unit, const MountedData& data) {
+    static const io::CobFile kNoScript{0, {}, {}, 0, {}};
+    const io::CobFile& cob = unit.cob ? *unit.cob : kNoScript;
+    int pieceCount = 0;
+    json pieceTree = encodePieceTree(unit.model, pieceCount);
+    json weapons = json::array();
+    for (const std::string& name : weaponNames(unit.fbi))
+        weapons.push_back(encodeWeapon(name, data.tables.weapons));
+
+    json result = {{"unitName", unit.name},
+                   {"loadedFromIR", unit.loadedFromIR},
+                   {"pieceCount", pieceCount},
+                   {"fbi", encodeFbi(unit.fbi)},
+                   {"pieceTree", std::move(pieceTree)},
+                   {"cobFunctions", scriptNames(cob)},
+                   {"cobVersion", cob.version},
+                   {"cobNumStaticVars", cob.staticVarCount},
+                   {"cobPieceNames", cob.pieces},
+                   {"modelPieceNames", modelPieceNames(unit.model)},
+                   {"weapons", std::move(weapons)},
+                   {"sounds", encodeSounds(unit.fbi.soundCategory, data.tables)}};
+    if (unit.source) result["source"] = encodeSource(*unit.source);
+    if (const auto info = describeMovementClass(data.tables, unit.fbi.movementClass))
+        result["movementClassInfo"] = encodeMovementClass(*info);
+    const UnitDeclaration* const baseline = data.catalogue.findBase(unit.name);
+    if (baseline && unit.source && !unit.source->inBaseTa)
+        result["baselineFbi"] = encodeFbi(baseline->info);
+    return result;
+}
+
+}  // namespace orb::unitview::ipc

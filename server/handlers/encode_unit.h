@@ -1,0 +1,19 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "session/unit_view_session.h"
+
+/// JSON forms that replies about units share.
+namespace orb::unitview::ipc {
+
+/// {"kind", "path", "internalPath" (archives only), "inBaseTa"}.
+nlohmann::json encodeSource(const UnitSource& source);
+
+/// Every key of a definition, typed, and "buildOptions".
+nlohmann::json encodeFbi(const io::FbiUnitInfo& fbi);
+
+/// The whole "unit-loaded" payload.
+nlohmann::json encodeLoadedUnit(const LoadedUnit& unit, const MountedData& data);
+
+}  // namespace orb::unitview::ipc

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "server/payload.h"
+#include "server/reply.h"
+#include "session/unit_view_session.h"
+
+/// The handlers of the command table, one file per family. Each decodes its payload, calls one
+/// operation of a subsystem and encodes the answer.
+namespace orb::unitview::ipc::handlers {
+
+// protocol.cpp
+Reply hello(UnitViewSession&, const Payload&);
+Reply ping(UnitViewSession&, const Payload&);
+Reply shutdown(UnitViewSession&, const Payload&);
+
+// data_roots.cpp
+Reply setDataRoots(UnitViewSession&, const Payload&);
+Reply clearDataRoots(UnitViewSession&, const Payload&);
+Reply listVfsDir(UnitViewSession&, const Payload&);
+
+// units.cpp
+Reply listUnits(UnitViewSession&, const Payload&);
+Reply loadUnit(UnitViewSession&, const Payload&);
+Reply compareUnits(UnitViewSession&, const Payload&);
+Reply setSimMode(UnitViewSession&, const Payload&);
+Reply renderConstants(UnitViewSession&, const Payload&);
+
+// archives.cpp
+Reply listArchiveContents(UnitViewSession&, const Payload&);
+Reply archiveBrowseOpen(UnitViewSession&, const Payload&);
+Reply archiveBrowsePreview(UnitViewSession&, const Payload&);
+Reply archiveBrowseExtractOne(UnitViewSession&, const Payload&);
+Reply archiveBrowseExtractDir(UnitViewSession&, const Payload&);
+Reply archiveBrowseExtractAll(UnitViewSession&, const Payload&);
+
+}  // namespace orb::unitview::ipc::handlers

@@ -1,0 +1,134 @@
+#include "session/archive_browser.h"
+
+#include <algorithm>
+#include <fstream>
+
+#include "io/archive/path_components.h"
+#include "io/path_text.h"
+#include "session/request_error.h"
+
+namespace orb::unitview {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kTemporarySuffix = ".orb-extract-tmp";
+
+// As deep as directories of an archive nest, which their reader bounds.
+void appendFiles(const io::HpiEntries& entries, const std::string& prefix,
+                 std::vector<ArchiveFile>& files) {
+    for (const io::HpiEntry& entry : entries) {
+        const std::string path = prefix + entry.name;
+        if (const auto* directory = entry.directory())
+            appendFiles(*directory, path + "/", files);
+        else
+            files.push_back({path, entry.file()});
+    }
+}
+
+/// The directory's path as requests may write it, with single slashes and one at the end.
+std::string directoryPrefix(std::string_view directory) {
+    std::string prefix;
+    for (auto part = io::takePathComponent(directory); !part.empty();
+         part = io::takePathComponent(directory))
+        prefix.append(part) += '/';
+    return prefix;
+}
+
+/// True when a name from an archive may become one on disk: every component stays below the
+/// destination on every platform.
+bool isSafePath(std::string_view path) {
+    constexpr std::string_view kForbidden("\\:\0", 3);
+    if (path.find_first_of(kForbidden) != std::string_view::npos) return false;
+    for (std::size_t begin = 0;;) {
+        const std::size_t end = std::min(path.find('/', begin), path.size());
+        if (!io::isPlainComponent(path.substr(begin, end - begin))) return false;
+        if (end == path.size()) return true;
+        begin = end + 1;
+    }
+}
+
+/// Writes to a neighbour first, so that a failure never leaves half a file under the real name.
+void writeWhole(const fs::path& path, io::ByteView bytes, bool overwrite) {
+    if (!overwrite && fs::exists(fs::symlink_status(path)))
+        throw RequestError("file exists: " + io::textFromPath(path));
+    fs::create_directories(path.parent_path());
+    fs::path temporary = path;
+    temporary += kTemporarySuffix;
+    fs::remove(temporary);
+    {
+        std::ofstream file(temporary, std::ios::binary);
+        if (!file) throw RequestError("open for write: " + io::textFromPath(path));
+        file.write(reinterpret_cast<const char*>(bytes.data()),
+                   static_cast<std::streamsize>(bytes.size()));
+        file.close();
+        if (!file) {
+            fs::remove(temporary);
+            throw RequestError("write failed: " + io::textFromPath(path));
+        }
+    }
+    std::error_code refused;
+    fs::rename(temporary, path, refused);
+    if (!refused) return;
+    std::error_code ignored;
+    fs::remove(temporary, ignored);
+    throw fs::filesystem_error("write failed", path, refused);
+}
+
+}  // namespace
+
+fs::path resolveArchivePath(const fs::path& path, std::span<const fs::path> roots) {
+    if (path.is_absolute()) return path;
+    std::error_code ignored;
+    for (const fs::path& root : roots)
+        if (fs::path candidate = root / path; fs::is_regular_file(candidate, ignored))
+            return candidate;
+    return path;
+}
+
+ArchiveFile findArchiveFile(const io::HpiArchive& archive, const std::string& internalPath) {
+    const auto path = archive.storedPath(internalPath);
+    if (!path) throw RequestError("not in archive: " + internalPath);
+    return {*path, archive.findFile(internalPath)->file()};
+}
+
+std::vector<ArchiveFile> listArchiveFiles(const io::HpiArchive& archive,
+                                          const std::string& directory) {
+    const io::HpiEntries* const entries = archive.findDirectory(directory);
+    if (!entries) throw RequestError("not in archive: " + directory);
+    std::vector<ArchiveFile> files;
+    appendFiles(*entries, directoryPrefix(directory), files);
+    return files;
+}
+
+ExtractedFile extractArchiveFile(const io::HpiArchive& archive, const std::string& internalPath,
+                                 const fs::path& destination, bool overwrite) {
+    const ArchiveFile file = findArchiveFile(archive, internalPath);
+    const std::string name = file.path.substr(file.path.rfind('/') + 1);
+    if (!isSafePath(name)) throw RequestError("unsafe file name: " + name);
+    const io::Bytes bytes = archive.openReader().readFile(*file.entry);
+    const fs::path path = destination / io::pathFromText(name);
+    writeWhole(path, bytes, overwrite);
+    return {path, bytes.size()};
+}
+
+ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
+                                         const std::string& directory,
+                                         const fs::path& destination, bool overwrite) {
+    ExtractionResult result;
+    io::HpiReader reader = archive.openReader();
+    for (const ArchiveFile& file : listArchiveFiles(archive, directory)) {
+        try {
+            if (!isSafePath(file.path)) throw RequestError("unsafe file name");
+            const io::Bytes bytes = reader.readFile(*file.entry);
+            writeWhole(destination / io::pathFromText(file.path), bytes, overwrite);
+            ++result.fileCount;
+            result.byteSize += bytes.size();
+        } catch (const std::exception& error) {
+            result.skipped.push_back({file.path, error.what()});
+        }
+    }
+    return result;
+}
+
+}  // namespace orb::unitview

@@ -1,0 +1,132 @@
+#include "session/loaded_unit.h"
+
+#include <fmt/format.h>
+
+#include <stdexcept>
+
+#include "io/ascii.h"
+#include "model/piece_list.h"
+#include "server/logger.h"
+#include "session/unit_ir.h"
+
+namespace orb::unitview {
+namespace {
+
+constexpr std::string_view kCobSuffix = ".cob";
+
+std::optional<UnitSource> sourceOf(const io::CompositeVirtualFileSystem& files,
+                                   const std::string& path) {
+    const auto found = files.locateInLayers(path);
+    if (!found) return std::nullopt;
+    return UnitSource{found->location, found->layer->rootKind == io::DataRootKind::base};
+}
+
+void takeDefinition(LoadedUnit& unit, io::TdfSection definition, const std::string& path) {
+    auto info = io::parseFbiUnitInfo(definition);
+    if (!info) throw std::runtime_error("FBI has no [UNITINFO] section: " + path);
+    unit.definition = std::move(definition);
+    unit.fbi = std::move(*info);
+}
+
+void logLoaded(const LoadedUnit& unit) {
+    std::size_t vertices = 0, textured = 0, colored = 0;
+    const auto pieces = flattenPieces(unit.model);
+    for (const auto& [piece, parent] : pieces) {
+        vertices += piece->vertices.size();
+        for (const auto& primitive : piece->primitives)
+            ++(primitive.textureName ? textured : colored);
+    }
+    const std::size_t scripts = unit.cob ? unit.cob->scripts.size() : 0;
+    LogLine line(LogLevel::info);
+    line << "[load-unit] " << unit.name << " loaded from "
+         << (unit.loadedFromIR ? "its IR document" : "the game files")
+         << ": pieces=" << pieces.size() << " scripts=" << scripts;
+    if (unit.loadedFromIR)
+        line << " vertices=" << vertices << " primitives=" << textured + colored
+             << " (textured=" << textured << " colored=" << colored << ")";
+}
+
+std::optional<LoadedUnit> loadFromIr(const io::CompositeVirtualFileSystem& files,
+                                     const std::string& name) {
+    const std::string path = fmt::format("{}/{}.json", pipeline::kUnitIrDirectory, name);
+    try {
+        const auto bytes = files.readFile(path);
+        if (!bytes) return std::nullopt;
+        LogLine(LogLevel::info) << "[load-unit] IR document found for " << name << ": " << path;
+        pipeline::UnitIr document = pipeline::parseUnitIr(*bytes);
+        if (!io::equalsIgnoringCase(document.unitName, name))
+            throw std::runtime_error(fmt::format("unitName must be \"{}\"", name));
+        LoadedUnit unit;
+        unit.name = document.unitName;
+        unit.loadedFromIR = true;
+        unit.source = sourceOf(files, path);
+        takeDefinition(unit, std::move(document.definition), path);
+        unit.model = std::move(document.model);
+        if (document.script)
+            unit.cob = std::make_shared<const io::CobFile>(std::move(*document.script));
+        return unit;
+    } catch (const std::exception& error) {
+        LogLine(LogLevel::warn) << "Failed to load IR for " << name << ": " << error.what()
+                                << " — falling back to VFS";
+        return std::nullopt;
+    }
+}
+
+/// The definition file of a unit: its own name's file first, else the one that declares it.
+std::string definitionPath(const io::CompositeVirtualFileSystem& files,
+                           const UnitCatalogue& catalogue, const std::string& name) {
+    std::string path = fmt::format("units/{}.fbi", name);
+    if (files.locate(path)) return path;
+    const UnitDeclaration* const declaration = catalogue.find(name);
+    return declaration ? fmt::format("units/{}.fbi", declaration->fileStem) : path;
+}
+
+std::shared_ptr<const io::CobFile> readScript(const io::CompositeVirtualFileSystem& files,
+                                              const LoadedUnit& unit) {
+    const std::string path = scriptPath(unit.fbi, unit.name);
+    const auto bytes = files.readFile(path);
+    if (bytes) return std::make_shared<const io::CobFile>(io::parseCob(*bytes));
+    LogLine(LogLevel::warn) << "COB not found for " << unit.name << " (script: " << path << ")";
+    return nullptr;
+}
+
+LoadedUnit loadFromGameFiles(const io::CompositeVirtualFileSystem& files,
+                             const UnitCatalogue& catalogue, const std::string& name) {
+    const std::string fbiPath = definitionPath(files, catalogue, name);
+    const auto text = files.readFile(fbiPath);
+    if (!text) throw std::runtime_error("FBI not found for unit: " + name);
+
+    LoadedUnit unit;
+    takeDefinition(unit, io::parseTdf(io::asText(*text)), fbiPath);
+    unit.name = unit.fbi.unitName.empty() ? name : unit.fbi.unitName;
+    unit.source = sourceOf(files, fbiPath);
+
+    if (unit.fbi.objectName.empty())
+        throw std::runtime_error("FBI has no objectName for unit: " + name);
+    const std::string modelPath = fmt::format("objects3d/{}.3DO", unit.fbi.objectName);
+    const auto model = files.readFile(modelPath);
+    if (!model) throw std::runtime_error("3DO not found: " + modelPath);
+    unit.model = io::parse3do(*model);
+    unit.cob = readScript(files, unit);
+    return unit;
+}
+
+}  // namespace
+
+LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
+                         const UnitCatalogue& catalogue, const std::string& name) {
+    auto fromIr = loadFromIr(files, name);
+    LoadedUnit unit = fromIr ? std::move(*fromIr) : loadFromGameFiles(files, catalogue, name);
+    logLoaded(unit);
+    return unit;
+}
+
+std::string scriptPath(const io::FbiUnitInfo& fbi, std::string_view unitName) {
+    std::string_view script = unitName;
+    if (!fbi.script.empty()) script = fbi.script;
+    if (!fbi.scriptName.empty()) script = fbi.scriptName;
+    if (io::endsWithIgnoringCase(script, kCobSuffix)) script.remove_suffix(kCobSuffix.size());
+    return fmt::format("scripts/{}{}", script, kCobSuffix);
+}
+
+}  // namespace orb::unitview

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "io/formats/cob_file.h"
+#include "io/formats/fbi.h"
+#include "io/formats/model3do.h"
+#include "session/unit_catalogue.h"
+#include "session/unit_source.h"
+
+namespace orb::unitview {
+
+/// A unit assembled from its files.
+struct LoadedUnit {
+    std::string name;
+    bool loadedFromIR = false;
+    /// Where the definition came from; none when no layer can tell.
+    std::optional<UnitSource> source;
+    /// The definition as written, and typed with defaults filled in.
+    io::TdfSection definition;
+    io::FbiUnitInfo fbi;
+    io::Model3doObject model;
+    /// None when the unit has no script file.
+    std::shared_ptr<const io::CobFile> cob;
+
+    /// The definition's [UNITINFO] section.
+    const io::TdfSection& unitInfo() const { return *definition.child("UNITINFO"); }
+};
+
+/// Assembles a unit from its intermediate representation document, or from the game files when
+/// there is none or it is wrong. `name` is a unit name or the stem of its definition file, in any
+/// case. Throws std::runtime_error "FBI not found for unit: …", "FBI has no [UNITINFO] section: …",
+/// "FBI has no objectName for unit: …", "3DO not found: …" or a file reader's text.
+LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
+                         const UnitCatalogue& catalogue, const std::string& name);
+
+/// The script file that a definition names: `scriptname`, else `script`, else the unit's own name;
+/// a path like "scripts/NAME.cob".
+std::string scriptPath(const io::FbiUnitInfo& fbi, std::string_view unitName);
+
+}  // namespace orb::unitview

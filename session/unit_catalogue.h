@@ -1,0 +1,63 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "io/formats/fbi.h"
+#include "io/vfs/composite_virtual_file_system.h"
+#include "session/unit_source.h"
+
+namespace orb::unitview {
+
+/// One unit definition file of one layer.
+struct UnitDeclaration {
+    /// The `UnitName` value, or the file's stem when that is empty.
+    std::string name;
+    /// The file's name without its extension, as stored.
+    std::string fileStem;
+    LayerFile file;
+    /// A layer above holds a file of the same path, so the game never reads this one.
+    bool isShadowed = false;
+    io::FbiUnitInfo info;
+};
+
+/// Every unit definition of every layer, shadowed ones included, so that collisions can be told.
+/// Borrows the layers.
+class UnitCatalogue {
+public:
+    UnitCatalogue() = default;
+    /// Reads units/*.fbi of every layer. A damaged file is logged and left out.
+    explicit UnitCatalogue(const io::CompositeVirtualFileSystem& files);
+    UnitCatalogue(UnitCatalogue&&) = default;
+    UnitCatalogue& operator=(UnitCatalogue&&) = default;
+
+    /// The units that the game sees: the winning declaration of each name, in the byte order of the
+    /// upper-cased names.
+    const std::vector<const UnitDeclaration*>& roster() const { return roster_; }
+
+    /// All declarations of each upper-cased name, in layer order.
+    using NameIndex = std::map<std::string, std::vector<const UnitDeclaration*>, std::less<>>;
+    const NameIndex& declarations() const { return byName_; }
+
+    /// The winning declaration of a unit name in any case, or null.
+    const UnitDeclaration* find(std::string_view name) const;
+
+    /// The definition that loading `name` reads: the file of that name, else the one that declares
+    /// it, in any case; or null.
+    const UnitDeclaration* findLoadable(std::string_view name) const;
+
+    /// The base game's own declaration of a unit, shadowed or not, or null.
+    const UnitDeclaration* findBase(std::string_view name) const;
+
+private:
+    std::vector<std::unique_ptr<UnitDeclaration>> declarations_;
+    NameIndex byName_;
+    /// What the game reads from each file, by upper-cased stem.
+    std::map<std::string, const UnitDeclaration*, std::less<>> byFile_;
+    std::vector<const UnitDeclaration*> roster_;
+};
+
+}  // namespace orb::unitview

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+
+#include "io/vfs/composite_virtual_file_system.h"
+
+namespace orb::unitview {
+
+/// Where a unit's file lives.
+struct UnitSource {
+    io::FileLocation location;
+    /// In the game's own data path, not in a mod root.
+    bool inBaseTa = false;
+};
+
+/// A file of one layer by its virtual path, such as "units/NAME.FBI" with the name as stored. The
+/// layer must stay mounted.
+struct LayerFile {
+    const io::VfsLayer* layer = nullptr;
+    std::string path;
+
+    /// Where the file lies now; for one that has vanished since, where it would lie.
+    io::FileLocation location() const;
+    bool isInBaseTa() const { return layer->rootKind == io::DataRootKind::base; }
+};
+
+/// The path, or for an archive entry "<archive path> :: <internal path>".
+std::string locationText(const io::FileLocation& location);
+
+}  // namespace orb::unitview

@@ -1,0 +1,73 @@
+#include "session/unit_view_session.h"
+
+#include <stdexcept>
+
+#include "server/logger.h"
+#include "session/request_error.h"
+
+namespace orb::unitview {
+namespace {
+
+void logProgress(std::size_t index, std::size_t count, const std::string& archiveName) {
+    LogLine(LogLevel::info) << "[mount] archive " << index + 1 << " of " << count << ": "
+                            << archiveName;
+}
+
+/// A damaged palette must not keep the roots from being mounted.
+void loadPalette(const io::CompositeVirtualFileSystem& files, io::Palette& palette) {
+    try {
+        io::loadGamePalette(files, palette);
+    } catch (const std::exception& error) {
+        LogLine(LogLevel::warn) << "[palette] cannot read 'palettes/PALETTE.PAL': " << error.what()
+                                << " — using grayscale ramp";
+        palette = io::greyscaleRamp();
+    }
+}
+
+}  // namespace
+
+const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request) {
+    if (request.taDataPath.empty()) throw std::invalid_argument("taDataPath must not be empty");
+
+    auto mounted = std::make_unique<MountedData>();
+    mounted->result = io::buildLayers(mounted->files, request.modPaths, request.taDataPath,
+                                      request.mapsPath, logProgress);
+    mounted->roots = request.modPaths;
+    mounted->roots.push_back(request.taDataPath);
+    mounted->layers.push_back({"base", request.taDataPath, mounted->result.baseArchives});
+    if (mounted->result.mapsLayered) {
+        mounted->roots.push_back(request.mapsPath);
+        mounted->layers.push_back({"maps", request.mapsPath, 0});
+    }
+    mounted->catalogue = UnitCatalogue(mounted->files);
+    mounted->tables = readGameTables(mounted->files);
+    loadPalette(mounted->files, palette_);
+
+    data_ = std::move(mounted);
+    LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
+                            << data_->catalogue.roster().size() << " units";
+    return *data_;
+}
+
+void UnitViewSession::clearDataRoots() {
+    unit_.reset();
+    data_.reset();
+}
+
+const MountedData& UnitViewSession::data() const {
+    if (!data_) throw RequestError("data roots not set");
+    return *data_;
+}
+
+const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {
+    const MountedData& mounted = data();
+    unit_.reset();
+    try {
+        unit_ = loadUnitFiles(mounted.files, mounted.catalogue, name);
+    } catch (const std::exception& error) {
+        throw RequestError(error.what());
+    }
+    return *unit_;
+}
+
+}  // namespace orb::unitview

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "io/formats/palette.h"
+#include "io/vfs/data_roots.h"
+#include "session/game_tables.h"
+#include "session/loaded_unit.h"
+#include "session/sim_mode.h"
+#include "session/unit_catalogue.h"
+
+namespace orb::unitview {
+
+/// Where the game data lies.
+struct DataRootsRequest {
+    /// The installed game; required.
+    std::filesystem::path taDataPath;
+    /// Folders that add or replace files, the first before the others.
+    std::vector<std::filesystem::path> modPaths;
+    std::filesystem::path mapsPath;
+};
+
+/// One line of the layer report.
+struct LayerReport {
+    std::string kind;
+    std::filesystem::path path;
+    std::uint32_t archiveCount = 0;
+};
+
+/// The data roots as mounted, with everything that was read from them at once.
+struct MountedData {
+    io::CompositeVirtualFileSystem files;
+    io::MountResult result;
+    std::vector<LayerReport> layers;
+    /// The roots in mount order: mods, game directory, maps.
+    std::vector<std::filesystem::path> roots;
+    UnitCatalogue catalogue;
+    GameTables tables;
+};
+
+/// The one session of the process: the mounted game data, the loaded unit and what hangs from them.
+/// Message handlers borrow from it for the length of one request.
+class UnitViewSession {
+public:
+    /// Mounts the roots and reads catalogue and tables, then replaces what was mounted before; the
+    /// loaded unit stays. Throws std::invalid_argument "taDataPath must not be empty" or what
+    /// listing a root raises; then everything stays as it was.
+    const MountedData& setDataRoots(const DataRootsRequest& request);
+
+    /// Drops the mounted data and the loaded unit.
+    void clearDataRoots();
+
+    /// The mounted data. Throws RequestError "data roots not set".
+    const MountedData& data() const;
+    bool hasData() const { return data_ != nullptr; }
+
+    /// Loads a unit in place of the loaded one. A failure, reported as RequestError with its text,
+    /// leaves no unit loaded.
+    const LoadedUnit& loadUnit(const std::string& name);
+
+    /// The loaded unit or null.
+    const LoadedUnit* unit() const { return unit_ ? &*unit_ : nullptr; }
+
+    const io::Palette& palette() const { return palette_; }
+
+    SimMode simMode() const { return simMode_; }
+    void setSimMode(SimMode mode) { simMode_ = mode; }
+
+private:
+    std::unique_ptr<MountedData> data_;
+    io::Palette palette_ = io::greyscaleRamp();
+    std::optional<LoadedUnit> unit_;
+    SimMode simMode_ = SimMode::still;
+};
+
+}  // namespace orb::unitview

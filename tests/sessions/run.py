@@ -1,0 +1,183 @@
+#!/usr/bin/env python3
+"""Plays session transcripts against the real program and compares what it answers.
+
+A transcript (*.session, or the fenced `session` blocks of a Markdown page) is a list of lines:
+
+    # a remark
+    > {"type":"ping","seq":1}            a request, sent as it stands
+    < {"data":{},"seq":1,"type":"pong"}  the next line of output must hold this
+    ! {"type":"piece-transforms"}        the same for an event (a line with seq 0)
+    ~ 4                                  a binary frame of that many bytes must have arrived;
+    ~ byteSize                           of as many as the last reply's "byteSize" says
+
+Expected objects may leave members out; "..." stands for any value, and as the last element of an
+array for any further elements; a text that ends in "..." gives only its beginning. A line that
+starts with blanks continues the one above it. $DATA is the folder of the sample data roots, $TMP an
+empty folder of the session's own. A line `@ no-fd3` at the top starts the program without a binary
+channel.
+
+usage: run.py PROGRAM DATA FILE...
+"""
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import threading
+
+
+EVENTS = ["piece-transforms"]
+
+# Holds descriptor 3, so that no other file of ours gets the number before a child is given it.
+NOTHING = os.open(os.devnull, os.O_RDONLY)
+os.dup2(NOTHING, 3)
+
+
+class Mismatch(Exception):
+    pass
+
+
+class Frames:
+    """Collects what arrives on the binary channel, so that the program never blocks on it."""
+
+    def __init__(self, descriptor):
+        self.stream = os.fdopen(descriptor, "rb")
+        self.frames = []
+        self.arrived = threading.Condition()
+        threading.Thread(target=self.collect, daemon=True).start()
+
+    def collect(self):
+        while len(length := self.stream.read(4)) == 4:
+            frame = self.stream.read(int.from_bytes(length, "little"))
+            with self.arrived:
+                self.frames.append(frame)
+                self.arrived.notify()
+
+    def next(self):
+        with self.arrived:
+            if not self.arrived.wait_for(lambda: self.frames, timeout=20):
+                raise Mismatch("no binary frame arrived")
+            return self.frames.pop(0)
+
+
+def difference(expected, actual, path="line"):
+    """What keeps `actual` from holding `expected`, or None."""
+    if expected == "...":
+        return None
+    if isinstance(expected, dict) and isinstance(actual, dict):
+        for key, value in expected.items():
+            if key not in actual:
+                return f"{path}.{key} is absent"
+            if found := difference(value, actual[key], f"{path}.{key}"):
+                return found
+        return None
+    if isinstance(expected, list) and isinstance(actual, list):
+        is_open = expected[-1:] == ["..."]
+        wanted = expected[:-1] if is_open else expected
+        if len(actual) < len(wanted) or (len(actual) > len(wanted) and not is_open):
+            return f"{path} has {len(actual)} elements, expected {len(wanted)}: {actual}"
+        for index, (left, right) in enumerate(zip(wanted, actual)):
+            if found := difference(left, right, f"{path}[{index}]"):
+                return found
+        return None
+    if isinstance(expected, str) and isinstance(actual, str) and expected.endswith("..."):
+        return None if actual.startswith(expected[:-3]) else f"{path} is {actual!r}"
+    if isinstance(expected, float) and isinstance(actual, (int, float)):
+        return None if abs(expected - actual) < 1e-4 else f"{path} is {actual}, expected {expected}"
+    if type(expected) is type(actual) and expected == actual:
+        return None
+    return f"{path} is {json.dumps(actual)}, expected {json.dumps(expected)}"
+
+
+def read_steps(path):
+    """The steps of each transcript in a file: lists of (line number, sign, text)."""
+    with open(path, encoding="utf-8") as file:
+        lines = file.read().split("\n")
+    is_page = path.endswith(".md")
+    inside = not is_page
+    steps = []
+    for number, line in enumerate(lines, 1):
+        if is_page and line.startswith("```"):
+            inside = line.strip() == "```session"
+        elif inside and line[:1] in ("#", "") and (not line or line[0] == "#"):
+            continue
+        elif inside and line[:1] == " " and steps:
+            steps[-1] = (*steps[-1][:2], steps[-1][2] + line.strip())
+        elif inside:
+            steps.append((number, line[0], line[1:].strip()))
+    return steps
+
+
+def play(program, data, path):
+    """Plays one file; raises Mismatch with the place of the first difference."""
+    steps = read_steps(path)
+    binary = True
+    if steps and steps[0][1] == "@":
+        binary = steps.pop(0)[2] != "no-fd3"
+    with tempfile.TemporaryDirectory() as scratch:
+        reader, writer = os.pipe()
+        os.dup2(writer, 3)
+        process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                   stderr=open(os.path.join(scratch, "log"), "wb"),
+                                   pass_fds=[3] if binary else [])
+        os.dup2(NOTHING, 3)
+        os.close(writer)
+        frames = Frames(reader)
+        work = os.path.join(scratch, "work")
+        os.mkdir(work)
+
+        def fill(text):
+            return text.replace("$DATA", data).replace("$TMP", work)
+
+        reply = None
+        for number, sign, text in steps:
+            try:
+                if sign == ">":
+                    process.stdin.write(fill(text).encode() + b"\n")
+                    process.stdin.flush()
+                elif sign in "<!":
+                    line = process.stdout.readline()
+                    if not line:
+                        raise Mismatch("the program has ended")
+                    actual = json.loads(line)
+                    if found := difference(json.loads(fill(text)), actual):
+                        raise Mismatch(f"{found}\n  answer: {line.decode()[:2000]}")
+                    if (sign == "!") != (actual["type"] in EVENTS):
+                        raise Mismatch(f"not {'an event' if sign == '!' else 'a reply'}: {line}")
+                    if sign == "<":
+                        reply = actual
+                elif sign == "~":
+                    size = len(frames.next())
+                    wanted = reply["data"]["byteSize"] if text == "byteSize" else int(text)
+                    if size != wanted:
+                        raise Mismatch(f"a frame of {size} bytes, expected {wanted}")
+                else:
+                    raise Mismatch(f"unknown sign {sign!r}")
+            except (Mismatch, ValueError, BrokenPipeError) as error:
+                process.kill()
+                raise Mismatch(f"{path}:{number}: {error}") from None
+        process.stdin.close()
+        rest = process.stdout.read()
+        status = process.wait(timeout=60)
+        if rest:
+            raise Mismatch(f"{path}: unexpected output at the end: {rest.decode()[:2000]}")
+        if status != 0:
+            log = open(os.path.join(scratch, "log"), encoding="utf-8", errors="replace").read()
+            raise Mismatch(f"{path}: the program ended with status {status}\n{log[-4000:]}")
+    return sum(sign in "<!~" for _, sign, _ in steps)
+
+
+def main():
+    program, data, *files = sys.argv[1:]
+    failures = 0
+    for path in files:
+        try:
+            print(f"ok   {os.path.basename(path)}: {play(program, os.path.abspath(data), path)} answers")
+        except Mismatch as error:
+            failures += 1
+            print(f"FAIL {error}")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
