@@ -1,4 +1,5 @@
 #include "io/formats/tdf.h"
+#include "io/formats/tdf_scanner.h"
 
 #include <gtest/gtest.h>
 
