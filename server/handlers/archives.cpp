@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <ranges>
+#include <span>
 
 #include "io/path_text.h"
 #include "server/base64.h"
@@ -17,7 +17,7 @@ constexpr std::size_t kMaxListedEntries = 100'000;
 constexpr std::int64_t kDefaultPreviewBytes = 65'536;
 
 std::string requireMember(const Payload& payload, const char* key) {
-    const std::string value = payload.text(key).value_or("");
+    std::string value = payload.text(key).value_or("");
     if (value.empty()) throw RequestError(std::string(key) + " is required");
     return value;
 }
@@ -105,7 +105,8 @@ Reply listArchiveContents(UnitViewSession& session, const Payload& payload) {
     const io::HpiArchive archive = openArchive(session, path);
     const auto files = listArchiveFiles(archive, "");
     json entries = json::array();
-    for (const ArchiveFile& file : files | std::views::take(kMaxListedEntries))
+    for (const ArchiveFile& file :
+         std::span(files).first(std::min(files.size(), kMaxListedEntries)))
         entries.push_back(encodeFile("path", file.path, *file.entry));
     return {{{"path", path},
              {"bank", archive.isBank()},
