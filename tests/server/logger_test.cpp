@@ -1,8 +1,8 @@
 #include "server/logger.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 
 #include <gtest/gtest.h>
 
@@ -19,15 +19,18 @@ TEST(Logger, WritesStampedLinesAtOrAboveItsLevelToItsFile) {
         logger.setMinimumLevel(LogLevel::warn);
         LogLine(logger, LogLevel::debug) << "dropped";
         LogLine(logger, LogLevel::info) << "dropped";
-        LogLine(logger, LogLevel::warn) << "kept " << 1;
-        LogLine(logger, static_cast<LogLevel>(7)) << "kept " << 2;
+        LogLine(logger, LogLevel::warn) << "kept "
+                                        << "this";
+        LogLine(logger, static_cast<LogLevel>(7)) << "kept "
+                                                  << "this too";
     }
     std::ifstream file(path);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    const std::string stamp = R"(\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] )";
-    EXPECT_TRUE(std::regex_match(
-        text, std::regex(stamp + "\\[WARN\\] kept 1\n" + stamp + "\\[UNKNOWN\\] kept 2\n")))
-        << text;
+    std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }, '0');
+    EXPECT_EQ(text,
+              "[0000-00-00 00:00:00.000] [WARN] kept this\n"
+              "[0000-00-00 00:00:00.000] [UNKNOWN] kept this too\n");
 }
 
 }  // namespace
