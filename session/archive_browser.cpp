@@ -37,15 +37,6 @@ struct FileLister {
     }
 };
 
-/// The directory's path as requests may write it, with single slashes and one at the end.
-std::string directoryPrefix(std::string_view directory) {
-    std::string prefix;
-    for (auto part = io::takePathComponent(directory); !part.empty();
-         part = io::takePathComponent(directory))
-        prefix.append(part) += '/';
-    return prefix;
-}
-
 /// True when a name from an archive may become one on disk: every component stays below the
 /// destination on every platform.
 bool isSafePath(std::string_view path) {
@@ -105,10 +96,11 @@ ArchiveFile findArchiveFile(const io::HpiArchive& archive, const std::string& in
 
 std::vector<ArchiveFile> listArchiveFiles(const io::HpiArchive& archive,
                                           const std::string& directory) {
-    const io::HpiEntries* const entries = archive.findDirectory(directory);
+    std::string storedPath;
+    const io::HpiEntries* const entries = archive.findDirectory(directory, &storedPath);
     if (!entries) throw RequestError("not in archive: " + directory);
     FileLister lister;
-    lister.append(*entries, directoryPrefix(directory));
+    lister.append(*entries, storedPath);
     return std::move(lister.files);
 }
 
