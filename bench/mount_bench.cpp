@@ -3,6 +3,7 @@
 // reading and inflating its three files, and against loading from a game of 30 units in one
 // archive.
 
+#include <deque>
 #include <filesystem>
 #include <fstream>
 
@@ -157,12 +158,19 @@ int main() {
     const double mountMemory = peakMegabytes() - memoryBefore;
     if (readPlainly(mountReads) != mountBytes) bench::fail("the plain reader reads something else");
 
-    const auto mount = bench::bestSeconds({[&] {
-                                               session.setDataRoots({large.game, {}, {}});
-                                           },
-                                           [&] { readPlainly(mountReads); }});
-    bench::printRow("mount 3000 units, 40 archives / plain read", mount[0] * 1e3, mount[1] * 1e3,
-                    "ms", mount[0] / mount[1]);
+    std::deque<unitview::UnitViewSession> fresh;
+    const auto mount =
+        bench::bestSeconds({[&] {
+                                fresh.emplace_back().setDataRoots({large.game, {}, {}});
+                            },
+                            [&] {
+                                session.setDataRoots({large.game, {}, {}});
+                            },
+                            [&] { readPlainly(mountReads); }});
+    bench::printRow("mount 3000 units, 40 archives / plain read", mount[0] * 1e3, mount[2] * 1e3,
+                    "ms", mount[0] / mount[2]);
+    bench::printRow("  in place of roots mounted before", mount[1] * 1e3, mount[2] * 1e3, "ms",
+                    mount[1] / mount[2]);
     bench::printRow("  memory while mounting / bytes read", mountMemory,
                     static_cast<double>(mountBytes) / 1e6, "MB",
                     mountMemory / (static_cast<double>(mountBytes) / 1e6));
