@@ -71,6 +71,8 @@ TEST(LooseFilesTest, FindsFilesInAnyCaseAndOnlyInsideTheRoot) {
         EXPECT_EQ(files.locate(each.path).has_value(), each.content != nullptr) << each.path;
         EXPECT_EQ(content.value_or(Bytes{}), bytesOf(each.content ? each.content : ""));
     }
+    fs::resize_file(folder.write("root/huge.fbi", ""), std::uintmax_t{1} << 40);
+    EXPECT_EQ(files.readFile("huge.fbi"), std::nullopt);
     EXPECT_EQ(files.locate("uNITS/aRMCOM.fbi")->path, folder.path() / "root/Units/ArmCom.FBI");
     EXPECT_EQ(sorted(files.listFiles("UNITS", ".Fbi")),
               (Names{"ArmCom.FBI", "BOTH.fbi", "both.fbi"}));
