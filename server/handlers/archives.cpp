@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <ranges>
+#include <span>
 
 #include "io/path_text.h"
 #include "server/base64.h"
@@ -111,7 +111,8 @@ Reply listArchiveContents(UnitViewSession& session, const Payload& payload) {
     const io::HpiArchive archive = openArchive(session, path);
     const auto files = listArchiveFiles(archive, "");
     json entries = json::array();
-    for (const ArchiveFile& file : files | std::views::take(kMaxListedEntries))
+    for (const ArchiveFile& file :
+         std::span(files).first(std::min(files.size(), kMaxListedEntries)))
         entries.push_back(encodeFile("path", file.path, *file.entry));
     return {{{"path", path},
              {"bank", archive.isBank()},
