@@ -34,8 +34,6 @@ std::int64_t decodeInteger(const json& value) {
         if (number >= 0x1p63) return kMax;
         return number < -0x1p63 ? kMin : static_cast<std::int64_t>(number);
     }
-    if (value.is_boolean())
-        return decodeAs<json::number_integer_t>(value);  // throws the type error
     return decodeAs<std::int64_t>(value);
 }
 

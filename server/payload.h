@@ -11,7 +11,7 @@
 
 namespace orb::unitview::ipc {
 
-/// A payload that does not decode; the text is the JSON library's own.
+/// A payload that does not decode; mostly the text is the JSON library's own.
 class PayloadError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -28,8 +28,8 @@ constexpr ConstraintKey kConstraintKeys[] = {
 
 bool containsIgnoringCase(std::string_view text, std::string_view part) {
     const auto equal = [](char a, char b) { return io::toLower(a) == io::toLower(b); };
-    return part.empty() ||
-           std::search(text.begin(), text.end(), part.begin(), part.end(), equal) != text.end();
+    const auto found = std::search(text.begin(), text.end(), part.begin(), part.end(), equal);
+    return found != text.end() || part.empty();
 }
 
 SoundEvent describeEvent(const io::TdfSection& category, std::string_view event) {

@@ -16,10 +16,13 @@ using nlohmann::json;
 constexpr std::size_t kMaxListedEntries = 100'000;
 constexpr std::int64_t kDefaultPreviewBytes = 65'536;
 
-std::string requireMember(const Payload& payload, const char* key) {
-    std::string value = payload.text(key).value_or("");
+std::string decodeText(const Payload& payload, const char* key) {
+    return payload.text(key).value_or("");
+}
+
+/// For when all members are decoded: a wrong type is reported before an absence.
+void requireText(const char* key, const std::string& value) {
     if (value.empty()) throw RequestError(std::string(key) + " is required");
-    return value;
 }
 
 /// The archive that the payload's "path" names. What its reader throws is the whole error text.
@@ -81,10 +84,12 @@ struct PreviewEncoder {
     }
 };
 
-Reply extractBelow(UnitViewSession& session, const Payload& payload, const std::string& path,
-                   const std::string& directory) {
-    const std::string destination = requireMember(payload, "destination");
+Reply extractBelow(UnitViewSession& session, const Payload& payload, const std::string& directory) {
+    const std::string path = decodeText(payload, "path");
+    const std::string destination = decodeText(payload, "destination");
     const bool overwrite = payload.flag("overwrite").value_or(false);
+    requireText("path", path);
+    requireText("destination", destination);
     const io::HpiArchive archive = openArchive(session, path);
     const ExtractionResult result = reportingFailure([&] {
         return extractArchiveDirectory(archive, directory, io::pathFromText(destination),
@@ -101,7 +106,8 @@ Reply extractBelow(UnitViewSession& session, const Payload& payload, const std::
 }  // namespace
 
 Reply listArchiveContents(UnitViewSession& session, const Payload& payload) {
-    const std::string path = requireMember(payload, "path");
+    const std::string path = decodeText(payload, "path");
+    requireText("path", path);
     const io::HpiArchive archive = openArchive(session, path);
     const auto files = listArchiveFiles(archive, "");
     json entries = json::array();
@@ -116,7 +122,8 @@ Reply listArchiveContents(UnitViewSession& session, const Payload& payload) {
 }
 
 Reply archiveBrowseOpen(UnitViewSession& session, const Payload& payload) {
-    const std::string path = requireMember(payload, "path");
+    const std::string path = decodeText(payload, "path");
+    requireText("path", path);
     const io::HpiArchive archive = openArchive(session, path);
     Totals totals;
     json root = encodeTree("", archive.root().entries, totals);
@@ -129,9 +136,11 @@ Reply archiveBrowseOpen(UnitViewSession& session, const Payload& payload) {
 }
 
 Reply archiveBrowsePreview(UnitViewSession& session, const Payload& payload) {
-    const std::string path = requireMember(payload, "path");
-    const std::string internalPath = requireMember(payload, "internalPath");
+    const std::string path = decodeText(payload, "path");
+    const std::string internalPath = decodeText(payload, "internalPath");
     const auto maxBytes = payload.integer("maxBytes").value_or(kDefaultPreviewBytes);
+    requireText("path", path);
+    requireText("internalPath", internalPath);
     const io::HpiArchive archive = openArchive(session, path);
     const ArchivePreview preview = reportingFailure([&] {
         return previewArchiveFile(archive, internalPath,
@@ -147,10 +156,13 @@ Reply archiveBrowsePreview(UnitViewSession& session, const Payload& payload) {
 }
 
 Reply archiveBrowseExtractOne(UnitViewSession& session, const Payload& payload) {
-    const std::string path = requireMember(payload, "path");
-    const std::string internalPath = requireMember(payload, "internalPath");
-    const std::string destination = requireMember(payload, "destination");
+    const std::string path = decodeText(payload, "path");
+    const std::string internalPath = decodeText(payload, "internalPath");
+    const std::string destination = decodeText(payload, "destination");
     const bool overwrite = payload.flag("overwrite").value_or(false);
+    requireText("path", path);
+    requireText("internalPath", internalPath);
+    requireText("destination", destination);
     const io::HpiArchive archive = openArchive(session, path);
     const ExtractedFile file = reportingFailure([&] {
         return extractArchiveFile(archive, internalPath, io::pathFromText(destination), overwrite);
@@ -159,12 +171,11 @@ Reply archiveBrowseExtractOne(UnitViewSession& session, const Payload& payload) 
 }
 
 Reply archiveBrowseExtractDir(UnitViewSession& session, const Payload& payload) {
-    const std::string path = requireMember(payload, "path");
-    return extractBelow(session, payload, path, payload.text("directory").value_or(""));
+    return extractBelow(session, payload, decodeText(payload, "directory"));
 }
 
 Reply archiveBrowseExtractAll(UnitViewSession& session, const Payload& payload) {
-    return extractBelow(session, payload, requireMember(payload, "path"), "");
+    return extractBelow(session, payload, "");
 }
 
 }  // namespace orb::unitview::ipc::handlers
