@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "io/path_text.h"
 #include "server/logger.h"
 #include "session/request_error.h"
 
@@ -22,6 +23,12 @@ void loadPalette(const io::CompositeVirtualFileSystem& files, io::Palette& palet
                                 << " — using grayscale ramp";
         palette = io::greyscaleRamp();
     }
+}
+
+/// The name of a definition's file, which leads to it whatever the definition says now.
+std::string sourceStem(const io::FileLocation& source) {
+    const bool isLoose = source.kind == io::FileLocation::Kind::loose;
+    return (isLoose ? source.path : std::filesystem::path(source.internalPath)).stem().string();
 }
 
 }  // namespace
@@ -71,6 +78,35 @@ UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
             findSource(data_->files, definitionPath(data_->files, data_->catalogue, name)))
         return *source;
     throw RequestError("could not locate source for " + name);
+}
+
+bool UnitViewSession::isLoadedFrom(const io::FileLocation& written) const {
+    if (!unit_ || !unit_->source) return false;
+    const io::FileLocation& source = unit_->source->location;
+    return source.path == written.path &&
+           (written.internalPath.empty() || source.internalPath == written.internalPath);
+}
+
+std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLocation& written) {
+    try {
+        if (written.kind == io::FileLocation::Kind::archive)
+            data_->files.reopenArchive(written.path);
+        data_->catalogue = UnitCatalogue(data_->files);
+        data_->tables = readGameTables(data_->files);
+        loadPalette(data_->files, palette_);
+    } catch (const std::exception& error) {
+        // What was written is written; the next mount tells more.
+        LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.path) << ": "
+                                << error.what();
+    }
+    if (!isLoadedFrom(written)) return std::nullopt;
+    try {
+        loadUnit(sourceStem(unit_->source->location));
+    } catch (const RequestError& error) {
+        LogLine(LogLevel::warn) << "[refresh] unit unloaded: " << error.what();
+        return error.what();
+    }
+    return std::nullopt;
 }
 
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {

@@ -64,6 +64,12 @@ public:
     /// setDataRoots first" or "could not locate source for NAME".
     UnitSource resolveUnitSource(const std::string& name) const;
 
+    /// Takes over a file that was written behind the mounted data: reopens the archive (an empty
+    /// internal path stands for all its entries), reads catalogue and tables anew, and reloads the
+    /// loaded unit when the file is its source. Returns why that unit cannot be loaded any more (it
+    /// is not loaded then), or none.
+    std::optional<std::string> refreshAfterWrite(const io::FileLocation& written);
+
     /// Loads a unit in place of the loaded one. A failure, reported as RequestError with its text,
     /// leaves no unit loaded.
     const LoadedUnit& loadUnit(const std::string& name);
@@ -84,6 +90,7 @@ public:
 
 private:
     void unloadUnit();
+    bool isLoadedFrom(const io::FileLocation& written) const;
 
     std::unique_ptr<MountedData> data_;
     io::Palette palette_ = io::greyscaleRamp();

@@ -48,4 +48,12 @@ Reply cobContinue(UnitViewSession&, const Payload&);
 Reply cobStepInstruction(UnitViewSession&, const Payload&);
 Reply cobStepLine(UnitViewSession&, const Payload&);
 
+// authoring.cpp
+Reply resolveUnitSource(UnitViewSession&, const Payload&);
+Reply requireWritableSource(UnitViewSession&, const Payload&);
+Reply restoreSourceFromBackup(UnitViewSession&, const Payload&);
+Reply fbiRaw(UnitViewSession&, const Payload&);
+Reply saveFbiRaw(UnitViewSession&, const Payload&);
+Reply fbiPatch(UnitViewSession&, const Payload&);
+
 }  // namespace orb::unitview::ipc::handlers
