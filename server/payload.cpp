@@ -83,6 +83,12 @@ std::optional<std::int64_t> Payload::integer(const char* key) const {
     return value ? std::optional(decodeInteger(*value)) : std::nullopt;
 }
 
+std::optional<double> Payload::number(const char* key) const {
+    const json* const value = member(key);
+    if (value && value->is_boolean()) decodeAs<json::number_integer_t>(*value);  // throws
+    return value ? std::optional(decodeAs<double>(*value)) : std::nullopt;
+}
+
 std::int64_t Payload::requiredInteger(const char* key) const {
     return decodeInteger(requiredMember(key));
 }
@@ -99,6 +105,11 @@ std::vector<std::string> Payload::requiredTexts(const char* key) const {
 std::optional<std::vector<std::int64_t>> Payload::integers(const char* key) const {
     const json* const value = member(key);
     return value ? std::optional(decodeArray(*value, decodeInteger)) : std::nullopt;
+}
+
+std::optional<Payload> Payload::object(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(Payload(decodeAs<json::object_t>(*value))) : std::nullopt;
 }
 
 std::optional<std::vector<Payload>> Payload::objects(const char* key) const {

@@ -48,4 +48,10 @@ Reply cobContinue(UnitViewSession&, const Payload&);
 Reply cobStepInstruction(UnitViewSession&, const Payload&);
 Reply cobStepLine(UnitViewSession&, const Payload&);
 
+// bos.cpp
+Reply cobCompile(UnitViewSession&, const Payload&);
+Reply cobDisassemble(UnitViewSession&, const Payload&);
+Reply cobGetUnitBos(UnitViewSession&, const Payload&);
+Reply cobSourceCompare(UnitViewSession&, const Payload&);
+
 }  // namespace orb::unitview::ipc::handlers
