@@ -8,6 +8,7 @@ std::uint32_t DiagnosticList::addFile(std::string name) {
 }
 
 void DiagnosticList::error(const SourcePosition& at, const char* code, std::string message) {
+    if (errors_ == kMaxErrors) throw TooManyErrors{};
     add(Severity::error, at, code, std::move(message));
     if (++errors_ == kMaxErrors) throw TooManyErrors{};
 }

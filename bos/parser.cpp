@@ -1,6 +1,7 @@
 #include "bos/parser.h"
 
 #include <optional>
+#include <span>
 
 #include <fmt/format.h>
 
@@ -17,9 +18,9 @@ using PartKind = FormPart::Kind;
 
 class Parser {
 public:
-    Parser(PreprocessedSource& source, Program& program, DiagnosticList& diagnostics)
+    Parser(std::span<Token> tokens, Program& program, DiagnosticList& diagnostics)
         : program_(program),
-          reader_(source.tokens, program, diagnostics),
+          reader_(tokens, program, diagnostics),
           expressions_(reader_, program) {}
 
     void run();
@@ -29,6 +30,7 @@ private:
     void names(std::vector<Name>& names, std::string_view what);
     Script script();
     void block(std::vector<Statement>& statements);
+    void enter(const SourcePosition& at);
     void statementOrRecover(std::vector<Statement>& statements);
     void recover();
     Statement statement();
@@ -121,9 +123,7 @@ Script Parser::script() {
 
 /// The opening brace and all statements up to the closing one, which stays.
 void Parser::block(std::vector<Statement>& statements) {
-    const SourcePosition at = reader_.advance().at;
-    if (nesting_ == kMaxStatementNesting) reader_.fail(at, "E22", "statements nest too deep");
-    ++nesting_;
+    enter(reader_.advance().at);
     while (!reader_.current().is(Symbol::braceClose)) {
         if (reader_.atEnd())
             reader_.fail(reader_.current().at, "E19",
@@ -131,6 +131,13 @@ void Parser::block(std::vector<Statement>& statements) {
         statementOrRecover(statements);
     }
     --nesting_;
+}
+
+/// Text that nests too deep is given up: every further brace would be a mistake.
+void Parser::enter(const SourcePosition& at) {
+    if (++nesting_ <= kMaxStatementNesting) return;
+    reader_.diagnostics().error(at, "E22", "statements nest too deep");
+    throw TooManyErrors{};
 }
 
 void Parser::statementOrRecover(std::vector<Statement>& statements) {
@@ -183,12 +190,7 @@ Statement Parser::statement() {
 }
 
 Statement Parser::nestedStatement() {
-    if (nesting_ == kMaxStatementNesting) {
-        const SourcePosition at = reader_.current().at;
-        reader_.advance();
-        reader_.fail(at, "E22", "statements nest too deep");
-    }
-    ++nesting_;
+    enter(reader_.current().at);
     Statement result = statement();
     --nesting_;
     return result;
@@ -393,8 +395,8 @@ Program parseBos(std::string_view source, const std::string& path,
     Program program;
     try {
         PreprocessedSource preprocessed = Preprocessor(files, diagnostics).run(source, path);
-        Parser(preprocessed, program, diagnostics).run();
         program.sources = std::move(preprocessed.texts);
+        Parser(preprocessed.tokens, program, diagnostics).run();
     } catch (const TooManyErrors&) {
         // They are in the list.
     }

@@ -190,7 +190,8 @@ void Preprocessor::skipInactive() {
     auto& conditions = sources_.back().conditions;
     std::size_t nested = 0;
     while (lexer().skipToDirective()) {
-        const SourcePosition at = lexer().position();
+        SourcePosition at = lexer().position();
+        --at.column;  // of the "#"
         const std::string_view word = lexer().nextOnLine().text;
         if (word.starts_with("if")) ++nested;
         if (word == "endif" && nested-- == 0) {
