@@ -64,6 +64,11 @@ const MountedData& UnitViewSession::data() const {
     return *data_;
 }
 
+const LoadedUnit& UnitViewSession::requireUnit() const {
+    if (!unit_) throw RequestError("no unit loaded; call load-unit first");
+    return *unit_;
+}
+
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {
     const MountedData& mounted = data();
     unloadUnit();
