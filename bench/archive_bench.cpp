@@ -15,6 +15,7 @@
 #include <fmt/format.h>
 #include <zlib.h>
 
+#include "bench/timing.h"
 #include "io/archive/hpi_archive.h"
 #include "io/archive/hpi_format.h"
 #include "io/archive/hpi_writer.h"
@@ -26,7 +27,6 @@ namespace fs = std::filesystem;
 using orb::io::Bytes;
 using orb::io::ByteView;
 
-constexpr int kRepeats = 5;
 constexpr std::size_t kSmallFiles = 6000;
 constexpr std::size_t kLargeFiles = 60;
 
@@ -70,19 +70,6 @@ std::vector<orb::io::HpiInputFile> makeFiles() {
         files.push_back({fmt::format("maps/map{}.tnt", i),
                          makeContent(random, (1 << 20) + random() % (4 << 20))});
     return files;
-}
-
-/// The best time of each run in seconds. The runs take turns, so that a busy machine slows all.
-std::vector<double> bestSeconds(const std::vector<std::function<void()>>& runs) {
-    std::vector<double> best(runs.size(), 1e9);
-    for (int repeat = 0; repeat < kRepeats; ++repeat)
-        for (std::size_t i = 0; i < runs.size(); ++i) {
-            const auto start = std::chrono::steady_clock::now();
-            runs[i]();
-            const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
-            best[i] = std::min(best[i], spent.count());
-        }
-    return best;
 }
 
 /// What the bare loop decodes: payloads one after another, not scrambled.
@@ -166,13 +153,8 @@ void writeFile(const fs::path& path, const Bytes& bytes) {
 /// Throughputs in MB/s and the share of the baseline's that is reached.
 void report(std::string_view name, std::size_t bytes, double seconds, double baselineSeconds) {
     const double megabytes = static_cast<double>(bytes) / 1e6;
-    fmt::print("{:<40} {:8.1f} {:8.1f} {:6.3f}\n", name, megabytes / seconds,
-               megabytes / baselineSeconds, baselineSeconds / seconds);
-}
-
-[[noreturn]] void fail(std::string_view what) {
-    fmt::print(stderr, "archive_bench: {}\n", what);
-    std::exit(1);
+    orb::bench::printRow(name, megabytes / seconds, megabytes / baselineSeconds, "MB/s",
+                         baselineSeconds / seconds);
 }
 
 }  // namespace
@@ -193,22 +175,25 @@ int main() {
     const orb::io::HpiFileSystem archive(archivePath);
     std::size_t total = 0;
     for (const auto& file : files) {
-        if (archive.readFile(file.path) != file.content) fail("an archived file differs");
+        if (archive.readFile(file.path) != file.content)
+            orb::bench::fail("an archived file differs");
         total += file.content.size();
     }
     if (bareLoopInMemory(all.files, all.bytes) != total ||
         bareLoopFromFile(all.files, payloadPath) != total)
-        fail("the bare loop decodes something else");
+        orb::bench::fail("the bare loop decodes something else");
 
     const auto readEach = [&] {
         for (const auto& file : files)
-            if (archive.readFile(file.path)->size() != file.content.size()) fail("short file");
+            if (archive.readFile(file.path)->size() != file.content.size())
+                orb::bench::fail("short file");
     };
     const auto readInSession = [&] {
         auto reader = archive.archive().openReader();
         for (const auto& file : files) {
             const auto* const entry = archive.archive().findFile(file.path);
-            if (reader.readFile(*entry->file()).size() != file.content.size()) fail("short file");
+            if (reader.readFile(*entry->file()).size() != file.content.size())
+                orb::bench::fail("short file");
         }
     };
     std::size_t smallTotal = 0;
@@ -220,15 +205,15 @@ int main() {
         });
     };
     const std::vector<double> seconds =
-        bestSeconds({readEach, readInSession, mountAndReadSmall,
-                     [&] { bareLoopInMemory(all.files, all.bytes); },
-                     [&] { bareLoopFromFile(all.files, payloadPath); },
-                     [&] { bareLoopFromFile(small.files, payloadPath); }});
-    report("archive_read_vs_uncompress_memory", total, seconds[0], seconds[3]);
-    report("archive_read_vs_uncompress_file", total, seconds[0], seconds[4]);
-    report("archive_session_vs_uncompress_memory", total, seconds[1], seconds[3]);
-    report("archive_session_vs_uncompress_file", total, seconds[1], seconds[4]);
-    report("archive_mount_and_read_small_files", smallTotal, seconds[2], seconds[5]);
+        orb::bench::bestSeconds({readEach, readInSession, mountAndReadSmall,
+                                 [&] { bareLoopInMemory(all.files, all.bytes); },
+                                 [&] { bareLoopFromFile(all.files, payloadPath); },
+                                 [&] { bareLoopFromFile(small.files, payloadPath); }});
+    report("read every file / uncompress, memory", total, seconds[0], seconds[3]);
+    report("read every file / uncompress, from a file", total, seconds[0], seconds[4]);
+    report("one open archive / uncompress, memory", total, seconds[1], seconds[3]);
+    report("one open archive / uncompress, from a file", total, seconds[1], seconds[4]);
+    report("mount, read 6000 small files / plain read", smallTotal, seconds[2], seconds[5]);
     fs::remove_all(folder);
     return 0;
 }

@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include "bench/timing.h"
 #include "cob/cob_debugger.h"
 #include "cob/cob_vm.h"
 #include "server/logger.h"
@@ -19,6 +20,7 @@
 namespace {
 
 using namespace orb::unitview;
+using orb::bench::printRow;
 using Code = std::vector<std::uint32_t>;
 
 constexpr std::int32_t kOuterLoops = 3000;
@@ -132,20 +134,8 @@ BareResult runBare(const Code& code) {
     }
 }
 
-/// Seconds of the fastest of several rounds.
 double fastest(const std::function<void()>& work) {
-    using Clock = std::chrono::steady_clock;
-    double best = 1e9;
-    for (int round = 0; round < kRounds; ++round) {
-        const auto start = Clock::now();
-        work();
-        best = std::min(best, std::chrono::duration<double>(Clock::now() - start).count());
-    }
-    return best;
-}
-
-void report(const char* name, double value, double baseline, double ratio) {
-    fmt::print("{}  {:.3f}  {:.3f}  {:.2f}\n", name, value, baseline, ratio);
+    return orb::bench::bestSeconds({work}, kRounds)[0];
 }
 
 void benchInstructions() {
@@ -178,9 +168,10 @@ void benchInstructions() {
     debugger.attach(&instance);
     debugger.setBreakpoints({neverReached}, {});
     const double hookedSpeed = speed();
-    report("cob_million_instructions_per_second", plainSpeed, bareSpeed, plainSpeed / bareSpeed);
-    report("cob_million_instructions_per_second_with_breakpoint", hookedSpeed, plainSpeed,
-           hookedSpeed / plainSpeed);
+    printRow("script instructions / bare switch loop", plainSpeed, bareSpeed, "M/s",
+             plainSpeed / bareSpeed);
+    printRow("  with a breakpoint set / without", hookedSpeed, plainSpeed, "M/s",
+             hookedSpeed / plainSpeed);
 }
 
 /// A unit at rest as units are: a radar dish spins, a damage-smoke loop sleeps and looks at the
@@ -229,8 +220,8 @@ void benchIdleUnits() {
     for (const auto& unit : units)
         if (unit->threads.size() != 2) std::abort();
     const double microseconds = 1e6 / kTicks;
-    report("cob_microseconds_per_tick_of_200_units", ticking * microseconds, copying * microseconds,
-           ticking / copying);
+    printRow("tick 200 idle units / copy their records", ticking * microseconds,
+             copying * microseconds, "us", ticking / copying);
 }
 
 }  // namespace

@@ -14,13 +14,6 @@ namespace {
 
 constexpr std::string_view kCobSuffix = ".cob";
 
-std::optional<UnitSource> sourceOf(const io::CompositeVirtualFileSystem& files,
-                                   const std::string& path) {
-    const auto found = files.locateInLayers(path);
-    if (!found) return std::nullopt;
-    return UnitSource{found->location, found->layer->rootKind == io::DataRootKind::base};
-}
-
 void takeDefinition(LoadedUnit& unit, io::TdfSection definition, const std::string& path) {
     auto info = io::parseFbiUnitInfo(definition);
     if (!info) throw std::runtime_error("FBI has no [UNITINFO] section: " + path);
@@ -59,7 +52,7 @@ std::optional<LoadedUnit> loadFromIr(const io::CompositeVirtualFileSystem& files
         LoadedUnit unit;
         unit.name = document.unitName;
         unit.loadedFromIR = true;
-        unit.source = sourceOf(files, path);
+        unit.source = findSource(files, path);
         takeDefinition(unit, std::move(document.definition), path);
         unit.model = std::move(document.model);
         if (document.script)
@@ -70,15 +63,6 @@ std::optional<LoadedUnit> loadFromIr(const io::CompositeVirtualFileSystem& files
                                 << " — falling back to VFS";
         return std::nullopt;
     }
-}
-
-/// The definition file of a unit: its own name's file first, else the one that declares it.
-std::string definitionPath(const io::CompositeVirtualFileSystem& files,
-                           const UnitCatalogue& catalogue, const std::string& name) {
-    std::string path = fmt::format("units/{}.fbi", name);
-    if (files.locate(path)) return path;
-    const UnitDeclaration* const declaration = catalogue.find(name);
-    return declaration ? fmt::format("units/{}.fbi", declaration->fileStem) : path;
 }
 
 std::shared_ptr<const io::CobFile> readScript(const io::CompositeVirtualFileSystem& files,
@@ -99,7 +83,7 @@ LoadedUnit loadFromGameFiles(const io::CompositeVirtualFileSystem& files,
     LoadedUnit unit;
     takeDefinition(unit, io::parseTdf(io::asText(*text)), fbiPath);
     unit.name = unit.fbi.unitName.empty() ? name : unit.fbi.unitName;
-    unit.source = sourceOf(files, fbiPath);
+    unit.source = findSource(files, fbiPath);
 
     if (unit.fbi.objectName.empty())
         throw std::runtime_error("FBI has no objectName for unit: " + name);
@@ -119,6 +103,14 @@ LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
     LoadedUnit unit = fromIr ? std::move(*fromIr) : loadFromGameFiles(files, catalogue, name);
     logLoaded(unit);
     return unit;
+}
+
+std::string definitionPath(const io::CompositeVirtualFileSystem& files,
+                           const UnitCatalogue& catalogue, const std::string& name) {
+    std::string path = fmt::format("units/{}.fbi", name);
+    if (files.locate(path)) return path;
+    const UnitDeclaration* const declaration = catalogue.find(name);
+    return declaration ? fmt::format("units/{}.fbi", declaration->fileStem) : path;
 }
 
 std::string scriptPath(const io::FbiUnitInfo& fbi, std::string_view unitName) {

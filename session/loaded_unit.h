@@ -36,6 +36,11 @@ struct LoadedUnit {
 LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
                          const UnitCatalogue& catalogue, const std::string& name);
 
+/// The path of a unit's definition file in the stack: the file of its own name, else the one that
+/// declares it, else where it would lie.
+std::string definitionPath(const io::CompositeVirtualFileSystem& files,
+                           const UnitCatalogue& catalogue, const std::string& name);
+
 /// The script file that a definition names: `scriptname`, else `script`, else the unit's own name;
 /// a path like "scripts/NAME.cob".
 std::string scriptPath(const io::FbiUnitInfo& fbi, std::string_view unitName);

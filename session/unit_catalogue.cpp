@@ -35,7 +35,7 @@ LayerContents readLayer(const io::VfsLayer& layer) {
                 << "[catalogue] cannot read " << locationText(file.location()) << ": " << error;
             return;
         }
-        auto info = io::parseFbiUnitInfo(io::parseTdf(io::asText(*content)));
+        auto info = io::readFbiUnitInfo(io::asText(*content));
         if (!info) return;
         auto unit = std::make_unique<UnitDeclaration>();
         unit->name = info->unitName.empty() ? stem : info->unitName;

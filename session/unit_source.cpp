@@ -6,6 +6,13 @@ namespace orb::unitview {
 
 using io::FileLocation;
 
+std::optional<UnitSource> findSource(const io::CompositeVirtualFileSystem& files,
+                                     const std::string& path) {
+    const auto found = files.locateInLayers(path);
+    if (!found) return std::nullopt;
+    return UnitSource{found->location, found->layer->rootKind == io::DataRootKind::base};
+}
+
 FileLocation LayerFile::location() const {
     if (auto found = layer->files->locate(path)) return *found;
     if (layer->kind == FileLocation::Kind::archive) return {layer->kind, layer->path, path};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "io/vfs/composite_virtual_file_system.h"
@@ -12,6 +13,10 @@ struct UnitSource {
     /// In the game's own data path, not in a mod root.
     bool inBaseTa = false;
 };
+
+/// The source of the file that `path` names in the stack, or none.
+std::optional<UnitSource> findSource(const io::CompositeVirtualFileSystem& files,
+                                     const std::string& path);
 
 /// A file of one layer by its virtual path, such as "units/NAME.FBI" with the name as stored. The
 /// layer must stay mounted.

@@ -69,6 +69,15 @@ const LoadedUnit& UnitViewSession::requireUnit() const {
     return *unit_;
 }
 
+UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
+    if (name.empty()) throw RequestError("unit name is required");
+    if (!data_) throw RequestError("VFS not mounted; call setDataRoots first");
+    if (auto source =
+            findSource(data_->files, definitionPath(data_->files, data_->catalogue, name)))
+        return *source;
+    throw RequestError("could not locate source for " + name);
+}
+
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {
     const MountedData& mounted = data();
     unloadUnit();

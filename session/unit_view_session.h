@@ -64,6 +64,11 @@ public:
     const MountedData& data() const;
     bool hasData() const { return data_ != nullptr; }
 
+    /// Where a unit's definition file lives: the first layer's units/NAME.fbi, else the file that
+    /// declares the name. Throws RequestError "unit name is required", "VFS not mounted; call
+    /// setDataRoots first" or "could not locate source for NAME".
+    UnitSource resolveUnitSource(const std::string& name) const;
+
     /// Loads a unit in place of the loaded one. A failure, reported as RequestError with its text,
     /// leaves no unit loaded.
     const LoadedUnit& loadUnit(const std::string& name);

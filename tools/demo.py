@@ -16,13 +16,11 @@ class Editor:
 
     def __init__(self):
         reader, writer = os.pipe()
+        self.frames = os.fdopen(os.dup(reader), "rb")
         os.dup2(writer, 3)
         self.log = open(os.path.join(BUILD, "demo.log"), "w+b")
         self.process = subprocess.Popen([os.path.join(BUILD, "orb-unit-editor")], pass_fds=[3],
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self.log)
-        os.close(writer)
-        os.close(3)
-        self.frames = os.fdopen(reader, "rb")
         self.seq = 0
 
     def ask(self, kind, **data):

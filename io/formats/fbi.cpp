@@ -1,55 +1,183 @@
 #include "io/formats/fbi.h"
 
+#include <array>
+#include <charconv>
+
+#include "io/formats/tdf_scanner.h"
+
 namespace orb::io {
 namespace {
 
-constexpr int kBuildOptionKeys = 30;  // buildoption1 .. buildoption30 of [UNITINFO]
-constexpr int kCanBuildKeys = 64;     // unit1 .. unit64 of [CANBUILD]
+constexpr std::string_view kKeys[] = {
+#define FBI_KEY(type, field, key, defaultValue) key,
+#include "io/formats/fbi_keys.def"
+};
+constexpr std::size_t kKeyCount = std::size(kKeys);
 
-void readKey(const TdfSection& section, std::string_view key, std::string& field,
-             std::string_view defaultValue) {
-    field = section.getString(key).value_or(defaultValue);
-}
+/// A run of keys whose names end in a number from 1.
+struct NumberedKeys {
+    std::string_view prefix;
+    std::size_t count;
+};
+constexpr NumberedKeys kBuildOptionKeys{"buildoption", 30};  // of [UNITINFO]
+constexpr NumberedKeys kCanBuildKeys{"unit", 64};            // of its [CANBUILD]
 
-void readKey(const TdfSection& section, std::string_view key, std::int32_t& field,
-             std::int32_t defaultValue) {
-    field = section.getInt(key).value_or(defaultValue);
-}
+constexpr std::string_view kUnitInfoSection = "UNITINFO";
+constexpr std::string_view kCanBuildSection = "CANBUILD";
 
-void readKey(const TdfSection& section, std::string_view key, float& field, float defaultValue) {
-    field = section.getFloat(key).value_or(defaultValue);
-}
+/// Finds a key's row by a hash of its length and a few letters, which is all that it takes to tell
+/// most keys apart; a catalogue looks up hundreds of thousands.
+class KeyIndex {
+public:
+    static constexpr std::size_t kNone = kKeyCount;
 
-void readKey(const TdfSection& section, std::string_view key, bool& field, bool defaultValue) {
-    field = section.getInt(key).value_or(defaultValue ? 1 : 0) != 0;
-}
-
-/// Appends the non-empty values of prefix1 .. prefix<count>; gaps are allowed.
-void appendNumbered(const TdfSection& section, std::string_view prefix, int count,
-                    std::vector<std::string>& names) {
-    for (int i = 1; i <= count; ++i) {
-        const auto name = section.getString(std::string(prefix) + std::to_string(i));
-        if (name && !name->empty()) names.emplace_back(*name);
+    KeyIndex() {
+        slots_.fill(kNone);
+        for (std::size_t row = 0; row < kKeyCount; ++row) {
+            std::size_t slot = hash(kKeys[row]);
+            while (slots_[slot] != kNone) slot = (slot + 1) % kSlots;
+            slots_[slot] = static_cast<std::uint8_t>(row);
+        }
     }
+
+    std::size_t find(std::string_view key) const {
+        if (key.empty()) return kNone;
+        for (std::size_t slot = hash(key); slots_[slot] != kNone; slot = (slot + 1) % kSlots)
+            if (equalsIgnoringCase(kKeys[slots_[slot]], key)) return slots_[slot];
+        return kNone;
+    }
+
+private:
+    static constexpr std::size_t kSlots = 1024;
+    static_assert(kKeyCount < 256);
+
+    static std::size_t hash(std::string_view key) {
+        const auto letter = [&](std::size_t at) {
+            return static_cast<std::size_t>(static_cast<unsigned char>(toLower(key[at])));
+        };
+        const std::size_t size = key.size();
+        return (size * 131 + letter(0) * 31 + letter(size / 2) * 17 + letter(size / 3) * 7 +
+                letter(size - 1) * 3) %
+               kSlots;
+    }
+
+    std::array<std::uint8_t, kSlots> slots_;
+};
+
+/// The last value of every key that unit definitions know, as views into their source.
+class FbiSink {
+public:
+    void openSection(std::string_view name) {
+        ++depth_;
+        if (depth_ == 1) inUnitInfo_ = equalsIgnoringCase(name, kUnitInfoSection);
+        if (depth_ == 2) inCanBuild_ = equalsIgnoringCase(name, kCanBuildSection);
+        isUnit_ |= depth_ == 1 && inUnitInfo_;
+    }
+
+    void closeSection() { --depth_; }
+
+    void value(std::string_view key, std::string_view text) {
+        if (!inUnitInfo_) return;
+        if (depth_ == 1)
+            unitInfoValue(key, text);
+        else if (depth_ == 2 && inCanBuild_)
+            numberedValue(kCanBuildKeys, key, text, canBuild_);
+    }
+
+    std::optional<FbiUnitInfo> result() const {
+        if (!isUnit_) return std::nullopt;
+        FbiUnitInfo info;
+        fill(info);
+        for (const auto& name : buildOptions_)
+            if (!name.empty()) info.buildOptions.emplace_back(name);
+        for (const auto& name : canBuild_)
+            if (!name.empty()) info.buildOptions.emplace_back(name);
+        return info;
+    }
+
+private:
+    using Value = std::optional<std::string_view>;
+
+    void unitInfoValue(std::string_view key, std::string_view text) {
+        static const KeyIndex kIndex;
+        if (const std::size_t row = kIndex.find(key); row != KeyIndex::kNone)
+            values_[row] = text;
+        else
+            numberedValue(kBuildOptionKeys, key, text, buildOptions_);
+    }
+
+    template <std::size_t N>
+    static void numberedValue(const NumberedKeys& keys, std::string_view key, std::string_view text,
+                              std::array<std::string_view, N>& names) {
+        static_assert(N == kBuildOptionKeys.count || N == kCanBuildKeys.count);
+        const std::size_t prefix = keys.prefix.size();
+        if (key.size() <= prefix || key[prefix] == '0' ||
+            !equalsIgnoringCase(key.substr(0, prefix), keys.prefix))
+            return;
+        std::size_t number = 0;
+        const char* const end = key.data() + key.size();
+        if (std::from_chars(key.data() + prefix, end, number).ptr == end && number >= 1 &&
+            number <= N)
+            names[number - 1] = text;
+    }
+
+    static void assign(const Value& value, std::string& field, std::string_view defaultValue) {
+        field = value.value_or(defaultValue);
+    }
+    static void assign(const Value& value, std::int32_t& field, std::int32_t defaultValue) {
+        field = (value ? tdfInt(*value) : std::nullopt).value_or(defaultValue);
+    }
+    static void assign(const Value& value, float& field, float defaultValue) {
+        field = (value ? tdfFloat(*value) : std::nullopt).value_or(defaultValue);
+    }
+    static void assign(const Value& value, bool& field, bool defaultValue) {
+        field = (value ? tdfInt(*value) : std::nullopt).value_or(defaultValue ? 1 : 0) != 0;
+    }
+
+    /// Row by row, so that a default may name the field of an earlier row.
+    void fill(FbiUnitInfo& info) const {
+        const Value* value = values_.data();
+        auto& [
+#define FBI_KEY(type, field, key, defaultValue) field,
+#include "io/formats/fbi_keys.def"
+            buildOptions] = info;
+#define FBI_KEY(type, field, key, defaultValue) assign(*value++, field, defaultValue);
+#include "io/formats/fbi_keys.def"
+        if (damageModifier <= 0) damageModifier = 1;
+    }
+
+    std::array<Value, kKeyCount> values_{};
+    std::array<std::string_view, kBuildOptionKeys.count> buildOptions_{};
+    std::array<std::string_view, kCanBuildKeys.count> canBuild_{};
+    int depth_ = 0;
+    bool inUnitInfo_ = false;
+    bool inCanBuild_ = false;
+    bool isUnit_ = false;
+};
+
+void replay(const TdfSection& section, FbiSink& sink) {
+    for (const auto& [key, value] : section.values) sink.value(key, value);
 }
 
 }  // namespace
 
-void FbiUnitInfo::readKeys(const TdfSection& unitInfo) {
-#define FBI_KEY(type, field, key, defaultValue) readKey(unitInfo, key, field, defaultValue);
-#include "io/formats/fbi_keys.def"
-    if (damageModifier <= 0) damageModifier = 1;
+std::optional<FbiUnitInfo> parseFbiUnitInfo(const TdfSection& root) {
+    const TdfSection* const unitInfo = root.child(kUnitInfoSection);
+    if (unitInfo == nullptr) return std::nullopt;
+    FbiSink sink;
+    sink.openSection(kUnitInfoSection);
+    replay(*unitInfo, sink);
+    if (const TdfSection* const canBuild = unitInfo->child(kCanBuildSection)) {
+        sink.openSection(kCanBuildSection);
+        replay(*canBuild, sink);
+    }
+    return sink.result();
 }
 
-std::optional<FbiUnitInfo> parseFbiUnitInfo(const TdfSection& root) {
-    const TdfSection* unitInfo = root.child("UNITINFO");
-    if (unitInfo == nullptr) return std::nullopt;
-    FbiUnitInfo info;
-    info.readKeys(*unitInfo);
-    appendNumbered(*unitInfo, "buildoption", kBuildOptionKeys, info.buildOptions);
-    if (const TdfSection* canBuild = unitInfo->child("CANBUILD"))
-        appendNumbered(*canBuild, "unit", kCanBuildKeys, info.buildOptions);
-    return info;
+std::optional<FbiUnitInfo> readFbiUnitInfo(std::string_view text) {
+    FbiSink sink;
+    TdfScanner(text, sink).run();
+    return sink.result();
 }
 
 }  // namespace orb::io

@@ -31,6 +31,14 @@ struct UpperCasedNameEqual {
     }
 };
 
+/// White space, an optional sign and decimal digits; whatever follows is ignored, so "12.7" reads
+/// 12. None when there are no digits or the number does not fit.
+std::optional<std::int32_t> tdfInt(std::string_view value);
+
+/// White space, an optional sign, then digits with a point and exponent if any, the same in every
+/// locale; whatever follows is ignored. Never infinite and never NaN: none instead.
+std::optional<float> tdfFloat(std::string_view value);
+
 /// One bracketed section of a TDF or FBI text, or the whole text as the unnamed root. Names are
 /// bytes, found in any case; no lookup allocates.
 struct TdfSection {
@@ -56,12 +64,8 @@ struct TdfSection {
     /// The value as written, a view into this section; none when the key is absent.
     std::optional<std::string_view> getString(std::string_view key) const;
 
-    /// White space, an optional sign and decimal digits; whatever follows is ignored, so "12.7"
-    /// reads 12. None when there are no digits or the number does not fit.
+    /// The value as `tdfInt` and `tdfFloat` read it; none when the key is absent.
     std::optional<std::int32_t> getInt(std::string_view key) const;
-
-    /// White space, an optional sign, then digits with a point and exponent if any, the same in
-    /// every locale; whatever follows is ignored. Never infinite and never NaN: none instead.
     std::optional<float> getFloat(std::string_view key) const;
 
     /// Sets a value; one that exists keeps its place in the order.
@@ -70,9 +74,6 @@ struct TdfSection {
     /// The child section of that name, created at the end of the order when there is none.
     TdfSection& openChild(std::string_view name);
 };
-
-/// Sections nest at most this deep below the root; deeper ones are skipped to their closing brace.
-inline constexpr std::size_t kMaxTdfNesting = 256;
 
 /// Parses a text of nested sections. Never fails: what cannot be read is skipped.
 TdfSection parseTdf(std::string_view text);

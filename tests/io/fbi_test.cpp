@@ -7,10 +7,6 @@
 namespace orb::io {
 namespace {
 
-FbiUnitInfo parseUnit(const std::string& body) {
-    return parseFbiUnitInfo(parseTdf("[UnitInfo]{" + body + "}")).value();
-}
-
 /// Every key's value as text; what is tested is the walk over the table.
 std::map<std::string, std::string> valuesByKey(const FbiUnitInfo& info) {
     std::map<std::string, std::string> values;
@@ -21,6 +17,16 @@ std::map<std::string, std::string> valuesByKey(const FbiUnitInfo& info) {
             values.emplace(key, std::to_string(static_cast<int>(value)));
     });
     return values;
+}
+
+/// Reads a definition both ways, which must agree.
+FbiUnitInfo parseUnit(const std::string& body) {
+    const std::string text = "[Other]{[a]{b=1;}unitname=no;}[UnitInfo]{" + body + "}";
+    const FbiUnitInfo info = parseFbiUnitInfo(parseTdf(text)).value();
+    const FbiUnitInfo fromText = readFbiUnitInfo(text).value();
+    EXPECT_EQ(valuesByKey(fromText), valuesByKey(info)) << body;
+    EXPECT_EQ(fromText.buildOptions, info.buildOptions) << body;
+    return info;
 }
 
 TEST(Fbi, ReadsEveryKeyOfTheTableInAnyCase) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "io/format_damage.h"
+#include "io/formats/tdf_scanner.h"
 
 namespace orb::io {
 namespace {

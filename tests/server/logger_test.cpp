@@ -1,8 +1,8 @@
 #include "server/logger.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 
 #include <gtest/gtest.h>
 
@@ -23,11 +23,11 @@ TEST(Logger, WritesStampedLinesAtOrAboveItsLevelToItsFile) {
         LogLine(logger, static_cast<LogLevel>(7)) << "kept " << 2;
     }
     std::ifstream file(path);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    const std::string stamp = R"(\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\] )";
-    EXPECT_TRUE(std::regex_match(
-        text, std::regex(stamp + "\\[WARN\\] kept 1\n" + stamp + "\\[UNKNOWN\\] kept 2\n")))
-        << text;
+    std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::ranges::replace_if(
+        text, [](char c) { return c >= '0' && c <= '9'; }, '#');
+    const std::string stamp = "[####-##-## ##:##:##.###] ";
+    EXPECT_EQ(text, stamp + "[WARN] kept #\n" + stamp + "[UNKNOWN] kept #\n");
 }
 
 }  // namespace

@@ -1,0 +1,150 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+// The text format, with white space and comments ("//" to the line's end, "/* */") between items:
+//
+//   body    = { section | value | "}" ends the body | anything else is skipped }
+//   section = "[" name "]" "{" body "}"      a repeated name goes on in the same section
+//   value   = key "=" text ";"               the text may hold anything but ";", comments included
+//
+// A body also ends with the text.
+
+namespace orb::io {
+
+/// Sections nest at most this deep below the root; deeper ones are skipped to their closing brace.
+inline constexpr std::size_t kMaxTdfNesting = 256;
+
+namespace detail {
+
+enum CharClass : std::uint8_t { kPlain = 0, kSpace = 1, kKeyEnd = 2 };
+
+inline constexpr std::array<std::uint8_t, 256> kCharClasses = [] {
+    std::array<std::uint8_t, 256> classes{};
+    for (const char c : std::string_view(" \t\n\v\f\r"))
+        classes[static_cast<std::uint8_t>(c)] = kSpace;
+    for (const char c : std::string_view("=;{}[]")) classes[static_cast<std::uint8_t>(c)] = kKeyEnd;
+    return classes;
+}();
+
+inline std::uint8_t charClass(char c) {
+    return kCharClasses[static_cast<std::uint8_t>(c)];
+}
+
+inline std::string_view trimmedAtEnd(std::string_view text) {
+    while (!text.empty() && charClass(text.back()) == kSpace) text.remove_suffix(1);
+    return text;
+}
+
+}  // namespace detail
+
+/// Walks a text once and tells a sink what it finds, as views into the text:
+///   openSection(name)   a section's body begins; a name that occurs again goes on in that section
+///   closeSection()      the innermost body ends; bodies open at the text's end are not closed
+///   value(key, text)    a value of the innermost body
+/// Sections nested deeper than kMaxTdfNesting are skipped to their closing brace. Never fails.
+template <typename Sink>
+class TdfScanner {
+public:
+    TdfScanner(std::string_view text, Sink& sink) : text_(text), sink_(sink) {}
+
+    void run() {
+        for (;;) {
+            skipBlank();
+            if (atEnd()) return;
+            switch (text_[position_]) {
+                case '}':
+                    if (!closeSection()) return;
+                    break;
+                case '[':
+                    readHeader();
+                    break;
+                default:
+                    readValue();
+                    break;
+            }
+        }
+    }
+
+private:
+    bool atEnd() const { return position_ >= text_.size(); }
+    bool startsWith(std::string_view token) const {
+        return text_.compare(position_, token.size(), token) == 0;
+    }
+
+    /// Consumes up to the next `delimiter`, which stays, or to the end of the text.
+    std::string_view takeUntil(char delimiter) {
+        const std::size_t start = position_;
+        const std::size_t found = text_.find(delimiter, start);
+        position_ = found == std::string_view::npos ? text_.size() : found;
+        return text_.substr(start, position_ - start);
+    }
+
+    void consumeIf(char c) {
+        if (!atEnd() && text_[position_] == c) ++position_;
+    }
+
+    void skipSpace() {
+        while (!atEnd() && detail::charClass(text_[position_]) == detail::kSpace) ++position_;
+    }
+
+    void skipBlank() {
+        for (;;) {
+            skipSpace();
+            if (atEnd() || text_[position_] != '/') return;
+            if (startsWith("//")) {
+                takeUntil('\n');
+            } else if (startsWith("/*")) {
+                const std::size_t end = text_.find("*/", position_ + 2);
+                position_ = end == std::string_view::npos ? text_.size() : end + 2;
+            } else {
+                return;
+            }
+        }
+    }
+
+    /// False when the brace ends the text's own body.
+    bool closeSection() {
+        ++position_;
+        if (depth_ == 0) return false;
+        if (depth_-- <= kMaxTdfNesting) sink_.closeSection();
+        return true;
+    }
+
+    void readHeader() {
+        ++position_;
+        const std::string_view name = detail::trimmedAtEnd(takeUntil(']'));
+        consumeIf(']');
+        skipBlank();
+        if (atEnd() || text_[position_] != '{') return;
+        ++position_;
+        if (++depth_ <= kMaxTdfNesting) sink_.openSection(name);
+    }
+
+    void readValue() {
+        const std::size_t start = position_;
+        while (!atEnd() && detail::charClass(text_[position_]) != detail::kKeyEnd) ++position_;
+        if (position_ == start) {  // a stray "=", ";", "{" or "]"
+            ++position_;
+            return;
+        }
+        const std::string_view key = detail::trimmedAtEnd(text_.substr(start, position_ - start));
+        if (atEnd() || text_[position_] != '=') return;
+        ++position_;
+        skipSpace();
+        const std::string_view value = detail::trimmedAtEnd(takeUntil(';'));
+        consumeIf(';');
+        if (depth_ <= kMaxTdfNesting) sink_.value(key, value);
+    }
+
+    std::string_view text_;
+    std::size_t position_ = 0;
+    /// Bodies open around the position.
+    std::size_t depth_ = 0;
+    Sink& sink_;
+};
+
+}  // namespace orb::io
