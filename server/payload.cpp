@@ -2,6 +2,8 @@
 
 #include <limits>
 
+#include "io/path_text.h"
+
 namespace orb::unitview::ipc {
 namespace {
 
@@ -37,6 +39,12 @@ std::int64_t decodeInteger(const json& value) {
     return decodeAs<std::int64_t>(value);
 }
 
+std::filesystem::path decodePath(const json& value) {
+    const auto text = decodeAs<std::string>(value);
+    if (text.find('\0') != std::string::npos) throw PayloadError("a path holds a NUL character");
+    return io::pathFromText(text);
+}
+
 template <typename Element>
 auto decodeArray(const json& value, Element&& decodeElement) {
     const auto& elements = decodeAs<const json::array_t>(value);
@@ -65,6 +73,16 @@ const json& Payload::requiredMember(const char* key) const {
 std::optional<std::string> Payload::text(const char* key) const {
     const json* const value = member(key);
     return value ? std::optional(decodeAs<std::string>(*value)) : std::nullopt;
+}
+
+std::optional<std::filesystem::path> Payload::path(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodePath(*value)) : std::nullopt;
+}
+
+std::optional<std::vector<std::filesystem::path>> Payload::paths(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodeArray(*value, decodePath)) : std::nullopt;
 }
 
 std::string Payload::requiredText(const char* key) const {
