@@ -114,7 +114,7 @@ std::uint32_t ScriptDecoder::instruction(Block& block, std::uint32_t pc) {
 }
 
 void ScriptDecoder::pushValue(Block& block, std::uint32_t pc, const OpcodeRow& row) {
-    const auto pops = static_cast<std::size_t>(row.pops);
+    const auto pops = static_cast<std::size_t>(std::max<int>(row.pops, 0));
     if (block.stack.size() < pops) throw Unstructured{};
     const std::size_t rest = block.stack.size() - pops;
     Value result{pc, pc + static_cast<std::uint32_t>(row.length()), row.op, 0};

@@ -246,12 +246,12 @@ TEST(Hostile, CodeThatNestsWithoutEnd) {
     Code values;   // 1 + (1 + (1 + …
     Code negated;  // !!!!…
     Code loops;    // a jump to the first word, again and again
-    for (int i = 0; i < 50000; ++i) {
+    for (int i = 0; i < 20000; ++i) {
         values.insert(values.end(), {c, 1});
         negated.push_back(w(Op::logicalNot));
         loops.insert(loops.end(), {w(Op::jump), 0});
     }
-    values.insert(values.end(), 49999, w(Op::add));
+    values.insert(values.end(), 19999, w(Op::add));
     values.push_back(w(Op::sleep));
     negated.insert(negated.begin(), {c, 1});
     negated.push_back(w(Op::sleep));

@@ -55,7 +55,7 @@ void expectWholeSpans(const std::vector<CobLineSpan>& spans, std::size_t words) 
 
 TEST(RoundTrip, RandomProgramsInEverySetting) {
     const std::vector<BosOptions> options = allOptions();
-    for (std::uint32_t seed = 0; seed < 4000; ++seed) {
+    for (std::uint32_t seed = 0; seed < 3000; ++seed) {
         SCOPED_TRACE(seed);
         const std::string source = testing::randomProgram(seed);
         const BosOptions& setting = options[seed % options.size()];
