@@ -56,6 +56,7 @@ Reply cobCompile(UnitViewSession& session, const Payload& payload) {
     if (!source) throw RequestError("source is required");
     const bos::BosCompilation compiled = bos::compileBos(*source, path, filesOf(session), choices);
     json data = compiled.ok ? encodeCode(compiled.code) : json::object();
+    // The lints and the summary of the new code's scripts join its members here.
     data["ok"] = compiled.ok;
     data["diagnostics"] = encodeDiagnostics(compiled.diagnostics);
     data["options"] = encodeOptions(compiled.options);
