@@ -23,8 +23,8 @@ std::vector<EntryOfScript> sortedEntries(const io::CobFile& file) {
     for (const io::CobFile::Script& script : file.scripts)
         entries.emplace_back(script.entry, static_cast<std::uint32_t>(entries.size()));
     std::ranges::sort(entries);
-    const auto repeated = std::ranges::unique(entries, {}, &EntryOfScript::first);
-    entries.erase(repeated.begin(), repeated.end());
+    const auto sameEntry = [](const auto& a, const auto& b) { return a.first == b.first; };
+    entries.erase(std::unique(entries.begin(), entries.end(), sameEntry), entries.end());
     return entries;
 }
 
