@@ -1,9 +1,9 @@
 #include "io/formats/tdf.h"
-#include "io/formats/tdf_scanner.h"
 
 #include <gtest/gtest.h>
 
 #include "io/format_damage.h"
+#include "io/formats/tdf_scanner.h"
 
 namespace orb::io {
 namespace {
