@@ -25,7 +25,8 @@ struct CobLineSpan {
 class CobLineMap {
 public:
     CobLineMap() = default;
-    /// Where spans overlap, the first one says the line.
+    /// Where spans overlap, the first one says the line; a span that ends before it begins is
+    /// empty.
     explicit CobLineMap(std::span<const CobLineSpan> spans);
 
     /// 0 for code without a line.
