@@ -117,6 +117,11 @@ std::optional<std::vector<std::int64_t>> Payload::integers(const char* key) cons
     return value ? std::optional(decodeArray(*value, decodeInteger)) : std::nullopt;
 }
 
+std::optional<Payload> Payload::object(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(Payload(decodeAs<json::object_t>(*value))) : std::nullopt;
+}
+
 std::optional<std::vector<Payload>> Payload::objects(const char* key) const {
     const json* const value = member(key);
     if (!value) return std::nullopt;

@@ -64,6 +64,11 @@ const MountedData& UnitViewSession::data() const {
     return *data_;
 }
 
+const LoadedUnit& UnitViewSession::requireUnit() const {
+    if (!unit_) throw RequestError("no unit loaded; call load-unit first");
+    return *unit_;
+}
+
 UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
     if (name.empty()) throw RequestError("unit name is required");
     if (!data_) throw RequestError("VFS not mounted; call setDataRoots first");

@@ -65,7 +65,7 @@ struct PreviewEncoder {
     void operator()(const TextPreview& text) const {
         data.update({{"kind", "text"}, {"text", text.text}});
     }
-    void operator()(const ImagePreview& image) const {
+    void operator()(const PngPicture& image) const {
         data.update({{"kind", "image"},
                      {"width", image.width},
                      {"height", image.height},
