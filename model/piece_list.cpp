@@ -1,5 +1,9 @@
 #include "model/piece_list.h"
 
+#include <unordered_set>
+
+#include "io/ascii.h"
+
 namespace orb::unitview {
 namespace {
 
@@ -21,6 +25,16 @@ std::vector<PieceRef> flattenPieces(const io::Model3doObject& root) {
 std::vector<std::string> pieceNames(const io::Model3doObject& root) {
     std::vector<std::string> names;
     for (const auto& [piece, parent] : flattenPieces(root)) names.push_back(piece->name);
+    return names;
+}
+
+std::vector<std::string> textureNames(const io::Model3doObject& root) {
+    std::vector<std::string> names;
+    std::unordered_set<std::string> seen;
+    for (const auto& [piece, parent] : flattenPieces(root))
+        for (const auto& face : piece->primitives)
+            if (face.textureName && seen.insert(io::upperCased(*face.textureName)).second)
+                names.push_back(*face.textureName);
     return names;
 }
 

@@ -21,4 +21,7 @@ std::vector<PieceRef> flattenPieces(const io::Model3doObject& root);
 /// The names of the pieces in the same order.
 std::vector<std::string> pieceNames(const io::Model3doObject& root);
 
+/// The textures that the faces name, each once in any case, as first written.
+std::vector<std::string> textureNames(const io::Model3doObject& root);
+
 }  // namespace orb::unitview

@@ -2,6 +2,8 @@
 
 #include <limits>
 
+#include "io/path_text.h"
+
 namespace orb::unitview::ipc {
 namespace {
 
@@ -44,6 +46,12 @@ std::optional<std::string> decodeScalar(const json& value) {
     return decodeAs<std::string>(value);
 }
 
+std::filesystem::path decodePath(const json& value) {
+    const auto text = decodeAs<std::string>(value);
+    if (text.find('\0') != std::string::npos) throw PayloadError("a path holds a NUL character");
+    return io::pathFromText(text);
+}
+
 template <typename Element>
 auto decodeArray(const json& value, Element&& decodeElement) {
     const auto& elements = decodeAs<const json::array_t>(value);
@@ -74,6 +82,16 @@ std::optional<std::string> Payload::text(const char* key) const {
     return value ? std::optional(decodeAs<std::string>(*value)) : std::nullopt;
 }
 
+std::optional<std::filesystem::path> Payload::path(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodePath(*value)) : std::nullopt;
+}
+
+std::optional<std::vector<std::filesystem::path>> Payload::paths(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodeArray(*value, decodePath)) : std::nullopt;
+}
+
 std::string Payload::requiredText(const char* key) const {
     return decodeAs<std::string>(requiredMember(key));
 }
@@ -86,6 +104,12 @@ std::optional<bool> Payload::flag(const char* key) const {
 std::optional<std::int64_t> Payload::integer(const char* key) const {
     const json* const value = member(key);
     return value ? std::optional(decodeInteger(*value)) : std::nullopt;
+}
+
+std::optional<double> Payload::number(const char* key) const {
+    const json* const value = member(key);
+    if (value && value->is_boolean()) decodeAs<json::number_integer_t>(*value);  // throws
+    return value ? std::optional(decodeAs<double>(*value)) : std::nullopt;
 }
 
 std::int64_t Payload::requiredInteger(const char* key) const {
@@ -104,6 +128,11 @@ std::vector<std::string> Payload::requiredTexts(const char* key) const {
 std::optional<std::vector<std::int64_t>> Payload::integers(const char* key) const {
     const json* const value = member(key);
     return value ? std::optional(decodeArray(*value, decodeInteger)) : std::nullopt;
+}
+
+std::optional<Payload> Payload::object(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(Payload(decodeAs<json::object_t>(*value))) : std::nullopt;
 }
 
 std::optional<std::vector<Payload>> Payload::objects(const char* key) const {

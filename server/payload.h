@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -28,12 +29,17 @@ public:
 
     std::optional<std::string> text(const char* key) const;
     std::string requiredText(const char* key) const;
+    /// Also throws for a path with a NUL character, which the system would cut off there.
+    std::optional<std::filesystem::path> path(const char* key) const;
+    std::optional<std::vector<std::filesystem::path>> paths(const char* key) const;
     std::optional<bool> flag(const char* key) const;
     /// Fractions are dropped and values beyond the range take its nearest end.
     std::optional<std::int64_t> integer(const char* key) const;
+    std::optional<double> number(const char* key) const;
     std::optional<std::vector<std::string>> texts(const char* key) const;
     std::vector<std::string> requiredTexts(const char* key) const;
     std::optional<std::vector<std::int64_t>> integers(const char* key) const;
+    std::optional<Payload> object(const char* key) const;
     /// The objects of an array member, each as a payload of its own.
     std::optional<std::vector<Payload>> objects(const char* key) const;
     std::int64_t requiredInteger(const char* key) const;

@@ -8,7 +8,6 @@
 #include "io/ascii.h"
 #include "io/formats/cob_file.h"
 #include "io/formats/gaf.h"
-#include "io/formats/pcx.h"
 #include "io/formats/png.h"
 #include "io/text_encoding.h"
 #include "model/piece_list.h"
@@ -40,33 +39,21 @@ void previewText(const PreviewInput& input) {
 }
 
 void previewPcx(const PreviewInput& input) {
-    const io::PcxImage image = io::parsePcx(input.bytes);
-    io::Palette palette;
-    std::ranges::transform(image.palette, palette.begin(), [](io::Rgb c) {
-        return io::Rgba{c.r, c.g, c.b, 255};
-    });
-    input.preview.content =
-        ImagePreview{image.width, image.height,
-                     io::encodePngIndexed(image.width, image.height, image.pixels, palette)};
+    input.preview.content = pngFromPcx(input.bytes);
 }
 
 /// Shows the first frame of the first animation.
 void previewGaf(const PreviewInput& input) {
     const io::GafEntry entry = io::readGafEntry(input.bytes, 0);
     if (entry.frames.empty()) throw std::runtime_error("GAF data too small");
-    const io::GafFrame& frame = entry.frames.front();
-    io::Palette palette = input.palette;
-    palette[frame.transparencyIndex].a = 0;
-    input.preview.content =
-        ImagePreview{frame.width, frame.height,
-                     io::encodePngIndexed(frame.width, frame.height, frame.pixels, palette)};
+    input.preview.content = pngFromGafFrame(entry.frames.front(), input.palette);
     input.preview.truncated =
         entry.frames.size() > 1 || io::readGafEntryNames(input.bytes).size() > 1;
 }
 
 void previewPng(const PreviewInput& input) {
     const auto [width, height] = io::readPngSize(input.bytes);
-    input.preview.content = ImagePreview{width, height, input.bytes};
+    input.preview.content = PngPicture{width, height, input.bytes};
 }
 
 void previewModel(const PreviewInput& input) {

@@ -6,17 +6,13 @@
 
 #include "io/archive/hpi_archive.h"
 #include "io/formats/palette.h"
+#include "model/png_picture.h"
 
 namespace orb::unitview {
 
 struct TextPreview {
     /// UTF-8.
     std::string text;
-};
-struct ImagePreview {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    io::Bytes png;
 };
 struct ModelPreview {
     std::vector<std::string> pieces;
@@ -39,7 +35,7 @@ struct ArchivePreview {
     std::size_t size = 0;
     /// The preview does not show the whole file.
     bool truncated = false;
-    std::variant<TextPreview, ImagePreview, ModelPreview, ScriptPreview, BinaryPreview> content;
+    std::variant<TextPreview, PngPicture, ModelPreview, ScriptPreview, BinaryPreview> content;
 };
 
 /// Decodes a file as its name's extension says; text is cut at `maxBytes`. A damaged picture, model

@@ -25,12 +25,6 @@ void loadPalette(const io::CompositeVirtualFileSystem& files, io::Palette& palet
     }
 }
 
-/// The name of a definition's file, which leads to it whatever the definition says now.
-std::string sourceStem(const io::FileLocation& source) {
-    const bool isLoose = source.kind == io::FileLocation::Kind::loose;
-    return (isLoose ? source.path : std::filesystem::path(source.internalPath)).stem().string();
-}
-
 }  // namespace
 
 const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request) {
@@ -71,6 +65,11 @@ const MountedData& UnitViewSession::data() const {
     return *data_;
 }
 
+const LoadedUnit& UnitViewSession::requireUnit() const {
+    if (!unit_) throw RequestError("no unit loaded; call load-unit first");
+    return *unit_;
+}
+
 UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
     if (name.empty()) throw RequestError("unit name is required");
     if (!data_) throw RequestError("VFS not mounted; call setDataRoots first");
@@ -101,7 +100,7 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLoca
     }
     if (!isLoadedFrom(written)) return std::nullopt;
     try {
-        loadUnit(sourceStem(unit_->source->location));
+        loadUnit(fileStem(unit_->source->location));
     } catch (const RequestError& error) {
         LogLine(LogLevel::warn) << "[refresh] unit unloaded: " << error.what();
         return error.what();

@@ -8,6 +8,8 @@
 
 #include "io/formats/palette.h"
 #include "io/vfs/data_roots.h"
+#include "model/gaf_index.h"
+#include "model/texture_library.h"
 #include "session/cob_session.h"
 #include "session/game_tables.h"
 #include "session/loaded_unit.h"
@@ -41,6 +43,9 @@ struct MountedData {
     std::vector<std::filesystem::path> roots;
     UnitCatalogue catalogue;
     GameTables tables;
+    TextureLibrary textures{files};
+    /// The entries of anims/*.gaf.
+    GafIndex animations{files, "anims"};
 };
 
 /// The one session of the process: the mounted game data, the loaded unit and what hangs from them.
@@ -76,6 +81,8 @@ public:
 
     /// The loaded unit or null.
     const LoadedUnit* unit() const { return unit_ ? &*unit_ : nullptr; }
+    /// The loaded unit. Throws RequestError "no unit loaded; call load-unit first".
+    const LoadedUnit& requireUnit() const;
 
     /// The loaded unit's running script.
     CobSession& cob() { return cob_; }

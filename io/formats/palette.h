@@ -22,10 +22,18 @@ Palette greyscaleRamp();
 /// The hash that log lines name a palette by: h = h * 0x100000001b3 ^ byte, from 0.
 std::uint64_t paletteHash(ByteView file);
 
-/// True for the indices that take the colour of the owning player: 96-111, 128-143, 224-229.
+/// A run of indices, brightest first, that take the colour of the owning player.
+struct TeamBand {
+    std::uint8_t first = 0;
+    std::uint8_t last = 0;
+};
+inline constexpr std::array<TeamBand, 3> kTeamBands = {{{96, 111}, {128, 143}, {224, 229}}};
+
+/// True for the indices of the team bands.
 constexpr bool isTeamBand(std::uint8_t index) {
-    return (index >= 96 && index <= 111) || (index >= 128 && index <= 143) ||
-           (index >= 224 && index <= 229);
+    for (const TeamBand& band : kTeamBands)
+        if (index >= band.first && index <= band.last) return true;
+    return false;
 }
 
 /// Loads "palettes/PALETTE.PAL" into `palette`, or the grey ramp when there is no such file, and

@@ -2,6 +2,7 @@
 
 #include <exception>
 
+#include "io/archive/path_components.h"
 #include "io/ascii.h"
 
 namespace orb::io {
@@ -25,7 +26,9 @@ std::vector<std::string> HpiFileSystem::listFiles(std::string_view directory,
     const HpiEntries* const entries = archive_.findDirectory(directory);
     if (!entries) return names;
     for (const HpiEntry& entry : *entries)
-        if (entry.file() && endsWithIgnoringCase(entry.name, suffix)) names.push_back(entry.name);
+        if (entry.file() && isPlainComponent(entry.name) &&
+            endsWithIgnoringCase(entry.name, suffix))
+            names.push_back(entry.name);
     return names;
 }
 
@@ -34,7 +37,7 @@ std::vector<std::string> HpiFileSystem::listDirectories(std::string_view directo
     const HpiEntries* const entries = archive_.findDirectory(directory);
     if (!entries) return names;
     for (const HpiEntry& entry : *entries)
-        if (entry.directory()) names.push_back(entry.name);
+        if (entry.directory() && isPlainComponent(entry.name)) names.push_back(entry.name);
     return names;
 }
 

@@ -33,6 +33,19 @@ Reply archiveBrowseExtractOne(UnitViewSession&, const Payload&);
 Reply archiveBrowseExtractDir(UnitViewSession&, const Payload&);
 Reply archiveBrowseExtractAll(UnitViewSession&, const Payload&);
 
+// models.cpp
+Reply getUnitGlb(UnitViewSession&, const Payload&);
+Reply getWeaponModelGlb(UnitViewSession&, const Payload&);
+Reply unitTextures(UnitViewSession&, const Payload&);
+Reply getMasterPalette(UnitViewSession&, const Payload&);
+
+// pictures.cpp
+Reply getUnitBuildpic(UnitViewSession&, const Payload&);
+Reply listUnitBuildpicSources(UnitViewSession&, const Payload&);
+Reply getUnitOrbBuildpic(UnitViewSession&, const Payload&);
+Reply getProjectileSprite(UnitViewSession&, const Payload&);
+Reply getSound(UnitViewSession&, const Payload&);
+
 // cob_control.cpp
 Reply cobReset(UnitViewSession&, const Payload&);
 Reply cobStopAll(UnitViewSession&, const Payload&);
@@ -47,6 +60,12 @@ Reply cobClearBreakpoints(UnitViewSession&, const Payload&);
 Reply cobContinue(UnitViewSession&, const Payload&);
 Reply cobStepInstruction(UnitViewSession&, const Payload&);
 Reply cobStepLine(UnitViewSession&, const Payload&);
+
+// bos.cpp
+Reply cobCompile(UnitViewSession&, const Payload&);
+Reply cobDisassemble(UnitViewSession&, const Payload&);
+Reply cobGetUnitBos(UnitViewSession&, const Payload&);
+Reply cobSourceCompare(UnitViewSession&, const Payload&);
 
 // authoring.cpp
 Reply resolveUnitSource(UnitViewSession&, const Payload&);

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "io/formats/palette.h"
+#include "io/vfs/composite_virtual_file_system.h"
+#include "model/gaf_index.h"
+#include "model/png_picture.h"
+
+namespace orb::unitview {
+
+/// One of the pictures that the data roots hold for a unit's build button.
+struct BuildPictureSource {
+    /// "pcx", "gaf", "png-triplet" or "png".
+    std::string_view format;
+    /// The virtual path of the file; of a triplet, of its first picture.
+    std::string path;
+    /// The place of the picture in an animation file.
+    std::size_t gafIndex = 0;
+};
+
+/// The pictures of a name in this order of formats: unitpics/NAME.pcx; unitpics/NAME.gaf, or an
+/// entry NAME of `animations`; unitpics/NAME.png with NAME_pressed.png and NAME_disabled.png;
+/// unitpics/NAME.png. A name may be given with one of these extensions.
+std::vector<BuildPictureSource> findBuildPictures(const io::CompositeVirtualFileSystem& files,
+                                                  const GafIndex& animations,
+                                                  std::string_view name);
+
+/// Reads a picture; of a triplet, the first. Throws what the format's reader throws, or
+/// std::runtime_error "build picture not found: …" when the file has vanished.
+PngPicture readBuildPicture(const io::CompositeVirtualFileSystem& files,
+                            const BuildPictureSource& source, const io::Palette& palette);
+
+/// A build button as three PNG files.
+struct ButtonPictures {
+    io::Bytes normal;
+    std::optional<io::Bytes> pressed;
+    std::optional<io::Bytes> disabled;
+};
+
+/// unitpics/NAME.png with what there is of its companions; none without the first.
+std::optional<ButtonPictures> readButtonPictures(const io::CompositeVirtualFileSystem& files,
+                                                 std::string_view name);
+
+}  // namespace orb::unitview

@@ -1,0 +1,43 @@
+#include "model/gaf_index.h"
+
+#include <stdexcept>
+
+#include <fmt/format.h>
+
+#include "io/ascii.h"
+#include "server/logger.h"
+
+namespace orb::unitview {
+
+const GafEntryRef* GafIndex::find(std::string_view name) const {
+    if (!isBuilt_) build();
+    const auto found = entries_.find(io::upperCased(name));
+    return found == entries_.end() ? nullptr : &found->second;
+}
+
+void GafIndex::build() const {
+    const auto addFile = [&](std::string_view name, const std::optional<io::Bytes>& content,
+                             std::string_view error) {
+        const std::string path = fmt::format("{}/{}", directory_, name);
+        try {
+            if (!content) throw std::runtime_error(std::string(error));
+            std::size_t index = 0;
+            for (const std::string& entry : io::readGafEntryNames(*content))
+                entries_.try_emplace(io::upperCased(entry), GafEntryRef{path, index++});
+        } catch (const std::exception& failure) {
+            LogLine(LogLevel::warn) << "[gaf] cannot read '" << path << "': " << failure.what();
+        }
+    };
+    files_.forEachFile(directory_, ".gaf", addFile);
+    isBuilt_ = true;
+    LogLine(LogLevel::info) << "[gaf] " << directory_ << ": " << entries_.size() << " entries";
+}
+
+io::GafEntry readNamedGafEntry(io::ByteView file, std::size_t index, std::string_view name) {
+    io::GafEntry entry = io::readGafEntry(file, index);
+    if (!io::equalsIgnoringCase(entry.name, name))
+        throw std::runtime_error(fmt::format("GAF entry not found: {}", name));
+    return entry;
+}
+
+}  // namespace orb::unitview

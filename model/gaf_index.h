@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "io/formats/gaf.h"
+#include "io/vfs/composite_virtual_file_system.h"
+
+namespace orb::unitview {
+
+/// An entry of an animation file, by the file's virtual path and its place in it.
+struct GafEntryRef {
+    std::string path;
+    std::size_t index = 0;
+};
+
+/// The entries of the *.gaf files directly in one directory of the stack, found by name in any
+/// case. The first file that has a name wins. Built at the first look-up; not for several threads.
+class GafIndex {
+public:
+    /// Borrows the file system.
+    GafIndex(const io::CompositeVirtualFileSystem& files, std::string directory)
+        : files_(files), directory_(std::move(directory)) {}
+
+    /// Null when no file has such an entry. Damaged files are logged and left out.
+    const GafEntryRef* find(std::string_view name) const;
+
+private:
+    void build() const;
+
+    const io::CompositeVirtualFileSystem& files_;
+    std::string directory_;
+    mutable bool isBuilt_ = false;
+    /// By upper-cased name.
+    mutable std::unordered_map<std::string, GafEntryRef> entries_;
+};
+
+/// Reads one entry of a file that is read already; throws what the reader throws, and
+/// std::runtime_error "GAF entry not found: …" when the entry there has another name.
+io::GafEntry readNamedGafEntry(io::ByteView file, std::size_t index, std::string_view name);
+
+}  // namespace orb::unitview

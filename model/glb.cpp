@@ -1,0 +1,371 @@
+#include "model/glb.h"
+
+#include <algorithm>
+#include <bit>
+#include <initializer_list>
+#include <iterator>
+#include <map>
+#include <span>
+#include <string_view>
+#include <unordered_map>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "model/mesh.h"
+#include "model/piece_list.h"
+#include "server/logger.h"
+
+// Binary glTF 2.0, little-endian.
+//
+//   container                        binary buffer, each block padded with zeros to 4 bytes
+//   0       u32  "glTF"              per draw range: positions   3 f32 per vertex
+//   4       u32  2                                   colours     3 f32 per vertex
+//   8       u32  length of all                       texture uv  2 f32 per vertex
+//   12      u32  J, JSON length                      indices     1 u16 per vertex: 0, 1, 2, …
+//   16      u32  "JSON"              per texture:    a PNG file
+//   20      JSON, padded with blanks
+//   20 + J  u32  BIN length
+//   24 + J  u32  "BIN\0"
+//   28 + J  the binary buffer
+
+namespace orb::unitview {
+namespace {
+
+using nlohmann::json;
+
+constexpr std::uint32_t kMagic = 0x46546C67;
+constexpr std::uint32_t kVersion = 2;
+constexpr std::uint32_t kJsonChunk = 0x4E4F534A;
+constexpr std::uint32_t kBinChunk = 0x004E4942;
+/// All of the container but its two chunks' contents.
+constexpr std::size_t kContainerSize = 28;
+constexpr std::size_t kAlignment = 4;
+
+// Values of the format's own enumerations.
+constexpr int kLinear = 9729;
+constexpr int kLinearMipmapLinear = 9987;
+constexpr int kRepeat = 10497;
+constexpr int kArrayBuffer = 34962;
+constexpr int kElementArrayBuffer = 34963;
+constexpr int kUnsignedShort = 5123;
+constexpr int kFloat = 5126;
+constexpr int kTriangles = 4;
+
+constexpr double kAlphaCutoff = 0.5;
+constexpr ColorRgb kGrey = {0.5F, 0.5F, 0.5F};
+/// Leaves a texture's own colours as they are.
+constexpr ColorRgb kWhite = {1, 1, 1};
+
+/// Materials stand in pairs: one for faces, one for their twins. The first pair is untextured.
+constexpr std::size_t kMaterialsPerTexture = 2;
+
+/// A JSON array of many records of numbers, kept as text: as a tree of values it would take most of
+/// the time and memory of an export.
+class RecordList {
+public:
+    /// Appends a record; returns its index.
+    template <typename... Values>
+    std::size_t add(fmt::format_string<Values...> format, Values&&... values) {
+        text_ += text_.empty() ? '[' : ',';
+        fmt::format_to(std::back_inserter(text_), format, std::forward<Values>(values)...);
+        return count_++;
+    }
+    std::size_t size() const { return count_; }
+    /// Empty without records, since the format forbids empty arrays.
+    std::string text() const { return text_.empty() ? "" : text_ + ']'; }
+
+private:
+    std::string text_;
+    std::size_t count_ = 0;
+};
+
+/// A point with every digit that its floats have, seen as doubles.
+std::string pointText(const io::Vec3& point) {
+    return fmt::format("[{},{},{}]", static_cast<double>(point[0]), static_cast<double>(point[1]),
+                       static_cast<double>(point[2]));
+}
+
+/// The "max" and "min" members of an accessor.
+std::string boundsText(std::span<const io::Vec3> positions) {
+    io::Vec3 least = positions.front();
+    io::Vec3 greatest = positions.front();
+    for (const io::Vec3& position : positions) {
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            least[axis] = std::min(least[axis], position[axis]);
+            greatest[axis] = std::max(greatest[axis], position[axis]);
+        }
+    }
+    return fmt::format(R"("max":{},"min":{},)", pointText(greatest), pointText(least));
+}
+
+/// The binary buffer with the list of its blocks.
+class BlockBuffer {
+public:
+    /// Appends vectors of floats; returns the index of the buffer view.
+    template <typename Vector>
+    std::size_t addVertexData(std::span<const Vector> vectors) {
+        const std::size_t start = bytes_.position();
+        for (const Vector& vector : vectors)
+            for (const float value : vector) bytes_.u32(std::bit_cast<std::uint32_t>(value));
+        return addView(start, kArrayBuffer);
+    }
+
+    std::size_t addIdentityIndices(std::size_t count) {
+        const std::size_t start = bytes_.position();
+        for (std::size_t i = 0; i < count; ++i) bytes_.u16(static_cast<std::uint16_t>(i));
+        return addView(start, kElementArrayBuffer);
+    }
+
+    std::size_t addPicture(io::ByteView png) {
+        const std::size_t start = bytes_.position();
+        bytes_.bytes(png);
+        return addView(start, std::nullopt);
+    }
+
+    io::ByteView bytes() const { return bytes_.view(); }
+    const RecordList& views() const { return views_; }
+
+private:
+    std::size_t addView(std::size_t start, std::optional<int> target) {
+        const std::size_t length = bytes_.position() - start;
+        bytes_.zeros((kAlignment - length % kAlignment) % kAlignment);
+        const std::string targetText = target ? fmt::format(R"(,"target":{})", *target) : "";
+        return views_.add(R"({{"buffer":0,"byteLength":{},"byteOffset":{}{}}})", length, start,
+                          targetText);
+    }
+
+    io::ByteWriter bytes_;
+    RecordList views_;
+};
+
+/// The materials that show a mesh, and the textures in the order of the file.
+class Materials {
+public:
+    Materials(const ModelMesh& mesh, const TextureSet& textures) : textures_(textures) {
+        std::unordered_map<std::string_view, std::size_t> places;
+        for (const auto& [name, texture] : textures) places.emplace(name, places.size());
+        for (const std::string& name : mesh.textureNames) {
+            const auto found = places.find(name);
+            slots_.push_back(found == places.end() ? std::nullopt : std::optional(found->second));
+        }
+    }
+
+    bool isTextured(const DrawRange& range) const { return slotOf(range).has_value(); }
+
+    /// The index of a range's material in `encode()`.
+    std::size_t indexOf(const DrawRange& range) const {
+        const auto slot = slotOf(range);
+        return (slot ? *slot + 1 : 0) * kMaterialsPerTexture + (range.isTwin ? 1 : 0);
+    }
+
+    json encode() const {
+        json result = json::array();
+        const auto addPair = [&](const std::string& name, const json& material) {
+            for (const char* const suffix : {"", "_twin"}) {
+                result.push_back(material);
+                result.back()["name"] = name + suffix;
+            }
+        };
+        json material = {
+            {"pbrMetallicRoughness",
+             {{"baseColorFactor", {1, 1, 1, 1}}, {"metallicFactor", 0}, {"roughnessFactor", 1}}},
+            {"extensions", {{"KHR_materials_unlit", json::object()}}},
+            {"doubleSided", false}};
+        addPair("untextured", material);
+        material["alphaMode"] = "MASK";
+        material["alphaCutoff"] = kAlphaCutoff;
+        json& picture = material["pbrMetallicRoughness"]["baseColorTexture"];
+        picture = {{"index", 0}, {"texCoord", 0}};
+        for (const auto& [key, texture] : textures_) {
+            addPair("tex_" + texture.name, material);
+            picture["index"] = picture["index"].get<std::size_t>() + 1;
+        }
+        return result;
+    }
+
+private:
+    std::optional<std::size_t> slotOf(const DrawRange& range) const {
+        return range.texture ? slots_[*range.texture] : std::nullopt;
+    }
+
+    const TextureSet& textures_;
+    /// The place in the file of each texture of the mesh; none for one that is missing.
+    std::vector<std::optional<std::size_t>> slots_;
+};
+
+/// Turns the draw ranges of pieces into meshes of the document.
+class GeometryWriter {
+public:
+    GeometryWriter(const ModelMesh& mesh, const Materials& materials,
+                   const std::array<ColorRgb, 256>& colors, BlockBuffer& buffer)
+        : mesh_(mesh), materials_(materials), colors_(colors), buffer_(buffer) {}
+
+    /// The index of the mesh, or none for a piece without geometry.
+    std::optional<std::size_t> addPiece(const PieceMesh& piece) {
+        if (piece.rangeCount == 0) return std::nullopt;
+        RecordList primitives;
+        for (std::size_t i = 0; i < piece.rangeCount; ++i)
+            addRange(mesh_.ranges[piece.firstRange + i], primitives);
+        return meshes_.add(R"({{"primitives":{}}})", primitives.text());
+    }
+
+    const RecordList& meshes() const { return meshes_; }
+    const RecordList& accessors() const { return accessors_; }
+
+private:
+    void addRange(const DrawRange& range, RecordList& primitives) {
+        const std::size_t count = range.vertexCount;
+        const std::span positions(mesh_.positions.data() + range.firstVertex, count);
+        const std::span texCoords(mesh_.texCoords.data() + range.firstVertex, count);
+        const std::vector<ColorRgb> colors(count, colorOf(range));
+
+        const std::size_t position = addAccessor(buffer_.addVertexData(positions), kFloat, count,
+                                                 "VEC3", boundsText(positions));
+        const std::size_t color =
+            addAccessor(buffer_.addVertexData(std::span(colors)), kFloat, count, "VEC3");
+        const std::size_t texCoord =
+            addAccessor(buffer_.addVertexData(texCoords), kFloat, count, "VEC2");
+        const std::size_t indices =
+            addAccessor(buffer_.addIdentityIndices(count), kUnsignedShort, count, "SCALAR");
+        primitives.add(R"({{"attributes":{{"COLOR_0":{},"POSITION":{},"TEXCOORD_0":{}}},)"
+                       R"("extras":{{"primIndex":{}}},"indices":{},"material":{},"mode":{}}})",
+                       color, position, texCoord, range.primIndex, indices,
+                       materials_.indexOf(range), kTriangles);
+    }
+
+    ColorRgb colorOf(const DrawRange& range) const {
+        if (materials_.isTextured(range)) return kWhite;
+        return range.color ? colors_[*range.color] : kGrey;
+    }
+
+    std::size_t addAccessor(std::size_t bufferView, int componentType, std::size_t count,
+                            std::string_view type, const std::string& bounds = {}) {
+        return accessors_.add(R"({{"bufferView":{},"componentType":{},"count":{},{}"type":"{}"}})",
+                              bufferView, componentType, count, bounds, type);
+    }
+
+    const ModelMesh& mesh_;
+    const Materials& materials_;
+    const std::array<ColorRgb, 256>& colors_;
+    BlockBuffer& buffer_;
+    RecordList meshes_;
+    RecordList accessors_;
+};
+
+/// The pieces as nodes, without their meshes.
+json encodeNodes(const std::vector<PieceRef>& pieces) {
+    json nodes = json::array();
+    for (const auto& [piece, parent] : pieces) {
+        json node = {{"name", piece->name}};
+        if (piece->position != io::Vec3{}) node["translation"] = piece->position;
+        if (parent >= 0)
+            nodes[static_cast<std::size_t>(parent)]["children"].push_back(nodes.size());
+        nodes.push_back(std::move(node));
+    }
+    return nodes;
+}
+
+/// Everything of the document but geometry and pictures.
+json documentFrame(const io::Model3doObject& model, std::size_t pieceCount) {
+    return {
+        {"asset", {{"version", "2.0"}, {"generator", "ORB Unit Editor"}}},
+        {"extensionsUsed", json::array({"KHR_materials_unlit"})},
+        {"samplers", json::array({{{"magFilter", kLinear},
+                                   {"minFilter", kLinearMipmapLinear},
+                                   {"wrapS", kRepeat},
+                                   {"wrapT", kRepeat}}})},
+        {"scene", 0},
+        {"scenes",
+         json::array({{{"nodes", json::array({0})},
+                       {"extras", {{"unitRootPiece", model.name}, {"pieceCount", pieceCount}}}}})}};
+}
+
+/// Appends the pictures and adds what refers to them.
+void addPictures(json& document, const TextureSet& set, BlockBuffer& buffer) {
+    json images = json::array();
+    json textures = json::array();
+    for (const auto& [key, texture] : set) {
+        images.push_back(
+            {{"mimeType", "image/png"}, {"bufferView", buffer.addPicture(*texture.png)}});
+        textures.push_back({{"sampler", 0}, {"source", textures.size()}});
+    }
+    if (images.empty()) return;
+    document["images"] = std::move(images);
+    document["textures"] = std::move(textures);
+}
+
+/// The compact text of the document, its members and the lists in the order of their keys.
+std::string documentText(const json& document,
+                         std::initializer_list<std::pair<std::string, const RecordList*>> lists) {
+    std::map<std::string, std::string> members;
+    for (const auto& [key, value] : document.items())
+        members[key] = value.dump(-1, ' ', false, json::error_handler_t::replace);
+    for (const auto& [key, list] : lists)
+        if (list->size() > 0) members[key] = list->text();
+    std::string text;
+    for (const auto& [key, value] : members)
+        text.append(text.empty() ? "{\"" : ",\"").append(key).append("\":").append(value);
+    return text + "}";
+}
+
+io::Bytes writeContainer(std::string text, io::ByteView binary) {
+    text.append((kAlignment - text.size() % kAlignment) % kAlignment, ' ');
+    io::ByteWriter out;
+    out.u32(kMagic);
+    out.u32(kVersion);
+    out.u32(static_cast<std::uint32_t>(kContainerSize + text.size() + binary.size()));
+    out.u32(static_cast<std::uint32_t>(text.size()));
+    out.u32(kJsonChunk);
+    out.text(text);
+    out.u32(static_cast<std::uint32_t>(binary.size()));
+    out.u32(kBinChunk);
+    out.bytes(binary);
+    return out.take();
+}
+
+}  // namespace
+
+io::Bytes model3doToGlb(const io::Model3doObject& model, const TextureSet& textures,
+                        const io::Palette& palette, const TeamColor& team) {
+    LogLine(LogLevel::info) << "[glb] model3doToGlb start: root='" << model.name
+                            << "' textures=" << textures.size() << " palette=" << palette.size();
+    const std::vector<PieceRef> pieces = flattenPieces(model);
+    LogLine(LogLevel::info) << "[glb] flattened pieces=" << pieces.size();
+
+    const ModelMesh mesh = buildMesh(model);
+    const Materials materials(mesh, textures);
+    const std::array<ColorRgb, 256> colors = unitColors(palette, team);
+    BlockBuffer buffer;
+    GeometryWriter geometry(mesh, materials, colors, buffer);
+    json nodes = encodeNodes(pieces);
+    for (std::size_t i = 0; i < pieces.size(); ++i)
+        if (const auto index = geometry.addPiece(mesh.pieces[i])) nodes[i]["mesh"] = *index;
+    LogLine(LogLevel::info) << "[glb] emitPieceGeometryDFS done; pieceMeshes="
+                            << geometry.meshes().size() << " bin=" << buffer.bytes().size();
+
+    json document = documentFrame(model, pieces.size());
+    document["nodes"] = std::move(nodes);
+    document["materials"] = materials.encode();
+    addPictures(document, textures, buffer);
+    if (!buffer.bytes().empty())
+        document["buffers"] = json::array({{{"byteLength", buffer.bytes().size()}}});
+
+    io::Bytes glb = writeContainer(documentText(document, {{"meshes", &geometry.meshes()},
+                                                           {"accessors", &geometry.accessors()},
+                                                           {"bufferViews", &buffer.views()}}),
+                                   buffer.bytes());
+    LogLine(LogLevel::info) << "[glb] model3doToGlb done: totalSize=" << glb.size()
+                            << " jsonSize=" << glb.size() - buffer.bytes().size() - kContainerSize
+                            << " binSize=" << buffer.bytes().size();
+    return glb;
+}
+
+ExportedModel exportModel(const io::Model3doObject& model, const TextureLibrary& library,
+                          const io::Palette& palette, const TeamColor& team) {
+    const TextureSet textures = library.encode(textureNames(model), unitPalette(palette, team));
+    return {model3doToGlb(model, textures, palette, team), flattenPieces(model).size(),
+            textures.size()};
+}
+
+}  // namespace orb::unitview

@@ -1,0 +1,171 @@
+#include "model/mesh.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <stdexcept>
+
+#include "io/ascii.h"
+#include "model/piece_list.h"
+
+namespace orb::unitview {
+namespace {
+
+using io::Model3doObject;
+using io::Model3doPrimitive;
+using io::Vec3;
+/// Products of coordinates leave the range of float.
+using Vec3d = std::array<double, 3>;
+
+constexpr std::size_t kQuadCorners = 4;
+constexpr std::array<TexCoord, kQuadCorners> kQuadTexCoords = {{{0, 0}, {1, 0}, {1, 1}, {0, 1}}};
+/// A plane whose normal leans less than this (as a cosine) from the vertical has no upward
+/// direction to speak of.
+constexpr double kLevel = 0.999;
+
+double dot(const Vec3d& a, const Vec3d& b) {
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+Vec3d cross(const Vec3d& a, const Vec3d& b) {
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+Vec3d normalized(const Vec3d& v) {
+    const double length = std::sqrt(dot(v, v));
+    return length > 0 ? Vec3d{v[0] / length, v[1] / length, v[2] / length} : Vec3d{};
+}
+
+/// The direction that a polygon faces: its corners run clockwise as seen from there. Zero for one
+/// without area.
+Vec3d facing(const std::vector<Vec3d>& corners) {
+    Vec3d normal{};
+    for (std::size_t i = 0; i < corners.size(); ++i) {
+        const Vec3d& a = corners[i];
+        const Vec3d& b = corners[(i + 1) % corners.size()];
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const std::size_t y = (axis + 1) % 3;
+            const std::size_t z = (axis + 2) % 3;
+            normal[axis] -= (a[y] - b[y]) * (a[z] + b[z]);
+        }
+    }
+    return normalized(normal);
+}
+
+/// Where each corner lies between the least and the greatest along `direction`, from 0 to 1.
+std::vector<float> spread(const std::vector<Vec3d>& corners, const Vec3d& direction) {
+    std::vector<double> along(corners.size());
+    std::ranges::transform(corners, along.begin(),
+                           [&](const Vec3d& corner) { return dot(corner, direction); });
+    const auto [least, greatest] = std::ranges::minmax(along);
+    const double extent = greatest - least;
+    std::vector<float> result(corners.size());
+    if (!(extent > 0)) return result;
+    std::ranges::transform(along, result.begin(), [&, low = least](double value) {
+        return static_cast<float>((value - low) / extent);
+    });
+    return result;
+}
+
+/// Lays the picture over the polygon's bounding box in its own plane, upright and readable from the
+/// side that the polygon faces; on level ground "up" is towards -z.
+std::vector<TexCoord> projectedTexCoords(const std::vector<Vec3d>& corners) {
+    const Vec3d outward = facing(corners);
+    const Vec3d upward = std::abs(outward[1]) < kLevel ? Vec3d{0, 1, 0} : Vec3d{0, 0, -1};
+    const Vec3d right = normalized(cross(upward, outward));
+    const Vec3d down = cross(right, outward);
+    const std::vector<float> u = spread(corners, right);
+    const std::vector<float> v = spread(corners, down);
+    std::vector<TexCoord> result(corners.size());
+    for (std::size_t i = 0; i < result.size(); ++i) result[i] = {u[i], v[i]};
+    return result;
+}
+
+std::vector<TexCoord> texCoordsOf(const Model3doPrimitive& face,
+                                  const std::vector<Vec3>& vertices) {
+    if (!face.textureName) return std::vector<TexCoord>(face.vertexIndices.size());
+    if (face.vertexIndices.size() == kQuadCorners)
+        return {kQuadTexCoords.begin(), kQuadTexCoords.end()};
+    std::vector<Vec3d> corners;
+    corners.reserve(face.vertexIndices.size());
+    for (const std::uint16_t index : face.vertexIndices)
+        corners.push_back({vertices[index][0], vertices[index][1], vertices[index][2]});
+    return projectedTexCoords(corners);
+}
+
+bool isDrawn(const Model3doPrimitive& face, const Model3doObject& piece) {
+    return face.vertexIndices.size() >= 3 &&
+           std::ranges::max(face.vertexIndices) < piece.vertices.size();
+}
+
+class MeshBuilder {
+public:
+    void addPiece(const Model3doObject& piece) {
+        const std::size_t firstRange = mesh_.ranges.size();
+        for (std::size_t i = 0; i < piece.primitives.size(); ++i) {
+            const bool isSelection = piece.selectionPrimitive &&
+                                     static_cast<std::size_t>(*piece.selectionPrimitive) == i;
+            if (!isSelection && isDrawn(piece.primitives[i], piece)) addFace(piece, i);
+        }
+        mesh_.pieces.push_back({firstRange, mesh_.ranges.size() - firstRange});
+    }
+
+    ModelMesh take() { return std::move(mesh_); }
+
+private:
+    void addFace(const Model3doObject& piece, std::size_t primIndex) {
+        const Model3doPrimitive& face = piece.primitives[primIndex];
+        const std::size_t vertexCount = (face.vertexIndices.size() - 2) * 3;
+        requireRoom(vertexCount);
+        DrawRange range;
+        range.primIndex = primIndex;
+        range.color = face.color;
+        range.isTwin = face.flags[kTwinFlag];
+        if (face.textureName) range.texture = textureIndex(*face.textureName);
+        for (std::size_t done = 0; done < vertexCount; done += range.vertexCount) {
+            range.firstVertex = mesh_.positions.size() + done;
+            range.vertexCount = std::min(vertexCount - done, kMaxRangeVertices);
+            mesh_.ranges.push_back(range);
+        }
+        addTriangles(piece, face);
+    }
+
+    // A face's corners run clockwise as seen from outside: reading each triangle of the fan
+    // backwards makes it face the viewer.
+    void addTriangles(const Model3doObject& piece, const Model3doPrimitive& face) {
+        const std::vector<TexCoord> texCoords = texCoordsOf(face, piece.vertices);
+        for (std::size_t i = 1; i + 1 < face.vertexIndices.size(); ++i) {
+            for (const std::size_t corner : {std::size_t{0}, i + 1, i}) {
+                mesh_.positions.push_back(piece.vertices[face.vertexIndices[corner]]);
+                mesh_.texCoords.push_back(texCoords[corner]);
+            }
+        }
+    }
+
+    void requireRoom(std::size_t vertexCount) const {
+        const std::size_t rangeCount = (vertexCount - 1) / kMaxRangeVertices + 1;
+        if (vertexCount > kMaxMeshVertices - mesh_.positions.size() ||
+            rangeCount > kMaxMeshRanges - mesh_.ranges.size())
+            throw std::runtime_error("model too large to draw");
+    }
+
+    std::size_t textureIndex(const std::string& name) {
+        const auto [found, isNew] =
+            textures_.try_emplace(io::upperCased(name), mesh_.textureNames.size());
+        if (isNew) mesh_.textureNames.push_back(found->first);
+        return found->second;
+    }
+
+    ModelMesh mesh_;
+    std::map<std::string, std::size_t> textures_;
+};
+
+}  // namespace
+
+ModelMesh buildMesh(const Model3doObject& root) {
+    MeshBuilder builder;
+    for (const auto& [piece, parent] : flattenPieces(root)) builder.addPiece(*piece);
+    return builder.take();
+}
+
+}  // namespace orb::unitview
