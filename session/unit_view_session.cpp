@@ -25,6 +25,13 @@ void loadPalette(const io::CompositeVirtualFileSystem& files, io::Palette& palet
     }
 }
 
+/// What is read from the mounted files at once.
+void readData(MountedData& mounted, io::Palette& palette) {
+    mounted.catalogue = UnitCatalogue(mounted.files);
+    mounted.tables = readGameTables(mounted.files);
+    loadPalette(mounted.files, palette);
+}
+
 }  // namespace
 
 const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request) {
@@ -40,9 +47,7 @@ const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request
         mounted->roots.push_back(request.mapsPath);
         mounted->layers.push_back({"maps", request.mapsPath, 0});
     }
-    mounted->catalogue = UnitCatalogue(mounted->files);
-    mounted->tables = readGameTables(mounted->files);
-    loadPalette(mounted->files, palette_);
+    readData(*mounted, palette_);
 
     data_ = std::move(mounted);
     LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
@@ -87,14 +92,20 @@ bool UnitViewSession::isLoadedFrom(const io::FileLocation& written) const {
 }
 
 std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLocation& written) {
+    // With new data every cache begins anew; the layers are handed over, open archives and all.
+    auto refreshed = std::make_unique<MountedData>();
+    refreshed->result = data_->result;
+    refreshed->layers = data_->layers;
+    refreshed->roots = data_->roots;
+    std::swap(refreshed->files, data_->files);
     try {
         if (written.kind == io::FileLocation::Kind::archive)
-            data_->files.reopenArchive(written.path);
-        data_->catalogue = UnitCatalogue(data_->files);
-        data_->tables = readGameTables(data_->files);
-        loadPalette(data_->files, palette_);
+            refreshed->files.reopenArchive(written.path);
+        readData(*refreshed, palette_);
+        data_ = std::move(refreshed);
     } catch (const std::exception& error) {
         // What was written is written; the next mount tells more.
+        std::swap(refreshed->files, data_->files);
         LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.path) << ": "
                                 << error.what();
     }
