@@ -41,8 +41,10 @@ const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request
     }
     mounted->catalogue = UnitCatalogue(mounted->files);
     mounted->tables = readGameTables(mounted->files);
+    LintSuppressions suppressions = loadLintSuppressions(mounted->roots);
     loadPalette(mounted->files, palette_);
 
+    lintSuppressions_ = std::move(suppressions);
     data_ = std::move(mounted);
     LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
                             << data_->catalogue.roster().size() << " units";
@@ -52,6 +54,7 @@ const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request
 void UnitViewSession::clearDataRoots() {
     unloadUnit();
     data_.reset();
+    lintSuppressions_ = {};
 }
 
 void UnitViewSession::unloadUnit() {
@@ -76,6 +79,20 @@ UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
             findSource(data_->files, definitionPath(data_->files, data_->catalogue, name)))
         return *source;
     throw RequestError("could not locate source for " + name);
+}
+
+std::optional<std::filesystem::path> UnitViewSession::setLintSuppressed(const LintSuppression& rule,
+                                                                        bool isSuppressed) {
+    if (isSuppressed)
+        lintSuppressions_.add(rule);
+    else
+        lintSuppressions_.remove(rule);
+    if (!data_) return std::nullopt;
+    try {
+        return saveLintSuppressions(lintSuppressions_, data_->roots);
+    } catch (const std::exception& error) {
+        throw RequestError(error.what());
+    }
 }
 
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {

@@ -12,6 +12,7 @@
 #include "model/texture_library.h"
 #include "session/cob_session.h"
 #include "session/game_tables.h"
+#include "session/lint_suppressions.h"
 #include "session/loaded_unit.h"
 #include "session/sim_mode.h"
 #include "session/unit_catalogue.h"
@@ -81,6 +82,13 @@ public:
     /// The loaded unit's running script.
     CobSession& cob() { return cob_; }
 
+    /// Read from the roots whenever they are set.
+    const LintSuppressions& lintSuppressions() const { return lintSuppressions_; }
+    /// Adds or removes a rule and writes the file in the first root, whose path it returns. Throws
+    /// RequestError with the writer's text; the rules keep the change all the same.
+    std::optional<std::filesystem::path> setLintSuppressed(const LintSuppression& rule,
+                                                           bool isSuppressed);
+
     const io::Palette& palette() const { return palette_; }
 
     SimMode simMode() const { return simMode_; }
@@ -93,6 +101,7 @@ private:
     void unloadUnit();
 
     std::unique_ptr<MountedData> data_;
+    LintSuppressions lintSuppressions_;
     io::Palette palette_ = io::greyscaleRamp();
     std::optional<LoadedUnit> unit_;
     CobSession cob_;

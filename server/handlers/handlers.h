@@ -61,4 +61,11 @@ Reply cobContinue(UnitViewSession&, const Payload&);
 Reply cobStepInstruction(UnitViewSession&, const Payload&);
 Reply cobStepLine(UnitViewSession&, const Payload&);
 
+// diagnostics.cpp
+Reply unitHealth(UnitViewSession&, const Payload&);
+Reply modernizerPreview(UnitViewSession&, const Payload&);
+Reply lintSuppress(UnitViewSession&, const Payload&);
+Reply lintUnsuppress(UnitViewSession&, const Payload&);
+Reply conflictScan(UnitViewSession&, const Payload&);
+
 }  // namespace orb::unitview::ipc::handlers
