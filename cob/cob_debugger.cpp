@@ -1,6 +1,5 @@
 #include "cob/cob_debugger.h"
 
-#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <string>
@@ -15,6 +14,19 @@ constexpr int kTicksPerResume = 600;
 constexpr int kTicksPerStep = 1;
 
 }  // namespace
+
+CobLineMap::CobLineMap(std::span<const CobLineSpan> spans) {
+    for (std::size_t i = spans.size(); i > 0; --i) paint(spans[i - 1]);
+}
+
+void CobLineMap::paint(const CobLineSpan& span) {
+    if (span.from > span.to) return;
+    const std::uint64_t end = std::uint64_t{span.to} + 1;
+    const std::uint32_t lineBehind = std::prev(lines_.upper_bound(end))->second;
+    lines_.erase(lines_.lower_bound(span.from), lines_.lower_bound(end));
+    lines_.insert_or_assign(span.from, span.line);
+    lines_.insert_or_assign(end, lineBehind);
+}
 
 void CobDebugger::attach(CobInstance* instance) {
     instance_ = instance;
@@ -39,9 +51,9 @@ CobInstance& CobDebugger::instance() const {
 }
 
 void CobDebugger::setBreakpoints(std::set<std::uint32_t> offsets,
-                                 std::vector<CobLineSpan> lineSpans) {
+                                 const std::vector<CobLineSpan>& lineSpans) {
     breakpoints_ = std::move(offsets);
-    lineSpans_ = std::move(lineSpans);
+    lines_ = CobLineMap(lineSpans);
     limitQuestions();
 }
 
@@ -55,12 +67,6 @@ void CobDebugger::limitQuestions() {
     instance_->code.askOnlyAt(offsets);
 }
 
-std::uint32_t CobDebugger::lineAt(std::uint32_t pc) const {
-    const auto span = std::ranges::find_if(
-        lineSpans_, [pc](const CobLineSpan& s) { return s.from <= pc && pc <= s.to; });
-    return span == lineSpans_.end() ? 0 : span->line;
-}
-
 bool CobDebugger::shouldPause(std::uint32_t pc) {
     if (skipOffset_ == pc) {
         skipOffset_.reset();
@@ -69,7 +75,7 @@ bool CobDebugger::shouldPause(std::uint32_t pc) {
     if (paused_ || mode_ == CobResumeMode::stepInstruction || breakpoints_.contains(pc))
         return true;
     if (mode_ == CobResumeMode::run) return false;
-    const std::uint32_t line = lineAt(pc);
+    const std::uint32_t line = lines_.lineAt(pc);
     return line == 0 || line != stepLine_;
 }
 
@@ -111,7 +117,7 @@ void CobDebugger::resume(CobResumeMode mode) {
     skipOffset_ = paused_ ? std::optional(pausedOffset_) : std::nullopt;
     mode_ = mode;
     paused_ = false;
-    stepLine_ = lineAt(pausedOffset_);
+    stepLine_ = lines_.lineAt(pausedOffset_);
     limitQuestions();
     advanceTicks(mode == CobResumeMode::stepInstruction ? kTicksPerStep : kTicksPerResume);
 }
@@ -119,9 +125,9 @@ void CobDebugger::resume(CobResumeMode mode) {
 void advanceWalkPreview(CobWalkPreview& walk) {
     constexpr float kPi = 3.1415927F;
     constexpr float kFullTurn = 6.2831855F;
-    constexpr float kRadiansPerSpeed = 1.0F / 200.0F;
+    constexpr float kSpeedPerRadian = 200.0F;
     const float speed = walk.speed > 0 ? walk.speed : 1.0F;
-    walk.heading += speed * kRadiansPerSpeed;
+    walk.heading += speed / kSpeedPerRadian;
     if (walk.heading > kPi) walk.heading -= kFullTurn;
     if (walk.heading < -kPi) walk.heading += kFullTurn;
     walk.x += std::sin(walk.heading) * speed;

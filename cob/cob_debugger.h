@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
+#include <map>
 #include <optional>
 #include <set>
 #include <span>
@@ -17,6 +19,26 @@ struct CobLineSpan {
     std::uint32_t from = 0;
     std::uint32_t to = 0;
     std::uint32_t line = 0;
+};
+
+/// The source line of every code offset.
+class CobLineMap {
+public:
+    CobLineMap() = default;
+    /// Where spans overlap, the first one says the line; a span that ends before it begins is
+    /// empty.
+    explicit CobLineMap(std::span<const CobLineSpan> spans);
+
+    /// 0 for code without a line.
+    std::uint32_t lineAt(std::uint32_t pc) const {
+        return std::prev(lines_.upper_bound(pc))->second;
+    }
+
+private:
+    void paint(const CobLineSpan& span);
+
+    /// Each line holds from its offset up to the next one.
+    std::map<std::uint64_t, std::uint32_t> lines_{{0, 0}};
 };
 
 /// How far a resume goes before it pauses by itself.
@@ -44,7 +66,7 @@ public:
     /// keeps ownership and attaches another one, or none, before destroying it.
     void attach(CobInstance* instance);
 
-    void setBreakpoints(std::set<std::uint32_t> offsets, std::vector<CobLineSpan> lineSpans);
+    void setBreakpoints(std::set<std::uint32_t> offsets, const std::vector<CobLineSpan>& lineSpans);
     void clearBreakpoints() { setBreakpoints({}, {}); }
 
     /// Runs up to `count` ticks, fewer when the instance pauses. Nothing happens without an
@@ -68,8 +90,6 @@ public:
     std::uint32_t pausedOffset() const { return pausedOffset_; }
     /// The number of the next tick; it counts on across instances.
     std::uint32_t tickCounter() const { return tickCounter_; }
-    const std::set<std::uint32_t>& breakpoints() const { return breakpoints_; }
-    const std::vector<CobLineSpan>& lineSpans() const { return lineSpans_; }
 
     CobWalkPreview walkPreview;
 
@@ -79,13 +99,11 @@ private:
     CobInstance& instance() const;
     bool shouldPause(std::uint32_t pc);
     void pauseAt(std::uint32_t pc);
-    /// Line of the first span that holds `pc`, 0 when there is none.
-    std::uint32_t lineAt(std::uint32_t pc) const;
     void limitQuestions();
 
     CobInstance* instance_ = nullptr;
     std::set<std::uint32_t> breakpoints_;
-    std::vector<CobLineSpan> lineSpans_;
+    CobLineMap lines_;
     bool paused_ = false;
     CobResumeMode mode_ = CobResumeMode::run;
     /// Where execution last paused: let through once.

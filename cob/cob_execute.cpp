@@ -220,7 +220,9 @@ void logFirstEmit(std::int32_t type, std::int32_t modelPiece, bool hasCallback) 
     static std::mutex mutex;
     static std::set<std::pair<std::int32_t, std::int32_t>> logged;
     const std::scoped_lock lock(mutex);
-    if (logged.size() >= kMaxLoggedPairs || !logged.emplace(type, modelPiece).second) return;
+    const std::pair pair(type, modelPiece);
+    if (logged.size() >= kMaxLoggedPairs || logged.contains(pair)) return;
+    logged.insert(pair);
     LogLine(LogLevel::info) << "[cob-vm] EMIT_SFX type=" << type << " piece=" << modelPiece
                             << " hasCb=" << hasCallback;
 }
@@ -362,7 +364,7 @@ void Execution::start() {
                                 << "). Likely a recursive Create chain.";
     if (full || script >= instance_.file().scripts.size()) return thread_.stack.drop(count);
     std::vector<std::int32_t> locals(std::min<std::size_t>(count, kMaxLocalsPerFrame));
-    std::ranges::generate(locals, [this] { return pop(); });
+    thread_.stack.popInto(locals);
     thread_.stack.drop(count - locals.size());
     auto started = instance_.newThread(script, locals);
     started->signalMask = thread_.signalMask;
@@ -378,7 +380,7 @@ void Execution::call() {
         return thread_.stack.drop(count);
     thread_.returnPcs.push_back(thread_.pc);
     const std::span<std::int32_t> frame = thread_.frames.open(count);
-    std::ranges::generate(frame, [this] { return pop(); });
+    thread_.stack.popInto(frame);
     thread_.stack.drop(count - frame.size());
     thread_.pc = scripts[script].entry;
 }
@@ -398,6 +400,7 @@ void Execution::ret() {
 
 void Execution::signal() {
     const std::int32_t signalBits = pop();
+    if (signalBits == 0) return;
     const auto hears = [signalBits](const CobThread& t) {
         return (t.signalMask & signalBits) != 0;
     };
@@ -434,7 +437,9 @@ void executeInstruction(CobInstance& instance, CobThread& thread, Op op,
 }
 
 void reportUnknownOpcode(CobInstance& instance, std::uint32_t word, std::uint32_t pc) {
-    if (!instance.unknownOpcodes.insert(word).second) return;
+    constexpr std::size_t kMaxReported = 4096;  // a file of noise holds a new one in every word
+    auto& reported = instance.unknownOpcodes;
+    if (reported.size() >= kMaxReported || !reported.insert(word).second) return;
     LogLine(LogLevel::warn) << fmt::format(
         "COB: unknown opcode 0x{:x} at pc={} (further occurrences silenced)", word, pc);
 }

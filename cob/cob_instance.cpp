@@ -14,6 +14,20 @@ bool isTracedByEnvironment(std::string_view unitName) {
     return list != nullptr && listsUnit(list, unitName);
 }
 
+using EntryOfScript = std::pair<std::uint32_t, std::uint32_t>;
+
+/// Entries of all scripts with the script, by rising entry; one script for each entry.
+std::vector<EntryOfScript> sortedEntries(const io::CobFile& file) {
+    std::vector<EntryOfScript> entries;
+    entries.reserve(file.scripts.size());
+    for (const io::CobFile::Script& script : file.scripts)
+        entries.emplace_back(script.entry, static_cast<std::uint32_t>(entries.size()));
+    std::ranges::sort(entries);
+    const auto sameEntry = [](const auto& a, const auto& b) { return a.first == b.first; };
+    entries.erase(std::unique(entries.begin(), entries.end(), sameEntry), entries.end());
+    return entries;
+}
+
 }  // namespace
 
 CobInstance::CobInstance(std::shared_ptr<const io::CobFile> file, std::size_t modelPieceCount,
@@ -23,28 +37,25 @@ CobInstance::CobInstance(std::shared_ptr<const io::CobFile> file, std::size_t mo
       previousPieces(modelPieceCount),
       statics(std::min(file->staticVarCount, kMaxStaticVars)),
       code(file->code),
-      file_(std::move(file)) {}
+      file_(std::move(file)),
+      scriptsByEntry_(sortedEntries(*file_)) {}
 
 std::optional<std::size_t> CobInstance::scriptAt(std::uint32_t pc) const {
     if (pc >= code.words().size()) return std::nullopt;
-    std::optional<std::size_t> best;
-    for (std::size_t i = 0; i < file_->scripts.size(); ++i) {
-        const std::uint32_t entry = file_->scripts[i].entry;
-        if (entry <= pc && (!best || entry > file_->scripts[*best].entry)) best = i;
-    }
-    return best;
+    const auto next = std::ranges::upper_bound(scriptsByEntry_, pc, {}, &EntryOfScript::first);
+    if (next == scriptsByEntry_.begin()) return std::nullopt;
+    return std::prev(next)->second;
 }
 
 std::string_view CobInstance::scriptNameAt(std::uint32_t pc) const {
     const std::optional<std::size_t> script = scriptAt(pc);
-    return script ? std::string_view(file_->scripts[*script].name) : std::string_view();
+    return script ? shownName(file_->scripts[*script].name) : std::string_view();
 }
 
 bool CobInstance::isScriptRunning(std::size_t script) const {
     const std::uint32_t entry = file_->scripts.at(script).entry;
-    auto end = static_cast<std::uint64_t>(code.words().size());
-    for (const io::CobFile::Script& other : file_->scripts)
-        if (other.entry > entry) end = std::min<std::uint64_t>(end, other.entry);
+    const auto next = std::ranges::upper_bound(scriptsByEntry_, entry, {}, &EntryOfScript::first);
+    const std::uint64_t end = next == scriptsByEntry_.end() ? code.words().size() : next->first;
     const auto inside = [&](std::uint32_t pc) { return pc >= entry && pc < end; };
     return std::ranges::any_of(threads, [&](const auto& thread) {
         return thread->state != CobThreadState::finished &&

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "cob/cob_code.h"
@@ -88,7 +89,7 @@ public:
     std::optional<std::size_t> scriptAt(std::uint32_t pc) const;
     /// True when a thread that is not finished is inside the script or will return into it.
     bool isScriptRunning(std::size_t script) const;
-    /// The name of the script at `pc`, empty outside all scripts.
+    /// The name of the script at `pc` as `shownName` cuts it, empty outside all scripts.
     std::string_view scriptNameAt(std::uint32_t pc) const;
 
     /// A new thread at a script's entry whose first frame holds `locals`; in no list yet.
@@ -120,6 +121,8 @@ public:
 
 private:
     std::shared_ptr<const io::CobFile> file_;
+    /// Entries with their script, by rising entry; of several with one entry the first.
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> scriptsByEntry_;
     std::uint32_t nextThreadId_ = 0;
 };
 

@@ -65,9 +65,10 @@ std::string motionLine(const Context& c) {
                        spinSpeedPerTick(c.popped(0), kOneTick) * kDegreesPerRadian);
 }
 
-/// Name and operands, for instructions without a form of their own.
+/// Name and operands, for instructions without a form of their own; waits show their name only.
 std::string generalLine(const Context& c) {
     std::string line = fmt::format("  [t{}] {}", c.instance.tick, c.row.name);
+    if (c.row.isWait()) return line;
     for (std::size_t i = 0; i < c.row.operandCount(); ++i)
         line += fmt::format(" {}", c.operands[i]);
     return line;

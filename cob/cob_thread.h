@@ -77,6 +77,12 @@ public:
     }
     /// Pops `count` words, or all when there are fewer.
     void drop(std::size_t count) { top_ -= std::min(count, words().size()); }
+    /// Pops words into `values`, the top into the first one; those that the stack lacks stay.
+    void popInto(std::span<std::int32_t> values) {
+        const std::size_t count = std::min(values.size(), words().size());
+        std::reverse_copy(top_ - count, top_, values.begin());
+        top_ -= count;
+    }
     void clear() { top_ = bottom_; }
 
 private:

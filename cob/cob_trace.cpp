@@ -58,7 +58,7 @@ std::string plainText(const CobTraceEntry& entry, const OpcodeRow& row, const io
 }
 
 std::string label(std::string_view name, std::string_view kind, std::uint32_t index) {
-    return name.empty() ? fmt::format("{}#{}", kind, index) : std::string(name);
+    return name.empty() ? fmt::format("{}#{}", kind, index) : std::string(shownName(name));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cob/opcodes.h"
@@ -82,10 +83,18 @@ struct CobTraceEvent {
 /// The words for an entry recorded by an instance that runs `file`.
 CobTraceEvent describe(const CobTraceEntry& entry, const io::CobFile& file);
 
-/// The name of a COB piece, "piece#n" for one without a name.
+/// Bytes of a piece or script name that traces and inspections show. A file may hold names of any
+/// length, and what shows them repeats them thousands of times.
+inline constexpr std::size_t kMaxShownName = 128;
+
+constexpr std::string_view shownName(std::string_view name) {
+    return name.substr(0, kMaxShownName);
+}
+
+/// The shown name of a COB piece, "piece#n" for one without a name.
 std::string pieceLabel(const io::CobFile& file, std::uint32_t cobPiece);
 
-/// The name of a script, "script#n" for an index outside the file.
+/// The shown name of a script, "script#n" for an index outside the file.
 std::string scriptLabel(const io::CobFile& file, std::uint32_t script);
 
 }  // namespace orb::unitview

@@ -14,6 +14,7 @@ std::vector<std::string> winnerFirst(std::vector<const Declaration*> declaration
     const auto winner = std::ranges::find(declarations, false, &Declaration::isShadowed);
     if (winner != declarations.end()) std::rotate(declarations.begin(), winner, std::next(winner));
     std::vector<std::string> files;
+    files.reserve(declarations.size());
     for (const Declaration* declaration : declarations)
         files.push_back(locationText(declaration->file.location()));
     return files;
@@ -33,6 +34,7 @@ std::vector<std::string> declaringFiles(const UnitCatalogue& catalogue, std::str
 
 std::vector<std::string> declaringFiles(std::span<const TableEntry> declarations) {
     std::vector<const TableEntry*> pointers;
+    pointers.reserve(declarations.size());
     for (const TableEntry& entry : declarations) pointers.push_back(&entry);
     return winnerFirst(std::move(pointers));
 }

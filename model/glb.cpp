@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <bit>
+#include <initializer_list>
+#include <iterator>
+#include <map>
 #include <span>
 #include <string_view>
 #include <unordered_map>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "model/mesh.h"
@@ -56,14 +60,34 @@ constexpr ColorRgb kWhite = {1, 1, 1};
 /// Materials stand in pairs: one for faces, one for their twins. The first pair is untextured.
 constexpr std::size_t kMaterialsPerTexture = 2;
 
-json accessorOf(std::size_t bufferView, int componentType, std::size_t count, const char* type) {
-    return {{"bufferView", bufferView},
-            {"componentType", componentType},
-            {"count", count},
-            {"type", type}};
+/// A JSON array of many records of numbers, kept as text: as a tree of values it would take most of
+/// the time and memory of an export.
+class RecordList {
+public:
+    /// Appends a record; returns its index.
+    template <typename... Values>
+    std::size_t add(fmt::format_string<Values...> format, Values&&... values) {
+        text_ += text_.empty() ? '[' : ',';
+        fmt::format_to(std::back_inserter(text_), format, std::forward<Values>(values)...);
+        return count_++;
+    }
+    std::size_t size() const { return count_; }
+    /// Empty without records, since the format forbids empty arrays.
+    std::string text() const { return text_.empty() ? "" : text_ + ']'; }
+
+private:
+    std::string text_;
+    std::size_t count_ = 0;
+};
+
+/// A point with every digit that its floats have, seen as doubles.
+std::string pointText(const io::Vec3& point) {
+    return fmt::format("[{},{},{}]", static_cast<double>(point[0]), static_cast<double>(point[1]),
+                       static_cast<double>(point[2]));
 }
 
-void addBounds(json& accessor, std::span<const io::Vec3> positions) {
+/// The "max" and "min" members of an accessor.
+std::string boundsText(std::span<const io::Vec3> positions) {
     io::Vec3 least = positions.front();
     io::Vec3 greatest = positions.front();
     for (const io::Vec3& position : positions) {
@@ -72,8 +96,7 @@ void addBounds(json& accessor, std::span<const io::Vec3> positions) {
             greatest[axis] = std::max(greatest[axis], position[axis]);
         }
     }
-    accessor["min"] = least;
-    accessor["max"] = greatest;
+    return fmt::format(R"("max":{},"min":{},)", pointText(greatest), pointText(least));
 }
 
 /// The binary buffer with the list of its blocks.
@@ -101,20 +124,19 @@ public:
     }
 
     io::ByteView bytes() const { return bytes_.view(); }
-    json takeViews() { return std::move(views_); }
+    const RecordList& views() const { return views_; }
 
 private:
     std::size_t addView(std::size_t start, std::optional<int> target) {
         const std::size_t length = bytes_.position() - start;
         bytes_.zeros((kAlignment - length % kAlignment) % kAlignment);
-        json view = {{"buffer", 0}, {"byteOffset", start}, {"byteLength", length}};
-        if (target) view["target"] = *target;
-        views_.push_back(std::move(view));
-        return views_.size() - 1;
+        const std::string targetText = target ? fmt::format(R"(,"target":{})", *target) : "";
+        return views_.add(R"({{"buffer":0,"byteLength":{},"byteOffset":{}{}}})", length, start,
+                          targetText);
     }
 
     io::ByteWriter bytes_;
-    json views_ = json::array();
+    RecordList views_;
 };
 
 /// The materials that show a mesh, and the textures in the order of the file.
@@ -182,38 +204,34 @@ public:
     /// The index of the mesh, or none for a piece without geometry.
     std::optional<std::size_t> addPiece(const PieceMesh& piece) {
         if (piece.rangeCount == 0) return std::nullopt;
-        json primitives = json::array();
+        RecordList primitives;
         for (std::size_t i = 0; i < piece.rangeCount; ++i)
-            primitives.push_back(addRange(mesh_.ranges[piece.firstRange + i]));
-        meshes_.push_back({{"primitives", std::move(primitives)}});
-        return meshes_.size() - 1;
+            addRange(mesh_.ranges[piece.firstRange + i], primitives);
+        return meshes_.add(R"({{"primitives":{}}})", primitives.text());
     }
 
-    std::size_t meshCount() const { return meshes_.size(); }
-    json takeMeshes() { return std::move(meshes_); }
-    json takeAccessors() { return std::move(accessors_); }
+    const RecordList& meshes() const { return meshes_; }
+    const RecordList& accessors() const { return accessors_; }
 
 private:
-    json addRange(const DrawRange& range) {
+    void addRange(const DrawRange& range, RecordList& primitives) {
         const std::size_t count = range.vertexCount;
         const std::span positions(mesh_.positions.data() + range.firstVertex, count);
         const std::span texCoords(mesh_.texCoords.data() + range.firstVertex, count);
         const std::vector<ColorRgb> colors(count, colorOf(range));
 
-        json position = accessorOf(buffer_.addVertexData(positions), kFloat, count, "VEC3");
-        addBounds(position, positions);
-        json attributes = {{"POSITION", addAccessor(std::move(position))}};
-        attributes["COLOR_0"] = addAccessor(
-            accessorOf(buffer_.addVertexData(std::span(colors)), kFloat, count, "VEC3"));
-        attributes["TEXCOORD_0"] =
-            addAccessor(accessorOf(buffer_.addVertexData(texCoords), kFloat, count, "VEC2"));
-        const std::size_t indices = addAccessor(
-            accessorOf(buffer_.addIdentityIndices(count), kUnsignedShort, count, "SCALAR"));
-        return {{"attributes", std::move(attributes)},
-                {"indices", indices},
-                {"material", materials_.indexOf(range)},
-                {"mode", kTriangles},
-                {"extras", {{"primIndex", range.primIndex}}}};
+        const std::size_t position = addAccessor(buffer_.addVertexData(positions), kFloat, count,
+                                                 "VEC3", boundsText(positions));
+        const std::size_t color =
+            addAccessor(buffer_.addVertexData(std::span(colors)), kFloat, count, "VEC3");
+        const std::size_t texCoord =
+            addAccessor(buffer_.addVertexData(texCoords), kFloat, count, "VEC2");
+        const std::size_t indices =
+            addAccessor(buffer_.addIdentityIndices(count), kUnsignedShort, count, "SCALAR");
+        primitives.add(R"({{"attributes":{{"COLOR_0":{},"POSITION":{},"TEXCOORD_0":{}}},)"
+                       R"("extras":{{"primIndex":{}}},"indices":{},"material":{},"mode":{}}})",
+                       color, position, texCoord, range.primIndex, indices,
+                       materials_.indexOf(range), kTriangles);
     }
 
     ColorRgb colorOf(const DrawRange& range) const {
@@ -221,17 +239,18 @@ private:
         return range.color ? colors_[*range.color] : kGrey;
     }
 
-    std::size_t addAccessor(json accessor) {
-        accessors_.push_back(std::move(accessor));
-        return accessors_.size() - 1;
+    std::size_t addAccessor(std::size_t bufferView, int componentType, std::size_t count,
+                            std::string_view type, const std::string& bounds = {}) {
+        return accessors_.add(R"({{"bufferView":{},"componentType":{},"count":{},{}"type":"{}"}})",
+                              bufferView, componentType, count, bounds, type);
     }
 
     const ModelMesh& mesh_;
     const Materials& materials_;
     const std::array<ColorRgb, 256>& colors_;
     BlockBuffer& buffer_;
-    json meshes_ = json::array();
-    json accessors_ = json::array();
+    RecordList meshes_;
+    RecordList accessors_;
 };
 
 /// The pieces as nodes, without their meshes.
@@ -262,11 +281,7 @@ json documentFrame(const io::Model3doObject& model, std::size_t pieceCount) {
                        {"extras", {{"unitRootPiece", model.name}, {"pieceCount", pieceCount}}}}})}};
 }
 
-// The format forbids empty arrays.
-void addUnlessEmpty(json& document, const char* key, json array) {
-    if (!array.empty()) document[key] = std::move(array);
-}
-
+/// Appends the pictures and adds what refers to them.
 void addPictures(json& document, const TextureSet& set, BlockBuffer& buffer) {
     json images = json::array();
     json textures = json::array();
@@ -275,8 +290,23 @@ void addPictures(json& document, const TextureSet& set, BlockBuffer& buffer) {
             {{"mimeType", "image/png"}, {"bufferView", buffer.addPicture(*texture.png)}});
         textures.push_back({{"sampler", 0}, {"source", textures.size()}});
     }
-    addUnlessEmpty(document, "images", std::move(images));
-    addUnlessEmpty(document, "textures", std::move(textures));
+    if (images.empty()) return;
+    document["images"] = std::move(images);
+    document["textures"] = std::move(textures);
+}
+
+/// The compact text of the document, its members and the lists in the order of their keys.
+std::string documentText(const json& document,
+                         std::initializer_list<std::pair<std::string, const RecordList*>> lists) {
+    std::map<std::string, std::string> members;
+    for (const auto& [key, value] : document.items())
+        members[key] = value.dump(-1, ' ', false, json::error_handler_t::replace);
+    for (const auto& [key, list] : lists)
+        if (list->size() > 0) members[key] = list->text();
+    std::string text;
+    for (const auto& [key, value] : members)
+        text.append(text.empty() ? "{\"" : ",\"").append(key).append("\":").append(value);
+    return text + "}";
 }
 
 io::Bytes writeContainer(std::string text, io::ByteView binary) {
@@ -312,19 +342,18 @@ io::Bytes model3doToGlb(const io::Model3doObject& model, const TextureSet& textu
     for (std::size_t i = 0; i < pieces.size(); ++i)
         if (const auto index = geometry.addPiece(mesh.pieces[i])) nodes[i]["mesh"] = *index;
     LogLine(LogLevel::info) << "[glb] emitPieceGeometryDFS done; pieceMeshes="
-                            << geometry.meshCount() << " bin=" << buffer.bytes().size();
+                            << geometry.meshes().size() << " bin=" << buffer.bytes().size();
 
     json document = documentFrame(model, pieces.size());
     document["nodes"] = std::move(nodes);
     document["materials"] = materials.encode();
     addPictures(document, textures, buffer);
-    addUnlessEmpty(document, "meshes", geometry.takeMeshes());
-    addUnlessEmpty(document, "accessors", geometry.takeAccessors());
-    addUnlessEmpty(document, "bufferViews", buffer.takeViews());
     if (!buffer.bytes().empty())
         document["buffers"] = json::array({{{"byteLength", buffer.bytes().size()}}});
 
-    io::Bytes glb = writeContainer(document.dump(-1, ' ', false, json::error_handler_t::replace),
+    io::Bytes glb = writeContainer(documentText(document, {{"meshes", &geometry.meshes()},
+                                                           {"accessors", &geometry.accessors()},
+                                                           {"bufferViews", &buffer.views()}}),
                                    buffer.bytes());
     LogLine(LogLevel::info) << "[glb] model3doToGlb done: totalSize=" << glb.size()
                             << " jsonSize=" << glb.size() - buffer.bytes().size() - kContainerSize

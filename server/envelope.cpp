@@ -32,6 +32,10 @@ EnvelopeParseResult parseEnvelope(std::string_view line) {
     } catch (const json::exception& error) {
         return fail(std::move(result), EnvelopeError::jsonSyntax, error.what());
     }
+    // The parser takes a NUL for the end of the text and would ignore what follows.
+    if (const auto nul = line.find('\0'); nul != std::string_view::npos)
+        return fail(std::move(result), EnvelopeError::jsonSyntax,
+                    fmt::format("parse error at column {}: NUL byte", nul + 1));
     if (!document.is_object())
         return fail(std::move(result), EnvelopeError::notAnObject,
                     "top-level JSON is not an object");

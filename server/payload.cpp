@@ -2,6 +2,8 @@
 
 #include <limits>
 
+#include "io/path_text.h"
+
 namespace orb::unitview::ipc {
 namespace {
 
@@ -34,9 +36,13 @@ std::int64_t decodeInteger(const json& value) {
         if (number >= 0x1p63) return kMax;
         return number < -0x1p63 ? kMin : static_cast<std::int64_t>(number);
     }
-    if (value.is_boolean())
-        return decodeAs<json::number_integer_t>(value);  // throws the type error
     return decodeAs<std::int64_t>(value);
+}
+
+std::filesystem::path decodePath(const json& value) {
+    const auto text = decodeAs<std::string>(value);
+    if (text.find('\0') != std::string::npos) throw PayloadError("a path holds a NUL character");
+    return io::pathFromText(text);
 }
 
 template <typename Element>
@@ -69,6 +75,16 @@ std::optional<std::string> Payload::text(const char* key) const {
     return value ? std::optional(decodeAs<std::string>(*value)) : std::nullopt;
 }
 
+std::optional<std::filesystem::path> Payload::path(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodePath(*value)) : std::nullopt;
+}
+
+std::optional<std::vector<std::filesystem::path>> Payload::paths(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodeArray(*value, decodePath)) : std::nullopt;
+}
+
 std::string Payload::requiredText(const char* key) const {
     return decodeAs<std::string>(requiredMember(key));
 }
@@ -81,6 +97,12 @@ std::optional<bool> Payload::flag(const char* key) const {
 std::optional<std::int64_t> Payload::integer(const char* key) const {
     const json* const value = member(key);
     return value ? std::optional(decodeInteger(*value)) : std::nullopt;
+}
+
+std::optional<double> Payload::number(const char* key) const {
+    const json* const value = member(key);
+    if (value && value->is_boolean()) decodeAs<json::number_integer_t>(*value);  // throws
+    return value ? std::optional(decodeAs<double>(*value)) : std::nullopt;
 }
 
 std::int64_t Payload::requiredInteger(const char* key) const {

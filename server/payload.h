@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -11,7 +12,7 @@
 
 namespace orb::unitview::ipc {
 
-/// A payload that does not decode; the text is the JSON library's own.
+/// A payload that does not decode; mostly the text is the JSON library's own.
 class PayloadError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -27,9 +28,13 @@ public:
 
     std::optional<std::string> text(const char* key) const;
     std::string requiredText(const char* key) const;
+    /// Also throws for a path with a NUL character, which the system would cut off there.
+    std::optional<std::filesystem::path> path(const char* key) const;
+    std::optional<std::vector<std::filesystem::path>> paths(const char* key) const;
     std::optional<bool> flag(const char* key) const;
     /// Fractions are dropped and values beyond the range take its nearest end.
     std::optional<std::int64_t> integer(const char* key) const;
+    std::optional<double> number(const char* key) const;
     std::optional<std::vector<std::string>> texts(const char* key) const;
     std::vector<std::string> requiredTexts(const char* key) const;
     std::optional<std::vector<std::int64_t>> integers(const char* key) const;

@@ -35,6 +35,7 @@ std::FILE* openBinaryChannel() {
 
 void prepareStandardStreams() {
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 #endif

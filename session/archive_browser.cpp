@@ -14,26 +14,28 @@ namespace fs = std::filesystem;
 
 constexpr const char* kTemporarySuffix = ".orb-extract-tmp";
 
-// As deep as directories of an archive nest, which their reader bounds.
-void appendFiles(const io::HpiEntries& entries, const std::string& prefix,
-                 std::vector<ArchiveFile>& files) {
-    for (const io::HpiEntry& entry : entries) {
-        const std::string path = prefix + entry.name;
-        if (const auto* directory = entry.directory())
-            appendFiles(*directory, path + "/", files);
-        else
-            files.push_back({path, entry.file()});
-    }
-}
+/// The paths of one listing take at most this much memory together: a directory's name counts once
+/// for every file below it, so names of bounded length are no bound.
+constexpr std::size_t kMaxListedPathBytes = 64 << 20;
 
-/// The directory's path as requests may write it, with single slashes and one at the end.
-std::string directoryPrefix(std::string_view directory) {
-    std::string prefix;
-    for (auto part = io::takePathComponent(directory); !part.empty();
-         part = io::takePathComponent(directory))
-        prefix.append(part) += '/';
-    return prefix;
-}
+/// Collects the files below a directory. Recursion is as deep as directories of an archive nest,
+/// which their reader bounds.
+struct FileLister {
+    std::vector<ArchiveFile> files;
+    std::size_t pathBytesLeft = kMaxListedPathBytes;
+
+    void append(const io::HpiEntries& entries, const std::string& prefix) {
+        for (const io::HpiEntry& entry : entries) {
+            const std::string path = prefix + entry.name;
+            if (path.size() > pathBytesLeft) throw RequestError("archive paths too long");
+            pathBytesLeft -= path.size();
+            if (const auto* directory = entry.directory())
+                append(*directory, path + "/");
+            else
+                files.push_back({path, entry.file()});
+        }
+    }
+};
 
 /// True when a name from an archive may become one on disk: every component stays below the
 /// destination on every platform.
@@ -94,11 +96,12 @@ ArchiveFile findArchiveFile(const io::HpiArchive& archive, const std::string& in
 
 std::vector<ArchiveFile> listArchiveFiles(const io::HpiArchive& archive,
                                           const std::string& directory) {
-    const io::HpiEntries* const entries = archive.findDirectory(directory);
+    std::string storedPath;
+    const io::HpiEntries* const entries = archive.findDirectory(directory, &storedPath);
     if (!entries) throw RequestError("not in archive: " + directory);
-    std::vector<ArchiveFile> files;
-    appendFiles(*entries, directoryPrefix(directory), files);
-    return files;
+    FileLister lister;
+    lister.append(*entries, storedPath);
+    return std::move(lister.files);
 }
 
 ExtractedFile extractArchiveFile(const io::HpiArchive& archive, const std::string& internalPath,
@@ -117,9 +120,16 @@ ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
                                          bool overwrite) {
     ExtractionResult result;
     io::HpiReader reader = archive.openReader();
+    std::uint64_t bytesLeft = reader.maxDecodedBytes();
     for (const ArchiveFile& file : listArchiveFiles(archive, directory)) {
         try {
             if (!isSafePath(file.path)) throw RequestError("unsafe file name");
+            const io::HpiEntry* const found = archive.findFile(file.path);
+            if (found && found->file() != file.entry)
+                throw RequestError("another file of that name comes first");
+            if (file.entry->fileSize > bytesLeft)
+                throw RequestError("more data than the archive can hold");
+            bytesLeft -= file.entry->fileSize;
             const io::Bytes bytes = reader.readFile(*file.entry);
             writeWhole(destination / io::pathFromText(file.path), bytes, overwrite);
             ++result.fileCount;

@@ -26,7 +26,7 @@ struct ArchiveFile {
 ArchiveFile findArchiveFile(const io::HpiArchive& archive, const std::string& internalPath);
 
 /// Every file below a directory of the archive (empty: all), depth first in directory order. Throws
-/// RequestError "not in archive: …".
+/// RequestError "not in archive: …", or "archive paths too long" for a hostile archive.
 std::vector<ArchiveFile> listArchiveFiles(const io::HpiArchive& archive,
                                           const std::string& directory);
 
@@ -52,7 +52,8 @@ struct ExtractionResult {
 };
 
 /// Writes every file below `directory` (empty: all) to its own path below `destination`. A file
-/// that cannot be read or written is skipped with the reason.
+/// that cannot be read or written is skipped with the reason; so are files that an earlier one of
+/// the same name hides, and those beyond HpiReader::maxDecodedBytes in all.
 ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
                                          const std::string& directory,
                                          const std::filesystem::path& destination, bool overwrite);

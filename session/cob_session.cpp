@@ -48,7 +48,7 @@ CobInstance& CobSession::requireInstance() {
     return *instance_;
 }
 
-void CobSession::build(std::shared_ptr<const io::CobFile> file) {
+void CobSession::build(const std::shared_ptr<const io::CobFile>& file) {
     std::unique_ptr<CobInstance> instance;
     if (file) {
         instance = std::make_unique<CobInstance>(file, modelPieces_.size(), unitName_);

@@ -44,7 +44,7 @@ public:
     void setSimMode(SimMode mode) { debugger_.walkPreview.enabled = mode != SimMode::still; }
 
 private:
-    void build(std::shared_ptr<const io::CobFile> file);
+    void build(const std::shared_ptr<const io::CobFile>& file);
 
     std::string unitName_;
     std::shared_ptr<const io::CobFile> unitCob_;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -20,6 +21,8 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 
 constexpr int kIndent = 2;
+/// A rule takes some forty bytes; a sparse file could claim any size.
+constexpr std::uintmax_t kMaxFileBytes = 1 << 24;
 
 /// Takes the rules from a file piece by piece, so that everything before a syntax error and
 /// everything beside a value of the wrong type counts.
@@ -113,11 +116,13 @@ void readRules(const fs::path& path, LintSuppressions& rules) {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) return;
     std::ifstream file(path, std::ios::binary);
+    if (!file.is_open() || fs::file_size(path, error) > kMaxFileBytes) {
+        LogLine(LogLevel::warn) << "[lint-suppress] cannot read " << io::textFromPath(path);
+        return;
+    }
     const std::string text(std::istreambuf_iterator<char>(file), {});
     RuleReader reader(rules);
-    if (!file.is_open() || file.bad())
-        LogLine(LogLevel::warn) << "[lint-suppress] cannot read " << io::textFromPath(path);
-    else if (json::sax_parse(text, &reader); !reader.error().empty())
+    if (json::sax_parse(text, &reader); !reader.error().empty())
         LogLine(LogLevel::warn) << "[lint-suppress] " << io::textFromPath(path) << ": "
                                 << reader.error() << " — what cannot be read is left out";
 }

@@ -27,8 +27,9 @@ constexpr ConstraintKey kConstraintKeys[] = {
 };
 
 bool containsIgnoringCase(std::string_view text, std::string_view part) {
-    return std::ranges::search(text, part, {}, io::toLower, io::toLower).begin() != text.end() ||
-           part.empty();
+    const auto equal = [](char a, char b) { return io::toLower(a) == io::toLower(b); };
+    const auto found = std::search(text.begin(), text.end(), part.begin(), part.end(), equal);
+    return found != text.end() || part.empty();
 }
 
 SoundEvent describeEvent(const io::TdfSection& category, std::string_view event) {

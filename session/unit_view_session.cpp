@@ -102,6 +102,7 @@ const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {
         unit_ = loadUnitFiles(mounted.files, mounted.catalogue, name);
         cob_.setUnit(*unit_);
     } catch (const std::exception& error) {
+        unloadUnit();
         throw RequestError(error.what());
     }
     return *unit_;

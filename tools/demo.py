@@ -75,6 +75,19 @@ def main():
         for weapon in loaded["weapons"]:
             print(f"    weapon {weapon['name']}: {weapon.get('sourcePath', 'missing')}")
 
+    note("Debug a script: KILCART aims, a breakpoint stops it at word 44, one step follows.")
+    editor.ask("load-unit", name="KILCART")
+    editor.ask("cob-set-breakpoints", offsets=[44])
+    editor.ask("cob-start", name="AimPrimary", args=[16384, 0])
+    editor.ask("cob-tick", ticks=10)
+    editor.ask("cob-step-instruction")
+    for thread in editor.ask("cob-inspect")["threads"]:
+        print(f"    {thread['script']:12} word {thread['scriptPc']:4} {thread['state']:6} stack {thread['stack']}")
+    editor.ask("cob-clear-breakpoints")
+    editor.ask("cob-continue")
+    for entry in editor.ask("cob-get-trace", maxEntries=60)["entries"][:8]:
+        print(f"    tick {entry['tick']:3}  {entry['event']}")
+
     note("What goes wrong is told, and the session goes on.")
     editor.ask("load-unit", name="NOSUCH")
     editor.ask("load-unit")

@@ -65,12 +65,13 @@ std::optional<std::string> HpiArchive::storedPath(std::string_view path) const {
     return stored;
 }
 
-const HpiEntries* HpiArchive::findDirectory(std::string_view path) const {
+const HpiEntries* HpiArchive::findDirectory(std::string_view path, std::string* storedPath) const {
     const HpiEntries* directory = &root_.entries;
     for (auto component = takePathComponent(path); !component.empty();
          component = takePathComponent(path)) {
         const HpiEntry* const entry = index_->findDirectory(*directory, component);
         if (!entry) return nullptr;
+        if (storedPath) storedPath->append(entry->name) += '/';
         directory = entry->directory();
     }
     return directory;

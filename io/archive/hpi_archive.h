@@ -34,8 +34,9 @@ public:
     /// is the first of its name. The pointer lives as long as the archive.
     const HpiEntry* findFile(std::string_view path) const;
     /// The entries of the directory that `path` names, or null; those of the root when the path has
-    /// no components.
-    const HpiEntries* findDirectory(std::string_view path) const;
+    /// no components. Appends the path as the archive spells it to `storedPath`, each name with a
+    /// "/" behind it.
+    const HpiEntries* findDirectory(std::string_view path, std::string* storedPath = nullptr) const;
     /// The file of this name that a path through `directory` (of this archive) finds, or null.
     const HpiEntry* findFileIn(const HpiEntries& directory, std::string_view name) const {
         return index_->findFile(directory, name);

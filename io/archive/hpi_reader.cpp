@@ -71,6 +71,10 @@ Bytes HpiReader::readFile(const HpiFileEntry& file) {
     return readChunks(file);
 }
 
+std::uint64_t HpiReader::maxDecodedBytes() const {
+    return kPaddingMargin + kMaxDecodedPerStoredByte * length_;
+}
+
 Bytes HpiReader::readBlob(const HpiFileEntry& file) {
     const ChunkTable table = readChunkTable(file);
     return readAt(file.dataOffset, table.firstChunk - file.dataOffset + table.storedBytes);

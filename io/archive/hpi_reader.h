@@ -34,6 +34,10 @@ public:
     /// padded with zeros. Also throws what HpiChunkDecoder::append throws.
     Bytes readFile(const HpiFileEntry& file);
 
+    /// More bytes than all files of the archive together decode to, unless entries share their
+    /// data.
+    std::uint64_t maxDecodedBytes() const;
+
     /// The stored form of a file in chunks, size table included, to be copied into another archive.
     /// Not for a file stored as is.
     Bytes readBlob(const HpiFileEntry& file);

@@ -9,6 +9,9 @@ namespace orb::io {
 namespace fs = std::filesystem;
 namespace {
 
+/// No file of the game comes near this size; a sparse one of any size is easily made.
+constexpr std::streamoff kMaxLooseFileBytes = 1 << 30;
+
 bool isPresent(const fs::path& path) {
     std::error_code ignored;
     return fs::exists(path, ignored);
@@ -40,11 +43,11 @@ std::optional<fs::path> findChild(const fs::path& directory, std::string_view co
     return std::nullopt;
 }
 
-/// The content of a regular file; none when it cannot be opened.
+/// The content of a regular file; none when it cannot be opened or is too large.
 std::optional<Bytes> readWholeFile(const fs::path& path) {
     std::ifstream file(path, std::ios::binary | std::ios::ate);
     const std::streamoff length = file ? static_cast<std::streamoff>(file.tellg()) : -1;
-    if (length < 0) return std::nullopt;
+    if (length < 0 || length > kMaxLooseFileBytes) return std::nullopt;
     Bytes content(static_cast<std::size_t>(length));
     file.seekg(0);
     file.read(reinterpret_cast<char*>(content.data()), length);

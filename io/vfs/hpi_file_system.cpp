@@ -2,9 +2,17 @@
 
 #include <exception>
 
+#include "io/archive/path_components.h"
 #include "io/ascii.h"
 
 namespace orb::io {
+namespace {
+
+/// One walk decodes at most this many bytes. Entries can share their data, so neither the archive's
+/// size nor that of one file is a bound.
+constexpr std::uint64_t kMaxVisitedBytes = 512 << 20;
+
+}  // namespace
 
 std::optional<Bytes> HpiFileSystem::readFile(std::string_view path) const {
     const HpiEntry* const file = archive_.findFile(path);
@@ -18,7 +26,9 @@ std::vector<std::string> HpiFileSystem::listFiles(std::string_view directory,
     const HpiEntries* const entries = archive_.findDirectory(directory);
     if (!entries) return names;
     for (const HpiEntry& entry : *entries)
-        if (entry.file() && endsWithIgnoringCase(entry.name, suffix)) names.push_back(entry.name);
+        if (entry.file() && isPlainComponent(entry.name) &&
+            endsWithIgnoringCase(entry.name, suffix))
+            names.push_back(entry.name);
     return names;
 }
 
@@ -27,7 +37,7 @@ std::vector<std::string> HpiFileSystem::listDirectories(std::string_view directo
     const HpiEntries* const entries = archive_.findDirectory(directory);
     if (!entries) return names;
     for (const HpiEntry& entry : *entries)
-        if (entry.directory()) names.push_back(entry.name);
+        if (entry.directory() && isPlainComponent(entry.name)) names.push_back(entry.name);
     return names;
 }
 
@@ -42,6 +52,7 @@ void HpiFileSystem::visitFiles(std::string_view directory, std::string_view suff
     const HpiEntries* const entries = archive_.findDirectory(directory);
     if (!entries) return;
     std::optional<HpiReader> reader;
+    std::uint64_t bytesLeft = kMaxVisitedBytes;
     for (const HpiEntry& entry : *entries) {
         if (!entry.file() || !endsWithIgnoringCase(entry.name, suffix)) continue;
         // A second file of the same name is out of every path's reach.
@@ -50,6 +61,9 @@ void HpiFileSystem::visitFiles(std::string_view directory, std::string_view suff
         std::optional<Bytes> content;
         std::string error;
         try {
+            const std::uint32_t size = entry.file()->fileSize;
+            if (size > bytesLeft) throw std::runtime_error("HPI directory holds too much data");
+            bytesLeft -= size;
             if (!reader) reader.emplace(archive_.openReader());
             content = reader->readFile(*entry.file());
         } catch (const std::exception& failure) {

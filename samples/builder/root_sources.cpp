@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "samples/builder/script_assembler.h"
+#include "samples/builder/script_text.h"
 #include "samples/builder/sound_text.h"
 
 namespace orb::samples {
@@ -11,6 +11,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view kSourceSuffix = ".txt";
+constexpr std::string_view kScriptSuffix = ".bos";
 
 struct SourceFile {
     std::string path;    // in the source directory, "/" separated
@@ -35,7 +36,6 @@ std::vector<SourceFile> listSources(const fs::path& directory) {
 
 io::Bytes build(SourceText& text, const std::string& kind, const ArtContext& context) {
     if (kind == ".PAL") return writePalette(context.palette.colors);
-    if (kind == ".cob") return io::writeCob(assembleScript(text));
     if (kind == ".gaf")
         return io::writeGaf(parseGafText(text, context), io::GafEncoding::compressed);
     if (kind == ".pcx") return writePcxFile(parseImage(text, context), context.palette);
@@ -60,6 +60,13 @@ FileSet buildRootFiles(const fs::path& directory, const NamedPalette& palette, M
         if (source.kind == ".3do") continue;
         if (source.kind.empty()) {
             files[source.path] = readFile(directory / source.path);
+            if (source.path.ends_with(kScriptSuffix))
+                files[fs::path(source.path).replace_extension(".cob").generic_string()] =
+                    compileScript(directory, source.path);
+            continue;
+        }
+        if (source.kind == ".cob") {
+            files[source.result] = compileScript(directory, source.path);
             continue;
         }
         SourceText text = SourceText::read(directory, source.path);

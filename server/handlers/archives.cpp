@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <ranges>
+#include <span>
 
 #include "io/path_text.h"
 #include "server/base64.h"
@@ -16,18 +16,17 @@ using nlohmann::json;
 constexpr std::size_t kMaxListedEntries = 100'000;
 constexpr std::int64_t kDefaultPreviewBytes = 65'536;
 
-std::string requireMember(const Payload& payload, const char* key) {
-    const std::string value = payload.text(key).value_or("");
-    if (value.empty()) throw RequestError(std::string(key) + " is required");
-    return value;
+/// For when all members are decoded: a wrong type is reported before an absence.
+template <typename Value>
+void require(const char* key, const Value& value) {
+    if (!value || value->empty()) throw RequestError(std::string(key) + " is required");
 }
 
 /// The archive that the payload's "path" names. What its reader throws is the whole error text.
-io::HpiArchive openArchive(const UnitViewSession& session, const std::string& path) {
+io::HpiArchive openArchive(const UnitViewSession& session, const std::filesystem::path& path) {
     const auto roots = session.hasData() ? std::span(session.data().roots)
                                          : std::span<const std::filesystem::path>();
-    return reportingFailure(
-        [&] { return io::HpiArchive(resolveArchivePath(io::pathFromText(path), roots)); });
+    return reportingFailure([&] { return io::HpiArchive(resolveArchivePath(path, roots)); });
 }
 
 json encodeFile(const std::string& pathKey, const std::string& path,
@@ -37,20 +36,25 @@ json encodeFile(const std::string& pathKey, const std::string& path,
 
 struct Totals {
     std::uint64_t files = 0, directories = 0, bytes = 0;
+
+    bool isFull() const { return files + directories > kMaxListedEntries; }
 };
 
+/// Counts everything below, but lists only what comes before the totals are full.
 json encodeTree(const std::string& name, const io::HpiEntries& entries, Totals& totals) {
     json directories = json::array();
     json files = json::array();
     for (const io::HpiEntry& entry : entries) {
         if (const auto* directory = entry.directory()) {
             ++totals.directories;
-            directories.push_back(encodeTree(entry.name, *directory, totals));
+            const bool isListed = !totals.isFull();
+            json tree = encodeTree(entry.name, *directory, totals);
+            if (isListed) directories.push_back(std::move(tree));
             continue;
         }
         ++totals.files;
         totals.bytes += entry.file()->fileSize;
-        files.push_back(encodeFile("name", entry.name, *entry.file()));
+        if (!totals.isFull()) files.push_back(encodeFile("name", entry.name, *entry.file()));
     }
     return {{"name", name}, {"directories", std::move(directories)}, {"files", std::move(files)}};
 }
@@ -81,15 +85,15 @@ struct PreviewEncoder {
     }
 };
 
-Reply extractBelow(UnitViewSession& session, const Payload& payload, const std::string& path,
-                   const std::string& directory) {
-    const std::string destination = requireMember(payload, "destination");
+Reply extractBelow(UnitViewSession& session, const Payload& payload, const std::string& directory) {
+    const auto path = payload.path("path");
+    const auto destination = payload.path("destination");
     const bool overwrite = payload.flag("overwrite").value_or(false);
-    const io::HpiArchive archive = openArchive(session, path);
-    const ExtractionResult result = reportingFailure([&] {
-        return extractArchiveDirectory(archive, directory, io::pathFromText(destination),
-                                       overwrite);
-    });
+    require("path", path);
+    require("destination", destination);
+    const io::HpiArchive archive = openArchive(session, *path);
+    const ExtractionResult result = reportingFailure(
+        [&] { return extractArchiveDirectory(archive, directory, *destination, overwrite); });
     json skipped = json::array();
     for (const auto& [internalPath, reason] : result.skipped)
         skipped.push_back({{"internalPath", internalPath}, {"reason", reason}});
@@ -101,13 +105,15 @@ Reply extractBelow(UnitViewSession& session, const Payload& payload, const std::
 }  // namespace
 
 Reply listArchiveContents(UnitViewSession& session, const Payload& payload) {
-    const std::string path = requireMember(payload, "path");
-    const io::HpiArchive archive = openArchive(session, path);
+    const auto path = payload.path("path");
+    require("path", path);
+    const io::HpiArchive archive = openArchive(session, *path);
     const auto files = listArchiveFiles(archive, "");
     json entries = json::array();
-    for (const ArchiveFile& file : files | std::views::take(kMaxListedEntries))
+    for (const ArchiveFile& file :
+         std::span(files).first(std::min(files.size(), kMaxListedEntries)))
         entries.push_back(encodeFile("path", file.path, *file.entry));
-    return {{{"path", path},
+    return {{{"path", io::textFromPath(*path)},
              {"bank", archive.isBank()},
              {"entryCount", files.size()},
              {"entries", std::move(entries)},
@@ -115,29 +121,33 @@ Reply listArchiveContents(UnitViewSession& session, const Payload& payload) {
 }
 
 Reply archiveBrowseOpen(UnitViewSession& session, const Payload& payload) {
-    const std::string path = requireMember(payload, "path");
-    const io::HpiArchive archive = openArchive(session, path);
+    const auto path = payload.path("path");
+    require("path", path);
+    const io::HpiArchive archive = openArchive(session, *path);
     Totals totals;
     json root = encodeTree("", archive.root().entries, totals);
-    return {{{"path", path},
+    return {{{"path", io::textFromPath(*path)},
              {"bank", archive.isBank()},
              {"fileCount", totals.files},
              {"directoryCount", totals.directories},
              {"totalSize", totals.bytes},
+             {"truncated", totals.isFull()},
              {"root", std::move(root)}}};
 }
 
 Reply archiveBrowsePreview(UnitViewSession& session, const Payload& payload) {
-    const std::string path = requireMember(payload, "path");
-    const std::string internalPath = requireMember(payload, "internalPath");
+    const auto path = payload.path("path");
+    const auto internalPath = payload.text("internalPath");
     const auto maxBytes = payload.integer("maxBytes").value_or(kDefaultPreviewBytes);
-    const io::HpiArchive archive = openArchive(session, path);
+    require("path", path);
+    require("internalPath", internalPath);
+    const io::HpiArchive archive = openArchive(session, *path);
     const ArchivePreview preview = reportingFailure([&] {
-        return previewArchiveFile(archive, internalPath,
+        return previewArchiveFile(archive, *internalPath,
                                   static_cast<std::size_t>(std::max<std::int64_t>(maxBytes, 0)),
                                   session.palette());
     });
-    json data = {{"path", path},
+    json data = {{"path", io::textFromPath(*path)},
                  {"internalPath", preview.internalPath},
                  {"size", preview.size},
                  {"truncated", preview.truncated}};
@@ -146,24 +156,25 @@ Reply archiveBrowsePreview(UnitViewSession& session, const Payload& payload) {
 }
 
 Reply archiveBrowseExtractOne(UnitViewSession& session, const Payload& payload) {
-    const std::string path = requireMember(payload, "path");
-    const std::string internalPath = requireMember(payload, "internalPath");
-    const std::string destination = requireMember(payload, "destination");
+    const auto path = payload.path("path");
+    const auto internalPath = payload.text("internalPath");
+    const auto destination = payload.path("destination");
     const bool overwrite = payload.flag("overwrite").value_or(false);
-    const io::HpiArchive archive = openArchive(session, path);
-    const ExtractedFile file = reportingFailure([&] {
-        return extractArchiveFile(archive, internalPath, io::pathFromText(destination), overwrite);
-    });
+    require("path", path);
+    require("internalPath", internalPath);
+    require("destination", destination);
+    const io::HpiArchive archive = openArchive(session, *path);
+    const ExtractedFile file = reportingFailure(
+        [&] { return extractArchiveFile(archive, *internalPath, *destination, overwrite); });
     return {{{"writtenPath", io::textFromPath(file.path)}, {"byteSize", file.byteSize}}};
 }
 
 Reply archiveBrowseExtractDir(UnitViewSession& session, const Payload& payload) {
-    const std::string path = requireMember(payload, "path");
-    return extractBelow(session, payload, path, payload.text("directory").value_or(""));
+    return extractBelow(session, payload, payload.text("directory").value_or(""));
 }
 
 Reply archiveBrowseExtractAll(UnitViewSession& session, const Payload& payload) {
-    return extractBelow(session, payload, requireMember(payload, "path"), "");
+    return extractBelow(session, payload, "");
 }
 
 }  // namespace orb::unitview::ipc::handlers

@@ -101,7 +101,7 @@ Reply cobSetBreakpoints(UnitViewSession& session, const Payload& payload) {
         spans.push_back({decodeOffset(span.requiredInteger("from")),
                          decodeOffset(span.requiredInteger("to")),
                          decodeOffset(span.requiredInteger("line"))});
-    session.cob().debugger().setBreakpoints(std::move(offsets), std::move(spans));
+    session.cob().debugger().setBreakpoints(std::move(offsets), spans);
     return {};
 }
 

@@ -9,12 +9,11 @@ using nlohmann::json;
 
 DataRootsRequest decodeRoots(const Payload& payload) {
     DataRootsRequest request;
-    const auto taDataPath = payload.text("taDataPath");
-    for (const std::string& path : payload.texts("modPaths").value_or(std::vector<std::string>{}))
-        request.modPaths.push_back(io::pathFromText(path));
-    request.mapsPath = io::pathFromText(payload.text("mapsPath").value_or(""));
+    const auto taDataPath = payload.path("taDataPath");
+    request.modPaths = payload.paths("modPaths").value_or(std::vector<std::filesystem::path>{});
+    request.mapsPath = payload.path("mapsPath").value_or("");
     if (!taDataPath) throw RequestError("taDataPath is required");
-    request.taDataPath = io::pathFromText(*taDataPath);
+    request.taDataPath = *taDataPath;
     return request;
 }
 

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "diagnostics/script_family.h"
+#include "server/logger.h"
 
 namespace orb::unitview::ipc {
 
@@ -29,6 +30,20 @@ json encodeScriptSummary(const ScriptSummary& script) {
               {"emitSfx", script.emitsSfx},
               {"explode", script.explodes},
               {"loop", script.loops}}}};
+}
+
+json encodeAnalysis(const io::CobFile& cob, std::size_t modelPieceCount) {
+    CobAnalysis analysis;
+    try {
+        analysis = analyseCob(cob, modelPieceCount);
+    } catch (const std::exception& error) {
+        LogLine(LogLevel::warn) << "[lints] script not analysed: " << error.what();
+    }
+    json lints = json::array(), scripts = json::array();
+    for (const Lint& lint : analysis.lints) lints.push_back(encodeLint(lint));
+    for (const ScriptSummary& script : analysis.scripts)
+        scripts.push_back(encodeScriptSummary(script));
+    return {{"lints", std::move(lints)}, {"scriptSummary", std::move(scripts)}};
 }
 
 }  // namespace orb::unitview::ipc

@@ -15,4 +15,8 @@ nlohmann::json encodeLint(const Lint& lint);
 /// "emitSfx", "explode", "loop"}}.
 nlohmann::json encodeScriptSummary(const ScriptSummary& script);
 
+/// {"lints", "scriptSummary"} of a file and a model of so many pieces; both are empty when the code
+/// cannot be analysed.
+nlohmann::json encodeAnalysis(const io::CobFile& cob, std::size_t modelPieceCount);
+
 }  // namespace orb::unitview::ipc

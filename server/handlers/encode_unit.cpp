@@ -53,16 +53,25 @@ json encodeMovementClass(const MovementClassInfo& info) {
     return result;
 }
 
+/// {key as written: text}.
+json encodeValues(const io::TdfSection& section) {
+    json values = json::object();
+    for (const auto& [kind, key] : section.order)
+        if (kind == io::TdfSection::Entry::Kind::value) values[key] = *section.getString(key);
+    return values;
+}
+
 json encodeWeapon(const std::string& name, const NamedTable& weapons) {
     const TableEntry* const weapon = weapons.find(name);
     if (!weapon) return {{"name", name}, {"missing", true}};
-    json values = json::object();
+    json sections = json::object();
     for (const auto& [kind, key] : weapon->section.order)
-        if (kind == io::TdfSection::Entry::Kind::value)
-            values[key] = *weapon->section.getString(key);
+        if (kind == io::TdfSection::Entry::Kind::section)
+            sections[key] = encodeValues(*weapon->section.child(key));
     return {{"name", weapon->name},
             {"sourcePath", locationText(weapon->file.location())},
-            {"values", std::move(values)}};
+            {"values", encodeValues(weapon->section)},
+            {"sections", std::move(sections)}};
 }
 
 json encodeSounds(const std::string& category, const GameTables& tables) {

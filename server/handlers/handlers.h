@@ -61,6 +61,12 @@ Reply cobContinue(UnitViewSession&, const Payload&);
 Reply cobStepInstruction(UnitViewSession&, const Payload&);
 Reply cobStepLine(UnitViewSession&, const Payload&);
 
+// bos.cpp
+Reply cobCompile(UnitViewSession&, const Payload&);
+Reply cobDisassemble(UnitViewSession&, const Payload&);
+Reply cobGetUnitBos(UnitViewSession&, const Payload&);
+Reply cobSourceCompare(UnitViewSession&, const Payload&);
+
 // diagnostics.cpp
 Reply unitHealth(UnitViewSession&, const Payload&);
 Reply modernizerPreview(UnitViewSession&, const Payload&);

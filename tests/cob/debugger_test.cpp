@@ -128,6 +128,28 @@ TEST_F(Debugger, ANewInstanceHasBreakpointsButNoPause) {
     debugger.attach(nullptr);
 }
 
+TEST(LineMap, TheFirstOfOverlappingSpansSaysTheLine) {
+    const std::vector<CobLineSpan> spans{{10, 14, 1}, {20, 15, 9}, {12, 12, 9},
+                                         {13, 30, 2}, {5, 40, 0},  {0, UINT32_MAX, 3}};
+    const CobLineMap lines(spans);
+    for (const auto& [pc, line] :
+         std::vector<std::pair<std::uint32_t, std::uint32_t>>{{0, 3},
+                                                              {4, 3},
+                                                              {5, 0},
+                                                              {9, 0},
+                                                              {10, 1},
+                                                              {12, 1},
+                                                              {14, 1},
+                                                              {15, 2},
+                                                              {30, 2},
+                                                              {31, 0},
+                                                              {40, 0},
+                                                              {41, 3},
+                                                              {UINT32_MAX, 3}})
+        EXPECT_EQ(lines.lineAt(pc), line) << pc;
+    EXPECT_EQ(CobLineMap().lineAt(7), 0U);
+}
+
 TEST(WalkPreview, GoesRoundInACircle) {
     CobWalkPreview walk{.enabled = true, .heading = 3.1414F, .x = 0, .z = 0, .speed = 0};
     advanceWalkPreview(walk);

@@ -1,4 +1,5 @@
-#include <cstring>
+#include <algorithm>
+#include <bit>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -130,7 +131,8 @@ std::vector<std::int64_t> image(const plain::Thread& t) {
 
 bool samePose(const CobPiece& a, const plain::Piece& b) {
     const auto same = [](const Axes& x, const float(&y)[3]) {
-        return std::memcmp(x.data(), y, sizeof y) == 0;
+        return std::ranges::equal(x, y, {}, std::bit_cast<std::uint32_t, float>,
+                                  std::bit_cast<std::uint32_t, float>);
     };
     return same(a.offset, b.offset) && same(a.angle, b.angle) &&
            same(a.targetOffset, b.targetOffset) && same(a.targetAngle, b.targetAngle) &&

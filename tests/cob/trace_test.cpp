@@ -62,6 +62,14 @@ TEST(CobTrace, EveryRecordedInstructionHasItsText) {
         EXPECT_EQ(covered.contains(row.op), !row.traceKind.empty()) << row.name;
 }
 
+TEST(CobTrace, LongNamesAreCut) {
+    auto file = cobOf({{std::string(5000, 's'), {}}});
+    file->pieces[0] = std::string(5000, 'p');
+    EXPECT_EQ(describe({0, 0, Op::show, {0}}, *file).event, "show " + std::string(128, 'p'));
+    EXPECT_EQ(describe({0, 0, Op::start, {0, 1}}, *file).event,
+              "start " + std::string(128, 's') + " (1 args)");
+}
+
 TEST(CobTrace, StructuredMembersAndTheNewestEntries) {
     const auto file = cobOf({});
     const CobTraceEvent set = describe({3, 1, Op::set, {20, -1}}, *file);
@@ -103,6 +111,9 @@ TEST(InstructionTrace, PrintsNamedUnitsToStandardError) {
                                w(Op::spin),
                                0,
                                1,
+                               w(Op::waitTurn),
+                               1,
+                               1,
                                w(Op::call),
                                0,
                                1}}});
@@ -112,7 +123,7 @@ TEST(InstructionTrace, PrintsNamedUnitsToStandardError) {
     EXPECT_FALSE(silent.traceInstructions);
     traced.tick = 4;
     ::testing::internal::CaptureStderr();
-    CobVm(traced).call("Main", {}, 10);
+    CobVm(traced).call("Main", {}, 11);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(),
               "  [t4] PUSH_CONST -16384\n"
               "  [t4] PUSH_LOCAL [5]=-999\n"
@@ -123,6 +134,7 @@ TEST(InstructionTrace, PrintsNamedUnitsToStandardError) {
               "  COB JUMP_IF_ZERO cond=0 target=14 TAKEN\n"
               "  [t4] PUSH_CONST 3640\n"
               "  [t4] SPIN base (cob0→mdl0) axis=1 cobSpeed=3640 cobAccel=0 → 20.0 deg/sec\n"
+              "  [t4] WAIT_TURN\n"
               "  COB CALL func=0 (Main) params=1\n");
 }
 

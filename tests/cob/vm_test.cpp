@@ -1,6 +1,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 
 #include <gtest/gtest.h>
 
@@ -201,6 +202,18 @@ TEST(CobVm, ASignalEndsItsOwnThread) {
     EXPECT_EQ(instance->statics[0], 0);
 }
 
+TEST(CobVm, NoiseIsNotReportedForEver) {
+    Logger silent;
+    silent.setEcho(false);
+    setCurrentLogger(&silent);
+    Code noise(5000);
+    std::iota(noise.begin(), noise.end(), 0U);
+    const auto instance = instanceOf({{"Main", noise}});
+    EXPECT_EQ(returned(*instance), std::nullopt);
+    setCurrentLogger(nullptr);
+    EXPECT_EQ(instance->unknownOpcodes.size(), 4096U);
+}
+
 /// Everything logged while it lives.
 class LogCapture {
 public:
@@ -256,9 +269,19 @@ TEST(CobInstance, PiecesMatchByNameInAnyCase) {
 }
 
 TEST(CobInstance, ScriptsOwnTheCodeUpToTheNextEntry) {
-    const auto instance = instanceOf({{"A", Code(4)}, {"B", {}}, {"C", Code(2)}});
-    for (const auto& [pc, name] : {std::pair(3, "A"), {4, "B"}, {5, "B"}, {6, ""}})
-        EXPECT_EQ(instance->scriptNameAt(static_cast<std::uint32_t>(pc)), name) << pc;
+    const auto file = cobOf({{"Code", Code(7)}});
+    file->scripts = {{"C", 5}, {"B", 5}, {"A", 1}, {"Far", 900}};
+    CobInstance instance(file, 1);
+    for (const auto& [pc, name] :
+         {std::pair(0U, ""), {1, "A"}, {4, "A"}, {5, "C"}, {6, "C"}, {7, ""}, {900, ""}})
+        EXPECT_EQ(instance.scriptNameAt(pc), name) << pc;
+
+    instance.threads.push_back(instance.newThread(2, {}));
+    EXPECT_TRUE(instance.isScriptRunning(2));
+    instance.threads[0]->pc = 6;
+    EXPECT_FALSE(instance.isScriptRunning(2));
+    EXPECT_TRUE(instance.isScriptRunning(0));
+    EXPECT_TRUE(instance.isScriptRunning(1));
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ std::map<std::string, std::string> valuesByKey(const FbiUnitInfo& info) {
 /// Reads a definition both ways, which must agree.
 FbiUnitInfo parseUnit(const std::string& body) {
     const std::string text = "[Other]{[a]{b=1;}unitname=no;}[UnitInfo]{" + body + "}";
-    const FbiUnitInfo info = parseFbiUnitInfo(parseTdf(text)).value();
+    FbiUnitInfo info = parseFbiUnitInfo(parseTdf(text)).value();
     const FbiUnitInfo fromText = readFbiUnitInfo(text).value();
     EXPECT_EQ(valuesByKey(fromText), valuesByKey(info)) << body;
     EXPECT_EQ(fromText.buildOptions, info.buildOptions) << body;

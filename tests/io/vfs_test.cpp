@@ -71,6 +71,8 @@ TEST(LooseFilesTest, FindsFilesInAnyCaseAndOnlyInsideTheRoot) {
         EXPECT_EQ(files.locate(each.path).has_value(), each.content != nullptr) << each.path;
         EXPECT_EQ(content.value_or(Bytes{}), bytesOf(each.content ? each.content : ""));
     }
+    fs::resize_file(folder.write("root/huge.fbi", ""), std::uintmax_t{1} << 40);
+    EXPECT_EQ(files.readFile("huge.fbi"), std::nullopt);
     EXPECT_EQ(files.locate("uNITS/aRMCOM.fbi")->path, folder.path() / "root/Units/ArmCom.FBI");
     EXPECT_EQ(sorted(files.listFiles("UNITS", ".Fbi")),
               (Names{"ArmCom.FBI", "BOTH.fbi", "both.fbi"}));
@@ -209,6 +211,22 @@ TEST_F(LayersTest, VisitsTheWinnersAndReportsDamage) {
     fs::remove(folder_.path() / "m2/b.hpi");
     EXPECT_EQ(visited(*stack_.layers()[2].files, ".fbi"),
               Names{"B.FBI!Cannot open HPI file: " + (folder_.path() / "m2/b.hpi").string()});
+}
+
+// A thousand entries may share the data of one large file; reading each would take minutes.
+TEST(ArchiveLayerTest, BoundsWhatOneWalkDecodes) {
+    const TestFolder folder;
+    BlockBuilder block;
+    const std::uint32_t large = block.file(0, 300 << 20);
+    const std::uint32_t empty = block.file();
+    const std::uint32_t a = block.name("a"), b = block.name("b"), c = block.name("c");
+    const std::uint32_t units = block.name("units");
+    const std::uint32_t files =
+        block.list({{a, large, false}, {b, large, false}, {c, empty, false}});
+    block.root(1, block.list({{units, block.directory(3, files), true}}));
+    const HpiFileSystem layer(folder.write("shared.hpi", block.archive()));
+    EXPECT_EQ(visited(layer, ""),
+              (Names{"a!HPI read error at offset 0", "b!HPI directory holds too much data", "c="}));
 }
 
 }  // namespace

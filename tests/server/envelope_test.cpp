@@ -24,6 +24,8 @@ TEST(Envelope, ErrorsNameTheFirstThingWrong) {
          "\"seq\" must be a number"},
         {R"({"type":"a","data":)" + deep, EnvelopeError::jsonSyntax,
          "parse error at column 275: JSON nested deeper than 256 levels"},
+        {std::string("{\"type\":\"a\"}\0x", 14), EnvelopeError::jsonSyntax,
+         "parse error at column 13: NUL byte"},
     };
     for (const auto& [line, kind, message] : cases) {
         const auto result = parseEnvelope(line);

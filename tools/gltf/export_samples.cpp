@@ -15,7 +15,7 @@
 #include "session/unit_view_session.h"
 
 // Writes models for tools that look at them: every unit of a data root, with and without team
-// colour, and two that strain the format.
+// colour, and three that strain the format.
 //
 // usage: orb-export-samples DATA_DIR OUTPUT_DIR
 namespace {
@@ -88,6 +88,7 @@ int main(int argc, char** argv) try {
     exportUnits(io::pathFromText(argv[1]), output);
     writeFile(output / "nested.glb",
               model3doToGlb(*nestedPieces(kNestedPieces), {}, io::greyscaleRamp(), {}));
+    writeFile(output / "empty.glb", model3doToGlb({}, {}, io::greyscaleRamp(), {}));
     writeFile(output / "disc.glb", model3doToGlb(disc(), {}, io::greyscaleRamp(), {}));
     return 0;
 } catch (const std::exception& error) {

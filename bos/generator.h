@@ -1,0 +1,26 @@
+#pragma once
+
+#include <vector>
+
+#include "bos/options.h"
+#include "bos/syntax_tree.h"
+#include "cob/cob_debugger.h"
+#include "io/formats/cob_file.h"
+
+namespace orb::unitview::bos {
+
+/// What a program is translated to.
+struct GeneratedCode {
+    io::CobFile cob;
+    /// Every word of every script belongs to one span; lines are those of the main source.
+    std::vector<CobLineSpan> lineSpans;
+    /// For each word of code: it is the value of a literal in [ ] or < >.
+    std::vector<bool> isScaled;
+};
+
+/// Gives names their meaning and writes the code of every script, in the order of the source. The
+/// result is of use only when `diagnostics` holds no errors.
+GeneratedCode generateCode(const Program& program, const BosOptions& options,
+                           DiagnosticList& diagnostics);
+
+}  // namespace orb::unitview::bos

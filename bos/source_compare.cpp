@@ -1,0 +1,208 @@
+#include "bos/source_compare.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include "bos/name_table.h"
+#include "bos/parser.h"
+#include "bos/script_words.h"
+
+namespace orb::unitview::bos {
+namespace {
+
+constexpr std::array<std::string_view, 6> kStatusTexts = {
+    "identical", "constants-rounded", "constants",
+    "code",      "missing in source", "missing in bytecode"};
+
+/// The scales that compilers in use have, the commonest first: linear, angular.
+constexpr std::pair<double, double> kScales[] = {
+    {163840, 182}, {65536, 182}, {81920, 182.04400634765625}, {65536, 65536.0 / 360}};
+
+/// A file whose scripts' words can be compared with those of another.
+struct ComparableFile {
+    std::vector<ScriptRange> ranges;
+    std::vector<std::vector<std::uint32_t>> words;
+};
+
+ComparableFile comparable(const io::CobFile& cob, const io::CobFile& reference) {
+    ComparableFile file;
+    file.ranges = scriptRanges(cob);
+    const std::vector<std::uint32_t> ids = scriptIds(cob, reference);
+    for (const ScriptRange& range : file.ranges)
+        file.words.push_back(comparableWords(cob, {range.from, codeEnd(cob, range)}, ids));
+    return file;
+}
+
+/// The settings to try, each once.
+std::vector<BosOptions> candidates(const BosOptions& first) {
+    std::vector<BosOptions> all = {first};
+    for (const auto& [linear, angular] : kScales)
+        for (const auto arguments : {ArgumentOrder::vm, ArgumentOrder::source})
+            for (const auto implicit : {ImplicitReturn::safe, ImplicitReturn::compat})
+                for (const auto valueless : {ValuelessReturn::push0, ValuelessReturn::bare}) {
+                    const BosOptions options{Scale(linear), Scale(angular), implicit, valueless,
+                                             arguments};
+                    if (options != first) all.push_back(options);
+                }
+    return all;
+}
+
+class Comparer {
+public:
+    Comparer(const io::CobFile& cob, const Program& program)
+        : cob_(cob), program_(program), bytecode_(comparable(cob, cob)) {}
+
+    /// Generates with the candidates' best one and fills in what differs.
+    void run(const BosOptions& first, SourceComparison& result);
+
+private:
+    struct Attempt {
+        GeneratedCode code;
+        ComparableFile file;
+        std::vector<std::size_t> sourceOf;  ///< for each script of the bytecode, or kNone
+        std::size_t identical = 0;
+        std::size_t equalWords = 0;
+    };
+    static constexpr std::size_t kNone = ~std::size_t{0};
+
+    std::optional<Attempt> attempt(const BosOptions& options) const;
+    ScriptComparison compareScript(const Attempt& attempt, std::size_t index) const;
+    void compareFiles(const Attempt& attempt, SourceComparison& result) const;
+
+    const io::CobFile& cob_;
+    const Program& program_;
+    ComparableFile bytecode_;
+};
+
+std::optional<Comparer::Attempt> Comparer::attempt(const BosOptions& options) const {
+    Attempt attempt;
+    DiagnosticList diagnostics;
+    for (std::size_t i = 0; i < program_.sources.size(); ++i) diagnostics.addFile("");
+    try {
+        attempt.code = generateCode(program_, options, diagnostics);
+    } catch (const TooManyErrors&) {
+        return std::nullopt;
+    }
+    if (diagnostics.hasErrors()) return std::nullopt;
+    const io::CobFile& source = attempt.code.cob;
+    attempt.file = comparable(source, cob_);
+    NameTable names;
+    for (std::size_t i = 0; i < source.scripts.size(); ++i) names.add(source.scripts[i].name, i);
+    for (std::size_t i = 0; i < cob_.scripts.size(); ++i) {
+        const NameTable::Entry* const found = names.find(cob_.scripts[i].name);
+        attempt.sourceOf.push_back(found ? found->index : kNone);
+        if (!found) continue;
+        const auto& left = bytecode_.words[i];
+        const auto& right = attempt.file.words[found->index];
+        if (left == right) ++attempt.identical;
+        for (std::size_t word = 0; word < std::min(left.size(), right.size()); ++word)
+            if (left[word] == right[word]) ++attempt.equalWords;
+    }
+    return attempt;
+}
+
+void Comparer::run(const BosOptions& first, SourceComparison& result) {
+    std::optional<Attempt> best;
+    for (const BosOptions& options : candidates(first)) {
+        std::optional<Attempt> next = attempt(options);
+        if (!next) continue;
+        const bool isBetter = !best || std::pair(next->identical, next->equalWords) >
+                                           std::pair(best->identical, best->equalWords);
+        if (!isBetter) continue;
+        best = std::move(next);
+        result.options = options;
+        if (best->identical == cob_.scripts.size()) break;
+    }
+    if (best) compareFiles(*best, result);
+}
+
+/// Whether each differing word is a constant, and by one unit of a literal.
+ScriptStatus statusOf(const std::vector<std::uint32_t>& left,
+                      const std::vector<std::uint32_t>& right, const std::vector<bool>& isScaled,
+                      std::size_t scaledFrom) {
+    if (left == right) return ScriptStatus::identical;
+    if (left.size() != right.size()) return ScriptStatus::code;
+    bool isRounded = true;
+    for (std::size_t pc = 0; pc < left.size();) {
+        if (left[pc] != right[pc]) return ScriptStatus::code;
+        const OpcodeRow& row = opcodeRow(opOf(left[pc]));
+        for (const std::size_t end = std::min(pc + row.length(), left.size()); ++pc < end;) {
+            if (left[pc] == right[pc]) continue;
+            if (row.op != Op::pushConst) return ScriptStatus::code;
+            const bool isByOne = left[pc] + 1 == right[pc] || right[pc] + 1 == left[pc];
+            isRounded = isRounded && isByOne && isScaled[scaledFrom + pc];
+        }
+    }
+    return isRounded ? ScriptStatus::constantsRounded : ScriptStatus::constants;
+}
+
+ScriptComparison Comparer::compareScript(const Attempt& attempt, std::size_t index) const {
+    const auto& left = bytecode_.words[index];
+    ScriptComparison result{cob_.scripts[index].name, ScriptStatus::missingInSource, left.size(),
+                            left.size()};
+    const std::size_t other = attempt.sourceOf[index];
+    if (other == kNone) return result;
+    const auto& right = attempt.file.words[other];
+    result.status = statusOf(left, right, attempt.code.isScaled, attempt.file.ranges[other].from);
+    const std::size_t common = std::min(left.size(), right.size());
+    result.differing = std::max(left.size(), right.size()) - common;
+    for (std::size_t word = 0; word < common; ++word)
+        if (left[word] != right[word]) ++result.differing;
+    return result;
+}
+
+void Comparer::compareFiles(const Attempt& attempt, SourceComparison& result) const {
+    const io::CobFile& source = attempt.code.cob;
+    std::vector<bool> isInBytecode(source.scripts.size());
+    bool isAlike = true;
+    for (std::size_t i = 0; i < cob_.scripts.size(); ++i) {
+        result.scripts.push_back(compareScript(attempt, i));
+        isAlike = isAlike && result.scripts.back().status == ScriptStatus::identical;
+        if (attempt.sourceOf[i] != kNone) isInBytecode[attempt.sourceOf[i]] = true;
+        if (bytecode_.words[i].size() < bytecode_.ranges[i].size()) result.hasTrailingText = true;
+    }
+    result.scriptOrderDiffers =
+        std::ranges::adjacent_find(attempt.sourceOf, std::ranges::greater{}) !=
+        attempt.sourceOf.end();
+    for (std::size_t i = 0; i < source.scripts.size(); ++i) {
+        if (isInBytecode[i]) continue;
+        const std::size_t words = attempt.file.words[i].size();
+        result.scripts.push_back(
+            {source.scripts[i].name, ScriptStatus::missingInBytecode, words, words});
+        isAlike = false;
+    }
+    result.piecesDiffer = !std::ranges::equal(source.pieces, cob_.pieces, io::equalsIgnoringCase);
+    result.staticVarsDiffer = source.staticVarCount != cob_.staticVarCount;
+    result.isIdentical =
+        isAlike && !result.scriptOrderDiffers && !result.piecesDiffer && !result.staticVarsDiffer;
+    result.isSameCode = source.code == cob_.code;
+    result.lineSpans = attempt.code.lineSpans;
+}
+
+}  // namespace
+
+std::string_view statusText(ScriptStatus status) {
+    return kStatusTexts.at(static_cast<std::size_t>(status));
+}
+
+SourceComparison compareSource(const io::CobFile& cob, std::string_view source,
+                               const std::string& path,
+                               const io::AbstractVirtualFileSystem* files) {
+    SourceComparison result;
+    DiagnosticList diagnostics;
+    const Program program = parseBos(source, path, files, diagnostics);
+    const BosOptions first = readSettings(source).orElse(BosOptions{});
+    try {
+        generateCode(program, first, diagnostics);  // for its diagnostics
+    } catch (const TooManyErrors&) {
+        // They are in the list.
+    }
+    result.options = first;
+    result.ok = !diagnostics.hasErrors();
+    result.diagnostics = diagnostics.all();
+    if (result.ok) Comparer(cob, program).run(first, result);
+    return result;
+}
+
+}  // namespace orb::unitview::bos

@@ -1,0 +1,71 @@
+#include "server/handlers/encode_bos.h"
+
+#include <stdexcept>
+
+#include "session/request_error.h"
+
+namespace orb::unitview::ipc {
+namespace {
+
+using nlohmann::json;
+
+std::optional<bos::Scale> decodeScale(const Payload& options, const char* key) {
+    const auto value = options.number(key);
+    if (!value) return std::nullopt;
+    try {
+        return bos::Scale(*value);
+    } catch (const std::invalid_argument& error) {
+        throw RequestError(std::string(key) + ": " + error.what());
+    }
+}
+
+/// One of two words, which `named` knows.
+template <typename Named>
+auto decodeWord(const Payload& options, const char* key, Named&& named)
+    -> decltype(named(std::string_view{})) {
+    const auto word = options.text(key);
+    if (!word) return std::nullopt;
+    const auto value = named(*word);
+    if (!value) throw RequestError("unknown " + std::string(key) + ": " + *word);
+    return value;
+}
+
+}  // namespace
+
+bos::BosOptionChoices decodeOptions(const Payload& payload) {
+    const auto options = payload.object("options");
+    if (!options) return {};
+    return {decodeScale(*options, "linearScale"), decodeScale(*options, "angularScale"),
+            decodeWord(*options, "implicitReturn", bos::implicitReturnNamed),
+            decodeWord(*options, "valuelessReturn", bos::valuelessReturnNamed),
+            decodeWord(*options, "argumentOrder", bos::argumentOrderNamed)};
+}
+
+json encodeOptions(const bos::BosOptions& options) {
+    return {{"linearScale", options.linearScale.value()},
+            {"angularScale", options.angularScale.value()},
+            {"implicitReturn", bos::optionWord(options.implicitReturn)},
+            {"valuelessReturn", bos::optionWord(options.valuelessReturn)},
+            {"argumentOrder", bos::optionWord(options.argumentOrder)}};
+}
+
+json encodeDiagnostics(std::span<const bos::BosDiagnostic> diagnostics) {
+    json result = json::array();
+    for (const bos::BosDiagnostic& each : diagnostics)
+        result.push_back({{"severity", each.severity == bos::Severity::error ? "error" : "warning"},
+                          {"code", each.code},
+                          {"message", each.message},
+                          {"file", each.file},
+                          {"line", each.line},
+                          {"column", each.column}});
+    return result;
+}
+
+json encodeLineSpans(std::span<const CobLineSpan> spans) {
+    json result = json::array();
+    for (const CobLineSpan& span : spans)
+        result.push_back({{"from", span.from}, {"to", span.to}, {"line", span.line}});
+    return result;
+}
+
+}  // namespace orb::unitview::ipc

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "io/formats/cob_file.h"
+#include "session/unit_view_session.h"
+
+namespace orb::unitview {
+
+/// A unit's script and, where the stack has it, the source beside it.
+struct UnitScript {
+    std::string unitName;
+    std::shared_ptr<const io::CobFile> cob;
+    /// "scripts/NAME.bos" for the script "scripts/NAME.cob", whether there is such a file or not.
+    std::string sourcePath;
+    std::optional<std::string> source;
+};
+
+/// The script of the loaded unit, or of the one called `name`. Throws RequestError "no unit loaded;
+/// call load-unit first", "data roots not set", "FBI not found for unit: …", "COB script not found:
+/// …" or a reader's text.
+UnitScript readUnitScript(const UnitViewSession& session, const std::optional<std::string>& name);
+
+/// The virtual path of the source that belongs to a script's path.
+std::string bosPath(const std::string& cobPath);
+
+}  // namespace orb::unitview

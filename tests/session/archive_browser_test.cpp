@@ -1,0 +1,64 @@
+#include "session/archive_browser.h"
+
+#include <gtest/gtest.h>
+
+#include "session/request_error.h"
+#include "tests/io/archive_fixture.h"
+
+namespace orb::unitview {
+namespace {
+
+using io::BlockBuilder;
+using io::HpiArchive;
+using io::TestFolder;
+
+/// "path: reason" of everything that extracting the whole archive skips.
+std::vector<std::string> skippedBy(const HpiArchive& archive, const TestFolder& folder) {
+    std::vector<std::string> result;
+    const auto extracted = extractArchiveDirectory(archive, "", folder.path() / "out", true);
+    for (const auto& [path, reason] : extracted.skipped)
+        result.push_back(fmt::format("{}: {}", path, reason));
+    return result;
+}
+
+// A directory's name of one megabyte, shared by a thousand files, would cost a gigabyte of paths.
+TEST(ArchiveBrowserTest, BoundsThePathsOfAListing) {
+    const TestFolder folder;
+    BlockBuilder block;
+    const std::uint32_t longName = block.name(std::string(1 << 20, 'd'));
+    const std::uint32_t name = block.name("f");
+    const std::uint32_t file = block.file();
+    const std::uint32_t files =
+        block.list(std::vector<BlockBuilder::Entry>(1000, {name, file, false}));
+    block.root(1, block.list({{longName, block.directory(1000, files), true}}));
+    const HpiArchive archive(folder.write("long.hpi", block.archive()));
+    try {
+        listArchiveFiles(archive, "");
+        FAIL() << "the paths were listed";
+    } catch (const RequestError& error) {
+        EXPECT_STREQ(error.what(), "archive paths too long");
+    }
+}
+
+TEST(ArchiveBrowserTest, ExtractsTheFirstOfANameAndNoMoreThanTheArchiveCanHold) {
+    const TestFolder folder;
+    BlockBuilder block;
+    const std::uint32_t twin = block.name("twin");
+    const std::uint32_t bulk = block.name("bulk");
+    const std::uint32_t more = block.name("more");
+    const std::uint32_t nothing = block.file();
+    const std::uint32_t shared = block.file(0, 60 << 20);
+    block.root(4, block.list({{twin, nothing, false},
+                              {twin, shared, false},
+                              {bulk, shared, false},
+                              {more, shared, false}}));
+    const HpiArchive archive(folder.write("shared.hpi", block.archive()));
+    EXPECT_EQ(skippedBy(archive, folder),
+              (std::vector<std::string>{"twin: another file of that name comes first",
+                                        "bulk: HPI read error at offset 0",
+                                        "more: more data than the archive can hold"}));
+    EXPECT_EQ(std::filesystem::file_size(folder.path() / "out/twin"), 0u);
+}
+
+}  // namespace
+}  // namespace orb::unitview
