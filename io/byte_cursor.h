@@ -100,6 +100,8 @@ public:
     std::size_t position() const { return bytes_.size(); }
     ByteView view() const { return bytes_; }
     Bytes take() { return std::move(bytes_); }
+    /// Room for that many bytes in all, so that growing up to them copies nothing.
+    void reserve(std::size_t size) { bytes_.reserve(size); }
 
     void u8(std::uint8_t value) { bytes_.push_back(value); }
     void u16(std::uint16_t value) { append(value, 2); }

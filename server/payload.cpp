@@ -39,6 +39,13 @@ std::int64_t decodeInteger(const json& value) {
     return decodeAs<std::int64_t>(value);
 }
 
+std::optional<std::string> decodeScalar(const json& value) {
+    if (value.is_null()) return std::nullopt;
+    if (value.is_boolean()) return value.get<bool>() ? "1" : "0";
+    if (value.is_number()) return value.dump();
+    return decodeAs<std::string>(value);
+}
+
 std::filesystem::path decodePath(const json& value) {
     const auto text = decodeAs<std::string>(value);
     if (text.find('\0') != std::string::npos) throw PayloadError("a path holds a NUL character");
@@ -133,6 +140,15 @@ std::optional<std::vector<Payload>> Payload::objects(const char* key) const {
     if (!value) return std::nullopt;
     return decodeArray(
         *value, [](const json& element) { return Payload(decodeAs<json::object_t>(element)); });
+}
+
+std::optional<Payload::Scalars> Payload::scalars(const char* key) const {
+    const json* const value = member(key);
+    if (!value) return std::nullopt;
+    Scalars result;
+    for (const auto& [name, element] : decodeAs<json::object_t>(*value))
+        result.emplace_back(name, decodeScalar(element));
+    return result;
 }
 
 std::optional<std::string> Payload::textIfString(const char* key) const {

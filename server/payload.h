@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -42,6 +43,11 @@ public:
     /// The objects of an array member, each as a payload of its own.
     std::optional<std::vector<Payload>> objects(const char* key) const;
     std::int64_t requiredInteger(const char* key) const;
+
+    /// The members of an object member in ascending order of their keys: texts as they stand,
+    /// numbers in decimal, true as "1" and false as "0", null as none.
+    using Scalars = std::vector<std::pair<std::string, std::optional<std::string>>>;
+    std::optional<Scalars> scalars(const char* key) const;
 
     /// The text of a member that is a string; a member of another type counts as absent.
     std::optional<std::string> textIfString(const char* key) const;

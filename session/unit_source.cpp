@@ -19,6 +19,11 @@ FileLocation LayerFile::location() const {
     return {layer->kind, layer->path / path, {}};
 }
 
+std::string fileStem(const FileLocation& location) {
+    const bool isLoose = location.kind == FileLocation::Kind::loose;
+    return (isLoose ? location.path : std::filesystem::path(location.internalPath)).stem().string();
+}
+
 std::string locationText(const FileLocation& location) {
     std::string text = io::textFromPath(location.path);
     if (location.kind == FileLocation::Kind::archive) text += " :: " + location.internalPath;

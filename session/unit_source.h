@@ -29,6 +29,10 @@ struct LayerFile {
     bool isInBaseTa() const { return layer->rootKind == io::DataRootKind::base; }
 };
 
+/// The file's name without its folder and extension. Of a unit's source it leads to the definition
+/// whatever that says.
+std::string fileStem(const io::FileLocation& location);
+
 /// The path, or for an archive entry "<archive path> :: <internal path>".
 std::string locationText(const io::FileLocation& location);
 

@@ -1,17 +1,11 @@
 #include "session/unit_view_session.h"
 
-#include <stdexcept>
-
+#include "io/path_text.h"
 #include "server/logger.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {
 namespace {
-
-void logProgress(std::size_t index, std::size_t count, const std::string& archiveName) {
-    LogLine(LogLevel::info) << "[mount] archive " << index + 1 << " of " << count << ": "
-                            << archiveName;
-}
 
 /// A damaged palette must not keep the roots from being mounted.
 void loadPalette(const io::CompositeVirtualFileSystem& files, io::Palette& palette) {
@@ -27,20 +21,7 @@ void loadPalette(const io::CompositeVirtualFileSystem& files, io::Palette& palet
 }  // namespace
 
 const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request) {
-    if (request.taDataPath.empty()) throw std::invalid_argument("taDataPath must not be empty");
-
-    auto mounted = std::make_unique<MountedData>();
-    mounted->result = io::buildLayers(mounted->files, request.modPaths, request.taDataPath,
-                                      request.mapsPath, logProgress);
-    mounted->roots = request.modPaths;
-    mounted->roots.push_back(request.taDataPath);
-    mounted->layers.push_back({"base", request.taDataPath, mounted->result.baseArchives});
-    if (mounted->result.mapsLayered) {
-        mounted->roots.push_back(request.mapsPath);
-        mounted->layers.push_back({"maps", request.mapsPath, 0});
-    }
-    mounted->catalogue = UnitCatalogue(mounted->files);
-    mounted->tables = readGameTables(mounted->files);
+    auto mounted = mountDataRoots(request);
     LintSuppressions suppressions = loadLintSuppressions(mounted->roots);
     loadPalette(mounted->files, palette_);
 
@@ -93,6 +74,34 @@ std::optional<std::filesystem::path> UnitViewSession::setLintSuppressed(const Li
     } catch (const std::exception& error) {
         throw RequestError(error.what());
     }
+}
+
+bool UnitViewSession::isLoadedFrom(const io::FileLocation& written) const {
+    if (!unit_ || !unit_->source) return false;
+    const io::FileLocation& source = unit_->source->location;
+    return source.path == written.path &&
+           (written.internalPath.empty() || source.internalPath == written.internalPath);
+}
+
+std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLocation& written) {
+    try {
+        if (written.kind == io::FileLocation::Kind::archive)
+            data_->files.reopenArchive(written.path);
+        data_->readTables();
+        loadPalette(data_->files, palette_);
+    } catch (const std::exception& error) {
+        // What was written is written; the next mount tells more.
+        LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.path) << ": "
+                                << error.what();
+    }
+    if (!isLoadedFrom(written)) return std::nullopt;
+    try {
+        loadUnit(fileStem(unit_->source->location));
+    } catch (const RequestError& error) {
+        LogLine(LogLevel::warn) << "[refresh] unit unloaded: " << error.what();
+        return error.what();
+    }
+    return std::nullopt;
 }
 
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {

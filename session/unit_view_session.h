@@ -4,50 +4,15 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "io/formats/palette.h"
-#include "io/vfs/data_roots.h"
-#include "model/gaf_index.h"
-#include "model/texture_library.h"
 #include "session/cob_session.h"
-#include "session/game_tables.h"
 #include "session/lint_suppressions.h"
 #include "session/loaded_unit.h"
+#include "session/mounted_data.h"
 #include "session/sim_mode.h"
-#include "session/unit_catalogue.h"
 
 namespace orb::unitview {
-
-/// Where the game data lies.
-struct DataRootsRequest {
-    /// The installed game; required.
-    std::filesystem::path taDataPath;
-    /// Folders that add or replace files, the first before the others.
-    std::vector<std::filesystem::path> modPaths;
-    std::filesystem::path mapsPath;
-};
-
-/// One line of the layer report.
-struct LayerReport {
-    std::string kind;
-    std::filesystem::path path;
-    std::uint32_t archiveCount = 0;
-};
-
-/// The data roots as mounted, with everything that was read from them at once.
-struct MountedData {
-    io::CompositeVirtualFileSystem files;
-    io::MountResult result;
-    std::vector<LayerReport> layers;
-    /// The roots in mount order: mods, game directory, maps.
-    std::vector<std::filesystem::path> roots;
-    UnitCatalogue catalogue;
-    GameTables tables;
-    TextureLibrary textures{files};
-    /// The entries of anims/*.gaf.
-    GafIndex animations{files, "anims"};
-};
 
 /// The one session of the process: the mounted game data, the loaded unit and what hangs from them.
 /// Message handlers borrow from it for the length of one request.
@@ -69,6 +34,12 @@ public:
     /// declares the name. Throws RequestError "unit name is required", "VFS not mounted; call
     /// setDataRoots first" or "could not locate source for NAME".
     UnitSource resolveUnitSource(const std::string& name) const;
+
+    /// Takes over a file that was written behind the mounted data: reopens the archive (an empty
+    /// internal path stands for all its entries), reads catalogue and tables anew, and reloads the
+    /// loaded unit when the file is its source. Returns why that unit cannot be loaded any more (it
+    /// is not loaded then), or none.
+    std::optional<std::string> refreshAfterWrite(const io::FileLocation& written);
 
     /// Loads a unit in place of the loaded one. A failure, reported as RequestError with its text,
     /// leaves no unit loaded.
@@ -99,6 +70,7 @@ public:
 
 private:
     void unloadUnit();
+    bool isLoadedFrom(const io::FileLocation& written) const;
 
     std::unique_ptr<MountedData> data_;
     LintSuppressions lintSuppressions_;

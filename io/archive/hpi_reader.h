@@ -22,6 +22,9 @@ public:
     /// opening might block) counts as one that cannot be opened.
     HpiReader(const std::filesystem::path& path, std::uint8_t readKey);
 
+    /// The archive's length in bytes.
+    std::uint64_t length() const { return length_; }
+
     /// Bytes as they stand in the file, without removing the scrambling by position; false when the
     /// file is shorter.
     bool readRaw(std::uint64_t offset, std::span<std::uint8_t> destination);

@@ -1,151 +1,99 @@
 #include "io/archive/hpi_writer.h"
 
-#include <algorithm>
-#include <limits>
-#include <memory>
-#include <string_view>
-#include <unordered_map>
-#include <vector>
+#include <map>
+#include <tuple>
 
-#include "io/archive/hpi_chunk.h"
+#include "io/archive/hpi_draft.h"
 #include "io/archive/hpi_format.h"
-#include "io/archive/path_components.h"
-#include "io/ascii.h"
 
 namespace orb::io {
 namespace {
 
-/// Ends every archive; no reader looks at it.
-constexpr std::string_view kBanner =
-    "This archive was packed by ORB Unit Editor. Its files are chunked; end of data. Good hunting!";
-static_assert(kBanner.size() == 93);
+/// Room for the directory block and the tables of an archive about to be laid out.
+constexpr std::uint64_t kReservedForStructure = 1 << 20;
 
-struct Node;
-
-struct Child {
-    std::string name;
-    /// Null for a sub-directory.
-    const HpiInputFile* file = nullptr;
-    std::unique_ptr<Node> directory;
-};
-
-struct Node {
-    std::vector<Child> children;
-    std::unordered_map<std::string, Node*> directoriesByFoldedName;
-
-    Node& subdirectory(std::string_view name) {
-        Node*& node = directoriesByFoldedName[lowerCased(name)];
-        if (!node) {
-            children.push_back({std::string(name), nullptr, std::make_unique<Node>()});
-            node = children.back().directory.get();
-        }
-        return *node;
-    }
-};
-
-void addFile(Node& root, const HpiInputFile& file) {
-    std::vector<std::string_view> components;
-    std::string_view rest = file.path;
-    for (auto component = takePathComponent(rest); !component.empty();
-         component = takePathComponent(rest))
-        components.push_back(component);
-    if (components.empty() || components.size() > kMaxHpiNesting + 1 ||
-        !std::all_of(components.begin(), components.end(), isPlainComponent))
-        throw std::runtime_error("HPI path not writable: " + file.path);
-
-    Node* directory = &root;
-    for (std::size_t i = 0; i + 1 < components.size(); ++i)
-        directory = &directory->subdirectory(components[i]);
-    directory->children.push_back({std::string(components.back()), &file, nullptr});
-}
-
-std::uint32_t checkedU32(std::uint64_t value) {
-    if (value > std::numeric_limits<std::uint32_t>::max())
-        throw std::runtime_error("HPI archive too large");
-    return static_cast<std::uint32_t>(value);
-}
-
-class ArchiveWriter {
+/// Takes over the tree of an archive as it is: order, spelling, empty directories and second files
+/// of one name included.
+class ArchiveCopy {
 public:
-    Bytes write(const Node& root) {
-        out_.u32(kHpiMagic);
-        out_.u32(kHpiVersion);
-        out_.u32(0);  // directory end
-        out_.u32(0);  // header key
-        out_.u32(kHpiHeaderSize);
-        writeDirectory(root);
-        out_.patchU32(8, position());
-        for (const auto& [file, recordOffset] : registered_) {
-            out_.patchU32(recordOffset, position());
-            writeBlob(*file);
-        }
-        checkedU32(out_.position());
-        out_.text(kBanner);
-        return out_.take();
+    ArchiveCopy(const HpiArchive& archive, HpiReader& reader, HpiDraft& draft)
+        : archive_(archive), reader_(reader), draft_(draft), bytesLeft_(reader.length()) {}
+
+    /// `file` takes the place of `replaced`, which may be null.
+    void copy(const HpiEntry* replaced, const HpiDraft::File& file) {
+        copyDirectory(archive_.root().entries, draft_.root, replaced, file);
     }
 
 private:
-    struct Registered {
-        const HpiInputFile* file;
-        std::size_t recordOffset;
-    };
-
-    /// Depth first: record and entry list of the directory, then each entry's name and record.
-    void writeDirectory(const Node& directory) {
-        out_.u32(checkedU32(directory.children.size()));
-        out_.u32(position() + 4);
-        std::size_t entry = out_.position();
-        for (const Child& child : directory.children) {
-            out_.zeros(8);  // offsets of name and record
-            out_.u8(child.file ? 0 : 1);
-        }
-        for (const Child& child : directory.children) {
-            out_.patchU32(entry, position());
-            out_.cString(child.name);
-            out_.patchU32(entry + 4, position());
-            if (child.file)
-                writeFileRecord(*child.file);
+    // As deep as directories of an archive nest, which their reader bounds.
+    void copyDirectory(const HpiEntries& entries, HpiDraft::Directory& directory,
+                       const HpiEntry* replaced, const HpiDraft::File& file) {
+        for (const HpiEntry& entry : entries) {
+            if (const HpiEntries* const children = entry.directory())
+                copyDirectory(*children, directory.append(entry.name), replaced, file);
             else
-                writeDirectory(*child.directory);
-            entry += kHpiEntrySize;
+                directory.children.push_back(
+                    {entry.name, &entry == replaced ? file : copyFile(*entry.file())});
         }
     }
 
-    void writeFileRecord(const HpiInputFile& file) {
-        registered_.push_back({&file, out_.position()});
-        out_.u32(0);  // data offset
-        out_.u32(file.decodedSize.value_or(checkedU32(file.content.size())));
-        out_.u8(1);
+    HpiDraft::File copyFile(const HpiFileEntry& file) {
+        const auto [known, isNew] = blobs_.try_emplace(
+            {file.dataOffset, file.fileSize, file.compressionFlag != 0}, draft_.blobs.size());
+        if (isNew)
+            draft_.blobs.emplace_back([this, file](ByteWriter& out) { copyData(file, out); });
+        return {file.fileSize, file.compressionFlag, known->second};
     }
 
-    void writeBlob(const HpiInputFile& file) {
-        if (file.decodedSize) {
-            out_.bytes(file.content);
-            return;
-        }
-        const std::size_t chunkCount = hpiChunkCount(file.content.size());
-        const std::size_t table = out_.position();
-        out_.zeros(chunkCount * 4);
-        for (std::size_t i = 0; i < chunkCount; ++i) {
-            const ByteView rest = ByteView(file.content).subspan(i * kHpiChunkSize);
-            const Bytes chunk = encodeHpiChunk(rest.first(std::min(rest.size(), kHpiChunkSize)));
-            out_.patchU32(table + 4 * i, static_cast<std::uint32_t>(chunk.size()));
-            out_.bytes(chunk);
-        }
+    /// Files either share their data wholly or not at all, so that together they cannot be longer
+    /// than the archive.
+    void copyData(const HpiFileEntry& file, ByteWriter& out) {
+        if (file.fileSize == 0) return;
+        const Bytes data = file.compressionFlag == 0
+                               ? reader_.readAt(file.dataOffset, file.fileSize)
+                               : reader_.readBlob(file);
+        if (data.size() > bytesLeft_) throw std::runtime_error("HPI files overlap");
+        bytesLeft_ -= data.size();
+        out.bytes(data);
     }
 
-    std::uint32_t position() const { return checkedU32(out_.position()); }
-
-    ByteWriter out_;
-    std::vector<Registered> registered_;
+    const HpiArchive& archive_;
+    HpiReader& reader_;
+    HpiDraft& draft_;
+    std::uint64_t bytesLeft_;
+    std::map<std::tuple<std::uint32_t, std::uint32_t, bool>, std::size_t> blobs_;
 };
 
 }  // namespace
 
 Bytes writeHpi(std::span<const HpiInputFile> files) {
-    Node root;
-    for (const HpiInputFile& file : files) addFile(root, file);
-    return ArchiveWriter().write(root);
+    HpiDraft draft;
+    std::uint64_t expectedSize = kReservedForStructure;
+    for (const HpiInputFile& file : files) {
+        expectedSize += file.content.size();
+        const std::uint32_t size = file.decodedSize.value_or(checkedHpiSize(file.content.size()));
+        draft.addFile(file.path, {size, 1, draft.blobs.size()});
+        draft.blobs.emplace_back([&file](ByteWriter& out) {
+            if (file.decodedSize)
+                out.bytes(file.content);
+            else
+                appendHpiChunks(out, file.content);
+        });
+    }
+    return layOutHpi(draft, kHpiVersion, expectedSize);
+}
+
+Bytes rewriteHpi(const HpiArchive& archive, std::string_view path, ByteView content) {
+    HpiReader reader = archive.openReader();
+    HpiDraft draft;
+    draft.blobs.emplace_back([&](ByteWriter& out) { appendHpiChunks(out, content); });
+    const HpiDraft::File file{checkedHpiSize(content.size()), 1, 0};
+    const HpiEntry* const replaced = archive.findFile(path);
+    ArchiveCopy copy(archive, reader, draft);
+    copy.copy(replaced, file);
+    if (!replaced) draft.addFile(path, file);
+    return layOutHpi(draft, archive.isBank() ? kHpiBankVersion : kHpiVersion,
+                     reader.length() + content.size() + kReservedForStructure);
 }
 
 }  // namespace orb::io

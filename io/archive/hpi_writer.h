@@ -4,7 +4,9 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
+#include "io/archive/hpi_archive.h"
 #include "io/byte_cursor.h"
 
 namespace orb::io {
@@ -27,5 +29,15 @@ struct HpiInputFile {
 /// (no components, "." or "..", a NUL, nested too deep), and "HPI archive too large" when offsets
 /// or sizes exceed 32 bits.
 Bytes writeHpi(std::span<const HpiInputFile> files);
+
+/// The archive with one file's content replaced, or a file added when the path names none. All
+/// other entries keep their data byte for byte, and names, order, empty directories, files hidden
+/// behind others of their name and the version (also of a bank) stay as they are; the scrambling by
+/// position is gone. Needs memory for the new archive and its largest file.
+///
+/// Throws what writeHpi throws, the reader's "HPI read error at offset <decimal>" when any file's
+/// data lie outside the archive, and std::runtime_error "HPI files overlap" when files share parts
+/// of their data.
+Bytes rewriteHpi(const HpiArchive& archive, std::string_view path, ByteView content);
 
 }  // namespace orb::io

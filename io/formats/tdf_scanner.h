@@ -51,6 +51,10 @@ class TdfScanner {
 public:
     TdfScanner(std::string_view text, Sink& sink) : text_(text), sink_(sink) {}
 
+    /// Where the scan stands: within a sink's openSection just behind the "{", within closeSection
+    /// just behind the "}", within value behind its ";" if there is one.
+    std::size_t position() const { return position_; }
+
     void run() {
         for (;;) {
             skipBlank();

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "io/ascii.h"
+#include "io/vfs/hpi_file_system.h"
 
 namespace orb::io {
 namespace {
@@ -19,7 +20,18 @@ std::vector<std::string> listDistinct(std::span<const VfsLayer> layers, List lis
     return names;
 }
 
+bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
+    std::error_code ignored;
+    return a == b || std::filesystem::equivalent(a, b, ignored);
+}
+
 }  // namespace
+
+void CompositeVirtualFileSystem::reopenArchive(const std::filesystem::path& archive) {
+    for (VfsLayer& layer : layers_)
+        if (layer.kind == FileLocation::Kind::archive && isSameFile(layer.path, archive))
+            layer.files = std::make_unique<HpiFileSystem>(layer.path);
+}
 
 std::optional<Bytes> CompositeVirtualFileSystem::readFile(std::string_view path) const {
     for (const VfsLayer& layer : layers_)

@@ -74,4 +74,12 @@ Reply lintSuppress(UnitViewSession&, const Payload&);
 Reply lintUnsuppress(UnitViewSession&, const Payload&);
 Reply conflictScan(UnitViewSession&, const Payload&);
 
+// authoring.cpp
+Reply resolveUnitSource(UnitViewSession&, const Payload&);
+Reply requireWritableSource(UnitViewSession&, const Payload&);
+Reply restoreSourceFromBackup(UnitViewSession&, const Payload&);
+Reply fbiRaw(UnitViewSession&, const Payload&);
+Reply saveFbiRaw(UnitViewSession&, const Payload&);
+Reply fbiPatch(UnitViewSession&, const Payload&);
+
 }  // namespace orb::unitview::ipc::handlers

@@ -7,6 +7,7 @@ A transcript (*.session, or the fenced `session` blocks of a Markdown page) is a
     > {"type":"ping","seq":1}            a request, sent as it stands
     < {"data":{},"seq":1,"type":"pong"}  the next line of output must hold this
     ! {"type":"piece-transforms"}        the same for an event (a line with seq 0)
+    + $DATA/mod $TMP/mod                 copies a folder before going on
     ~ 4                                  a binary frame of that many bytes must have arrived;
     ~ byteSize                           of as many as the last reply's "byteSize" says
 
@@ -20,6 +21,7 @@ usage: run.py PROGRAM DATA FILE...
 """
 import json
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -146,6 +148,8 @@ def play(program, data, path):
                         raise Mismatch(f"not {'an event' if sign == '!' else 'a reply'}: {line}")
                     if sign == "<":
                         reply = actual
+                elif sign == "+":
+                    shutil.copytree(*fill(text).split())
                 elif sign == "~":
                     size = len(frames.next())
                     wanted = reply["data"]["byteSize"] if text == "byteSize" else int(text)

@@ -1,0 +1,129 @@
+#include "authoring/unit_definition.h"
+
+#include <stdexcept>
+
+#include "io/formats/tdf.h"
+#include "io/vfs/directory_file_system.h"
+#include "io/vfs/hpi_file_system.h"
+#include "session/request_error.h"
+
+namespace orb::unitview {
+namespace {
+
+using io::FileLocation;
+
+/// A unit by the name that a request gives it, and the file that defines it.
+struct NamedSource {
+    std::string name;
+    UnitSource source;
+};
+
+NamedSource resolve(const UnitViewSession& session, const std::optional<std::string>& name) {
+    if (name) return {*name, session.resolveUnitSource(*name)};
+    const LoadedUnit* const unit = session.unit();
+    if (!unit) throw RequestError("no unit loaded; call load-unit first");
+    const bool isDefined = unit->source && !unit->loadedFromIR;
+    const std::string file = isDefined ? fileStem(unit->source->location) : unit->name;
+    return {unit->name, session.resolveUnitSource(file)};
+}
+
+std::optional<io::Bytes> readFileAt(const FileLocation& location) {
+    if (location.kind == FileLocation::Kind::archive)
+        return io::HpiFileSystem(location.path).readFile(location.internalPath);
+    return io::DirectoryFileSystem(location.path.parent_path())
+        .readFile(location.path.filename().string());
+}
+
+io::Bytes readSource(const NamedSource& unit) {
+    try {
+        if (auto bytes = readFileAt(unit.source.location)) return std::move(*bytes);
+    } catch (const std::exception& error) {
+        throw RequestError(error.what());
+    }
+    throw RequestError("could not locate source for " + unit.name);
+}
+
+io::ByteView bytesOf(const std::string& text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+/// The bytes that read back as this text, in the given encoding if there are such.
+std::string encodeReadably(const std::string& text, io::TextEncoding encoding) {
+    auto bytes = io::encodeGameText(text, encoding);
+    if (!bytes || io::decodeGameText(*bytes).utf8 != text) return text;
+    return std::move(*bytes);
+}
+
+void encodeChange(FbiChange& change, io::TextEncoding encoding) {
+    auto key = io::encodeGameText(change.key, encoding);
+    auto value = io::encodeGameText(change.value.value_or(""), encoding);
+    if (!key || !value)
+        throw RequestError("bad value of \"" + change.key +
+                           "\": the file's encoding lacks one of its characters");
+    change.key = std::move(*key);
+    if (change.value) change.value = std::move(value);
+}
+
+EditResult refusedForBase(const UnitSource& source) {
+    return {"base-ta-refused", source.location.path, {}};
+}
+
+}  // namespace
+
+RawDefinition readDefinition(const UnitViewSession& session,
+                             const std::optional<std::string>& name) {
+    NamedSource unit = resolve(session, name);
+    auto [text, encoding] = io::decodeGameText(io::asText(readSource(unit)));
+    return {std::move(unit.name), std::move(text), encoding, std::move(unit.source)};
+}
+
+EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io::ByteView bytes,
+                         bool allowBackupCreation) {
+    WriteResult written = writeSource(systemFileOps(), file, bytes, allowBackupCreation);
+    if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
+    if (written.outcome == WriteOutcome::needsBackupConsent)
+        return {"needs-backup-consent", std::move(written.resolvedPath), {}};
+    return {"ok", std::move(written.resolvedPath), session.refreshAfterWrite(file)};
+}
+
+EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
+                          const std::string& text, bool allowBackupCreation) {
+    const NamedSource unit = resolve(session, name);
+    if (!io::parseTdf(text).child("UNITINFO"))
+        throw RequestError("fbi-parse-error: no [UNITINFO] section");
+    if (unit.source.inBaseTa) return refusedForBase(unit.source);
+    const io::TextEncoding encoding = io::decodeGameText(io::asText(readSource(unit))).encoding;
+    return writeUnitFile(session, unit.source.location, bytesOf(encodeReadably(text, encoding)),
+                         allowBackupCreation);
+}
+
+PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::string>& name,
+                            std::vector<FbiChange> changes, bool allowBackupCreation) {
+    checkFbiChanges(changes);
+    const NamedSource unit = resolve(session, name);
+    if (unit.source.inBaseTa) return {refusedForBase(unit.source), {}};
+    const io::Bytes bytes = readSource(unit);
+    const io::TextEncoding encoding = io::decodeGameText(io::asText(bytes)).encoding;
+    for (FbiChange& change : changes) encodeChange(change, encoding);
+
+    FbiEdit edit = editFbi(io::asText(bytes), changes);
+    if (edit.changed.empty()) return {{"ok", unit.source.location.path, {}}, {}};
+    EditResult written =
+        writeUnitFile(session, unit.source.location, bytesOf(edit.text), allowBackupCreation);
+    return {std::move(written), std::move(edit.changed)};
+}
+
+RestoredSource restoreUnitSource(UnitViewSession& session, const std::string& name) {
+    FileLocation file;
+    try {
+        file = session.resolveUnitSource(name).location;
+    } catch (const RequestError&) {
+        throw RequestError("could not resolve source for " + name);
+    }
+    RestoredSource result{file.path, restoreFromBackup(systemFileOps(), file.path), {}};
+    file.internalPath.clear();
+    result.reloadError = session.refreshAfterWrite(file);
+    return result;
+}
+
+}  // namespace orb::unitview

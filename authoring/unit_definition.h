@@ -1,0 +1,73 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "authoring/fbi_edit.h"
+#include "authoring/safe_write.h"
+#include "io/text_encoding.h"
+#include "session/unit_view_session.h"
+
+/// Reading and changing the definition files of units. Names are those of
+/// UnitViewSession::resolveUnitSource, whose errors all of these throw; an absent name means the
+/// loaded unit (RequestError "no unit loaded; call load-unit first").
+namespace orb::unitview {
+
+/// A unit's definition as it stands on disk.
+struct RawDefinition {
+    std::string name;
+    /// UTF-8.
+    std::string text;
+    io::TextEncoding encoding = io::TextEncoding::utf8;
+    UnitSource source;
+};
+
+/// Reads the file itself, not what was mounted. Throws a damaged archive's text.
+RawDefinition readDefinition(const UnitViewSession& session,
+                             const std::optional<std::string>& name);
+
+/// How a write of a unit's file ended.
+struct EditResult {
+    /// "ok", "needs-backup-consent" or "base-ta-refused"; only the first has written anything.
+    std::string outcome;
+    std::filesystem::path resolvedPath;
+    /// Why the loaded unit, reloaded from what was written, is not loaded any more.
+    std::optional<std::string> reloadError;
+};
+
+/// Writes the file of a unit, whatever it belongs to, and lets the session take it over. Throws
+/// RequestError with the write's message.
+EditResult writeUnitFile(UnitViewSession& session, const io::FileLocation& file, io::ByteView bytes,
+                         bool allowBackupCreation);
+
+/// Replaces a definition's text. It keeps its encoding unless that lacks one of the characters (or
+/// would be taken for UTF-8 when read back); then it becomes UTF-8. Throws RequestError
+/// "fbi-parse-error: no [UNITINFO] section".
+EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
+                          const std::string& text, bool allowBackupCreation);
+
+struct PatchResult {
+    EditResult edit;
+    /// The keys whose values differ from before, written or not.
+    std::vector<std::string> changed;
+};
+
+/// Changes keys of a definition (UTF-8) in place. Nothing is written, and no consent needed, when
+/// all keys have their values already. Throws what checkFbiChanges and editFbi throw, and
+/// RequestError "bad value of …" for characters that the file's encoding lacks.
+PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::string>& name,
+                            std::vector<FbiChange> changes, bool allowBackupCreation);
+
+struct RestoredSource {
+    std::filesystem::path restoredPath;
+    std::optional<std::string> warning;
+    std::optional<std::string> reloadError;
+};
+
+/// Restores the file (or archive) that a unit's definition lies in from its backup. Throws
+/// RequestError "could not resolve source for NAME" or what restoreFromBackup throws.
+RestoredSource restoreUnitSource(UnitViewSession& session, const std::string& name);
+
+}  // namespace orb::unitview

@@ -1,0 +1,326 @@
+#include "authoring/safe_write.h"
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+
+#include "io/archive/hpi_writer.h"
+#include "io/text_encoding.h"
+#include "session/request_error.h"
+#include "tests/authoring/faulty_file_ops.h"
+#include "tests/io/archive_fixture.h"
+
+namespace orb::unitview {
+namespace {
+
+namespace fs = std::filesystem;
+using Fault = FaultyFileOps::Fault;
+using Kind = io::FileLocation::Kind;
+using io::bytesOf;
+
+const std::string kOld = "the old text, as it was before this write";
+const std::string kNew = "the new text, which is somewhat longer than the one before it";
+const std::string kFirst = "the text before the first edit";
+
+enum class Target { newFile, looseFile, link, archiveEntry };
+
+/// What is done to which file, and what the file system refuses throughout.
+struct Scenario {
+    const char* name;
+    Target target;
+    bool restores = false;
+    bool hasBackup = false;
+    bool refusesRenames = false;
+    bool refusesNewFiles = false;
+    bool refusesHardLinks = false;
+};
+
+constexpr Scenario kScenarios[] = {
+    {"a new file", Target::newFile},
+    {"a file's first edit", Target::looseFile},
+    {"a later edit", Target::looseFile, false, true},
+    {"an edit through a link", Target::link},
+    {"an edit without renames", Target::looseFile, false, true, true},
+    {"an edit without renames through a link", Target::link, false, false, true},
+    {"a new file without renames", Target::newFile, false, false, true},
+    {"an edit in a folder that takes no files", Target::looseFile, false, true, false, true},
+    {"a first edit without hard links", Target::looseFile, false, false, false, false, true},
+    {"an archive's first edit", Target::archiveEntry},
+    {"an archive's later edit", Target::archiveEntry, false, true},
+    {"an archive's edit without renames", Target::archiveEntry, false, true, true},
+    {"a restored file", Target::looseFile, true, true},
+    {"a restored link", Target::link, true, true},
+    {"a file restored without renames", Target::looseFile, true, true, true},
+    {"an archive restored without renames", Target::archiveEntry, true, true, true},
+};
+
+io::Bytes archiveWith(const std::string& text) {
+    const std::vector<io::HpiInputFile> files{{"units/A.FBI", bytesOf(text)},
+                                              {"other.txt", bytesOf(std::string(99999, 'o'))}};
+    return io::writeHpi(files);
+}
+
+std::string readAll(const fs::path& path) {
+    std::error_code error;
+    const io::Bytes bytes = systemFileOps().read(path, error);
+    return error ? "(none)" : std::string(io::asText(bytes));
+}
+
+/// The files of a scenario in a folder of their own.
+class Stage {
+public:
+    Stage(const io::TestFolder& folder, const Scenario& scenario) : scenario_(scenario) {
+        fs::remove_all(folder.path() / "stage");
+        const bool isArchive = scenario.target == Target::archiveEntry;
+        location_ = {isArchive ? Kind::archive : Kind::loose,
+                     folder.path() / (isArchive ? "stage/a.ufo" : "stage/units/A.FBI"),
+                     isArchive ? "units/A.FBI" : ""};
+        fs::create_directories(folder.path() / "stage/far");
+        if (scenario.target == Target::newFile) return;
+        const bool isLink = scenario.target == Target::link;
+        const auto file = folder.write(isLink ? "stage/far/real" : location_.path, form(kOld));
+        fs::permissions(file, kPermissions);
+        fs::create_directories(location_.path.parent_path());
+        if (isLink) fs::create_symlink(file, location_.path);
+        if (scenario.hasBackup) folder.write(backupPath(location_.path), form(kFirst));
+    }
+
+    /// Throws RequestError with the message of a failure.
+    void run(FaultyFileOps& ops) const {
+        ops.refusesRenames = scenario_.refusesRenames;
+        ops.refusesNewFiles = scenario_.refusesNewFiles;
+        ops.refusesHardLinks = scenario_.refusesHardLinks;
+        run(static_cast<FileOps&>(ops));
+    }
+    void run(FileOps& ops) const {
+        if (scenario_.restores) {
+            if (const auto warning = restoreFromBackup(ops, location_.path))
+                throw RequestError(*warning);
+            return;
+        }
+        const WriteResult result = writeSource(ops, location_, bytesOf(kNew), true);
+        EXPECT_EQ(result.resolvedPath, location_.path);
+        if (result.outcome != WriteOutcome::ok) throw RequestError(result.message);
+    }
+
+    /// The text now in place; "(damaged)" when it is not one as a whole.
+    std::string text() const {
+        if (location_.kind == Kind::loose) return readAll(location_.path);
+        try {
+            const io::HpiArchive archive(location_.path);
+            const auto other = archive.readFile(*archive.findFile("other.txt"));
+            const auto entry = archive.readFile(*archive.findFile("units/A.FBI"));
+            return other.size() == 99999 ? std::string(io::asText(entry)) : "(damaged)";
+        } catch (const std::exception&) {
+            return "(damaged)";
+        }
+    }
+
+    bool isBefore() const {
+        return text() == (scenario_.target == Target::newFile ? "(none)" : kOld);
+    }
+    bool isAfter() const { return text() == (scenario_.restores ? kFirst : kNew); }
+
+    /// What must hold wherever a write or restore ended.
+    void expectIntact() const {
+        EXPECT_TRUE(isBefore() || isAfter()) << text();
+        EXPECT_EQ(fs::is_symlink(location_.path), scenario_.target == Target::link);
+        const std::string backup = readAll(backupPath(location_.path));
+        const io::Bytes kept = form(scenario_.hasBackup ? kFirst : kOld);
+        const bool isMissing = backup == "(none)";
+        EXPECT_TRUE(isMissing || backup == io::asText(kept)) << backup;
+        const bool usedUp = scenario_.restores && isAfter();
+        const bool isMade = scenario_.target != Target::newFile && isAfter();
+        EXPECT_FALSE(isMissing && !usedUp && (scenario_.hasBackup || isMade)) << "no backup";
+    }
+
+    void expectFinished() const {
+        EXPECT_TRUE(isAfter()) << text();
+        for (const auto& entry : fs::recursive_directory_iterator(location_.path.parent_path()))
+            EXPECT_NE(entry.path().extension(), ".orb-write-tmp") << entry.path();
+        if (scenario_.restores || scenario_.target == Target::newFile) return;
+        EXPECT_EQ(fs::status(location_.path).permissions(), kPermissions);
+    }
+
+private:
+    static constexpr fs::perms kPermissions{0640};
+
+    io::Bytes form(const std::string& text) const {
+        return location_.kind == Kind::archive ? archiveWith(text) : bytesOf(text);
+    }
+
+    const Scenario& scenario_;
+    io::FileLocation location_;
+};
+
+std::string failureOf(const std::function<void()>& action) {
+    try {
+        action();
+        return "";
+    } catch (const RequestError& error) {
+        return error.what();
+    }
+}
+
+TEST(SafeWriteTest, EveryOperationMayFail) {
+    const io::TestFolder folder;
+    for (const Scenario& scenario : kScenarios) {
+        for (int step = 0;; ++step) {
+            const Stage stage(folder, scenario);
+            FaultyFileOps ops(step, Fault::fail);
+            const std::string message = failureOf([&] { stage.run(ops); });
+            SCOPED_TRACE(
+                fmt::format("{}: {} {} failed: {}", scenario.name, step, ops.struck(), message));
+            stage.expectIntact();
+            if (message.empty() || message.starts_with("restored but"))
+                EXPECT_TRUE(stage.isAfter());
+            else
+                EXPECT_TRUE(stage.isBefore());
+            if (ops.struck().empty()) {
+                EXPECT_EQ(message, "");
+                stage.expectFinished();
+                break;
+            }
+            // Whatever is left over, the next try finds its way.
+            if (stage.isBefore()) {
+                EXPECT_EQ(failureOf([&] { stage.run(systemFileOps()); }), "");
+                stage.expectFinished();
+            }
+        }
+    }
+}
+
+TEST(SafeWriteTest, TheProcessMayDieBetweenAnyTwoOperations) {
+    const io::TestFolder folder;
+    for (const Scenario& scenario : kScenarios) {
+        // Overwriting in place is what is left where nothing can take the file's name.
+        if (scenario.refusesRenames || scenario.refusesNewFiles) continue;
+        for (int step = 0;; ++step) {
+            const Stage stage(folder, scenario);
+            const pid_t child = fork();
+            if (child == 0) {
+                FaultyFileOps ops(step, Fault::die);
+                ::_exit(failureOf([&] { stage.run(ops); }).empty() ? 0 : 1);
+            }
+            int status = 0;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            SCOPED_TRACE(fmt::format("{}: died at step {}", scenario.name, step));
+            stage.expectIntact();
+            if (WEXITSTATUS(status) != FaultyFileOps::kDeathStatus) {
+                EXPECT_EQ(status, 0);
+                stage.expectFinished();
+                break;
+            }
+        }
+    }
+}
+
+/// Each operation of a scenario and the message that its failure gives.
+std::string messagesOf(const io::TestFolder& folder, const Scenario& scenario) {
+    std::string result;
+    for (int step = 0;; ++step) {
+        const Stage stage(folder, scenario);
+        FaultyFileOps ops(step, Fault::fail);
+        std::string message = failureOf([&] { stage.run(ops); });
+        if (ops.struck().empty()) return result;
+        const std::string root = (folder.path() / "stage").string();
+        if (const auto at = message.find(root); at != std::string::npos)
+            message.replace(at, root.size(), "$");
+        if (!message.empty()) result += fmt::format("{}: {}\n", ops.struck(), message);
+    }
+}
+
+TEST(SafeWriteTest, NamesWhatFailed) {
+    const io::TestFolder folder;
+    EXPECT_EQ(messagesOf(folder, {"", Target::looseFile}),
+              "status: backup failed: Input/output error\n"
+              "copy: backup failed: Input/output error\n"
+              "createDirectories: create dir: Input/output error\n"
+              "followLink: open for write: $/units/A.FBI\n"
+              "open: open for write: $/units/A.FBI\n"
+              "write: write failed: $/units/A.FBI\n"
+              "flush: write failed: $/units/A.FBI\n"
+              "close: write failed: $/units/A.FBI\n");
+    EXPECT_EQ(messagesOf(folder, {"", Target::archiveEntry, false, true, true}),
+              "status: backup failed: Input/output error\n"
+              "status: backup failed: File exists\n"
+              "followLink: open temp failed: $/a.ufo.orb-write-tmp\n"
+              "open: open temp failed: $/a.ufo.orb-write-tmp\n"
+              "write: write temp failed: $/a.ufo.orb-write-tmp\n"
+              "flush: write temp failed: $/a.ufo.orb-write-tmp\n"
+              "close: write temp failed: $/a.ufo.orb-write-tmp\n"
+              "read: rename failed: Input/output error\n"
+              "open: rename failed: Input/output error\n"
+              "write: rename failed: Input/output error\n"
+              "flush: rename failed: Input/output error\n"
+              "close: rename failed: Input/output error\n");
+    EXPECT_EQ(messagesOf(folder, {"", Target::looseFile, true, true, true}),
+              "status: no backup at $/units/A.FBI.orbbackup\n"
+              "followLink: restore failed: Input/output error\n"
+              "read: restore failed: Input/output error\n"
+              "read: restore failed: Input/output error\n"
+              "open: restore failed: Input/output error\n"
+              "write: restore failed: Input/output error\n"
+              "flush: restore failed: Input/output error\n"
+              "close: restore failed: Input/output error\n"
+              "remove: restored but couldn't remove backup: Input/output error\n");
+    const auto damaged = folder.write("damaged.ufo", "HAPIHOPI");
+    EXPECT_EQ(writeSource(systemFileOps(), {Kind::archive, damaged, "a"}, {}, true).message,
+              "archive rewrite failed: Unsupported HPI version: " + damaged.string());
+}
+
+TEST(SafeWriteTest, AsksBeforeTheFirstBackupAndKeepsIt) {
+    const io::TestFolder folder;
+    const auto file = folder.write("A.FBI", kFirst);
+    const auto write = [&](const std::string& text, bool allow) {
+        return writeSource(systemFileOps(), {Kind::loose, file, ""}, bytesOf(text), allow).outcome;
+    };
+    EXPECT_EQ(write(kOld, false), WriteOutcome::needsBackupConsent);
+    EXPECT_EQ(readAll(file), kFirst);
+    EXPECT_FALSE(fs::exists(backupPath(file)));
+    EXPECT_EQ(write(kOld, true), WriteOutcome::ok);
+    EXPECT_EQ(write(kNew, false), WriteOutcome::ok) << "the backup is there";
+    EXPECT_EQ(write(kNew + kNew, true), WriteOutcome::ok);
+    EXPECT_EQ(readAll(file), kNew + kNew);
+    EXPECT_EQ(readAll(backupPath(file)), kFirst);
+}
+
+TEST(SafeWriteTest, AnOpenFileKeepsItsContentForTheReader) {
+    const io::TestFolder folder;
+    const auto file = folder.write("A.FBI", kOld);
+    std::ifstream reader(file, std::ios::binary);
+    std::string head(5, '\0');
+    reader.read(head.data(), 5);
+    ASSERT_EQ(writeSource(systemFileOps(), {Kind::loose, file, ""}, bytesOf(kNew), true).outcome,
+              WriteOutcome::ok);
+    const std::string rest{std::istreambuf_iterator<char>(reader), {}};
+    EXPECT_EQ(head + rest, kOld);
+    EXPECT_EQ(readAll(file), kNew);
+}
+
+TEST(SafeWriteTest, AFullDiskLeavesTheOldFile) {
+    const io::TestFolder folder;
+    if (::mount("tmpfs", folder.path().c_str(), "tmpfs", 0, "size=256k") != 0)
+        GTEST_SKIP() << "no right to mount a small disk";
+    const auto file = folder.write("A.FBI", kOld);
+    const auto write = [&](std::size_t size) {
+        return writeSource(systemFileOps(), {Kind::loose, file, ""}, io::Bytes(size, 'x'), true);
+    };
+    EXPECT_EQ(write(1 << 20).message, "write failed: " + file.string());
+    EXPECT_EQ(readAll(file), kOld);
+    EXPECT_EQ(readAll(backupPath(file)), kOld);
+    EXPECT_EQ(write(200 << 10).outcome, WriteOutcome::ok);
+    fs::remove(backupPath(file));
+    EXPECT_TRUE(write(10).message.starts_with("backup failed: "));
+    EXPECT_FALSE(fs::exists(backupPath(file)));
+    EXPECT_EQ(fs::file_size(file), 200u << 10);
+    ::umount(folder.path().c_str());
+}
+
+}  // namespace
+}  // namespace orb::unitview
