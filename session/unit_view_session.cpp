@@ -1,18 +1,11 @@
 #include "session/unit_view_session.h"
 
-#include <stdexcept>
-
 #include "io/path_text.h"
 #include "server/logger.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {
 namespace {
-
-void logProgress(std::size_t index, std::size_t count, const std::string& archiveName) {
-    LogLine(LogLevel::info) << "[mount] archive " << index + 1 << " of " << count << ": "
-                            << archiveName;
-}
 
 /// A damaged palette must not keep the roots from being mounted.
 void loadPalette(const io::CompositeVirtualFileSystem& files, io::Palette& palette) {
@@ -25,30 +18,14 @@ void loadPalette(const io::CompositeVirtualFileSystem& files, io::Palette& palet
     }
 }
 
-/// What is read from the mounted files at once.
-void readData(MountedData& mounted, io::Palette& palette) {
-    mounted.catalogue = UnitCatalogue(mounted.files);
-    mounted.tables = readGameTables(mounted.files);
-    loadPalette(mounted.files, palette);
-}
-
 }  // namespace
 
 const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request) {
-    if (request.taDataPath.empty()) throw std::invalid_argument("taDataPath must not be empty");
+    auto mounted = mountDataRoots(request);
+    LintSuppressions suppressions = loadLintSuppressions(mounted->roots);
+    loadPalette(mounted->files, palette_);
 
-    auto mounted = std::make_unique<MountedData>();
-    mounted->result = io::buildLayers(mounted->files, request.modPaths, request.taDataPath,
-                                      request.mapsPath, logProgress);
-    mounted->roots = request.modPaths;
-    mounted->roots.push_back(request.taDataPath);
-    mounted->layers.push_back({"base", request.taDataPath, mounted->result.baseArchives});
-    if (mounted->result.mapsLayered) {
-        mounted->roots.push_back(request.mapsPath);
-        mounted->layers.push_back({"maps", request.mapsPath, 0});
-    }
-    readData(*mounted, palette_);
-
+    lintSuppressions_ = std::move(suppressions);
     data_ = std::move(mounted);
     LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
                             << data_->catalogue.roster().size() << " units";
@@ -58,6 +35,7 @@ const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request
 void UnitViewSession::clearDataRoots() {
     unloadUnit();
     data_.reset();
+    lintSuppressions_ = {};
 }
 
 void UnitViewSession::unloadUnit() {
@@ -84,6 +62,20 @@ UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
     throw RequestError("could not locate source for " + name);
 }
 
+std::optional<std::filesystem::path> UnitViewSession::setLintSuppressed(const LintSuppression& rule,
+                                                                        bool isSuppressed) {
+    if (isSuppressed)
+        lintSuppressions_.add(rule);
+    else
+        lintSuppressions_.remove(rule);
+    if (!data_) return std::nullopt;
+    try {
+        return saveLintSuppressions(lintSuppressions_, data_->roots);
+    } catch (const std::exception& error) {
+        throw RequestError(error.what());
+    }
+}
+
 bool UnitViewSession::isLoadedFrom(const io::FileLocation& written) const {
     if (!unit_ || !unit_->source) return false;
     const io::FileLocation& source = unit_->source->location;
@@ -101,7 +93,8 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLoca
     try {
         if (written.kind == io::FileLocation::Kind::archive)
             refreshed->files.reopenArchive(written.path);
-        readData(*refreshed, palette_);
+        refreshed->readTables();
+        loadPalette(refreshed->files, palette_);
         data_ = std::move(refreshed);
     } catch (const std::exception& error) {
         // What was written is written; the next mount tells more.

@@ -4,49 +4,15 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "io/formats/palette.h"
-#include "io/vfs/data_roots.h"
-#include "model/gaf_index.h"
-#include "model/texture_library.h"
 #include "session/cob_session.h"
-#include "session/game_tables.h"
+#include "session/lint_suppressions.h"
 #include "session/loaded_unit.h"
+#include "session/mounted_data.h"
 #include "session/sim_mode.h"
-#include "session/unit_catalogue.h"
 
 namespace orb::unitview {
-
-/// Where the game data lies.
-struct DataRootsRequest {
-    /// The installed game; required.
-    std::filesystem::path taDataPath;
-    /// Folders that add or replace files, the first before the others.
-    std::vector<std::filesystem::path> modPaths;
-    std::filesystem::path mapsPath;
-};
-
-/// One line of the layer report.
-struct LayerReport {
-    std::string kind;
-    std::filesystem::path path;
-    std::uint32_t archiveCount = 0;
-};
-
-/// The data roots as mounted, with everything that was read from them at once.
-struct MountedData {
-    io::CompositeVirtualFileSystem files;
-    io::MountResult result;
-    std::vector<LayerReport> layers;
-    /// The roots in mount order: mods, game directory, maps.
-    std::vector<std::filesystem::path> roots;
-    UnitCatalogue catalogue;
-    GameTables tables;
-    TextureLibrary textures{files};
-    /// The entries of anims/*.gaf.
-    GafIndex animations{files, "anims"};
-};
 
 /// The one session of the process: the mounted game data, the loaded unit and what hangs from them.
 /// Message handlers borrow from it for the length of one request.
@@ -87,6 +53,13 @@ public:
     /// The loaded unit's running script.
     CobSession& cob() { return cob_; }
 
+    /// Read from the roots whenever they are set.
+    const LintSuppressions& lintSuppressions() const { return lintSuppressions_; }
+    /// Adds or removes a rule and writes the file in the first root, whose path it returns. Throws
+    /// RequestError with the writer's text; the rules keep the change all the same.
+    std::optional<std::filesystem::path> setLintSuppressed(const LintSuppression& rule,
+                                                           bool isSuppressed);
+
     const io::Palette& palette() const { return palette_; }
 
     SimMode simMode() const { return simMode_; }
@@ -100,6 +73,7 @@ private:
     bool isLoadedFrom(const io::FileLocation& written) const;
 
     std::unique_ptr<MountedData> data_;
+    LintSuppressions lintSuppressions_;
     io::Palette palette_ = io::greyscaleRamp();
     std::optional<LoadedUnit> unit_;
     CobSession cob_;

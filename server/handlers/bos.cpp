@@ -1,8 +1,10 @@
 #include "bos/compiler.h"
 #include "bos/disassembler.h"
 #include "bos/source_compare.h"
+#include "model/piece_list.h"
 #include "server/base64.h"
 #include "server/handlers/encode_bos.h"
+#include "server/handlers/encode_lints.h"
 #include "server/handlers/handlers.h"
 #include "server/handlers/reporting.h"
 #include "session/unit_script.h"
@@ -22,6 +24,12 @@ const io::AbstractVirtualFileSystem* filesOf(const UnitViewSession& session) {
 std::string defaultPath(const UnitViewSession& session) {
     const LoadedUnit* const unit = session.unit();
     return unit ? bosPath(scriptPath(unit->fbi, unit->name)) : kUntitledPath;
+}
+
+/// A script is linted for the loaded unit's model; without a unit, for its own list of pieces.
+std::size_t pieceCountFor(const UnitViewSession& session, const io::CobFile& cob) {
+    const LoadedUnit* const unit = session.unit();
+    return unit ? flattenPieces(unit->model).size() : cob.pieces.size();
 }
 
 json encodeCode(const bos::GeneratedCode& code) {
@@ -56,7 +64,8 @@ Reply cobCompile(UnitViewSession& session, const Payload& payload) {
     if (!source) throw RequestError("source is required");
     const bos::BosCompilation compiled = bos::compileBos(*source, path, filesOf(session), choices);
     json data = compiled.ok ? encodeCode(compiled.code) : json::object();
-    // The lints and the summary of the new code's scripts join its members here.
+    if (compiled.ok)
+        data.update(encodeAnalysis(compiled.code.cob, pieceCountFor(session, compiled.code.cob)));
     data["ok"] = compiled.ok;
     data["diagnostics"] = encodeDiagnostics(compiled.diagnostics);
     data["options"] = encodeOptions(compiled.options);

@@ -67,6 +67,13 @@ Reply cobDisassemble(UnitViewSession&, const Payload&);
 Reply cobGetUnitBos(UnitViewSession&, const Payload&);
 Reply cobSourceCompare(UnitViewSession&, const Payload&);
 
+// diagnostics.cpp
+Reply unitHealth(UnitViewSession&, const Payload&);
+Reply modernizerPreview(UnitViewSession&, const Payload&);
+Reply lintSuppress(UnitViewSession&, const Payload&);
+Reply lintUnsuppress(UnitViewSession&, const Payload&);
+Reply conflictScan(UnitViewSession&, const Payload&);
+
 // authoring.cpp
 Reply resolveUnitSource(UnitViewSession&, const Payload&);
 Reply requireWritableSource(UnitViewSession&, const Payload&);

@@ -1,0 +1,89 @@
+// Scans a game of 3,000 units in 40 archives and 3 mods for conflicts, against listing and reading
+// the same definitions once, and reports the health of its units, against units of a game of 30 in
+// as many archives.
+
+#include <filesystem>
+
+#include "bench/large_data_root.h"
+#include "bench/timing.h"
+#include "diagnostics/conflict_scan.h"
+#include "diagnostics/unit_health.h"
+#include "server/logger.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace orb;
+using unitview::UnitViewSession;
+
+constexpr std::size_t kUnits = 3000;
+constexpr std::size_t kSmallUnits = 30;
+constexpr std::size_t kReports = 200;
+
+/// Lists the directories that the scan looks into and reads every unit and weapon file.
+std::size_t readOnce(const io::CompositeVirtualFileSystem& files) {
+    std::size_t count = 0;
+    for (const io::VfsLayer& layer : files.layers()) {
+        for (const char* directory : {"objects3d", "scripts", "unitpics"})
+            count += layer.files->listFiles(directory, "").size();
+        for (const char* directory : {"units", "weapons"})
+            layer.files->forEachFile(directory, "",
+                                     [&](std::string_view, const std::optional<io::Bytes>&,
+                                         std::string_view) { ++count; });
+    }
+    return count;
+}
+
+std::size_t reportUnits(UnitViewSession& session, const std::vector<unitview::LoadedUnit>& units) {
+    std::size_t rows = 0;
+    for (const unitview::LoadedUnit& unit : units)
+        rows += unitview::checkUnitHealth(session.data(), unit, {}).rows.size();
+    return rows;
+}
+
+std::vector<unitview::LoadedUnit> loadUnits(const UnitViewSession& session, std::size_t count) {
+    std::vector<unitview::LoadedUnit> units;
+    for (std::size_t i = 0; i < kReports; ++i)
+        units.push_back(unitview::loadUnitFiles(session.data().files, session.data().catalogue,
+                                                fmt::format("UNIT{:04}", i * 7919 % count)));
+    return units;
+}
+
+}  // namespace
+
+int main() {
+    Logger quiet;
+    quiet.setEcho(false);
+    setCurrentLogger(&quiet);
+
+    const fs::path folder = fs::temp_directory_path() / "orb_bench_data";
+    const auto large = bench::makeLargeDataRoot(folder / "large");
+    const auto small = bench::makeLargeDataRoot(folder / "few_units", {kSmallUnits, 40, 1'000'000});
+    UnitViewSession session, smallSession;
+    session.setDataRoots({large.game, large.mods, {}});
+    smallSession.setDataRoots({small.game, small.mods, {}});
+
+    std::size_t findings = 0;
+    const auto scan =
+        bench::bestSeconds({[&] { findings = unitview::scanConflicts(session.data()).size(); },
+                            [&] {
+                                if (readOnce(session.data().files) < 4 * kUnits)
+                                    bench::fail("too few files");
+                            }});
+    if (findings == 0) bench::fail("the mods collide with nothing");
+    fmt::print("{} findings\n", findings);
+    bench::printRow("conflict scan of 3000 units / reading once", scan[0] * 1e3, scan[1] * 1e3,
+                    "ms", scan[0] / scan[1]);
+
+    const auto units = loadUnits(session, kUnits);
+    const auto smallUnits = loadUnits(smallSession, kSmallUnits);
+    const auto report = bench::bestSeconds({[&] {
+                                                if (reportUnits(session, units) < 10 * kReports)
+                                                    bench::fail("too few rows");
+                                            },
+                                            [&] { reportUnits(smallSession, smallUnits); }});
+    const double perUnit = 1e3 / kReports;
+    bench::printRow("health of a unit of 3000 / of a unit of 30", report[0] * perUnit,
+                    report[1] * perUnit, "ms", report[0] / report[1]);
+    return 0;
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "session/game_tables.h"
+#include "session/unit_catalogue.h"
+
+/// Names of files as findings show them.
+namespace orb::unitview {
+
+/// The readable locations of the definitions whose `UnitName` is `name`, in any case, of all
+/// layers: the winner in front, the others in layer order.
+std::vector<std::string> declaringFiles(const UnitCatalogue& catalogue, std::string_view name);
+
+/// The same for declarations of one name in a table.
+std::vector<std::string> declaringFiles(std::span<const TableEntry> declarations);
+
+/// "NAME" of the script file "scripts/NAME.cob".
+std::string scriptNameOf(std::string_view scriptPath);
+
+}  // namespace orb::unitview

@@ -1,0 +1,109 @@
+#include <algorithm>
+#include <exception>
+
+#include <fmt/format.h>
+
+#include "diagnostics/cob_lints.h"
+#include "diagnostics/health_checks.h"
+#include "io/text_encoding.h"
+#include "model/piece_list.h"
+
+namespace orb::unitview::health {
+namespace {
+
+constexpr std::string_view kLintTitle = "COB lint";
+
+/// A texture with at least so many percent of team colour is probably tinted by mistake.
+constexpr std::size_t kTintedPercent = 26;
+/// So many of the most frequent team colours are listed.
+constexpr std::size_t kListedTeamIndices = 5;
+
+/// The lints that are not suppressed.
+std::vector<Lint> openLints(const Context& context) {
+    const std::size_t pieceCount = flattenPieces(context.unit.model).size();
+    std::vector<Lint> lints = analyseCob(*context.unit.cob, pieceCount).lints;
+    std::erase_if(lints, [&](const Lint& lint) {
+        // Front ends know names only as the protocol spells them.
+        return context.suppressions.isSuppressed(context.unit.name, lint.code,
+                                                 io::replaceInvalidUtf8(lint.target));
+    });
+    return lints;
+}
+
+HealthRow describeLint(const Context& context, const Lint& lint) {
+    const auto& scripts = context.unit.cob->scripts;
+    const auto index = static_cast<std::size_t>(lint.scriptIndex);
+    const bool hasScript = lint.scriptIndex >= 0 && index < scripts.size();
+    return {kLintTitle, hasScript ? scripts[index].name : "(unit)",
+            lint.severity == LintSeverity::info ? CheckStatus::info : CheckStatus::warn,
+            fmt::format("[{} {}] {}", severityWord(lint.severity), lint.code, lint.message),
+            HealthAction{"lint-suppress",
+                         {{"code", std::string(lint.code)},
+                          {"target", lint.target},
+                          {"unitName", context.unit.name}}}};
+}
+
+/// The most frequent team indices, as "index:countpx" each.
+std::string describeTeamIndices(const Texture& texture) {
+    std::vector<std::size_t> indices;
+    for (const io::TeamBand& band : io::kTeamBands)
+        for (std::size_t index = band.first; index <= band.last; ++index)
+            if (texture.histogram[index] > 0) indices.push_back(index);
+    std::ranges::stable_sort(indices, std::ranges::greater{},
+                             [&](std::size_t index) { return texture.histogram[index]; });
+    indices.resize(std::min(indices.size(), kListedTeamIndices));
+    std::string text;
+    for (const std::size_t index : indices)
+        text += fmt::format("{}{}:{}px", text.empty() ? "" : ", ", index, texture.histogram[index]);
+    return text;
+}
+
+HealthRow describeTexture(const Context& context, const std::string& name, const Texture& texture) {
+    const std::string size = fmt::format("{}x{}", texture.picture.width, texture.picture.height);
+    const std::size_t team = texture.teamPixels();
+    const std::size_t total = texture.totalPixels();
+    HealthRow row{"Palette compliance", name, CheckStatus::ok, size + " — no team-band pixels"};
+    if (team == 0) return row;
+
+    const std::size_t percent = total == 0 ? 0 : team * 100 / total;
+    row.detail = fmt::format(
+        "{}: {}/{} px ({}%) in team band — top: {}. These pixels will recolour per player; if "
+        "that's not intended, remap them in the source art to indices outside the team band "
+        "(96-111, 128-143, 224-229).",
+        size, team, total, percent, describeTeamIndices(texture));
+    row.status = percent < kTintedPercent ? CheckStatus::info : CheckStatus::warn;
+    if (row.status == CheckStatus::warn)
+        row.action =
+            HealthAction{"palette-remap", {{"textureName", name}, {"unitName", context.unit.name}}};
+    return row;
+}
+
+}  // namespace
+
+void checkLints(const Context& context, Rows& rows) {
+    if (!context.unit.cob || context.unit.cob->scripts.empty()) return;
+    const std::string scriptCount = fmt::format("{} script(s)", context.unit.cob->scripts.size());
+    try {
+        const std::vector<Lint> lints = openLints(context);
+        if (lints.empty())
+            rows.push_back({kLintTitle, scriptCount, CheckStatus::ok, "no COB lints"});
+        for (const Lint& lint : lints) rows.push_back(describeLint(context, lint));
+    } catch (const std::exception&) {
+        rows.push_back({kLintTitle, scriptCount, CheckStatus::info,
+                        "COB analysis skipped (parse/graph error)"});
+    }
+}
+
+void checkPalette(const Context& context, Rows& rows) {
+    const std::vector<std::string> names = textureNames(context.unit.model);
+    if (names.empty()) {
+        rows.push_back({"Palette compliance", context.unit.fbi.objectName, CheckStatus::info,
+                        "no textures referenced by the 3DO — nothing to tint"});
+        return;
+    }
+    const auto textures = context.data.textures.find(names);
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if (textures[i]) rows.push_back(describeTexture(context, names[i], *textures[i]));
+}
+
+}  // namespace orb::unitview::health
