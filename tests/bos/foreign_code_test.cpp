@@ -199,6 +199,18 @@ TEST(SourceCompare, FindsSettingsAndTellsDifferences) {
     EXPECT_FALSE(compareSource(cob, "T(", "a.bos", nullptr).ok);
 }
 
+TEST(SourceCompare, ScriptsAreMatchedByNameAndInOrder) {
+    const std::string source =
+        "A() { sleep 1; } B() { sleep 2; } B() { sleep 3; } C() { sleep 4; }";
+    const io::CobFile cob = compiled(source).code.cob;
+    EXPECT_TRUE(compareSource(cob, source, "a.bos", nullptr).isIdentical);
+    const auto orderDiffers = [&](std::string_view other) {
+        return compareSource(cob, other, "a.bos", nullptr).scriptOrderDiffers;
+    };
+    EXPECT_FALSE(orderDiffers("A() { sleep 1; } C() { sleep 4; }"));  // one is missing
+    EXPECT_TRUE(orderDiffers("C() { sleep 4; } A() { sleep 1; }"));
+}
+
 /// Whatever the bytes are, compiler and disassembler come to an end, and what compiles is sound.
 void expectSurvives(const std::string& source) {
     const BosCompilation result = compiled(source);
