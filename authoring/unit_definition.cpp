@@ -20,11 +20,10 @@ struct NamedSource {
 
 NamedSource resolve(const UnitViewSession& session, const std::optional<std::string>& name) {
     if (name) return {*name, session.resolveUnitSource(*name)};
-    const LoadedUnit* const unit = session.unit();
-    if (!unit) throw RequestError("no unit loaded; call load-unit first");
-    const bool isDefined = unit->source && !unit->loadedFromIR;
-    const std::string file = isDefined ? fileStem(unit->source->location) : unit->name;
-    return {unit->name, session.resolveUnitSource(file)};
+    const LoadedUnit& unit = session.requireUnit();
+    const bool isDefined = unit.source && !unit.loadedFromIR;
+    const std::string file = isDefined ? fileStem(unit.source->location) : unit.name;
+    return {unit.name, session.resolveUnitSource(file)};
 }
 
 std::optional<io::Bytes> readFileAt(const FileLocation& location) {
