@@ -59,11 +59,6 @@ void writeAndClose(FileOps& ops, std::FILE* file, io::ByteView bytes, std::error
     if (!error) error = closing;
 }
 
-void writeInPlace(FileOps& ops, const fs::path& path, io::ByteView bytes, std::error_code& error) {
-    std::FILE* const file = ops.open(path, OpenMode::truncate, error);
-    if (file) writeAndClose(ops, file, bytes, error);
-}
-
 /// Overwrites a file whose place nothing can take. When that fails the old content is put back;
 /// false when even this is not possible.
 bool overwrite(FileOps& ops, const fs::path& path, io::ByteView bytes, std::error_code& error) {
@@ -71,13 +66,15 @@ bool overwrite(FileOps& ops, const fs::path& path, io::ByteView bytes, std::erro
     const bool existed = !isAbsent(ops.status(path, status), status);
     const io::Bytes old = existed ? ops.read(path, error) : io::Bytes();
     if (existed && error) return true;
-    writeInPlace(ops, path, bytes, error);
+    std::FILE* file = ops.open(path, OpenMode::truncate, error);
+    if (!file) return true;  // untouched
+    writeAndClose(ops, file, bytes, error);
     if (!error) return true;
     std::error_code lost;
-    if (existed)
-        writeInPlace(ops, path, old, lost);
-    else
+    if (!existed)
         ops.remove(path, lost);
+    else if ((file = ops.open(path, OpenMode::truncate, lost)) != nullptr)
+        writeAndClose(ops, file, old, lost);
     return !lost;
 }
 
@@ -133,7 +130,7 @@ void makeBackup(FileOps& ops, const fs::path& path, const fs::path& backup) {
 bool ensureBackup(FileOps& ops, const fs::path& path, bool allowCreation) {
     const fs::path backup = backupPath(path);
     std::error_code error;
-    if (fs::exists(ops.status(backup, error))) return true;
+    if (fs::is_regular_file(ops.status(backup, error))) return true;
     if (!allowCreation) return false;
     makeBackup(ops, path, backup);
     return true;

@@ -53,14 +53,10 @@ std::string encodeReadably(const std::string& text, io::TextEncoding encoding) {
     return std::move(*bytes);
 }
 
-void encodeChange(FbiChange& change, io::TextEncoding encoding) {
-    auto key = io::encodeGameText(change.key, encoding);
-    auto value = io::encodeGameText(change.value.value_or(""), encoding);
-    if (!key || !value)
+void requireEncodable(const FbiChange& change, io::TextEncoding encoding) {
+    if (!io::encodeGameText(change.key + change.value.value_or(""), encoding))
         throw RequestError("bad value of \"" + change.key +
                            "\": the file's encoding lacks one of its characters");
-    change.key = std::move(*key);
-    if (change.value) change.value = std::move(value);
 }
 
 EditResult refusedForBase(const UnitSource& source) {
@@ -97,18 +93,18 @@ EditResult saveDefinition(UnitViewSession& session, const std::optional<std::str
 }
 
 PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::string>& name,
-                            std::vector<FbiChange> changes, bool allowBackupCreation) {
+                            std::span<const FbiChange> changes, bool allowBackupCreation) {
     checkFbiChanges(changes);
     const NamedSource unit = resolve(session, name);
     if (unit.source.inBaseTa) return {refusedForBase(unit.source), {}};
-    const io::Bytes bytes = readSource(unit);
-    const io::TextEncoding encoding = io::decodeGameText(io::asText(bytes)).encoding;
-    for (FbiChange& change : changes) encodeChange(change, encoding);
+    const io::DecodedText text = io::decodeGameText(io::asText(readSource(unit)));
+    for (const FbiChange& change : changes) requireEncodable(change, text.encoding);
 
-    FbiEdit edit = editFbi(io::asText(bytes), changes);
+    FbiEdit edit = editFbi(text.utf8, changes);
     if (edit.changed.empty()) return {{"ok", unit.source.location.path, {}}, {}};
+    const auto bytes = io::encodeGameText(edit.text, text.encoding);
     EditResult written =
-        writeUnitFile(session, unit.source.location, bytesOf(edit.text), allowBackupCreation);
+        writeUnitFile(session, unit.source.location, bytesOf(bytes.value()), allowBackupCreation);
     return {std::move(written), std::move(edit.changed)};
 }
 

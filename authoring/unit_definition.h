@@ -54,11 +54,11 @@ struct PatchResult {
     std::vector<std::string> changed;
 };
 
-/// Changes keys of a definition (UTF-8) in place. Nothing is written, and no consent needed, when
-/// all keys have their values already. Throws what checkFbiChanges and editFbi throw, and
-/// RequestError "bad value of …" for characters that the file's encoding lacks.
+/// Changes keys of a definition (UTF-8) in place; the file keeps its encoding. Nothing is written,
+/// and no consent needed, when all keys have their values already. Throws what checkFbiChanges and
+/// editFbi throw, and RequestError "bad value of …" for characters that the file's encoding lacks.
 PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::string>& name,
-                            std::vector<FbiChange> changes, bool allowBackupCreation);
+                            std::span<const FbiChange> changes, bool allowBackupCreation);
 
 struct RestoredSource {
     std::filesystem::path restoredPath;

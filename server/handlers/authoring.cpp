@@ -69,7 +69,7 @@ Reply fbiPatch(UnitViewSession& session, const Payload& payload) {
     if (!values) throw RequestError("values is required");
     std::vector<FbiChange> changes;
     for (const auto& [key, value] : *values) changes.push_back({key, value});
-    const PatchResult result = patchDefinition(session, name, std::move(changes), allowBackup);
+    const PatchResult result = patchDefinition(session, name, changes, allowBackup);
     json data = encodeEdit(result.edit);
     data["changed"] = result.changed;
     return {std::move(data)};

@@ -277,6 +277,13 @@ TEST(SafeWriteTest, AsksBeforeTheFirstBackupAndKeepsIt) {
     EXPECT_EQ(write(kNew + kNew, true), WriteOutcome::ok);
     EXPECT_EQ(readAll(file), kNew + kNew);
     EXPECT_EQ(readAll(backupPath(file)), kFirst);
+
+    // A folder of the backup's name holds no copy of anything.
+    fs::remove(backupPath(file));
+    fs::create_directory(backupPath(file));
+    EXPECT_EQ(write(kOld, false), WriteOutcome::needsBackupConsent);
+    EXPECT_EQ(write(kOld, true), WriteOutcome::error);
+    EXPECT_EQ(readAll(file), kNew + kNew);
 }
 
 TEST(SafeWriteTest, AFullDiskLeavesTheOldFile) {
