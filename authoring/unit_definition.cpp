@@ -22,9 +22,7 @@ NamedSource resolve(const UnitViewSession& session, const std::optional<std::str
     if (name) return {*name, session.resolveUnitSource(*name)};
     const LoadedUnit* const unit = session.unit();
     if (!unit) throw RequestError("no unit loaded; call load-unit first");
-    const bool isDefined = unit->source && !unit->loadedFromIR;
-    const std::string file = isDefined ? fileStem(unit->source->location) : unit->name;
-    return {unit->name, session.resolveUnitSource(file)};
+    return {unit->name, session.resolveUnitSource(unit->definitionName())};
 }
 
 std::optional<io::Bytes> readFileAt(const FileLocation& location) {
