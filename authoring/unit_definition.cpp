@@ -20,9 +20,8 @@ struct NamedSource {
 
 NamedSource resolve(const UnitViewSession& session, const std::optional<std::string>& name) {
     if (name) return {*name, session.resolveUnitSource(*name)};
-    const LoadedUnit* const unit = session.unit();
-    if (!unit) throw RequestError("no unit loaded; call load-unit first");
-    return {unit->name, session.resolveUnitSource(unit->definitionName())};
+    const LoadedUnit& unit = session.requireUnit();
+    return {unit.name, session.resolveUnitSource(unit.definitionName())};
 }
 
 std::optional<io::Bytes> readFileAt(const FileLocation& location) {

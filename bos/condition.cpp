@@ -1,7 +1,5 @@
 #include "bos/condition.h"
 
-#include <limits>
-
 #include <fmt/format.h>
 
 #include "bos/integer_literal.h"

@@ -19,6 +19,7 @@ void DiagnosticList::warning(const SourcePosition& at, const char* code, std::st
 
 void DiagnosticList::add(Severity severity, const SourcePosition& at, const char* code,
                          std::string message) {
+    if (message.size() > kMaxMessage) message.replace(kMaxMessage, std::string::npos, "...");
     all_.push_back({severity, code, std::move(message), fileName(at.file), at.line, at.column});
 }
 

@@ -37,6 +37,8 @@ class DiagnosticList {
 public:
     static constexpr std::size_t kMaxErrors = 50;
     static constexpr std::size_t kMaxWarnings = 200;
+    /// Bytes of a message; a name that it quotes may be as long as the source.
+    static constexpr std::size_t kMaxMessage = 240;
 
     /// Registers a source; its number goes into positions.
     std::uint32_t addFile(std::string name);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "bos/compiler.h"
+#include "bos/expression_printer.h"
 #include "bos/printer.h"
 #include "bos/script_decoder.h"
 
@@ -81,8 +82,8 @@ Decoded Disassembler::decode() const {
     const auto describe = [](const std::string& text, NameTable& seen, std::size_t index,
                              std::vector<Name>& names, std::vector<bool>& isFound) {
         const bool isNew = seen.add(text, index);
-        isFound.push_back(isNew && text.size() <= kMaxReferredName);
         names.push_back({text, {}, !isNew || !isPlainName(text)});
+        isFound.push_back(isNew && shownName(names.back()).size() <= kMaxReferredName);
     };
     NameTable pieces;
     for (std::size_t i = 0; i < cob_.pieces.size(); ++i)

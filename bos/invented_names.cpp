@@ -64,8 +64,12 @@ std::string InventedNames::local(std::string_view script, std::size_t index) con
 }
 
 std::string InventedNames::unlike(std::string name) const {
-    while (taken_.contains(name)) name += '_';
-    return name;
+    if (!taken_.contains(name)) return name;
+    const auto [known, isNew] = replacements_.try_emplace(name, name + '_');
+    std::string& other = known->second;
+    if (isNew)
+        for (int i = 2; taken_.contains(other); ++i) other = fmt::format("{}_{}", name, i);
+    return other;
 }
 
 bool answersPiece(std::string_view script) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "bos/name_table.h"
@@ -25,6 +26,8 @@ private:
     std::string unlike(std::string name) const;
 
     std::unordered_set<std::string_view, IgnoringCaseHash, IgnoringCaseEqual> taken_;
+    /// What became of names that are taken: a file can take many in a row, and ask often.
+    mutable std::unordered_map<std::string, std::string> replacements_;
 };
 
 /// True for scripts that answer a piece in their first parameter.

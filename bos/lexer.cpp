@@ -46,17 +46,18 @@ SourcePosition Lexer::position() const {
 }
 
 Token Lexer::next() {
-    skipBlanks(false);
-    return readToken();
+    for (;;) {
+        skipBlanks(false);
+        if (const auto token = readToken()) return *token;
+    }
 }
 
 Token Lexer::nextOnLine() {
-    if (!skipBlanks(true)) {
-        Token end;
-        end.at = position();
-        return end;
-    }
-    return readToken();
+    while (skipBlanks(true))
+        if (const auto token = readToken()) return *token;
+    Token end;
+    end.at = position();
+    return end;
 }
 
 bool Lexer::skipToDirective() {
@@ -130,39 +131,37 @@ void Lexer::skipBlockComment() {
     diagnostics_.error(start, "E06", "unterminated comment");
 }
 
-Token Lexer::readToken() {
-    while (!atEnd()) {
-        const char c = at(0);
-        const std::string_view rest = text_.substr(position_);
-        if (isNameStart(c)) {
-            std::size_t length = hyphenatedWordLength(rest);
-            if (length == 0)
-                while (isNamePart(at(length))) ++length;
-            Token token = take(TokenKind::name, length);
-            token.word = wordOf(token.text);
-            return token;
-        }
-        if (isDigit(c) || (c == '.' && isDigit(at(1))))
-            return take(TokenKind::number, numberLength());
-        if (c == '"' && rest.find_first_of("\"\r\n", 1) != std::string_view::npos &&
-            rest[rest.find_first_of("\"\r\n", 1)] == '"')
-            return takeQuoted();
-        for (const SymbolRow& row : kSymbols) {
-            if (!rest.starts_with(row.text)) continue;
-            Token token = take(TokenKind::symbol, row.text.size());
-            token.symbol = row.symbol;
-            return token;
-        }
-        const SourcePosition where = position();
-        ++position_;
-        const auto byte = static_cast<unsigned char>(c);
-        diagnostics_.error(where, "E07",
-                           byte > ' ' && byte < 0x7F
-                               ? fmt::format("unexpected character '{}'", c)
-                               : fmt::format("unexpected character '\\x{:02X}'", byte));
-        skipBlanks(false);
+/// The token that begins here; none when no token does, which is reported and passed.
+std::optional<Token> Lexer::readToken() {
+    if (atEnd()) return take(TokenKind::end, 0);
+    const char c = at(0);
+    const std::string_view rest = text_.substr(position_);
+    if (isNameStart(c)) {
+        std::size_t length = hyphenatedWordLength(rest);
+        if (length == 0)
+            while (isNamePart(at(length))) ++length;
+        Token token = take(TokenKind::name, length);
+        token.word = wordOf(token.text);
+        return token;
     }
-    return take(TokenKind::end, 0);
+    if (isDigit(c) || (c == '.' && isDigit(at(1)))) return take(TokenKind::number, numberLength());
+    if (c == '"' && rest.find_first_of("\"\r\n", 1) != std::string_view::npos &&
+        rest[rest.find_first_of("\"\r\n", 1)] == '"')
+        return takeQuoted();
+    for (const SymbolRow& row : kSymbols) {
+        if (!rest.starts_with(row.text)) continue;
+        Token token = take(TokenKind::symbol, row.text.size());
+        token.symbol = row.symbol;
+        return token;
+    }
+    const SourcePosition where = position();
+    ++position_;
+    const auto byte = static_cast<unsigned char>(c);
+    diagnostics_.error(where, "E07",
+                       byte > ' ' && byte < 0x7F
+                           ? fmt::format("unexpected character '{}'", c)
+                           : fmt::format("unexpected character '\\x{:02X}'", byte));
+    return std::nullopt;
 }
 
 Token Lexer::take(TokenKind kind, std::size_t length) {

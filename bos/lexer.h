@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "bos/diagnostics.h"
@@ -40,7 +41,7 @@ private:
     bool skipBlanks(bool stopAtLineEnd);
     void skipLineComment();
     void skipBlockComment();
-    Token readToken();
+    std::optional<Token> readToken();
     Token take(TokenKind kind, std::size_t length);
     Token takeQuoted();
     std::size_t numberLength() const;

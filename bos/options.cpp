@@ -12,7 +12,7 @@ namespace {
 constexpr std::array<std::string_view, 2> kImplicitReturns = {"safe", "compat"};
 constexpr std::array<std::string_view, 2> kValuelessReturns = {"push0", "bare"};
 constexpr std::array<std::string_view, 2> kArgumentOrders = {"vm", "source"};
-constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kBlanks = " \t";
 
 /// The enumerator that stands at the word's place.
 template <typename Enum>
@@ -22,9 +22,9 @@ std::optional<Enum> named(const std::array<std::string_view, 2>& words, std::str
     return std::nullopt;
 }
 
-/// Takes the text up to `separator` off the front of `rest`.
-std::string_view takeUpTo(std::string_view& rest, char separator) {
-    const std::size_t end = std::min(rest.find(separator), rest.size());
+/// Takes the text up to one of the separators off the front of `rest`.
+std::string_view takeUpTo(std::string_view& rest, std::string_view separators) {
+    const std::size_t end = std::min(rest.find_first_of(separators), rest.size());
     const std::string_view taken = rest.substr(0, end);
     rest.remove_prefix(std::min(end + 1, rest.size()));
     return taken;
@@ -62,8 +62,8 @@ bool readSetting(std::string_view name, std::string_view value, BosOptionChoices
 std::optional<BosOptionChoices> readSettingsLine(std::string_view comment) {
     BosOptionChoices choices;
     while (!comment.empty()) {
-        std::string_view setting = trimmed(takeUpTo(comment, ','));
-        const std::string_view name = takeUpTo(setting, ' ');
+        std::string_view setting = trimmed(takeUpTo(comment, ","));
+        const std::string_view name = takeUpTo(setting, " ");
         if (!readSetting(name, trimmed(setting), choices)) return std::nullopt;
     }
     return choices;
@@ -112,7 +112,7 @@ std::string settingsLine(const BosOptions& options) {
 
 BosOptionChoices readSettings(std::string_view source) {
     while (!source.empty()) {
-        const std::string_view line = trimmed(takeUpTo(source, '\n'));
+        const std::string_view line = trimmed(takeUpTo(source, "\r\n"));
         if (line.empty()) continue;
         if (!line.starts_with("//")) break;
         const std::string_view comment = trimmed(line.substr(2));

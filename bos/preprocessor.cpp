@@ -47,6 +47,10 @@ void Preprocessor::readTokens() {
             directive(token.at);
         } else if (token.kind != TokenKind::end) {
             macros_.expand(token, result_.tokens);
+            if (result_.tokens.size() > kMaxTokens) {
+                diagnostics_.error(token.at, "E23", "source is too long");
+                throw TooManyErrors{};
+            }
         } else {
             finishSource();
             if (sources_.size() == 1) {
@@ -193,7 +197,7 @@ void Preprocessor::skipInactive() {
         SourcePosition at = lexer().position();
         --at.column;  // of the "#"
         const std::string_view word = lexer().nextOnLine().text;
-        if (word.starts_with("if")) ++nested;
+        if (word == "if" || word == "ifdef" || word == "ifndef") ++nested;
         if (word == "endif" && nested-- == 0) {
             conditions.pop_back();
             return ignoreRestOfLine();

@@ -29,6 +29,9 @@ public:
     /// What even an empty file counts: two small ones could include each other without end.
     static constexpr std::size_t kMinIncludeCost = 4096;
 
+    /// Tokens of the whole translation, some twenty times those of the longest real script.
+    static constexpr std::size_t kMaxTokens = 500'000;
+
     /// `files` is where includes are looked for, beside the including file and then in scripts/;
     /// null: nowhere. Without its header a source gets builtin constants in place of
     /// "sfxtype.h" and "exptype.h", and a warning.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "bos/operators.h"
+
 namespace orb::unitview::bos {
 namespace {
 
@@ -121,7 +123,8 @@ void ScriptDecoder::pushValue(Block& block, std::uint32_t pc, const OpcodeRow& r
     for (std::size_t i = rest; i < block.stack.size(); ++i) {
         const Value& operand = block.stack[i];
         result.from = std::min(result.from, operand.from);
-        const bool isChain = i == rest && operand.op == row.op;  // a + b + c needs no parentheses
+        // a + b + c needs no parentheses
+        const bool isChain = i == rest && operand.op == row.op && binaryOperator(row.op);
         result.nesting = std::max(result.nesting, operand.nesting + (isChain ? 0 : 1));
     }
     block.stack.resize(rest);

@@ -87,14 +87,18 @@ std::optional<Comparer::Attempt> Comparer::attempt(const BosOptions& options) co
     if (diagnostics.hasErrors()) return std::nullopt;
     const io::CobFile& source = attempt.code.cob;
     attempt.file = comparable(source, cob_);
-    NameTable names;
-    for (std::size_t i = 0; i < source.scripts.size(); ++i) names.add(source.scripts[i].name, i);
+    // Of several scripts of a name the first is compared with the first, and so on.
+    IgnoringCaseMap<std::vector<std::size_t>> unmatched;
+    for (std::size_t i = source.scripts.size(); i-- > 0;)
+        unmatched[source.scripts[i].name].push_back(i);
     for (std::size_t i = 0; i < cob_.scripts.size(); ++i) {
-        const NameTable::Entry* const found = names.find(cob_.scripts[i].name);
-        attempt.sourceOf.push_back(found ? found->index : kNone);
-        if (!found) continue;
+        const auto found = unmatched.find(cob_.scripts[i].name);
+        const bool isMissing = found == unmatched.end() || found->second.empty();
+        attempt.sourceOf.push_back(isMissing ? kNone : found->second.back());
+        if (isMissing) continue;
+        found->second.pop_back();
         const auto& left = bytecode_.words[i];
-        const auto& right = attempt.file.words[found->index];
+        const auto& right = attempt.file.words[attempt.sourceOf.back()];
         if (left == right) ++attempt.identical;
         for (std::size_t word = 0; word < std::min(left.size(), right.size()); ++word)
             if (left[word] == right[word]) ++attempt.equalWords;
@@ -162,9 +166,9 @@ void Comparer::compareFiles(const Attempt& attempt, SourceComparison& result) co
         if (attempt.sourceOf[i] != kNone) isInBytecode[attempt.sourceOf[i]] = true;
         if (bytecode_.words[i].size() < bytecode_.ranges[i].size()) result.hasTrailingText = true;
     }
-    result.scriptOrderDiffers =
-        std::ranges::adjacent_find(attempt.sourceOf, std::ranges::greater{}) !=
-        attempt.sourceOf.end();
+    std::vector<std::size_t> order = attempt.sourceOf;
+    std::erase(order, kNone);
+    result.scriptOrderDiffers = !std::ranges::is_sorted(order);
     for (std::size_t i = 0; i < source.scripts.size(); ++i) {
         if (isInBytecode[i]) continue;
         const std::size_t words = attempt.file.words[i].size();

@@ -13,11 +13,10 @@ namespace orb::unitview::bos {
 /// How constants read best where an expression stands.
 enum class ValueStyle : std::uint8_t {
     plain,
-    linear,      ///< [2.5]
-    angular,     ///< <90>
-    unitValue,   ///< an id of get and set
-    explosion,   ///< flags of explode
-    pieceIndex,  ///< a piece's name
+    linear,     ///< [2.5]
+    angular,    ///< <90>
+    unitValue,  ///< an id of get and set
+    explosion,  ///< flags of explode
 };
 
 /// One element of a statement behind its keyword.

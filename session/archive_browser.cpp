@@ -1,18 +1,16 @@
 #include "session/archive_browser.h"
 
 #include <algorithm>
-#include <fstream>
 
 #include "io/archive/path_components.h"
 #include "io/path_text.h"
+#include "session/replace_file.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* kTemporarySuffix = ".orb-extract-tmp";
 
 /// The paths of one listing take at most this much memory together: a directory's name counts once
 /// for every file below it, so names of bounded length are no bound.
@@ -50,31 +48,11 @@ bool isSafePath(std::string_view path) {
     }
 }
 
-/// Writes to a neighbour first, so that a failure never leaves half a file under the real name.
-void writeWhole(const fs::path& path, io::ByteView bytes, bool overwrite) {
+void writeNew(const fs::path& path, io::ByteView bytes, bool overwrite) {
     if (!overwrite && fs::exists(fs::symlink_status(path)))
         throw RequestError("file exists: " + io::textFromPath(path));
     fs::create_directories(path.parent_path());
-    fs::path temporary = path;
-    temporary += kTemporarySuffix;
-    fs::remove(temporary);
-    {
-        std::ofstream file(temporary, std::ios::binary);
-        if (!file) throw RequestError("open for write: " + io::textFromPath(path));
-        file.write(reinterpret_cast<const char*>(bytes.data()),
-                   static_cast<std::streamsize>(bytes.size()));
-        file.close();
-        if (!file) {
-            fs::remove(temporary);
-            throw RequestError("write failed: " + io::textFromPath(path));
-        }
-    }
-    std::error_code refused;
-    fs::rename(temporary, path, refused);
-    if (!refused) return;
-    std::error_code ignored;
-    fs::remove(temporary, ignored);
-    throw fs::filesystem_error("write failed", path, refused);
+    replaceFile(path, io::asText(bytes));
 }
 
 }  // namespace
@@ -111,7 +89,7 @@ ExtractedFile extractArchiveFile(const io::HpiArchive& archive, const std::strin
     if (!isSafePath(name)) throw RequestError("unsafe file name: " + name);
     const io::Bytes bytes = archive.openReader().readFile(*file.entry);
     const fs::path path = destination / io::pathFromText(name);
-    writeWhole(path, bytes, overwrite);
+    writeNew(path, bytes, overwrite);
     return {path, bytes.size()};
 }
 
@@ -131,7 +109,7 @@ ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
                 throw RequestError("more data than the archive can hold");
             bytesLeft -= file.entry->fileSize;
             const io::Bytes bytes = reader.readFile(*file.entry);
-            writeWhole(destination / io::pathFromText(file.path), bytes, overwrite);
+            writeNew(destination / io::pathFromText(file.path), bytes, overwrite);
             ++result.fileCount;
             result.byteSize += bytes.size();
         } catch (const std::exception& error) {

@@ -84,13 +84,21 @@ bool UnitViewSession::isLoadedFrom(const io::FileLocation& written) const {
 }
 
 std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLocation& written) {
+    // With new data every cache begins anew; the layers are handed over, open archives and all.
+    auto refreshed = std::make_unique<MountedData>();
+    refreshed->result = data_->result;
+    refreshed->layers = data_->layers;
+    refreshed->roots = data_->roots;
+    std::swap(refreshed->files, data_->files);
     try {
         if (written.kind == io::FileLocation::Kind::archive)
-            data_->files.reopenArchive(written.path);
-        data_->readTables();
-        loadPalette(data_->files, palette_);
+            refreshed->files.reopenArchive(written.path);
+        refreshed->readTables();
+        loadPalette(refreshed->files, palette_);
+        data_ = std::move(refreshed);
     } catch (const std::exception& error) {
         // What was written is written; the next mount tells more.
+        std::swap(refreshed->files, data_->files);
         LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.path) << ": "
                                 << error.what();
     }

@@ -88,6 +88,22 @@ def main():
     for entry in editor.ask("cob-get-trace", maxEntries=60)["entries"][:8]:
         print(f"    tick {entry['tick']:3}  {entry['event']}")
 
+    note("Read its script back as source, and take its model as binary glTF.")
+    bos = editor.ask("cob-disassemble")
+    for line in bos["source"].splitlines()[:14]:
+        print(f"    {DIM}{line}{OFF}")
+    editor.ask("get-unit-glb", teamColor={"r": 220, "g": 40, "b": 40})
+    frame = editor.frames.read(int.from_bytes(editor.frames.read(4), "little"))
+    print(f"    a frame of {len(frame)} bytes, beginning with {frame[:4]}")
+
+    note("Can a unit be shipped? What do the mods do to each other?")
+    editor.ask("load-unit", name="FLTREFS")
+    for check in editor.ask("unit-health")["checks"]:
+        color = RED if check["status"] == "missing" else DIM
+        print(f"    {color}{check['status']:8}{OFF}{check['category']}: {check['detail']}")
+    for finding in editor.ask("conflict-scan")["findings"][:6]:
+        print(f"    {finding['kind']:22} {finding['detail']}")
+
     note("What goes wrong is told, and the session goes on.")
     editor.ask("load-unit", name="NOSUCH")
     editor.ask("load-unit")

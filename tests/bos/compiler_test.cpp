@@ -171,6 +171,7 @@ TEST(Compiler, SettingsLineGivesWayToTheRequest) {
     choices.linearScale = Scale(81920);
     EXPECT_EQ(words(choices), std::pair(81920U, 16384U));
     EXPECT_EQ(readSettings("x // linear 65536").linearScale, std::nullopt);
+    EXPECT_EQ(readSettings("\r// linear 65536\rT() { }").linearScale, Scale(65536));
     EXPECT_EQ(readSettings("// linear 0").linearScale, std::nullopt);
 }
 

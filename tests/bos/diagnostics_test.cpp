@@ -31,6 +31,9 @@ TEST(Diagnostics, EveryMistakeHasItsPlaceAndText) {
         {"#if 4 / (2 - 2)\n#endif",
          {"1:1 E08 expected a divisor other than 0 but found the end of the line"}},
         {"piece p; /* x\ny", {"1:10 E06 unterminated comment"}},
+        {"#define P p @\npiece P; @",
+         {"1:13 E07 unexpected character '@'", "2:10 E07 unexpected character '@'"}},
+        {"#if 0\n#iffy\n#endif\npiece p p;", {"4:9 E08 expected ';' but found 'p'"}},
         {"piece p@, q;", {"1:8 E07 unexpected character '@'"}},
         {"T() { hide\r\n p \xE4; }",
          {"2:4 E07 unexpected character '\\xE4'", "2:2 E09 unknown piece 'p'"}},
@@ -78,6 +81,13 @@ TEST(Diagnostics, EveryMistakeHasItsPlaceAndText) {
     };
     for (const Case& each : cases)
         EXPECT_EQ(shown(compiled(each.source).diagnostics), each.diagnostics) << each.source;
+}
+
+TEST(Diagnostics, EndWhereTheSourceIsTooLong) {
+    EXPECT_EQ(shown(compiled(repeated(";", 600'000)).diagnostics),
+              std::vector<std::string>{"1:500001 E23 source is too long"});
+    const BosCompilation result = compiled("T() { hide " + repeated("p", 100'000) + "; }");
+    EXPECT_EQ(result.diagnostics.at(0).message.size(), DiagnosticList::kMaxMessage + 3);
 }
 
 TEST(Diagnostics, EndAfterFiftyErrors) {

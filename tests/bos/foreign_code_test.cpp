@@ -86,6 +86,15 @@ TEST(ForeignCode, NamesOfAnyKind) {
     EXPECT_NE(text.source.find("\"Odd \\x22name\\x22\\x0A\\xFF\"()"), std::string::npos);
 }
 
+TEST(ForeignCode, InventedNamesGiveWay) {
+    auto cob = cobOf({{"T", {w(Op::createLocal)}}});
+    cob->pieces = {"local_0", "LOCAL_0_", "local_0_2", "static_0"};
+    cob->staticVarCount = 2;
+    const std::string text = expectSameCode(*cob).source;
+    EXPECT_NE(text.find("static-var static_0_, static_1;\n\nT(local_0_3)"), std::string::npos)
+        << text;
+}
+
 TEST(ForeignCode, ReadsAsItWasWritten) {
     const std::string text =
         "// linear 163840, angular 182, arguments vm\n"
@@ -190,6 +199,18 @@ TEST(SourceCompare, FindsSettingsAndTellsDifferences) {
     EXPECT_FALSE(compareSource(cob, "T(", "a.bos", nullptr).ok);
 }
 
+TEST(SourceCompare, ScriptsAreMatchedByNameAndInOrder) {
+    const std::string source =
+        "A() { sleep 1; } B() { sleep 2; } B() { sleep 3; } C() { sleep 4; }";
+    const io::CobFile cob = compiled(source).code.cob;
+    EXPECT_TRUE(compareSource(cob, source, "a.bos", nullptr).isIdentical);
+    const auto orderDiffers = [&](std::string_view other) {
+        return compareSource(cob, other, "a.bos", nullptr).scriptOrderDiffers;
+    };
+    EXPECT_FALSE(orderDiffers("A() { sleep 1; } C() { sleep 4; }"));  // one is missing
+    EXPECT_TRUE(orderDiffers("C() { sleep 4; } A() { sleep 1; }"));
+}
+
 /// Whatever the bytes are, compiler and disassembler come to an end, and what compiles is sound.
 void expectSurvives(const std::string& source) {
     const BosCompilation result = compiled(source);
@@ -245,17 +266,22 @@ TEST(Hostile, CodeThatNestsWithoutEnd) {
     const std::uint32_t c = w(Op::pushConst);
     Code values;   // 1 + (1 + (1 + …
     Code negated;  // !!!!…
+    Code drawn;    // rand(rand(rand(…
     Code loops;    // a jump to the first word, again and again
     for (int i = 0; i < 20000; ++i) {
         values.insert(values.end(), {c, 1});
         negated.push_back(w(Op::logicalNot));
+        drawn.insert(drawn.end(), {c, 1, w(Op::rand)});
         loops.insert(loops.end(), {w(Op::jump), 0});
     }
     values.insert(values.end(), 19999, w(Op::add));
     values.push_back(w(Op::sleep));
     negated.insert(negated.begin(), {c, 1});
     negated.push_back(w(Op::sleep));
-    for (const Code& code : {values, negated, loops}) expectSameCode(*cobOf({{"T", code}}));
+    drawn.insert(drawn.begin(), {c, 1});
+    drawn.push_back(w(Op::sleep));
+    for (const Code& code : {values, negated, drawn, loops})
+        EXPECT_EQ(expectSameCode(*cobOf({{"T", code}})).rawScripts.size(), 1U);
 }
 
 }  // namespace
