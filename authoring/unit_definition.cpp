@@ -21,9 +21,7 @@ struct NamedSource {
 NamedSource resolve(const UnitViewSession& session, const std::optional<std::string>& name) {
     if (name) return {*name, session.resolveUnitSource(*name)};
     const LoadedUnit& unit = session.requireUnit();
-    const bool isDefined = unit.source && !unit.loadedFromIR;
-    const std::string file = isDefined ? fileStem(unit.source->location) : unit.name;
-    return {unit.name, session.resolveUnitSource(file)};
+    return {unit.name, session.resolveUnitSource(unit.definitionName())};
 }
 
 std::optional<io::Bytes> readFileAt(const FileLocation& location) {

@@ -50,7 +50,8 @@ UnitHealth checkUnitHealth(const MountedData& data, const LoadedUnit& unit,
                            const LintSuppressions& suppressions) {
     UnitHealth report;
     report.unit = unit.name;
-    report.source = findSource(data.files, definitionPath(data.files, data.catalogue, unit.name));
+    report.source =
+        findSource(data.files, definitionPath(data.files, data.catalogue, unit.definitionName()));
     const health::Context context{data, unit, suppressions, report.source};
     for (const Check check : kChecks) check(context, report.rows);
     report.rawFbiKeys = rawKeys(unit.unitInfo());

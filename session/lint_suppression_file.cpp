@@ -22,7 +22,9 @@ using nlohmann::json;
 
 constexpr int kIndent = 2;
 /// A rule takes some forty bytes; a sparse file could claim any size.
-constexpr std::uintmax_t kMaxFileBytes = 1 << 24;
+constexpr std::uintmax_t kMaxFileBytes = 1 << 22;
+/// The deepest rules lie within four levels; every level takes memory while it is open.
+constexpr std::size_t kMaxNesting = 64;
 
 /// Takes the rules from a file piece by piece, so that everything before a syntax error and
 /// everything beside a value of the wrong type counts.
@@ -87,6 +89,10 @@ private:
 
     bool open(std::string_view type) {
         take(type);
+        if (levels_.size() == kMaxNesting) {
+            note("nested too deeply");
+            return false;
+        }
         levels_.push_back({expected() == type, {}});
         return true;
     }
@@ -112,11 +118,17 @@ private:
     std::string error_;
 };
 
+bool isTooLarge(const fs::path& path) {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(path, error);
+    return !error && size > kMaxFileBytes;
+}
+
 void readRules(const fs::path& path, LintSuppressions& rules) {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) return;
     std::ifstream file(path, std::ios::binary);
-    if (!file.is_open() || fs::file_size(path, error) > kMaxFileBytes) {
+    if (!file.is_open() || isTooLarge(path)) {
         LogLine(LogLevel::warn) << "[lint-suppress] cannot read " << io::textFromPath(path);
         return;
     }
@@ -150,6 +162,8 @@ std::optional<fs::path> saveLintSuppressions(const LintSuppressions& rules,
     fs::create_directories(*root, error);
     if (error) throw std::runtime_error("create dir: " + error.message());
     fs::path path = *root / kLintSuppressFile;
+    // Nothing of such a file has been read, so writing it anew would lose all its rules.
+    if (isTooLarge(path)) throw std::runtime_error("open for write: " + io::textFromPath(path));
     replaceFile(path, writeRules(rules));
     return path;
 }

@@ -97,6 +97,11 @@ LoadedUnit loadFromGameFiles(const io::CompositeVirtualFileSystem& files,
 
 }  // namespace
 
+std::string LoadedUnit::definitionName() const {
+    // An IR document is no definition file.
+    return source && !loadedFromIR ? fileStem(source->location) : name;
+}
+
 LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
                          const UnitCatalogue& catalogue, const std::string& name) {
     auto fromIr = loadFromIr(files, name);

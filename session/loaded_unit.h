@@ -27,6 +27,9 @@ struct LoadedUnit {
 
     /// The definition's [UNITINFO] section.
     const io::TdfSection& unitInfo() const { return *definition.child("UNITINFO"); }
+
+    /// The name that leads to its definition file, which may declare another `UnitName`.
+    std::string definitionName() const;
 };
 
 /// Assembles a unit from its intermediate representation document, or from the game files when

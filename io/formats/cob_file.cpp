@@ -27,6 +27,9 @@ namespace {
 constexpr std::size_t kHeaderSize = 44;
 constexpr std::size_t kWordSize = 4;
 constexpr std::uint32_t kWrittenVersion = 4;
+/// Script and piece names together; a hundred scripts need some two thousand. Reports repeat a name
+/// many times, so names that share one long text must stay small.
+constexpr std::size_t kMaxNameBytes = std::size_t{1} << 20;
 constexpr const char* kOutOfBounds = "COB read out of bounds";
 
 /// A copy of `file` that stands on an array of words, all of which lie in the file.
@@ -69,7 +72,7 @@ CobFile parseCob(ByteView bytes) {
     ByteCursor pieceNames = wordsAt(header, header.u32(), pieceCount);
     ByteCursor code = wordsAt(header, header.u32(), codeLength);
 
-    NameReader names(header);
+    NameReader names(header, kMaxNameBytes);
     cob.scripts.reserve(scriptCount);
     for (std::uint32_t i = 0; i < scriptCount; ++i)
         cob.scripts.push_back({names.read(scriptNames.u32()), entries.u32()});

@@ -7,8 +7,8 @@
 namespace orb::io {
 
 /// Names copied out of one file hold at most this many bytes together. Many records may point at
-/// one long name, so a file's length alone does not bound the copies.
-inline constexpr std::size_t kMaxNameBytesPerFile = std::size_t{64} << 20;
+/// one long name, so a file's length alone does not bound the copies, and replies repeat them.
+inline constexpr std::size_t kMaxNameBytesPerFile = std::size_t{4} << 20;
 
 /// Reads the NUL-terminated names of one file by offset. A name outside the buffer is empty; so are
 /// the name that exceeds the limit and all that follow.

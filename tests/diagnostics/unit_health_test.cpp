@@ -77,6 +77,15 @@ TEST_F(UnitHealthTest, PassesOverNamesThatMeanNothing) {
         EXPECT_TRUE(rowsOf(report, category).empty()) << category;
 }
 
+TEST_F(UnitHealthTest, TellsTheFileThatWasLoadedEvenIfAnotherBearsTheUnitsName) {
+    write("units/OTHER.fbi", "[UNITINFO]{UnitName=TOY;ObjectName=TOY;}");
+    const fs::path loaded = folder_ / "mod" / "units" / "OTHER.fbi";
+    unit_.source = UnitSource{{io::FileLocation::Kind::loose, loaded, {}}, false};
+    const UnitHealth report = check("");
+    ASSERT_TRUE(report.source);
+    EXPECT_EQ(report.source->location.path, loaded);
+}
+
 TEST_F(UnitHealthTest, FallsBackToThePictureOfTheUnitsName) {
     const auto pictures = rowsOf(check("BuildPic=GHOST;"), "Build picture");
     ASSERT_EQ(pictures.size(), 1U);

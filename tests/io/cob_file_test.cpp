@@ -75,6 +75,15 @@ TEST(CobFile, ChecksCountsAgainstTheFile) {
     expectSurvivesDamage(writeCob(sampleCob()), parseCob);
 }
 
+TEST(CobFile, LeavesNamesEmptyBeyondAMebibyte) {
+    CobFile cob;
+    cob.scripts = {{std::string(1 << 20, 'a'), 0}, {"Create", 0}};
+    const CobFile read = parseCob(writeCob(cob));
+    ASSERT_EQ(read.scripts.size(), 2U);
+    EXPECT_EQ(read.scripts[0].name.size(), 1U << 20);
+    EXPECT_EQ(read.scripts[1].name, "");
+}
+
 TEST(NameReader, LeavesNamesEmptyBeyondTheLimit) {
     const Bytes file = {'a', 'b', 'c', 0, 'd', 0};
     NameReader names(ByteCursor(file, "test"), 7);

@@ -78,10 +78,11 @@ TEST_F(LintSuppressionsTest, AreTheUnionOfAllRootsAndWrittenToTheFirst) {
 
 TEST_F(LintSuppressionsTest, KeepWhatCanBeReadOfAMalformedFile) {
     struct Case {
-        const char* text;
+        std::string text;
         const char* warning;
         bool keepsRule;
     };
+    const std::string deep(1'000'000, '[');
     const Case cases[] = {
         {R"({"global":{"x":[5,"g"]}})", "type must be string, but is number", true},
         {R"({"perUnit":7,"global":{"x":["g"]}})", "type must be object, but is number", true},
@@ -93,6 +94,7 @@ TEST_F(LintSuppressionsTest, KeepWhatCanBeReadOfAMalformedFile) {
         {R"({"global":{"x":[["g"],{"y":["g"]},null]}})", "type must be string, but is array",
          false},
         {"", "parse error", false},
+        {R"({"global":{"x":["g"]},"note":)" + deep, "nested too deeply", true},
     };
     for (const Case& test : cases) {
         write(0, test.text);
@@ -123,6 +125,13 @@ TEST_F(LintSuppressionsTest, ReportWhyTheyCannotBeWritten) {
     fs::create_directory(inTheWay);
     EXPECT_TRUE(loadLintSuppressions(roots_).global().empty());
     EXPECT_EQ(failure(roots_), "open for write: " + inTheWay.string());
+
+    // Too large to be read: its rules must survive.
+    fs::remove(inTheWay);
+    write(0, R"({"global":{"x":["g"]}})" + std::string(1 << 22, ' '));
+    EXPECT_TRUE(loadLintSuppressions(roots_).global().empty());
+    EXPECT_EQ(failure(roots_), "open for write: " + inTheWay.string());
+    EXPECT_GT(fs::file_size(inTheWay), 1U << 22);
 }
 
 }  // namespace
