@@ -8,6 +8,7 @@
 #include "io/byte_cursor.h"
 #include "server/command_table.h"
 #include "server/handlers/encode_cob.h"
+#include "server/logger.h"
 #include "server/payload.h"
 #include "server/reply.h"
 #include "session/request_error.h"
@@ -68,6 +69,7 @@ void UnitIpcServer::serve(const Command& command, const Envelope& envelope) {
             break;
         case Effect::frame:
             sendBinaryFrame(reply.frame.data(), static_cast<std::int64_t>(reply.frame.size()));
+            LogLine(LogLevel::info) << "[" << command.replyType << "] reply + binary frame sent";
             break;
         case Effect::transforms:
             sendPieceTransforms();
