@@ -37,7 +37,7 @@ EVENTS = ["piece-transforms"]
 LONGEST_SESSION_S = 120
 
 # Holds descriptor 3, so that no other file of ours gets the number before a child is given it.
-NOTHING = os.open(os.devnull, os.O_RDONLY)
+NOTHING = os.dup(os.open(os.devnull, os.O_RDONLY))
 os.dup2(NOTHING, 3)
 
 

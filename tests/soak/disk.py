@@ -1,6 +1,6 @@
 """The folders that the soak works on, and what happens to them behind the program's back."""
+import glob
 import os
-import random
 import shutil
 
 DISTURBED = ("mod", "mod2", "faulty", "faulty2")
@@ -17,9 +17,9 @@ class Disk:
             shutil.copytree(os.path.join(samples, source), self.path(name))
         self.large_mods = []
         if large:
-            shutil.copytree(large, self.path("large"))
-            self.large_mods = [self.path(f"large/{name}") for name in sorted(os.listdir(large))
-                               if name != "game" and os.path.isdir(os.path.join(large, name))]
+            written = os.path.dirname(glob.glob(os.path.join(large, "*", "game"))[0])
+            shutil.copytree(written, self.path("large"))
+            self.large_mods = sorted(glob.glob(self.path("large/mod*")))
         self.sounds = [name[:-4] for name in os.listdir(self.path("game/sounds"))]
 
     def path(self, name):

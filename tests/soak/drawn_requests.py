@@ -55,6 +55,7 @@ class Requests:
         self.inside = {}
         self.archive = ""
         self.is_mounted = False
+        self.edited = "FENRAFT"
 
     # ---- Drawing ----
 
@@ -192,7 +193,8 @@ class Requests:
     def draw_cob_source_compare(self): return {**self.maybe(source=self.source()), **self.maybe(0.3, name=self.unit())}
 
     def draw_resolve_unit_source(self): return {"name": self.unit()}
-    draw_require_writable_source = draw_restore_source_from_backup = draw_resolve_unit_source
+    draw_require_writable_source = draw_resolve_unit_source
+    def draw_restore_source_from_backup(self): return {"name": self.edited if self.rng.random() < 0.7 else self.unit()}
     def draw_fbi_raw(self): return self.maybe(name=self.unit())
 
     def draw_fbi_patch(self):
@@ -236,6 +238,8 @@ class Requests:
                 case "unit-loaded":
                     self.scripts = data["cobFunctions"] or ["Create"]
                     self.weapons = (self.weapons + [weapon["name"] for weapon in data["weapons"]])[-30:]
+                case "fbi-patched" | "fbi-saved-raw" if data["outcome"] == "ok":
+                    self.edited = json.loads(sent.line).get("data", {}).get("name", self.edited)
                 case "cob-unit-bos":
                     self.sources = (self.sources + [data["source"]])[-30:]
                     self.spans = data.get("lineSpans", [])[:200]

@@ -8,12 +8,12 @@ import threading
 import time
 
 EVENT = "piece-transforms"
-LONGEST_WAIT_S = 20
+LONGEST_WAIT_S = 60
 FAULTY_LOG = re.compile(rb"Sanitizer|runtime error:|terminate called|\[CRITICAL\]")
 MAGIC = {"unit-glb": b"glTF", "weapon-model-glb": b"glTF", "projectile-sprite": b"\x89PNG"}
 
 # Holds descriptor 3, so that no other file of ours gets the number before the program is given it.
-NOTHING = os.open(os.devnull, os.O_RDONLY)
+NOTHING = os.dup(os.open(os.devnull, os.O_RDONLY))
 os.dup2(NOTHING, 3)
 
 Command = collections.namedtuple("Command", "type reply effect is_built")
@@ -191,6 +191,8 @@ class FrontEnd:
         status = self.process.wait(LONGEST_WAIT_S)
         for thread in self.threads:
             thread.join(LONGEST_WAIT_S)
+            if thread.is_alive():
+                raise Fault("a channel stays open after the end")
         if self.fault:
             raise self.fault
         if status != 0 or self.log_faults:
