@@ -4,6 +4,8 @@ import os
 import shutil
 
 DISTURBED = ("mod", "mod2", "faulty", "faulty2")
+ODD_CONTENTS = [b"", b"[UNITINFO]{UnitName=ODD;ObjectName=FENRAFT;}", b"[A]{" * 5000, b"[" * 3000,
+                b'{"perUnit":{"A":{"b":["c"]}}}']
 
 
 class Disk:
@@ -77,5 +79,4 @@ class Disk:
             os.symlink(path, path)
         else:
             with open(path, "wb") as file:
-                file.write(rng.choice([b"", rng.randbytes(2000), b"[UNITINFO]{UnitName=ODD;ObjectName=FENRAFT;}",
-                                       b"[A]{" * 5000, b'{"perUnit":{"A":{"b":["c"]}}}', b"[" * 3000]))
+                file.write(rng.choice([*ODD_CONTENTS, rng.randbytes(2000)]))

@@ -97,7 +97,7 @@ class Requests:
         return text.encode() + end, request["seq"], self.commands.get(name)
 
     def broken_line(self):
-        deep = self.rng.choice([257, 5000, 200_000])
+        deep, long = self.pick([257, 5000, 200_000]), self.pick([70_000, 3_000_000])
         return self.rng.choice([
             (b"", 0, None), (b"{", 0, None), (b'{"type":"ping"', 0, None), (b"[]", 0, None),
             (b'{"seq":4}', 0, None), (b'{"type":5,"seq":4}', 0, None), (b"null", 0, None),
@@ -106,9 +106,8 @@ class Requests:
             (b'{"type":"ping","seq":1,"data":{"a":"\xff\xc3"}}', 0, None),
             (b'{"type":"ping"}\x00', 0, None), (b"\x00" * 100, 0, None), (b"\xff\xfe{}", 0, None),
             (b'{"type":"ping","seq":1e400}', 0, None), (b'{"type":"ping"} x', 0, None),
-            (b"[" * deep, 0, None), (b'{"type":"ping","data":' + b"[" * deep + b"]" * deep + b"}", 0, None),
-            (b'{"type":"ping","seq":7,"data":{"a":"' + b"y" * self.rng.choice([70_000, 3_000_000]) + b'"}}',
-             7, self.commands["ping"]),
+            (b"[" * deep, 0, None), (b'{"data":' + b"[" * deep + b"]" * deep + b"}", 0, None),
+            (b'{"type":"ping","seq":7,"data":{"a":"' + b"y" * long + b'"}}', 7, self.commands["ping"]),
             (self.rng.randbytes(300).replace(b"\n", b"") or b"x", 0, None),
             (b'{"type":"ping","type":"hello","seq":3}', 3, self.commands["hello"]),
         ])
@@ -126,102 +125,69 @@ class Requests:
     # ---- Payloads ----
 
     def data(self, name):
-        draw = getattr(self, "draw_" + name.replace("-", "_"), None)
+        draw = PAYLOADS.get(name)
         if draw:
-            return draw()
-        # Of messages that it knows nothing of, no text that could name a file.
-        return {} if self.commands[name].is_built else self.rng.choice([{}, {"name": 5}, [], {"path": []}])
+            return draw(self)
+        # To messages that it knows nothing of it says nothing that could name a file.
+        return self.pick([{}, {"name": 5}, [], {"path": []}]) if self.rng.random() < 0.5 else {}
+
+    def pick(self, values):
+        return self.rng.choice(values)
 
     def maybe(self, chance=0.5, **members):
         return members if self.rng.random() < chance else {}
 
-    def unit(self):
-        return self.rng.choice(self.units or ["FENTILL"]) if self.rng.random() < 0.95 else "NOSUCH"
-
     def flag(self):
         return self.rng.random() < 0.5
 
-    def draw_set_data_roots(self):
-        path, rng = self.disk.path, self.rng
-        mods = [path(name) for name in ("mod", "faulty", "mod2", "faulty2", "nowhere")] + self.disk.large_mods
-        game = path("large/game") if self.disk.large_mods and rng.random() < 0.3 else path("game")
+    def unit(self):
+        return self.pick(self.units or ["FENTILL"]) if self.rng.random() < 0.95 else "NOSUCH"
+
+    def roots(self):
+        path, large = self.disk.path, self.disk.large_mods
+        mods = [path(name) for name in ("mod", "faulty", "mod2", "faulty2", "nowhere")] + large
+        game = "large/game" if large and self.rng.random() < 0.3 else "game"
         # A mod comes first, so that what is kept in the first root is kept there.
-        return {"taDataPath": game if rng.random() < 0.97 else path("nowhere"),
-                "modPaths": rng.sample(mods, rng.randrange(1, 4)), **self.maybe(0.3, mapsPath=path("maps"))}
+        return {"taDataPath": path(game if self.rng.random() < 0.97 else "nowhere"),
+                "modPaths": self.rng.sample(mods, self.rng.randrange(1, 4)),
+                **self.maybe(0.3, mapsPath=path("maps"))}
 
-    def draw_list_vfs_dir(self): return self.maybe(0.9, path=self.rng.choice(FOLDERS))
-    def draw_list_units(self): return {**self.maybe(side="FEN"), **self.maybe(search=self.rng.choice("aez"))}
-    def draw_load_unit(self): return {"name": self.unit()}
-    def draw_compare_units(self): return {"names": [self.unit() for _ in range(self.rng.randrange(4))]}
-    def draw_set_sim_mode(self): return {"mode": self.rng.choice(["static", "ground", "water", "air"])}
-
-    def draw_get_unit_glb(self): return self.maybe(teamColor={"r": 230, "g": 4, "b": -3, "enabled": self.flag()})
-    def draw_get_weapon_model_glb(self): return {"weapon": self.rng.choice(self.weapons), **self.draw_get_unit_glb()}
-    def draw_get_projectile_sprite(self): return {"weapon": self.rng.choice(self.weapons)}
-    def draw_get_sound(self): return {"name": self.rng.choice([*self.disk.sounds, "../x", "none"])}
-    def draw_list_unit_buildpic_sources(self): return self.maybe(name=self.unit())
-    def draw_get_unit_orb_buildpic(self): return self.maybe(name=self.unit())
-    def draw_get_unit_buildpic(self): return {**self.maybe(name=self.unit()), **self.maybe(0.3, format="gaf")}
-
-    def draw_cob_start(self):
-        return {"name": self.rng.choice(self.scripts), **self.maybe(args=[self.rng.randrange(-5, 70000)] * 3)}
-
-    def draw_cob_tick(self):
-        return {**self.maybe(ticks=self.rng.choice([0, 1, 5, 60, 10**12])), **self.maybe(script=self.rng.choice(self.scripts))}
-
-    def draw_cob_get_trace(self):
-        return {**self.maybe(0.3, enable=self.flag()), **self.maybe(0.3, clear=True), **self.maybe(maxEntries=self.rng.choice([-1, 0, 50]))}
-
-    def draw_cob_set_breakpoints(self):
-        return {"offsets": [self.rng.randrange(200) for _ in range(3)], **self.maybe(lineSpans=self.spans)}
-
-    def draw_cob_load_temporary(self): return {"cob_b64": self.rng.choice(self.cobs or ["AAAA"])}
-    def draw_cob_disassemble(self): return self.maybe(cob_b64=self.rng.choice(self.cobs or ["AAAA"]))
-    def draw_cob_get_unit_bos(self): return self.maybe(name=self.unit())
+    def team_color(self):
+        return self.maybe(teamColor={"r": 230, "g": 4, "b": -3, "enabled": self.flag()})
 
     def source(self):
-        text = self.rng.choice(self.sources)
+        text = self.pick(self.sources)
         if self.rng.random() < 0.3:  # with a piece missing or doubled
             at = self.rng.randrange(len(text) + 1)
             text = text[:at] + text[self.rng.randrange(len(text) + 1):]
         return text
 
-    def draw_cob_compile(self):
-        options = {"implicitReturn": "compat", "argumentOrder": "source", "linearScale": self.rng.choice([1, 65536, 0])}
-        return {"source": self.source(), **self.maybe(0.2, options=options), **self.maybe(0.2, path="scripts/x.bos")}
+    def compilation(self):
+        options = {"implicitReturn": "compat", "argumentOrder": "source",
+                   "linearScale": self.pick([1, 65536, 0])}
+        return {"source": self.source(), **self.maybe(0.2, options=options),
+                **self.maybe(0.2, path="scripts/x.bos")}
 
-    def draw_cob_source_compare(self): return {**self.maybe(source=self.source()), **self.maybe(0.3, name=self.unit())}
+    def edit(self, **members):
+        # The samples' mod defines these two; the base game's units are not written.
+        return {**members, **self.maybe(name=self.pick([self.unit(), "FENRAFT", "FENTILL"])),
+                **self.maybe(0.7, allowBackupCreation=True)}
 
-    def draw_resolve_unit_source(self): return {"name": self.unit()}
-    draw_require_writable_source = draw_resolve_unit_source
-    def draw_restore_source_from_backup(self): return {"name": self.edited if self.rng.random() < 0.7 else self.unit()}
-    def draw_fbi_raw(self): return self.maybe(name=self.unit())
+    def lint_rule(self):
+        return {"code": self.pick(LINT_CODES), **self.maybe(0.9, unitName=self.unit()),
+                **self.maybe(target=self.pick(self.scripts)),
+                **self.maybe(0.3, scope=self.pick(["global", "unit", "all"]))}
 
-    def draw_fbi_patch(self):
-        return {"values": self.rng.choice(FBI_CHANGES), **self.maybe(name=self.unit()), **self.maybe(0.7, allowBackupCreation=True)}
-
-    def draw_save_fbi_raw(self):
-        return {"text": self.rng.choice(FBI_TEXTS), **self.maybe(name=self.unit()), **self.maybe(0.7, allowBackupCreation=True)}
-
-    def draw_lint_suppress(self):
-        return {**self.maybe(0.9, unitName=self.unit()), "code": self.rng.choice(LINT_CODES),
-                **self.maybe(target=self.rng.choice(self.scripts)), **self.maybe(0.3, scope=self.rng.choice(["global", "unit", "all"]))}
-
-    draw_lint_unsuppress = draw_lint_suppress
-
-    def draw_list_archive_contents(self):
-        self.archive = self.rng.choice([*self.disk.archives(), "base1.hpi", "art.hpi", "none.hpi", "."])
+    def another_archive(self):
+        self.archive = self.pick([*self.disk.archives(), "base1.hpi", "art.hpi", "none.hpi", "."])
         return {"path": self.archive}
 
-    def draw_archive_browse_open(self): return {"path": self.archive}
-
     def file_inside(self):
-        return {"path": self.archive, "internalPath": self.rng.choice(self.inside.get(self.archive) or ["units/FENTILL.fbi"])}
+        files = self.inside.get(self.archive) or ["units/FENTILL.fbi"]
+        return {"path": self.archive, "internalPath": self.pick(files)}
 
-    def draw_archive_browse_preview(self): return {**self.file_inside(), **self.maybe(0.3, maxBytes=self.rng.choice([0, 10, -1, 10**15]))}
-    def draw_archive_browse_extract_one(self): return {**self.file_inside(), "destination": self.disk.out, **self.maybe(overwrite=True)}
-    def draw_archive_browse_extract_all(self): return {"path": self.archive, "destination": self.disk.out, **self.maybe(overwrite=True)}
-    def draw_archive_browse_extract_dir(self): return {**self.draw_archive_browse_extract_all(), "directory": self.rng.choice(FOLDERS)}
+    def extraction(self):
+        return {"path": self.archive, "destination": self.disk.out, **self.maybe(overwrite=True)}
 
     # ---- Learning ----
 
@@ -247,3 +213,49 @@ class Requests:
                     self.cobs = (self.cobs + [data["cob_b64"]])[-20:]
                 case "archive-contents":
                     self.inside[data["path"]] = [entry["path"] for entry in data["entries"][:2000]]
+
+
+# What is drawn for each message that takes something.
+PAYLOADS = {
+    "set-data-roots": Requests.roots,
+    "list-vfs-dir": lambda r: r.maybe(0.9, path=r.pick(FOLDERS)),
+    "list-units": lambda r: {**r.maybe(side="FEN"), **r.maybe(search=r.pick("aez"))},
+    "load-unit": lambda r: {"name": r.unit()},
+    "compare-units": lambda r: {"names": [r.unit() for _ in range(r.rng.randrange(4))]},
+    "set-sim-mode": lambda r: {"mode": r.pick(["static", "ground", "water", "air"])},
+    "get-unit-glb": Requests.team_color,
+    "get-weapon-model-glb": lambda r: {"weapon": r.pick(r.weapons), **r.team_color()},
+    "get-projectile-sprite": lambda r: {"weapon": r.pick(r.weapons)},
+    "get-sound": lambda r: {"name": r.pick([*r.disk.sounds, "../x", "none"])},
+    "list-unit-buildpic-sources": lambda r: r.maybe(name=r.unit()),
+    "get-unit-orb-buildpic": lambda r: r.maybe(name=r.unit()),
+    "get-unit-buildpic": lambda r: {**r.maybe(name=r.unit()), **r.maybe(0.3, format="gaf")},
+    "cob-start": lambda r: {"name": r.pick(r.scripts),
+                            **r.maybe(args=[r.rng.randrange(-5, 70000)] * 3)},
+    "cob-tick": lambda r: {**r.maybe(ticks=r.pick([0, 1, 5, 60, 10**12])),
+                           **r.maybe(script=r.pick(r.scripts))},
+    "cob-get-trace": lambda r: {**r.maybe(0.3, enable=r.flag()), **r.maybe(0.3, clear=True),
+                                **r.maybe(maxEntries=r.pick([-1, 0, 50]))},
+    "cob-set-breakpoints": lambda r: {"offsets": [r.rng.randrange(200) for _ in range(3)],
+                                      **r.maybe(lineSpans=r.spans)},
+    "cob-load-temporary": lambda r: {"cob_b64": r.pick(r.cobs or ["AAAA"])},
+    "cob-disassemble": lambda r: r.maybe(cob_b64=r.pick(r.cobs or ["AAAA"])),
+    "cob-get-unit-bos": lambda r: r.maybe(name=r.unit()),
+    "cob-compile": Requests.compilation,
+    "cob-source-compare": lambda r: {**r.maybe(source=r.source()), **r.maybe(0.3, name=r.unit())},
+    "resolve-unit-source": lambda r: {"name": r.unit()},
+    "require-writable-source": lambda r: {"name": r.unit()},
+    "restore-source-from-backup": lambda r: {"name": r.pick([r.edited, r.edited, r.unit()])},
+    "fbi-raw": lambda r: r.maybe(name=r.unit()),
+    "fbi-patch": lambda r: r.edit(values=r.pick(FBI_CHANGES)),
+    "save-fbi-raw": lambda r: r.edit(text=r.pick(FBI_TEXTS)),
+    "lint-suppress": Requests.lint_rule,
+    "lint-unsuppress": Requests.lint_rule,
+    "list-archive-contents": Requests.another_archive,
+    "archive-browse-open": lambda r: {"path": r.archive},
+    "archive-browse-preview": lambda r: {**r.file_inside(),
+                                         **r.maybe(0.3, maxBytes=r.pick([0, 10, -1, 10**15]))},
+    "archive-browse-extract-one": lambda r: {**r.extraction(), **r.file_inside()},
+    "archive-browse-extract-dir": lambda r: {**r.extraction(), "directory": r.pick(FOLDERS)},
+    "archive-browse-extract-all": Requests.extraction,
+}
