@@ -48,7 +48,8 @@ std::vector<fs::path> archivesIn(const fs::path& directory) {
 
 /// The path in one spelling, symbolic links left as they are.
 fs::path comparable(const fs::path& path) {
-    const fs::path normal = fs::absolute(path).lexically_normal();
+    std::error_code ignored;
+    const fs::path normal = fs::absolute(path, ignored).lexically_normal();
     return normal.has_filename() ? normal : normal.parent_path();
 }
 
