@@ -128,7 +128,10 @@ def main():
 
         sampler = Sampler(front_end.process.pid, lambda: min(progress(), 1.0))
         try:
-            drive(front_end, Requests(rng, disk, commands), disk, rng, progress)
+            try:
+                drive(front_end, Requests(rng, disk, commands), disk, rng, progress)
+            except KeyboardInterrupt:
+                print("interrupted: this is what there was")
             seconds = time.monotonic() - began
             front_end.close()
             report(front_end, sampler, seconds)
