@@ -95,8 +95,9 @@ std::vector<TexturePtr> TextureLibrary::find(std::span<const std::string> names)
 TextureSet TextureLibrary::encode(std::span<const std::string> names,
                                   const io::Palette& palette) const {
     TextureSet set;
-    for (const TexturePtr& texture : find(names))
-        if (texture) set[io::upperCased(texture->name)] = {texture->name, pngOf(texture, palette)};
+    const std::vector<TexturePtr> textures = find(names);
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if (textures[i]) set[io::upperCased(names[i])] = {names[i], pngOf(textures[i], palette)};
     return set;
 }
 

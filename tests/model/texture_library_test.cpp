@@ -57,6 +57,7 @@ TEST(TextureLibrary, FindsTexturesAsTheGameDoes) {
         palette[96].r = red;
         const TextureSet set = library.encode(names, palette);
         ASSERT_EQ(set.size(), 2U);
+        EXPECT_EQ(set.at("ROOF").name, "ROOF");  // as asked for, not as its file spells it
         EXPECT_EQ(set.at("ROOF").png, library.encode(names, palette).at("ROOF").png);
         const io::RgbaImage image = io::decodePng(*set.at("ROOF").png);
         EXPECT_EQ(image.pixels[0].a, 0);
