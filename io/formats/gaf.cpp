@@ -97,25 +97,36 @@ public:
     }
 
     GafEntry readEntry(std::size_t index) {
-        seekEntry(index);
-        const std::uint16_t frameCount = file_.u16();
-        file_.skip(6);
-        GafEntry entry;
-        entry.name = takeName();
-        ByteCursor links(file_.take(frameCount * kFrameLinkSize), kTooSmall);
-        for (std::size_t i = 0; i < frameCount; ++i) {
-            GafFrame frame = readFrame(links.u32(), 0);
-            frame.duration = links.u32();
-            entry.frames.push_back(std::move(frame));
-        }
+        auto [name, links] = readEntryHead(index);
+        GafEntry entry{std::move(name), {}};
+        while (links.remaining() > 0) entry.frames.push_back(readLinkedFrame(links));
         return entry;
     }
 
+    GafPicture readPicture(std::size_t index) {
+        auto [name, links] = readEntryHead(index);
+        const std::size_t frameCount = links.size() / kFrameLinkSize;
+        return {std::move(name), frameCount, readLinkedFrame(links)};
+    }
+
 private:
+    struct EntryHead {
+        std::string name;
+        ByteCursor frameLinks;
+    };
+
     void seekEntry(std::size_t index) {
         if (index >= entryCount_) throw std::runtime_error(kTooSmall);
         file_.seek(entryTable_ + index * 4);
         file_.seek(file_.u32());
+    }
+
+    EntryHead readEntryHead(std::size_t index) {
+        seekEntry(index);
+        const std::uint16_t frameCount = file_.u16();
+        file_.skip(6);
+        std::string name = takeName();
+        return {std::move(name), ByteCursor(file_.take(frameCount * kFrameLinkSize), kTooSmall)};
     }
 
     std::string takeName() {
@@ -125,6 +136,12 @@ private:
     void charge(std::uint64_t work) {
         if (work > workLeft_) throw std::runtime_error(kTooSmall);
         workLeft_ -= work;
+    }
+
+    GafFrame readLinkedFrame(ByteCursor& links) {
+        GafFrame frame = readFrame(links.u32(), 0);
+        frame.duration = links.u32();
+        return frame;
     }
 
     GafFrame readFrame(std::uint32_t offset, int depth) {
@@ -286,6 +303,10 @@ std::vector<std::string> readGafEntryNames(ByteView bytes) {
 
 GafEntry readGafEntry(ByteView bytes, std::size_t index) {
     return Reader(bytes).readEntry(index);
+}
+
+GafPicture readGafPicture(ByteView bytes, std::size_t index) {
+    return Reader(bytes).readPicture(index);
 }
 
 Bytes writeGaf(const GafFile& gaf, GafEncoding encoding) {
