@@ -28,6 +28,8 @@ namespace orb::io {
 namespace {
 
 constexpr std::uint32_t kVersion = 0x00010100;
+constexpr std::size_t kEntryLinkSize = 4;
+constexpr std::size_t kEntryHeadSize = 40;
 constexpr std::size_t kNameSize = 32;
 constexpr std::size_t kFrameLinkSize = 8;
 constexpr std::size_t kFrameRecordSize = 24;
@@ -84,7 +86,8 @@ public:
         if (file_.u32() != kVersion) throw std::runtime_error("Invalid GAF version");
         entryCount_ = file_.u32();
         file_.skip(4);
-        file_.requireArray(file_.position(), entryCount_, 4);
+        // Entries of a sound file do not overlap: else a small file could name millions of them.
+        file_.requireArray(file_.position(), entryCount_, kEntryLinkSize + kEntryHeadSize);
         entryTable_ = file_.position();
     }
 
@@ -117,7 +120,7 @@ private:
 
     void seekEntry(std::size_t index) {
         if (index >= entryCount_) throw std::runtime_error(kTooSmall);
-        file_.seek(entryTable_ + index * 4);
+        file_.seek(entryTable_ + index * kEntryLinkSize);
         file_.seek(file_.u32());
     }
 
@@ -315,11 +318,11 @@ Bytes writeGaf(const GafFile& gaf, GafEncoding encoding) {
     out.u32(static_cast<std::uint32_t>(gaf.entries.size()));
     out.u32(0);
     std::size_t link = out.position();
-    out.zeros(gaf.entries.size() * 4);
+    out.zeros(gaf.entries.size() * kEntryLinkSize);
     for (const GafEntry& entry : gaf.entries) {
         out.patchU32(link, static_cast<std::uint32_t>(out.position()));
         writeEntry(out, entry, encoding);
-        link += 4;
+        link += kEntryLinkSize;
     }
     return out.take();
 }
