@@ -1,14 +1,15 @@
 #include <algorithm>
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "io/archive/hpi_writer.h"
+#include "io/path_text.h"
 #include "io/vfs/data_roots.h"
 #include "io/vfs/directory_file_system.h"
 #include "io/vfs/hpi_file_system.h"
 #include "server/logger.h"
 #include "tests/io/archive_fixture.h"
+#include "tests/platform.h"
 
 namespace orb::io {
 namespace {
@@ -48,8 +49,8 @@ TEST(LooseFilesTest, FindsFilesInAnyCaseAndOnlyInsideTheRoot) {
     folder.write("root/Units/BOTH.fbi", "upper");
     folder.write("secret", "outside");
     fs::create_directory(folder.path() / "root/Units/folder.fbi");
-    fs::create_symlink("loop.fbi", folder.path() / "root/Units/loop.fbi");
-    ASSERT_EQ(mkfifo((folder.path() / "root/Units/pipe.fbi").c_str(), 0600), 0);
+    makeLoopingLink(folder.path() / "root/Units/loop.fbi");
+    makePipe(folder.path() / "root/Units/pipe.fbi");
     const DirectoryFileSystem files(folder.path() / "root");
 
     const struct {
@@ -91,7 +92,7 @@ TEST(DataRootsTest, StacksArchivesByRankAndName) {
     folder.write("sub/inner.hpi", archive);
     folder.write("other.zip", archive);
     fs::create_directory(folder.path() / "x.hpi");
-    ASSERT_EQ(mkfifo((folder.path() / "pipe.hpi").c_str(), 0600), 0);
+    makePipe(folder.path() / "pipe.hpi");
 
     Logger logger;
     logger.setEcho(false);
@@ -111,12 +112,12 @@ TEST(DataRootsTest, StacksArchivesByRankAndName) {
                                "5/7 B.HPI", "6/7 a.hpi"}));
     Names layers;
     for (const VfsLayer& layer : stack.layers()) {
-        layers.push_back(layer.path.filename().string());
+        layers.push_back(textFromPath(layer.path.filename()));
         EXPECT_EQ(layer.rootPath, folder.path());
         EXPECT_EQ(layer.rootKind, DataRootKind::mod);
     }
     EXPECT_EQ(layers, (Names{"b.gp3", "g.Gpf", "z.ufo", "c.ccx", "B.HPI", "a.hpi",
-                             folder.path().filename().string()}));
+                             textFromPath(folder.path().filename())}));
     const Bytes log = *DirectoryFileSystem(folder.path()).readFile("log");
     EXPECT_NE(std::string(log.begin(), log.end())
                   .find("[WARN] Failed to mount bad.ufo: Not a valid HPI file (bad magic): "),
@@ -134,7 +135,7 @@ TEST(DataRootsTest, LayersMapsOnlyWhenTheyAreElsewhere) {
         bool layered;
     } cases[] = {{"", false},
                  {game, false},
-                 {game.string() + "/", false},
+                 {textFromPath(game) + "/", false},
                  {folder.path() / "maps/../game/.", false},
                  {fs::relative(game), false},
                  {folder.path() / "none", false},
@@ -210,7 +211,7 @@ TEST_F(LayersTest, VisitsTheWinnersAndReportsDamage) {
     EXPECT_EQ(visited(*stack_.layers()[2].files, ".fbi"), Names{"B.FBI=m2 archive"});
     fs::remove(folder_.path() / "m2/b.hpi");
     EXPECT_EQ(visited(*stack_.layers()[2].files, ".fbi"),
-              Names{"B.FBI!Cannot open HPI file: " + (folder_.path() / "m2/b.hpi").string()});
+              Names{"B.FBI!Cannot open HPI file: " + textFromPath(folder_.path() / "m2/b.hpi")});
 }
 
 // A thousand entries may share the data of one large file; reading each would take minutes.

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "io/path_text.h"
 #include "server/logger.h"
 
 namespace orb::unitview {
@@ -124,13 +125,13 @@ TEST_F(LintSuppressionsTest, ReportWhyTheyCannotBeWritten) {
     const fs::path inTheWay = roots_[0] / kLintSuppressFile;
     fs::create_directory(inTheWay);
     EXPECT_TRUE(loadLintSuppressions(roots_).global().empty());
-    EXPECT_EQ(failure(roots_), "open for write: " + inTheWay.string());
+    EXPECT_EQ(failure(roots_), "open for write: " + io::textFromPath(inTheWay));
 
     // Too large to be read: its rules must survive.
     fs::remove(inTheWay);
     write(0, R"({"global":{"x":["g"]}})" + std::string(1 << 22, ' '));
     EXPECT_TRUE(loadLintSuppressions(roots_).global().empty());
-    EXPECT_EQ(failure(roots_), "open for write: " + inTheWay.string());
+    EXPECT_EQ(failure(roots_), "open for write: " + io::textFromPath(inTheWay));
     EXPECT_GT(fs::file_size(inTheWay), 1U << 22);
 }
 

@@ -17,10 +17,14 @@ starts with blanks continues the one above it. $DATA is the folder of the sample
 empty folder of the session's own. A line `@ no-fd3` at the top starts the program without a binary
 channel.
 
-usage: run.py PROGRAM DATA FILE...
+usage: run.py [--wine COMMAND LAUNCHER] PROGRAM DATA FILE...
+
+With --wine the program is one for Windows, started through the command and windows_launcher.cpp;
+the paths that it is sent and must answer are those of the drive on which it sees ours.
 """
 import json
 import os
+import shlex
 import shutil
 import subprocess
 import sys
@@ -37,6 +41,45 @@ os.dup2(NOTHING, 3)
 
 class Mismatch(Exception):
     pass
+
+
+class Native:
+    """Starts the program as it is."""
+
+    def __init__(self, program):
+        self.program = program
+
+    def start(self, log, channel):
+        """`channel` is the writing end for binary frames or None."""
+        if channel is not None:
+            os.dup2(channel, 3)
+        with open(log, "wb") as errors:
+            process = subprocess.Popen([self.program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                       stderr=errors, pass_fds=[] if channel is None else [3])
+        os.dup2(NOTHING, 3)
+        return process
+
+    def seen(self, path):
+        """How the program names a file of ours."""
+        return path
+
+
+class Wine:
+    """Starts a program for Windows."""
+
+    def __init__(self, command, launcher, program):
+        self.command, self.launcher, self.program = shlex.split(command), launcher, program
+
+    def start(self, log, channel):
+        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE}
+        if channel is None:
+            with open(log, "wb") as errors:
+                return subprocess.Popen([*self.command, self.program], stderr=errors, **pipes)
+        return subprocess.Popen([*self.command, self.launcher, self.seen(log),
+                                 self.seen(self.program)], stderr=channel, **pipes)
+
+    def seen(self, path):
+        return "Z:" + path
 
 
 class Frames:
@@ -110,7 +153,7 @@ def read_steps(path):
     return steps
 
 
-def play(program, data, path):
+def play(platform, data, path):
     """Plays one file; raises Mismatch with the place of the first difference."""
     steps = read_steps(path)
     binary = True
@@ -118,18 +161,14 @@ def play(program, data, path):
         binary = steps.pop(0)[2] != "no-fd3"
     with tempfile.TemporaryDirectory() as scratch:
         reader, writer = os.pipe()
-        os.dup2(writer, 3)
-        process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                   stderr=open(os.path.join(scratch, "log"), "wb"),
-                                   pass_fds=[3] if binary else [])
-        os.dup2(NOTHING, 3)
+        process = platform.start(os.path.join(scratch, "log"), writer if binary else None)
         os.close(writer)
         frames = Frames(reader)
         work = os.path.join(scratch, "work")
         os.mkdir(work)
 
-        def fill(text):
-            return text.replace("$DATA", data).replace("$TMP", work)
+        def fill(text, place=platform.seen):
+            return text.replace("$DATA", place(data)).replace("$TMP", place(work))
 
         reply = None
         for number, sign, text in steps:
@@ -149,7 +188,7 @@ def play(program, data, path):
                     if sign == "<":
                         reply = actual
                 elif sign == "+":
-                    shutil.copytree(*fill(text).split())
+                    shutil.copytree(*fill(text, str).split())
                 elif sign == "~":
                     size = len(frames.next())
                     wanted = reply["data"]["byteSize"] if text == "byteSize" else int(text)
@@ -172,11 +211,17 @@ def play(program, data, path):
 
 
 def main():
-    program, data, *files = sys.argv[1:]
+    arguments = sys.argv[1:]
+    if arguments[0] == "--wine":
+        command, launcher, program, data, *files = arguments[1:]
+        platform = Wine(command, launcher, program)
+    else:
+        program, data, *files = arguments
+        platform = Native(program)
     failures = 0
     for path in files:
         try:
-            print(f"ok   {os.path.basename(path)}: {play(program, os.path.abspath(data), path)} answers")
+            print(f"ok   {os.path.basename(path)}: {play(platform, os.path.abspath(data), path)} answers")
         except Mismatch as error:
             failures += 1
             print(f"FAIL {error}")
