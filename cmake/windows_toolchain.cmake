@@ -11,8 +11,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(ZLIB_USE_STATIC_LIBS ON)
 
-# An .exe that stands alone.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
+# An .exe that stands alone and has the 8 MiB of stack that Linux gives.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-static -Wl,--stack,8388608")
 
 # Tests and the sample builder run with Wine, in a drive of their own below the build tree.
 find_program(WINE NAMES wine64 wine PATHS /usr/lib/wine)

@@ -6,7 +6,8 @@
 #include <filesystem>
 
 #ifdef _WIN32
-/// Whether there are named pipes and symbolic links among the files, fork() and mount().
+/// Whether there are named pipes, symbolic links, sparse files, permissions of a group and names
+/// that differ by case only among the files, and fork() and mount().
 #define ORB_TEST_HAS_POSIX 0
 #else
 #define ORB_TEST_HAS_POSIX 1

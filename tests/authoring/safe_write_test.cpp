@@ -155,7 +155,7 @@ public:
     }
 
 private:
-    static constexpr fs::perms kPermissions{0640};
+    static constexpr fs::perms kPermissions{ORB_TEST_HAS_POSIX ? 0640 : 0666};
 
     io::Bytes form(const std::string& text) const {
         return location_.kind == Kind::archive ? archiveWith(text) : bytesOf(text);
@@ -255,12 +255,17 @@ TEST(SafeWriteTest, NamesWhatFailed) {
               "createDirectories: create dir: Input/output error\n"
               "followLink: open: open for write: $/units/A.FBI\n"
               "write: flush: close: write failed: $/units/A.FBI\n");
+    std::error_code nameTaken;
+    const auto file = folder.write("file", "");
+    fs::create_hard_link(file, file, nameTaken);
     EXPECT_EQ(messagesOf(folder, {"", Target::archiveEntry, false, true, true}),
               "status: backup failed: Input/output error\n"
-              "status: backup failed: File exists\n"
-              "followLink: open: open temp failed: $/a.ufo.orb-write-tmp\n"
-              "write: flush: close: write temp failed: $/a.ufo.orb-write-tmp\n"
-              "read: open: write: flush: close: rename failed: Input/output error\n");
+              "status: backup failed: " +
+                  nameTaken.message() +
+                  "\n"
+                  "followLink: open: open temp failed: $/a.ufo.orb-write-tmp\n"
+                  "write: flush: close: write temp failed: $/a.ufo.orb-write-tmp\n"
+                  "read: open: write: flush: close: rename failed: Input/output error\n");
     EXPECT_EQ(
         messagesOf(folder, {"", Target::looseFile, true, true, true}),
         "status: no backup at $/units/A.FBI.orbbackup\n"
@@ -283,7 +288,9 @@ TEST(SafeWriteTest, AsksBeforeTheFirstBackupAndKeepsIt) {
     EXPECT_EQ(write(kOld, true), WriteOutcome::ok);
     std::ifstream reader(file);  // as another process may hold it
     EXPECT_EQ(write(kNew, false), WriteOutcome::ok) << "the backup is there";
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), kOld);
+    // Where an open file keeps its name, the new text is written into it.
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}),
+              ORB_TEST_HAS_POSIX ? kOld : kNew);
     EXPECT_EQ(write(kNew + kNew, true), WriteOutcome::ok);
     EXPECT_EQ(readAll(file), kNew + kNew);
     EXPECT_EQ(readAll(backupPath(file)), kFirst);

@@ -8,29 +8,23 @@
 
 #include "io/path_text.h"
 #include "server/logger.h"
+#include "tests/io/archive_fixture.h"
 
 namespace orb::unitview {
 namespace {
 
 namespace fs = std::filesystem;
 
-/// Two data roots in a folder that goes away with the test.
+/// Two data roots in a folder.
 class LintSuppressionsTest : public testing::Test {
 protected:
     LintSuppressionsTest() {
-        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        folder_ = fs::temp_directory_path() / (std::string("orb_lint_") + test->name());
-        fs::remove_all(folder_);
-        roots_ = {folder_ / "mod", folder_ / "game"};
         for (const fs::path& root : roots_) fs::create_directories(root);
         logger_.setEcho(false);
         logger_.openFile(folder_ / "log");
         setCurrentLogger(&logger_);
     }
-    ~LintSuppressionsTest() override {
-        setCurrentLogger(nullptr);
-        fs::remove_all(folder_);
-    }
+    ~LintSuppressionsTest() override { setCurrentLogger(nullptr); }
 
     void write(std::size_t root, std::string_view text) {
         std::ofstream(roots_[root] / kLintSuppressFile, std::ios::binary) << text;
@@ -41,8 +35,9 @@ protected:
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    fs::path folder_;
-    std::vector<fs::path> roots_;
+    io::TestFolder testFolder_;
+    fs::path folder_ = testFolder_.path();
+    std::vector<fs::path> roots_{folder_ / "mod", folder_ / "game"};
     Logger logger_;
 };
 
