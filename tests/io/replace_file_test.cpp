@@ -11,12 +11,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
+#if ORB_TEST_HAS_POSIX
 std::string textOf(const fs::path& path) {
     std::error_code error;
     return std::string(asText(systemFileOps().read(path, error)));
 }
 
-#if ORB_TEST_HAS_POSIX
 TEST(ReplaceFileTest, WritesWhatALinkLeadsTo) {
     const TestFolder folder;
     const fs::path file = folder.write("far/file", bytesOf("old"));
