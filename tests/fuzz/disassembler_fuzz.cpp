@@ -1,0 +1,27 @@
+#include "bos/compiler.h"
+#include "bos/disassembler.h"
+#include "bos/source_compare.h"
+#include "cob_input.h"
+
+// The disassembler: whatever a file holds, its text means the same code.
+
+namespace orb::fuzz {
+
+void run(io::ByteView input) {
+    io::CobFile cob;
+    if (!accepts([&] { cob = cobFrom(input); })) return;
+    const unitview::bos::BosDisassembly text = unitview::bos::disassembleCob(cob);
+    for (const unitview::CobLineSpan& span : text.lineSpans)
+        require(span.from <= span.to && span.to < cob.code.size(), "a span lies in the code");
+    const unitview::bos::BosCompilation compiled =
+        unitview::bos::compileBos(text.source, "", nullptr);
+    if (!text.isExact) return;
+    require(compiled.ok && compiled.code.cob.code == cob.code &&
+                compiled.code.cob.pieces == cob.pieces &&
+                compiled.code.cob.staticVarCount == cob.staticVarCount,
+            "an exact text compiles to the same code");
+    const auto compared = unitview::bos::compareSource(cob, text.source, "", nullptr);
+    require(compared.ok && compared.isSameCode, "comparing finds an exact text alike");
+}
+
+}  // namespace orb::fuzz
