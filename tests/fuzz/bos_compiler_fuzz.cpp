@@ -2,7 +2,8 @@
 #include "bos/source_compare.h"
 #include "fuzzing.h"
 
-// The script compiler: options from the first byte, then the source.
+// The script compiler: options from the first byte, then the source and, behind a form feed, the
+// text of every header that it includes.
 
 namespace orb::fuzz {
 namespace {
@@ -19,6 +20,30 @@ BosOptionChoices optionsFrom(std::uint8_t bits) {
     return choices;
 }
 
+/// Has one text under every name of a header.
+class Headers : public io::AbstractVirtualFileSystem {
+public:
+    explicit Headers(std::string_view text) : text_(text) {}
+
+    std::optional<io::Bytes> readFile(std::string_view path) const override {
+        if (!path.ends_with(".h")) return std::nullopt;
+        return io::Bytes(text_.begin(), text_.end());
+    }
+    std::vector<std::string> listFiles(std::string_view, std::string_view) const override {
+        return {};
+    }
+    std::vector<std::string> listDirectories(std::string_view) const override { return {}; }
+    std::optional<io::FileLocation> locate(std::string_view) const override { return {}; }
+
+private:
+    void visitFiles(std::string_view, std::string_view, const io::FileVisitor&,
+                    const io::FileFilter&) const override {}
+
+    std::string_view text_;
+};
+
+constexpr const char* kPath = "scripts/fuzz.bos";
+
 /// Spans lie in the code, one behind the other, and leave no word out.
 void checkSpans(const GeneratedCode& code, std::size_t lineCount) {
     std::uint64_t next = 0;
@@ -31,19 +56,27 @@ void checkSpans(const GeneratedCode& code, std::size_t lineCount) {
     require(next == code.cob.code.size(), "spans hold every word");
 }
 
+bool isLineBreak(char c) {
+    return c == '\n' || c == '\r';
+}
+
 }  // namespace
 
 void run(io::ByteView input) {
     Choices choices(input);
     const BosOptionChoices options = optionsFrom(choices.byte());
-    const std::string_view source = io::asText(choices.rest());
-    const BosCompilation compiled = compileBos(source, "scripts/fuzz.bos", nullptr, options);
-    const std::size_t lineCount =
-        1 + static_cast<std::size_t>(std::ranges::count(source, '\n'));
+    const std::string_view source = choices.until('\f');
+    const std::string_view header = io::asText(choices.rest());
+    const Headers headers(header);
+    const BosCompilation compiled = compileBos(source, kPath, &headers, options);
+    const auto lineCount = static_cast<std::size_t>(
+        1 + std::max(std::ranges::count_if(source, isLineBreak),
+                     std::ranges::count_if(header, isLineBreak)));
     bool hasError = false;
     for (const BosDiagnostic& diagnostic : compiled.diagnostics) {
         hasError |= diagnostic.severity == Severity::error;
-        require(diagnostic.line <= lineCount && diagnostic.message.size() <= 2 * DiagnosticList::kMaxMessage,
+        require(diagnostic.line <= lineCount &&
+                    diagnostic.message.size() <= 2 * DiagnosticList::kMaxMessage,
                 "a diagnostic names a line of the source");
     }
     require(compiled.ok != hasError, "errors and nothing else keep a source from being compiled");
@@ -56,7 +89,7 @@ void run(io::ByteView input) {
                 again.scripts.size() == cob.scripts.size(),
             "the result can be read as a script file");
     if (options.linearScale || options.angularScale) return;
-    const SourceComparison compared = compareSource(cob, source, "scripts/fuzz.bos", nullptr);
+    const SourceComparison compared = compareSource(cob, source, kPath, &headers);
     require(compared.ok && compared.scripts.size() == cob.scripts.size(),
             "a source can be compared with its own code");
 }

@@ -14,7 +14,7 @@ using namespace unitview;
 
 constexpr std::size_t kHostBytes = 32;
 /// Slices of threads in all; each may take thousands of instructions.
-constexpr std::size_t kMaxSlices = 400;
+constexpr std::size_t kMaxSlices = 64;
 constexpr std::size_t kModelPieces = 4;
 
 class Host {
@@ -62,7 +62,7 @@ private:
             case 6:
                 // 600 ticks of one thread are enough; those of 256 would take seconds
                 if (startsThreads_ || instance_.threads.size() > 4) return tick(2);
-                slices_ += 100;
+                slices_ += kMaxSlices / 2;
                 return debugger_.resume(CobResumeMode::run);
             case 7:
                 ++slices_;
@@ -84,6 +84,16 @@ private:
         }
     }
 
+    /// Only such a script is sure to count as running: of several with one entry the first does.
+    bool hasCodeOfItsOwn(const std::string& name) const {
+        const auto& scripts = instance_.file().scripts;
+        const int index = instance_.file().findScript(name);
+        if (index < 0) return false;
+        const std::uint32_t entry = scripts[static_cast<std::size_t>(index)].entry;
+        return entry < instance_.file().code.size() &&
+               std::ranges::count(scripts, entry, &io::CobFile::Script::entry) == 1;
+    }
+
     const std::string& scriptName(Choices& choices) const {
         const auto& scripts = instance_.file().scripts;
         static const std::string none;
@@ -95,7 +105,7 @@ private:
         const std::int32_t arguments[] = {choices.byte() - 128, 1 << 30, -1};
         accepts([&] {
             debugger_.startScript(name, std::span(arguments).first(choices.below(4)));
-            require(debugger_.isScriptRunning(name) || debugger_.isPaused(), "a started script runs");
+            if (hasCodeOfItsOwn(name)) require(debugger_.isScriptRunning(name), "a started script runs");
         });
     }
 

@@ -13,7 +13,7 @@ void run(io::ByteView input) {
     Choices choices(input);
     unitview::TeamColor team{.color = {choices.byte(), choices.byte(), choices.byte()},
                              .enabled = true};
-    for (float& brightness : team.mask) brightness = static_cast<float>(choices.byte()) / 64 - 1;
+    for (float& brightness : team.mask) brightness = static_cast<float>(choices.byte()) / 255;
     const auto colors = unitview::unitColors(palette, team);
     for (const unitview::ColorRgb& color : colors)
         for (const float part : color) require(part >= 0 && part <= 1, "a colour lies in 0 to 1");

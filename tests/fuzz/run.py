@@ -21,6 +21,8 @@ SLOW_SECONDS = 5  # for one input, under the sanitizers
 MEMORY_MB = 2048
 ALLOCATION_MB = 512
 CANNOT_CONFINE = 3
+# Slow targets with much code behind them get a larger share of the time.
+WEIGHTS = {"requests": 4, "bos_compiler": 2, "disassembler": 2, "interpreter": 2, "palette": 0.2}
 COLUMNS = "{:18} {:>11} {:>8} {:>7} {:>7}  {}"
 
 
@@ -37,6 +39,7 @@ class Fuzzer:
     def __init__(self, build, program):
         self.program = program
         self.target = os.path.basename(program).removesuffix("_fuzz")
+        self.weight = WEIGHTS.get(self.target, 1)
         self.seeds = os.path.join(build, "seeds", self.target)
         self.dictionary = self.seeds + ".dict"
         self.corpus = os.path.join(build, "corpus", self.target)
@@ -69,8 +72,15 @@ class Fuzzer:
             return "not run: " + self.log.strip().splitlines()[-1]
         if self.status == 0:
             return "ok"
-        summary = last_number(r"(?:broken: |SUMMARY: )(.*)", self.log, "ended early")
-        return f"FAULT {summary} [{', '.join(self.found)}]"
+        said = re.search(r"^broken: .*|^ +what\(\): .*|SUMMARY: .*", self.log, re.MULTILINE)
+        return f"FAULT {said[0].strip()[:120] if said else 'ended early'} {' '.join(self.found)}"
+
+    def excerpt(self):
+        """The log from the fault on, without the fuzzing engine's own part of the stack."""
+        lines = re.split(r"^(?=broken: |terminate called|==\d+==|.*runtime error: )", self.log,
+                         maxsplit=1, flags=re.MULTILINE)[-1].splitlines()
+        ours = [line[:200] for line in lines if " in fuzzer::" not in line]
+        return "\n".join(ours[:30])
 
     def row(self):
         return COLUMNS.format(self.target,
@@ -88,18 +98,19 @@ def main():
     fuzzers = [fuzzer for fuzzer in fuzzers if not wanted or fuzzer.target in wanted]
     if not fuzzers:
         sys.exit("no such fuzzer")
-    share = max(1, int(seconds) * AT_ONCE // len(fuzzers))
+    fuzzers.sort(key=lambda each: -each.weight)  # so that both finish at about the same time
+    share = int(seconds) * AT_ONCE / sum(each.weight for each in fuzzers)
     print(COLUMNS.format("target", "executions", "exec/s", "corpus", "edges", "result"), flush=True)
     failed = []
     with ThreadPoolExecutor(AT_ONCE) as pool:
-        for fuzzer in pool.map(lambda each: each.run(share), fuzzers):
+        for fuzzer in pool.map(lambda each: each.run(max(1, round(share * each.weight))), fuzzers):
             print(fuzzer.row(), flush=True)
             if fuzzer.status not in (0, CANNOT_CONFINE):
                 failed.append(fuzzer)
     for fuzzer in failed:
         with open(fuzzer.artifacts + "log.txt", "w", encoding="utf-8") as file:
             file.write(fuzzer.log)
-        print(f"\n{fuzzer.target}: see {fuzzer.artifacts}log.txt\n" + fuzzer.log[-3000:])
+        print(f"\n{fuzzer.target}: see {fuzzer.artifacts}log.txt\n{fuzzer.excerpt()}")
     return 1 if failed else 0
 
 

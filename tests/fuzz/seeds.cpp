@@ -52,7 +52,6 @@ const std::vector<Use>& uses() {
         {".json", "unit_ir"},
         {".json", "text"},
         {".bos", "bos_compiler", std::string(1, '\0')},
-        {".bos", "bos_compiler", "\x07"},
     };
     return all;
 }
@@ -114,7 +113,7 @@ void useArchives(Output& out, const fs::path& data) {
             out.seed("archive", readText(entry.path()));
 }
 
-/// Scripts that are packed without their source.
+/// Scripts that are packed without their source, and the headers behind those that want them.
 std::set<std::string> useSources(Output& out, const fs::path& sources) {
     std::set<std::string> words;
     for (const auto& entry : fs::recursive_directory_iterator(sources)) {
@@ -122,6 +121,11 @@ std::set<std::string> useSources(Output& out, const fs::path& sources) {
         if (!name.ends_with(".bos") && !name.ends_with(".cob.txt")) continue;
         const std::string text = readText(entry.path());
         if (name.ends_with(".cob.txt")) useFile(out, "x.bos", text);
+        if (const auto at = text.find("#include \""); at != std::string::npos) {
+            const std::size_t begin = at + 10;
+            const std::string header = text.substr(begin, text.find('"', begin) - begin);
+            useFile(out, "x.bos", text + '\f' + readText(entry.path().parent_path() / header));
+        }
         constexpr auto isPart = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-'; };
         for (auto at = text.begin(); at != text.end();) {
             const auto begin = std::find_if(at, text.end(), isPart);
