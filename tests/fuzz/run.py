@@ -4,7 +4,7 @@
 Corpora stay in BUILD/corpus/<target>, from run to run; what a fault was found with is put into
 BUILD/artifacts/<target>/. To look at one again: BUILD/fuzzers/<target>_fuzz FILE.
 
-usage: run.py BUILD SECONDS [TARGET...]
+usage: run.py BUILD [SECONDS [TARGET...]]
 """
 import glob
 import os
@@ -91,7 +91,7 @@ class Fuzzer:
 
 
 def main():
-    build, seconds, *wanted = sys.argv[1:]
+    build, seconds, *wanted = *sys.argv[1:], *(["60"] if len(sys.argv) == 2 else [])
     build = os.path.abspath(build)
     programs = sorted(glob.glob(os.path.join(build, "fuzzers", "*_fuzz")))
     fuzzers = [Fuzzer(build, program) for program in programs]
