@@ -61,7 +61,7 @@ private:
                 return debugger_.clearBreakpoints();
             case 6:
                 // 600 ticks of one thread are enough; those of 256 would take seconds
-                if (startsThreads_ || instance_.threads.size() > 4) return tick(2);
+                if (command < 192 || startsThreads_ || instance_.threads.size() > 4) return tick(2);
                 slices_ += kMaxSlices / 2;
                 return debugger_.resume(CobResumeMode::run);
             case 7:
