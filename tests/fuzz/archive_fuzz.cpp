@@ -49,7 +49,8 @@ void checkRewritten(const io::HpiArchive& archive, const std::string& path,
     const MemoryFile file(*rewritten);
     const io::HpiArchive again(file.path());
     const io::HpiEntry* const changed = find(again, path);
-    require(changed && io::asText(again.readFile(*changed)) == kContent, "the new content is there");
+    require(changed && io::asText(again.readFile(*changed)) == kContent,
+            "the new content is there");
     std::size_t compared = 0;
     for (const auto& [name, entry] : files) {
         const io::HpiEntry* const old = find(archive, name);

@@ -69,9 +69,9 @@ void run(io::ByteView input) {
     const std::string_view header = io::asText(choices.rest());
     const Headers headers(header);
     const BosCompilation compiled = compileBos(source, kPath, &headers, options);
-    const auto lineCount = static_cast<std::size_t>(
-        1 + std::max(std::ranges::count_if(source, isLineBreak),
-                     std::ranges::count_if(header, isLineBreak)));
+    const auto lineCount =
+        static_cast<std::size_t>(1 + std::max(std::ranges::count_if(source, isLineBreak),
+                                              std::ranges::count_if(header, isLineBreak)));
     bool hasError = false;
     for (const BosDiagnostic& diagnostic : compiled.diagnostics) {
         hasError |= diagnostic.severity == Severity::error;

@@ -33,8 +33,8 @@ io::Bytes chunkAround(Choices& choices) {
 void run(io::ByteView input) {
     Choices choices(input);
     const bool isWhole = choices.flag();
-    io::Bytes chunk = isWhole ? io::Bytes(choices.rest().begin(), choices.rest().end())
-                              : chunkAround(choices);
+    io::Bytes chunk =
+        isWhole ? io::Bytes(choices.rest().begin(), choices.rest().end()) : chunkAround(choices);
     io::HpiChunkDecoder decoder;
     io::Bytes decoded = {1, 2, 3};
     if (accepts([&] { decoder.append(chunk, decoded); }))

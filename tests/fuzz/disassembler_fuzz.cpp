@@ -29,7 +29,8 @@ void run(io::ByteView input) {
     const unitview::bos::BosDisassembly text = unitview::bos::disassembleCob(cob);
     for (const unitview::CobLineSpan& span : text.lineSpans)
         require(span.from <= span.to && span.to < cob.code.size(), "a span lies in the code");
-    require(text.isExact || text.hasTrailingText || !isOrderly(cob), "an orderly file has an exact text");
+    require(text.isExact || text.hasTrailingText || !isOrderly(cob),
+            "an orderly file has an exact text");
     const unitview::bos::BosCompilation compiled =
         unitview::bos::compileBos(text.source, "", nullptr);
     require(compiled.ok, "every text compiles");

@@ -33,9 +33,8 @@ std::vector<FbiChange> readChanges(Choices& choices) {
 }
 
 const FbiChange* changeOf(const std::vector<FbiChange>& changes, std::string_view key) {
-    const auto found = std::ranges::find_if(changes, [&](const FbiChange& change) {
-        return io::equalsIgnoringCase(change.key, key);
-    });
+    const auto found = std::ranges::find_if(
+        changes, [&](const FbiChange& change) { return io::equalsIgnoringCase(change.key, key); });
     return found == changes.end() ? nullptr : &*found;
 }
 
@@ -55,8 +54,7 @@ void checkEffect(const io::TdfSection& before, const io::TdfSection& after,
     for (const auto& [key, value] : newInfo.values)
         require(changeOf(changes, key) || oldInfo.values.contains(key), "no key appears by itself");
     require(oldInfo.children.size() == newInfo.children.size() &&
-                before.children.size() == after.children.size() &&
-                before.values == after.values,
+                before.children.size() == after.children.size() && before.values == after.values,
             "everything else stays");
 }
 
@@ -72,7 +70,8 @@ bool isLeftOf(std::string_view part, std::string_view whole) {
 void checkBytes(std::string_view before, std::string_view after, const FbiChange& change,
                 std::optional<std::string_view> oldValue) {
     if (!change.value) return require(isLeftOf(after, before), "removing only leaves bytes out");
-    const auto front = static_cast<std::size_t>(std::ranges::mismatch(before, after).in1 - before.begin());
+    const auto front =
+        static_cast<std::size_t>(std::ranges::mismatch(before, after).in1 - before.begin());
     const std::string_view lost = before.substr(front);
     const std::string_view gained = after.substr(front);
     const auto ends = std::mismatch(lost.rbegin(), lost.rend(), gained.rbegin(), gained.rend());
@@ -98,7 +97,8 @@ void run(io::ByteView input) {
             checkBytes(text, edit.text, changes[0],
                        before.child("UNITINFO")->getString(changes[0].key));
         const unitview::FbiEdit again = unitview::editFbi(edit.text, changes);
-        require(again.changed.empty() && again.text == edit.text, "the same edit again does nothing");
+        require(again.changed.empty() && again.text == edit.text,
+                "the same edit again does nothing");
     } catch (const unitview::RequestError&) {
         return;
     }

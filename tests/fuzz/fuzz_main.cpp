@@ -1,16 +1,17 @@
+#include <ctime>
+
 #include <fcntl.h>
 #include <linux/landlock.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <ctime>
-
 #include "fuzzing.h"
 #include "server/logger.h"
 
-// Inputs of some targets are requests that write files wherever they name. What such a target adds
-// to keep them in its scratch folder can have holes; the kernel's own sandbox below cannot be left.
+// Inputs of some targets are requests that write files wherever they name. What such a target does
+// to keep them in its scratch folder may have holes; the kernel's own sandbox below cannot be left
+// (it does let through changes of permissions, which no request asks for).
 
 namespace orb::fuzz {
 namespace {
@@ -38,8 +39,8 @@ constexpr double kSlowSeconds = 6;
 class Sandbox {
 public:
     Sandbox() {
-        const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0,
-                                     LANDLOCK_CREATE_RULESET_VERSION);
+        const long version =
+            syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
         if (version < 2) refuseToRun("this kernel has no landlock");
         if (version >= 3) writing_ |= kTruncating;
         const landlock_ruleset_attr attributes{.handled_access_fs = writing_};

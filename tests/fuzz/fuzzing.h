@@ -21,8 +21,8 @@ void run(io::ByteView input);
 /// The exit status of a process that the kernel cannot keep to its own folders; nothing was run.
 inline constexpr int kCannotConfine = 3;
 
-/// A folder of this process's own, below the system's temporary one and removed at the end: beside
-/// corpus and artefacts the only place where the process may write anything at all.
+/// A folder of this process's own below the system's temporary one: beside corpus and artefacts the
+/// only place where the process may write anything at all.
 const std::filesystem::path& scratchFolder();
 
 /// A broken invariant: says so and ends the process, as a crash does.

@@ -9,14 +9,12 @@ namespace {
 
 bool areSame(const io::GafEntry& a, const io::GafEntry& b) {
     return a.name == b.name &&
-           std::ranges::equal(a.frames, b.frames,
-                              [](const io::GafFrame& left, const io::GafFrame& right) {
-                                  return left.width == right.width && left.height == right.height &&
-                                         left.originX == right.originX &&
-                                         left.originY == right.originY &&
-                                         left.duration == right.duration &&
-                                         left.pixels == right.pixels;
-                              });
+           std::ranges::equal(
+               a.frames, b.frames, [](const io::GafFrame& left, const io::GafFrame& right) {
+                   return left.width == right.width && left.height == right.height &&
+                          left.originX == right.originX && left.originY == right.originY &&
+                          left.duration == right.duration && left.pixels == right.pixels;
+               });
 }
 
 void checkWritten(const io::GafFile& gaf, io::GafEncoding encoding) {
@@ -45,8 +43,9 @@ void run(io::ByteView input) {
     }
     io::GafFile gaf;
     if (!accepts([&] { gaf = io::parseGaf(input); })) return;
-    require(gaf.entries.size() == names.size() && readable == std::min<std::size_t>(names.size(), 8),
-            "what can be read as a whole can be read entry by entry");
+    require(
+        gaf.entries.size() == names.size() && readable == std::min<std::size_t>(names.size(), 8),
+        "what can be read as a whole can be read entry by entry");
     checkWritten(gaf, io::GafEncoding::plain);
     checkWritten(gaf, io::GafEncoding::compressed);
 }

@@ -105,7 +105,8 @@ private:
         const std::int32_t arguments[] = {choices.byte() - 128, 1 << 30, -1};
         accepts([&] {
             debugger_.startScript(name, std::span(arguments).first(choices.below(4)));
-            if (hasCodeOfItsOwn(name)) require(debugger_.isScriptRunning(name), "a started script runs");
+            if (hasCodeOfItsOwn(name))
+                require(debugger_.isScriptRunning(name), "a started script runs");
         });
     }
 
@@ -140,13 +141,15 @@ private:
                     instance_.trace.size() <= kMaxTraceEntries,
                 "nothing else grows");
         if (debugger_.isPaused())
-            require(debugger_.pausedOffset() < instance_.file().code.size(), "a pause is in the code");
+            require(debugger_.pausedOffset() < instance_.file().code.size(),
+                    "a pause is in the code");
     }
 
     void describeTrace() const {
         const std::size_t count = std::min<std::size_t>(instance_.trace.size(), 64);
         for (std::size_t i = 0; i < count; ++i)
-            require(!describe(instance_.trace[i], instance_.file()).event.empty(), "a trace has words");
+            require(!describe(instance_.trace[i], instance_.file()).event.empty(),
+                    "a trace has words");
         for (const auto& thread : instance_.threads) instance_.scriptNameAt(thread->pc);
     }
 

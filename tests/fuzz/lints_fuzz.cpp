@@ -21,7 +21,8 @@ void run(io::ByteView input) {
     std::size_t calls = 0, calledBy = 0, starts = 0, startedBy = 0;
     for (const unitview::ScriptSummary& script : analysis.scripts) {
         for (const std::uint32_t callee : script.calls) require(callee < count, "a callee exists");
-        for (const std::uint32_t caller : script.calledBy) require(caller < count, "a caller exists");
+        for (const std::uint32_t caller : script.calledBy)
+            require(caller < count, "a caller exists");
         calls += script.calls.size();
         calledBy += script.calledBy.size();
         starts += script.starts.size();

@@ -23,7 +23,8 @@ void checkMesh(const unitview::ModelMesh& mesh, std::size_t pieceCount) {
     for (const unitview::DrawRange& range : mesh.ranges) {
         require(range.firstVertex == vertices && range.vertexCount % 3 == 0, "ranges follow");
         require(range.vertexCount <= unitview::kMaxRangeVertices, "indices fit 16 bits");
-        require(!range.texture || *range.texture < mesh.textureNames.size(), "a texture has a name");
+        require(!range.texture || *range.texture < mesh.textureNames.size(),
+                "a texture has a name");
         vertices += range.vertexCount;
     }
     require(vertices == mesh.positions.size(), "ranges hold every vertex");
@@ -42,7 +43,10 @@ void checkDocument(const json& document, std::size_t binarySize) {
         const json& view = document["bufferViews"].at(accessor["bufferView"].get<std::size_t>());
         const bool isShort = accessor["componentType"] == 5123;
         const std::string type = accessor["type"];
-        const std::size_t parts = type == "SCALAR" ? 1 : type == "VEC2" ? 2 : type == "VEC3" ? 3 : 4;
+        const std::size_t parts = type == "SCALAR" ? 1
+                                  : type == "VEC2" ? 2
+                                  : type == "VEC3" ? 3
+                                                   : 4;
         require(accessor.value("byteOffset", 0U) +
                         accessor["count"].get<std::size_t>() * parts * (isShort ? 2 : 1) <=
                     view["byteLength"].get<std::size_t>(),

@@ -18,7 +18,8 @@ void run(io::ByteView input) {
     for (const unitview::ColorRgb& color : colors)
         for (const float part : color) require(part >= 0 && part <= 1, "a colour lies in 0 to 1");
     team.enabled = false;
-    require(unitview::unitPalette(palette, team) == palette, "without a team the palette's colours");
+    require(unitview::unitPalette(palette, team) == palette,
+            "without a team the palette's colours");
 }
 
 }  // namespace orb::fuzz

@@ -19,7 +19,8 @@ public:
     PngBytes() { out_.text(kSignature); }
 
     void u32(std::uint32_t value) {
-        for (int shift = 24; shift >= 0; shift -= 8) out_.u8(static_cast<std::uint8_t>(value >> shift));
+        for (int shift = 24; shift >= 0; shift -= 8)
+            out_.u8(static_cast<std::uint8_t>(value >> shift));
     }
     void chunk(std::string_view type, io::ByteView data) {
         u32(static_cast<std::uint32_t>(data.size()));
@@ -49,8 +50,9 @@ io::Bytes builtFrom(Choices& choices) {
     const io::ByteView rows = choices.rest();
     io::Bytes packed(compressBound(static_cast<uLong>(rows.size())));
     uLongf length = static_cast<uLongf>(packed.size());
-    require(compress2(packed.data(), &length, rows.data(), static_cast<uLong>(rows.size()), 1) == Z_OK,
-            "the test's own picture is packed");
+    require(
+        compress2(packed.data(), &length, rows.data(), static_cast<uLong>(rows.size()), 1) == Z_OK,
+        "the test's own picture is packed");
     packed.resize(length);
     const std::size_t cut = packed.size() / 2;
     png.chunk("IDAT", io::ByteView(packed).first(cut));
@@ -86,8 +88,9 @@ void run(io::ByteView input) {
     const io::ImageSize size = io::readPngSize(file);
     require(size.width == image.width && size.height == image.height, "both sizes agree");
     const io::RgbaImage again = io::decodePng(io::encodePng(image));
-    require(again.width == image.width && again.height == image.height && again.pixels == image.pixels,
-            "a picture reads as it was written");
+    require(
+        again.width == image.width && again.height == image.height && again.pixels == image.pixels,
+        "a picture reads as it was written");
 }
 
 }  // namespace orb::fuzz

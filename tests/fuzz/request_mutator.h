@@ -119,30 +119,98 @@ private:
             }
             default: {
                 json object = json::object();
-                for (std::size_t i = below(4); i > 0; --i)
-                    object[any(kKeys)] = anyValue(depth + 1);
+                for (std::size_t i = below(4); i > 0; --i) object[any(kKeys)] = anyValue(depth + 1);
                 return object;
             }
         }
     }
 
-    static constexpr double kNumbers[] = {0,   -1,         1.5,        65536,
-                                          1e9, 4294967295, 4294967296, -9.3e18, 1e300};
-    static constexpr const char* kKeys[] = {
-        "name", "names", "unit", "unitName", "path", "internalPath", "destination", "directory",
-        "overwrite", "maxBytes", "taDataPath", "modPaths", "mapsPath", "text", "values",
-        "allowBackupCreation", "script", "args", "ticks", "count", "offsets", "lineSpans", "line",
-        "from", "to", "mode", "code", "target", "weapon", "sound", "texture", "source", "options",
-        "linearScale", "angularScale", "implicitReturn", "valuelessReturn", "argumentOrder",
-        "cob_b64", "enable", "clear", "maxEntries", "teamColor", "search", "side", "suffix",
-        "scriptname", "objectname", "maxdamage", "FootprintX"};
+    static constexpr double kNumbers[] = {0,          -1,         1.5,     65536, 1e9,
+                                          4294967295, 4294967296, -9.3e18, 1e300};
+    static constexpr const char* kKeys[] = {"name",
+                                            "names",
+                                            "unit",
+                                            "unitName",
+                                            "path",
+                                            "internalPath",
+                                            "destination",
+                                            "directory",
+                                            "overwrite",
+                                            "maxBytes",
+                                            "taDataPath",
+                                            "modPaths",
+                                            "mapsPath",
+                                            "text",
+                                            "values",
+                                            "allowBackupCreation",
+                                            "script",
+                                            "args",
+                                            "ticks",
+                                            "count",
+                                            "offsets",
+                                            "lineSpans",
+                                            "line",
+                                            "from",
+                                            "to",
+                                            "mode",
+                                            "code",
+                                            "target",
+                                            "weapon",
+                                            "sound",
+                                            "texture",
+                                            "source",
+                                            "options",
+                                            "linearScale",
+                                            "angularScale",
+                                            "implicitReturn",
+                                            "valuelessReturn",
+                                            "argumentOrder",
+                                            "cob_b64",
+                                            "enable",
+                                            "clear",
+                                            "maxEntries",
+                                            "teamColor",
+                                            "search",
+                                            "side",
+                                            "suffix",
+                                            "scriptname",
+                                            "objectname",
+                                            "maxdamage",
+                                            "FootprintX"};
     static constexpr const char* kTexts[] = {
-        "FENRAFT", "fentill", "FLTIR", "FLTLINTS", "FLTCUT", "FLTTINT", "FLTREFS", "FLTTWIN1",
-        "FLTSTUB", "Create", "StartMoving", "AimPrimary", "$DATA/mod", "$DATA/faulty", "$DATA/game",
-        "$DATA/mod/marshmod.ufo", "$TMP/out", "good.ufo", "chunk.ufo", "units", "units/FENRAFT.fbi",
-        "objects3d", "scripts/FENRAFT.cob", "", "..", "a/../b", "x\xC3\xA9", "\x01\n",
+        "FENRAFT",
+        "fentill",
+        "FLTIR",
+        "FLTLINTS",
+        "FLTCUT",
+        "FLTTINT",
+        "FLTREFS",
+        "FLTTWIN1",
+        "FLTSTUB",
+        "Create",
+        "StartMoving",
+        "AimPrimary",
+        "$DATA/mod",
+        "$DATA/faulty",
+        "$DATA/game",
+        "$DATA/mod/marshmod.ufo",
+        "$TMP/out",
+        "good.ufo",
+        "chunk.ufo",
+        "units",
+        "units/FENRAFT.fbi",
+        "objects3d",
+        "scripts/FENRAFT.cob",
+        "",
+        "..",
+        "a/../b",
+        "x\xC3\xA9",
+        "\x01\n",
         "piece base;\nCreate() { move base to y-axis [1] now; sleep 100; }",
-        "[UNITINFO]\n{\n\tUnitName=FENRAFT;\n\tObjectName=FENRAFT;\n}\n", "still", "ground", "#ff0000"};
+        "[UNITINFO]\n{\n\tUnitName=FENRAFT;\n\tObjectName=FENRAFT;\n}\n",
+        "still",
+        "ground",
+        "#ff0000"};
 
     std::minstd_rand random_;
 };

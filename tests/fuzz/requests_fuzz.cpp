@@ -29,12 +29,11 @@ bool isOurMistake(const json& reply) {
     if (reply["type"] != "error") return false;
     const std::string message = reply["data"]["message"];
     if (!message.starts_with("handler '")) return false;
-    constexpr std::string_view kMistakes[] = {"threw: std::", "threw: vector", "threw: basic_string",
-                                              "threw: map::", "threw: bad ", "non-std",
-                                              "threw: stoi",  "threw: array"};
-    return std::ranges::any_of(kMistakes, [&](std::string_view text) {
-        return message.find(text) != std::string::npos;
-    });
+    constexpr std::string_view kMistakes[] = {
+        "threw: std::", "threw: vector", "threw: basic_string", "threw: map::",
+        "threw: bad ",  "non-std",       "threw: stoi",         "threw: array"};
+    return std::ranges::any_of(
+        kMistakes, [&](std::string_view text) { return message.find(text) != std::string::npos; });
 }
 
 /// Every line is an object of three members; returns how many are replies, with the frames' sizes.

@@ -88,8 +88,8 @@ private:
     }
 
     static void confine(json& value, const std::string& key) {
-        constexpr std::string_view kPathMembers[] = {"path", "destination", "taDataPath", "mapsPath",
-                                                     "modPaths"};
+        constexpr std::string_view kPathMembers[] = {"path", "destination", "taDataPath",
+                                                     "mapsPath", "modPaths"};
         if (value.is_object())
             for (auto& [name, member] : value.items()) confine(member, name);
         else if (value.is_array())

@@ -44,7 +44,8 @@ const std::vector<Use>& uses() {
         {".cob", "interpreter",
          std::string("\x02\x00\x01\x03\x01\x02\x03\x02\x01\x02\x07\x87\x04\x02\x09\x03\x01\x01\x12"
                      "\x02\x01\x01\x03\x06\x00\x03\x09\x01\x40\x03\x07\x08\x01",
-                     32) + "\x01"},
+                     32) +
+             "\x01"},
         {".pcx", "pcx"},
         {".gaf", "gaf"},
         {".png", "png", "\x01"},
@@ -69,7 +70,8 @@ public:
         std::string text;
         for (const std::string& word : words) {
             text += '"';
-            for (const char c : word) text += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
+            for (const char c : word)
+                text += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
             text += "\"\n";
         }
         write(folder_ / fmt::format("{}.dict", target), text);
@@ -126,7 +128,9 @@ std::set<std::string> useSources(Output& out, const fs::path& sources) {
             const std::string header = text.substr(begin, text.find('"', begin) - begin);
             useFile(out, "x.bos", text + '\f' + readText(entry.path().parent_path() / header));
         }
-        constexpr auto isPart = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-'; };
+        constexpr auto isPart = [](char c) {
+            return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-';
+        };
         for (auto at = text.begin(); at != text.end();) {
             const auto begin = std::find_if(at, text.end(), isPart);
             at = std::find_if_not(begin, text.end(), isPart);
@@ -135,7 +139,8 @@ std::set<std::string> useSources(Output& out, const fs::path& sources) {
     }
     for (const unitview::bos::StatementForm& form : unitview::bos::statementForms())
         words.emplace(form.keyword);
-    for (const std::string_view word : {"#define ", "#include \"", "#ifdef ", "__words(", "//", "/*"})
+    for (const std::string_view word :
+         {"#define ", "#include \"", "#ifdef ", "__words(", "//", "/*"})
         words.emplace(word);
     return words;
 }
@@ -151,7 +156,8 @@ std::set<std::string> opcodeWords() {
 }
 
 std::set<std::string> definitionWords() {
-    std::set<std::string> words = {"[UNITINFO]", "[CANBUILD]", "{", "}", "=", ";", "//", "/*", "*/"};
+    std::set<std::string> words = {"[UNITINFO]", "[CANBUILD]", "{",  "}", "=",
+                                   ";",          "//",         "/*", "*/"};
     io::forEachFbiKey(io::FbiUnitInfo{}, [&](std::string_view key, const auto&) {
         words.insert(std::string(key) + "=");
     });
@@ -172,7 +178,8 @@ void collect(const fs::path& data, const fs::path& sources, Output& out) {
             const io::Bytes bytes(content.begin(), content.end());
             out.seed("chunk", "\x01" + std::string(io::asText(io::encodeHpiChunk(bytes))));
         }
-    out.seed("lint_suppressions", R"({"schema":1,"global":{"C1":["Create"]},"perUnit":{"FENTILL":{"C2":["Aim"]}}})");
+    out.seed("lint_suppressions",
+             R"({"schema":1,"global":{"C1":["Create"]},"perUnit":{"FENTILL":{"C2":["Aim"]}}})");
     out.seed("unit_ir", "{}");
 
     out.dictionary("bos_compiler", useSources(out, sources));

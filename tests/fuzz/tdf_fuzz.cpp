@@ -21,9 +21,9 @@ void checkTree(const io::TdfSection& section) {
             checkTree(*child);
         }
     }
-    require(values == section.values.size() &&
-                section.order.size() == values + section.children.size(),
-            "the order holds everything once");
+    require(
+        values == section.values.size() && section.order.size() == values + section.children.size(),
+        "the order holds everything once");
 }
 
 }  // namespace
@@ -35,7 +35,8 @@ void run(io::ByteView input) {
 
     const auto fromTree = io::parseFbiUnitInfo(root);
     const auto fromText = io::readFbiUnitInfo(text);
-    require(fromTree.has_value() == fromText.has_value(), "both readers find [UNITINFO] or neither");
+    require(fromTree.has_value() == fromText.has_value(),
+            "both readers find [UNITINFO] or neither");
     if (!fromTree) return;
 #define FBI_KEY(type, field, key, defaultValue) \
     require(fromTree->field == fromText->field, "both readers give " key " the same value");

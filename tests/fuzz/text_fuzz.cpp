@@ -28,7 +28,8 @@ void run(io::ByteView input) {
     const std::string text(io::asText(input));
     const io::DecodedText decoded = io::decodeGameText(text);
     require(io::isValidUtf8(decoded.utf8), "decoded text is UTF-8");
-    require(io::encodeGameText(decoded.utf8, decoded.encoding) == text, "encoding restores the bytes");
+    require(io::encodeGameText(decoded.utf8, decoded.encoding) == text,
+            "encoding restores the bytes");
     const std::string replaced = io::replaceInvalidUtf8(text);
     require(io::isValidUtf8(replaced), "a replaced text is UTF-8");
     require(io::isValidUtf8(text) == (replaced == text), "only wrong text is replaced");

@@ -22,7 +22,8 @@ std::string refusal(std::string_view document) {
 TEST(UnitIr, RefusesWithRuntimeErrors) {
     EXPECT_EQ(refusal("").substr(0, 59),
               "[json.exception.parse_error.101] parse error at line 1, col");
-    EXPECT_EQ(refusal("{\"schemaVersion\":1e999}").substr(0, 33), "[json.exception.out_of_range.406]");
+    EXPECT_EQ(refusal("{\"schemaVersion\":1e999}").substr(0, 33),
+              "[json.exception.out_of_range.406]");
     EXPECT_EQ(refusal("[]"), "document must be an object");
     EXPECT_EQ(refusal(std::string(300, '[')), "document nests deeper than 256 levels");
 }
