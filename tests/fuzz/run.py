@@ -22,7 +22,8 @@ MEMORY_MB = 2048
 ALLOCATION_MB = 512
 CANNOT_CONFINE = 3
 # Slow targets with much code behind them get a larger share of the time.
-WEIGHTS = {"requests": 4, "bos_compiler": 2, "disassembler": 2, "interpreter": 2, "palette": 0.2}
+WEIGHTS = {"requests": 4, "bos_compiler": 2, "disassembler": 2, "interpreter": 2,
+           "two_interpreters": 2, "palette": 0.2}
 COLUMNS = "{:18} {:>11} {:>8} {:>7} {:>7}  {}"
 
 

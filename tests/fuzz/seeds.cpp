@@ -46,6 +46,7 @@ const std::vector<Use>& uses() {
                      "\x02\x01\x01\x03\x06\x00\x03\x09\x01\x40\x03\x07\x08\x01",
                      32) +
              "\x01"},
+        {".cob", "two_interpreters", "\x03\x01\x02\x03\x01\x05\x06\x01"},
         {".pcx", "pcx"},
         {".gaf", "gaf"},
         {".png", "png", "\x01"},
@@ -183,7 +184,8 @@ void collect(const fs::path& data, const fs::path& sources, Output& out) {
     out.seed("unit_ir", "{}");
 
     out.dictionary("bos_compiler", useSources(out, sources));
-    for (const char* const target : {"cob", "disassembler", "lints", "interpreter"})
+    for (const char* const target :
+         {"cob", "disassembler", "lints", "interpreter", "two_interpreters"})
         out.dictionary(target, opcodeWords());
     for (const char* const target : {"tdf", "fbi_edit"}) out.dictionary(target, definitionWords());
 }
