@@ -63,6 +63,29 @@ void checkRewritten(const io::HpiArchive& archive, const std::string& path,
     }
 }
 
+/// The same files in a new archive.
+void checkPackedAnew(const io::HpiArchive& archive,
+                     const std::vector<unitview::ArchiveFile>& files) {
+    std::vector<io::HpiInputFile> inputs;
+    for (const auto& [path, entry] : files) {
+        if (entry->fileSize > 1 << 18 || inputs.size() == 32) continue;
+        if (auto content = contentOf(archive, *entry))
+            inputs.push_back({path, std::move(*content)});
+    }
+    io::Bytes packed;
+    if (!accepts([&] { packed = io::writeHpi(inputs); })) return;
+    const MemoryFile file(packed);
+    const io::HpiArchive again(file.path());
+    for (const io::HpiInputFile& input : inputs) {
+        const io::HpiEntry* const entry = find(again, input.path);
+        require(entry != nullptr, "every packed file is found");
+        const auto first = std::ranges::find_if(inputs, [&](const io::HpiInputFile& other) {
+            return find(again, other.path) == entry;
+        });
+        require(again.readFile(*entry) == first->content, "a packed file keeps its content");
+    }
+}
+
 }  // namespace
 
 void run(io::ByteView input) {
@@ -72,6 +95,7 @@ void run(io::ByteView input) {
     std::vector<unitview::ArchiveFile> files;
     if (!accepts([&] { files = unitview::listArchiveFiles(*archive, ""); })) return;
     readAll(*archive, files);
+    checkPackedAnew(*archive, files);
     checkRewritten(*archive, "new/file.txt", files);
     if (!files.empty() && archive->findFile(files.front().path))
         checkRewritten(*archive, files.front().path, files);

@@ -50,7 +50,8 @@ def main():
     objects = [argument for program in programs[1:] for argument in ("-object", program)]
     report = json.loads(subprocess.run(
         ["llvm-cov", "export", "-summary-only", f"-instr-profile={merged}", programs[0], *objects],
-        check=True, stdout=subprocess.PIPE).stdout)
+        check=True, stdout=subprocess.PIPE,
+        stderr=subprocess.DEVNULL).stdout)
 
     folders = collections.defaultdict(lambda: [[0, 0] for _ in COUNTS])
     files = []

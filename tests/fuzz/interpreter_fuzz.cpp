@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "cob/cob_debugger.h"
+#include "cob/cob_instruction_trace.h"
 #include "cob/cob_vm.h"
 #include "cob_input.h"
 
@@ -150,7 +151,17 @@ private:
         for (std::size_t i = 0; i < count; ++i)
             require(!describe(instance_.trace[i], instance_.file()).event.empty(),
                     "a trace has words");
-        for (const auto& thread : instance_.threads) instance_.scriptNameAt(thread->pc);
+        for (const auto& thread : instance_.threads) describeNext(*thread);
+    }
+
+    void describeNext(const CobThread& thread) const {
+        const std::vector<std::uint32_t>& code = instance_.file().code;
+        if (thread.pc >= code.size()) return;
+        const Op op = opOf(code[thread.pc]);
+        if (code.size() - thread.pc < opcodeRow(op).length()) return;
+        const std::string line =
+            instructionTraceLine(instance_, thread, op, code.data() + thread.pc + 1);
+        require(line.size() < 4096, "a line about an instruction is short");
     }
 
     CobInstance instance_;

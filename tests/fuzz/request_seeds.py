@@ -36,9 +36,15 @@ words = set()
 count = 0
 for page in sorted(pages):
     context = {}
+    copies = {}
     for _, sign, text in read_steps(page):
+        if sign == "+":  # the fuzzer's data are copies themselves
+            original, copy = text.split()
+            copies[copy] = original
         if sign != ">":
             continue
+        for copy, original in copies.items():
+            text = text.replace(copy, original)
         with open(os.path.join(folder, f"{count:04}"), "w", encoding="utf-8") as file:
             file.write("\n".join([*context.values(), text]) + "\n")
         count += 1

@@ -141,7 +141,9 @@ std::set<std::string> useSources(Output& out, const fs::path& sources) {
     for (const unitview::bos::StatementForm& form : unitview::bos::statementForms())
         words.emplace(form.keyword);
     for (const std::string_view word :
-         {"#define ", "#include \"", "#ifdef ", "__words(", "//", "/*"})
+         {"#define A(x) x", "#undef ", "#include \"", "#if ", "#elif ", "#else", "#endif",
+          "#ifdef ", "#ifndef ", "defined(", "##", "__words(", "//", "/*",
+          "// linear 65536, angular 182"})
         words.emplace(word);
     return words;
 }
@@ -182,6 +184,10 @@ void collect(const fs::path& data, const fs::path& sources, Output& out) {
     out.seed("lint_suppressions",
              R"({"schema":1,"global":{"C1":["Create"]},"perUnit":{"FENTILL":{"C2":["Aim"]}}})");
     out.seed("unit_ir", "{}");
+    out.seed("bos_compiler", std::string(1, '\0') +
+                                 "#define TWO(x) ((x) << 1)\n#if defined A && TWO(3) >= 6 || !B\n"
+                                 "piece base;\n#elif 1 ? 2 % 3 : ~4\n#else\n#endif\n"
+                                 "Create() { sleep TWO(100); }\n");
 
     out.dictionary("bos_compiler", useSources(out, sources));
     for (const char* const target :
