@@ -24,7 +24,7 @@ public:
         : instance_(std::move(file), kModelPieces), startsThreads_(holdsStarts(instance_.file())) {
         instance_.cobPieceOrder =
             matchPieces(instance_.file(), std::vector<std::string>{"base", "x", "arm", "gun"});
-        instance_.callbacks.getUnitValue = [](std::int32_t id) { return id * 7; };
+        instance_.callbacks.getUnitValue = [](std::int32_t id) { return id ^ 7; };
         instance_.callbacks.emitSfx = [this](std::int32_t type, std::int32_t piece) {
             checksum_ += type ^ piece;
         };
