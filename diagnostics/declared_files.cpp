@@ -39,12 +39,4 @@ std::vector<std::string> declaringFiles(std::span<const TableEntry> declarations
     return winnerFirst(std::move(pointers));
 }
 
-std::string scriptNameOf(std::string_view scriptPath) {
-    constexpr std::string_view kDirectory = "scripts/";
-    constexpr std::string_view kSuffix = ".cob";
-    scriptPath.remove_prefix(kDirectory.size());
-    scriptPath.remove_suffix(kSuffix.size());
-    return std::string(scriptPath);
-}
-
 }  // namespace orb::unitview
