@@ -17,8 +17,12 @@ starts with blanks continues the one above it. $DATA is the folder of the sample
 empty folder of the session's own. A line `@ no-fd3` at the top starts the program without a binary
 channel.
 
-usage: run.py PROGRAM DATA FILE...
+usage: run.py [--record TRAFFIC] PROGRAM DATA FILE...
+
+--record writes what went over the wire, one JSON object a line: {"file", "line" of the transcript,
+"request", "reply"} and {"file", "line", "event"}.
 """
+import argparse
 import json
 import os
 import shutil
@@ -29,9 +33,11 @@ import threading
 
 
 EVENTS = ["piece-transforms"]
+# A transcript that asks for a line too many would wait for ever.
+LONGEST_SESSION_S = 120
 
 # Holds descriptor 3, so that no other file of ours gets the number before a child is given it.
-NOTHING = os.open(os.devnull, os.O_RDONLY)
+NOTHING = os.dup(os.open(os.devnull, os.O_RDONLY))
 os.dup2(NOTHING, 3)
 
 
@@ -110,7 +116,32 @@ def read_steps(path):
     return steps
 
 
-def play(program, data, path):
+class Recorder:
+    """Writes requests beside their replies, which come in the same order, and events."""
+
+    def __init__(self, file):
+        self.file = file
+        self.asked = []
+
+    def write(self, path, number, **members):
+        record = {"file": os.path.basename(path), "line": number, **members}
+        self.file.write(json.dumps(record) + "\n")
+
+    def sent(self, path, number, text):
+        self.asked.append((path, number, text))
+
+    def received(self, path, number, answer):
+        if answer["type"] in EVENTS:
+            return self.write(path, number, event=answer)
+        asked_in, asked_at, text = self.asked.pop(0)
+        try:
+            request = json.loads(text)
+        except ValueError:
+            return None
+        return self.write(asked_in, asked_at, request=request, reply=answer)
+
+
+def play(program, data, path, recorder=None):
     """Plays one file; raises Mismatch with the place of the first difference."""
     steps = read_steps(path)
     binary = True
@@ -125,6 +156,9 @@ def play(program, data, path):
         os.dup2(NOTHING, 3)
         os.close(writer)
         frames = Frames(reader)
+        watchdog = threading.Timer(LONGEST_SESSION_S, process.kill)
+        watchdog.daemon = True
+        watchdog.start()
         work = os.path.join(scratch, "work")
         os.mkdir(work)
 
@@ -137,11 +171,15 @@ def play(program, data, path):
                 if sign == ">":
                     process.stdin.write(fill(text).encode() + b"\n")
                     process.stdin.flush()
+                    if recorder:
+                        recorder.sent(path, number, fill(text))
                 elif sign in "<!":
                     line = process.stdout.readline()
                     if not line:
                         raise Mismatch("the program has ended")
                     actual = json.loads(line)
+                    if recorder:
+                        recorder.received(path, number, actual)
                     if found := difference(json.loads(fill(text)), actual):
                         raise Mismatch(f"{found}\n  answer: {line.decode()[:2000]}")
                     if (sign == "!") != (actual["type"] in EVENTS):
@@ -163,6 +201,7 @@ def play(program, data, path):
         process.stdin.close()
         rest = process.stdout.read()
         status = process.wait(timeout=60)
+        watchdog.cancel()
         if rest:
             raise Mismatch(f"{path}: unexpected output at the end: {rest.decode()[:2000]}")
         if status != 0:
@@ -172,11 +211,19 @@ def play(program, data, path):
 
 
 def main():
-    program, data, *files = sys.argv[1:]
+    parser = argparse.ArgumentParser(usage="run.py [--record TRAFFIC] PROGRAM DATA FILE...")
+    parser.add_argument("--record", type=argparse.FileType("w", encoding="utf-8"))
+    parser.add_argument("program")
+    parser.add_argument("data")
+    parser.add_argument("files", nargs="+")
+    options = parser.parse_args()
+    data = os.path.abspath(options.data)
     failures = 0
-    for path in files:
+    for path in options.files:
         try:
-            print(f"ok   {os.path.basename(path)}: {play(program, os.path.abspath(data), path)} answers")
+            recorder = Recorder(options.record) if options.record else None
+            answers = play(options.program, data, path, recorder)
+            print(f"ok   {os.path.basename(path)}: {answers} answers")
         except Mismatch as error:
             failures += 1
             print(f"FAIL {error}")
