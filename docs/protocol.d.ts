@@ -10,8 +10,7 @@
  *     await ask("ping");
  *
  * It writes a `Request` as one line, and resolves with the data of the `Reply` line that has the
- * same `seq`, or rejects with the message of an `ErrorReply`. A `FrameMessage` resolves when the
- * frame of `byteSize` bytes has arrived, too.
+ * same `seq`, or rejects with the message of an `ErrorReply`: front_end.ts does it.
  *
  * Members that do not apply are absent, never null. Paths are absolute or relative as they were
  * given; what is called a location is a path, or "ARCHIVE :: PATH" inside an archive.
