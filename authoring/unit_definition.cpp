@@ -1,7 +1,5 @@
 #include "authoring/unit_definition.h"
 
-#include <stdexcept>
-
 #include "io/formats/tdf.h"
 #include "io/path_text.h"
 #include "io/vfs/directory_file_system.h"

@@ -1,7 +1,6 @@
 #include "bos/constants.h"
 
 #include <algorithm>
-#include <array>
 #include <unordered_map>
 #include <vector>
 

@@ -1,7 +1,5 @@
 #include "bos/expression_printer.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
 
 #include "bos/constants.h"

@@ -1,6 +1,5 @@
 #include "bos/statement_forms.h"
 
-#include <algorithm>
 #include <iterator>
 
 namespace orb::unitview::bos {

@@ -1,6 +1,5 @@
 #include "diagnostics/conflict_scan.h"
 
-#include <algorithm>
 #include <unordered_set>
 
 #include <fmt/format.h>

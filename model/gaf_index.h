@@ -1,11 +1,9 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 #include "io/formats/gaf.h"
 #include "io/vfs/composite_virtual_file_system.h"

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <optional>
-
 #include "io/byte_cursor.h"
 #include "io/formats/model3do.h"
 #include "io/formats/palette.h"

@@ -1,6 +1,5 @@
 #include "model/texture_library.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 #include "io/ascii.h"

@@ -1,5 +1,6 @@
 #include "server/base64.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include <fmt/format.h>

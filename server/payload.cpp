@@ -116,11 +116,6 @@ std::int64_t Payload::requiredInteger(const char* key) const {
     return decodeInteger(requiredMember(key));
 }
 
-std::optional<std::vector<std::string>> Payload::texts(const char* key) const {
-    const json* const value = member(key);
-    return value ? std::optional(decodeArray(*value, decodeAs<std::string>)) : std::nullopt;
-}
-
 std::vector<std::string> Payload::requiredTexts(const char* key) const {
     return decodeArray(requiredMember(key), decodeAs<std::string>);
 }

@@ -35,14 +35,13 @@ public:
     std::optional<bool> flag(const char* key) const;
     /// Fractions are dropped and values beyond the range take its nearest end.
     std::optional<std::int64_t> integer(const char* key) const;
+    std::int64_t requiredInteger(const char* key) const;
     std::optional<double> number(const char* key) const;
-    std::optional<std::vector<std::string>> texts(const char* key) const;
     std::vector<std::string> requiredTexts(const char* key) const;
     std::optional<std::vector<std::int64_t>> integers(const char* key) const;
     std::optional<Payload> object(const char* key) const;
     /// The objects of an array member, each as a payload of its own.
     std::optional<std::vector<Payload>> objects(const char* key) const;
-    std::int64_t requiredInteger(const char* key) const;
 
     /// The members of an object member in ascending order of their keys: texts as they stand,
     /// numbers in decimal, true as "1" and false as "0", null as none.

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <optional>
-
 #include <nlohmann/json.hpp>
 
 #include "io/byte_cursor.h"

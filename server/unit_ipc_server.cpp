@@ -1,7 +1,5 @@
 #include "server/unit_ipc_server.h"
 
-#include <array>
-
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 

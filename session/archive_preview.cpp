@@ -1,7 +1,6 @@
 #include "session/archive_preview.h"
 
 #include <algorithm>
-#include <functional>
 
 #include <fmt/format.h>
 

@@ -10,7 +10,6 @@
 #include "session/lint_suppressions.h"
 #include "session/loaded_unit.h"
 #include "session/mounted_data.h"
-#include "session/sim_mode.h"
 
 namespace orb::unitview {
 
@@ -62,12 +61,6 @@ public:
 
     const io::Palette& palette() const { return palette_; }
 
-    SimMode simMode() const { return simMode_; }
-    void setSimMode(SimMode mode) {
-        simMode_ = mode;
-        cob_.setSimMode(mode);
-    }
-
 private:
     void unloadUnit();
     bool isLoadedFrom(const io::FileLocation& written) const;
@@ -77,7 +70,6 @@ private:
     io::Palette palette_ = io::greyscaleRamp();
     std::optional<LoadedUnit> unit_;
     CobSession cob_;
-    SimMode simMode_ = SimMode::still;
 };
 
 }  // namespace orb::unitview

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 /// The HPI archive format, shared by reader and writer. Numbers are little-endian u32 unless the
 /// width says otherwise; offsets count from the start of the archive file.

@@ -1,7 +1,6 @@
 #include "io/formats/tdf.h"
 
 #include <charconv>
-#include <utility>
 
 #include "io/formats/tdf_scanner.h"
 

@@ -20,9 +20,8 @@ struct VfsLayer {
     FileLocation::Kind kind = FileLocation::Kind::loose;
     /// The archive, or the directory of the loose files (which is then the root itself).
     std::filesystem::path path;
-    /// The data root that the layer belongs to.
+    /// Of the data root that the layer belongs to.
     DataRootKind rootKind = DataRootKind::base;
-    std::filesystem::path rootPath;
 };
 
 /// A file found in one layer of a stack; the layer lives as long as the stack.

@@ -83,7 +83,7 @@ std::uint32_t mountArchives(CompositeVirtualFileSystem& composite, const DataRoo
         if (progress) progress(i, archives.size(), name);
         try {
             composite.append({std::make_unique<HpiFileSystem>(archives[i]),
-                              FileLocation::Kind::archive, archives[i], root.kind, root.path});
+                              FileLocation::Kind::archive, archives[i], root.kind});
             ++mounted;
         } catch (const std::exception& error) {
             LogLine(LogLevel::warn) << "Failed to mount " << name << ": " << error.what();
@@ -97,7 +97,7 @@ std::uint32_t mountRoot(CompositeVirtualFileSystem& composite, const DataRoot& r
     if (!isPresent(root.path)) return 0;
     const std::uint32_t archives = mountArchives(composite, root, progress);
     composite.append({std::make_unique<DirectoryFileSystem>(root.path), FileLocation::Kind::loose,
-                      root.path, root.kind, root.path});
+                      root.path, root.kind});
     return archives;
 }
 

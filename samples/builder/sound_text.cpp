@@ -1,7 +1,5 @@
 #include "samples/builder/sound_text.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
 
 namespace orb::samples {

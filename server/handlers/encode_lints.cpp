@@ -6,6 +6,7 @@
 #include "server/logger.h"
 
 namespace orb::unitview::ipc {
+namespace {
 
 using nlohmann::json;
 
@@ -31,6 +32,8 @@ json encodeScriptSummary(const ScriptSummary& script) {
               {"explode", script.explodes},
               {"loop", script.loops}}}};
 }
+
+}  // namespace
 
 json encodeAnalysis(const io::CobFile& cob, std::size_t modelPieceCount) {
     CobAnalysis analysis;

@@ -2,6 +2,7 @@
 #include "server/handlers/handlers.h"
 #include "session/render_constants.h"
 #include "session/request_error.h"
+#include "session/sim_mode.h"
 #include "session/unit_details.h"
 
 namespace orb::unitview::ipc::handlers {
@@ -55,7 +56,7 @@ Reply setSimMode(UnitViewSession& session, const Payload& payload) {
     const std::string name = payload.requiredText("mode");
     const auto mode = simModeNamed(name);
     if (!mode) throw RequestError("unknown sim mode: " + name);
-    session.setSimMode(*mode);
+    session.cob().setSimMode(*mode);
     return {{{"mode", name}}};
 }
 

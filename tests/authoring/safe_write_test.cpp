@@ -9,7 +9,6 @@
 
 #include "io/archive/hpi_writer.h"
 #include "io/path_text.h"
-#include "io/text_encoding.h"
 #include "session/request_error.h"
 #include "tests/authoring/faulty_file_ops.h"
 #include "tests/io/archive_fixture.h"

@@ -7,7 +7,6 @@
 #include "bos/bos_testing.h"
 #include "bos/disassembler.h"
 #include "bos/random_program.h"
-#include "io/ascii.h"
 #include "io/vfs/directory_file_system.h"
 
 namespace orb::unitview::bos {

@@ -82,12 +82,5 @@ TEST(Palette, TakesWholeEntriesOnly) {
     EXPECT_EQ(palette[255], (Rgba{78, 78, 78, 255}));
 }
 
-TEST(Palette, KnowsTheTeamBand) {
-    for (const int index : {96, 111, 128, 143, 224, 229})
-        EXPECT_TRUE(isTeamBand(static_cast<std::uint8_t>(index)));
-    for (const int index : {0, 95, 112, 127, 144, 223, 230, 255})
-        EXPECT_FALSE(isTeamBand(static_cast<std::uint8_t>(index)));
-}
-
 }  // namespace
 }  // namespace orb::io

@@ -126,7 +126,6 @@ TEST(DataRootsTest, StacksArchivesByRankAndName) {
     Names layers;
     for (const VfsLayer& layer : stack.layers()) {
         layers.push_back(textFromPath(layer.path.filename()));
-        EXPECT_EQ(layer.rootPath, folder.path());
         EXPECT_EQ(layer.rootKind, DataRootKind::mod);
     }
     EXPECT_EQ(layers, (Names{"b.gp3", "g.Gpf", "z.ufo", "c.ccx", "B.HPI", "a.hpi",
@@ -209,7 +208,7 @@ TEST_F(LayersTest, TellsWhereFilesLie) {
     EXPECT_EQ(all[0].location.kind, FileLocation::Kind::loose);
     EXPECT_EQ(all[1].location.path, folder_.path() / "m2/b.hpi");
     EXPECT_EQ(all[1].location.internalPath, "units/B.FBI");
-    EXPECT_EQ(all[1].layer->rootPath, folder_.path() / "m2");
+    EXPECT_EQ(all[1].layer->path, folder_.path() / "m2/b.hpi");
     EXPECT_EQ(stack_.locate("units/a.fbi")->internalPath, "Units/A.fbi");
     EXPECT_EQ(stack_.locateInLayers("units/e.tdf")->layer->rootKind, DataRootKind::maps);
     EXPECT_FALSE(stack_.locate("units"));
