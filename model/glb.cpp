@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <bit>
 #include <initializer_list>
-#include <iterator>
 #include <map>
 #include <span>
 #include <string_view>
 #include <unordered_map>
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -65,25 +65,27 @@ constexpr std::size_t kMaterialsPerTexture = 2;
 class RecordList {
 public:
     /// Appends a record; returns its index.
-    template <typename... Values>
-    std::size_t add(fmt::format_string<Values...> format, Values&&... values) {
-        text_ += text_.empty() ? '[' : ',';
-        fmt::format_to(std::back_inserter(text_), format, std::forward<Values>(values)...);
+    /// `format` is FMT_COMPILE's: parsing it for every record takes a third of an export.
+    template <typename Format, typename... Values>
+    std::size_t add(const Format& format, const Values&... values) {
+        text_.push_back(count_ == 0 ? '[' : ',');
+        fmt::format_to(fmt::appender(text_), format, values...);
         return count_++;
     }
     std::size_t size() const { return count_; }
-    /// Empty without records, since the format forbids empty arrays.
-    std::string text() const { return text_.empty() ? "" : text_ + ']'; }
+    /// The array without its closing bracket. Empty without records, since the format forbids empty
+    /// arrays.
+    std::string_view openText() const { return {text_.data(), text_.size()}; }
 
 private:
-    std::string text_;
+    fmt::memory_buffer text_;
     std::size_t count_ = 0;
 };
 
 /// A point with every digit that its floats have, seen as doubles.
 std::string pointText(const io::Vec3& point) {
-    return fmt::format("[{},{},{}]", static_cast<double>(point[0]), static_cast<double>(point[1]),
-                       static_cast<double>(point[2]));
+    return fmt::format(FMT_COMPILE("[{},{},{}]"), static_cast<double>(point[0]),
+                       static_cast<double>(point[1]), static_cast<double>(point[2]));
 }
 
 /// The "max" and "min" members of an accessor.
@@ -96,7 +98,7 @@ std::string boundsText(std::span<const io::Vec3> positions) {
             greatest[axis] = std::max(greatest[axis], position[axis]);
         }
     }
-    return fmt::format(R"("max":{},"min":{},)", pointText(greatest), pointText(least));
+    return fmt::format(FMT_COMPILE(R"("max":{},"min":{},)"), pointText(greatest), pointText(least));
 }
 
 /// The binary buffer with the list of its blocks.
@@ -130,9 +132,10 @@ private:
     std::size_t addView(std::size_t start, std::optional<int> target) {
         const std::size_t length = bytes_.position() - start;
         bytes_.zeros((kAlignment - length % kAlignment) % kAlignment);
-        const std::string targetText = target ? fmt::format(R"(,"target":{})", *target) : "";
-        return views_.add(R"({{"buffer":0,"byteLength":{},"byteOffset":{}{}}})", length, start,
-                          targetText);
+        const std::string targetText =
+            target ? fmt::format(FMT_COMPILE(R"(,"target":{})"), *target) : "";
+        return views_.add(FMT_COMPILE(R"({{"buffer":0,"byteLength":{},"byteOffset":{}{}}})"),
+                          length, start, targetText);
     }
 
     io::ByteWriter bytes_;
@@ -207,7 +210,7 @@ public:
         RecordList primitives;
         for (std::size_t i = 0; i < piece.rangeCount; ++i)
             addRange(mesh_.ranges[piece.firstRange + i], primitives);
-        return meshes_.add(R"({{"primitives":{}}})", primitives.text());
+        return meshes_.add(FMT_COMPILE(R"({{"primitives":{}]}})"), primitives.openText());
     }
 
     const RecordList& meshes() const { return meshes_; }
@@ -228,10 +231,11 @@ private:
             addAccessor(buffer_.addVertexData(texCoords), kFloat, count, "VEC2");
         const std::size_t indices =
             addAccessor(buffer_.addIdentityIndices(count), kUnsignedShort, count, "SCALAR");
-        primitives.add(R"({{"attributes":{{"COLOR_0":{},"POSITION":{},"TEXCOORD_0":{}}},)"
-                       R"("extras":{{"primIndex":{}}},"indices":{},"material":{},"mode":{}}})",
-                       color, position, texCoord, range.primIndex, indices,
-                       materials_.indexOf(range), kTriangles);
+        primitives.add(
+            FMT_COMPILE(R"({{"attributes":{{"COLOR_0":{},"POSITION":{},"TEXCOORD_0":{}}},)"
+                        R"("extras":{{"primIndex":{}}},"indices":{},"material":{},"mode":{}}})"),
+            color, position, texCoord, range.primIndex, indices, materials_.indexOf(range),
+            kTriangles);
     }
 
     ColorRgb colorOf(const DrawRange& range) const {
@@ -241,8 +245,9 @@ private:
 
     std::size_t addAccessor(std::size_t bufferView, int componentType, std::size_t count,
                             std::string_view type, const std::string& bounds = {}) {
-        return accessors_.add(R"({{"bufferView":{},"componentType":{},"count":{},{}"type":"{}"}})",
-                              bufferView, componentType, count, bounds, type);
+        return accessors_.add(
+            FMT_COMPILE(R"({{"bufferView":{},"componentType":{},"count":{},{}"type":"{}"}})"),
+            bufferView, componentType, count, bounds, type);
     }
 
     const ModelMesh& mesh_;
@@ -302,8 +307,12 @@ std::string documentText(const json& document,
     for (const auto& [key, value] : document.items())
         members[key] = value.dump(-1, ' ', false, json::error_handler_t::replace);
     for (const auto& [key, list] : lists)
-        if (list->size() > 0) members[key] = list->text();
+        if (list->size() > 0) members[key].append(list->openText()).push_back(']');
+    constexpr std::size_t kMemberSyntax = 4;  // two quotes, a colon and a comma or brace
+    std::size_t size = 1;
+    for (const auto& [key, value] : members) size += key.size() + value.size() + kMemberSyntax;
     std::string text;
+    text.reserve(size);
     for (const auto& [key, value] : members)
         text.append(text.empty() ? "{\"" : ",\"").append(key).append("\":").append(value);
     return text + "}";
@@ -311,10 +320,12 @@ std::string documentText(const json& document,
 
 io::Bytes writeContainer(std::string text, io::ByteView binary) {
     text.append((kAlignment - text.size() % kAlignment) % kAlignment, ' ');
+    const std::size_t size = kContainerSize + text.size() + binary.size();
     io::ByteWriter out;
+    out.reserve(size);
     out.u32(kMagic);
     out.u32(kVersion);
-    out.u32(static_cast<std::uint32_t>(kContainerSize + text.size() + binary.size()));
+    out.u32(static_cast<std::uint32_t>(size));
     out.u32(static_cast<std::uint32_t>(text.size()));
     out.u32(kJsonChunk);
     out.text(text);
