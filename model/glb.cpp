@@ -40,6 +40,8 @@ constexpr std::uint32_t kJsonChunk = 0x4E4F534A;
 constexpr std::uint32_t kBinChunk = 0x004E4942;
 /// All of the container but its two chunks' contents.
 constexpr std::size_t kContainerSize = 28;
+constexpr std::size_t kLengthAt = 8;
+constexpr std::size_t kJsonLengthAt = 12;
 constexpr std::size_t kAlignment = 4;
 
 // Values of the format's own enumerations.
@@ -104,6 +106,8 @@ std::string boundsText(std::span<const io::Vec3> positions) {
 /// The binary buffer with the list of its blocks.
 class BlockBuffer {
 public:
+    void reserve(std::size_t size) { bytes_.reserve(size); }
+
     /// Appends vectors of floats; returns the index of the buffer view.
     template <typename Vector>
     std::size_t addVertexData(std::span<const Vector> vectors) {
@@ -271,6 +275,14 @@ json encodeNodes(const std::vector<PieceRef>& pieces) {
     return nodes;
 }
 
+/// The size that the binary buffer takes at most.
+std::size_t binarySize(const ModelMesh& mesh, const TextureSet& textures) {
+    constexpr std::size_t kVertexSize = (3 + 3 + 2) * sizeof(float) + sizeof(std::uint16_t);
+    std::size_t size = mesh.positions.size() * kVertexSize + mesh.ranges.size() * kAlignment;
+    for (const auto& [key, texture] : textures) size += texture.png->size() + kAlignment;
+    return size;
+}
+
 /// Everything of the document but geometry and pictures.
 json documentFrame(const io::Model3doObject& model, std::size_t pieceCount) {
     return {
@@ -300,38 +312,47 @@ void addPictures(json& document, const TextureSet& set, BlockBuffer& buffer) {
     document["textures"] = std::move(textures);
 }
 
-/// The compact text of the document, its members and the lists in the order of their keys.
-std::string documentText(const json& document,
-                         std::initializer_list<std::pair<std::string, const RecordList*>> lists) {
-    std::map<std::string, std::string> members;
+/// The members of the document that are lists of records.
+using Lists = std::map<std::string_view, const RecordList*>;
+
+/// Writes the compact text of the document, all members in the order of their keys.
+void writeDocument(io::ByteWriter& out, const json& document, const Lists& lists) {
+    std::map<std::string_view, std::string> members;
     for (const auto& [key, value] : document.items())
         members[key] = value.dump(-1, ' ', false, json::error_handler_t::replace);
     for (const auto& [key, list] : lists)
-        if (list->size() > 0) members[key].append(list->openText()).push_back(']');
-    constexpr std::size_t kMemberSyntax = 4;  // two quotes, a colon and a comma or brace
-    std::size_t size = 1;
-    for (const auto& [key, value] : members) size += key.size() + value.size() + kMemberSyntax;
-    std::string text;
-    text.reserve(size);
-    for (const auto& [key, value] : members)
-        text.append(text.empty() ? "{\"" : ",\"").append(key).append("\":").append(value);
-    return text + "}";
+        if (list->size() > 0) members[key] = "";
+    char separator = '{';
+    for (const auto& [key, value] : members) {
+        out.text(fmt::format(R"({}"{}":{})", separator, key, value));
+        if (const auto list = lists.find(key); list != lists.end()) {
+            out.text(list->second->openText());
+            out.text("]");
+        }
+        separator = ',';
+    }
+    out.text("}");
 }
 
-io::Bytes writeContainer(std::string text, io::ByteView binary) {
-    text.append((kAlignment - text.size() % kAlignment) % kAlignment, ' ');
-    const std::size_t size = kContainerSize + text.size() + binary.size();
+io::Bytes writeContainer(const json& document, const Lists& lists, io::ByteView binary) {
+    constexpr std::size_t kUsualRest = 16384;  // of the document, beside the lists
+    std::size_t size = kContainerSize + kUsualRest + binary.size();
+    for (const auto& [key, list] : lists) size += list->openText().size();
     io::ByteWriter out;
     out.reserve(size);
     out.u32(kMagic);
     out.u32(kVersion);
-    out.u32(static_cast<std::uint32_t>(size));
-    out.u32(static_cast<std::uint32_t>(text.size()));
+    out.u32(0);  // the two lengths that are known in the end
+    out.u32(0);
     out.u32(kJsonChunk);
-    out.text(text);
+    const std::size_t start = out.position();
+    writeDocument(out, document, lists);
+    while ((out.position() - start) % kAlignment != 0) out.u8(' ');
+    out.patchU32(kJsonLengthAt, static_cast<std::uint32_t>(out.position() - start));
     out.u32(static_cast<std::uint32_t>(binary.size()));
     out.u32(kBinChunk);
     out.bytes(binary);
+    out.patchU32(kLengthAt, static_cast<std::uint32_t>(out.position()));
     return out.take();
 }
 
@@ -348,6 +369,7 @@ io::Bytes model3doToGlb(const io::Model3doObject& model, const TextureSet& textu
     const Materials materials(mesh, textures);
     const std::array<ColorRgb, 256> colors = unitColors(palette, team);
     BlockBuffer buffer;
+    buffer.reserve(binarySize(mesh, textures));
     GeometryWriter geometry(mesh, materials, colors, buffer);
     json nodes = encodeNodes(pieces);
     for (std::size_t i = 0; i < pieces.size(); ++i)
@@ -362,9 +384,10 @@ io::Bytes model3doToGlb(const io::Model3doObject& model, const TextureSet& textu
     if (!buffer.bytes().empty())
         document["buffers"] = json::array({{{"byteLength", buffer.bytes().size()}}});
 
-    io::Bytes glb = writeContainer(documentText(document, {{"meshes", &geometry.meshes()},
-                                                           {"accessors", &geometry.accessors()},
-                                                           {"bufferViews", &buffer.views()}}),
+    io::Bytes glb = writeContainer(document,
+                                   {{"meshes", &geometry.meshes()},
+                                    {"accessors", &geometry.accessors()},
+                                    {"bufferViews", &buffer.views()}},
                                    buffer.bytes());
     LogLine(LogLevel::info) << "[glb] model3doToGlb done: totalSize=" << glb.size()
                             << " jsonSize=" << glb.size() - buffer.bytes().size() - kContainerSize
