@@ -216,11 +216,45 @@ void benchIdleUnits() {
                            kTicks);
 }
 
+std::unique_ptr<CobInstance> fullInstance(const std::vector<std::uint32_t>& code) {
+    auto file = std::make_shared<orb::io::CobFile>();
+    file->code = code;
+    file->scripts = {{"Loop", 0}};
+    auto instance = std::make_unique<CobInstance>(file, 1);
+    while (instance->threads.size() < kMaxConcurrentThreadsPerUnit)
+        CobVm(*instance).startScript("Loop");
+    return instance;
+}
+
+/// Scripts that use up every slice in the most expensive ways known, against those that only jump.
+void benchHostileScripts() {
+    constexpr int kTicks = 5;
+    const auto jumping = fullInstance({w(Op::jump), 0});
+    const auto signalling = fullInstance(
+        {w(Op::pushConst), 2, w(Op::signal), w(Op::pushConst), 4, w(Op::signal), w(Op::jump), 0});
+    const auto pushing = fullInstance({w(Op::pushConst), 1, w(Op::pushConst), 1, w(Op::jump), 0});
+    std::int32_t tick = 0;
+    const auto ticks = [&tick](CobInstance& instance, int count) {
+        for (int i = 0; i < count; ++i) CobVm(instance).tick(++tick);
+    };
+    ticks(*pushing, static_cast<int>(2 * kMaxStackWords / kSliceInstructions));
+    const auto timings =
+        orb::bench::measure({[&] { ticks(*signalling, kTicks); }, [&] { ticks(*pushing, kTicks); },
+                             [&] { ticks(*jumping, kTicks); }});
+    for (const auto* instance : {signalling.get(), pushing.get()})
+        require(instance->threads.size() == kMaxConcurrentThreadsPerUnit, "a thread ended");
+    orb::bench::reportTime("tick 256 threads that signal / that jump", timings[0], "ms", timings[2],
+                           kTicks);
+    orb::bench::reportTime("tick 256 threads on full stacks / that jump", timings[1], "ms",
+                           timings[2], kTicks);
+}
+
 }  // namespace
 
 int main() {
     const orb::bench::QuietLog quiet;
     benchInstructions();
     benchIdleUnits();
+    benchHostileScripts();
     return 0;
 }

@@ -82,6 +82,7 @@ void CobVm::runThread(CobThread& thread, std::int32_t budget) {
     std::array<std::uint32_t, kMaxOperands> padded{};
     bool truncatedEnd = false;
 
+    thread.sentSignals = 0;
     std::uint32_t pc = thread.pc;
     ValueStack::Cursor stack(thread.stack);
     std::span<std::int32_t> frame = thread.frames.current();
