@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "authoring/file_ops.h"
 #include "io/byte_cursor.h"
+#include "io/files/file_ops.h"
 #include "io/vfs/virtual_file_system.h"
 
 /// Writing the files that units come from. Whatever fails or dies on the way, the file is
@@ -32,12 +32,12 @@ std::filesystem::path backupPath(const std::filesystem::path& file);
 /// The first write of a file that exists makes its backup, of an entry that of the whole archive;
 /// without `allowBackupCreation` nothing is written then. A backup is never replaced. A symbolic
 /// link stays one: the file that it leads to is written, the backup lies beside the link.
-WriteResult writeSource(FileOps& ops, const io::FileLocation& target, io::ByteView bytes,
+WriteResult writeSource(io::FileOps& ops, const io::FileLocation& target, io::ByteView bytes,
                         bool allowBackupCreation);
 
 /// Puts the backup of a file in its place, which uses it up. Returns the warning "restored but
 /// couldn't remove backup: …" when it is still there. Throws RequestError "no backup at …" or
 /// "restore failed: …"; then the file is what it was.
-std::optional<std::string> restoreFromBackup(FileOps& ops, const std::filesystem::path& file);
+std::optional<std::string> restoreFromBackup(io::FileOps& ops, const std::filesystem::path& file);
 
 }  // namespace orb::unitview

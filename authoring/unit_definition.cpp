@@ -40,10 +40,6 @@ io::Bytes readSource(const NamedSource& unit) {
     throw RequestError("could not locate source for " + unit.name);
 }
 
-io::ByteView bytesOf(const std::string& text) {
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
 /// The bytes that read back as this text, in the given encoding if there are such.
 std::string encodeReadably(const std::string& text, io::TextEncoding encoding) {
     auto bytes = io::encodeGameText(text, encoding);
@@ -72,7 +68,7 @@ RawDefinition readDefinition(const UnitViewSession& session,
 
 EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io::ByteView bytes,
                          bool allowBackupCreation) {
-    WriteResult written = writeSource(systemFileOps(), file, bytes, allowBackupCreation);
+    WriteResult written = writeSource(io::systemFileOps(), file, bytes, allowBackupCreation);
     if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
     if (written.outcome == WriteOutcome::needsBackupConsent)
         return {"needs-backup-consent", std::move(written.resolvedPath), {}};
@@ -86,7 +82,7 @@ EditResult saveDefinition(UnitViewSession& session, const std::optional<std::str
         throw RequestError("fbi-parse-error: no [UNITINFO] section");
     if (unit.source.inBaseTa) return refusedForBase(unit.source);
     const io::TextEncoding encoding = io::decodeGameText(io::asText(readSource(unit))).encoding;
-    return writeUnitFile(session, unit.source.location, bytesOf(encodeReadably(text, encoding)),
+    return writeUnitFile(session, unit.source.location, io::asBytes(encodeReadably(text, encoding)),
                          allowBackupCreation);
 }
 
@@ -101,8 +97,8 @@ PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::s
     FbiEdit edit = editFbi(text.utf8, changes);
     if (edit.changed.empty()) return {{"ok", unit.source.location.path, {}}, {}};
     const auto bytes = io::encodeGameText(edit.text, text.encoding);
-    EditResult written =
-        writeUnitFile(session, unit.source.location, bytesOf(bytes.value()), allowBackupCreation);
+    EditResult written = writeUnitFile(session, unit.source.location, io::asBytes(bytes.value()),
+                                       allowBackupCreation);
     return {std::move(written), std::move(edit.changed)};
 }
 
@@ -113,7 +109,7 @@ RestoredSource restoreUnitSource(UnitViewSession& session, const std::string& na
     } catch (const RequestError&) {
         throw RequestError("could not resolve source for " + name);
     }
-    RestoredSource result{file.path, restoreFromBackup(systemFileOps(), file.path), {}};
+    RestoredSource result{file.path, restoreFromBackup(io::systemFileOps(), file.path), {}};
     file.internalPath.clear();
     result.reloadError = session.refreshAfterWrite(file);
     return result;

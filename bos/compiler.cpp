@@ -19,7 +19,7 @@ BosCompilation compileBos(std::string_view source, const std::string& path,
     }
     result.ok = !diagnostics.hasErrors();
     if (!result.ok) result.code = {};
-    result.diagnostics = diagnostics.all();
+    result.diagnostics = diagnostics.inSourceOrder();
     return result;
 }
 

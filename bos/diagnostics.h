@@ -27,12 +27,14 @@ struct BosDiagnostic {
     std::string file;
     std::uint32_t line = 0;
     std::uint32_t column = 0;
+    /// Where the main source has it: the line itself, or that of the #include.
+    std::uint32_t mainLine = 0;
 };
 
 /// Thrown by the list when it is full; whoever asked for a translation ends it and reports.
 struct TooManyErrors {};
 
-/// Collects diagnostics in the order they are found.
+/// Collects what the stages of a translation find.
 class DiagnosticList {
 public:
     static constexpr std::size_t kMaxErrors = 50;
@@ -50,7 +52,8 @@ public:
     void warning(const SourcePosition& at, const char* code, std::string message);
 
     bool hasErrors() const { return errors_ > 0; }
-    const std::vector<BosDiagnostic>& all() const { return all_; }
+    /// All of them from top to bottom of the main source, whichever stage found them.
+    std::vector<BosDiagnostic> inSourceOrder() const;
 
 private:
     void add(Severity severity, const SourcePosition& at, const char* code, std::string message);

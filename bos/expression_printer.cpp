@@ -7,7 +7,7 @@
 #include "bos/constants.h"
 #include "bos/invented_names.h"
 #include "bos/operators.h"
-#include "bos/token_reader.h"
+#include "bos/quoted_name.h"
 
 namespace orb::unitview::bos {
 namespace {

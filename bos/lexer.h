@@ -13,11 +13,14 @@ namespace orb::unitview::bos {
 /// a line joins it with the next.
 class Lexer {
 public:
-    /// Borrows text and list. `mainLine` 0: the text is the main source, else the line of the main
-    /// source that includes it.
+    /// Borrows text and list; a byte order mark at the front is no part of the text. `mainLine` 0:
+    /// the text is the main source, else the line of the main source that includes it.
     Lexer(std::string_view text, std::uint32_t file, std::uint32_t mainLine,
           DiagnosticList& diagnostics)
-        : text_(text), file_(file), mainLine_(mainLine), diagnostics_(diagnostics) {}
+        : text_(text), file_(file), mainLine_(mainLine), diagnostics_(diagnostics) {
+        constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+        if (text_.starts_with(kByteOrderMark)) text_.remove_prefix(kByteOrderMark.size());
+    }
 
     /// The next token, on whichever line; kind `end` at the end of the text.
     Token next();

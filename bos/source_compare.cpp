@@ -204,7 +204,7 @@ SourceComparison compareSource(const io::CobFile& cob, std::string_view source,
     }
     result.options = first;
     result.ok = !diagnostics.hasErrors();
-    result.diagnostics = diagnostics.all();
+    result.diagnostics = diagnostics.inSourceOrder();
     if (result.ok) Comparer(cob, program).run(first, result);
     return result;
 }

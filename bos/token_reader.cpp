@@ -1,21 +1,11 @@
 #include "bos/token_reader.h"
 
-#include <algorithm>
-#include <charconv>
-
 #include <fmt/format.h>
 
+#include "bos/quoted_name.h"
 #include "io/ascii.h"
 
 namespace orb::unitview::bos {
-namespace {
-
-bool needsEscape(char c) {
-    return c < ' ' || c > '~' || c == '"' || c == '\\';
-}
-
-}  // namespace
-
 bool TokenReader::acceptWord(std::string_view word) {
     if (current().kind != TokenKind::name || !io::equalsIgnoringCase(current().text, word))
         return false;
@@ -34,8 +24,8 @@ void TokenReader::expectWord(std::string_view word) {
 Name TokenReader::expectName(std::string_view what) {
     if (!isName()) failExpecting(what);
     const Token& token = advance();
-    const bool isQuoted = token.kind == TokenKind::text;
-    return {isQuoted ? unescaped(token.text) : token.text, token.at, isQuoted};
+    if (token.kind != TokenKind::text) return {token.text, token.at, false};
+    return {program_.ownTexts.emplace_back(nameInQuotes(token.text)), token.at, true};
 }
 
 std::uint8_t TokenReader::expectAxis() {
@@ -71,36 +61,6 @@ void TokenReader::failExpecting(std::string_view what) {
 void TokenReader::fail(const SourcePosition& at, const char* code, std::string message) {
     diagnostics_.error(at, code, std::move(message));
     throw SyntaxError{};
-}
-
-std::string_view TokenReader::unescaped(std::string_view quoted) {
-    if (quoted.find('\\') == std::string_view::npos) return quoted;
-    std::string name;
-    for (std::size_t i = 0; i < quoted.size(); ++i) {
-        unsigned char code = 0;
-        const std::string_view digits = quoted.substr(std::min(i + 2, quoted.size()), 2);
-        const char* const end = digits.data() + digits.size();
-        if (quoted.substr(i, 2) == "\\x" && digits.size() == 2 &&
-            std::from_chars(digits.data(), end, code, 16).ptr == end) {
-            name += static_cast<char>(code);
-            i += 3;
-        } else {
-            name += quoted[i];
-        }
-    }
-    return program_.ownTexts.emplace_back(std::move(name));
-}
-
-std::string quotedName(std::string_view name) {
-    std::string text = "\"";
-    for (const char c : name) {
-        if (needsEscape(c)) {
-            text += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
-        } else {
-            text += c;
-        }
-    }
-    return text + '"';
 }
 
 }  // namespace orb::unitview::bos

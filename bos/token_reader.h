@@ -57,15 +57,10 @@ public:
     [[noreturn]] void fail(const SourcePosition& at, const char* code, std::string message);
 
 private:
-    std::string_view unescaped(std::string_view quoted);
-
     std::span<Token> tokens_;
     std::size_t next_ = 0;
     Program& program_;
     DiagnosticList& diagnostics_;
 };
-
-/// A name in quotes, such that reading it gives the same bytes.
-std::string quotedName(std::string_view name);
 
 }  // namespace orb::unitview::bos

@@ -6,28 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "io/formats/cob_file.h"
+#include "diagnostics/script_summary.h"
 
 namespace orb::unitview {
-
-/// What a script does, from its code alone.
-struct ScriptSummary {
-    std::string name;
-    std::size_t instructionCount = 0;
-    /// Indices of the scripts that call-script and start-script name, in order of appearance,
-    /// duplicates kept; indices that no script has are left out.
-    std::vector<std::uint32_t> calls, starts;
-    /// The same edges from the other end.
-    std::vector<std::uint32_t> calledBy, startedBy;
-    /// Every piece operand in order of appearance.
-    std::vector<std::int32_t> pieces;
-    bool sleeps = false;
-    bool waitsForTurn = false, waitsForMove = false;
-    bool signals = false, setsSignalMask = false;
-    bool emitsSfx = false, explodes = false;
-    /// Jumps to an instruction before the jump.
-    bool loops = false;
-};
 
 enum class LintSeverity : std::int32_t { error = 0, warning = 1, info = 2 };
 
@@ -51,15 +32,8 @@ struct CobAnalysis {
     std::vector<Lint> lints;
 };
 
-/// Instructions of all scripts together; scripts may share code, so a file's size alone does not
-/// bound them.
-inline constexpr std::size_t kMaxAnalysedInstructions = 4'194'304;
-
-/// Summarises every script of a file and lints it for a model of so many pieces. A script's code
-/// ends where the next one begins. Words that are no instruction are passed over, as the
-/// interpreter does: old compilers left texts behind a script's end. Throws std::runtime_error
-/// "script entry point outside the code", "instruction runs past the end of the code" or "script
-/// code too large to analyse".
+/// Summarises every script of a file and lints it for a model of so many pieces. Throws what
+/// summariseScripts raises.
 CobAnalysis analyseCob(const io::CobFile& cob, std::size_t modelPieceCount);
 
 }  // namespace orb::unitview

@@ -97,7 +97,7 @@ private:
             add("missing-3do", ConflictSeverity::warn, "", "FBI has no ObjectName");
         else
             requireFile(models_, model, "missing-3do", ConflictSeverity::warn, "3DO not found");
-        requireFile(scripts_, scriptNameOf(scriptPath(unit.info, unit.name)), "missing-cob",
+        requireFile(scripts_, std::string(scriptName(unit.info, unit.name)), "missing-cob",
                     ConflictSeverity::warn, "COB script not found");
         requireFile(pictures_, unit.name, "missing-buildpic", ConflictSeverity::info,
                     "Build picture not found");

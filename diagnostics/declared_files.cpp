@@ -36,12 +36,4 @@ std::vector<std::string> declaringFiles(std::span<const TableEntry* const> decla
     return winnerFirst(std::vector(declarations.begin(), declarations.end()));
 }
 
-std::string scriptNameOf(std::string_view scriptPath) {
-    constexpr std::string_view kDirectory = "scripts/";
-    constexpr std::string_view kSuffix = ".cob";
-    scriptPath.remove_prefix(kDirectory.size());
-    scriptPath.remove_suffix(kSuffix.size());
-    return std::string(scriptPath);
-}
-
 }  // namespace orb::unitview

@@ -8,7 +8,6 @@
 #include "session/game_tables.h"
 #include "session/unit_catalogue.h"
 
-/// Names of files as findings show them.
 namespace orb::unitview {
 
 /// The readable locations of the definitions whose `UnitName` is `name`, in any case, of all
@@ -17,8 +16,5 @@ std::vector<std::string> declaringFiles(const UnitCatalogue& catalogue, std::str
 
 /// The same for declarations of one name in a table.
 std::vector<std::string> declaringFiles(std::span<const TableEntry* const> declarations);
-
-/// "NAME" of the script file "scripts/NAME.cob".
-std::string scriptNameOf(std::string_view scriptPath);
 
 }  // namespace orb::unitview

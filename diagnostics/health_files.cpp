@@ -70,8 +70,9 @@ void checkModel(const Context& context, Rows& rows) {
 
 void checkScript(const Context& context, Rows& rows) {
     constexpr std::string_view kTitle = "COB script";
-    const std::string path = scriptPath(context.unit.fbi, context.unit.name);
-    const std::string name = scriptNameOf(path);
+    const LoadedUnit& unit = context.unit;
+    const std::string path = scriptPath(unit.fbi, unit.name);
+    const std::string name(scriptName(unit.fbi, unit.name));
     if (fileExists(context, path))
         rows.push_back({kTitle, name, CheckStatus::ok, path});
     else

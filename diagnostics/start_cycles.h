@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "diagnostics/cob_lints.h"
+#include "diagnostics/script_summary.h"
 
 namespace orb::unitview {
 

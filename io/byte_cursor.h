@@ -18,6 +18,11 @@ inline std::string_view asText(ByteView bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
+/// The same text as bytes.
+inline ByteView asBytes(std::string_view text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
 /// A bounds-checked little-endian reader over bytes that it does not own. Every read past the end
 /// throws std::runtime_error with the text given at construction, so a format names its own error.
 class ByteCursor {

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "io/archive/path_components.h"
+#include "io/files/replace_file.h"
 #include "io/path_text.h"
-#include "session/replace_file.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {
@@ -52,7 +52,7 @@ void writeNew(const fs::path& path, io::ByteView bytes, bool overwrite) {
     if (!overwrite && fs::exists(fs::symlink_status(path)))
         throw RequestError("file exists: " + io::textFromPath(path));
     fs::create_directories(path.parent_path());
-    replaceFile(path, io::asText(bytes));
+    io::replaceFile(io::systemFileOps(), path, bytes, io::Durability::unflushed);
 }
 
 }  // namespace

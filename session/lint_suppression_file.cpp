@@ -7,10 +7,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "io/files/replace_file.h"
 #include "io/path_text.h"
 #include "server/logger.h"
 #include "session/lint_suppressions.h"
-#include "session/replace_file.h"
 
 // {"perUnit": {UNIT: {code: [target…]}}, "global": {code: [target…]}}
 
@@ -164,7 +164,7 @@ std::optional<fs::path> saveLintSuppressions(const LintSuppressions& rules,
     fs::path path = *root / kLintSuppressFile;
     // Nothing of such a file has been read, so writing it anew would lose all its rules.
     if (isTooLarge(path)) throw std::runtime_error("open for write: " + io::textFromPath(path));
-    replaceFile(path, writeRules(rules));
+    io::replaceFile(io::systemFileOps(), path, io::asBytes(writeRules(rules)));
     return path;
 }
 

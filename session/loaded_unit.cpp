@@ -118,12 +118,16 @@ std::string definitionPath(const io::CompositeVirtualFileSystem& files,
     return declaration ? fmt::format("units/{}.fbi", declaration->fileStem) : path;
 }
 
-std::string scriptPath(const io::FbiUnitInfo& fbi, std::string_view unitName) {
+std::string_view scriptName(const io::FbiUnitInfo& fbi, std::string_view unitName) {
     std::string_view script = unitName;
     if (!fbi.script.empty()) script = fbi.script;
     if (!fbi.scriptName.empty()) script = fbi.scriptName;
     if (io::endsWithIgnoringCase(script, kCobSuffix)) script.remove_suffix(kCobSuffix.size());
-    return fmt::format("scripts/{}{}", script, kCobSuffix);
+    return script;
+}
+
+std::string scriptPath(const io::FbiUnitInfo& fbi, std::string_view unitName) {
+    return fmt::format("scripts/{}{}", scriptName(fbi, unitName), kCobSuffix);
 }
 
 }  // namespace orb::unitview

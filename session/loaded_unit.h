@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "io/formats/cob_file.h"
 #include "io/formats/fbi.h"
@@ -44,8 +45,11 @@ LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
 std::string definitionPath(const io::CompositeVirtualFileSystem& files,
                            const UnitCatalogue& catalogue, const std::string& name);
 
-/// The script file that a definition names: `scriptname`, else `script`, else the unit's own name;
-/// a path like "scripts/NAME.cob".
+/// The name of the script that a definition asks for, without ".cob": `scriptname`, else `script`,
+/// else the unit's own name. Borrows from its arguments.
+std::string_view scriptName(const io::FbiUnitInfo& fbi, std::string_view unitName);
+
+/// The path of that script's file, "scripts/NAME.cob".
 std::string scriptPath(const io::FbiUnitInfo& fbi, std::string_view unitName);
 
 }  // namespace orb::unitview

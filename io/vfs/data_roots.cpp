@@ -48,8 +48,17 @@ std::vector<fs::path> archivesIn(const fs::path& directory) {
 
 /// The path in one spelling, symbolic links left as they are.
 fs::path comparable(const fs::path& path) {
-    const fs::path normal = fs::absolute(path).lexically_normal();
+    std::error_code ignored;
+    const fs::path normal = fs::absolute(path, ignored).lexically_normal();
     return normal.has_filename() ? normal : normal.parent_path();
+}
+
+/// Naming the game directory among the mods makes no mod of its files.
+DataRootKind modRootKind(const fs::path& mod, const fs::path& taDataPath) {
+    std::error_code ignored;
+    const bool isGame =
+        comparable(mod) == comparable(taDataPath) || fs::equivalent(mod, taDataPath, ignored);
+    return isGame ? DataRootKind::base : DataRootKind::mod;
 }
 
 }  // namespace
@@ -95,7 +104,7 @@ MountResult buildLayers(CompositeVirtualFileSystem& composite, std::span<const f
                         const MountProgress& progress) {
     MountResult result;
     for (const fs::path& mod : modPaths)
-        result.modArchives += mountRoot(composite, {DataRootKind::mod, mod}, progress);
+        result.modArchives += mountRoot(composite, {modRootKind(mod, taDataPath), mod}, progress);
     result.baseArchives = mountRoot(composite, {DataRootKind::base, taDataPath}, progress);
     if (!isPresent(mapsPath) || comparable(mapsPath) == comparable(taDataPath)) return result;
     mountRoot(composite, {DataRootKind::maps, mapsPath}, progress);

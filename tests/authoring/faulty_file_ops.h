@@ -5,13 +5,13 @@
 
 #include <unistd.h>
 
-#include "authoring/file_ops.h"
+#include "io/files/file_ops.h"
 
 namespace orb::unitview {
 
 /// The real file operations, of which one fails or is the process's last; what writes does half of
 /// its work first. Some kinds of operation can be refused throughout.
-class FaultyFileOps : public FileOps {
+class FaultyFileOps : public io::FileOps {
 public:
     enum class Fault { fail, die };
     static constexpr int kDeathStatus = 42;
@@ -36,9 +36,9 @@ public:
     void createDirectories(const Path& path, std::error_code& error) override {
         if (!strikes("createDirectories", error)) real_.createDirectories(path, error);
     }
-    std::FILE* open(const Path& path, OpenMode mode, std::error_code& error) override {
+    std::FILE* open(const Path& path, io::OpenMode mode, std::error_code& error) override {
         if (strikes("open", error)) return nullptr;
-        if (mode != OpenMode::createNew || !refused(refusesNewFiles, error))
+        if (mode != io::OpenMode::createNew || !refused(refusesNewFiles, error))
             return real_.open(path, mode, error);
         return nullptr;
     }
@@ -104,7 +104,7 @@ private:
         return isRefused;
     }
 
-    FileOps& real_ = systemFileOps();
+    io::FileOps& real_ = io::systemFileOps();
     int stepsLeft_;
     Fault fault_;
     std::string struck_;

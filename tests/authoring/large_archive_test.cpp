@@ -44,7 +44,7 @@ TEST(LargeArchiveTest, IsRewrittenWithinTwiceItsSize) {
     });
     const long peak = peakOf([&] {
         const io::FileLocation entry{io::FileLocation::Kind::archive, path, "units/A.FBI"};
-        return writeSource(systemFileOps(), entry, io::bytesOf("new"), true).outcome ==
+        return writeSource(io::systemFileOps(), entry, io::bytesOf("new"), true).outcome ==
                WriteOutcome::ok;
     });
     const io::HpiArchive archive(path), backup(backupPath(path));

@@ -67,7 +67,7 @@ io::Bytes archiveWith(const std::string& text) {
 
 std::string readAll(const fs::path& path) {
     std::error_code error;
-    const io::Bytes bytes = systemFileOps().read(path, error);
+    const io::Bytes bytes = io::systemFileOps().read(path, error);
     return error ? "(none)" : std::string(io::asText(bytes));
 }
 
@@ -95,9 +95,9 @@ public:
         ops.refusesRenames = scenario_.refusesRenames;
         ops.refusesNewFiles = scenario_.refusesNewFiles;
         ops.refusesHardLinks = scenario_.refusesHardLinks;
-        run(static_cast<FileOps&>(ops));
+        run(static_cast<io::FileOps&>(ops));
     }
-    void run(FileOps& ops) const {
+    void run(io::FileOps& ops) const {
         if (scenario_.restores) {
             if (const auto warning = restoreFromBackup(ops, location_.path))
                 throw RequestError(*warning);
@@ -188,7 +188,7 @@ TEST(SafeWriteTest, EveryOperationMayFail) {
             }
             // Whatever is left over, the next try finds its way.
             if (stage.isBefore()) {
-                EXPECT_EQ(failureOf([&] { stage.run(systemFileOps()); }), "");
+                EXPECT_EQ(failureOf([&] { stage.run(io::systemFileOps()); }), "");
                 stage.expectFinished();
             }
         }
@@ -243,7 +243,7 @@ TEST(SafeWriteTest, NamesWhatFailed) {
     EXPECT_EQ(messagesOf(folder, {"", Target::looseFile}),
               "status: copy: backup failed: Input/output error\n"
               "createDirectories: create dir: Input/output error\n"
-              "followLink: open: open for write: $/units/A.FBI\n"
+              "status: followLink: open: open for write: $/units/A.FBI\n"
               "write: flush: close: write failed: $/units/A.FBI\n");
     EXPECT_EQ(messagesOf(folder, {"", Target::archiveEntry, false, true, true}),
               "status: backup failed: Input/output error\n"
@@ -257,7 +257,7 @@ TEST(SafeWriteTest, NamesWhatFailed) {
         "followLink: read: read: open: write: flush: close: restore failed: Input/output error\n"
         "remove: restored but couldn't remove backup: Input/output error\n");
     const auto damaged = folder.write("damaged.ufo", "HAPIHOPI");
-    EXPECT_EQ(writeSource(systemFileOps(), {Kind::archive, damaged, "a"}, {}, true).message,
+    EXPECT_EQ(writeSource(io::systemFileOps(), {Kind::archive, damaged, "a"}, {}, true).message,
               "archive rewrite failed: Unsupported HPI version: " + damaged.string());
 }
 
@@ -265,7 +265,8 @@ TEST(SafeWriteTest, AsksBeforeTheFirstBackupAndKeepsIt) {
     const io::TestFolder folder;
     const auto file = folder.write("A.FBI", kFirst);
     const auto write = [&](const std::string& text, bool allow) {
-        return writeSource(systemFileOps(), {Kind::loose, file, ""}, bytesOf(text), allow).outcome;
+        return writeSource(io::systemFileOps(), {Kind::loose, file, ""}, bytesOf(text), allow)
+            .outcome;
     };
     EXPECT_EQ(write(kOld, false), WriteOutcome::needsBackupConsent);
     EXPECT_EQ(readAll(file), kFirst);
@@ -292,7 +293,8 @@ TEST(SafeWriteTest, AFullDiskLeavesTheOldFile) {
         GTEST_SKIP() << "no right to mount a small disk";
     const auto file = folder.write("A.FBI", kOld);
     const auto write = [&](std::size_t size) {
-        return writeSource(systemFileOps(), {Kind::loose, file, ""}, io::Bytes(size, 'x'), true);
+        return writeSource(io::systemFileOps(), {Kind::loose, file, ""}, io::Bytes(size, 'x'),
+                           true);
     };
     EXPECT_EQ(write(1 << 20).message, "write failed: " + file.string());
     EXPECT_EQ(readAll(file), kOld);

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -19,14 +20,14 @@ inline Bytes bytesOf(std::string_view text) {
     return {text.begin(), text.end()};
 }
 
-/// A folder of the running test, empty at first and removed with its content.
+/// A folder of the running test and process, empty at first and removed with its content.
 class TestFolder {
 public:
     TestFolder() {
         const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
         path_ = std::filesystem::temp_directory_path() /
-                fmt::format("orb_{}_{}", test->test_suite_name(), test->name());
-        std::filesystem::remove_all(path_);
+                fmt::format("orb_{}_{}_{:08x}", test->test_suite_name(), test->name(),
+                            std::random_device()());
         std::filesystem::create_directories(path_);
     }
     TestFolder(const TestFolder&) = delete;

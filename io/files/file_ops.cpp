@@ -1,4 +1,4 @@
-#include "authoring/file_ops.h"
+#include "io/files/file_ops.h"
 
 #include <cerrno>
 #include <fstream>
@@ -10,7 +10,7 @@
 #include <unistd.h>
 #endif
 
-namespace orb::unitview {
+namespace orb::io {
 namespace {
 
 namespace fs = std::filesystem;
@@ -82,7 +82,7 @@ public:
         return file;
     }
 
-    void write(std::FILE* file, io::ByteView bytes, std::error_code& error) override {
+    void write(std::FILE* file, ByteView bytes, std::error_code& error) override {
         errno = 0;
         const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
         error = written ? std::error_code() : lastError();
@@ -98,10 +98,10 @@ public:
         error = std::fclose(file) == 0 ? std::error_code() : lastError();
     }
 
-    io::Bytes read(const Path& path, std::error_code& error) override {
+    Bytes read(const Path& path, std::error_code& error) override {
         const std::uintmax_t size = fs::file_size(path, error);
         if (error) return {};
-        io::Bytes bytes(static_cast<std::size_t>(size));
+        Bytes bytes(static_cast<std::size_t>(size));
         std::ifstream file(path, std::ios::binary);
         file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size));
         if (!file) error = std::make_error_code(std::errc::io_error);
@@ -141,4 +141,4 @@ FileOps& systemFileOps() {
     return ops;
 }
 
-}  // namespace orb::unitview
+}  // namespace orb::io

@@ -7,7 +7,7 @@
 
 #include "io/byte_cursor.h"
 
-namespace orb::unitview {
+namespace orb::io {
 
 /// How a file is opened for writing.
 enum class OpenMode {
@@ -35,13 +35,13 @@ public:
 
     /// Null on failure.
     virtual std::FILE* open(const Path& path, OpenMode mode, std::error_code& error) = 0;
-    virtual void write(std::FILE* file, io::ByteView bytes, std::error_code& error) = 0;
+    virtual void write(std::FILE* file, ByteView bytes, std::error_code& error) = 0;
     /// Hands everything written to the disk.
     virtual void flush(std::FILE* file, std::error_code& error) = 0;
     /// The file is closed even on failure.
     virtual void close(std::FILE* file, std::error_code& error) = 0;
 
-    virtual io::Bytes read(const Path& path, std::error_code& error) = 0;
+    virtual Bytes read(const Path& path, std::error_code& error) = 0;
     /// Copies content and permissions into a new file and hands it to the disk; fails when there is
     /// one already.
     virtual void copy(const Path& from, const Path& to, std::error_code& error) = 0;
@@ -60,4 +60,4 @@ public:
 /// The operations on the real file system.
 FileOps& systemFileOps();
 
-}  // namespace orb::unitview
+}  // namespace orb::io

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+#include "io/byte_cursor.h"
+#include "io/files/file_ops.h"
+
+/// Giving files new contents so that, whatever fails or dies on the way, a file is afterwards the
+/// old or the new one as a whole.
+namespace orb::io {
+
+/// Whether the bytes must be on the disk before a file takes its place.
+enum class Durability {
+    flushed,
+    /// For files that can be made again, and many at a time.
+    unflushed
+};
+
+/// Writes a file by way of a temporary sibling; its folder must be there. A file that exists must
+/// be open to writing; a symbolic link stays one, and the file that it leads to is written. What
+/// is no regular file is refused. Where the folder takes no new file, or refuses the renaming, the
+/// file is written in place and its old bytes are put back when that fails. Throws
+/// std::runtime_error "open for write: " or "write failed: " and the path.
+void replaceFile(FileOps& ops, const std::filesystem::path& path, ByteView bytes,
+                 Durability durability = Durability::flushed);
+
+/// The step at which a replacement failed, and why.
+struct ReplaceFailure {
+    enum class Step { openTemporary, writeTemporary, moveIntoPlace };
+    Step step;
+    std::error_code error;
+};
+
+/// The temporary sibling by which a file gets new contents.
+std::filesystem::path temporaryPath(const std::filesystem::path& target);
+
+/// The steps of replaceFile after its checks, for a target that is no link and need not exist yet:
+/// writes the temporary with the permissions of what is there, and moves it into place.
+std::optional<ReplaceFailure> replaceByTemporary(
+    FileOps& ops, const std::filesystem::path& target,
+    const std::optional<std::filesystem::perms>& permissions, ByteView bytes,
+    Durability durability = Durability::flushed);
+
+/// Overwrites a file whose place nothing can take; `error` tells of a failure. The old bytes are
+/// put back then; false when even this is not possible.
+bool overwriteInPlace(FileOps& ops, const std::filesystem::path& path, ByteView bytes,
+                      std::error_code& error);
+
+/// The status of the file there is, or none. `error` is set when that cannot be told.
+std::optional<std::filesystem::file_status> statusOfExisting(FileOps& ops,
+                                                             const std::filesystem::path& path,
+                                                             std::error_code& error);
+
+/// For what must not turn a write that is done into a failure.
+void removeIfPossible(FileOps& ops, const std::filesystem::path& path);
+
+/// Hands the names beside a path to the disk, where the platform can.
+void syncFolderOf(FileOps& ops, const std::filesystem::path& path);
+
+}  // namespace orb::io
