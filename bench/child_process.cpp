@@ -1,5 +1,6 @@
 #include "bench/child_process.h"
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <thread>
@@ -32,9 +33,9 @@ struct Pipe {
 };
 
 pid_t spawn(std::vector<std::string>& command, posix_spawn_file_actions_t* actions) {
-    std::vector<char*> arguments;
-    for (std::string& argument : command) arguments.push_back(argument.data());
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments(command.size() + 1);  // the last one stays null
+    std::ranges::transform(command, arguments.begin(),
+                           [](std::string& text) { return text.data(); });
     pid_t pid = 0;
     require(posix_spawnp(&pid, arguments[0], actions, nullptr, arguments.data(), environ) == 0,
             "cannot start a child");
