@@ -54,11 +54,8 @@ PngPicture readBuildPicture(const io::CompositeVirtualFileSystem& files,
                             const BuildPictureSource& source, const io::Palette& palette) {
     io::Bytes bytes = readPicture(files, source.path);
     if (source.format == "pcx") return pngFromPcx(bytes);
-    if (source.format == "gaf") {
-        const io::GafEntry entry = io::readGafEntry(bytes, source.gafIndex);
-        if (entry.frames.empty()) throw std::runtime_error("GAF data too small");
-        return pngFromGafFrame(entry.frames.front(), palette);
-    }
+    if (source.format == "gaf")
+        return pngFromGafFrame(io::readGafPicture(bytes, source.gafIndex).firstFrame, palette);
     const auto [width, height] = io::readPngSize(bytes);
     return {width, height, std::move(bytes)};
 }

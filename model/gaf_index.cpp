@@ -33,11 +33,9 @@ void GafIndex::build() const {
     LogLine(LogLevel::info) << "[gaf] " << directory_ << ": " << entries_.size() << " entries";
 }
 
-io::GafEntry readNamedGafEntry(io::ByteView file, std::size_t index, std::string_view name) {
-    io::GafEntry entry = io::readGafEntry(file, index);
-    if (!io::equalsIgnoringCase(entry.name, name))
-        throw std::runtime_error(fmt::format("GAF entry not found: {}", name));
-    return entry;
+void requireGafName(std::string_view found, std::string_view expected) {
+    if (!io::equalsIgnoringCase(found, expected))
+        throw std::runtime_error(fmt::format("GAF entry not found: {}", expected));
 }
 
 }  // namespace orb::unitview

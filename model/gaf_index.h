@@ -39,8 +39,9 @@ private:
     mutable std::unordered_map<std::string, GafEntryRef> entries_;
 };
 
-/// Reads one entry of a file that is read already; throws what the reader throws, and
-/// std::runtime_error "GAF entry not found: …" when the entry there has another name.
-io::GafEntry readNamedGafEntry(io::ByteView file, std::size_t index, std::string_view name);
+/// Makes sure that an entry read through a reference is still the one that was found, since files
+/// change behind the index: throws std::runtime_error "GAF entry not found: …" when the names
+/// differ by more than case.
+void requireGafName(std::string_view found, std::string_view expected);
 
 }  // namespace orb::unitview

@@ -29,14 +29,14 @@ io::Bytes readFileOrWarn(const io::CompositeVirtualFileSystem& files, const std:
 }
 
 TexturePtr readTexture(io::ByteView file, const GafEntryRef& ref, const std::string& name) {
-    io::GafEntry entry = readNamedGafEntry(file, ref.index, name);
-    if (entry.frames.empty() || entry.frames.front().pixels.empty())
-        throw std::runtime_error("texture has no pixels");
+    io::GafPicture picture = io::readGafPicture(file, ref.index);
+    requireGafName(picture.name, name);
+    if (picture.firstFrame.pixels.empty()) throw std::runtime_error("texture has no pixels");
     Texture texture;
-    texture.name = std::move(entry.name);
+    texture.name = std::move(picture.name);
     texture.path = ref.path;
-    texture.frameCount = entry.frames.size();
-    texture.picture = std::move(entry.frames.front());
+    texture.frameCount = picture.frameCount;
+    texture.picture = std::move(picture.firstFrame);
     for (const std::uint8_t pixel : texture.picture.pixels) ++texture.histogram[pixel];
     return std::make_shared<const Texture>(std::move(texture));
 }
@@ -95,8 +95,9 @@ std::vector<TexturePtr> TextureLibrary::find(std::span<const std::string> names)
 TextureSet TextureLibrary::encode(std::span<const std::string> names,
                                   const io::Palette& palette) const {
     TextureSet set;
-    for (const TexturePtr& texture : find(names))
-        if (texture) set[io::upperCased(texture->name)] = {texture->name, pngOf(texture, palette)};
+    const std::vector<TexturePtr> textures = find(names);
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if (textures[i]) set[io::upperCased(names[i])] = {names[i], pngOf(textures[i], palette)};
     return set;
 }
 

@@ -34,6 +34,7 @@ struct Texture {
 
 /// A texture in the colours of a palette, see-through where the picture is.
 struct TexturePng {
+    /// As the model spells it.
     std::string name;
     std::shared_ptr<const io::Bytes> png;
 };

@@ -44,11 +44,10 @@ void previewPcx(const PreviewInput& input) {
 
 /// Shows the first frame of the first animation.
 void previewGaf(const PreviewInput& input) {
-    const io::GafEntry entry = io::readGafEntry(input.bytes, 0);
-    if (entry.frames.empty()) throw std::runtime_error("GAF data too small");
-    input.preview.content = pngFromGafFrame(entry.frames.front(), input.palette);
+    const io::GafPicture picture = io::readGafPicture(input.bytes, 0);
+    input.preview.content = pngFromGafFrame(picture.firstFrame, input.palette);
     input.preview.truncated =
-        entry.frames.size() > 1 || io::readGafEntryNames(input.bytes).size() > 1;
+        picture.frameCount > 1 || io::readGafEntryNames(input.bytes).size() > 1;
 }
 
 void previewPng(const PreviewInput& input) {

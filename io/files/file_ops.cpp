@@ -84,7 +84,9 @@ public:
 
     void write(std::FILE* file, ByteView bytes, std::error_code& error) override {
         errno = 0;
-        const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+        // no bytes may have no address, which fwrite does not allow
+        const bool written =
+            bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
         error = written ? std::error_code() : lastError();
     }
 

@@ -28,6 +28,8 @@ namespace orb::io {
 namespace {
 
 constexpr std::uint32_t kVersion = 0x00010100;
+constexpr std::size_t kEntryLinkSize = 4;
+constexpr std::size_t kEntryHeadSize = 40;
 constexpr std::size_t kNameSize = 32;
 constexpr std::size_t kFrameLinkSize = 8;
 constexpr std::size_t kFrameRecordSize = 24;
@@ -84,7 +86,8 @@ public:
         if (file_.u32() != kVersion) throw std::runtime_error("Invalid GAF version");
         entryCount_ = file_.u32();
         file_.skip(4);
-        file_.requireArray(file_.position(), entryCount_, 4);
+        // Entries of a sound file do not overlap: else a small file could name millions of them.
+        file_.requireArray(file_.position(), entryCount_, kEntryLinkSize + kEntryHeadSize);
         entryTable_ = file_.position();
     }
 
@@ -97,25 +100,36 @@ public:
     }
 
     GafEntry readEntry(std::size_t index) {
-        seekEntry(index);
-        const std::uint16_t frameCount = file_.u16();
-        file_.skip(6);
-        GafEntry entry;
-        entry.name = takeName();
-        ByteCursor links(file_.take(frameCount * kFrameLinkSize), kTooSmall);
-        for (std::size_t i = 0; i < frameCount; ++i) {
-            GafFrame frame = readFrame(links.u32(), 0);
-            frame.duration = links.u32();
-            entry.frames.push_back(std::move(frame));
-        }
+        auto [name, links] = readEntryHead(index);
+        GafEntry entry{std::move(name), {}};
+        while (links.remaining() > 0) entry.frames.push_back(readLinkedFrame(links));
         return entry;
     }
 
+    GafPicture readPicture(std::size_t index) {
+        auto [name, links] = readEntryHead(index);
+        const std::size_t frameCount = links.size() / kFrameLinkSize;
+        return {std::move(name), frameCount, readLinkedFrame(links)};
+    }
+
 private:
+    struct EntryHead {
+        std::string name;
+        ByteCursor frameLinks;
+    };
+
     void seekEntry(std::size_t index) {
         if (index >= entryCount_) throw std::runtime_error(kTooSmall);
-        file_.seek(entryTable_ + index * 4);
+        file_.seek(entryTable_ + index * kEntryLinkSize);
         file_.seek(file_.u32());
+    }
+
+    EntryHead readEntryHead(std::size_t index) {
+        seekEntry(index);
+        const std::uint16_t frameCount = file_.u16();
+        file_.skip(6);
+        std::string name = takeName();
+        return {std::move(name), ByteCursor(file_.take(frameCount * kFrameLinkSize), kTooSmall)};
     }
 
     std::string takeName() {
@@ -125,6 +139,12 @@ private:
     void charge(std::uint64_t work) {
         if (work > workLeft_) throw std::runtime_error(kTooSmall);
         workLeft_ -= work;
+    }
+
+    GafFrame readLinkedFrame(ByteCursor& links) {
+        GafFrame frame = readFrame(links.u32(), 0);
+        frame.duration = links.u32();
+        return frame;
     }
 
     GafFrame readFrame(std::uint32_t offset, int depth) {
@@ -288,17 +308,21 @@ GafEntry readGafEntry(ByteView bytes, std::size_t index) {
     return Reader(bytes).readEntry(index);
 }
 
+GafPicture readGafPicture(ByteView bytes, std::size_t index) {
+    return Reader(bytes).readPicture(index);
+}
+
 Bytes writeGaf(const GafFile& gaf, GafEncoding encoding) {
     ByteWriter out;
     out.u32(kVersion);
     out.u32(static_cast<std::uint32_t>(gaf.entries.size()));
     out.u32(0);
     std::size_t link = out.position();
-    out.zeros(gaf.entries.size() * 4);
+    out.zeros(gaf.entries.size() * kEntryLinkSize);
     for (const GafEntry& entry : gaf.entries) {
         out.patchU32(link, static_cast<std::uint32_t>(out.position()));
         writeEntry(out, entry, encoding);
-        link += 4;
+        link += kEntryLinkSize;
     }
     return out.take();
 }

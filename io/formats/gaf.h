@@ -29,6 +29,13 @@ struct GafEntry {
     std::vector<GafFrame> frames;
 };
 
+/// What an entry shows at rest.
+struct GafPicture {
+    std::string name;
+    std::size_t frameCount = 0;
+    GafFrame firstFrame;
+};
+
 struct GafFile {
     std::vector<GafEntry> entries;
 };
@@ -50,6 +57,10 @@ std::vector<std::string> readGafEntryNames(ByteView bytes);
 
 /// One entry by its index in file order; an index past the last entry is "GAF data too small".
 GafEntry readGafEntry(ByteView bytes, std::size_t index);
+
+/// The same without reading the frames after the first; an entry without frames is "GAF data too
+/// small".
+GafPicture readGafPicture(ByteView bytes, std::size_t index);
 
 enum class GafEncoding { plain, compressed };
 

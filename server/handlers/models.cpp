@@ -78,7 +78,8 @@ Reply getWeaponModelGlb(UnitViewSession& session, const Payload& payload) {
     const std::string model(weapon.section.getString("model").value_or(""));
     if (model.empty()) throw RequestError("weapon has no model: " + weapon.name);
     const std::string path = fmt::format("objects3d/{}.3DO", model);
-    const auto file = session.data().files.readFile(path);
+    const auto file =
+        reportingFailure([&] { return session.data().files.readFile(path); }, kEncodeFailed);
     if (!file) throw RequestError("3DO not found: " + path);
     const io::Model3doObject root =
         reportingFailure([&] { return io::parse3do(*file); }, kEncodeFailed);

@@ -105,7 +105,9 @@ Reply getProjectileSprite(UnitViewSession& session, const Payload& payload) {
     if (!entry) throw RequestError(missingText);
     const io::Bytes file = readFile(session, entry->path, missingText);
     SpriteStrip strip = reportingFailure([&] {
-        return spriteStrip(readNamedGafEntry(file, entry->index, name), session.palette());
+        const io::GafEntry animation = io::readGafEntry(file, entry->index);
+        requireGafName(animation.name, name);
+        return spriteStrip(animation, session.palette());
     });
     return {{{"weapon", weapon.name},
              {"name", name},

@@ -145,6 +145,12 @@ TEST(Gaf, BoundsNestingAndWork) {
     EXPECT_EQ(parseGaf(nested(kMaxGafNesting)).entries[0].frames[0].pixels, Bytes{5});
     EXPECT_EQ(refusal(nested(kMaxGafNesting + 1), parseGaf), kTooSmall);
 
+    // more entries than have room, all of them in one place
+    ByteWriter shared;
+    for (const std::uint32_t word : {0x00010100U, 3U, 0U, 24U, 24U, 24U}) shared.u32(word);
+    shared.zeros(40);
+    EXPECT_EQ(refusal(shared.take(), readGafEntryNames), kTooSmall);
+
     ByteWriter itself;
     for (int i = 0; i < 100; ++i) itself.u32(kRecordAt);
     expectRefusals(parseGaf, {{oneFrame(1, 1, 0, 100, itself.take()), kTooSmall},

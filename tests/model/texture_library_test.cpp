@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "io/formats/png.h"
@@ -32,14 +33,17 @@ TEST(TextureLibrary, FindsTexturesAsTheGameDoes) {
                   {entryOf("WALL", {4}), entryOf("roof", {9, 96, 111, 112, 229}, 3),
                    entryOf("empty", {1}, 0)});
     folder.write("game/textures/a.gaf", "GAF? no");
-    auto cut = io::writeGaf({{entryOf("cut", io::Bytes(50))}}, io::GafEncoding::plain);
-    cut.resize(cut.size() - 1);
-    folder.write("game/textures/d.gaf", cut);
+    for (const std::size_t frames : {1, 2}) {  // of two frames only the second is damaged
+        const std::string name = fmt::format("cut{}", frames);
+        auto cut = io::writeGaf({{entryOf(name, io::Bytes(50), frames)}}, io::GafEncoding::plain);
+        cut.resize(cut.size() - 1);
+        folder.write("game/textures/" + name + ".gaf", cut);
+    }
     io::CompositeVirtualFileSystem files;
     io::buildLayers(files, std::vector{folder.path() / "mod"}, folder.path() / "game", {});
 
     const TextureLibrary library(files);
-    const Names names{"ROOF", "wall", "lost", "Hidden", "cut", "empty"};
+    const Names names{"ROOF", "wall", "lost", "Hidden", "cut1", "empty", "cut2"};
     const auto textures = library.find(names);
     ASSERT_TRUE(textures[0] && textures[1]);
     EXPECT_EQ(textures[0]->name, "roof");
@@ -48,6 +52,8 @@ TEST(TextureLibrary, FindsTexturesAsTheGameDoes) {
     EXPECT_EQ(textures[0]->totalPixels(), 5U);
     EXPECT_EQ(textures[1]->path, "textures/b.gaf");
     for (const std::size_t missing : {2, 3, 4, 5}) EXPECT_EQ(textures[missing], nullptr);
+    ASSERT_TRUE(textures[6]);
+    EXPECT_EQ(textures[6]->frameCount, 2U);
 
     // what was read stays, though the file has gone
     std::filesystem::remove(folder.path() / "game/textures/c.gaf");
@@ -56,7 +62,8 @@ TEST(TextureLibrary, FindsTexturesAsTheGameDoes) {
     for (const std::uint8_t red : io::Bytes{50, 60}) {
         palette[96].r = red;
         const TextureSet set = library.encode(names, palette);
-        ASSERT_EQ(set.size(), 2U);
+        ASSERT_EQ(set.size(), 3U);
+        EXPECT_EQ(set.at("ROOF").name, "ROOF");  // as asked for, not as its file spells it
         EXPECT_EQ(set.at("ROOF").png, library.encode(names, palette).at("ROOF").png);
         const io::RgbaImage image = io::decodePng(*set.at("ROOF").png);
         EXPECT_EQ(image.pixels[0].a, 0);
