@@ -164,6 +164,14 @@ void requireText(const Node& document, std::string_view key, std::string_view ex
     if (node.text() != expected) node.fail(fmt::format("must be \"{}\"", expected));
 }
 
+json parseDocument(std::string_view text) {
+    try {
+        return json::parse(text);
+    } catch (const json::exception& error) {
+        throw std::runtime_error(error.what());
+    }
+}
+
 }  // namespace
 
 UnitIr parseUnitIr(io::ByteView file) {
@@ -171,7 +179,7 @@ UnitIr parseUnitIr(io::ByteView file) {
     if (io::findJsonNestingBeyond(text, io::kMaxJsonNesting))
         throw std::runtime_error(
             fmt::format("document nests deeper than {} levels", io::kMaxJsonNesting));
-    const json value = json::parse(text);
+    const json value = parseDocument(text);
     const Node document(value, nullptr, {});
     requireText(document, "schemaVersion", kSchemaVersion);
     requireText(document, "assetType", kAssetType);

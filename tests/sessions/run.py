@@ -17,10 +17,18 @@ starts with blanks continues the one above it. $DATA is the folder of the sample
 empty folder of the session's own. A line `@ no-fd3` at the top starts the program without a binary
 channel.
 
-usage: run.py PROGRAM DATA FILE...
+usage: run.py [--record TRAFFIC] [--wine COMMAND LAUNCHER] PROGRAM DATA FILE...
+
+--record writes what went over the wire, one JSON object a line: {"file", "line" of the transcript,
+"request", "reply"} and {"file", "line", "event"}.
+
+With --wine the program is one for Windows, started through the command and windows_launcher.cpp;
+the paths that it is sent and must answer are those of the drive on which it sees ours.
 """
+import argparse
 import json
 import os
+import shlex
 import shutil
 import subprocess
 import sys
@@ -29,14 +37,55 @@ import threading
 
 
 EVENTS = ["piece-transforms"]
+# A transcript that asks for a line too many would wait for ever.
+LONGEST_SESSION_S = 120
 
 # Holds descriptor 3, so that no other file of ours gets the number before a child is given it.
-NOTHING = os.open(os.devnull, os.O_RDONLY)
+NOTHING = os.dup(os.open(os.devnull, os.O_RDONLY))
 os.dup2(NOTHING, 3)
 
 
 class Mismatch(Exception):
     pass
+
+
+class Native:
+    """Starts the program as it is."""
+
+    def __init__(self, program):
+        self.program = program
+
+    def start(self, log, channel):
+        """`channel` is the writing end for binary frames or None."""
+        if channel is not None:
+            os.dup2(channel, 3)
+        with open(log, "wb") as errors:
+            process = subprocess.Popen([self.program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                       stderr=errors, pass_fds=[] if channel is None else [3])
+        os.dup2(NOTHING, 3)
+        return process
+
+    def seen(self, path):
+        """How the program names a file of ours."""
+        return path
+
+
+class Wine:
+    """Starts a program for Windows."""
+
+    def __init__(self, command, launcher, program):
+        self.command, self.launcher, self.program = shlex.split(command), launcher, program
+
+    def start(self, log, channel):
+        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE}
+        if channel is None:
+            with open(log, "wb") as errors:
+                return subprocess.Popen([*self.command, self.program], stderr=errors, **pipes)
+        return subprocess.Popen([*self.command, self.launcher, self.seen(log),
+                                 self.seen(self.program)], stderr=channel, **pipes)
+
+    def seen(self, path):
+        return "Z:" + path
 
 
 class Frames:
@@ -110,7 +159,32 @@ def read_steps(path):
     return steps
 
 
-def play(program, data, path):
+class Recorder:
+    """Writes requests beside their replies, which come in the same order, and events."""
+
+    def __init__(self, file):
+        self.file = file
+        self.asked = []
+
+    def write(self, path, number, **members):
+        record = {"file": os.path.basename(path), "line": number, **members}
+        self.file.write(json.dumps(record) + "\n")
+
+    def sent(self, path, number, text):
+        self.asked.append((path, number, text))
+
+    def received(self, path, number, answer):
+        if answer["type"] in EVENTS:
+            return self.write(path, number, event=answer)
+        asked_in, asked_at, text = self.asked.pop(0)
+        try:
+            request = json.loads(text)
+        except ValueError:
+            return None
+        return self.write(asked_in, asked_at, request=request, reply=answer)
+
+
+def play(platform, data, path, recorder=None):
     """Plays one file; raises Mismatch with the place of the first difference."""
     steps = read_steps(path)
     binary = True
@@ -118,18 +192,17 @@ def play(program, data, path):
         binary = steps.pop(0)[2] != "no-fd3"
     with tempfile.TemporaryDirectory() as scratch:
         reader, writer = os.pipe()
-        os.dup2(writer, 3)
-        process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                   stderr=open(os.path.join(scratch, "log"), "wb"),
-                                   pass_fds=[3] if binary else [])
-        os.dup2(NOTHING, 3)
+        process = platform.start(os.path.join(scratch, "log"), writer if binary else None)
         os.close(writer)
         frames = Frames(reader)
+        watchdog = threading.Timer(LONGEST_SESSION_S, process.kill)
+        watchdog.daemon = True
+        watchdog.start()
         work = os.path.join(scratch, "work")
         os.mkdir(work)
 
-        def fill(text):
-            return text.replace("$DATA", data).replace("$TMP", work)
+        def fill(text, place=platform.seen):
+            return text.replace("$DATA", place(data)).replace("$TMP", place(work))
 
         reply = None
         for number, sign, text in steps:
@@ -137,11 +210,15 @@ def play(program, data, path):
                 if sign == ">":
                     process.stdin.write(fill(text).encode() + b"\n")
                     process.stdin.flush()
+                    if recorder:
+                        recorder.sent(path, number, fill(text))
                 elif sign in "<!":
                     line = process.stdout.readline()
                     if not line:
                         raise Mismatch("the program has ended")
                     actual = json.loads(line)
+                    if recorder:
+                        recorder.received(path, number, actual)
                     if found := difference(json.loads(fill(text)), actual):
                         raise Mismatch(f"{found}\n  answer: {line.decode()[:2000]}")
                     if (sign == "!") != (actual["type"] in EVENTS):
@@ -149,7 +226,7 @@ def play(program, data, path):
                     if sign == "<":
                         reply = actual
                 elif sign == "+":
-                    shutil.copytree(*fill(text).split())
+                    shutil.copytree(*fill(text, str).split())
                 elif sign == "~":
                     size = len(frames.next())
                     wanted = reply["data"]["byteSize"] if text == "byteSize" else int(text)
@@ -163,6 +240,7 @@ def play(program, data, path):
         process.stdin.close()
         rest = process.stdout.read()
         status = process.wait(timeout=60)
+        watchdog.cancel()
         if rest:
             raise Mismatch(f"{path}: unexpected output at the end: {rest.decode()[:2000]}")
         if status != 0:
@@ -172,11 +250,20 @@ def play(program, data, path):
 
 
 def main():
-    program, data, *files = sys.argv[1:]
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--record", type=argparse.FileType("w", encoding="utf-8"))
+    parser.add_argument("--wine", nargs=2, metavar=("COMMAND", "LAUNCHER"))
+    parser.add_argument("program")
+    parser.add_argument("data")
+    parser.add_argument("files", nargs="+")
+    options = parser.parse_args()
+    data = os.path.abspath(options.data)
+    platform = Wine(*options.wine, options.program) if options.wine else Native(options.program)
     failures = 0
-    for path in files:
+    for path in options.files:
         try:
-            print(f"ok   {os.path.basename(path)}: {play(program, os.path.abspath(data), path)} answers")
+            recorder = Recorder(options.record) if options.record else None
+            print(f"ok   {os.path.basename(path)}: {play(platform, data, path, recorder)} answers")
         except Mismatch as error:
             failures += 1
             print(f"FAIL {error}")

@@ -1,0 +1,988 @@
+/**
+ * The messages of the back end, for front ends written in TypeScript: what each request takes and
+ * what its reply holds. docs/protocol.md says what they mean, their errors and the order of things.
+ *
+ * A front end gets typed requests from one generic function over `Requests` and `Replies`:
+ *
+ *     function ask<T extends MessageType>(type: T, ...data: Payload<T>): Promise<Replies[T]>;
+ *
+ *     const { units } = await ask("list-units", { side: "FEN" });
+ *     await ask("ping");
+ *
+ * It writes a `Request` as one line, and resolves with the data of the `Reply` line that has the
+ * same `seq`, or rejects with the message of an `ErrorReply`. A `FrameMessage` resolves when the
+ * frame of `byteSize` bytes has arrived, too.
+ *
+ * Members that do not apply are absent, never null. Paths are absolute or relative as they were
+ * given; what is called a location is a path, or "ARCHIVE :: PATH" inside an archive.
+ */
+
+// ---- Lines ----
+
+/** One line on standard input. Without `seq` it counts as 0. */
+export type Request<T extends MessageType = MessageType> = T extends MessageType
+    ? { type: T; seq?: number } & (None extends Requests[T]
+          ? { data?: Requests[T] }
+          : { data: Requests[T] })
+    : never;
+
+/** One line on standard output, in the order of the requests. */
+export type Reply<T extends MessageType = MessageType> = T extends MessageType
+    ? { type: ReplyTypes[T]; seq: number; data: Replies[T] }
+    : never;
+
+/** In place of a reply. `seq` is 0 when the request's could not be read. */
+export interface ErrorReply {
+    type: "error";
+    seq: number;
+    data: { message: string };
+}
+
+/** Follows the reply to a `TransformsMessage`, unless the loaded unit has no script. */
+export interface PieceTransformsEvent {
+    type: "piece-transforms";
+    seq: 0;
+    data: PieceTransforms;
+}
+
+export type Line = Reply | ErrorReply | PieceTransformsEvent;
+
+// ---- Messages ----
+
+export type MessageType = keyof Messages;
+/** What each message takes as `data`. */
+export type Requests = { [T in MessageType]: Messages[T]["request"] };
+/** What each reply holds as `data`. */
+export type Replies = { [T in MessageType]: Messages[T]["reply"] };
+/** The `type` of each reply. */
+export type ReplyTypes = { [T in MessageType]: Messages[T]["replyType"] };
+/** The arguments that a message takes: none needed where every member is optional. */
+export type Payload<T extends MessageType> = None extends Requests[T]
+    ? [data?: Requests[T]]
+    : [data: Requests[T]];
+
+/**
+ * Messages whose reply is followed by one frame on descriptor 3: the length in 4 bytes,
+ * little-endian, and that many bytes. The length is the reply's `byteSize`.
+ */
+export type FrameMessage =
+    | "get-unit-glb" | "get-weapon-model-glb" | "get-projectile-sprite" | "get-sound"
+    | "map-heightmap" | "map-minimap" | "map-terrain-texture";
+
+/** Messages whose reply is followed by the event piece-transforms. */
+export type TransformsMessage =
+    | "load-unit" | "cob-tick" | "cob-reset" | "cob-continue" | "cob-step-instruction"
+    | "cob-step-line" | "cob-load-temporary" | "cob-unload-temporary";
+
+export interface Messages {
+    // Process
+    "hello": Message<None, "hello", Hello>;
+    "ping": Message<None, "pong", None>;
+    /** The process ends after the reply. */
+    "shutdown": Message<None, "shutdown", None>;
+
+    // Data roots
+    "set-data-roots": Message<DataRoots, "data-roots-set", MountedRoots>;
+    "clear-data-roots": Message<None, "data-roots-cleared", None>;
+    "list-vfs-dir": Message<{ path?: string }, "vfs-dir", VfsDirectory>;
+
+    // Archives
+    "list-archive-contents": Message<ArchivePath, "archive-contents", ArchiveContents>;
+    "archive-browse-open": Message<ArchivePath, "archive-browse-open", ArchiveTree>;
+    "archive-browse-preview": Message<PreviewRequest, "archive-browse-preview", ArchivePreview>;
+    "archive-browse-extract-one": Message<ExtractOne, "archive-browse-extract-one", ExtractedFile>;
+    "archive-browse-extract-dir": Message<ExtractDirectory, "archive-browse-extract-dir", Extraction>;
+    "archive-browse-extract-all": Message<ExtractAll, "archive-browse-extract-all", Extraction>;
+
+    // Units
+    "list-units": Message<{ side?: string; search?: string }, "list-units", { units: ListedUnit[] }>;
+    "load-unit": Message<{ name: string }, "unit-loaded", LoadedUnit>;
+    "compare-units": Message<{ names: string[] }, "unit-compare", { units: ComparedUnit[] }>;
+    "set-sim-mode": Message<{ mode: SimMode }, "sim-mode-set", { mode: SimMode }>;
+    "render-constants": Message<None, "render-constants", RenderConstants>;
+
+    // Scripts
+    "cob-start": Message<{ name: string; args?: number[] }, "cob-started", None>;
+    /** `ticks`, 1 to 60 (1 when absent), each a thirtieth of a second. */
+    "cob-tick": Message<{ ticks?: number; script?: string }, "cob-ticked", { scriptRunning?: boolean }>;
+    "cob-reset": Message<None, "cob-reset", ThreadCount>;
+    "cob-stop-all": Message<None, "cob-stop-all", ThreadCount>;
+    "cob-set-breakpoints": Message<Breakpoints, "cob-breakpoints-set", None>;
+    "cob-clear-breakpoints": Message<None, "cob-breakpoints-cleared", None>;
+    "cob-continue": Message<None, "cob-resumed", None>;
+    "cob-step-instruction": Message<None, "cob-resumed", None>;
+    "cob-step-line": Message<None, "cob-resumed", None>;
+    "cob-inspect": Message<None, "cob-inspected", Inspection>;
+    "cob-get-trace": Message<TraceRequest, "cob-get-trace", Trace>;
+    "cob-load-temporary": Message<{ cob_b64: string }, "cob-temporary-loaded", TemporaryScript>;
+    "cob-unload-temporary": Message<None, "cob-temporary-unloaded", RunningScript>;
+
+    // Script sources
+    "cob-compile": Message<CompileRequest, "cob-compiled", Compilation>;
+    "cob-disassemble": Message<DisassembleRequest, "cob-disassembled", Disassembly>;
+    "cob-get-unit-bos": Message<MaybeNamed, "cob-unit-bos", UnitSourceText>;
+    "cob-source-compare": Message<MaybeNamed & { source?: string }, "cob-source-compare", SourceComparison>;
+
+    // Models and pictures
+    "get-unit-glb": Message<{ teamColor?: TeamColor }, "unit-glb", UnitGlb>;
+    "get-weapon-model-glb": Message<WeaponModelRequest, "weapon-model-glb", WeaponGlb>;
+    "get-master-palette": Message<None, "master-palette", { colors: Rgba[] }>;
+    "get-unit-buildpic": Message<MaybeNamed & { format?: BuildpicFormat }, "unit-buildpic", Buildpic>;
+    "list-unit-buildpic-sources": Message<MaybeNamed, "unit-buildpic-sources", BuildpicSources>;
+    "get-unit-orb-buildpic": Message<MaybeNamed, "unit-orb-buildpic", ButtonPictures>;
+    "unit-textures": Message<None, "unit-textures", { textures: UnitTexture[] }>;
+    "get-sound": Message<{ name: string }, "sound", Sound>;
+    "get-projectile-sprite": Message<{ weapon: string }, "projectile-sprite", ProjectileSprite>;
+
+    // Sources and edits
+    "resolve-unit-source": Message<{ name: string }, "unit-source", ResolvedSource>;
+    "require-writable-source": Message<{ name: string }, "writable-source", WritableSource>;
+    "restore-source-from-backup": Message<{ name: string }, "source-restored", RestoredSource>;
+    "fbi-raw": Message<MaybeNamed, "fbi-raw", RawDefinition>;
+    "save-fbi-raw": Message<SaveRequest, "fbi-saved-raw", WriteResult>;
+    "fbi-patch": Message<PatchRequest, "fbi-patched", PatchResult>;
+    "create-corpse-stub": Unbuilt<"corpse-stub-created">;
+    "unit-clone": Unbuilt<"unit-cloned">;
+    "save-unit": Unbuilt<"unit-saved">;
+    "create-mod-folder": Unbuilt<"mod-folder-created">;
+    "export-mod-pack": Unbuilt<"mod-pack-exported">;
+    "unit-deps": Unbuilt<"unit-deps">;
+    "export-min-mod-pack": Unbuilt<"min-mod-pack-exported">;
+    "validate-mod-pack": Unbuilt<"mod-pack-validated">;
+
+    // Diagnostics
+    "unit-health": Message<None, "unit-health", UnitHealth>;
+    "modernizer-preview": Message<None, "modernizer-preview", ModernizerPreview>;
+    "lint-suppress": Message<LintRule, "lint-suppressed", ChangedLintRule>;
+    "lint-unsuppress": Message<LintRule, "lint-unsuppressed", ChangedLintRule>;
+    "conflict-scan": Message<None, "conflict-scan-result", ConflictReport>;
+
+    // Model edits
+    "model-undo": Unbuilt<"model-undo">;
+    "model-redo": Unbuilt<"model-redo">;
+    "model-get-piece": Unbuilt<"model-piece">;
+    "model-apply-fix": Unbuilt<"model-fix-applied">;
+    "model-commit": Unbuilt<"model-committed">;
+    "model-revert": Unbuilt<"model-reverted">;
+    "model-get-unit-summary": Unbuilt<"model-unit-summary">;
+    "model-bleed-through": Unbuilt<"model-bleed-through">;
+    "model-duplicate-faces": Unbuilt<"model-duplicate-faces">;
+
+    // Texture edits
+    "texture-suggest-remap": Unbuilt<"texture-remap-suggestion">;
+    "texture-preview-remap": Unbuilt<"texture-remap-preview">;
+    "texture-apply-remap": Unbuilt<"texture-remap-applied">;
+
+    // Map mode
+    "map-list": Unbuilt<"map-list-reply">;
+    "map-load": Unbuilt<"map-load-reply">;
+    "map-exit": Unbuilt<"map-exit-reply">;
+    "map-spawn": Unbuilt<"map-spawn-reply">;
+    "map-move": Unbuilt<"map-move-reply">;
+    "map-tick": Unbuilt<"map-tick-reply">;
+    "map-snapshot": Unbuilt<"map-snapshot-reply">;
+    "map-heightmap": Unbuilt<"map-heightmap-reply">;
+    "map-minimap": Unbuilt<"map-minimap-reply">;
+    "map-features": Unbuilt<"map-features-reply">;
+    "map-terrain-texture": Unbuilt<"map-terrain-texture-reply">;
+}
+
+interface Message<Payload, ReplyType extends string, Data> {
+    request: Payload;
+    replyType: ReplyType;
+    reply: Data;
+}
+
+/** Answers the error "not implemented: TYPE" for now. */
+type Unbuilt<ReplyType extends string> = Message<unknown, ReplyType, unknown>;
+
+/** No members. */
+export type None = Record<string, never>;
+
+/** A unit's name; the loaded unit without it. */
+interface MaybeNamed {
+    name?: string;
+}
+
+// ---- Process ----
+
+export interface Hello {
+    product: "ORB Unit Editor";
+    protocolVersion: number;
+    version: string;
+}
+
+// ---- Data roots ----
+
+export interface DataRoots {
+    /** The game's directory. */
+    taDataPath: string;
+    /** Mod folders, the first one wins. */
+    modPaths?: string[];
+    mapsPath?: string;
+}
+
+export interface MountedRoots {
+    modArchives: number;
+    baseArchives: number;
+    mapsLayered: boolean;
+    layers: { kind: "base" | "maps"; path: string; archiveCount: number }[];
+    unitCount: number;
+}
+
+export interface VfsDirectory {
+    path: string;
+    /** Names, not paths. */
+    directories: string[];
+    files: string[];
+}
+
+// ---- Archives ----
+
+interface ArchivePath {
+    /** Of the archive: absolute, or relative to any data root. */
+    path: string;
+}
+
+export interface ArchiveContents extends ArchivePath {
+    bank: boolean;
+    /** Of all entries, also those beyond the 100,000 that are listed. */
+    entryCount: number;
+    /** `size` in bytes once decoded. */
+    entries: { path: string; size: number; compressed: boolean }[];
+    truncated: boolean;
+}
+
+export interface ArchiveTree extends ArchivePath {
+    bank: boolean;
+    fileCount: number;
+    directoryCount: number;
+    /** Bytes of all files once decoded. */
+    totalSize: number;
+    truncated: boolean;
+    root: ArchiveDirectory;
+}
+
+export interface ArchiveDirectory {
+    /** Empty for the root. */
+    name: string;
+    directories: ArchiveDirectory[];
+    files: { name: string; size: number; compressed: boolean }[];
+}
+
+interface PreviewRequest extends ArchivePath {
+    internalPath: string;
+    /** Of text; 65,536 when absent. */
+    maxBytes?: number;
+}
+
+export type ArchivePreview = ArchivePath & {
+    internalPath: string;
+    /** Bytes of the whole file once decoded. */
+    size: number;
+    truncated: boolean;
+} & (
+        | { kind: "text"; text: string }
+        /** `png_b64`: a PNG file in base64. */
+        | { kind: "image"; width: number; height: number; png_b64: string }
+        | { kind: "model"; pieces: string[]; vertexCount: number; primitiveCount: number }
+        | { kind: "script"; scripts: string[]; pieces: string[] }
+        /** `hex`: the first 256 bytes. */
+        | { kind: "binary"; hex: string }
+    );
+
+interface ExtractAll extends ArchivePath {
+    /** A folder. */
+    destination: string;
+    /** False when absent: files that exist are kept. */
+    overwrite?: boolean;
+}
+
+interface ExtractOne extends ExtractAll {
+    internalPath: string;
+}
+
+interface ExtractDirectory extends ExtractAll {
+    directory: string;
+}
+
+export interface ExtractedFile {
+    writtenPath: string;
+    byteSize: number;
+}
+
+export interface Extraction {
+    fileCount: number;
+    byteSize: number;
+    skipped: { internalPath: string; reason: string }[];
+}
+
+// ---- Units ----
+
+export interface ListedUnit {
+    name: string;
+    side: string;
+    title: string;
+    displayName: string;
+    /** The name that its build picture goes by. */
+    buildPic: string;
+}
+
+export interface LoadedUnit {
+    unitName: string;
+    /** From a document unit-ir/NAME.json. */
+    loadedFromIR: boolean;
+    source?: Source;
+    fbi: Fbi;
+    /** The base game's definition, when a mod's is loaded. */
+    baselineFbi?: Fbi;
+    /** When the definition names a class. */
+    movementClassInfo?: MovementClass;
+    pieceCount: number;
+    pieceTree: Piece;
+    /** In the order of `Piece.index`. */
+    modelPieceNames: string[];
+    /** These four are empty or 0 without a script. */
+    cobFunctions: string[];
+    cobVersion: number;
+    cobNumStaticVars: number;
+    cobPieceNames: string[];
+    /** One for each slot in use. */
+    weapons: UnitWeapon[];
+    sounds: { category: string; events: SoundEvent[] };
+}
+
+/** Where a file lies. */
+export type Source =
+    | { kind: "loose"; path: string; inBaseTa: boolean }
+    | { kind: "archive"; path: string; internalPath: string; inBaseTa: boolean };
+
+export type MovementClass =
+    | { found: false; name: string; resolvedName: string }
+    | {
+          found: true;
+          name: string;
+          /** As the class itself is spelt. */
+          resolvedName: string;
+          footprintX: number;
+          footprintZ: number;
+          maxSlope: number;
+          maxWaterDepth: number;
+          minWaterDepth: number;
+          maxWaterSlope: number;
+          /** The class sets one of the slopes or depths itself. */
+          hasAuthoredConstraint: boolean;
+          /** Locations. */
+          sourcePath: string;
+          shadowedSources: string[];
+      };
+
+export interface Piece {
+    name: string;
+    index: number;
+    /** Relative to the parent, in model units. */
+    position: [x: number, y: number, z: number];
+    vertexCount: number;
+    primitiveCount: number;
+    /** Index of the face that is the ground plate. */
+    selectionPrimitive?: number;
+    children: Piece[];
+}
+
+export type UnitWeapon =
+    | { name: string; missing: true }
+    | {
+          name: string;
+          missing?: undefined;
+          /** A location. */
+          sourcePath: string;
+          values: Record<string, string>;
+          sections: Record<string, Record<string, string>>;
+      };
+
+export interface SoundEvent {
+    event: "select" | "ok" | "arrived" | "cant" | "build" | "engineLoop";
+    /** The first sound, empty without one. */
+    name: string;
+    count: number;
+}
+
+export type ComparedUnit =
+    | { found: false; name: string }
+    | { found: true; name: string; source: Source; fbi: Fbi };
+
+export type SimMode = "static" | "ground" | "water";
+
+export interface RenderConstants {
+    cabinetYPitch: number;
+    /** In model units. */
+    orthoDepthRange: number;
+    /** Column-major. */
+    cabinetView: [
+        number, number, number, number, number, number, number, number,
+        number, number, number, number, number, number, number, number,
+    ];
+    "model-origin": [x: number, y: number, z: number];
+    groundContact: number;
+    tiltFromVerticalDeg: number;
+    azimuthDeg: number;
+    light: { direction: [x: number, y: number, z: number]; ambient: number; diffuse: number };
+}
+
+/** Every known key of a definition, defaults filled in. */
+export type Fbi = Record<FbiText, string> &
+    Record<FbiInteger | FbiFraction, number> &
+    Record<FbiFlag, boolean> & { buildOptions: string[] };
+
+/** Keys of [UNITINFO], in lower case. */
+type FbiText =
+    | "unitname" | "objectname" | "soundcategory" | "description" | "side" | "category"
+    | "tedclass" | "badtargetcategory" | "nochasecategory" | "wpri_badtargetcategory"
+    | "wsec_badtargetcategory" | "wspe_badtargetcategory" | "explodeas" | "selfdestructas"
+    | "movementclass" | "script" | "scriptname" | "weapon1" | "weapon2" | "weapon3" | "corpse"
+    | "yardmap" | "buildpic" | "name" | "copyright" | "version" | "defaultmissiontype";
+type FbiInteger =
+    | "buildcostenergy" | "buildcostmetal" | "buildtime" | "maxdamage" | "turnrate"
+    | "sightdistance" | "builddistance" | "workertime" | "buildmenu1" | "buildmenu2"
+    | "buildmenu3" | "attackrunlength" | "radardistance" | "sonardistance"
+    | "radardistancejam" | "sonardistancejam" | "cloakcost" | "cloakcostmoving"
+    | "mincloakdistance" | "footprintx" | "footprintz" | "maxwaterdepth" | "minwaterdepth"
+    | "standingfireorder" | "standingmoveorder" | "bmcode" | "maxslope" | "steeringmode"
+    | "moverate2" | "buildangle" | "transportcapacity" | "transportsize"
+    | "selfdestructcountdown" | "kamikazedistance" | "maneuverleashlength" | "healtime"
+    | "ai_limit" | "sortbias" | "zbuffer";
+type FbiFraction =
+    | "maxvelocity" | "energymake" | "metalmake" | "energyuse" | "metaluse" | "extractsmetal"
+    | "windgenerator" | "energystorage" | "metalstorage" | "cruisealt" | "bankscale"
+    | "acceleration" | "brakerate" | "damagemodifier" | "waterline" | "pitchscale"
+    | "ai_weight";
+type FbiFlag =
+    | "canmove" | "canattack" | "builder" | "canguard" | "canpatrol" | "canreclamate"
+    | "cancapture" | "commander" | "candgun" | "tidalgenerator" | "canfly" | "hoverattack"
+    | "stealth" | "immunetoparalyzer" | "activatewhenbuilt" | "onoffable" | "floater"
+    | "canhover" | "upright" | "amphibious" | "mobilestandorders" | "canstop" | "canload"
+    | "cantbetransported" | "canresurrect" | "firestandorders" | "kamikaze" | "shootme"
+    | "isairbase" | "isfeature" | "istargetingupgrade" | "antiweapons" | "init_cloaked"
+    | "digger" | "noshadow" | "hidedamage" | "downloadable" | "norestrict" | "showplayername";
+
+// ---- Scripts ----
+
+/** A position in the code, counted in words. */
+type CodeOffset = number;
+
+interface ThreadCount {
+    threadCount: number;
+}
+
+export interface PieceTransforms extends ThreadCount {
+    tick: number;
+    /** One for each model piece. Offsets in model units, angles in radians. */
+    transforms: {
+        piece: string;
+        tx: number;
+        ty: number;
+        tz: number;
+        rx: number;
+        ry: number;
+        rz: number;
+        visible: boolean;
+    }[];
+}
+
+/** A source line's code, both ends included. */
+export interface LineSpan {
+    from: CodeOffset;
+    to: CodeOffset;
+    line: number;
+}
+
+interface Breakpoints {
+    offsets?: CodeOffset[];
+    lineSpans?: LineSpan[];
+}
+
+export interface Inspection extends ThreadCount {
+    tick: number;
+    paused: boolean;
+    /** While paused. */
+    pausedOffset?: CodeOffset;
+    threads: Thread[];
+    statics: Variable[];
+    sysvars: { valueId: number; valueName: string; value: number }[];
+    scriptFamilies: Record<string, ScriptFamily>;
+}
+
+export interface Thread {
+    index: number;
+    state: "run" | "sleep" | "wait-turn" | "wait-move" | "dead";
+    script: string;
+    scriptPc: CodeOffset;
+    /** A tick. */
+    sleepUntil: number;
+    waitPiece: number;
+    waitAxis: number;
+    signalMask: number;
+    /** The bottom first. */
+    stack: number[];
+    /** The outermost first. */
+    callStack: { script: string; scriptPc: CodeOffset }[];
+    locals: Variable[];
+}
+
+interface Variable {
+    index: number;
+    value: number;
+}
+
+export type ScriptFamily =
+    | "lifecycle" | "activate" | "weapon-aim" | "weapon-fire" | "weapon-query" | "movement"
+    | "building" | "transport" | "state" | "helper";
+
+interface TraceRequest {
+    /** Switches recording, which is on at first. */
+    enable?: boolean;
+    /** Empties the trace after the reply. */
+    clear?: boolean;
+    /** The newest so many of at most 4,096. */
+    maxEntries?: number;
+}
+
+export interface Trace {
+    enabled: boolean;
+    /** Of those in this reply. */
+    entryCount: number;
+    entries: TraceEntry[];
+}
+
+export interface TraceEntry {
+    tick: number;
+    thread: number;
+    /** In words, as "turn torso y-axis to 16384 speed 8192". */
+    event: string;
+    piece?: string;
+    valueId?: number;
+    valueName?: string;
+    result?: number;
+}
+
+export interface RunningScript extends ThreadCount {
+    scripts: string[];
+    pieceCount: number;
+}
+
+export interface TemporaryScript extends RunningScript {
+    mapRespawned: boolean;
+}
+
+// ---- Script sources ----
+
+export interface BosOptions {
+    /** COB units of `[1]`, 163840 by default. */
+    linearScale: number;
+    /** COB units of `<1>`, 182 by default. */
+    angularScale: number;
+    /** The first of each pair is the default. */
+    implicitReturn: "safe" | "compat";
+    valuelessReturn: "push0" | "bare";
+    argumentOrder: "vm" | "source";
+}
+
+interface CompileRequest {
+    source: string;
+    /** Of the source in the stack of files, for its includes; the loaded unit's when absent. */
+    path?: string;
+    options?: Partial<BosOptions>;
+}
+
+export type Compilation = { options: BosOptions; diagnostics: BosDiagnostic[] } & (
+    | { ok: false }
+    | {
+          ok: true;
+          cob_b64: string;
+          codeWords: number;
+          scripts: { name: string; entry: CodeOffset }[];
+          pieces: string[];
+          staticVars: number;
+          lineSpans: LineSpan[];
+          lints: Lint[];
+          scriptSummary: ScriptSummary[];
+      }
+);
+
+export interface BosDiagnostic {
+    severity: "error" | "warning";
+    /** E01 to E23, W1 to W6. */
+    code: string;
+    message: string;
+    file: string;
+    /** From 1; columns in bytes. */
+    line: number;
+    column: number;
+}
+
+export type LintCode =
+    | "missing-create" | "missing-killed" | "unused-script" | "recursive-start" | "loop-no-sleep"
+    | "out-of-range-piece";
+
+export interface Lint {
+    severity: "error" | "warning";
+    code: LintCode;
+    message: string;
+    /** -1 for the whole unit. */
+    scriptIndex: number;
+    scriptName: string;
+}
+
+export interface ScriptSummary {
+    name: string;
+    family: ScriptFamily;
+    instrCount: number;
+    /** Indices of scripts. */
+    calls: number[];
+    starts: number[];
+    flags: {
+        sleep: boolean;
+        wait: boolean;
+        signal: boolean;
+        emitSfx: boolean;
+        explode: boolean;
+        loop: boolean;
+    };
+}
+
+interface DisassembleRequest {
+    /** A script file in base64; the loaded unit's when absent. */
+    cob_b64?: string;
+    options?: Partial<BosOptions>;
+}
+
+export interface Disassembly {
+    source: string;
+    /** No script holds `__words`. */
+    structured: boolean;
+    /** The scripts that do. */
+    rawScripts: string[];
+    lineSpans: LineSpan[];
+    options: BosOptions;
+}
+
+export type UnitSourceText = {
+    name: string;
+    source: string;
+    /** When the source gives the unit's own code. */
+    lineSpans?: LineSpan[];
+} & ({ origin: "file"; path: string } | { origin: "disassembly" });
+
+export interface SourceComparison {
+    name: string;
+    identical: boolean;
+    /** Those that fit best. */
+    options: BosOptions;
+    /** None when the source has mistakes. `words` and `differing` count code words. */
+    scripts: { name: string; status: ScriptStatus; words: number; differing: number }[];
+    scriptOrderDiffers: boolean;
+    piecesDiffer: boolean;
+    staticVarsDiffer: boolean;
+    /** Text stands behind the code. */
+    embeddedText: boolean;
+    diagnostics: BosDiagnostic[];
+}
+
+export type ScriptStatus =
+    | "identical" | "constants-rounded" | "constants" | "code" | "missing in source"
+    | "missing in bytecode";
+
+// ---- Models and pictures ----
+
+/** Each 0 to 255. */
+export interface TeamColor {
+    r: number;
+    g: number;
+    b: number;
+    /** True when absent. */
+    enabled?: boolean;
+}
+
+export type Rgba = [r: number, g: number, b: number, a: number];
+
+interface WeaponModelRequest {
+    weapon: string;
+    teamColor?: TeamColor;
+}
+
+/** A frame of so many bytes follows. */
+interface Framed {
+    byteSize: number;
+}
+
+/** The frame is a binary glTF 2.0 file. */
+export interface UnitGlb extends Framed {
+    unitName: string;
+    pieceCount: number;
+    textureCount: number;
+}
+
+/** The frame is a binary glTF 2.0 file. */
+export interface WeaponGlb extends Framed {
+    weapon: string;
+    model: string;
+}
+
+/** The frame is a PNG file, its cells of `width` × `height` pixels side by side. */
+export interface ProjectileSprite extends Framed {
+    weapon: string;
+    name: string;
+    frames: number;
+    width: number;
+    height: number;
+}
+
+/** The frame is a WAV file. */
+export interface Sound extends Framed {
+    name: string;
+    path: string;
+}
+
+export type BuildpicFormat = "pcx" | "gaf" | "png-triplet" | "png";
+
+export interface Buildpic {
+    name: string;
+    format: BuildpicFormat;
+    path: string;
+    width: number;
+    height: number;
+    /** A PNG file in base64. */
+    png_b64: string;
+}
+
+export interface BuildpicSources {
+    name: string;
+    /** The one that counts first. */
+    sources: { format: BuildpicFormat; path: string }[];
+}
+
+/** PNG files in base64. */
+export interface ButtonPictures {
+    name: string;
+    normal_b64: string;
+    pressed_b64?: string;
+    disabled_b64?: string;
+}
+
+export type UnitTexture =
+    | { found: false; name: string }
+    | {
+          found: true;
+          name: string;
+          source?: Source;
+          /** Of the first frame, in pixels. */
+          width: number;
+          height: number;
+          frames: number;
+          /** Pixels that take the owner's colour. */
+          teamPixels: number;
+          totalPixels: number;
+      };
+
+// ---- Sources and edits ----
+
+export interface ResolvedSource {
+    name: string;
+    resolved: true;
+    source: Source;
+}
+
+export type WritableSource =
+    | { state: "ok" | "base-ta"; name: string; source: Source }
+    | { state: "not-found"; name: string; error: string };
+
+export interface RestoredSource {
+    name: string;
+    restoredPath: string;
+    warning?: string;
+    /** Why the loaded unit is not loaded any more. */
+    reloadError?: string;
+}
+
+export interface RawDefinition {
+    name: string;
+    text: string;
+    encoding: "utf-8" | "windows-1252";
+    source: Source;
+}
+
+interface WriteRequest extends MaybeNamed {
+    /** Consent to the first write's backup; false when absent. */
+    allowBackupCreation?: boolean;
+}
+
+interface SaveRequest extends WriteRequest {
+    text: string;
+}
+
+interface PatchRequest extends WriteRequest {
+    /** Keys of [UNITINFO] in any case; null removes a key. */
+    values: Record<string, string | number | boolean | null>;
+}
+
+export interface WriteResult {
+    /** Only "ok" has written. */
+    outcome: "ok" | "needs-backup-consent" | "base-ta-refused";
+    /** The loose file or the archive. */
+    resolvedPath: string;
+    /** Why the loaded unit is not loaded any more. */
+    reloadError?: string;
+}
+
+export interface PatchResult extends WriteResult {
+    /** Keys whose values differ from before, written or not. */
+    changed: string[];
+}
+
+// ---- Diagnostics ----
+
+export interface UnitHealth {
+    unit: string;
+    /** Absent when the definition has gone. */
+    source?: Source;
+    checks: HealthCheck[];
+    /** The definition as written. */
+    rawFbiKeys: { key: string; value: string }[];
+    summary: { missing: number; warnings: number; ready: boolean; verdict: string };
+}
+
+export interface HealthCheck {
+    category: HealthCategory;
+    ref: string;
+    /** "missing" keeps the unit from being ready. */
+    status: "ok" | "info" | "warn" | "missing";
+    detail: string;
+    action?: HealthAction;
+}
+
+export type HealthCategory =
+    | "Unit identity" | "Model (3DO)" | "COB script" | "COB lint" | "Build picture" | "Weapon"
+    | "Movement" | "Sound category" | "Corpse" | "Build options" | "Explosion" | "Source"
+    | "Source shadow" | "Palette compliance";
+
+/** What would mend a finding. */
+export type HealthAction =
+    | { kind: "create-corpse-stub"; parentUnit: string }
+    | { kind: "promote-to-mod"; unitName: string }
+    | { kind: "lint-suppress"; code: LintCode; target: string; unitName: string }
+    | { kind: "palette-remap"; textureName: string; unitName: string };
+
+export interface LintRule {
+    /** Needed in the scope "unit", the default. */
+    unitName?: string;
+    code: string;
+    target?: string;
+    scope?: "unit" | "global";
+}
+
+export interface ChangedLintRule {
+    /** Empty where it was absent. */
+    unitName: string;
+    code: string;
+    target: string;
+    scope: "unit" | "global";
+    /** The file that holds the rule; absent without data roots. */
+    resolvedPath?: string;
+}
+
+export interface ConflictReport {
+    findings: Conflict[];
+    unitCount: number;
+}
+
+/** `files` and `unitFile` are locations, the winner first. */
+export type Conflict =
+    | { kind: "unit-name-collision"; severity: "warn"; detail: string; unitName: string; files: string[] }
+    | { kind: "weapon-name-collision"; severity: "warn"; detail: string; asset: string; files: string[] }
+    | {
+          kind: "missing-3do" | "missing-cob" | "missing-weapon-ref";
+          severity: "warn";
+          detail: string;
+          unitName: string;
+          unitFile: string;
+          /** A path or the name that is referred to; absent when no model is named at all. */
+          asset?: string;
+      }
+    | {
+          kind: "missing-buildpic" | "missing-corpse" | "missing-explode-as";
+          severity: "info";
+          detail: string;
+          unitName: string;
+          unitFile: string;
+          asset: string;
+      };
+
+export interface ModernizerPreview {
+    unitName: string;
+    /** The name in lower case. */
+    assetId: string;
+    sourceFormat: "legacy-ta";
+    mesh: {
+        pieceCount: number;
+        vertexCount: number;
+        triangleCount: number;
+        drawRangeCount: number;
+        textureDrawRangeCount: number;
+        colorDrawRangeCount: number;
+    };
+    rig: {
+        pieceCount: number;
+        scriptPieceCount: number;
+        pieceNamesPreserved: boolean;
+        supportsShowHide: boolean;
+    };
+    textures: {
+        availableCount: number;
+        referencedCount: number;
+        /** Upper-cased names. */
+        resolved: string[];
+        missing: string[];
+        compatColorSpace: "sRGB";
+        nativePaletteLimited: boolean;
+    };
+    materials: {
+        opaqueDepthQueueReady: boolean;
+        transparentQueueDeclared: boolean;
+        teamColorMode: "legacy-palette-mask";
+        baseColorSpace: "sRGB";
+        nativePaletteLimited: boolean;
+    };
+    sourceMap: {
+        originalPaintOrderAvailable: boolean;
+        piecePrimitiveRefsAvailable: boolean;
+        emitted: boolean;
+    };
+    compileReport: {
+        status: "blocked" | "warnings" | "ready-dry-run";
+        dryRun: true;
+        canEmitBundle: false;
+        nativeBundleExportImplemented: false;
+        summary: { errorCount: number; warningCount: number; infoCount: number };
+        findings: {
+            errors: CompileFinding<"error">[];
+            warnings: CompileFinding<"warning">[];
+            info: CompileFinding<"info">[];
+        };
+    };
+    renderParity: {
+        baseline: "raw-ta-game-mesh";
+        usesGameMeshBuilder: boolean;
+        checks: {
+            unit: string;
+            role: string;
+            status: "manual-pending";
+            mark: "current" | "recommended";
+        }[];
+    };
+}
+
+interface CompileFinding<Severity extends string> {
+    severity: Severity;
+    code: string;
+    message: string;
+}

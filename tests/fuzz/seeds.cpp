@@ -1,0 +1,212 @@
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <set>
+#include <sstream>
+
+#include <fmt/format.h>
+
+#include "bos/statement_forms.h"
+#include "cob/opcodes.h"
+#include "io/archive/hpi_chunk.h"
+#include "io/ascii.h"
+#include "io/formats/fbi.h"
+#include "io/vfs/data_roots.h"
+#include "server/logger.h"
+
+// orb-fuzz-seeds SAMPLE_DATA SAMPLE_SOURCES OUT: what each fuzzer starts from, in OUT/<target>/,
+// and its dictionary, OUT/<target>.dict, made of the sample game and of the program's own tables.
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace orb;
+
+/// Where a kind of file goes, and what its target wants in front of it.
+struct Use {
+    std::string_view extension;
+    std::string_view target;
+    std::string prefix = {};
+};
+
+const std::vector<Use>& uses() {
+    static const std::vector<Use> all = {
+        {".fbi", "tdf"},
+        {".tdf", "tdf"},
+        {".fbi", "fbi_edit", "\x01MaxDamage=77\n"},
+        {".fbi", "fbi_edit", std::string("\x03NewKey=a b\nbuildtime\nName=\n")},
+        {".fbi", "text"},
+        {".3do", "model"},
+        {".cob", "cob"},
+        {".cob", "disassembler", "\x01"},
+        {".cob", "lints", "\x06\x01"},
+        {".cob", "interpreter",
+         std::string("\x02\x00\x01\x03\x01\x02\x03\x02\x01\x02\x07\x87\x04\x02\x09\x03\x01\x01\x12"
+                     "\x02\x01\x01\x03\x06\x00\x03\x09\x01\x40\x03\x07\x08\x01",
+                     32) +
+             "\x01"},
+        {".cob", "two_interpreters", "\x03\x01\x02\x03\x01\x05\x06\x01"},
+        {".pcx", "pcx"},
+        {".gaf", "gaf"},
+        {".png", "png", "\x01"},
+        {".pal", "palette"},
+        {".json", "unit_ir"},
+        {".json", "text"},
+        {".bos", "bos_compiler", std::string(1, '\0')},
+    };
+    return all;
+}
+
+class Output {
+public:
+    explicit Output(fs::path folder) : folder_(std::move(folder)) { fs::remove_all(folder_); }
+
+    void seed(std::string_view target, std::string_view content) {
+        const fs::path folder = folder_ / target;
+        fs::create_directories(folder);
+        write(folder / fmt::format("{:03}", ++count_), content);
+    }
+    void dictionary(std::string_view target, const std::set<std::string>& words) const {
+        std::string text;
+        for (const std::string& word : words) {
+            text += '"';
+            for (const char c : word)
+                text += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
+            text += "\"\n";
+        }
+        write(folder_ / fmt::format("{}.dict", target), text);
+    }
+
+private:
+    static void write(const fs::path& path, std::string_view content) {
+        std::ofstream file(path, std::ios::binary);
+        if (!file.write(content.data(), static_cast<std::streamsize>(content.size())))
+            throw std::runtime_error("cannot write " + path.string());
+    }
+
+    fs::path folder_;
+    int count_ = 0;
+};
+
+void useFile(Output& out, std::string_view name, std::string_view content) {
+    const std::string extension = fs::path(name).extension().string();
+    for (const Use& use : uses())
+        if (io::equalsIgnoringCase(extension, use.extension))
+            out.seed(use.target, use.prefix + std::string(content));
+}
+
+void useMountedFiles(Output& out, const io::AbstractVirtualFileSystem& files,
+                     const std::string& directory) {
+    files.forEachFile(directory, "", [&](std::string_view name, const auto& content, auto) {
+        if (content) useFile(out, name, io::asText(*content));
+    });
+    for (const std::string& name : files.listDirectories(directory))
+        useMountedFiles(out, files, directory + "/" + name);
+}
+
+std::string readText(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void useArchives(Output& out, const fs::path& data) {
+    for (const auto& entry : fs::recursive_directory_iterator(data))
+        if (io::isArchiveExtension(entry.path().extension().string()))
+            out.seed("archive", readText(entry.path()));
+}
+
+/// Scripts that are packed without their source, and the headers behind those that want them.
+std::set<std::string> useSources(Output& out, const fs::path& sources) {
+    std::set<std::string> words;
+    for (const auto& entry : fs::recursive_directory_iterator(sources)) {
+        const std::string name = entry.path().filename().string();
+        if (!name.ends_with(".bos") && !name.ends_with(".cob.txt")) continue;
+        const std::string text = readText(entry.path());
+        if (name.ends_with(".cob.txt")) useFile(out, "x.bos", text);
+        if (const auto at = text.find("#include \""); at != std::string::npos) {
+            const std::size_t begin = at + 10;
+            const std::string header = text.substr(begin, text.find('"', begin) - begin);
+            useFile(out, "x.bos", text + '\f' + readText(entry.path().parent_path() / header));
+        }
+        constexpr auto isPart = [](char c) {
+            return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-';
+        };
+        for (auto at = text.begin(); at != text.end();) {
+            const auto begin = std::find_if(at, text.end(), isPart);
+            at = std::find_if_not(begin, text.end(), isPart);
+            if (at - begin > 1) words.emplace(begin, at);
+        }
+    }
+    for (const unitview::bos::StatementForm& form : unitview::bos::statementForms())
+        words.emplace(form.keyword);
+    for (const std::string_view word :
+         {"#define A(x) x", "#undef ", "#include \"", "#if ", "#elif ", "#else", "#endif",
+          "#ifdef ", "#ifndef ", "defined(", "##", "__words(", "//", "/*",
+          "// linear 65536, angular 182"})
+        words.emplace(word);
+    return words;
+}
+
+std::set<std::string> opcodeWords() {
+    std::set<std::string> words;
+    for (const unitview::OpcodeRow& row : unitview::opcodeTable()) {
+        io::ByteWriter word;
+        word.u32(row.value);
+        words.emplace(io::asText(word.view()));
+    }
+    return words;
+}
+
+std::set<std::string> definitionWords() {
+    std::set<std::string> words = {"[UNITINFO]", "[CANBUILD]", "{",  "}", "=",
+                                   ";",          "//",         "/*", "*/"};
+    io::forEachFbiKey(io::FbiUnitInfo{}, [&](std::string_view key, const auto&) {
+        words.insert(std::string(key) + "=");
+    });
+    return words;
+}
+
+void collect(const fs::path& data, const fs::path& sources, Output& out) {
+    io::CompositeVirtualFileSystem files;
+    const fs::path mods[] = {data / "mod", data / "faulty"};
+    io::buildLayers(files, mods, data / "game", {});
+    useMountedFiles(out, files, "");
+    useArchives(out, data);
+    for (const int length : {10, 1000, 70000})
+        for (const char* const text : {"a", "some text that comes again "}) {
+            std::string content;
+            while (content.size() < static_cast<std::size_t>(length)) content += text;
+            content.resize(std::min<std::size_t>(content.size(), 65536));
+            const io::Bytes bytes(content.begin(), content.end());
+            out.seed("chunk", "\x01" + std::string(io::asText(io::encodeHpiChunk(bytes))));
+        }
+    out.seed("lint_suppressions",
+             R"({"schema":1,"global":{"C1":["Create"]},"perUnit":{"FENTILL":{"C2":["Aim"]}}})");
+    out.seed("unit_ir", "{}");
+    out.seed("bos_compiler", std::string(1, '\0') +
+                                 "#define TWO(x) ((x) << 1)\n#if defined A && TWO(3) >= 6 || !B\n"
+                                 "piece base;\n#elif 1 ? 2 % 3 : ~4\n#else\n#endif\n"
+                                 "Create() { sleep TWO(100); }\n");
+
+    out.dictionary("bos_compiler", useSources(out, sources));
+    for (const char* const target :
+         {"cob", "disassembler", "lints", "interpreter", "two_interpreters"})
+        out.dictionary(target, opcodeWords());
+    for (const char* const target : {"tdf", "fbi_edit"}) out.dictionary(target, definitionWords());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 4) {
+        std::cerr << "usage: orb-fuzz-seeds SAMPLE_DATA SAMPLE_SOURCES OUT\n";
+        return 2;
+    }
+    Logger silent;
+    silent.setEcho(false);
+    setCurrentLogger(&silent);
+    Output out(argv[3]);
+    collect(argv[1], argv[2], out);
+    return 0;
+}
