@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "io/formats/tdf.h"
+#include "io/path_text.h"
 #include "io/vfs/directory_file_system.h"
 #include "io/vfs/hpi_file_system.h"
 #include "session/request_error.h"
@@ -28,7 +29,7 @@ std::optional<io::Bytes> readFileAt(const FileLocation& location) {
     if (location.kind == FileLocation::Kind::archive)
         return io::HpiFileSystem(location.path).readFile(location.internalPath);
     return io::DirectoryFileSystem(location.path.parent_path())
-        .readFile(location.path.filename().string());
+        .readFile(io::textFromPath(location.path.filename()));
 }
 
 io::Bytes readSource(const NamedSource& unit) {

@@ -6,16 +6,16 @@
 
 namespace orb::io {
 
-/// A path from UTF-8 text, as requests carry it.
-inline std::filesystem::path pathFromText(std::string_view utf8) {
-    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
-}
+/// A path from UTF-8 text, as requests carry it, or from a name in game data. Where the platform's
+/// names are Unicode, one that is not UTF-8 is read as game text; elsewhere the bytes are kept.
+std::filesystem::path pathFromText(std::string_view text);
 
-/// A path as text for replies and log lines: UTF-8 where the platform's names are Unicode, the raw
-/// bytes where they are bytes.
-inline std::string textFromPath(const std::filesystem::path& path) {
-    const std::u8string text = path.u8string();
-    return {text.begin(), text.end()};
-}
+/// A path as text for replies and log lines: UTF-8 with slashes between the components where the
+/// platform's names are Unicode, else the raw bytes.
+std::string textFromPath(const std::filesystem::path& path);
+
+/// True when the platform gives a file this name as it stands. Windows drops dots and blanks at the
+/// end, and takes some names, whatever their extension, for devices.
+bool isFileName(std::string_view name);
 
 }  // namespace orb::io

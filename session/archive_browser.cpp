@@ -42,7 +42,8 @@ bool isSafePath(std::string_view path) {
     if (path.find_first_of(kForbidden) != std::string_view::npos) return false;
     for (std::size_t begin = 0;;) {
         const std::size_t end = std::min(path.find('/', begin), path.size());
-        if (!io::isPlainComponent(path.substr(begin, end - begin))) return false;
+        const std::string_view name = path.substr(begin, end - begin);
+        if (!io::isPlainComponent(name) || !io::isFileName(name)) return false;
         if (end == path.size()) return true;
         begin = end + 1;
     }

@@ -16,12 +16,13 @@ std::optional<UnitSource> findSource(const io::CompositeVirtualFileSystem& files
 FileLocation LayerFile::location() const {
     if (auto found = layer->files->locate(path)) return *found;
     if (layer->kind == FileLocation::Kind::archive) return {layer->kind, layer->path, path};
-    return {layer->kind, layer->path / path, {}};
+    return {layer->kind, layer->path / io::pathFromText(path), {}};
 }
 
 std::string fileStem(const FileLocation& location) {
-    const bool isLoose = location.kind == FileLocation::Kind::loose;
-    return (isLoose ? location.path : std::filesystem::path(location.internalPath)).stem().string();
+    if (location.kind == FileLocation::Kind::loose) return io::textFromPath(location.path.stem());
+    const std::string name = location.internalPath.substr(location.internalPath.rfind('/') + 1);
+    return name.substr(0, name.rfind('.'));
 }
 
 std::string locationText(const FileLocation& location) {

@@ -6,6 +6,7 @@
 
 #include "io/archive/hpi_format.h"
 #include "io/archive/path_components.h"
+#include "io/path_text.h"
 
 namespace orb::io {
 
@@ -26,13 +27,13 @@ void HpiArchive::readHeader(HpiReader& reader) {
 
     ByteCursor header(bytes, "HPI header too small");
     if (!reader.readRaw(0, identity) || header.u32() != kHpiMagic)
-        throw std::runtime_error("Not a valid HPI file (bad magic): " + path_.string());
+        throw std::runtime_error("Not a valid HPI file (bad magic): " + textFromPath(path_));
     const std::uint32_t version = header.u32();
     isBank_ = version == kHpiBankVersion;
     if (!isBank_ && version != kHpiVersion)
-        throw std::runtime_error("Unsupported HPI version: " + path_.string());
+        throw std::runtime_error("Unsupported HPI version: " + textFromPath(path_));
     if (!reader.readRaw(kIdentitySize, rest))
-        throw std::runtime_error("HPI header read error: " + path_.string());
+        throw std::runtime_error("HPI header read error: " + textFromPath(path_));
     directoryEnd_ = header.u32();
     readKey_ = std::rotl(static_cast<std::uint8_t>(header.u32()), 2);
     directoryStart_ = header.u32();

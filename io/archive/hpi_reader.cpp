@@ -5,6 +5,7 @@
 #include <string>
 
 #include "io/archive/hpi_format.h"
+#include "io/path_text.h"
 
 namespace orb::io {
 namespace {
@@ -32,7 +33,7 @@ HpiReader::HpiReader(const std::filesystem::path& path, std::uint8_t readKey) : 
     const bool opened = std::filesystem::is_regular_file(path, ignored) &&
                         file_.open(path, std::ios::in | std::ios::binary) != nullptr;
     const std::streamoff length = opened ? std::streamoff{file_.pubseekoff(0, std::ios::end)} : -1;
-    if (length < 0) throw std::runtime_error("Cannot open HPI file: " + path.string());
+    if (length < 0) throw std::runtime_error("Cannot open HPI file: " + textFromPath(path));
     position_ = length_ = static_cast<std::uint64_t>(length);
 }
 

@@ -4,7 +4,10 @@
 #include <fstream>
 
 #ifdef _WIN32
+#include <fcntl.h>
 #include <io.h>
+#include <share.h>
+#include <sys/stat.h>
 #else
 #include <fcntl.h>
 #include <unistd.h>
@@ -22,8 +25,13 @@ std::error_code lastError() {
 #ifdef _WIN32
 
 std::FILE* openFile(const fs::path& path, OpenMode mode) {
-    constexpr const wchar_t* kModes[] = {L"r+b", L"wbx", L"wb"};
-    return _wfopen(path.c_str(), kModes[static_cast<int>(mode)]);
+    constexpr int kFlags[] = {0, _O_CREAT | _O_EXCL, _O_CREAT | _O_TRUNC};
+    const int flags = _O_RDWR | _O_BINARY | _O_NOINHERIT | kFlags[static_cast<int>(mode)];
+    const int descriptor = _wsopen(path.c_str(), flags, _SH_DENYNO, _S_IREAD | _S_IWRITE);
+    if (descriptor < 0) return nullptr;
+    std::FILE* const file = _wfdopen(descriptor, L"r+b");
+    if (!file) _close(descriptor);
+    return file;
 }
 
 bool flushToDisk(std::FILE* file) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "io/ascii.h"
+#include "io/path_text.h"
 #include "io/vfs/directory_file_system.h"
 #include "io/vfs/hpi_file_system.h"
 #include "server/logger.h"
@@ -36,12 +37,13 @@ std::vector<fs::path> archivesIn(const fs::path& directory) {
     std::vector<fs::path> archives;
     for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
         std::error_code ignored;
-        if (isArchiveExtension(entry.path().extension().string()) && entry.is_regular_file(ignored))
+        if (isArchiveExtension(textFromPath(entry.path().extension())) &&
+            entry.is_regular_file(ignored))
             archives.push_back(entry.path());
     }
     std::sort(archives.begin(), archives.end(), [](const fs::path& a, const fs::path& b) {
-        return std::tuple(archiveRank(a), a.filename().string()) <
-               std::tuple(archiveRank(b), b.filename().string());
+        return std::tuple(archiveRank(a), textFromPath(a.filename())) <
+               std::tuple(archiveRank(b), textFromPath(b.filename()));
     });
     return archives;
 }
@@ -68,7 +70,7 @@ bool isArchiveExtension(std::string_view extension) {
 }
 
 int archiveRank(const fs::path& path) {
-    return extensionRank(path.extension().string());
+    return extensionRank(textFromPath(path.extension()));
 }
 
 std::uint32_t mountArchives(CompositeVirtualFileSystem& composite, const DataRoot& root,
@@ -77,7 +79,7 @@ std::uint32_t mountArchives(CompositeVirtualFileSystem& composite, const DataRoo
     const std::vector<fs::path> archives = archivesIn(root.path);
     std::uint32_t mounted = 0;
     for (std::size_t i = 0; i < archives.size(); ++i) {
-        const std::string name = archives[i].filename().string();
+        const std::string name = textFromPath(archives[i].filename());
         if (progress) progress(i, archives.size(), name);
         try {
             composite.append({std::make_unique<HpiFileSystem>(archives[i]),

@@ -4,6 +4,7 @@
 
 #include "io/archive/path_components.h"
 #include "io/ascii.h"
+#include "io/path_text.h"
 
 namespace orb::io {
 namespace fs = std::filesystem;
@@ -11,6 +12,13 @@ namespace {
 
 /// No file of the game comes near this size; a sparse one of any size is easily made.
 constexpr std::streamoff kMaxLooseFileBytes = 1 << 30;
+
+/// Elsewhere a file is found under other spellings than the one that its folder lists.
+#ifdef _WIN32
+constexpr bool kNamesHaveOneSpelling = false;
+#else
+constexpr bool kNamesHaveOneSpelling = true;
+#endif
 
 bool isPresent(const fs::path& path) {
     std::error_code ignored;
@@ -28,19 +36,23 @@ bool isRegularFile(const fs::directory_entry& entry) {
 }
 
 std::string nameOf(const fs::directory_entry& entry) {
-    return entry.path().filename().string();
+    return textFromPath(entry.path().filename());
 }
 
 /// The child of `directory` that `component` names.
 std::optional<fs::path> findChild(const fs::path& directory, std::string_view component) {
-    const fs::path name(component);
+    const fs::path name = pathFromText(component);
     if (!isPlainComponent(component) || name.has_root_path()) return std::nullopt;
     fs::path exact = directory / name;
-    if (isPresent(exact)) return exact;
+    if (kNamesHaveOneSpelling && isPresent(exact)) return exact;
     if (!isDirectory(directory)) return std::nullopt;
-    for (const fs::directory_entry& entry : fs::directory_iterator(directory))
-        if (equalsIgnoringCase(nameOf(entry), component)) return entry.path();
-    return std::nullopt;
+    const std::string wanted = textFromPath(name);
+    std::optional<fs::path> found;
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+        if (entry.path().native() == exact.native()) return exact;
+        if (!found && equalsIgnoringCase(nameOf(entry), wanted)) found = entry.path();
+    }
+    return found;
 }
 
 /// The content of a regular file; none when it cannot be opened or is too large.

@@ -4,6 +4,7 @@
 
 #include "cob/cob_testing.h"
 #include "cob/cob_trace.h"
+#include "tests/platform.h"
 
 namespace orb::unitview {
 namespace {
@@ -90,7 +91,7 @@ TEST(CobTrace, StructuredMembersAndTheNewestEntries) {
 }
 
 TEST(InstructionTrace, PrintsNamedUnitsToStandardError) {
-    setenv("ORB_TRACE_COB_UNITS", "armfoo;ArmTest", 1);
+    setEnvironment("ORB_TRACE_COB_UNITS", "armfoo;ArmTest");
     const auto file = cobOf({{"Main",
                               {w(Op::pushConst),
                                n(-16384),
@@ -119,7 +120,7 @@ TEST(InstructionTrace, PrintsNamedUnitsToStandardError) {
                                1}}});
     CobInstance traced(file, 3, "ARMTEST");
     const CobInstance silent(file, 3, "ARM");
-    unsetenv("ORB_TRACE_COB_UNITS");
+    setEnvironment("ORB_TRACE_COB_UNITS", nullptr);
     EXPECT_FALSE(silent.traceInstructions);
     traced.tick = 4;
     ::testing::internal::CaptureStderr();

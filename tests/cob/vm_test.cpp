@@ -9,6 +9,7 @@
 #include "cob/cob_testing.h"
 #include "cob/cob_vm.h"
 #include "server/logger.h"
+#include "tests/io/archive_fixture.h"
 
 // The interpreter where hand-picked values say more than random programs: arithmetic at the edge of
 // the number range, limits, angles, scheduling.
@@ -219,26 +220,25 @@ class LogCapture {
 public:
     LogCapture() {
         logger_.setEcho(false);
-        logger_.openFile(path_);
+        logger_.openFile(path());
         setCurrentLogger(&logger_);
     }
-    ~LogCapture() {
-        setCurrentLogger(nullptr);
-        std::filesystem::remove(path_);
-    }
+    ~LogCapture() { setCurrentLogger(nullptr); }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
     /// How many lines hold `text` after their level.
     int count(const std::string& text) const {
-        std::ifstream file(path_);
+        std::ifstream file(path());
         int lines = 0;
         for (std::string line; std::getline(file, line);) lines += line.ends_with("] " + text);
         return lines;
     }
 
 private:
-    std::filesystem::path path_ = std::filesystem::path(::testing::TempDir()) / "orb_vm_test.log";
+    std::filesystem::path path() const { return folder_.path() / "log"; }
+
+    io::TestFolder folder_;
     Logger logger_;
 };
 

@@ -4,6 +4,7 @@
 #include "io/archive/hpi_archive.h"
 #include "io/archive/hpi_format.h"
 #include "io/archive/hpi_writer.h"
+#include "io/path_text.h"
 #include "tests/io/archive_fixture.h"
 
 namespace orb::io {
@@ -33,9 +34,10 @@ Bytes chunked(const std::vector<Bytes>& chunks) {
 }
 
 Bytes deflated(const Bytes& content) {
-    uLongf size = compressBound(content.size());
+    const auto plainSize = static_cast<uLong>(content.size());
+    uLongf size = compressBound(plainSize);
     Bytes result(size);
-    compress2(result.data(), &size, content.data(), content.size(), 9);
+    compress2(result.data(), &size, content.data(), plainSize, 9);
     result.resize(size);
     return result;
 }
@@ -48,7 +50,7 @@ Bytes flippedLast(Bytes bytes) {
 TEST(ArchiveReadTest, RefusesWhatIsNoArchive) {
     const TestFolder folder;
     const Bytes sound = oneFileArchive(0, {});
-    const std::string path = (folder.path() / "a.hpi").string();
+    const std::string path = textFromPath(folder.path() / "a.hpi");
     const struct {
         Bytes file;
         std::string text;
@@ -67,8 +69,9 @@ TEST(ArchiveReadTest, RefusesWhatIsNoArchive) {
     for (const auto& each : cases)
         EXPECT_EQ(archiveRefusal(folder.write("a.hpi", each.file)), each.text);
     EXPECT_EQ(archiveRefusal(folder.path() / "none"),
-              "Cannot open HPI file: " + (folder.path() / "none").string());
-    EXPECT_EQ(archiveRefusal(folder.path()), "Cannot open HPI file: " + folder.path().string());
+              "Cannot open HPI file: " + textFromPath(folder.path() / "none"));
+    EXPECT_EQ(archiveRefusal(folder.path()),
+              "Cannot open HPI file: " + textFromPath(folder.path()));
 }
 
 TEST(ArchiveReadTest, ReadsScrambledArchivesAndBanks) {

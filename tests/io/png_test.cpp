@@ -40,9 +40,10 @@ Bytes pngFile(const Source& source) {
     for (const std::uint8_t field :
          Bytes{source.bitDepth, source.colorType, 0, 0, source.interlace})
         header.push_back(field);
-    uLongf size = compressBound(source.rows.size());
+    const auto plainSize = static_cast<uLong>(source.rows.size());
+    uLongf size = compressBound(plainSize);
     Bytes deflated(size);
-    compress(deflated.data(), &size, source.rows.data(), source.rows.size());
+    compress(deflated.data(), &size, source.rows.data(), plainSize);
     Bytes out = {0x89, 'P', 'N', 'G', 13, 10, 26, 10};
     appendChunk(out, "IHDR", header);
     appendChunk(out, "teXt", {1, 2, 3});

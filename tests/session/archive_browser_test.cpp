@@ -4,6 +4,7 @@
 
 #include "session/request_error.h"
 #include "tests/io/archive_fixture.h"
+#include "tests/platform.h"
 
 namespace orb::unitview {
 namespace {
@@ -11,6 +12,8 @@ namespace {
 using io::BlockBuilder;
 using io::HpiArchive;
 using io::TestFolder;
+
+constexpr bool kOnWindows = !ORB_TEST_HAS_POSIX;
 
 /// "path: reason" of everything that extracting the whole archive skips.
 std::vector<std::string> skippedBy(const HpiArchive& archive, const TestFolder& folder) {
@@ -58,6 +61,35 @@ TEST(ArchiveBrowserTest, ExtractsTheFirstOfANameAndNoMoreThanTheArchiveCanHold) 
                                         "bulk: HPI read error at offset 0",
                                         "more: more data than the archive can hold"}));
     EXPECT_EQ(std::filesystem::file_size(folder.path() / "out/twin"), 0u);
+}
+
+TEST(ArchiveBrowserTest, WritesNothingUnderANameThatLeavesTheFolder) {
+    const TestFolder folder;
+    BlockBuilder block;
+    const std::uint32_t file = block.file();
+    std::vector<BlockBuilder::Entry> files;
+    std::vector<std::string> refused;
+    const struct {
+        const char* name;
+        bool isRefused;
+    } cases[] = {
+        {"..", true},
+        {"a:b", true},
+        {"aux.fbi", kOnWindows},
+        {"Com1 .x", kOnWindows},
+        {"dot.", kOnWindows},
+        {"blank ", kOnWindows},
+        {"auxiliary", false},
+        {"COM", false},
+        {".nul", false},
+    };
+    for (const auto& [name, isRefused] : cases) {
+        files.push_back({block.name(name), file, false});
+        if (isRefused) refused.push_back(std::string(name) + ": unsafe file name");
+    }
+    const auto count = static_cast<std::uint32_t>(files.size());
+    block.root(count, block.list(files));
+    EXPECT_EQ(skippedBy(HpiArchive(folder.write("names.hpi", block.archive())), folder), refused);
 }
 
 }  // namespace

@@ -6,30 +6,25 @@
 
 #include <gtest/gtest.h>
 
+#include "io/path_text.h"
 #include "server/logger.h"
+#include "tests/io/archive_fixture.h"
 
 namespace orb::unitview {
 namespace {
 
 namespace fs = std::filesystem;
 
-/// Two data roots in a folder that goes away with the test.
+/// Two data roots in a folder.
 class LintSuppressionsTest : public testing::Test {
 protected:
     LintSuppressionsTest() {
-        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        folder_ = fs::temp_directory_path() / (std::string("orb_lint_") + test->name());
-        fs::remove_all(folder_);
-        roots_ = {folder_ / "mod", folder_ / "game"};
         for (const fs::path& root : roots_) fs::create_directories(root);
         logger_.setEcho(false);
         logger_.openFile(folder_ / "log");
         setCurrentLogger(&logger_);
     }
-    ~LintSuppressionsTest() override {
-        setCurrentLogger(nullptr);
-        fs::remove_all(folder_);
-    }
+    ~LintSuppressionsTest() override { setCurrentLogger(nullptr); }
 
     void write(std::size_t root, std::string_view text) {
         std::ofstream(roots_[root] / kLintSuppressFile, std::ios::binary) << text;
@@ -40,8 +35,9 @@ protected:
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    fs::path folder_;
-    std::vector<fs::path> roots_;
+    io::TestFolder testFolder_;
+    fs::path folder_ = testFolder_.path();
+    std::vector<fs::path> roots_{folder_ / "mod", folder_ / "game"};
     Logger logger_;
 };
 
@@ -124,13 +120,13 @@ TEST_F(LintSuppressionsTest, ReportWhyTheyCannotBeWritten) {
     const fs::path inTheWay = roots_[0] / kLintSuppressFile;
     fs::create_directory(inTheWay);
     EXPECT_TRUE(loadLintSuppressions(roots_).global().empty());
-    EXPECT_EQ(failure(roots_), "open for write: " + inTheWay.string());
+    EXPECT_EQ(failure(roots_), "open for write: " + io::textFromPath(inTheWay));
 
     // Too large to be read: its rules must survive.
     fs::remove(inTheWay);
     write(0, R"({"global":{"x":["g"]}})" + std::string(1 << 22, ' '));
     EXPECT_TRUE(loadLintSuppressions(roots_).global().empty());
-    EXPECT_EQ(failure(roots_), "open for write: " + inTheWay.string());
+    EXPECT_EQ(failure(roots_), "open for write: " + io::textFromPath(inTheWay));
     EXPECT_GT(fs::file_size(inTheWay), 1U << 22);
 }
 

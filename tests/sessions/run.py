@@ -17,14 +17,18 @@ starts with blanks continues the one above it. $DATA is the folder of the sample
 empty folder of the session's own. A line `@ no-fd3` at the top starts the program without a binary
 channel.
 
-usage: run.py [--record TRAFFIC] PROGRAM DATA FILE...
+usage: run.py [--record TRAFFIC] [--wine COMMAND LAUNCHER] PROGRAM DATA FILE...
 
 --record writes what went over the wire, one JSON object a line: {"file", "line" of the transcript,
 "request", "reply"} and {"file", "line", "event"}.
+
+With --wine the program is one for Windows, started through the command and windows_launcher.cpp;
+the paths that it is sent and must answer are those of the drive on which it sees ours.
 """
 import argparse
 import json
 import os
+import shlex
 import shutil
 import subprocess
 import sys
@@ -43,6 +47,45 @@ os.dup2(NOTHING, 3)
 
 class Mismatch(Exception):
     pass
+
+
+class Native:
+    """Starts the program as it is."""
+
+    def __init__(self, program):
+        self.program = program
+
+    def start(self, log, channel):
+        """`channel` is the writing end for binary frames or None."""
+        if channel is not None:
+            os.dup2(channel, 3)
+        with open(log, "wb") as errors:
+            process = subprocess.Popen([self.program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                       stderr=errors, pass_fds=[] if channel is None else [3])
+        os.dup2(NOTHING, 3)
+        return process
+
+    def seen(self, path):
+        """How the program names a file of ours."""
+        return path
+
+
+class Wine:
+    """Starts a program for Windows."""
+
+    def __init__(self, command, launcher, program):
+        self.command, self.launcher, self.program = shlex.split(command), launcher, program
+
+    def start(self, log, channel):
+        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE}
+        if channel is None:
+            with open(log, "wb") as errors:
+                return subprocess.Popen([*self.command, self.program], stderr=errors, **pipes)
+        return subprocess.Popen([*self.command, self.launcher, self.seen(log),
+                                 self.seen(self.program)], stderr=channel, **pipes)
+
+    def seen(self, path):
+        return "Z:" + path
 
 
 class Frames:
@@ -141,7 +184,7 @@ class Recorder:
         return self.write(asked_in, asked_at, request=request, reply=answer)
 
 
-def play(program, data, path, recorder=None):
+def play(platform, data, path, recorder=None):
     """Plays one file; raises Mismatch with the place of the first difference."""
     steps = read_steps(path)
     binary = True
@@ -149,11 +192,7 @@ def play(program, data, path, recorder=None):
         binary = steps.pop(0)[2] != "no-fd3"
     with tempfile.TemporaryDirectory() as scratch:
         reader, writer = os.pipe()
-        os.dup2(writer, 3)
-        process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                   stderr=open(os.path.join(scratch, "log"), "wb"),
-                                   pass_fds=[3] if binary else [])
-        os.dup2(NOTHING, 3)
+        process = platform.start(os.path.join(scratch, "log"), writer if binary else None)
         os.close(writer)
         frames = Frames(reader)
         watchdog = threading.Timer(LONGEST_SESSION_S, process.kill)
@@ -162,8 +201,8 @@ def play(program, data, path, recorder=None):
         work = os.path.join(scratch, "work")
         os.mkdir(work)
 
-        def fill(text):
-            return text.replace("$DATA", data).replace("$TMP", work)
+        def fill(text, place=platform.seen):
+            return text.replace("$DATA", place(data)).replace("$TMP", place(work))
 
         reply = None
         for number, sign, text in steps:
@@ -187,7 +226,7 @@ def play(program, data, path, recorder=None):
                     if sign == "<":
                         reply = actual
                 elif sign == "+":
-                    shutil.copytree(*fill(text).split())
+                    shutil.copytree(*fill(text, str).split())
                 elif sign == "~":
                     size = len(frames.next())
                     wanted = reply["data"]["byteSize"] if text == "byteSize" else int(text)
@@ -211,19 +250,20 @@ def play(program, data, path, recorder=None):
 
 
 def main():
-    parser = argparse.ArgumentParser(usage="run.py [--record TRAFFIC] PROGRAM DATA FILE...")
+    parser = argparse.ArgumentParser()
     parser.add_argument("--record", type=argparse.FileType("w", encoding="utf-8"))
+    parser.add_argument("--wine", nargs=2, metavar=("COMMAND", "LAUNCHER"))
     parser.add_argument("program")
     parser.add_argument("data")
     parser.add_argument("files", nargs="+")
     options = parser.parse_args()
     data = os.path.abspath(options.data)
+    platform = Wine(*options.wine, options.program) if options.wine else Native(options.program)
     failures = 0
     for path in options.files:
         try:
             recorder = Recorder(options.record) if options.record else None
-            answers = play(options.program, data, path, recorder)
-            print(f"ok   {os.path.basename(path)}: {answers} answers")
+            print(f"ok   {os.path.basename(path)}: {play(platform, data, path, recorder)} answers")
         except Mismatch as error:
             failures += 1
             print(f"FAIL {error}")

@@ -1,0 +1,36 @@
+# What a build for Windows takes where Debian has a library for the host only: JSON and {fmt} from
+# the host's headers, GoogleTest from its sources. Answers find_package() for these three.
+set(header_directory ${CMAKE_BINARY_DIR}/include)
+file(MAKE_DIRECTORY ${header_directory})
+
+# /usr/include itself must stay out of sight, it belongs to another C library.
+function(orb_use_headers folder)
+  file(CREATE_LINK /usr/include/${folder} ${header_directory}/${folder} SYMBOLIC)
+endfunction()
+
+function(orb_foreign_library name)
+  add_library(${name} STATIC ${ARGN})
+  target_compile_options(${name} PRIVATE -w)
+endfunction()
+
+macro(orb_provide_package method package)
+  if(${package} STREQUAL nlohmann_json)
+    orb_use_headers(nlohmann)
+    add_library(nlohmann_json::nlohmann_json INTERFACE IMPORTED)
+    target_include_directories(nlohmann_json::nlohmann_json INTERFACE ${header_directory})
+    set(nlohmann_json_FOUND TRUE)
+  elseif(${package} STREQUAL fmt)
+    orb_use_headers(fmt)
+    orb_foreign_library(fmt ${CMAKE_SOURCE_DIR}/cmake/windows_fmt.cpp)
+    target_include_directories(fmt SYSTEM PUBLIC ${header_directory})
+    add_library(fmt::fmt ALIAS fmt)
+    set(fmt_FOUND TRUE)
+  elseif(${package} STREQUAL GTest)
+    set(root /usr/src/googletest/googletest)
+    orb_foreign_library(gtest_main ${root}/src/gtest-all.cc ${root}/src/gtest_main.cc)
+    target_include_directories(gtest_main SYSTEM PUBLIC ${root}/include PRIVATE ${root})
+    add_library(GTest::gtest_main ALIAS gtest_main)
+    set(GTest_FOUND TRUE)
+  endif()
+endmacro()
+cmake_language(SET_DEPENDENCY_PROVIDER orb_provide_package SUPPORTED_METHODS FIND_PACKAGE)
