@@ -26,7 +26,7 @@ public:
             matchPieces(instance_.file(), std::vector<std::string>{"base", "x", "arm", "gun"});
         instance_.callbacks.getUnitValue = [](std::int32_t id) { return id ^ 7; };
         instance_.callbacks.emitSfx = [this](std::int32_t type, std::int32_t piece) {
-            checksum_ += type ^ piece;
+            lastEffect_ = type ^ piece;
         };
         debugger_.attach(&instance_);
     }
@@ -61,14 +61,10 @@ private:
             case 5:
                 return debugger_.clearBreakpoints();
             case 6:
-                // 600 ticks of one thread are enough; those of 256 would take seconds
-                if (command < 192 || startsThreads_ || instance_.threads.size() > 4) return tick(2);
-                slices_ += kMaxSlices / 2;
-                return debugger_.resume(CobResumeMode::run);
+                return resume(command < 192 ? CobResumeMode::stepLine : CobResumeMode::run);
             case 7:
                 ++slices_;
-                return debugger_.resume(command < 128 ? CobResumeMode::stepInstruction
-                                                      : CobResumeMode::stepLine);
+                return debugger_.resume(CobResumeMode::stepInstruction);
             case 8:
                 if (command < 128) return debugger_.stopAll();
                 instance_.trace.clear();
@@ -76,6 +72,13 @@ private:
             default:
                 return call(choices);
         }
+    }
+
+    /// Up to 600 ticks. Those of a few threads are enough; those of 256 would take seconds.
+    void resume(CobResumeMode mode) {
+        if (startsThreads_ || instance_.threads.size() > 2) return tick(2);
+        slices_ += kMaxSlices / 2;
+        debugger_.resume(mode);
     }
 
     void tick(std::size_t count) {
@@ -169,7 +172,7 @@ private:
     std::set<std::uint32_t> breakpoints_;
     bool startsThreads_;
     std::size_t slices_ = 0;
-    std::int32_t checksum_ = 0;
+    std::int32_t lastEffect_ = 0;
 };
 
 }  // namespace
