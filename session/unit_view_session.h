@@ -37,8 +37,8 @@ public:
     /// Takes over a file that was written behind the mounted data: reopens the archive (an empty
     /// internal path stands for all its entries), reads catalogue and tables anew where files may
     /// have changed (that archive and all loose files), and reloads the loaded unit when the file
-    /// is its source. References to `data()` end. Returns why that unit
-    /// cannot be loaded any more (it is not loaded then), or none.
+    /// is its source. References to `data()` end. Returns why that unit cannot be loaded any more
+    /// (it is not loaded then), or none.
     std::optional<std::string> refreshAfterWrite(const io::FileLocation& written);
 
     /// Loads a unit in place of the loaded one. A failure, reported as RequestError with its text,
