@@ -15,7 +15,7 @@
 #include <fmt/format.h>
 #include <zlib.h>
 
-#include "bench/timing.h"
+#include "bench/figures.h"
 #include "io/archive/hpi_archive.h"
 #include "io/archive/hpi_format.h"
 #include "io/archive/hpi_writer.h"
@@ -24,6 +24,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using orb::bench::require;
 using orb::io::Bytes;
 using orb::io::ByteView;
 
@@ -150,13 +151,6 @@ void writeFile(const fs::path& path, const Bytes& bytes) {
                static_cast<std::streamsize>(bytes.size()));
 }
 
-/// Throughputs in MB/s and the share of the baseline's that is reached.
-void report(std::string_view name, std::size_t bytes, double seconds, double baselineSeconds) {
-    const double megabytes = static_cast<double>(bytes) / 1e6;
-    orb::bench::printRow(name, megabytes / seconds, megabytes / baselineSeconds, "MB/s",
-                         baselineSeconds / seconds);
-}
-
 }  // namespace
 
 int main() {
@@ -175,25 +169,22 @@ int main() {
     const orb::io::HpiFileSystem archive(archivePath);
     std::size_t total = 0;
     for (const auto& file : files) {
-        if (archive.readFile(file.path) != file.content)
-            orb::bench::fail("an archived file differs");
+        require(archive.readFile(file.path) == file.content, "an archived file differs");
         total += file.content.size();
     }
-    if (bareLoopInMemory(all.files, all.bytes) != total ||
-        bareLoopFromFile(all.files, payloadPath) != total)
-        orb::bench::fail("the bare loop decodes something else");
+    require(bareLoopInMemory(all.files, all.bytes) == total &&
+                bareLoopFromFile(all.files, payloadPath) == total,
+            "the bare loop decodes something else");
 
     const auto readEach = [&] {
         for (const auto& file : files)
-            if (archive.readFile(file.path)->size() != file.content.size())
-                orb::bench::fail("short file");
+            require(archive.readFile(file.path)->size() == file.content.size(), "short file");
     };
     const auto readInSession = [&] {
         auto reader = archive.archive().openReader();
         for (const auto& file : files) {
             const auto* const entry = archive.archive().findFile(file.path);
-            if (reader.readFile(*entry->file()).size() != file.content.size())
-                orb::bench::fail("short file");
+            require(reader.readFile(*entry->file()).size() == file.content.size(), "short file");
         }
     };
     std::size_t smallTotal = 0;
@@ -204,16 +195,18 @@ int main() {
             smallTotal += content.value().size();
         });
     };
-    const std::vector<double> seconds =
-        orb::bench::bestSeconds({readEach, readInSession, mountAndReadSmall,
-                                 [&] { bareLoopInMemory(all.files, all.bytes); },
-                                 [&] { bareLoopFromFile(all.files, payloadPath); },
-                                 [&] { bareLoopFromFile(small.files, payloadPath); }});
-    report("read every file / uncompress, memory", total, seconds[0], seconds[3]);
-    report("read every file / uncompress, from a file", total, seconds[0], seconds[4]);
-    report("one open archive / uncompress, memory", total, seconds[1], seconds[3]);
-    report("one open archive / uncompress, from a file", total, seconds[1], seconds[4]);
-    report("mount, read 6000 small files / plain read", smallTotal, seconds[2], seconds[5]);
+    const auto timings = orb::bench::measure({readEach, readInSession, mountAndReadSmall,
+                                              [&] { bareLoopInMemory(all.files, all.bytes); },
+                                              [&] { bareLoopFromFile(all.files, payloadPath); },
+                                              [&] { bareLoopFromFile(small.files, payloadPath); }});
+    const auto report = [](std::string_view name, std::size_t bytes, const auto& timing,
+                           const auto& baseline) {
+        orb::bench::reportRate(name, timing, static_cast<double>(bytes), "MB/s", baseline);
+    };
+    report("read every file / uncompress in memory", total, timings[0], timings[3]);
+    report("read every file / uncompress from a file", total, timings[0], timings[4]);
+    report("read, archive kept open / uncompress in memory", total, timings[1], timings[3]);
+    report("mount, read 6000 small files / plain read", smallTotal, timings[2], timings[5]);
     fs::remove_all(folder);
     return 0;
 }

@@ -1,24 +1,21 @@
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
 #include <functional>
 #include <string>
 #include <string_view>
 
 #include <fmt/format.h>
 
+#include "bench/figures.h"
 #include "bos/compiler.h"
 #include "bos/disassembler.h"
 #include "bos/source_compare.h"
 
 // How many lines of script source compile, and how many come out of the disassembler, in a second,
-// against cutting the same text into lines and hashing each. Prints "name  lines/s  baseline
-// ratio".
+// against cutting the same text into lines and hashing each.
 namespace {
 
 using namespace orb::unitview::bos;
-
-constexpr int kRounds = 7;
+using orb::bench::require;
 
 /// A large script as games have them: walk cycles, aiming, smoke. About 1,600 lines.
 std::string workload() {
@@ -39,18 +36,6 @@ std::string workload() {
     return text;
 }
 
-/// Seconds of the fastest of some rounds; slower ones were disturbed.
-double secondsOf(const std::function<void()>& work) {
-    double best = 1e9;
-    for (int round = 0; round < kRounds; ++round) {
-        const auto start = std::chrono::steady_clock::now();
-        work();
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-        best = std::min(best, taken.count());
-    }
-    return best;
-}
-
 std::size_t hashLines(std::string_view text) {
     std::size_t sum = 0;
     while (!text.empty()) {
@@ -59,12 +44,6 @@ std::size_t hashLines(std::string_view text) {
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     return sum;
-}
-
-void require(bool condition, const char* what) {
-    if (condition) return;
-    fmt::print(stderr, "wrong result: {}\n", what);
-    std::exit(1);
 }
 
 }  // namespace
@@ -80,26 +59,23 @@ int main() {
     require(text.isExact && text.rawScripts.empty(), "disassemble");
     require(compareSource(cob, source, "", nullptr).isIdentical, "compare");
 
-    constexpr int kHashings = 50;
-    volatile std::size_t sink = 0;
-    const double baseline = lines * kHashings / secondsOf([&] {
-                                for (int i = 0; i < kHashings; ++i) sink = sink + hashLines(source);
-                            });
-    const auto report = [&](std::string_view name, const std::function<void()>& work) {
-        const double rate = lines / secondsOf(work);
-        fmt::print("{:<24} {:>12.0f} {:>14.0f} {:>8.4f}\n", name, rate, baseline, rate / baseline);
-    };
-    fmt::print("{} lines, {} bytes, {} code words\n", lines, source.size(), cob.code.size());
-    fmt::print("{:<24} {:>12} {:>14} {:>8}\n", "bos", "lines/s", "split+hash/s", "ratio");
-    report("compile", [&] { require(compile().ok, "compile"); });
-    report("disassemble and check", [&] { require(disassembleCob(cob).isExact, "text"); });
-    report("compare, same settings",
-           [&] { require(compareSource(cob, source, "", nullptr).isIdentical, "compare"); });
     const BosCompilation other =
         compileBos(source, "", nullptr,
                    {Scale(65536), Scale(200), std::nullopt, std::nullopt, ArgumentOrder::source});
-    report("compare, all settings", [&] {
-        require(!compareSource(other.code.cob, source, "", nullptr).isIdentical, "compare");
-    });
+    std::size_t hashes = 0;
+    const auto timings = orb::bench::measure(
+        {[&] { require(compile().ok, "compile"); },
+         [&] { require(disassembleCob(cob).isExact, "text"); },
+         [&] { require(compareSource(cob, source, "", nullptr).isIdentical, "same settings"); },
+         [&] {
+             require(!compareSource(other.code.cob, source, "", nullptr).isIdentical, "settings");
+         },
+         [&] { hashes += hashLines(source); }});
+    require(hashes != 0, "hashes");
+    std::size_t row = 0;
+    for (const char* name : {"compile a script", "disassemble a script and check",
+                             "compare, same settings", "compare, all settings"})
+        orb::bench::reportRate(fmt::format("{} / hash its lines", name), timings[row++], lines,
+                               "lines/s", timings.back());
     return 0;
 }

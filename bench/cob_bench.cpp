@@ -1,7 +1,5 @@
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <memory>
@@ -10,21 +8,19 @@
 
 #include <fmt/format.h>
 
-#include "bench/timing.h"
+#include "bench/figures.h"
 #include "cob/cob_debugger.h"
 #include "cob/cob_vm.h"
-#include "server/logger.h"
 
 // How fast unit scripts run: the interpreter against a bare switch over the same words, and the
-// cost of a tick of many idle units. Prints "name  value  baseline  ratio".
+// cost of a tick of many idle units.
 namespace {
 
 using namespace orb::unitview;
-using orb::bench::printRow;
+using orb::bench::require;
 using Code = std::vector<std::uint32_t>;
 
 constexpr std::int32_t kOuterLoops = 3000;
-constexpr int kRounds = 7;
 
 std::uint32_t w(Op op) {
     return opcodeRow(op).value;
@@ -134,10 +130,6 @@ BareResult runBare(const Code& code) {
     }
 }
 
-double fastest(const std::function<void()>& work) {
-    return orb::bench::bestSeconds({work}, kRounds)[0];
-}
-
 void benchInstructions() {
     auto file = std::make_shared<orb::io::CobFile>();
     file->code = workload();
@@ -146,32 +138,32 @@ void benchInstructions() {
     file->staticVarCount = 8;
     file->scripts = {{"Main", 0}};
     const BareResult bare = runBare(file->code);
+    constexpr int kRuns = 100;
     const auto check = [&bare](std::uint32_t value) {
-        if (value != bare.value) std::abort();
+        require(value == bare.value, "a script computes something else");
     };
-    const double millions = static_cast<double>(bare.instructions) * 100 / 1e6;
-    const double bareSpeed = millions / fastest([&] {
-                                 for (int i = 0; i < 100; ++i) check(runBare(file->code).value);
-                             });
-    CobInstance instance(file, 1);
-    const auto speed = [&] {
-        return millions / fastest([&] {
-                   for (int i = 0; i < 100; ++i) {
-                       instance.statics[0] = 0;
-                       const auto result = CobVm(instance).call("Main", {}, INT32_MAX);
-                       check(static_cast<std::uint32_t>(result.value()));
-                   }
-               });
+    const auto runScript = [&](CobInstance& instance) {
+        for (int i = 0; i < kRuns; ++i) {
+            instance.statics[0] = 0;
+            const auto result = CobVm(instance).call("Main", {}, INT32_MAX);
+            check(static_cast<std::uint32_t>(result.value()));
+        }
     };
-    const double plainSpeed = speed();
+    CobInstance plain(file, 1);
+    CobInstance debugged(file, 1);
     CobDebugger debugger;
-    debugger.attach(&instance);
+    debugger.attach(&debugged);
     debugger.setBreakpoints({neverReached}, {});
-    const double hookedSpeed = speed();
-    printRow("script instructions / bare switch loop", plainSpeed, bareSpeed, "M/s",
-             plainSpeed / bareSpeed);
-    printRow("  with a breakpoint set / without", hookedSpeed, plainSpeed, "M/s",
-             hookedSpeed / plainSpeed);
+    const auto timings =
+        orb::bench::measure({[&] { runScript(plain); }, [&] { runScript(debugged); },
+                             [&] {
+                                 for (int i = 0; i < kRuns; ++i) check(runBare(file->code).value);
+                             }});
+    const auto count = static_cast<double>(bare.instructions * kRuns);
+    orb::bench::reportRate("script instructions / bare switch loop", timings[0], count, "M/s",
+                           timings[2]);
+    orb::bench::reportRate("  with a breakpoint set / without", timings[1], count, "M/s",
+                           timings[0]);
 }
 
 /// A unit at rest as units are: a radar dish spins, a damage-smoke loop sleeps and looks at the
@@ -209,28 +201,60 @@ void benchIdleUnits() {
         CobVm(*units.back()).startScript("Create");
     }
     std::int32_t tick = 0;
-    const double ticking = fastest([&] {
-        for (int i = 0; i < kTicks; ++i, ++tick)
-            for (const auto& unit : units) CobVm(*unit).tick(tick);
-    });
-    const double copying = fastest([&] {
-        for (int i = 0; i < kTicks; ++i)
-            for (const auto& unit : units) unit->previousPieces = unit->pieces;
-    });
-    for (const auto& unit : units)
-        if (unit->threads.size() != 2) std::abort();
-    const double microseconds = 1e6 / kTicks;
-    printRow("tick 200 idle units / copy their records", ticking * microseconds,
-             copying * microseconds, "us", ticking / copying);
+    const auto timings = orb::bench::measure({[&] {
+                                                  for (int i = 0; i < kTicks; ++i, ++tick)
+                                                      for (const auto& unit : units)
+                                                          CobVm(*unit).tick(tick);
+                                              },
+                                              [&] {
+                                                  for (int i = 0; i < kTicks; ++i)
+                                                      for (const auto& unit : units)
+                                                          unit->previousPieces = unit->pieces;
+                                              }});
+    for (const auto& unit : units) require(unit->threads.size() == 2, "a unit lost a thread");
+    orb::bench::reportTime("tick 200 idle units / copy their records", timings[0], "us", timings[1],
+                           kTicks);
+}
+
+std::unique_ptr<CobInstance> fullInstance(const std::vector<std::uint32_t>& code) {
+    auto file = std::make_shared<orb::io::CobFile>();
+    file->code = code;
+    file->scripts = {{"Loop", 0}};
+    auto instance = std::make_unique<CobInstance>(file, 1);
+    while (instance->threads.size() < kMaxConcurrentThreadsPerUnit)
+        CobVm(*instance).startScript("Loop");
+    return instance;
+}
+
+/// Scripts that use up every slice in the most expensive ways known, against those that only jump.
+void benchHostileScripts() {
+    constexpr int kTicks = 5;
+    const auto jumping = fullInstance({w(Op::jump), 0});
+    const auto signalling = fullInstance(
+        {w(Op::pushConst), 2, w(Op::signal), w(Op::pushConst), 4, w(Op::signal), w(Op::jump), 0});
+    const auto pushing = fullInstance({w(Op::pushConst), 1, w(Op::pushConst), 1, w(Op::jump), 0});
+    std::int32_t tick = 0;
+    const auto ticks = [&tick](CobInstance& instance, int count) {
+        for (int i = 0; i < count; ++i) CobVm(instance).tick(++tick);
+    };
+    ticks(*pushing, static_cast<int>(2 * kMaxStackWords / kSliceInstructions));
+    const auto timings =
+        orb::bench::measure({[&] { ticks(*signalling, kTicks); }, [&] { ticks(*pushing, kTicks); },
+                             [&] { ticks(*jumping, kTicks); }});
+    for (const auto* instance : {signalling.get(), pushing.get()})
+        require(instance->threads.size() == kMaxConcurrentThreadsPerUnit, "a thread ended");
+    orb::bench::reportTime("tick 256 threads that signal / that jump", timings[0], "ms", timings[2],
+                           kTicks);
+    orb::bench::reportTime("tick 256 threads on full stacks / that jump", timings[1], "ms",
+                           timings[2], kTicks);
 }
 
 }  // namespace
 
 int main() {
-    orb::Logger silent;
-    silent.setEcho(false);
-    orb::setCurrentLogger(&silent);
+    const orb::bench::QuietLog quiet;
     benchInstructions();
     benchIdleUnits();
+    benchHostileScripts();
     return 0;
 }

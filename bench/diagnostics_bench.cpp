@@ -4,11 +4,12 @@
 
 #include <filesystem>
 
+#include <fmt/format.h>
+
+#include "bench/figures.h"
 #include "bench/large_data_root.h"
-#include "bench/timing.h"
 #include "diagnostics/conflict_scan.h"
 #include "diagnostics/unit_health.h"
-#include "server/logger.h"
 
 namespace {
 
@@ -52,38 +53,28 @@ std::vector<unitview::LoadedUnit> loadUnits(const UnitViewSession& session, std:
 }  // namespace
 
 int main() {
-    Logger quiet;
-    quiet.setEcho(false);
-    setCurrentLogger(&quiet);
-
-    const fs::path folder = fs::temp_directory_path() / "orb_bench_data";
+    const bench::QuietLog quiet;
+    const fs::path folder = bench::dataFolder();
     const auto large = bench::makeLargeDataRoot(folder / "large");
     const auto small = bench::makeLargeDataRoot(folder / "few_units", {kSmallUnits, 40, 1'000'000});
     UnitViewSession session, smallSession;
     session.setDataRoots({large.game, large.mods, {}});
     smallSession.setDataRoots({small.game, small.mods, {}});
 
-    std::size_t findings = 0;
-    const auto scan =
-        bench::bestSeconds({[&] { findings = unitview::scanConflicts(session.data()).size(); },
-                            [&] {
-                                if (readOnce(session.data().files) < 4 * kUnits)
-                                    bench::fail("too few files");
-                            }});
-    if (findings == 0) bench::fail("the mods collide with nothing");
-    fmt::print("{} findings\n", findings);
-    bench::printRow("conflict scan of 3000 units / reading once", scan[0] * 1e3, scan[1] * 1e3,
-                    "ms", scan[0] / scan[1]);
+    const auto scan = bench::measure(
+        {[&] {
+             bench::require(!unitview::scanConflicts(session.data()).empty(),
+                            "the mods collide with nothing");
+         },
+         [&] { bench::require(readOnce(session.data().files) >= 4 * kUnits, "too few files"); }});
+    bench::reportTime("conflict scan of 3000 units / reading once", scan[0], "ms", scan[1]);
 
     const auto units = loadUnits(session, kUnits);
     const auto smallUnits = loadUnits(smallSession, kSmallUnits);
-    const auto report = bench::bestSeconds({[&] {
-                                                if (reportUnits(session, units) < 10 * kReports)
-                                                    bench::fail("too few rows");
-                                            },
-                                            [&] { reportUnits(smallSession, smallUnits); }});
-    const double perUnit = 1e3 / kReports;
-    bench::printRow("health of a unit of 3000 / of a unit of 30", report[0] * perUnit,
-                    report[1] * perUnit, "ms", report[0] / report[1]);
+    const auto report = bench::measure(
+        {[&] { bench::require(reportUnits(session, units) >= 10 * kReports, "too few rows"); },
+         [&] { reportUnits(smallSession, smallUnits); }});
+    bench::reportTime("health of a unit of 3000 / of a unit of 30", report[0], "ms", report[1],
+                      kReports);
     return 0;
 }

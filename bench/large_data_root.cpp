@@ -317,6 +317,10 @@ void writeMod(const fs::path& mod, std::size_t number, const LargeDataRootOption
 
 }  // namespace
 
+fs::path dataFolder() {
+    return fs::temp_directory_path() / "orb_bench_data";
+}
+
 LargeDataRoot makeLargeDataRoot(const fs::path& directory, const LargeDataRootOptions& options) {
     const std::string stamp = fmt::format("{} {} {} {}", kGeneration, options.units,
                                           options.archives, options.noiseBytes);

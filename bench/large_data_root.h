@@ -22,6 +22,9 @@ struct LargeDataRoot {
     std::vector<std::filesystem::path> mods;
 };
 
+/// Where the benchmarks keep their data roots from one run to the next.
+std::filesystem::path dataFolder();
+
 /// Makes the data roots below `directory`, or finds them there when an earlier call with the same
 /// options finished. The same options give the same bytes. Units are called UNIT0000 and so on,
 /// their weapons WEAPON0000. Throws std::runtime_error or a file system error when writing fails.

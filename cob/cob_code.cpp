@@ -2,20 +2,16 @@
 
 namespace orb::unitview {
 
-CobCode::CobCode(std::span<const std::uint32_t> words) : words_(words), marks_(words.size()) {
+CobCode::CobCode(std::span<const std::uint32_t> words) : marks_(words.size()) {
+    words_.reserve(words.size() + kMaxOperands);
+    words_.assign(words.begin(), words.end());
+    words_.resize(words.size() + kMaxOperands);
     for (std::size_t i = 0; i < words.size(); ++i) {
         const Op op = opOf(words[i]);
         const bool whole = opcodeRow(op).length() <= words.size() - i;
         marks_[i] =
             static_cast<std::uint8_t>(static_cast<unsigned>(op) | (whole ? 0U : kTruncated));
     }
-}
-
-std::array<std::uint32_t, kMaxOperands> CobCode::truncatedOperands(std::uint32_t pc) const {
-    std::array<std::uint32_t, kMaxOperands> operands{};
-    for (std::size_t i = 0; i < kMaxOperands && pc + 1 + i < words_.size(); ++i)
-        operands.at(i) = words_[pc + 1 + i];
-    return operands;
 }
 
 void CobCode::askOnlyAt(const std::set<std::uint32_t>& offsets) {

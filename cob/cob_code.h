@@ -1,6 +1,6 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <set>
 #include <span>
@@ -22,14 +22,12 @@ public:
     static constexpr std::uint8_t kOpMask = 0x3F;
     static_assert(kOpCount <= kOpMask + 1);
 
-    /// `words` must outlive the object.
     explicit CobCode(std::span<const std::uint32_t> words);
 
-    std::span<const std::uint32_t> words() const { return words_; }
+    std::size_t size() const { return marks_.size(); }
+    /// The words, and behind them zeros for the operands that a truncated instruction lacks.
+    const std::uint32_t* words() const { return words_.data(); }
     const std::uint8_t* marks() const { return marks_.data(); }
-    /// The operand words at the end of the code that belong to the truncated instruction at `pc`;
-    /// missing ones are 0.
-    std::array<std::uint32_t, kMaxOperands> truncatedOperands(std::uint32_t pc) const;
 
     /// Which offsets the breakpoint predicate is asked about. A new object asks at every one;
     /// asking more often than needed costs time only.
@@ -38,7 +36,7 @@ public:
     bool asksEverywhere() const { return asksEverywhere_; }
 
 private:
-    std::span<const std::uint32_t> words_;
+    std::vector<std::uint32_t> words_;
     std::vector<std::uint8_t> marks_;
     std::vector<std::uint32_t> asked_;
     bool asksEverywhere_ = true;

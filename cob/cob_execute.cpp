@@ -404,8 +404,11 @@ void Execution::signal() {
     const auto hears = [signalBits](const CobThread& t) {
         return (t.signalMask & signalBits) != 0;
     };
-    for (const auto& other : instance_.threads)
-        if (hears(*other)) other->state = CobThreadState::finished;
+    // Masks of other threads do not change during a slice, so one pass for each bit is enough.
+    if ((signalBits & ~thread_.sentSignals) != 0)
+        for (const auto& other : instance_.threads)
+            if (hears(*other)) other->state = CobThreadState::finished;
+    thread_.sentSignals |= signalBits;
     std::erase_if(instance_.pending, [&](const auto& other) { return hears(*other); });
     // A thread of a synchronous call is in no list.
     if (hears(thread_)) thread_.state = CobThreadState::finished;

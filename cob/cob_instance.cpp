@@ -41,7 +41,7 @@ CobInstance::CobInstance(std::shared_ptr<const io::CobFile> file, std::size_t mo
       scriptsByEntry_(sortedEntries(*file_)) {}
 
 std::optional<std::size_t> CobInstance::scriptAt(std::uint32_t pc) const {
-    if (pc >= code.words().size()) return std::nullopt;
+    if (pc >= code.size()) return std::nullopt;
     const auto next = std::ranges::upper_bound(scriptsByEntry_, pc, {}, &EntryOfScript::first);
     if (next == scriptsByEntry_.begin()) return std::nullopt;
     return std::prev(next)->second;
@@ -55,7 +55,7 @@ std::string_view CobInstance::scriptNameAt(std::uint32_t pc) const {
 bool CobInstance::isScriptRunning(std::size_t script) const {
     const std::uint32_t entry = file_->scripts.at(script).entry;
     const auto next = std::ranges::upper_bound(scriptsByEntry_, entry, {}, &EntryOfScript::first);
-    const std::uint64_t end = next == scriptsByEntry_.end() ? code.words().size() : next->first;
+    const std::uint64_t end = next == scriptsByEntry_.end() ? code.size() : next->first;
     const auto inside = [&](std::uint32_t pc) { return pc >= entry && pc < end; };
     return std::ranges::any_of(threads, [&](const auto& thread) {
         return thread->state != CobThreadState::finished &&

@@ -2,23 +2,21 @@
 
 namespace orb::unitview {
 
-void ValueStack::makeRoom() {
+void ValueStack::growOrSlide() {
     constexpr std::size_t kFirstCapacity = 16;
     constexpr std::size_t kMaxCapacity = 2 * kMaxStackWords;
     const bool full = words().size() == kMaxStackWords;
     if (full) ++bottom_;
     const std::size_t size = words().size();
-    if (top_ == buffer_.data() + buffer_.size()) {
-        if (buffer_.size() < kMaxCapacity) {
-            const auto offset = bottom_ - buffer_.data();
-            buffer_.resize(std::max(kFirstCapacity, 2 * buffer_.size()));
-            bottom_ = buffer_.data() + offset;
-        } else {
-            std::copy(bottom_, top_, buffer_.data());
-            bottom_ = buffer_.data();
-        }
-        top_ = bottom_ + size;
+    if (buffer_.size() < kMaxCapacity) {
+        const auto offset = bottom_ - buffer_.data();
+        buffer_.resize(std::max(kFirstCapacity, 2 * buffer_.size()));
+        bottom_ = buffer_.data() + offset;
+    } else {
+        std::copy(bottom_, top_, buffer_.data());
+        bottom_ = buffer_.data();
     }
+    top_ = bottom_ + size;
     const auto capacity = static_cast<std::size_t>(buffer_.data() + buffer_.size() - bottom_);
     end_ = bottom_ + std::min(capacity, kMaxStackWords);
 }

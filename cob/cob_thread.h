@@ -86,9 +86,15 @@ public:
     void clear() { top_ = bottom_; }
 
 private:
-    /// Grows the buffer, or forgets the oldest word; afterwards one word fits. The buffer holds two
-    /// limits' worth at most, so that the words slide to its front only once in a limit of pushes.
-    void makeRoom();
+    /// Grows the buffer, or forgets the oldest word; afterwards one word fits.
+    void makeRoom() {
+        if (end_ == buffer_.data() + buffer_.size()) return growOrSlide();
+        ++bottom_;
+        ++end_;
+    }
+    /// What `makeRoom` does at the buffer's end. The buffer holds two limits' worth at most, so
+    /// that the words slide to its front only once in a limit of pushes.
+    void growOrSlide();
 
     std::vector<std::int32_t> buffer_;
     std::int32_t* bottom_ = nullptr;
@@ -147,6 +153,9 @@ struct CobThread {
     std::int32_t waitPiece = 0;
     std::int32_t waitAxis = 0;
     std::int32_t signalMask = 0;
+    /// Signals sent in the current slice: nobody but this thread and those that it started since
+    /// can hear them again before the slice ends.
+    std::int32_t sentSignals = 0;
 };
 
 }  // namespace orb::unitview

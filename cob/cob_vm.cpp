@@ -75,13 +75,13 @@ bool CobVm::stopsAt(std::uint32_t pc) {
 void CobVm::runThread(CobThread& thread, std::int32_t budget) {
     if (thread.state != CobThreadState::runnable) return;
     const CobCode& code = instance_.code;
-    const std::uint32_t* const words = code.words().data();
+    const std::uint32_t* const words = code.words();
     const std::uint8_t* const marks = code.marks();
-    const std::size_t size = code.words().size();
+    const std::size_t size = code.size();
     const std::span<std::int32_t> statics = instance_.statics;
-    std::array<std::uint32_t, kMaxOperands> padded{};
     bool truncatedEnd = false;
 
+    thread.sentSignals = 0;
     std::uint32_t pc = thread.pc;
     ValueStack::Cursor stack(thread.stack);
     std::span<std::int32_t> frame = thread.frames.current();
@@ -97,21 +97,19 @@ void CobVm::runThread(CobThread& thread, std::int32_t budget) {
             break;
         }
         std::uint8_t mark = marks[pc] | attention;
-        const std::uint32_t* operands = words + pc + 1;
         if ((mark & (CobCode::kAsk | CobCode::kTruncated)) != 0) [[unlikely]] {
             store();
             if ((mark & CobCode::kAsk) != 0 && stopsAt(pc)) break;
             if ((mark & CobCode::kTruncated) != 0) {
-                padded = code.truncatedOperands(pc);
-                operands = padded.data();
                 truncatedEnd = true;
                 left = 1;
             }
             mark &= CobCode::kOpMask;
             if (instance_.traceInstructions)
-                printTraceLine(instructionTraceLine(instance_, thread, Op{mark}, operands));
+                printTraceLine(instructionTraceLine(instance_, thread, Op{mark}, words + pc + 1));
         }
 
+        const std::uint32_t operand = words[pc + std::size_t{1}];  // if it has one
         const auto binary = [&](auto operation) {
             stack.combine(operation);
             ++pc;
@@ -119,28 +117,27 @@ void CobVm::runThread(CobThread& thread, std::int32_t budget) {
         const Op op{mark};
         switch (op) {
             case Op::pushConst:
-                stack.push(wrapped(operands[0]));
+                stack.push(wrapped(operand));
                 pc += 2;
                 break;
             case Op::pushLocal:
-                stack.push(operands[0] < frame.size() ? frame[operands[0]] : 0);
+                stack.push(operand < frame.size() ? frame[operand] : 0);
                 pc += 2;
                 break;
             case Op::pushStatic:
-                stack.push(operands[0] < statics.size() ? statics[operands[0]] : 0);
+                stack.push(operand < statics.size() ? statics[operand] : 0);
                 pc += 2;
                 break;
             case Op::popLocal: {
                 const std::int32_t value = stack.pop();
-                if (operands[0] < frame.size()) frame[operands[0]] = value;
+                if (operand < frame.size()) frame[operand] = value;
                 pc += 2;
                 break;
             }
             case Op::popStatic: {
                 const std::int32_t value = stack.pop();
-                if (operands[0] < statics.size()) statics[operands[0]] = value;
-                instance_.trace.record(
-                    {instance_.tick, thread.id, op, {wrapped(operands[0]), value}});
+                if (operand < statics.size()) statics[operand] = value;
+                instance_.trace.record({instance_.tick, thread.id, op, {wrapped(operand), value}});
                 pc += 2;
                 break;
             }
@@ -205,16 +202,17 @@ void CobVm::runThread(CobThread& thread, std::int32_t budget) {
                 ++pc;
                 break;
             case Op::jump:
-                pc = operands[0];
+                pc = operand;
                 break;
             case Op::jumpIfZero:
-                pc = stack.pop() == 0 ? operands[0] : pc + 2;
+                pc = stack.pop() == 0 ? operand : pc + 2;
                 break;
             case Op::unknown:
                 reportUnknownOpcode(instance_, words[pc], pc);
                 ++pc;
                 break;
-            default:
+            default: {
+                const std::uint32_t* const operands = words + pc + 1;
                 pc += static_cast<std::uint32_t>(opcodeRow(op).length());
                 store();
                 executeInstruction(instance_, thread, op, operands);
@@ -224,6 +222,7 @@ void CobVm::runThread(CobThread& thread, std::int32_t budget) {
                 attention = attentionMask(instance_);
                 if (thread.state != CobThreadState::runnable) left = 1;
                 break;
+            }
         }
     }
     store();

@@ -32,11 +32,8 @@ std::vector<std::string> declaringFiles(const UnitCatalogue& catalogue, std::str
     return winnerFirst(std::move(declarations));
 }
 
-std::vector<std::string> declaringFiles(std::span<const TableEntry> declarations) {
-    std::vector<const TableEntry*> pointers;
-    pointers.reserve(declarations.size());
-    for (const TableEntry& entry : declarations) pointers.push_back(&entry);
-    return winnerFirst(std::move(pointers));
+std::vector<std::string> declaringFiles(std::span<const TableEntry* const> declarations) {
+    return winnerFirst(std::vector(declarations.begin(), declarations.end()));
 }
 
 }  // namespace orb::unitview

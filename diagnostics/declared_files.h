@@ -15,6 +15,6 @@ namespace orb::unitview {
 std::vector<std::string> declaringFiles(const UnitCatalogue& catalogue, std::string_view name);
 
 /// The same for declarations of one name in a table.
-std::vector<std::string> declaringFiles(std::span<const TableEntry> declarations);
+std::vector<std::string> declaringFiles(std::span<const TableEntry* const> declarations);
 
 }  // namespace orb::unitview

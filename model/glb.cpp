@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <bit>
 #include <initializer_list>
-#include <iterator>
 #include <map>
 #include <span>
 #include <string_view>
 #include <unordered_map>
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -40,6 +40,8 @@ constexpr std::uint32_t kJsonChunk = 0x4E4F534A;
 constexpr std::uint32_t kBinChunk = 0x004E4942;
 /// All of the container but its two chunks' contents.
 constexpr std::size_t kContainerSize = 28;
+constexpr std::size_t kLengthAt = 8;
+constexpr std::size_t kJsonLengthAt = 12;
 constexpr std::size_t kAlignment = 4;
 
 // Values of the format's own enumerations.
@@ -65,25 +67,27 @@ constexpr std::size_t kMaterialsPerTexture = 2;
 class RecordList {
 public:
     /// Appends a record; returns its index.
-    template <typename... Values>
-    std::size_t add(fmt::format_string<Values...> format, Values&&... values) {
-        text_ += text_.empty() ? '[' : ',';
-        fmt::format_to(std::back_inserter(text_), format, std::forward<Values>(values)...);
+    /// `format` is FMT_COMPILE's, since an export writes tens of thousands of records.
+    template <typename Format, typename... Values>
+    std::size_t add(const Format& format, const Values&... values) {
+        text_.push_back(count_ == 0 ? '[' : ',');
+        fmt::format_to(fmt::appender(text_), format, values...);
         return count_++;
     }
     std::size_t size() const { return count_; }
-    /// Empty without records, since the format forbids empty arrays.
-    std::string text() const { return text_.empty() ? "" : text_ + ']'; }
+    /// The array without its closing bracket. Empty without records, since the format forbids empty
+    /// arrays.
+    std::string_view openText() const { return {text_.data(), text_.size()}; }
 
 private:
-    std::string text_;
+    fmt::memory_buffer text_;
     std::size_t count_ = 0;
 };
 
 /// A point with every digit that its floats have, seen as doubles.
 std::string pointText(const io::Vec3& point) {
-    return fmt::format("[{},{},{}]", static_cast<double>(point[0]), static_cast<double>(point[1]),
-                       static_cast<double>(point[2]));
+    return fmt::format(FMT_COMPILE("[{},{},{}]"), static_cast<double>(point[0]),
+                       static_cast<double>(point[1]), static_cast<double>(point[2]));
 }
 
 /// The "max" and "min" members of an accessor.
@@ -96,12 +100,14 @@ std::string boundsText(std::span<const io::Vec3> positions) {
             greatest[axis] = std::max(greatest[axis], position[axis]);
         }
     }
-    return fmt::format(R"("max":{},"min":{},)", pointText(greatest), pointText(least));
+    return fmt::format(FMT_COMPILE(R"("max":{},"min":{},)"), pointText(greatest), pointText(least));
 }
 
 /// The binary buffer with the list of its blocks.
 class BlockBuffer {
 public:
+    void reserve(std::size_t size) { bytes_.reserve(size); }
+
     /// Appends vectors of floats; returns the index of the buffer view.
     template <typename Vector>
     std::size_t addVertexData(std::span<const Vector> vectors) {
@@ -130,9 +136,10 @@ private:
     std::size_t addView(std::size_t start, std::optional<int> target) {
         const std::size_t length = bytes_.position() - start;
         bytes_.zeros((kAlignment - length % kAlignment) % kAlignment);
-        const std::string targetText = target ? fmt::format(R"(,"target":{})", *target) : "";
-        return views_.add(R"({{"buffer":0,"byteLength":{},"byteOffset":{}{}}})", length, start,
-                          targetText);
+        const std::string targetText =
+            target ? fmt::format(FMT_COMPILE(R"(,"target":{})"), *target) : "";
+        return views_.add(FMT_COMPILE(R"({{"buffer":0,"byteLength":{},"byteOffset":{}{}}})"),
+                          length, start, targetText);
     }
 
     io::ByteWriter bytes_;
@@ -207,7 +214,7 @@ public:
         RecordList primitives;
         for (std::size_t i = 0; i < piece.rangeCount; ++i)
             addRange(mesh_.ranges[piece.firstRange + i], primitives);
-        return meshes_.add(R"({{"primitives":{}}})", primitives.text());
+        return meshes_.add(FMT_COMPILE(R"({{"primitives":{}]}})"), primitives.openText());
     }
 
     const RecordList& meshes() const { return meshes_; }
@@ -228,10 +235,11 @@ private:
             addAccessor(buffer_.addVertexData(texCoords), kFloat, count, "VEC2");
         const std::size_t indices =
             addAccessor(buffer_.addIdentityIndices(count), kUnsignedShort, count, "SCALAR");
-        primitives.add(R"({{"attributes":{{"COLOR_0":{},"POSITION":{},"TEXCOORD_0":{}}},)"
-                       R"("extras":{{"primIndex":{}}},"indices":{},"material":{},"mode":{}}})",
-                       color, position, texCoord, range.primIndex, indices,
-                       materials_.indexOf(range), kTriangles);
+        primitives.add(
+            FMT_COMPILE(R"({{"attributes":{{"COLOR_0":{},"POSITION":{},"TEXCOORD_0":{}}},)"
+                        R"("extras":{{"primIndex":{}}},"indices":{},"material":{},"mode":{}}})"),
+            color, position, texCoord, range.primIndex, indices, materials_.indexOf(range),
+            kTriangles);
     }
 
     ColorRgb colorOf(const DrawRange& range) const {
@@ -241,8 +249,9 @@ private:
 
     std::size_t addAccessor(std::size_t bufferView, int componentType, std::size_t count,
                             std::string_view type, const std::string& bounds = {}) {
-        return accessors_.add(R"({{"bufferView":{},"componentType":{},"count":{},{}"type":"{}"}})",
-                              bufferView, componentType, count, bounds, type);
+        return accessors_.add(
+            FMT_COMPILE(R"({{"bufferView":{},"componentType":{},"count":{},{}"type":"{}"}})"),
+            bufferView, componentType, count, bounds, type);
     }
 
     const ModelMesh& mesh_;
@@ -264,6 +273,14 @@ json encodeNodes(const std::vector<PieceRef>& pieces) {
         nodes.push_back(std::move(node));
     }
     return nodes;
+}
+
+/// The size that the binary buffer takes at most.
+std::size_t binarySize(const ModelMesh& mesh, const TextureSet& textures) {
+    constexpr std::size_t kVertexSize = (3 + 3 + 2) * sizeof(float) + sizeof(std::uint16_t);
+    std::size_t size = mesh.positions.size() * kVertexSize + mesh.ranges.size() * kAlignment;
+    for (const auto& [key, texture] : textures) size += texture.png->size() + kAlignment;
+    return size;
 }
 
 /// Everything of the document but geometry and pictures.
@@ -295,32 +312,47 @@ void addPictures(json& document, const TextureSet& set, BlockBuffer& buffer) {
     document["textures"] = std::move(textures);
 }
 
-/// The compact text of the document, its members and the lists in the order of their keys.
-std::string documentText(const json& document,
-                         std::initializer_list<std::pair<std::string, const RecordList*>> lists) {
-    std::map<std::string, std::string> members;
+/// The members of the document that are lists of records.
+using Lists = std::map<std::string_view, const RecordList*>;
+
+/// Writes the compact text of the document, all members in the order of their keys.
+void writeDocument(io::ByteWriter& out, const json& document, const Lists& lists) {
+    std::map<std::string_view, std::string> members;
     for (const auto& [key, value] : document.items())
         members[key] = value.dump(-1, ' ', false, json::error_handler_t::replace);
     for (const auto& [key, list] : lists)
-        if (list->size() > 0) members[key] = list->text();
-    std::string text;
-    for (const auto& [key, value] : members)
-        text.append(text.empty() ? "{\"" : ",\"").append(key).append("\":").append(value);
-    return text + "}";
+        if (list->size() > 0) members[key] = "";
+    char separator = '{';
+    for (const auto& [key, value] : members) {
+        out.text(fmt::format(R"({}"{}":{})", separator, key, value));
+        if (const auto list = lists.find(key); list != lists.end()) {
+            out.text(list->second->openText());
+            out.text("]");
+        }
+        separator = ',';
+    }
+    out.text("}");
 }
 
-io::Bytes writeContainer(std::string text, io::ByteView binary) {
-    text.append((kAlignment - text.size() % kAlignment) % kAlignment, ' ');
+io::Bytes writeContainer(const json& document, const Lists& lists, io::ByteView binary) {
+    constexpr std::size_t kUsualRest = 16384;  // of the document, beside the lists
+    std::size_t size = kContainerSize + kUsualRest + binary.size();
+    for (const auto& [key, list] : lists) size += list->openText().size();
     io::ByteWriter out;
+    out.reserve(size);
     out.u32(kMagic);
     out.u32(kVersion);
-    out.u32(static_cast<std::uint32_t>(kContainerSize + text.size() + binary.size()));
-    out.u32(static_cast<std::uint32_t>(text.size()));
+    out.u32(0);  // the two lengths that are known in the end
+    out.u32(0);
     out.u32(kJsonChunk);
-    out.text(text);
+    const std::size_t start = out.position();
+    writeDocument(out, document, lists);
+    while ((out.position() - start) % kAlignment != 0) out.u8(' ');
+    out.patchU32(kJsonLengthAt, static_cast<std::uint32_t>(out.position() - start));
     out.u32(static_cast<std::uint32_t>(binary.size()));
     out.u32(kBinChunk);
     out.bytes(binary);
+    out.patchU32(kLengthAt, static_cast<std::uint32_t>(out.position()));
     return out.take();
 }
 
@@ -337,6 +369,7 @@ io::Bytes model3doToGlb(const io::Model3doObject& model, const TextureSet& textu
     const Materials materials(mesh, textures);
     const std::array<ColorRgb, 256> colors = unitColors(palette, team);
     BlockBuffer buffer;
+    buffer.reserve(binarySize(mesh, textures));
     GeometryWriter geometry(mesh, materials, colors, buffer);
     json nodes = encodeNodes(pieces);
     for (std::size_t i = 0; i < pieces.size(); ++i)
@@ -351,9 +384,10 @@ io::Bytes model3doToGlb(const io::Model3doObject& model, const TextureSet& textu
     if (!buffer.bytes().empty())
         document["buffers"] = json::array({{{"byteLength", buffer.bytes().size()}}});
 
-    io::Bytes glb = writeContainer(documentText(document, {{"meshes", &geometry.meshes()},
-                                                           {"accessors", &geometry.accessors()},
-                                                           {"bufferViews", &buffer.views()}}),
+    io::Bytes glb = writeContainer(document,
+                                   {{"meshes", &geometry.meshes()},
+                                    {"accessors", &geometry.accessors()},
+                                    {"bufferViews", &buffer.views()}},
                                    buffer.bytes());
     LogLine(LogLevel::info) << "[glb] model3doToGlb done: totalSize=" << glb.size()
                             << " jsonSize=" << glb.size() - buffer.bytes().size() - kContainerSize

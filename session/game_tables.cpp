@@ -1,7 +1,6 @@
 #include "session/game_tables.h"
 
 #include <algorithm>
-#include <span>
 #include <unordered_set>
 
 #include <fmt/format.h>
@@ -13,13 +12,6 @@ namespace orb::unitview {
 namespace {
 
 constexpr std::string_view kTableSuffix = ".tdf";
-
-/// Where a table's files lie: all of a directory, or the one of that name.
-struct TableFiles {
-    std::string_view directory;
-    /// Empty: every ".tdf" file of the directory.
-    std::string_view fileName;
-};
 
 constexpr TableFiles kWeaponFiles[] = {
     {"weapons", ""}, {"gamedata", "weapons.tdf"}, {"", "weapons.tdf"}};
@@ -38,74 +30,91 @@ std::string movementClassName(std::string_view sectionName, const io::TdfSection
     return std::string(name && !name->empty() ? *name : sectionName);
 }
 
-using EntryName = std::string (*)(std::string_view sectionName, const io::TdfSection&);
-
-void addSections(NamedTable& table, io::TdfSection root, const LayerFile& file, bool isShadowed,
-                 EntryName entryName) {
+std::vector<TableEntry> takeSections(io::TdfSection root, const LayerFile& file,
+                                     NamedTable::EntryName entryName) {
+    std::vector<TableEntry> entries;
     for (const auto& [kind, name] : root.order) {
         if (kind != io::TdfSection::Entry::Kind::section) continue;
         io::TdfSection& section = *root.children.find(name)->second;
         std::string key = entryName(name, section);
-        table.add({std::move(key), file, isShadowed, std::move(section)});
+        entries.push_back({std::move(key), file, false, std::move(section)});
     }
+    return entries;
 }
 
-void readLayer(NamedTable& table, const io::VfsLayer& layer, const TableFiles& source,
-               std::unordered_set<std::string>& filesAbove, EntryName entryName) {
-    std::vector<std::string> layerFiles;
+}  // namespace
+
+std::shared_ptr<NamedTable::LayerPart> NamedTable::readPart(const io::VfsLayer& layer,
+                                                            const TableFiles& source) const {
+    auto part = std::make_shared<LayerPart>();
     const std::string_view suffix = source.fileName.empty() ? kTableSuffix : source.fileName;
     const auto visit = [&](std::string_view name, const std::optional<io::Bytes>& content,
                            std::string_view error) {
-        layerFiles.push_back(io::upperCased(name));
+        TableFile& table = part->emplace_back(TableFile{io::upperCased(name), {}});
         const LayerFile file{&layer, fmt::format("{}/{}", source.directory, name)};
-        if (!content) {
+        if (content)
+            table.entries = takeSections(io::parseTdf(io::asText(*content)), file, entryName_);
+        else
             LogLine(LogLevel::warn)
                 << "[tables] cannot read " << locationText(file.location()) << ": " << error;
-            return;
-        }
-        addSections(table, io::parseTdf(io::asText(*content)), file,
-                    filesAbove.contains(layerFiles.back()), entryName);
     };
     const auto isWanted = [&](std::string_view name) {
         return source.fileName.empty() || name.size() == source.fileName.size();
     };
     layer.files->forEachFile(source.directory, suffix, visit, isWanted);
-    filesAbove.insert(layerFiles.begin(), layerFiles.end());
+    return part;
 }
 
-NamedTable readTable(const io::CompositeVirtualFileSystem& files,
-                     std::span<const TableFiles> sources, EntryName entryName) {
-    NamedTable table;
-    for (const TableFiles& source : sources) {
-        std::unordered_set<std::string> filesAbove;
-        for (const auto& layer : files.layers())
-            readLayer(table, layer, source, filesAbove, entryName);
+void NamedTable::read(const io::CompositeVirtualFileSystem& files,
+                      const LayerFilter& mayHaveChanged) {
+    auto parts = parts_;
+    parts.resize(sources_.size() * files.layers().size());
+    auto part = parts.begin();
+    for (const TableFiles& source : sources_)
+        for (const io::VfsLayer& layer : files.layers()) {
+            if (!*part || mayHaveChanged(layer)) *part = readPart(layer, source);
+            ++part;
+        }
+    parts_ = std::move(parts);
+    buildIndex();
+}
+
+void NamedTable::buildIndex() {
+    byName_.clear();
+    const std::size_t layerCount = parts_.size() / sources_.size();
+    std::unordered_set<std::string> filesAbove;
+    for (std::size_t i = 0; i < parts_.size(); ++i) {
+        if (i % layerCount == 0) filesAbove.clear();  // the next source
+        for (TableFile& file : *parts_[i])
+            for (TableEntry& entry : file.entries) {
+                entry.isShadowed = filesAbove.contains(file.upperCasedName);
+                byName_[io::upperCased(entry.name)].push_back(&entry);
+            }
+        for (const TableFile& file : *parts_[i]) filesAbove.insert(file.upperCasedName);
     }
-    return table;
-}
-
-}  // namespace
-
-void NamedTable::add(TableEntry entry) {
-    byName_[io::upperCased(entry.name)].push_back(std::move(entry));
 }
 
 const TableEntry* NamedTable::find(std::string_view name) const {
-    const auto& entries = declarations(name);
+    const auto entries = declarations(name);
     const auto found = std::ranges::find(entries, false, &TableEntry::isShadowed);
-    return found == entries.end() ? nullptr : &*found;
+    return found == entries.end() ? nullptr : *found;
 }
 
-const std::vector<TableEntry>& NamedTable::declarations(std::string_view name) const {
-    static const std::vector<TableEntry> kNone;
+std::span<const TableEntry* const> NamedTable::declarations(std::string_view name) const {
     const auto found = byName_.find(io::upperCased(name));
-    return found == byName_.end() ? kNone : found->second;
+    if (found == byName_.end()) return {};
+    return found->second;
 }
 
-GameTables readGameTables(const io::CompositeVirtualFileSystem& files) {
-    return {readTable(files, kWeaponFiles, nameOf),
-            readTable(files, kMovementFiles, movementClassName),
-            readTable(files, kSoundFiles, nameOf)};
+GameTables::GameTables()
+    : weapons(kWeaponFiles, nameOf),
+      movementClasses(kMovementFiles, movementClassName),
+      soundCategories(kSoundFiles, nameOf) {}
+
+void GameTables::read(const io::CompositeVirtualFileSystem& files,
+                      const LayerFilter& mayHaveChanged) {
+    for (NamedTable* table : {&weapons, &movementClasses, &soundCategories})
+        table->read(files, mayHaveChanged);
 }
 
 }  // namespace orb::unitview

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <map>
+#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,26 +23,65 @@ struct TableEntry {
     io::TdfSection section;
 };
 
-/// The sections of a family of files by upper-cased name, every layer's declarations kept.
+/// Where files of a table lie: all ".tdf" files of a directory, or the one of that name.
+struct TableFiles {
+    std::string_view directory;
+    /// Empty: all.
+    std::string_view fileName;
+};
+
+/// The sections of a family of files by upper-cased name, every layer's declarations kept. Borrows
+/// the layers.
 class NamedTable {
 public:
-    using NameIndex = std::map<std::string, std::vector<TableEntry>, std::less<>>;
+    /// All declarations of each name, in the order of the sources and within them of the layers.
+    using NameIndex = std::map<std::string, std::vector<const TableEntry*>, std::less<>>;
+    /// The name under which the game finds a section.
+    using EntryName = std::string (*)(std::string_view sectionName, const io::TdfSection& section);
 
-    void add(TableEntry entry);
+    /// Empty; `sources` must outlive it.
+    NamedTable(std::span<const TableFiles> sources, EntryName entryName)
+        : sources_(sources), entryName_(entryName) {}
+    NamedTable(NamedTable&&) = default;
+    NamedTable& operator=(NamedTable&&) = default;
+
+    /// Reads the files of every layer; later, with the same layers, of those only that may have
+    /// changed. A damaged file is logged and left out.
+    void read(const io::CompositeVirtualFileSystem& files, const LayerFilter& mayHaveChanged);
 
     /// The first declaration of a name in any case that no other file hides, or null.
     const TableEntry* find(std::string_view name) const;
 
-    /// All declarations of a name in any case in layer order; empty when there is none.
-    const std::vector<TableEntry>& declarations(std::string_view name) const;
+    /// All declarations of a name in any case; empty when there is none.
+    std::span<const TableEntry* const> declarations(std::string_view name) const;
     const NameIndex& declarations() const { return byName_; }
 
 private:
+    struct TableFile {
+        std::string upperCasedName;
+        std::vector<TableEntry> entries;
+    };
+    /// What one layer holds of one source.
+    using LayerPart = std::vector<TableFile>;
+
+    std::shared_ptr<LayerPart> readPart(const io::VfsLayer& layer, const TableFiles& source) const;
+    /// Fills the index from what was read.
+    void buildIndex();
+
+    std::span<const TableFiles> sources_;
+    EntryName entryName_;
+    /// For each source, each layer's part.
+    std::vector<std::shared_ptr<LayerPart>> parts_;
     NameIndex byName_;
 };
 
-/// What the game's text tables declare. Borrows the layers.
+/// What the game's text tables declare.
 struct GameTables {
+    GameTables();
+
+    /// Reads all of them, as `NamedTable::read` does.
+    void read(const io::CompositeVirtualFileSystem& files, const LayerFilter& mayHaveChanged);
+
     /// weapons/*.tdf and weapons.tdf, by section name. Explosions are weapons too.
     NamedTable weapons;
     /// moveinfo.tdf, by the section's `Name` value, else by its own name.
@@ -48,8 +89,5 @@ struct GameTables {
     /// sound.tdf and allsound.tdf: the sound categories, by section name.
     NamedTable soundCategories;
 };
-
-/// Reads the tables of every layer. A damaged file is logged and left out.
-GameTables readGameTables(const io::CompositeVirtualFileSystem& files);
 
 }  // namespace orb::unitview

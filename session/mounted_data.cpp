@@ -14,9 +14,9 @@ void logProgress(std::size_t index, std::size_t count, const std::string& archiv
 
 }  // namespace
 
-void MountedData::readTables() {
-    catalogue = UnitCatalogue(files);
-    tables = readGameTables(files);
+void MountedData::readTables(const LayerFilter& mayHaveChanged) {
+    catalogue.read(files, mayHaveChanged);
+    tables.read(files, mayHaveChanged);
 }
 
 std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request) {
@@ -32,8 +32,19 @@ std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request) {
         mounted->roots.push_back(request.mapsPath);
         mounted->layers.push_back({"maps", request.mapsPath, 0});
     }
-    mounted->readTables();
+    mounted->readTables([](const io::VfsLayer&) { return true; });
     return mounted;
+}
+
+std::unique_ptr<MountedData> withEmptyCaches(MountedData&& mounted) {
+    auto fresh = std::make_unique<MountedData>();
+    fresh->files = std::move(mounted.files);
+    fresh->result = mounted.result;
+    fresh->layers = std::move(mounted.layers);
+    fresh->roots = std::move(mounted.roots);
+    fresh->catalogue = std::move(mounted.catalogue);
+    fresh->tables = std::move(mounted.tables);
+    return fresh;
 }
 
 }  // namespace orb::unitview

@@ -42,12 +42,15 @@ struct MountedData {
     /// The entries of anims/*.gaf.
     GafIndex animations{files, "anims"};
 
-    /// Reads catalogue and tables from the files as they are now.
-    void readTables();
+    /// Reads catalogue and tables; later those layers only whose files may have changed.
+    void readTables(const LayerFilter& mayHaveChanged);
 };
 
 /// Mounts the roots and reads catalogue and tables. Throws std::invalid_argument "taDataPath must
 /// not be empty" or what listing a root raises.
 std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request);
+
+/// The same data, its layers in their places, without the pictures that were decoded before.
+std::unique_ptr<MountedData> withEmptyCaches(MountedData&& mounted);
 
 }  // namespace orb::unitview

@@ -14,42 +14,6 @@ namespace {
 constexpr std::string_view kUnitsDirectory = "units";
 constexpr std::string_view kFbiSuffix = ".fbi";
 
-using LayerUnits = std::vector<std::unique_ptr<UnitDeclaration>>;
-
-/// The definitions of one layer in the byte order of their file names, and the upper-cased stem of
-/// every definition file, readable or not.
-struct LayerContents {
-    LayerUnits units;
-    std::vector<std::string> fileStems;
-};
-
-LayerContents readLayer(const io::VfsLayer& layer) {
-    LayerContents contents;
-    const auto visit = [&](std::string_view name, const std::optional<io::Bytes>& content,
-                           std::string_view error) {
-        std::string stem(name.substr(0, name.size() - kFbiSuffix.size()));
-        contents.fileStems.push_back(io::upperCased(stem));
-        LayerFile file{&layer, fmt::format("{}/{}", kUnitsDirectory, name)};
-        if (!content) {
-            LogLine(LogLevel::warn)
-                << "[catalogue] cannot read " << locationText(file.location()) << ": " << error;
-            return;
-        }
-        auto info = io::readFbiUnitInfo(io::asText(*content));
-        if (!info) return;
-        auto unit = std::make_unique<UnitDeclaration>();
-        unit->name = info->unitName.empty() ? stem : info->unitName;
-        unit->fileStem = std::move(stem);
-        unit->file = std::move(file);
-        unit->info = std::move(*info);
-        contents.units.push_back(std::move(unit));
-    };
-    layer.files->forEachFile(kUnitsDirectory, kFbiSuffix, visit);
-    std::ranges::sort(contents.units, {},
-                      [](const auto& unit) -> const std::string& { return unit->fileStem; });
-    return contents;
-}
-
 const UnitDeclaration* findDeclaration(const UnitCatalogue::NameIndex& index, std::string_view name,
                                        bool (*accepts)(const UnitDeclaration*)) {
     const auto named = index.find(io::upperCased(name));
@@ -67,17 +31,57 @@ bool isBase(const UnitDeclaration* unit) {
 
 }  // namespace
 
-UnitCatalogue::UnitCatalogue(const io::CompositeVirtualFileSystem& files) {
-    std::unordered_set<std::string> filesAbove;
-    for (const auto& layer : files.layers()) {
-        LayerContents contents = readLayer(layer);
-        for (auto& unit : contents.units) {
-            unit->isShadowed = filesAbove.contains(io::upperCased(unit->fileStem));
-            if (!unit->isShadowed) byFile_.emplace(io::upperCased(unit->fileStem), unit.get());
-            byName_[io::upperCased(unit->name)].push_back(unit.get());
-            declarations_.push_back(std::move(unit));
+std::shared_ptr<UnitCatalogue::LayerUnits> UnitCatalogue::readLayer(const io::VfsLayer& layer) {
+    auto contents = std::make_shared<LayerUnits>();
+    const auto visit = [&](std::string_view name, const std::optional<io::Bytes>& content,
+                           std::string_view error) {
+        std::string stem(name.substr(0, name.size() - kFbiSuffix.size()));
+        contents->fileStems.push_back(io::upperCased(stem));
+        LayerFile file{&layer, fmt::format("{}/{}", kUnitsDirectory, name)};
+        if (!content) {
+            LogLine(LogLevel::warn)
+                << "[catalogue] cannot read " << locationText(file.location()) << ": " << error;
+            return;
         }
-        filesAbove.insert(contents.fileStems.begin(), contents.fileStems.end());
+        auto info = io::readFbiUnitInfo(io::asText(*content));
+        if (!info) return;
+        auto unit = std::make_unique<UnitDeclaration>();
+        unit->name = info->unitName.empty() ? stem : info->unitName;
+        unit->fileStem = std::move(stem);
+        unit->file = std::move(file);
+        unit->info = std::move(*info);
+        contents->units.push_back(std::move(unit));
+    };
+    layer.files->forEachFile(kUnitsDirectory, kFbiSuffix, visit);
+    std::ranges::sort(contents->units, {},
+                      [](const auto& unit) -> const std::string& { return unit->fileStem; });
+    return contents;
+}
+
+void UnitCatalogue::read(const io::CompositeVirtualFileSystem& files,
+                         const LayerFilter& mayHaveChanged) {
+    auto layers = layers_;
+    layers.resize(files.layers().size());
+    for (std::size_t i = 0; i < layers.size(); ++i)
+        if (!layers[i] || mayHaveChanged(files.layers()[i]))
+            layers[i] = readLayer(files.layers()[i]);
+    layers_ = std::move(layers);
+    buildIndex();
+}
+
+void UnitCatalogue::buildIndex() {
+    byName_.clear();
+    byFile_.clear();
+    roster_.clear();
+    std::unordered_set<std::string> filesAbove;
+    for (const auto& layer : layers_) {
+        for (const auto& unit : layer->units) {
+            const std::string stem = io::upperCased(unit->fileStem);
+            unit->isShadowed = filesAbove.contains(stem);
+            if (!unit->isShadowed) byFile_.emplace(stem, unit.get());
+            byName_[io::upperCased(unit->name)].push_back(unit.get());
+        }
+        filesAbove.insert(layer->fileStems.begin(), layer->fileStems.end());
     }
     for (const auto& [name, units] : byName_)
         if (const auto winner = std::ranges::find_if(units, isVisible); winner != units.end())

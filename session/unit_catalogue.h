@@ -29,10 +29,12 @@ struct UnitDeclaration {
 class UnitCatalogue {
 public:
     UnitCatalogue() = default;
-    /// Reads units/*.fbi of every layer. A damaged file is logged and left out.
-    explicit UnitCatalogue(const io::CompositeVirtualFileSystem& files);
     UnitCatalogue(UnitCatalogue&&) = default;
     UnitCatalogue& operator=(UnitCatalogue&&) = default;
+
+    /// Reads units/*.fbi of every layer; later, with the same layers, of those only that may have
+    /// changed. A damaged file is logged and left out.
+    void read(const io::CompositeVirtualFileSystem& files, const LayerFilter& mayHaveChanged);
 
     /// The units that the game sees: the winning declaration of each name, in the byte order of the
     /// upper-cased names.
@@ -53,7 +55,18 @@ public:
     const UnitDeclaration* findBase(std::string_view name) const;
 
 private:
-    std::vector<std::unique_ptr<UnitDeclaration>> declarations_;
+    struct LayerUnits {
+        /// In the byte order of their file names.
+        std::vector<std::unique_ptr<UnitDeclaration>> units;
+        /// The upper-cased stem of every definition file, readable or not.
+        std::vector<std::string> fileStems;
+    };
+
+    static std::shared_ptr<LayerUnits> readLayer(const io::VfsLayer& layer);
+    /// Fills what is below from what was read.
+    void buildIndex();
+
+    std::vector<std::shared_ptr<LayerUnits>> layers_;
     NameIndex byName_;
     /// What the game reads from each file, by upper-cased stem.
     std::map<std::string, const UnitDeclaration*, std::less<>> byFile_;

@@ -66,9 +66,9 @@ std::optional<MovementClassInfo> describeMovementClass(const GameTables& tables,
         info.hasAuthoredConstraint |= value.has_value();
     }
     info.sourcePath = locationText(entry->file.location());
-    for (const TableEntry& other : tables.movementClasses.declarations(name))
-        if (other.file.layer != entry->file.layer)
-            info.shadowedSources.push_back(locationText(other.file.location()));
+    for (const TableEntry* const other : tables.movementClasses.declarations(name))
+        if (other->file.layer != entry->file.layer)
+            info.shadowedSources.push_back(locationText(other->file.location()));
     return info;
 }
 

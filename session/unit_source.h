@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -28,6 +29,9 @@ struct LayerFile {
     io::FileLocation location() const;
     bool isInBaseTa() const { return layer->rootKind == io::DataRootKind::base; }
 };
+
+/// Chooses layers whose files are read again because they may have changed.
+using LayerFilter = std::function<bool(const io::VfsLayer&)>;
 
 /// The file's name without its folder and extension. Of a unit's source it leads to the definition
 /// whatever that says.

@@ -1,5 +1,7 @@
 #include "session/unit_view_session.h"
 
+#include <algorithm>
+
 #include "io/path_text.h"
 #include "server/logger.h"
 #include "session/request_error.h"
@@ -84,21 +86,19 @@ bool UnitViewSession::isLoadedFrom(const io::FileLocation& written) const {
 }
 
 std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLocation& written) {
-    // With new data every cache begins anew; the layers are handed over, open archives and all.
-    auto refreshed = std::make_unique<MountedData>();
-    refreshed->result = data_->result;
-    refreshed->layers = data_->layers;
-    refreshed->roots = data_->roots;
-    std::swap(refreshed->files, data_->files);
     try {
+        std::vector<const io::VfsLayer*> reopened;
         if (written.kind == io::FileLocation::Kind::archive)
-            refreshed->files.reopenArchive(written.path);
-        refreshed->readTables();
-        loadPalette(refreshed->files, palette_);
-        data_ = std::move(refreshed);
+            reopened = data_->files.reopenArchive(written.path);
+        // Loose files can change at any time; an archive's only when it is opened again.
+        data_->readTables([&](const io::VfsLayer& layer) {
+            return layer.kind == io::FileLocation::Kind::loose ||
+                   std::ranges::find(reopened, &layer) != reopened.end();
+        });
+        loadPalette(data_->files, palette_);
+        data_ = withEmptyCaches(std::move(*data_));
     } catch (const std::exception& error) {
         // What was written is written; the next mount tells more.
-        std::swap(refreshed->files, data_->files);
         LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.path) << ": "
                                 << error.what();
     }

@@ -36,8 +36,9 @@ public:
     UnitSource resolveUnitSource(const std::string& name) const;
 
     /// Takes over a file that was written behind the mounted data: reopens the archive (an empty
-    /// internal path stands for all its entries), reads catalogue and tables anew, and reloads the
-    /// loaded unit when the file is its source. References to `data()` end. Returns why that unit
+    /// internal path stands for all its entries), reads catalogue and tables anew where files may
+    /// have changed (that archive and all loose files), and reloads the loaded unit when the file
+    /// is its source. References to `data()` end. Returns why that unit
     /// cannot be loaded any more (it is not loaded then), or none.
     std::optional<std::string> refreshAfterWrite(const io::FileLocation& written);
 

@@ -27,10 +27,15 @@ bool isSameFile(const std::filesystem::path& a, const std::filesystem::path& b) 
 
 }  // namespace
 
-void CompositeVirtualFileSystem::reopenArchive(const std::filesystem::path& archive) {
-    for (VfsLayer& layer : layers_)
-        if (layer.kind == FileLocation::Kind::archive && isSameFile(layer.path, archive))
-            layer.files = std::make_unique<HpiFileSystem>(layer.path);
+std::vector<const VfsLayer*> CompositeVirtualFileSystem::reopenArchive(
+    const std::filesystem::path& archive) {
+    std::vector<const VfsLayer*> reopened;
+    for (VfsLayer& layer : layers_) {
+        if (layer.kind != FileLocation::Kind::archive || !isSameFile(layer.path, archive)) continue;
+        layer.files = std::make_unique<HpiFileSystem>(layer.path);
+        reopened.push_back(&layer);
+    }
+    return reopened;
 }
 
 std::optional<Bytes> CompositeVirtualFileSystem::readFile(std::string_view path) const {

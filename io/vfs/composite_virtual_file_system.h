@@ -39,9 +39,9 @@ public:
     /// The layers, the one that is asked first in front.
     std::span<const VfsLayer> layers() const { return layers_; }
 
-    /// Replaces the file systems of all layers of an archive, whose layers stay in place: pointers
-    /// to them hold. Throws what opening the archive throws; then nothing is replaced.
-    void reopenArchive(const std::filesystem::path& archive);
+    /// Replaces the file systems of all layers of an archive, and returns these layers. They stay
+    /// in place: pointers to them hold. Throws what opening the archive throws.
+    std::vector<const VfsLayer*> reopenArchive(const std::filesystem::path& archive);
 
     std::optional<Bytes> readFile(std::string_view path) const override;
     /// Names of all layers, each spelling once, in the order of the layers.

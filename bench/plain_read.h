@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orb::bench {
+
+/// What is read of one archive: its directory and some of its files.
+struct PlainArchive {
+    /// Where a file's chunks lie in the archive.
+    struct File {
+        std::uint64_t offset = 0;
+        std::size_t size = 0;
+    };
+    std::filesystem::path path;
+    std::vector<File> files;
+};
+
+/// Everything that mounting reads: unit definitions, weapons, the tables of gamedata, the palette.
+PlainArchive listMountReads(const std::filesystem::path& archive);
+/// The same of all archives of a game directory.
+std::vector<PlainArchive> listMountReadsOf(const std::filesystem::path& game);
+/// The definition, model and script of a unit.
+std::vector<PlainArchive> listUnitReads(const std::filesystem::path& game, std::string_view unit);
+
+/// The size of all files.
+std::size_t byteCount(const std::vector<PlainArchive>& archives);
+
+/// The baseline of everything that reads archives: reads and inflates the files as simply as the
+/// format allows, and forgets them. Returns their size.
+std::size_t readPlainly(const std::vector<PlainArchive>& archives);
+
+}  // namespace orb::bench
