@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Starts the real program as a careless parent or a small machine would.
+"""Starts the real program as a careless parent, a small machine or several editors would.
 
 usage: check.py [--any-memory] PROGRAM DATA
 
@@ -10,7 +10,9 @@ import fcntl
 import json
 import os
 import resource
+import shutil
 import subprocess
+import tempfile
 import threading
 import time
 
@@ -84,6 +86,31 @@ def check_little_memory(program, _data):
         assert second == {"data": {}, "seq": 7, "type": "pong"}, second
 
 
+def check_several_editors(program, data):
+    """Processes that edit the same files at once neither fail nor see half a file."""
+    editors, edits = 3, 80
+    with tempfile.TemporaryDirectory() as scratch:
+        mod = os.path.join(scratch, "mod")
+        shutil.copytree(os.path.join(data, "mod"), mod)
+        with open(os.path.join(data, "mod", "marshmod.ufo"), "rb") as file:
+            original = file.read()
+        processes = [start(program, lambda: None) for _ in range(editors)]
+        roots = line("set-data-roots", 1, taDataPath=os.path.join(data, "game"), modPaths=[mod])
+        for number, process in enumerate(processes):
+            process.stdin.write(roots + b"".join(
+                line("fbi-patch", seq, name="FENRAFT", allowBackupCreation=True,
+                     values={"MaxDamage": seq * editors + number}) for seq in range(2, edits)))
+            process.stdin.close()
+        for process in processes:
+            replies = [json.loads(text) for text in process.stdout]
+            assert process.wait(60) == 0 and len(replies) == edits - 1
+            assert {reply["type"] for reply in replies[1:]} == {"fbi-patched"}, \
+                [reply for reply in replies if reply["type"] == "error"][:1]
+        with open(os.path.join(mod, "marshmod.ufo.orbbackup"), "rb") as file:
+            assert file.read() == original
+        assert sorted(os.listdir(mod)) == ["marshmod.ufo", "marshmod.ufo.orbbackup"]
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--any-memory", action="store_true")
@@ -91,7 +118,7 @@ def main():
     parser.add_argument("data")
     options = parser.parse_args()
     os.dup2(os.open(os.devnull, os.O_WRONLY), 3)
-    checks = [check_pipes_without_blocking]
+    checks = [check_pipes_without_blocking, check_several_editors]
     if not options.any_memory:
         checks.append(check_little_memory)
     for check in checks:
