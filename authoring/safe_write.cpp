@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "io/archive/hpi_writer.h"
+#include "io/files/folder_lock.h"
 #include "io/files/replace_file.h"
 #include "io/path_text.h"
 #include "session/request_error.h"
@@ -61,6 +62,7 @@ void makeBackup(io::FileOps& ops, const fs::path& path, const fs::path& backup) 
 /// False when a backup is needed and must not be made.
 bool ensureBackup(io::FileOps& ops, const fs::path& path, bool allowCreation) {
     const fs::path backup = backupPath(path);
+    const io::FolderLock lock(backup);
     std::error_code error;
     if (fs::is_regular_file(ops.status(backup, error))) return true;
     if (!allowCreation) return false;

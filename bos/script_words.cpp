@@ -1,6 +1,7 @@
 #include "bos/script_words.h"
 
 #include <algorithm>
+#include <span>
 
 #include "bos/name_table.h"
 #include "cob/opcodes.h"
@@ -45,9 +46,11 @@ std::uint32_t codeEnd(const io::CobFile& cob, const ScriptRange& range) {
     std::uint32_t pc = range.from;
     while (pc < range.to && opOf(cob.code[pc]) != Op::unknown)
         pc += static_cast<std::uint32_t>(opcodeRow(opOf(cob.code[pc])).length());
-    for (std::uint32_t i = pc; i < range.to; ++i)
-        if (!isText(cob.code[i])) return range.to;
-    return std::min(pc, range.to);
+    pc = std::min(pc, range.to);
+    const auto rest = std::span(cob.code).subspan(pc, range.to - pc);
+    // NULs alone are no text, but words that the file holds.
+    const bool holdsText = std::ranges::any_of(rest, [](std::uint32_t word) { return word != 0; });
+    return holdsText && std::ranges::all_of(rest, isText) ? pc : range.to;
 }
 
 std::vector<std::uint32_t> scriptIds(const io::CobFile& cob, const io::CobFile& reference) {

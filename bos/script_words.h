@@ -19,8 +19,8 @@ struct ScriptRange {
 /// Of scripts with the same entry only the last one has words.
 std::vector<ScriptRange> scriptRanges(const io::CobFile& cob);
 
-/// Where a script's instructions end: at its end, or where nothing but text follows, which one
-/// compiler left behind the first script of a file.
+/// Where a script's instructions end: at its end, or where nothing but text follows (NULs alone are
+/// none), which one compiler left behind the first script of a file.
 std::uint32_t codeEnd(const io::CobFile& cob, const ScriptRange& range);
 
 /// For each script the index of the first one of its name in `reference`; numbers beyond all

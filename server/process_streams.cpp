@@ -6,6 +6,8 @@
 #include <fcntl.h>
 #include <io.h>
 #include <stdlib.h>
+#else
+#include <fcntl.h>
 #endif
 
 namespace orb::unitview::ipc {
@@ -29,13 +31,26 @@ void prepareStandardStreams() {
 
 #else
 
+namespace {
+
+/// A parent that opens a pipe without blocking may hand that on. A pause in its requests would
+/// then end the input, and a reply or frame that it does not read at once would be cut off.
+void letBlock(int descriptor) {
+    const int flags = fcntl(descriptor, F_GETFL);
+    if (flags != -1 && (flags & O_NONBLOCK) != 0) fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK);
+}
+
+}  // namespace
+
 std::FILE* openBinaryChannel() {
+    letBlock(kBinaryDescriptor);
     return fdopen(kBinaryDescriptor, "wb");
 }
 
 void prepareStandardStreams() {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    for (int descriptor = 0; descriptor <= 2; ++descriptor) letBlock(descriptor);
 }
 
 #endif

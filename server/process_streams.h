@@ -11,8 +11,8 @@ inline constexpr int kBinaryDescriptor = 3;
 /// Call it before anything else opens a descriptor, which might otherwise get that number.
 std::FILE* openBinaryChannel();
 
-/// Untranslated standard streams, and writes to a closed pipe or beyond a file size limit
-/// that fail instead of ending us.
+/// Untranslated standard streams that block, and writes to a closed pipe or beyond a file size
+/// limit that fail instead of ending us.
 void prepareStandardStreams();
 
 }  // namespace orb::unitview::ipc

@@ -1,5 +1,8 @@
 #include "server/unit_ipc_server.h"
 
+#include <limits>
+#include <new>
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -23,17 +26,40 @@ std::string compactText(const json& value) {
     return value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
+/// Reads up to the next line end; false at the end of the input. A line that the memory cannot hold
+/// is skipped and throws std::bad_alloc.
+bool readLine(std::istream& in, std::string& line) {
+    try {
+        in.exceptions(std::ios::badbit);  // else the stream keeps to itself why it failed
+        return static_cast<bool>(std::getline(in, line));
+    } catch (const std::bad_alloc&) {
+        in.exceptions(std::ios::goodbit);
+        in.clear();
+        in.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+        throw;
+    } catch (const std::ios::failure&) {
+        return false;
+    }
+}
+
 }  // namespace
 
 void UnitIpcServer::run() {
-    std::string line;
-    while (running_ && std::getline(in_, line)) {
-        const EnvelopeParseResult parsed = parseEnvelope(line);
-        if (parsed.success)
-            dispatch(parsed.envelope);
-        else
-            sendError(parsed.envelope.seq,
-                      parsed.errorMessage.empty() ? "malformed envelope" : parsed.errorMessage);
+    while (running_) {
+        std::uint64_t seq = 0;
+        try {
+            std::string line;  // a new one each time: a huge one must give its memory back
+            if (!readLine(in_, line)) return;
+            const EnvelopeParseResult parsed = parseEnvelope(line);
+            seq = parsed.envelope.seq;
+            if (parsed.success)
+                dispatch(parsed.envelope);
+            else
+                sendError(seq,
+                          parsed.errorMessage.empty() ? "malformed envelope" : parsed.errorMessage);
+        } catch (const std::bad_alloc&) {
+            sendOutOfMemory(seq);
+        }
     }
 }
 
@@ -62,6 +88,14 @@ void UnitIpcServer::serve(const Command& command, const Envelope& envelope) {
 
     const Reply reply = command.handler(session_, Payload::parse(envelope.data));
     sendReply(envelope.seq, command.replyType, reply.data);
+    try {
+        followReply(command, reply);
+    } catch (const std::exception& error) {  // an error reply would be a second one
+        LogLine(LogLevel::error) << "[" << command.type << "] after the reply: " << error.what();
+    }
+}
+
+void UnitIpcServer::followReply(const Command& command, const Reply& reply) {
     switch (command.effect) {
         case Effect::none:
             break;
@@ -113,8 +147,14 @@ void UnitIpcServer::sendPieceTransforms() {
 // The data text is compact JSON already, so the line is put together around it: parsing it again
 // only to print it would double the cost of every large reply.
 void UnitIpcServer::writeLine(std::uint64_t seq, std::string_view type, std::string_view dataText) {
-    out_ << "{\"data\":" << dataText << ",\"seq\":" << seq
-         << ",\"type\":" << compactText(json(std::string(type))) << "}\n";
+    const std::string typeText = compactText(json(std::string(type)));
+    out_ << "{\"data\":" << dataText << ",\"seq\":" << seq << ",\"type\":" << typeText << "}\n";
+    out_.flush();
+}
+
+/// An error reply that takes no memory itself.
+void UnitIpcServer::sendOutOfMemory(std::uint64_t seq) {
+    out_ << R"({"data":{"message":"out of memory"},"seq":)" << seq << ",\"type\":\"error\"}\n";
     out_.flush();
 }
 

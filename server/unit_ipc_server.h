@@ -17,6 +17,7 @@ class UnitViewSession;
 namespace orb::unitview::ipc {
 
 struct Command;
+struct Reply;
 
 /// The message loop: reads one request a line, answers each with exactly one reply line, in order.
 class UnitIpcServer {
@@ -45,7 +46,9 @@ public:
 
 private:
     void serve(const Command& command, const Envelope& envelope);
+    void followReply(const Command& command, const Reply& reply);
     void sendPieceTransforms();
+    void sendOutOfMemory(std::uint64_t seq);
     void writeLine(std::uint64_t seq, std::string_view type, std::string_view dataText);
 
     UnitViewSession& session_;

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "io/files/folder_lock.h"
 #include "io/path_text.h"
 
 namespace orb::io {
@@ -75,6 +76,8 @@ std::optional<ReplaceFailure> replaceByTemporary(FileOps& ops, const fs::path& t
                                                  ByteView bytes, Durability durability) {
     using Step = ReplaceFailure::Step;
     const fs::path temporary = temporaryPath(target);
+    std::optional<FolderLock> lock;
+    if (durability == Durability::flushed) lock.emplace(target);
     // Nothing that an earlier process may have left shall be in it.
     removeIfPossible(ops, temporary);
     std::error_code error;

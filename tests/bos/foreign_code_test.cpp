@@ -54,6 +54,8 @@ TEST(ForeignCode, WhatTheLanguageCannotSayStandsAsWords) {
         {"jump out", {w(Op::jump), 900}, "__words(0x10064000, 900); // jump"},
         {"into a word", {w(Op::jump), 1, c, 1, w(Op::sleep)}, "__words(0x10064000, +1); // jump"},
         {"crossed", {c, 1, w(Op::jumpIfZero), 6, w(Op::jump), 2}, "//@raw"},
+        // such words were once left out as a text without characters, and nothing told of it
+        {"zeros", {w(Op::ret), 0, 0}, "__words(0x00000000); // unknown"},
         {"unknown", {w(Op::ret), 0x12345678, 5}, "__words(0x12345678); // unknown"},
         {"cut", {c}, "__words(0x10021001); // PUSH_CONST"},
         {"deep", {}, "//@raw"},

@@ -9,10 +9,14 @@
 
 #include "bos/statement_forms.h"
 #include "cob/opcodes.h"
+#include "io/archive/hpi_archive.h"
 #include "io/archive/hpi_chunk.h"
+#include "io/archive/hpi_draft.h"
+#include "io/archive/hpi_format.h"
 #include "io/ascii.h"
 #include "io/formats/fbi.h"
 #include "io/vfs/data_roots.h"
+#include "memory_file.h"
 #include "server/logger.h"
 
 // orb-fuzz-seeds SAMPLE_DATA SAMPLE_SOURCES OUT: what each fuzzer starts from, in OUT/<target>/,
@@ -105,6 +109,45 @@ void useMountedFiles(Output& out, const io::AbstractVirtualFileSystem& files,
         useMountedFiles(out, files, directory + "/" + name);
 }
 
+/// What the sample archives lack: a file stored as is, two files that share their data, one of no
+/// length and an empty directory; and the whole scrambled.
+void makeArchives(Output& out) {
+    constexpr std::uint32_t kHeaderKeyOffset = 12;
+    io::HpiDraft draft;
+    draft.blobs.emplace_back([](io::ByteWriter& blob) { blob.text("as it is"); });
+    draft.blobs.emplace_back(
+        [](io::ByteWriter& blob) { io::appendHpiChunks(blob, io::Bytes(70'000, 'x')); });
+    draft.addFile("units/PLAIN.fbi", {8, 0, 0});
+    draft.addFile("Units/again.txt", {8, 0, 0});
+    draft.addFile("large.bin", {70'000, 1, 1});
+    draft.addFile("none", {0, 0, 0});
+    draft.root.append("empty");
+    io::Bytes archive = io::layOutHpi(draft, io::kHpiVersion, 1000);
+    out.seed("archive", io::asText(archive));
+    archive[kHeaderKeyOffset] = 5;
+    const auto key = io::HpiArchive(fuzz::MemoryFile(archive).path()).readKey();
+    io::scrambleByPosition(std::span(archive).subspan(io::kHpiHeaderSize), io::kHpiHeaderSize, key);
+    out.seed("archive", io::asText(archive));
+}
+
+/// Every instruction once, with something to work on, in the dense form of programs.
+std::string everyInstruction() {
+    std::string program("\x04\x06\0", 3);  // statics, pieces, the first script's name
+    for (std::size_t op = 1; op < unitview::kOpCount; ++op) {
+        for (const char value : {'\7', '\3', '\6', '\5'})
+            program += {static_cast<char>(unitview::Op::pushConst), value};
+        program += static_cast<char>(op);
+        const auto& instruction = unitview::opcodeTable()[op];
+        if (instruction.isJump()) {
+            program += '\xA2';  // just behind
+            continue;
+        }
+        program += std::string(instruction.operandCount(), '\1');
+        if (op % 8 == 0) program += '\xF9';  // another script
+    }
+    return program;
+}
+
 std::string readText(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -167,6 +210,11 @@ std::set<std::string> definitionWords() {
     return words;
 }
 
+/// Spaced as people do who write such files by hand.
+constexpr std::string_view kLooseDefinition =
+    "// one\r\n[UNITINFO]\r\n{\r\n\tName = Two words ;  // why\r\n"
+    "  MaxDamage =  12;Limit=3; /* both */\r\n\t[CANBUILD] { a = b; }\r\n}";
+
 void collect(const fs::path& data, const fs::path& sources, Output& out) {
     io::CompositeVirtualFileSystem files;
     const fs::path mods[] = {data / "mod", data / "faulty"};
@@ -181,6 +229,13 @@ void collect(const fs::path& data, const fs::path& sources, Output& out) {
             const io::Bytes bytes(content.begin(), content.end());
             out.seed("chunk", "\x01" + std::string(io::asText(io::encodeHpiChunk(bytes))));
         }
+    makeArchives(out);
+    for (const Use& use : uses())
+        if (use.extension == ".cob" && use.prefix.ends_with('\x01'))
+            out.seed(use.target,
+                     use.prefix.substr(0, use.prefix.size() - 1) + '\0' + everyInstruction());
+    for (const char* const changes : {"\x01maxdamage=1\n", "\x01Name\n", "\x02New=1\nname= b \n"})
+        out.seed("fbi_edit", changes + std::string(kLooseDefinition));
     out.seed("lint_suppressions",
              R"({"schema":1,"global":{"C1":["Create"]},"perUnit":{"FENTILL":{"C2":["Aim"]}}})");
     out.seed("unit_ir", "{}");

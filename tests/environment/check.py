@@ -1,0 +1,130 @@
+#!/usr/bin/env python3
+"""Starts the real program as a careless parent, a small machine or several editors would.
+
+usage: check.py [--any-memory] PROGRAM DATA
+
+--any-memory leaves out the cases with little memory, in which a sanitized program cannot start.
+"""
+import argparse
+import fcntl
+import json
+import os
+import resource
+import shutil
+import subprocess
+import tempfile
+import threading
+import time
+
+
+def start(program, prepare, frames=subprocess.DEVNULL):
+    def in_child():
+        if frames != subprocess.DEVNULL:
+            os.dup2(frames, 3)
+        prepare()
+
+    # Descriptor 3 is held open below, so that the child's copy of it is never closed.
+    return subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                            stderr=subprocess.DEVNULL, preexec_fn=in_child, pass_fds=[3])
+
+
+def line(kind, seq, **data):
+    return json.dumps({"type": kind, "seq": seq, "data": data}).encode() + b"\n"
+
+
+def never_block(*descriptors):
+    def prepare():
+        for descriptor in descriptors:
+            flags = fcntl.fcntl(descriptor, fcntl.F_GETFL)
+            fcntl.fcntl(descriptor, fcntl.F_SETFL, flags | os.O_NONBLOCK)
+
+    return prepare
+
+
+def check_pipes_without_blocking(program, data):
+    """Pauses of the parent neither end the input nor cut off a reply or frame."""
+    requests, pings = 20, 4000
+    reader, writer = os.pipe()
+    process = start(program, never_block(0, 1, 2, 3), writer)
+    os.close(writer)
+    time.sleep(0.3)
+    lines = [line("set-data-roots", 1, taDataPath=os.path.join(data, "game")),
+             line("load-unit", 2, name="KILCART")]
+    lines += [line("get-unit-glb", 3)] * requests + [line("ping", 4)] * pings
+    threading.Thread(target=lambda: (process.stdin.write(b"".join(lines)), process.stdin.close()),
+                     daemon=True).start()
+    time.sleep(0.3)
+    received = []
+
+    def collect():
+        with os.fdopen(reader, "rb") as stream:
+            received.append(stream.read())
+
+    collector = threading.Thread(target=collect)
+    collector.start()
+    time.sleep(0.3)
+    replies = [json.loads(text) for text in process.stdout]
+    collector.join()
+    assert process.wait(20) == 0
+    assert sum(reply["seq"] == 4 for reply in replies) == pings, len(replies)
+    announced = [reply["data"]["byteSize"] for reply in replies if reply["type"] == "unit-glb"]
+    assert len(announced) == requests
+    assert sum(announced) + 4 * requests == len(received[0]), len(received[0])
+
+
+def check_little_memory(program, _data):
+    """A request too large for the memory gets an error reply, and the next one is served."""
+    limit, size = 96 << 20, 32 << 20
+    huge = [b'{"type":"ping","data":"' + b"x" * size * 6 + b'"}', b'{"type":"ping","data":"' +
+            b"x" * size + b'"}', b'{"type":"' + b"x" * size + b'"}', b'{"type":"' + b"x" * size]
+    for text in huge:
+        process = start(program, lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit)))
+        output, _ = process.communicate(text + b"\n" + line("ping", 7), timeout=60)
+        assert process.returncode == 0, (text[:30], process.returncode)
+        first, second = [json.loads(reply) for reply in output.splitlines()]
+        assert first == {"data": {"message": "out of memory"}, "seq": 0, "type": "error"}, first
+        assert second == {"data": {}, "seq": 7, "type": "pong"}, second
+
+
+def check_several_editors(program, data):
+    """Processes that edit the same files at once neither fail nor see half a file."""
+    editors, edits = 3, 80
+    with tempfile.TemporaryDirectory() as scratch:
+        mod = os.path.join(scratch, "mod")
+        shutil.copytree(os.path.join(data, "mod"), mod)
+        with open(os.path.join(data, "mod", "marshmod.ufo"), "rb") as file:
+            original = file.read()
+        processes = [start(program, lambda: None) for _ in range(editors)]
+        roots = line("set-data-roots", 1, taDataPath=os.path.join(data, "game"), modPaths=[mod])
+        for number, process in enumerate(processes):
+            process.stdin.write(roots + b"".join(
+                line("fbi-patch", seq, name="FENRAFT", allowBackupCreation=True,
+                     values={"MaxDamage": seq * editors + number}) for seq in range(2, edits)))
+            process.stdin.close()
+        for process in processes:
+            replies = [json.loads(text) for text in process.stdout]
+            assert process.wait(60) == 0 and len(replies) == edits - 1
+            assert {reply["type"] for reply in replies[1:]} == {"fbi-patched"}, \
+                [reply for reply in replies if reply["type"] == "error"][:1]
+        with open(os.path.join(mod, "marshmod.ufo.orbbackup"), "rb") as file:
+            assert file.read() == original
+        assert sorted(os.listdir(mod)) == ["marshmod.ufo", "marshmod.ufo.orbbackup"]
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--any-memory", action="store_true")
+    parser.add_argument("program")
+    parser.add_argument("data")
+    options = parser.parse_args()
+    os.dup2(os.open(os.devnull, os.O_WRONLY), 3)
+    checks = [check_pipes_without_blocking, check_several_editors]
+    if not options.any_memory:
+        checks.append(check_little_memory)
+    for check in checks:
+        check(options.program, options.data)
+        print("ok  ", check.__doc__)
+
+
+if __name__ == "__main__":
+    main()
