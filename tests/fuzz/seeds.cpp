@@ -106,7 +106,7 @@ void useMountedFiles(Output& out, const io::AbstractVirtualFileSystem& files,
         if (content) useFile(out, name, io::asText(*content));
     });
     for (const std::string& name : files.listDirectories(directory))
-        useMountedFiles(out, files, directory + "/" + name);
+        useMountedFiles(out, files, fmt::format("{}/{}", directory, name));
 }
 
 /// What the sample archives lack: a file stored as is, two files that share their data, one of no
