@@ -69,7 +69,8 @@ private:
     int rules_ = -1;
 };
 
-void removeScratchFolder() {
+/// The folder itself stays: removing it would be a change of the one that contains it.
+void emptyScratchFolder() {
     std::error_code ignored;
     fs::remove_all(scratchFolder(), ignored);
 }
@@ -112,7 +113,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     sandbox.allowWritingBelow(scratchFolder());
     allowOutputs(sandbox, *argc, *argv);
     sandbox.enter();
-    std::atexit(removeScratchFolder);
+    std::atexit(emptyScratchFolder);
     return 0;
 }
 
