@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdlib>
 #include <string_view>
 
 #include <zlib.h>
@@ -24,12 +23,10 @@ namespace {
 
 constexpr std::array<std::uint8_t, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 constexpr std::size_t kHeaderChunkSize = 13;
-constexpr std::uint64_t kMaxDeflateRatio = 1032;  // no deflate stream expands further
 constexpr const char* kTooSmall = "PNG data too small";
-constexpr const char* kDamaged = "PNG pixel data damaged";
 
 enum ColorType : std::uint8_t { kGrey = 0, kRgb = 2, kIndexed = 3, kGreyAlpha = 4, kRgba = 6 };
-enum Filter : std::uint8_t { kNone = 0, kSub = 1, kUp = 2, kAverage = 3, kPaeth = 4 };
+constexpr std::uint8_t kNoFilter = 0;
 
 struct Header {
     std::uint32_t width = 0;
@@ -98,7 +95,7 @@ Bytes deflateRows(const Header& header, ByteView samples) {
     const std::size_t rowBytes = header.rowBytes();
     ByteWriter rows;
     for (std::size_t y = 0; y < header.height; ++y) {
-        rows.u8(kNone);
+        rows.u8(kNoFilter);
         rows.bytes(samples.subspan(y * rowBytes, rowBytes));
     }
     uLongf size = compressBound(static_cast<uLong>(rows.position()));
@@ -187,143 +184,6 @@ Header readHeader(ByteCursor& cursor) {
     return header;
 }
 
-/// What the chunks after the header hold.
-struct Content {
-    Palette palette{};
-    bool hasPalette = false;
-    ByteView transparency;
-    Bytes deflated;
-};
-
-void readPalette(Content& content, ByteView data) {
-    content.hasPalette = true;
-    const std::size_t count = std::min(data.size() / 3, content.palette.size());
-    for (std::size_t i = 0; i < count; ++i)
-        content.palette[i] = {data[3 * i], data[3 * i + 1], data[3 * i + 2], 255};
-}
-
-Content readContent(ByteCursor& cursor) {
-    Content content;
-    for (;;) {
-        const Chunk chunk = readChunk(cursor);
-        if (chunk.type == "IEND") return content;
-        if (chunk.type == "PLTE") readPalette(content, chunk.data);
-        if (chunk.type == "tRNS") content.transparency = chunk.data;
-        if (chunk.type == "IDAT")
-            content.deflated.insert(content.deflated.end(), chunk.data.begin(), chunk.data.end());
-    }
-}
-
-Bytes inflateRows(const Header& header, const Bytes& deflated) {
-    const std::size_t size = (header.rowBytes() + 1) * header.height;
-    if (size / kMaxDeflateRatio > deflated.size()) throw std::runtime_error(kTooSmall);
-    Bytes rows(size);
-    auto written = static_cast<uLongf>(size);
-    const int result =
-        uncompress(rows.data(), &written, deflated.data(), static_cast<uLong>(deflated.size()));
-    if (result != Z_OK || written != size) throw std::runtime_error(kDamaged);
-    return rows;
-}
-
-/// Of the neighbours left, above and above left, the one nearest to left + above - above left.
-int paethPredictor(int left, int above, int aboveLeft) {
-    const int estimate = left + above - aboveLeft;
-    const int toLeft = std::abs(estimate - left);
-    const int toAbove = std::abs(estimate - above);
-    const int toAboveLeft = std::abs(estimate - aboveLeft);
-    if (toLeft <= toAbove && toLeft <= toAboveLeft) return left;
-    return toAbove <= toAboveLeft ? above : aboveLeft;
-}
-
-int prediction(std::uint8_t filter, int left, int above, int aboveLeft) {
-    switch (filter) {
-        case kNone:
-            return 0;
-        case kSub:
-            return left;
-        case kUp:
-            return above;
-        case kAverage:
-            return (left + above) / 2;
-        case kPaeth:
-            return paethPredictor(left, above, aboveLeft);
-        default:
-            throw std::runtime_error(kDamaged);
-    }
-}
-
-/// Undoes a row's filter in place; `above` is the finished row before it, or empty.
-void unfilter(std::uint8_t filter, std::size_t pixelBytes, std::span<std::uint8_t> row,
-              ByteView above) {
-    for (std::size_t i = 0; i < row.size(); ++i) {
-        const bool hasLeft = i >= pixelBytes;
-        const int left = hasLeft ? row[i - pixelBytes] : 0;
-        const int up = above.empty() ? 0 : above[i];
-        const int upLeft = hasLeft && !above.empty() ? above[i - pixelBytes] : 0;
-        row[i] = static_cast<std::uint8_t>(row[i] + prediction(filter, left, up, upLeft));
-    }
-}
-
-/// Turns the samples of one row into colours.
-class RowExpander {
-public:
-    RowExpander(const Header& header, const Content& content)
-        : header_(header), palette_(content.palette) {
-        const ByteView alphas = content.transparency;
-        if (header.colorType == kIndexed) {
-            const std::size_t count = std::min(alphas.size(), palette_.size());
-            for (std::size_t i = 0; i < count; ++i) palette_[i].a = alphas[i];
-        } else if (alphas.size() >= header.channels() * 2) {
-            hasClearColor_ = header.colorType == kGrey || header.colorType == kRgb;
-            for (std::size_t i = 0; hasClearColor_ && i < header.channels(); ++i)
-                clearColor_[i] = static_cast<unsigned>(alphas[2 * i] << 8 | alphas[2 * i + 1]);
-        }
-    }
-
-    void expand(ByteView row, std::span<Rgba> pixels) const {
-        for (std::size_t x = 0; x < pixels.size(); ++x) pixels[x] = pixel(row, x);
-    }
-
-private:
-    unsigned sample(ByteView row, std::size_t index) const {
-        if (header_.bitDepth == 8) return row[index];
-        if (header_.bitDepth == 16)
-            return static_cast<unsigned>(row[2 * index] << 8 | row[2 * index + 1]);
-        const std::size_t bit = index * header_.bitDepth;
-        const std::size_t shift = 8 - header_.bitDepth - bit % 8;
-        return static_cast<unsigned>(row[bit / 8] >> shift) & ((1U << header_.bitDepth) - 1);
-    }
-
-    std::uint8_t toByte(unsigned value) const {
-        if (header_.bitDepth == 16) return static_cast<std::uint8_t>(value >> 8);
-        return static_cast<std::uint8_t>(value * 255 / ((1U << header_.bitDepth) - 1));
-    }
-
-    Rgba pixel(ByteView row, std::size_t x) const {
-        const std::size_t channels = header_.channels();
-        std::array<unsigned, 4> s{};
-        for (std::size_t i = 0; i < channels; ++i) s[i] = sample(row, x * channels + i);
-        const std::uint8_t alpha = hasClearColor_ && s == clearColor_ ? 0 : 255;
-        switch (header_.colorType) {
-            case kIndexed:
-                return palette_[s[0]];
-            case kGrey:
-                return {toByte(s[0]), toByte(s[0]), toByte(s[0]), alpha};
-            case kGreyAlpha:
-                return {toByte(s[0]), toByte(s[0]), toByte(s[0]), toByte(s[1])};
-            case kRgb:
-                return {toByte(s[0]), toByte(s[1]), toByte(s[2]), alpha};
-            default:
-                return {toByte(s[0]), toByte(s[1]), toByte(s[2]), toByte(s[3])};
-        }
-    }
-
-    const Header& header_;
-    Palette palette_;
-    bool hasClearColor_ = false;
-    std::array<unsigned, 4> clearColor_{};
-};
-
 }  // namespace
 
 Bytes encodePng(const RgbaImage& image) {
@@ -333,38 +193,9 @@ Bytes encodePng(const RgbaImage& image) {
     return encode({image.width, image.height, 8, kRgba}, samples.view(), nullptr);
 }
 
-Bytes encodePngRgb(std::uint32_t width, std::uint32_t height, ByteView rgb) {
-    return encode({width, height, 8, kRgb}, rgb, nullptr);
-}
-
 Bytes encodePngIndexed(std::uint32_t width, std::uint32_t height, ByteView indices,
                        const Palette& palette) {
     return encode({width, height, 8, kIndexed}, indices, &palette);
-}
-
-RgbaImage decodePng(ByteView bytes) {
-    ByteCursor cursor(bytes, kTooSmall);
-    const Header header = readHeader(cursor);
-    if (header.interlace != 0) throw std::runtime_error("Interlaced PNG is not supported");
-    const Content content = readContent(cursor);
-    if (header.colorType == kIndexed && !content.hasPalette)
-        throw std::runtime_error("PNG palette missing");
-    Bytes rows = inflateRows(header, content.deflated);
-
-    RgbaImage image{header.width, header.height, {}};
-    image.pixels.resize(std::size_t{header.width} * header.height);
-    const RowExpander expander(header, content);
-    const std::size_t pixelBytes = std::max<std::size_t>(1, header.bitsPerPixel() / 8);
-    ByteView above;
-    for (std::size_t y = 0; y < header.height; ++y) {
-        const std::span<std::uint8_t> line =
-            std::span(rows).subspan(y * (header.rowBytes() + 1), header.rowBytes() + 1);
-        const std::span<std::uint8_t> row = line.subspan(1);
-        unfilter(line[0], pixelBytes, row, above);
-        expander.expand(row, std::span(image.pixels).subspan(y * header.width, header.width));
-        above = row;
-    }
-    return image;
 }
 
 ImageSize readPngSize(ByteView bytes) {

@@ -23,20 +23,13 @@ struct ImageSize {
 /// The encoders throw std::runtime_error "PNG pixel buffer size mismatch", or "Invalid PNG
 /// dimensions" for a picture without pixels or beyond `kMaxImagePixels`.
 Bytes encodePng(const RgbaImage& image);
-/// `rgb` holds three bytes per pixel.
-Bytes encodePngRgb(std::uint32_t width, std::uint32_t height, ByteView rgb);
 /// `indices` holds one byte per pixel; the palette's alpha goes into the file when it is not 255
 /// throughout.
 Bytes encodePngIndexed(std::uint32_t width, std::uint32_t height, ByteView indices,
                        const Palette& palette);
 
-/// Decodes a picture of any colour type and bit depth; samples of 16 bits keep their upper byte.
-/// Throws std::runtime_error with "PNG data too small", "Invalid PNG signature", "Invalid PNG
-/// header", "Invalid PNG dimensions", "Interlaced PNG is not supported", "PNG checksum mismatch",
-/// "PNG palette missing" or "PNG pixel data damaged".
-RgbaImage decodePng(ByteView bytes);
-
-/// The size that the header announces; the texts of `decodePng` that concern the header.
+/// The size that the header announces. Throws std::runtime_error with "PNG data too small", "Invalid
+/// PNG signature", "Invalid PNG header", "Invalid PNG dimensions" or "PNG checksum mismatch".
 ImageSize readPngSize(ByteView bytes);
 
 }  // namespace orb::io

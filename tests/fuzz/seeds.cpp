@@ -53,7 +53,6 @@ const std::vector<Use>& uses() {
         {".cob", "two_interpreters", "\x03\x01\x02\x03\x01\x05\x06\x01"},
         {".pcx", "pcx"},
         {".gaf", "gaf"},
-        {".png", "png", "\x01"},
         {".pal", "palette"},
         {".json", "unit_ir"},
         {".json", "text"},

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "io/formats/png.h"
+#include "io/plain_png.h"
 #include "model/png_picture.h"
 #include "model/team_color.h"
 
@@ -42,9 +42,9 @@ TEST(SpriteStrip, PutsOriginsOnOnePoint) {
     EXPECT_EQ(strip.frameCount, 2U);
     EXPECT_EQ(strip.cellWidth, 2U);
     EXPECT_EQ(strip.cellHeight, 2U);
-    const io::RgbaImage image = io::decodePng(strip.png);
     std::vector<int> reds;  // -1 where one sees through
-    for (const io::Rgba& pixel : image.pixels) reds.push_back(pixel.a == 0 ? -1 : pixel.r);
+    for (const io::Rgba& pixel : io::pixelsOf(strip.png))
+        reds.push_back(pixel.a == 0 ? -1 : pixel.r);
     EXPECT_EQ(reds, (std::vector<int>{-1, -1, 6, -1, -1, 5, -1, 7}));
 
     EXPECT_THROW(spriteStrip({}, io::greyscaleRamp()), std::runtime_error);

@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "io/formats/png.h"
+#include "io/plain_png.h"
 #include "io/vfs/data_roots.h"
 #include "tests/io/archive_fixture.h"
 
@@ -65,9 +65,9 @@ TEST(TextureLibrary, FindsTexturesAsTheGameDoes) {
         ASSERT_EQ(set.size(), 3U);
         EXPECT_EQ(set.at("ROOF").name, "ROOF");  // as asked for, not as its file spells it
         EXPECT_EQ(set.at("ROOF").png, library.encode(names, palette).at("ROOF").png);
-        const io::RgbaImage image = io::decodePng(*set.at("ROOF").png);
-        EXPECT_EQ(image.pixels[0].a, 0);
-        EXPECT_EQ(image.pixels[1], (io::Rgba{red, 96, 96, 255}));
+        const auto pixels = io::pixelsOf(*set.at("ROOF").png);
+        EXPECT_EQ(pixels[0].a, 0);
+        EXPECT_EQ(pixels[1], (io::Rgba{red, 96, 96, 255}));
     }
 }
 
