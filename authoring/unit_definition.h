@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "authoring/fbi_edit.h"
-#include "authoring/safe_write.h"
 #include "io/text_encoding.h"
 #include "session/unit_view_session.h"
 
