@@ -1,6 +1,5 @@
 #include "authoring/file_transaction.h"
 
-#include <ranges>
 #include <stdexcept>
 #include <vector>
 
@@ -77,13 +76,13 @@ public:
     }
 
     void undo() {
-        for (StagedFile& file : std::views::reverse(files_)) {
-            if (file.hasTemporary) io::removeIfPossible(ops_, io::temporaryPath(file.target));
-            if (file.isReplaced) putBack(file);
-            if (!file.oldName.empty()) io::removeIfPossible(ops_, file.oldName);
+        for (auto file = files_.rbegin(); file != files_.rend(); ++file) {
+            if (file->hasTemporary) io::removeIfPossible(ops_, io::temporaryPath(file->target));
+            if (file->isReplaced) putBack(*file);
+            if (!file->oldName.empty()) io::removeIfPossible(ops_, file->oldName);
         }
-        for (const fs::path& folder : std::views::reverse(newFolders_))
-            io::removeIfPossible(ops_, folder);
+        for (auto folder = newFolders_.rbegin(); folder != newFolders_.rend(); ++folder)
+            io::removeIfPossible(ops_, *folder);
     }
 
 private:
