@@ -43,6 +43,7 @@ std::vector<std::unique_ptr<io::FolderLock>> lockFolders(std::span<const Target>
     std::set<fs::path> files;
     for (const Target& target : targets) files.insert(target.path);
     std::vector<std::unique_ptr<io::FolderLock>> locks;
+    locks.reserve(files.size());
     for (const fs::path& file : files) locks.push_back(std::make_unique<io::FolderLock>(file));
     return locks;
 }

@@ -94,14 +94,15 @@ Bytes rewriteHpi(const HpiArchive& archive, std::span<const HpiReplacement> file
     ArchiveCopy copy(archive, reader, draft);
     std::vector<std::pair<std::string_view, HpiDraft::File>> added;
     std::uint64_t expectedSize = reader.length() + kReservedForStructure;
-    for (const auto& [path, content] : files) {
+    for (const HpiReplacement& replacement : files) {
+        const ByteView content = replacement.content;
         const HpiDraft::File file{checkedHpiSize(content.size()), 1, draft.blobs.size()};
         draft.blobs.emplace_back([content](ByteWriter& out) { appendHpiChunks(out, content); });
         expectedSize += content.size();
-        if (const HpiEntry* const existing = archive.findFile(path))
+        if (const HpiEntry* const existing = archive.findFile(replacement.path))
             copy.replace(existing, file);
         else
-            added.emplace_back(path, file);
+            added.emplace_back(replacement.path, file);
     }
     copy.copy();
     for (const auto& [path, file] : added) draft.addFile(path, file);
