@@ -33,13 +33,13 @@ Reply archiveBrowseExtractOne(UnitViewSession&, const Payload&);
 Reply archiveBrowseExtractDir(UnitViewSession&, const Payload&);
 Reply archiveBrowseExtractAll(UnitViewSession&, const Payload&);
 
-// models.cpp
+// glb.cpp
 Reply getUnitGlb(UnitViewSession&, const Payload&);
 Reply getWeaponModelGlb(UnitViewSession&, const Payload&);
 Reply unitTextures(UnitViewSession&, const Payload&);
 Reply getMasterPalette(UnitViewSession&, const Payload&);
 
-// pictures.cpp
+// build_pictures.cpp
 Reply getUnitBuildpic(UnitViewSession&, const Payload&);
 Reply listUnitBuildpicSources(UnitViewSession&, const Payload&);
 Reply getUnitOrbBuildpic(UnitViewSession&, const Payload&);
@@ -61,20 +61,20 @@ Reply cobContinue(UnitViewSession&, const Payload&);
 Reply cobStepInstruction(UnitViewSession&, const Payload&);
 Reply cobStepLine(UnitViewSession&, const Payload&);
 
-// bos.cpp
+// cob_source.cpp
 Reply cobCompile(UnitViewSession&, const Payload&);
 Reply cobDisassemble(UnitViewSession&, const Payload&);
 Reply cobGetUnitBos(UnitViewSession&, const Payload&);
 Reply cobSourceCompare(UnitViewSession&, const Payload&);
 
-// diagnostics.cpp
+// modernizer_preview.cpp
 Reply unitHealth(UnitViewSession&, const Payload&);
 Reply modernizerPreview(UnitViewSession&, const Payload&);
 Reply lintSuppress(UnitViewSession&, const Payload&);
 Reply lintUnsuppress(UnitViewSession&, const Payload&);
 Reply conflictScan(UnitViewSession&, const Payload&);
 
-// authoring.cpp
+// fbi.cpp
 Reply resolveUnitSource(UnitViewSession&, const Payload&);
 Reply requireWritableSource(UnitViewSession&, const Payload&);
 Reply restoreSourceFromBackup(UnitViewSession&, const Payload&);

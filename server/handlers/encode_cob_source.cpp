@@ -1,4 +1,4 @@
-#include "server/handlers/encode_bos.h"
+#include "server/handlers/encode_cob_source.h"
 
 #include <stdexcept>
 

@@ -3,7 +3,7 @@
 #include "bos/source_compare.h"
 #include "model/piece_list.h"
 #include "server/base64.h"
-#include "server/handlers/encode_bos.h"
+#include "server/handlers/encode_cob_source.h"
 #include "server/handlers/encode_lints.h"
 #include "server/handlers/handlers.h"
 #include "server/handlers/reporting.h"
