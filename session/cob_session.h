@@ -24,13 +24,11 @@ public:
 
     // The operations below throw std::runtime_error "no unit loaded" without an instance.
 
-    /// Rebuilds the instance from the unit's own script.
+    /// Rebuilds the instance from the unit's own script, which ends a temporary one.
     void reset();
     /// Replaces the instance by one of another script file. Throws std::runtime_error "failed to
     /// load temporary COB: …", and then nothing is replaced.
     void loadTemporary(io::ByteView file);
-    /// Rebuilds the instance from the unit's own script.
-    void unloadTemporary() { reset(); }
 
     /// The instance, or null.
     CobInstance* instance() { return instance_.get(); }

@@ -66,8 +66,9 @@ void exportUnits(const fs::path& data, const fs::path& output) {
     for (const UnitDeclaration* const unit : mounted.catalogue.roster()) {
         for (const bool isTeamed : {false, true}) {
             red.enabled = isTeamed;
-            const ExportedModel model = exportModel(session.loadUnit(unit->name).model,
-                                                    mounted.textures, session.palette(), red);
+            const ExportedModel model =
+                exportModel(session.loadUnit(unit->name).model, mounted.pictures.textures,
+                            session.palette(), red);
             writeFile(output / (unit->name + (isTeamed ? ".team.glb" : ".glb")), model.glb);
         }
     }
