@@ -1,11 +1,8 @@
 #include "session/game_palette.h"
 
-#include <filesystem>
-#include <fstream>
-
 #include <gtest/gtest.h>
 
-#include "server/logger.h"
+#include "tests/log_capture.h"
 
 namespace orb::unitview {
 namespace {
@@ -30,19 +27,10 @@ private:
 
 /// Loads the palette and returns the messages logged at INFO.
 std::vector<std::string> loadAndLog(const OneFile& files, io::Palette& palette) {
-    const auto path = std::filesystem::path(testing::TempDir()) / "orb_palette_test.log";
-    std::filesystem::remove(path);
-    {
-        Logger logger;
-        logger.setEcho(false);
-        logger.openFile(path);
-        setCurrentLogger(&logger);
-        readGamePalette(files, palette);
-        setCurrentLogger(nullptr);
-    }
-    std::ifstream log(path);
+    const LogCapture log;
+    readGamePalette(files, palette);
     std::vector<std::string> messages;
-    for (std::string line; std::getline(log, line);)
+    for (const std::string& line : log.lines())
         messages.push_back(line.substr(line.find("[INFO] ") + 7));
     return messages;
 }
