@@ -36,7 +36,7 @@ io::Bytes readSource(const NamedSource& unit) {
     } catch (const std::exception& error) {
         throw RequestError(error.what());
     }
-    throw RequestError("could not locate source for " + unit.name);
+    throw sourceNotFound(unit.name);
 }
 
 /// The bytes that read back as this text, in the given encoding if there are such.

@@ -32,7 +32,7 @@ public:
 
     /// The instance, or null.
     CobInstance* instance() { return instance_.get(); }
-    CobInstance& requireInstance();
+    CobInstance& requireInstance() { return debugger_.instance(); }
     CobDebugger& debugger() { return debugger_; }
 
     /// Model piece names in model order: the pieces that the instance's records belong to.

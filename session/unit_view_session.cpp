@@ -56,7 +56,7 @@ UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
     if (auto source =
             findSource(data_->files, definitionPath(data_->files, data_->catalogue, name)))
         return *source;
-    throw RequestError("could not locate source for " + name);
+    throw sourceNotFound(name);
 }
 
 std::optional<std::filesystem::path> UnitViewSession::setLintSuppressed(const LintSuppression& rule,
