@@ -56,7 +56,7 @@ void requireEncodable(const FbiChange& change, io::TextEncoding encoding) {
 }
 
 EditResult refusedForBase(const UnitSource& source) {
-    return {"base-ta-refused", source.location.path, {}};
+    return {EditOutcome::refusedForBase, source.location.path, {}};
 }
 
 }  // namespace
@@ -75,15 +75,14 @@ EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io:
     WriteResult written = writeSources(io::systemFileOps(), {&write, 1}, allowBackupCreation);
     if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
     if (written.outcome == WriteOutcome::needsBackupConsent)
-        return {"needs-backup-consent", std::move(written.resolvedPath), {}};
-    return {"ok", std::move(written.resolvedPath), session.refreshAfterWrite(file)};
+        return {EditOutcome::needsBackupConsent, std::move(written.resolvedPath), {}};
+    return {EditOutcome::ok, std::move(written.resolvedPath), session.refreshAfterWrite(file)};
 }
 
 EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
                           const std::string& text, bool allowBackupCreation) {
     const NamedSource unit = resolve(session, name);
-    if (!io::parseTdf(text).child("UNITINFO"))
-        throw RequestError("fbi-parse-error: no [UNITINFO] section");
+    if (!io::parseTdf(text).child(io::kUnitInfoSection)) throw RequestError(kNoUnitInfo);
     if (unit.source.inBaseTa) return refusedForBase(unit.source);
     const io::FolderLock lock(unit.source.location.path);
     const io::TextEncoding encoding = io::decodeGameText(io::asText(readSource(unit))).encoding;
@@ -102,7 +101,7 @@ PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::s
     for (const FbiChange& change : changes) requireEncodable(change, text.encoding);
 
     FbiEdit edit = editFbi(text.utf8, changes);
-    if (edit.changed.empty()) return {{"ok", unit.source.location.path, {}}, {}};
+    if (edit.changed.empty()) return {{EditOutcome::ok, unit.source.location.path, {}}, {}};
     const auto bytes = io::encodeGameText(edit.text, text.encoding);
     EditResult written = writeUnitFile(session, unit.source.location, io::asBytes(bytes.value()),
                                        allowBackupCreation);

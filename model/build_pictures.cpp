@@ -5,6 +5,8 @@
 #include <fmt/format.h>
 
 #include "io/ascii.h"
+#include "io/formats/gaf.h"
+#include "io/formats/pcx.h"
 #include "io/formats/png.h"
 
 namespace orb::unitview {
@@ -27,6 +29,15 @@ io::Bytes readPicture(const io::CompositeVirtualFileSystem& files, const std::st
     auto bytes = files.readFile(path);
     if (!bytes) throw std::runtime_error("build picture not found: " + path);
     return std::move(*bytes);
+}
+
+PngPicture decodePicture(io::Bytes bytes, const BuildPictureSource& source,
+                         const io::Palette& palette) {
+    if (source.format == "pcx") return pngFromPcx(bytes);
+    if (source.format == "gaf")
+        return pngFromGafFrame(io::readGafPicture(bytes, source.gafIndex).firstFrame, palette);
+    const auto [width, height] = io::readPngSize(bytes);
+    return {width, height, std::move(bytes)};
 }
 
 }  // namespace
@@ -53,11 +64,26 @@ std::vector<BuildPictureSource> findBuildPictures(const io::CompositeVirtualFile
 PngPicture readBuildPicture(const io::CompositeVirtualFileSystem& files,
                             const BuildPictureSource& source, const io::Palette& palette) {
     io::Bytes bytes = readPicture(files, source.path);
-    if (source.format == "pcx") return pngFromPcx(bytes);
-    if (source.format == "gaf")
-        return pngFromGafFrame(io::readGafPicture(bytes, source.gafIndex).firstFrame, palette);
-    const auto [width, height] = io::readPngSize(bytes);
-    return {width, height, std::move(bytes)};
+    try {
+        return decodePicture(std::move(bytes), source, palette);
+    } catch (const std::exception& error) {
+        throw std::runtime_error(fmt::format("{}: {}", source.path, error.what()));
+    }
+}
+
+bool isReadable(const io::CompositeVirtualFileSystem& files, const BuildPictureSource& source) {
+    try {
+        const io::Bytes bytes = readPicture(files, source.path);
+        if (source.format == "pcx")
+            io::parsePcx(bytes);
+        else if (source.format == "gaf")
+            io::readGafPicture(bytes, source.gafIndex);
+        else
+            io::readPngSize(bytes);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 std::optional<ButtonPictures> readButtonPictures(const io::CompositeVirtualFileSystem& files,

@@ -29,8 +29,11 @@ std::vector<BuildPictureSource> findBuildPictures(const io::CompositeVirtualFile
                                                   const GafIndex& animations,
                                                   std::string_view name);
 
-/// Reads a picture; of a triplet, the first. Throws what the format's reader throws, or
-/// std::runtime_error "build picture not found: …" when the file has vanished.
+/// Whether the picture's file (of a triplet, the first) is there and its format's reader takes it.
+bool isReadable(const io::CompositeVirtualFileSystem& files, const BuildPictureSource& source);
+
+/// Reads a picture; of a triplet, the first. Throws std::runtime_error: the file's path and the text
+/// of the format's reader, or "build picture not found: …" when the file has vanished.
 PngPicture readBuildPicture(const io::CompositeVirtualFileSystem& files,
                             const BuildPictureSource& source, const io::Palette& palette);
 

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "io/ascii.h"
+#include "model/model_files.h"
 #include "model/piece_list.h"
 #include "server/logger.h"
 #include "session/unit_ir.h"
@@ -87,7 +88,8 @@ LoadedUnit loadFromGameFiles(const io::CompositeVirtualFileSystem& files,
 
     if (unit.fbi.objectName.empty())
         throw std::runtime_error("FBI has no objectName for unit: " + name);
-    const std::string modelPath = fmt::format("objects3d/{}.3DO", unit.fbi.objectName);
+    const std::string modelPath =
+        fmt::format("objects3d/{}.3DO", modelFileName(files, unit.fbi.objectName));
     const auto model = files.readFile(modelPath);
     if (!model) throw std::runtime_error("3DO not found: " + modelPath);
     unit.model = io::parse3do(*model);

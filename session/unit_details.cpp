@@ -82,8 +82,8 @@ std::vector<SoundEvent> describeSounds(const GameTables& tables, std::string_vie
 
 std::vector<std::string> weaponNames(const io::FbiUnitInfo& fbi) {
     std::vector<std::string> names;
-    for (const std::string* name : {&fbi.weapon1, &fbi.weapon2, &fbi.weapon3})
-        if (!name->empty()) names.push_back(*name);
+    for (const std::string_view name : fbi.weaponSlots())
+        if (!name.empty()) names.emplace_back(name);
     return names;
 }
 

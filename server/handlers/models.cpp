@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "model/glb.h"
+#include "model/model_files.h"
 #include "model/piece_list.h"
 #include "server/handlers/encode_unit.h"
 #include "server/handlers/handlers.h"
@@ -77,9 +78,9 @@ Reply getWeaponModelGlb(UnitViewSession& session, const Payload& payload) {
     const TableEntry& weapon = requireWeapon(session, name);
     const std::string model(weapon.section.getString("model").value_or(""));
     if (model.empty()) throw RequestError("weapon has no model: " + weapon.name);
-    const std::string path = fmt::format("objects3d/{}.3DO", model);
-    const auto file =
-        reportingFailure([&] { return session.data().files.readFile(path); }, kEncodeFailed);
+    const auto& files = session.data().files;
+    const std::string path = fmt::format("objects3d/{}.3DO", modelFileName(files, model));
+    const auto file = reportingFailure([&] { return files.readFile(path); }, kEncodeFailed);
     if (!file) throw RequestError("3DO not found: " + path);
     const io::Model3doObject root =
         reportingFailure([&] { return io::parse3do(*file); }, kEncodeFailed);

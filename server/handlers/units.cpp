@@ -40,7 +40,12 @@ Reply listUnits(UnitViewSession& session, const Payload& payload) {
 Reply loadUnit(UnitViewSession& session, const Payload& payload) {
     const std::string name = payload.text("name").value_or("");
     if (name.empty()) throw RequestError("unit name is required");
-    return {encodeLoadedUnit(session.loadUnit(name), session.data())};
+    const bool withReport = payload.flag("report").value_or(false);
+    const LoadedUnit& unit = session.loadUnit(name);
+    Reply reply{encodeLoadedUnit(unit, session.data())};
+    if (withReport)
+        reply.data["buildMenu"] = encodeBuildMenu(session.data().tables.buildMenus.of(unit.name));
+    return reply;
 }
 
 Reply compareUnits(UnitViewSession& session, const Payload& payload) {
