@@ -5,15 +5,27 @@
 
 #include "diagnostics/declared_files.h"
 #include "diagnostics/health_checks.h"
+#include "diagnostics/references.h"
 #include "io/ascii.h"
 #include "io/path_text.h"
 #include "model/build_pictures.h"
+#include "model/model_files.h"
 
 namespace orb::unitview::health {
 namespace {
 
+constexpr std::string_view kUnknownFormat = "?";
+
 bool fileExists(const Context& context, const std::string& path) {
     return context.data.files.locate(path).has_value();
+}
+
+/// The pictures of a name; a file that its format's reader refuses is of no known format.
+std::vector<BuildPictureSource> findPictures(const MountedData& data, const std::string& name) {
+    auto pictures = findBuildPictures(data.files, data.animations, name);
+    for (BuildPictureSource& picture : pictures)
+        if (!isReadable(data.files, picture)) picture.format = kUnknownFormat;
+    return pictures;
 }
 
 std::string describePictures(const std::vector<BuildPictureSource>& pictures) {
@@ -34,22 +46,20 @@ std::string directoryText(io::FileLocation file) {
 }  // namespace
 
 void checkIdentity(const Context& context, Rows& rows) {
-    constexpr std::string_view kTitle = "Unit identity";
     const std::string name = io::upperCased(context.unit.fbi.unitName);
     if (name.empty()) {
-        rows.push_back({kTitle, context.unit.name, CheckStatus::warn,
+        rows.push_back({context.unit.name, CheckStatus::warn,
                         "FBI is missing the `UnitName=` key — the unit can't be referenced by "
                         "other units' BuildList / Corpse / weapon references."});
         return;
     }
     const std::vector<std::string> files = declaringFiles(context.data.catalogue, name);
     if (files.size() < 2) {
-        rows.push_back(
-            {kTitle, name, CheckStatus::ok, "no UnitName collisions across mounted data roots"});
+        rows.push_back({name, CheckStatus::ok, "no UnitName collisions across mounted data roots"});
         return;
     }
     rows.push_back(
-        {kTitle, name, CheckStatus::warn,
+        {name, CheckStatus::warn,
          fmt::format("UnitName={} is declared by {} FBIs across mounted data roots: {}. Engine "
                      "load order decides which one wins; the others are unreachable. Rename the "
                      "duplicates or unmount the conflicting mod folder.",
@@ -57,42 +67,38 @@ void checkIdentity(const Context& context, Rows& rows) {
 }
 
 void checkModel(const Context& context, Rows& rows) {
-    constexpr std::string_view kTitle = "Model (3DO)";
     const std::string& name = context.unit.fbi.objectName;
-    const std::string path = fmt::format("objects3d/{}.3do", name);
+    const std::string path = fmt::format("{}/{}{}", kModelDirectory,
+                                         modelFileName(context.data.files, name), kModelSuffix);
     if (name.empty())
-        rows.push_back({kTitle, "", CheckStatus::missing, "FBI has no ObjectName"});
+        rows.push_back({"", CheckStatus::missing, std::string(kNoObjectName)});
     else if (fileExists(context, path))
-        rows.push_back({kTitle, name, CheckStatus::ok, path});
+        rows.push_back({name, CheckStatus::ok, path});
     else
-        rows.push_back({kTitle, name, CheckStatus::missing, path + " not found"});
+        rows.push_back({name, CheckStatus::missing, path + " not found"});
 }
 
 void checkScript(const Context& context, Rows& rows) {
-    constexpr std::string_view kTitle = "COB script";
     const LoadedUnit& unit = context.unit;
     const std::string path = scriptPath(unit.fbi, unit.name);
     const std::string name(scriptName(unit.fbi, unit.name));
     if (fileExists(context, path))
-        rows.push_back({kTitle, name, CheckStatus::ok, path});
+        rows.push_back({name, CheckStatus::ok, path});
     else
-        rows.push_back(
-            {kTitle, name, CheckStatus::warn, path + " not found — no animation/aiming"});
+        rows.push_back({name, CheckStatus::warn, path + " not found — no animation/aiming"});
 }
 
 void checkBuildPicture(const Context& context, Rows& rows) {
-    constexpr std::string_view kTitle = "Build picture";
     const std::string& unitName = context.unit.name;
     const std::string& buildPic = context.unit.fbi.buildPic;
     const std::string& name = buildPic.empty() ? unitName : buildPic;
-    const MountedData& data = context.data;
 
-    auto pictures = findBuildPictures(data.files, data.animations, name);
+    auto pictures = findPictures(context.data, name);
     const bool isFallback = pictures.empty() && !io::equalsIgnoringCase(name, unitName);
-    if (isFallback) pictures = findBuildPictures(data.files, data.animations, unitName);
+    if (isFallback) pictures = findPictures(context.data, unitName);
 
     const auto add = [&](CheckStatus status, std::string detail) {
-        rows.push_back({kTitle, name, status, std::move(detail)});
+        rows.push_back({name, status, std::move(detail)});
     };
     const std::string list = describePictures(pictures);
     if (pictures.empty())
@@ -108,20 +114,19 @@ void checkBuildPicture(const Context& context, Rows& rows) {
 }
 
 void checkSource(const Context& context, Rows& rows) {
-    constexpr std::string_view kTitle = "Source";
     const std::string& name = context.unit.name;
     if (!context.source) {
-        rows.push_back({kTitle, name, CheckStatus::warn, "could not resolve the FBI source file"});
+        rows.push_back({name, CheckStatus::warn, "could not resolve the FBI source file"});
         return;
     }
     const std::string location = locationText(context.source->location);
     if (context.source->inBaseTa)
         rows.push_back(
-            {kTitle, name, CheckStatus::warn,
+            {name, CheckStatus::warn,
              fmt::format("resolved from BASE TA ({}) — edits affect the base game", location),
-             HealthAction{"promote-to-mod", {{"unitName", name}}}});
+             HealthAction{.kind = HealthAction::Kind::promoteToMod, .unit = name}});
     else
-        rows.push_back({kTitle, name, CheckStatus::info, "resolved from " + location});
+        rows.push_back({name, CheckStatus::info, "resolved from " + location});
 }
 
 void checkSourceShadow(const Context& context, Rows& rows) {
@@ -131,7 +136,7 @@ void checkSourceShadow(const Context& context, Rows& rows) {
          context.data.files.locateAll(fmt::format("units/{}.fbi", name)))
         directories.push_back(directoryText(found.location));
     if (directories.size() < 2) return;
-    rows.push_back({"Source shadow", name, CheckStatus::warn,
+    rows.push_back({name, CheckStatus::warn,
                     fmt::format("{} units dirs define this unit ({}) — first wins, the rest are "
                                 "shadowed",
                                 directories.size(), fmt::join(directories, ", "))});

@@ -74,13 +74,11 @@ PngPicture readBuildPicture(const io::CompositeVirtualFileSystem& files,
 bool isReadable(const io::CompositeVirtualFileSystem& files, const BuildPictureSource& source) {
     try {
         const io::Bytes bytes = readPicture(files, source.path);
-        if (source.format == "pcx")
-            io::parsePcx(bytes);
-        else if (source.format == "gaf")
-            io::readGafPicture(bytes, source.gafIndex);
-        else
-            io::readPngSize(bytes);
-        return true;
+        const auto hasPixels = [](const auto& size) { return size.width > 0 && size.height > 0; };
+        if (source.format == "pcx") return hasPixels(io::parsePcx(bytes));
+        if (source.format == "gaf")
+            return hasPixels(io::readGafPicture(bytes, source.gafIndex).firstFrame);
+        return hasPixels(io::readPngSize(bytes));
     } catch (const std::exception&) {
         return false;
     }

@@ -29,11 +29,12 @@ std::vector<BuildPictureSource> findBuildPictures(const io::CompositeVirtualFile
                                                   const GafIndex& animations,
                                                   std::string_view name);
 
-/// Whether the picture's file (of a triplet, the first) is there and its format's reader takes it.
+/// Whether the picture (of a triplet, the first) is there, its format's reader takes it, and it has
+/// pixels.
 bool isReadable(const io::CompositeVirtualFileSystem& files, const BuildPictureSource& source);
 
-/// Reads a picture; of a triplet, the first. Throws std::runtime_error: the file's path and the text
-/// of the format's reader, or "build picture not found: …" when the file has vanished.
+/// Reads a picture; of a triplet, the first. Throws std::runtime_error: the file's path and the
+/// text of the format's reader, or "build picture not found: …" when the file has vanished.
 PngPicture readBuildPicture(const io::CompositeVirtualFileSystem& files,
                             const BuildPictureSource& source, const io::Palette& palette);
 

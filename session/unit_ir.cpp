@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "io/formats/fbi.h"
 #include "io/json_nesting.h"
 
 namespace orb::pipeline {

@@ -1,3 +1,5 @@
+#include <array>
+
 #include "diagnostics/conflict_scan.h"
 #include "diagnostics/modernizer_preview.h"
 #include "diagnostics/unit_health.h"
@@ -12,15 +14,46 @@ namespace {
 
 using nlohmann::json;
 
-json encodeRow(const HealthRow& row) {
-    json result = {{"category", row.category},
-                   {"ref", row.ref},
-                   {"status", statusWord(row.status)},
-                   {"detail", row.detail}};
-    if (row.action) {
-        result["action"] = row.action->members;
-        result["action"]["kind"] = row.action->kind;
+std::string_view nameOf(CheckStatus status) {
+    static constexpr std::array<std::string_view, 4> kWords = {"ok", "info", "warn", "missing"};
+    return kWords.at(static_cast<std::size_t>(status));
+}
+
+std::string_view nameOf(HealthCheck check) {
+    static constexpr std::array<std::string_view, 14> kTitles = {
+        "Unit identity", "Model (3DO)",       "COB script",
+        "COB lint",      "Build picture",     "Weapon",
+        "Movement",      "Sound category",    "Corpse",
+        "Build options", "Explosion",         "Source",
+        "Source shadow", "Palette compliance"};
+    return kTitles.at(static_cast<std::size_t>(check));
+}
+
+json encodeAction(const HealthAction& action) {
+    switch (action.kind) {
+        case HealthAction::Kind::createCorpseStub:
+            return {{"kind", "create-corpse-stub"}, {"parentUnit", action.unit}};
+        case HealthAction::Kind::promoteToMod:
+            return {{"kind", "promote-to-mod"}, {"unitName", action.unit}};
+        case HealthAction::Kind::suppressLint:
+            return {{"kind", "lint-suppress"},
+                    {"code", action.code},
+                    {"target", action.target},
+                    {"unitName", action.unit}};
+        case HealthAction::Kind::remapPalette:
+            return {{"kind", "palette-remap"},
+                    {"textureName", action.texture},
+                    {"unitName", action.unit}};
     }
+    return nullptr;
+}
+
+json encodeRow(const HealthRow& row) {
+    json result = {{"category", nameOf(row.check)},
+                   {"ref", row.ref},
+                   {"status", nameOf(row.status)},
+                   {"detail", row.detail}};
+    if (row.action) result["action"] = encodeAction(*row.action);
     return result;
 }
 
@@ -41,6 +74,19 @@ json encodeHealth(const UnitHealth& report) {
     return result;
 }
 
+std::string_view nameOf(CompileFindingKind kind) {
+    static constexpr std::array<std::string_view, 5> kCodes = {
+        "missing-texture", "cob-model-piece-count-mismatch", "raw-ta-baseline", "export-pending",
+        "native-assets-pending"};
+    return kCodes.at(static_cast<std::size_t>(kind));
+}
+
+std::string_view nameOf(CompileStatus status) {
+    static constexpr std::array<std::string_view, 3> kWords = {"ready-dry-run", "warnings",
+                                                               "blocked"};
+    return kWords.at(static_cast<std::size_t>(status));
+}
+
 json encodeCompileReport(const ModernizerPreview& preview) {
     json findings = {
         {"errors", json::array()}, {"warnings", json::array()}, {"info", json::array()}};
@@ -48,10 +94,10 @@ json encodeCompileReport(const ModernizerPreview& preview) {
         static constexpr const char* kGroups[] = {"errors", "warnings", "info"};
         findings[kGroups[static_cast<std::size_t>(finding.severity)]].push_back(
             {{"severity", severityWord(finding.severity)},
-             {"code", finding.code},
+             {"code", nameOf(finding.kind)},
              {"message", finding.message}});
     }
-    return {{"status", preview.status()},
+    return {{"status", nameOf(preview.status())},
             {"dryRun", true},
             {"canEmitBundle", false},
             {"nativeBundleExportImplemented", false},
@@ -135,10 +181,18 @@ Reply changeSuppression(UnitViewSession& session, const Payload& payload, bool i
     return reply;
 }
 
+std::string_view nameOf(ConflictKind kind) {
+    static constexpr std::array<std::string_view, 8> kWords = {
+        "unit-name-collision", "weapon-name-collision", "missing-3do",        "missing-cob",
+        "missing-buildpic",    "missing-corpse",        "missing-weapon-ref", "missing-explode-as"};
+    return kWords.at(static_cast<std::size_t>(kind));
+}
+
 json encodeConflict(const ConflictFinding& finding) {
-    json result = {{"kind", finding.kind},
-                   {"severity", finding.severity == ConflictSeverity::warn ? "warn" : "info"},
-                   {"detail", finding.detail}};
+    json result = {
+        {"kind", nameOf(finding.kind)},
+        {"severity", severityOf(finding.kind) == ConflictSeverity::warn ? "warn" : "info"},
+        {"detail", finding.detail}};
     if (!finding.unitName.empty()) result["unitName"] = finding.unitName;
     if (!finding.unitFile.empty()) result["unitFile"] = finding.unitFile;
     if (!finding.asset.empty()) result["asset"] = finding.asset;
