@@ -19,7 +19,8 @@ constexpr std::string_view kTableSuffix = ".tdf";
 constexpr std::size_t kMaxFolderDepth = 256;
 constexpr std::size_t kMaxFolders = 4'096;
 /// The features of the largest mods have some 5 MB.
-constexpr std::size_t kMaxTextBytes = 16 << 20;
+constexpr std::size_t kMaxTextBytes = 32 << 20;
+constexpr std::size_t kMaxFileBytes = 8 << 20;
 
 constexpr TableFiles kWeaponFiles[] = {
     {"weapons", ""}, {"gamedata", "weapons.tdf"}, {"", "weapons.tdf"}};
@@ -96,11 +97,10 @@ void NamedTable::readFolder(const io::VfsLayer& layer, const std::string& folder
         const LayerFile file{&layer, fmt::format("{}/{}", folder, name)};
         TableFile& table = part.emplace_back(TableFile{io::upperCased(file.path), {}});
         if (!content) return logUnreadable(locationText(file.location()), error);
-        if (content->size() > bytesLeft) {
-            bytesLeft = 0;
-            return logUnreadable(locationText(file.location()), "too much text in one table");
-        }
-        bytesLeft -= content->size();
+        const std::size_t taken = std::min({content->size(), kMaxFileBytes, bytesLeft});
+        bytesLeft -= taken;
+        if (taken < content->size())
+            return logUnreadable(locationText(file.location()), "too much text for a table");
         table.entries = takeSections(io::parseTdf(io::asText(*content)), file, entryName_);
     };
     const auto isWanted = [&](std::string_view name) {

@@ -40,8 +40,8 @@ public:
     NamedTable& operator=(NamedTable&&) = default;
 
     /// Reads the files of every layer; later, with the same layers, of those only that may have
-    /// changed. A damaged file is logged and left out, and so is what goes beyond the limits of one
-    /// layer: 256 levels of folders, 4,096 folders and 16 MiB of text.
+    /// changed. A damaged file is logged and left out, and so is one of more than 8 MiB and what of
+    /// one layer goes beyond 256 levels of folders, 4,096 folders or 32 MiB of text.
     void read(const io::CompositeVirtualFileSystem& files, const LayerFilter& mayHaveChanged);
 
     /// The first declaration of a name in any case that no other file hides, or null.

@@ -39,8 +39,8 @@ Reply listUnits(UnitViewSession& session, const Payload& payload) {
 
 Reply loadUnit(UnitViewSession& session, const Payload& payload) {
     const std::string name = payload.text("name").value_or("");
-    if (name.empty()) throw RequestError("unit name is required");
     const bool withReport = payload.flag("report").value_or(false);
+    if (name.empty()) throw RequestError("unit name is required");
     const LoadedUnit& unit = session.loadUnit(name);
     Reply reply{encodeLoadedUnit(unit, session.data())};
     if (withReport)
