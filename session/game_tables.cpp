@@ -59,22 +59,19 @@ void logUnreadable(const std::string& what, std::string_view error) {
     LogLine(LogLevel::warn) << "[tables] cannot read " << what << ": " << error;
 }
 
-/// The folders of a source, its own in front, then level by level what lies below.
-std::vector<std::string> listFolders(const io::AbstractVirtualFileSystem& files,
-                                     const TableFiles& source) {
-    std::vector<std::string> folders = {std::string(source.directory)};
-    if (!source.withSubfolders) return folders;
-    std::size_t next = 0;
-    for (std::size_t depth = 0; depth < kMaxFolderDepth && next < folders.size(); ++depth)
-        for (const std::size_t levelEnd = folders.size(); next < levelEnd; ++next) try {
-                for (const std::string& name : files.listDirectories(folders[next])) {
-                    if (folders.size() == kMaxFolders) return folders;
-                    folders.push_back(fmt::format("{}/{}", folders[next], name));
-                }
-            } catch (const std::filesystem::filesystem_error& error) {
-                logUnreadable(folders[next], error.what());
-            }
-    return folders;
+struct Folder {
+    std::string path;
+    /// How far below the table's own.
+    std::size_t depth = 0;
+};
+
+void addSubfolders(const io::AbstractVirtualFileSystem& files, const Folder& folder,
+                   std::vector<Folder>& folders) {
+    if (folder.depth == kMaxFolderDepth) return;
+    for (const std::string& name : files.listDirectories(folder.path)) {
+        if (folders.size() == kMaxFolders) return;
+        folders.push_back({fmt::format("{}/{}", folder.path, name), folder.depth + 1});
+    }
 }
 
 }  // namespace
@@ -83,8 +80,18 @@ std::shared_ptr<NamedTable::LayerPart> NamedTable::readPart(const io::VfsLayer& 
                                                             const TableFiles& source) const {
     auto part = std::make_shared<LayerPart>();
     std::size_t bytesLeft = kMaxTextBytes;
-    for (const std::string& folder : listFolders(*layer.files, source))
-        readFolder(layer, folder, source.fileName, *part, bytesLeft);
+    std::vector<Folder> folders = {{std::string(source.directory)}};
+    for (std::size_t i = 0; i < folders.size(); ++i) {
+        const Folder folder = folders[i];
+        try {
+            readFolder(layer, folder.path, source.fileName, *part, bytesLeft);
+            if (source.withSubfolders) addSubfolders(*layer.files, folder, folders);
+        } catch (const std::filesystem::filesystem_error& error) {
+            // One folder of many may lie anywhere, and the rest can be read without it.
+            if (!source.withSubfolders) throw;
+            logUnreadable(folder.path, error.what());
+        }
+    }
     std::ranges::stable_sort(*part, {}, &TableFile::upperCasedPath);
     return part;
 }
