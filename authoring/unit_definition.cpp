@@ -82,8 +82,7 @@ EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io:
 EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
                           const std::string& text, bool allowBackupCreation) {
     const NamedSource unit = resolve(session, name);
-    if (!io::parseTdf(text).child("UNITINFO"))
-        throw RequestError("fbi-parse-error: no [UNITINFO] section");
+    if (!io::parseTdf(text).child(io::kUnitInfoSection)) throw RequestError(kNoUnitInfo);
     if (unit.source.inBaseTa) return refusedForBase(unit.source);
     const io::FolderLock lock(unit.source.location.path);
     const io::TextEncoding encoding = io::decodeGameText(io::asText(readSource(unit))).encoding;
