@@ -14,17 +14,17 @@ namespace {
 struct OneFile : AbstractVirtualFileSystem {
     std::optional<Bytes> content;
 
-    std::optional<Bytes> readFile(std::string_view path) const override {
-        return path == "palettes/PALETTE.PAL" ? content : std::nullopt;
+    std::optional<Bytes> readFile(const VirtualPath& path) const override {
+        return path.text() == "palettes/PALETTE.PAL" ? content : std::nullopt;
     }
-    std::vector<std::string> listFiles(std::string_view, std::string_view) const override {
+    std::vector<std::string> listFiles(const VirtualPath&, std::string_view) const override {
         return {};
     }
-    std::vector<std::string> listDirectories(std::string_view) const override { return {}; }
-    std::optional<FileLocation> locate(std::string_view) const override { return std::nullopt; }
+    std::vector<std::string> listDirectories(const VirtualPath&) const override { return {}; }
+    std::optional<FileLocation> locate(const VirtualPath&) const override { return std::nullopt; }
 
 private:
-    void visitFiles(std::string_view, std::string_view, const FileVisitor&,
+    void visitFiles(const VirtualPath&, std::string_view, const FileVisitor&,
                     const FileFilter&) const override {}
 };
 
