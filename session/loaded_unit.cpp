@@ -113,6 +113,7 @@ LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
 std::string definitionPath(const io::CompositeVirtualFileSystem& files,
                            const UnitCatalogue& catalogue, const std::string& name) {
     std::string path = fmt::format("units/{}.fbi", name);
+    if (const std::string* const preferred = catalogue.preferredPath(name)) path = *preferred;
     if (files.locate(path)) return path;
     const UnitDeclaration* const declaration = catalogue.find(name);
     return declaration ? fmt::format("units/{}.fbi", declaration->fileStem) : path;
