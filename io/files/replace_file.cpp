@@ -54,21 +54,22 @@ void syncFolderOf(FileOps& ops, const fs::path& path) {
     ops.syncDirectory(path.has_parent_path() ? path.parent_path() : fs::path("."), ignored);
 }
 
-bool overwriteInPlace(FileOps& ops, const fs::path& path, ByteView bytes, std::error_code& error) {
+Overwritten overwriteInPlace(FileOps& ops, const fs::path& path, ByteView bytes,
+                             std::error_code& error) {
     std::error_code status;
     const bool existed = statusOfExisting(ops, path, status).has_value();
     const Bytes old = existed ? ops.read(path, error) : Bytes();
-    if (existed && error) return true;
+    if (existed && error) return Overwritten::unchanged;
     std::FILE* file = ops.open(path, OpenMode::truncate, error);
-    if (!file) return true;  // untouched
+    if (!file) return Overwritten::unchanged;
     writeAndClose(ops, file, bytes, Durability::flushed, error);
-    if (!error) return true;
+    if (!error) return Overwritten::done;
     std::error_code lost;
     if (!existed)
         ops.remove(path, lost);
     else if ((file = ops.open(path, OpenMode::truncate, lost)) != nullptr)
         writeAndClose(ops, file, old, Durability::flushed, lost);
-    return !lost;
+    return lost ? Overwritten::damaged : Overwritten::unchanged;
 }
 
 std::optional<ReplaceFailure> writeTemporary(FileOps& ops, const fs::path& target,
@@ -97,7 +98,8 @@ std::optional<ReplaceFailure> moveIntoPlace(FileOps& ops, const fs::path& target
     if (!error) return std::nullopt;
     // Another process may hold the file open. The temporary stays when it is all that is left.
     error.clear();
-    if (overwriteInPlace(ops, target, bytes, error)) removeIfPossible(ops, temporary);
+    if (overwriteInPlace(ops, target, bytes, error) != Overwritten::damaged)
+        removeIfPossible(ops, temporary);
     if (!error) return std::nullopt;
     return ReplaceFailure{ReplaceFailure::Step::moveIntoPlace, error};
 }

@@ -54,10 +54,18 @@ std::optional<ReplaceFailure> replaceByTemporary(
     const std::optional<std::filesystem::perms>& permissions, ByteView bytes,
     Durability durability = Durability::flushed);
 
-/// Overwrites a file whose place nothing can take; `error` tells of a failure. The old bytes are
-/// put back then; false when even this is not possible.
-bool overwriteInPlace(FileOps& ops, const std::filesystem::path& path, ByteView bytes,
-                      std::error_code& error);
+/// What a file holds after an attempt to overwrite it in place.
+enum class Overwritten {
+    done,
+    /// It failed and the file is as it was.
+    unchanged,
+    /// It failed on the way and the old bytes could not be put back either.
+    damaged
+};
+
+/// Overwrites a file whose place nothing can take; unless that is done, `error` says why not.
+Overwritten overwriteInPlace(FileOps& ops, const std::filesystem::path& path, ByteView bytes,
+                             std::error_code& error);
 
 /// Opens a file as for writing, and leaves it as it is; `error` is set when that fails or the file
 /// is no regular one.
