@@ -184,7 +184,8 @@ private:
         const string_view terminator =
             text_.substr(endOf(model.value), model.end - endOf(model.value));
         style_.assign = isOneLine(assign) ? assign : "=";
-        style_.terminator = isOneLine(terminator) && terminator.ends_with(io::kTdfValueEnd) ? terminator : ";";
+        style_.terminator =
+            isOneLine(terminator) && terminator.ends_with(io::kTdfValueEnd) ? terminator : ";";
     }
 
     void replaceValue(const Assignment& assignment, string_view value) {
@@ -214,10 +215,10 @@ private:
                 std::min(text_.find_first_not_of(kBlanks, position), text_.size());
             const std::size_t lineEnd = std::min(text_.find('\n', rest), text_.size());
             const string_view line = text_.substr(rest, lineEnd - rest);
-            if (line.starts_with(io::kTdfLineComment)) return line.ends_with('\r') ? lineEnd - 1 : lineEnd;
+            if (line.starts_with(io::kTdfLineComment))
+                return line.ends_with('\r') ? lineEnd - 1 : lineEnd;
             if (!line.starts_with(io::kTdfCommentBegin)) return position;
-            const std::size_t end =
-                line.find(io::kTdfCommentEnd, io::kTdfCommentBegin.size());
+            const std::size_t end = line.find(io::kTdfCommentEnd, io::kTdfCommentBegin.size());
             if (end == string_view::npos) return position;
             position = rest + end + io::kTdfCommentEnd.size();
         }
@@ -295,8 +296,8 @@ void checkFbiChanges(std::span<const FbiChange> changes) {
                 return io::equalsIgnoringCase(other.key, key);
             }) > 1)
             refuseKey("it is given twice");
-        if (change.value &&
-            (change.value->find(io::kTdfValueEnd) != string_view::npos || breaksLine(*change.value)))
+        if (change.value && (change.value->find(io::kTdfValueEnd) != string_view::npos ||
+                             breaksLine(*change.value)))
             throw RequestError("bad value of \"" + change.key +
                                "\": it contains a \";\", a line break or a NUL");
     }

@@ -21,11 +21,15 @@ struct FbiUnitInfo {
 
     /// It leaves its place: factories claim that they can move, so that what they build can be sent
     /// somewhere, but are buildings by their `bmcode`.
-    bool isMobile() const { return canMove && bmCode != 0; }
+    bool isMobile() const {
+        return canMove && bmCode != 0;
+    }
 
     /// The names in the three weapon slots; a slot that is not in use may be empty or hold a word
     /// for "none".
-    std::array<std::string_view, 3> weaponSlots() const { return {weapon1, weapon2, weapon3}; }
+    std::array<std::string_view, 3> weaponSlots() const {
+        return {weapon1, weapon2, weapon3};
+    }
 };
 
 /// The section that defines the unit.
@@ -38,8 +42,8 @@ std::optional<FbiUnitInfo> parseFbiUnitInfo(const TdfSection& root);
 std::optional<FbiUnitInfo> readFbiUnitInfo(std::string_view text);
 
 /// Whether a key's value as a file writes it reads as what `wanted` says: a number or a flag as the
-/// key's type reads it, so that "2.00" reads as "2"; of other keys, only the same text does. A wanted
-/// number that the type cannot hold, such as 2.5 of an integer, is never read.
+/// key's type reads it, so that "2.00" reads as "2"; of other keys, only the same text does. A
+/// wanted number that the type cannot hold, such as 2.5 of an integer, is never read.
 bool fbiValueReadsAs(std::string_view key, std::string_view value, std::string_view wanted);
 
 /// Calls `visit(key, value)` for every key in table order; `key` is the text as unit files spell it

@@ -11,15 +11,19 @@ using nlohmann::json;
 
 std::string_view nameOf(EditOutcome outcome) {
     switch (outcome) {
-        case EditOutcome::ok: return "ok";
-        case EditOutcome::needsBackupConsent: return "needs-backup-consent";
-        case EditOutcome::refusedForBase: return "base-ta-refused";
+        case EditOutcome::ok:
+            return "ok";
+        case EditOutcome::needsBackupConsent:
+            return "needs-backup-consent";
+        case EditOutcome::refusedForBase:
+            return "base-ta-refused";
     }
     return {};
 }
 
 json encodeEdit(const EditResult& edit) {
-    json data = {{"outcome", nameOf(edit.outcome)}, {"resolvedPath", io::textFromPath(edit.resolvedPath)}};
+    json data = {{"outcome", nameOf(edit.outcome)},
+                 {"resolvedPath", io::textFromPath(edit.resolvedPath)}};
     if (edit.reloadError) data["reloadError"] = *edit.reloadError;
     return data;
 }
