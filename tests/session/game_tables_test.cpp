@@ -34,7 +34,7 @@ protected:
     }
 
     const GameTables& mount() {
-        data_ = mountDataRoots({folder_ / "game", {folder_ / "mod"}, {}});
+        data_ = mountDataRoots({folder_ / "game", {folder_ / "mod"}, {}}, io::greyscaleRamp());
         return data_->tables;
     }
 
