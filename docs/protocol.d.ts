@@ -591,8 +591,8 @@ export interface BosOptions {
     linearScale: number;
     /** COB units of `<1>`, 182 by default. */
     angularScale: number;
-    /** The first of each pair is the default. */
-    implicitReturn: "safe" | "compat";
+    /** Of the words the first is the default. */
+    implicitReturn: "safe" | "compat" | "last-word";
     valuelessReturn: "push0" | "bare";
     argumentOrder: "vm" | "source";
 }
