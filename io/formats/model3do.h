@@ -43,6 +43,10 @@ inline constexpr int kMax3doNesting = 256;
 /// every piece or face that points at them.
 inline constexpr std::size_t kMax3doArrayBytes = std::size_t{64} << 20;
 
+/// Bytes of a vertex and of a face in those arrays.
+inline constexpr std::size_t k3doVertexSize = 12;
+inline constexpr std::size_t k3doPrimitiveSize = 32;
+
 /// Reads a 3DO file. Throws std::runtime_error "3DO data too small" when the buffer is shorter than
 /// one header, an array runs past its end, or shared arrays exceed `kMax3doArrayBytes`. A header
 /// that the tree meets again ends the chain of siblings it stands in.
