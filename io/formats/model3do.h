@@ -22,6 +22,8 @@ struct Model3doPrimitive {
     std::optional<std::string> textureName;
     /// The editor's own markings; the format keeps them in a field that the game does not use.
     std::array<bool, 3> flags{};
+
+    bool operator==(const Model3doPrimitive&) const = default;
 };
 
 /// One piece of a model with the pieces that hang from it.

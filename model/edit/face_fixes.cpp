@@ -50,13 +50,18 @@ std::size_t removeSelected(EditedModel& model, const FaceSelection& selection) {
     return count;
 }
 
-/// Changes each of the named faces in place; `change` tells whether it did.
+/// Changes each of the named faces in place.
 template <typename Change>
 std::size_t changeNamed(EditedModel& model, const ModelFix& fix, Change&& change) {
     std::size_t count = 0;
-    for (const auto& [piece, indices] : selectFaces(model, fix.faces.value()))
-        for (const std::size_t i : indices)
-            if (change(model.pieces[piece]->primitives[i])) ++count;
+    for (const auto& [piece, indices] : selectFaces(model, fix.faces.value())) {
+        for (const std::size_t i : indices) {
+            Model3doPrimitive& face = model.pieces[piece]->primitives[i];
+            const Model3doPrimitive before = face;
+            change(face);
+            if (face != before) ++count;
+        }
+    }
     return count;
 }
 
@@ -179,10 +184,7 @@ std::size_t removeTwins(EditedModel& model, const ModelFix& fix) {
 }
 
 std::size_t flipFaces(EditedModel& model, const ModelFix& fix) {
-    return changeNamed(model, fix, [](Model3doPrimitive& face) {
-        reverseCorners(face);
-        return face.vertexIndices.size() > 2;
-    });
+    return changeNamed(model, fix, reverseCorners);
 }
 
 std::size_t deleteFaces(EditedModel& model, const ModelFix& fix) {
@@ -246,30 +248,24 @@ std::size_t triangulateFaces(EditedModel& model, const ModelFix& fix) {
 std::size_t turnCorners(EditedModel& model, const ModelFix& fix) {
     return changeNamed(model, fix, [&](Model3doPrimitive& face) {
         auto& corners = face.vertexIndices;
-        if (corners.empty()) return false;
+        if (corners.empty()) return;
         const auto count = static_cast<std::int64_t>(corners.size());
         const std::int64_t by = (fix.byCorners.value_or(1) % count + count) % count;
         std::ranges::rotate(corners, corners.begin() + by);
-        return by != 0;
     });
 }
 
 std::size_t setTexture(EditedModel& model, const ModelFix& fix) {
     return changeNamed(model, fix, [&](Model3doPrimitive& face) {
-        if (face.textureName == fix.texture) return false;
         face.textureName = fix.texture;
         face.color.reset();
-        return true;
     });
 }
 
 std::size_t setColor(EditedModel& model, const ModelFix& fix) {
-    const auto color = static_cast<std::uint8_t>(fix.color.value());
     return changeNamed(model, fix, [&](Model3doPrimitive& face) {
-        if (!face.textureName && face.color == color) return false;
         face.textureName.reset();
-        face.color = color;
-        return true;
+        face.color = static_cast<std::uint8_t>(fix.color.value());
     });
 }
 

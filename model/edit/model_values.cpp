@@ -16,11 +16,6 @@ using io::Model3doPrimitive;
 constexpr double kStepsPerUnit = 65536;
 constexpr double kEndOfGrid = 32768;
 
-bool isSameFace(const Model3doPrimitive& a, const Model3doPrimitive& b) {
-    return a.vertexIndices == b.vertexIndices && a.color == b.color &&
-           a.textureName == b.textureName && a.flags == b.flags;
-}
-
 std::size_t heapSize(const std::string& text) {
     constexpr std::size_t kInPlace = 15;
     return text.capacity() > kInPlace ? text.capacity() + 1 : 0;
@@ -48,9 +43,7 @@ Model3doObject copyModel(const Model3doObject& root) {
 
 bool isSameModel(const Model3doObject& a, const Model3doObject& b) {
     return a.name == b.name && a.position == b.position && a.vertices == b.vertices &&
-           a.selectionPrimitive == b.selectionPrimitive &&
-           std::equal(a.primitives.begin(), a.primitives.end(), b.primitives.begin(),
-                      b.primitives.end(), isSameFace) &&
+           a.selectionPrimitive == b.selectionPrimitive && a.primitives == b.primitives &&
            std::equal(a.children.begin(), a.children.end(), b.children.begin(), b.children.end(),
                       [](const auto& x, const auto& y) { return isSameModel(*x, *y); });
 }

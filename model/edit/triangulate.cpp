@@ -65,8 +65,8 @@ private:
         });
     }
 
-    /// The first ear behind the first corner; when there is none, a corner on a straight line, which
-    /// can go without a triangle.
+    /// The first ear behind the first corner; when there is none, a corner on a straight line,
+    /// which can go without a triangle.
     std::optional<std::size_t> nextEar() const {
         std::optional<std::size_t> straight;
         for (std::size_t i = 1; i <= left_.size(); ++i) {
