@@ -39,6 +39,9 @@ public:
     /// There is a step to undo or redo.
     bool hasEdits() const { return steps_.size() > 1; }
 
+    /// What all kept models take, in bytes.
+    std::size_t memory() const { return bytes_; }
+
     /// Marks the present model as saved.
     void markSaved() { saved_ = steps_[position_].model; }
     /// The model that was saved last.
