@@ -42,6 +42,7 @@ const std::vector<Use>& uses() {
         {".fbi", "fbi_edit", std::string("\x03NewKey=a b\nbuildtime\nName=\n")},
         {".fbi", "text"},
         {".3do", "model"},
+        {".3do", "model_fix"},
         {".cob", "cob"},
         {".cob", "disassembler", "\x01"},
         {".cob", "lints", "\x06\x01"},
