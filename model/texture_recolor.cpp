@@ -1,0 +1,123 @@
+#include "model/texture_recolor.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+#include "model/oklab.h"
+
+namespace orb::unitview {
+namespace {
+
+/// A colour nearer to grey has no hue that anyone would name.
+constexpr double kLeastChroma = 0.04;
+/// Shades of one paint differ by less, in radians.
+constexpr double kHueReach = std::numbers::pi / 6;
+
+io::IndexSet teamIndices() {
+    io::IndexSet set;
+    for (std::size_t i = 0; i < set.size(); ++i)
+        set[i] = io::isTeamBand(static_cast<std::uint8_t>(i));
+    return set;
+}
+
+io::IndexSet indicesOf(const io::TeamBand& band) {
+    io::IndexSet set;
+    for (std::size_t i = band.first; i <= band.last; ++i) set.set(i);
+    return set;
+}
+
+template <typename Visit>
+void forEachIndex(const io::IndexSet& set, Visit visit) {
+    for (std::size_t i = 0; i < set.size(); ++i)
+        if (set[i]) visit(static_cast<std::uint8_t>(i));
+}
+
+io::IndexSet usedIndices(const io::GafColorUse& use) {
+    io::IndexSet used;
+    for (std::size_t i = 0; i < used.size(); ++i) used[i] = use.pixels[i] > 0;
+    return used;
+}
+
+/// `used` as far as it has the hue of its most saturated colour.
+io::IndexSet shadesOfMainHue(const io::IndexSet& used, const PaletteMatcher& palette) {
+    OkLab main;
+    forEachIndex(used, [&](std::uint8_t index) {
+        if (palette.color(index).chroma() > main.chroma()) main = palette.color(index);
+    });
+    io::IndexSet shades;
+    forEachIndex(used, [&](std::uint8_t index) {
+        const OkLab& color = palette.color(index);
+        const double turn = std::remainder(color.hue() - main.hue(), 2 * std::numbers::pi);
+        shades[index] = color.chroma() >= kLeastChroma && std::abs(turn) <= kHueReach;
+    });
+    return shades;
+}
+
+/// Where the lightnesses of `shades` go: the lightest to the first index of the band, the darkest
+/// to the last one.
+std::vector<IndexChange> spreadOver(const io::TeamBand& band, const io::IndexSet& shades,
+                                    const io::IndexSet& barred, const PaletteMatcher& palette) {
+    double darkest = std::numeric_limits<double>::infinity();
+    double lightest = -darkest;
+    forEachIndex(shades, [&](std::uint8_t index) {
+        darkest = std::min(darkest, palette.color(index).lightness);
+        lightest = std::max(lightest, palette.color(index).lightness);
+    });
+    const double range = std::max(lightest - darkest, std::numeric_limits<double>::min());
+    std::vector<IndexChange> changes;
+    forEachIndex(shades, [&](std::uint8_t index) {
+        const double share = (lightest - palette.color(index).lightness) / range;
+        auto to = static_cast<std::uint8_t>(
+            band.first + std::lround(share * static_cast<double>(band.last - band.first)));
+        if (barred[to]) to = palette.nearest(palette.color(to), barred).value_or(index);
+        if (to != index) changes.push_back({index, to});
+    });
+    return changes;
+}
+
+}  // namespace
+
+std::vector<IndexChange> suggestRecolor(const io::GafColorUse& use, const io::Palette& palette,
+                                        RecolorDirection direction) {
+    const PaletteMatcher matcher(palette);
+    const io::IndexSet team = teamIndices();
+    const io::IndexSet used = usedIndices(use);
+    if (direction == RecolorDirection::toward) {
+        const io::TeamBand& band = io::kTeamBands.front();
+        const io::IndexSet barred = ~indicesOf(band) | use.seeThrough;
+        return spreadOver(band, shadesOfMainHue(used & ~team, matcher), barred, matcher);
+    }
+    std::vector<IndexChange> changes;
+    forEachIndex(used & team, [&](std::uint8_t index) {
+        if (const auto to = matcher.nearest(matcher.color(index), team | use.seeThrough))
+            changes.push_back({index, *to});
+    });
+    return changes;
+}
+
+double colorDistance(const io::Palette& palette, const IndexChange& change) {
+    return distance(okLab(palette[change.from]), okLab(palette[change.to]));
+}
+
+std::uint64_t teamPixels(const io::GafColorUse& use) {
+    std::uint64_t count = 0;
+    forEachIndex(teamIndices(), [&](std::uint8_t index) { count += use.pixels[index]; });
+    return count;
+}
+
+io::GafRecolored recolorTexture(io::ByteView gaf, std::size_t index,
+                                std::span<const IndexChange> changes, const io::Palette& palette) {
+    io::IndexMap map = io::identityMap();
+    for (const auto& [from, to] : changes) map[from] = to;
+    const PaletteMatcher matcher(palette);
+    const io::IndexSet team = teamIndices();
+    return io::recolorGafEntry(
+        gaf, index, map, [&](std::uint8_t wanted, const io::IndexSet& seeThrough) {
+            return matcher.nearest(matcher.color(wanted),
+                                   seeThrough | (team[wanted] ? ~team : team));
+        });
+}
+
+}  // namespace orb::unitview
