@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <functional>
 #include <numbers>
 
 #include "model/oklab.h"
@@ -55,25 +55,30 @@ io::IndexSet shadesOfMainHue(const io::IndexSet& used, const PaletteMatcher& pal
     return shades;
 }
 
-/// Where the lightnesses of `shades` go: the lightest to the first index of the band, the darkest
-/// to the last one.
-std::vector<IndexChange> spreadOver(const io::TeamBand& band, const io::IndexSet& shades,
-                                    const io::IndexSet& barred, const PaletteMatcher& palette) {
-    double darkest = std::numeric_limits<double>::infinity();
-    double lightest = -darkest;
-    forEachIndex(shades, [&](std::uint8_t index) {
-        darkest = std::min(darkest, palette.color(index).lightness);
-        lightest = std::max(lightest, palette.color(index).lightness);
-    });
-    const double range = std::max(lightest - darkest, std::numeric_limits<double>::min());
+/// The indices of a set, the lightest colour first.
+std::vector<std::uint8_t> byLightness(const io::IndexSet& set, const PaletteMatcher& palette) {
+    std::vector<std::uint8_t> indices;
+    forEachIndex(set, [&](std::uint8_t index) { indices.push_back(index); });
+    std::ranges::stable_sort(indices, std::ranges::greater(),
+                             [&](std::uint8_t index) { return palette.color(index).lightness; });
+    return indices;
+}
+
+/// Spreads shades over a ramp: the lightest goes to its lightest index, the darkest to its darkest,
+/// those between in proportion.
+std::vector<IndexChange> spreadOver(const std::vector<std::uint8_t>& ramp,
+                                    const std::vector<std::uint8_t>& shades,
+                                    const PaletteMatcher& palette) {
+    if (ramp.empty() || shades.empty()) return {};
+    const double lightest = palette.color(shades.front()).lightness;
+    const double range = lightest - palette.color(shades.back()).lightness;
     std::vector<IndexChange> changes;
-    forEachIndex(shades, [&](std::uint8_t index) {
-        const double share = (lightest - palette.color(index).lightness) / range;
-        auto to = static_cast<std::uint8_t>(
-            band.first + std::lround(share * static_cast<double>(band.last - band.first)));
-        if (barred[to]) to = palette.nearest(palette.color(to), barred).value_or(index);
-        if (to != index) changes.push_back({index, to});
-    });
+    for (const std::uint8_t shade : shades) {
+        const double share = range > 0 ? (lightest - palette.color(shade).lightness) / range : 0;
+        const double place = std::round(share * static_cast<double>(ramp.size() - 1));
+        changes.push_back({shade, ramp[static_cast<std::size_t>(place)]});
+    }
+    std::ranges::sort(changes, {}, &IndexChange::from);
     return changes;
 }
 
@@ -85,9 +90,9 @@ std::vector<IndexChange> suggestRecolor(const io::GafColorUse& use, const io::Pa
     const io::IndexSet team = teamIndices();
     const io::IndexSet used = usedIndices(use);
     if (direction == RecolorDirection::toward) {
-        const io::TeamBand& band = io::kTeamBands.front();
-        const io::IndexSet barred = ~indicesOf(band) | use.seeThrough;
-        return spreadOver(band, shadesOfMainHue(used & ~team, matcher), barred, matcher);
+        const io::IndexSet ramp = indicesOf(io::kTeamBands.front()) & ~use.seeThrough;
+        const io::IndexSet shades = shadesOfMainHue(used & ~team, matcher);
+        return spreadOver(byLightness(ramp, matcher), byLightness(shades, matcher), matcher);
     }
     std::vector<IndexChange> changes;
     forEachIndex(used & team, [&](std::uint8_t index) {

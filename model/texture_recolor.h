@@ -20,8 +20,9 @@ enum class RecolorDirection { away, toward };
 
 /// What a texture needs to look the same to all players: for each index of the team bands in use,
 /// the colour outside of them that looks most like it. Or the reverse, for a part that is to show
-/// the player's colour: the colours around its most saturated hue, spread over the first band by
-/// lightness; nothing for a texture without any hue. No index becomes see-through.
+/// the player's colour: the colours around its most saturated hue, spread over the first band from
+/// the lightest to the darkest; nothing for a texture without any hue. No index becomes
+/// see-through.
 std::vector<IndexChange> suggestRecolor(const io::GafColorUse& use, const io::Palette& palette,
                                         RecolorDirection direction);
 
