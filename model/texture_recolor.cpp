@@ -11,9 +11,10 @@ namespace orb::unitview {
 namespace {
 
 /// A colour nearer to grey has no hue that anyone would name.
-constexpr double kLeastChroma = 0.04;
-/// Shades of one paint differ by less, in radians.
+constexpr double kLeastChroma = 0.03;
+/// Shades of one paint differ by less, in radians, and have at least this share of its saturation.
 constexpr double kHueReach = std::numbers::pi / 6;
+constexpr double kLeastSaturation = 1.0 / 3;
 
 io::IndexSet teamIndices() {
     io::IndexSet set;
@@ -47,10 +48,14 @@ io::IndexSet shadesOfMainHue(const io::IndexSet& used, const PaletteMatcher& pal
         if (palette.color(index).chroma() > main.chroma()) main = palette.color(index);
     });
     io::IndexSet shades;
+    if (main.chroma() < kLeastChroma) return shades;
+    // Darker shades have less chroma, in proportion to their lightness.
+    const double least = kLeastSaturation * main.chroma() / main.lightness;
     forEachIndex(used, [&](std::uint8_t index) {
         const OkLab& color = palette.color(index);
         const double turn = std::remainder(color.hue() - main.hue(), 2 * std::numbers::pi);
-        shades[index] = color.chroma() >= kLeastChroma && std::abs(turn) <= kHueReach;
+        shades[index] = color.chroma() > 0 && color.chroma() >= least * color.lightness &&
+                        std::abs(turn) <= kHueReach;
     });
     return shades;
 }
