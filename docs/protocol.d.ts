@@ -168,9 +168,12 @@ export interface Messages {
     "model-commit": Message<{ allowBackupCreation?: boolean }, "model-committed", WriteResult>;
 
     // Texture edits
-    "texture-suggest-remap": Unbuilt<"texture-remap-suggestion">;
-    "texture-preview-remap": Unbuilt<"texture-remap-preview">;
-    "texture-apply-remap": Unbuilt<"texture-remap-applied">;
+    "texture-suggest-remap": Message<
+        { textureName: string; direction?: "away" | "toward" }, "texture-remap-suggestion",
+        RemapSuggestion>;
+    "texture-preview-remap": Message<
+        { textureName: string; map?: IndexChange[] }, "texture-remap-preview", RemapPreview>;
+    "texture-apply-remap": Message<RemapRequest, "texture-remap-applied", RemapResult>;
 
     // Map mode
     "map-list": Unbuilt<"map-list-reply">;
@@ -847,6 +850,53 @@ export interface WriteResult {
 export interface PatchResult extends WriteResult {
     /** Keys whose values differ from before, written or not. */
     changed: string[];
+}
+
+// ---- Texture edits ----
+
+/** A palette index (0 to 255) that gives way to another. */
+export interface IndexChange {
+    from: number;
+    to: number;
+}
+
+export interface RemapSuggestion {
+    /** As its file spells it. */
+    textureName: string;
+    source: Source;
+    /** Of the first frame. */
+    width: number;
+    height: number;
+    frames: number;
+    /** Of all frames, what they share once; in a preview what remains afterwards. */
+    teamPixels: number;
+    totalPixels: number;
+    /** With the number of pixels that have `from`, and how different the colours look. */
+    map: (IndexChange & { pixels: number; distance: number })[];
+}
+
+export interface RemapPreview extends RemapSuggestion {
+    /** PNG files of the first frame. */
+    before_b64: string;
+    after_b64: string;
+    changedPixels: number;
+}
+
+interface RemapRequest {
+    textureName: string;
+    /** Out of the team bands when absent. */
+    map?: IndexChange[];
+    /** A mounted mod folder, where a texture of the base game is copied to. */
+    modPath?: string;
+    /** Consent to the first write's backup; false when absent. */
+    allowBackupCreation?: boolean;
+}
+
+export interface RemapResult extends WriteResult {
+    /** Written or not. */
+    changedPixels: number;
+    /** Other textures of the file that show changed pixels. */
+    alsoChanges: string[];
 }
 
 // ---- Diagnostics ----

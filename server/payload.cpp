@@ -160,6 +160,12 @@ std::optional<std::vector<Payload>> Payload::objects(const char* key) const {
         *value, [](const json& element) { return Payload(decodeAs<json::object_t>(element)); });
 }
 
+std::optional<std::vector<Payload>> Payload::elements(const char* key) const {
+    const json* const value = member(key);
+    if (!value) return std::nullopt;
+    return decodeArray(*value, [](const json& element) { return Payload(element); });
+}
+
 std::optional<Payload::Scalars> Payload::scalars(const char* key) const {
     const json* const value = member(key);
     if (!value) return std::nullopt;

@@ -46,6 +46,8 @@ public:
     std::optional<Payload> object(const char* key) const;
     /// The objects of an array member, each as a payload of its own.
     std::optional<std::vector<Payload>> objects(const char* key) const;
+    /// The same, but an element of another type fails only when its members are asked for.
+    std::optional<std::vector<Payload>> elements(const char* key) const;
 
     /// The members of an object member in ascending order of their keys: texts as they stand,
     /// numbers in decimal, true as "1" and false as "0", null as none.

@@ -59,6 +59,11 @@ Reply modelCommit(UnitViewSession&, const Payload&);
 // textures.cpp
 Reply unitTextures(UnitViewSession&, const Payload&);
 
+// texture_remap.cpp
+Reply textureSuggestRemap(UnitViewSession&, const Payload&);
+Reply texturePreviewRemap(UnitViewSession&, const Payload&);
+Reply textureApplyRemap(UnitViewSession&, const Payload&);
+
 // build_pictures.cpp
 Reply getUnitBuildpic(UnitViewSession&, const Payload&);
 Reply listUnitBuildpicSources(UnitViewSession&, const Payload&);

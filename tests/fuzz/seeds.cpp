@@ -54,6 +54,8 @@ const std::vector<Use>& uses() {
         {".cob", "two_interpreters", "\x03\x01\x02\x03\x01\x05\x06\x01"},
         {".pcx", "pcx"},
         {".gaf", "gaf"},
+        {".gaf", "gaf_recolor", std::string("\x00\x02\x60\x10\x61\x00", 6)},
+        {".png", "png", "\x01"},
         {".pal", "palette"},
         {".json", "unit_ir"},
         {".json", "text"},
