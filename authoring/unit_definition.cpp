@@ -36,7 +36,7 @@ io::Bytes readSource(const NamedSource& unit) {
     } catch (const std::exception& error) {
         throw RequestError(error.what());
     }
-    throw RequestError("could not locate source for " + unit.name);
+    throw sourceNotFound(unit.name);
 }
 
 /// The bytes that read back as this text, in the given encoding if there are such.
@@ -53,7 +53,7 @@ void requireEncodable(const FbiChange& change, io::TextEncoding encoding) {
 }
 
 EditResult refusedForBase(const UnitSource& source) {
-    return {"base-ta-refused", source.location.path, {}};
+    return {EditOutcome::refusedForBase, source.location.path, {}};
 }
 
 }  // namespace
@@ -70,8 +70,8 @@ EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io:
     WriteResult written = writeSource(io::systemFileOps(), file, bytes, allowBackupCreation);
     if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
     if (written.outcome == WriteOutcome::needsBackupConsent)
-        return {"needs-backup-consent", std::move(written.resolvedPath), {}};
-    return {"ok", std::move(written.resolvedPath), session.refreshAfterWrite(file)};
+        return {EditOutcome::needsBackupConsent, std::move(written.resolvedPath), {}};
+    return {EditOutcome::ok, std::move(written.resolvedPath), session.refreshAfterWrite(file)};
 }
 
 EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
@@ -94,7 +94,7 @@ PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::s
     for (const FbiChange& change : changes) requireEncodable(change, text.encoding);
 
     FbiEdit edit = editFbi(text.utf8, changes);
-    if (edit.changed.empty()) return {{"ok", unit.source.location.path, {}}, {}};
+    if (edit.changed.empty()) return {{EditOutcome::ok, unit.source.location.path, {}}, {}};
     const auto bytes = io::encodeGameText(edit.text, text.encoding);
     EditResult written = writeUnitFile(session, unit.source.location, io::asBytes(bytes.value()),
                                        allowBackupCreation);

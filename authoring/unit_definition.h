@@ -28,10 +28,11 @@ struct RawDefinition {
 RawDefinition readDefinition(const UnitViewSession& session,
                              const std::optional<std::string>& name);
 
-/// How a write of a unit's file ended.
+/// How a write of a unit's file ended; only `ok` has written anything.
+enum class EditOutcome { ok, needsBackupConsent, refusedForBase };
+
 struct EditResult {
-    /// "ok", "needs-backup-consent" or "base-ta-refused"; only the first has written anything.
-    std::string outcome;
+    EditOutcome outcome = EditOutcome::ok;
     std::filesystem::path resolvedPath;
     /// Why the loaded unit, reloaded from what was written, is not loaded any more.
     std::optional<std::string> reloadError;

@@ -83,7 +83,7 @@ Decoded Disassembler::decode() const {
                              std::vector<Name>& names, std::vector<bool>& isFound) {
         const bool isNew = seen.add(text, index);
         names.push_back({text, {}, !isNew || !isPlainName(text)});
-        isFound.push_back(isNew && shownName(names.back()).size() <= kMaxReferredName);
+        isFound.push_back(isNew && writtenName(names.back()).size() <= kMaxReferredName);
     };
     NameTable pieces;
     for (std::size_t i = 0; i < cob_.pieces.size(); ++i)

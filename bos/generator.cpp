@@ -45,7 +45,7 @@ private:
     void named(const ExpressionItem& item);
     std::uint32_t piece(const Name& name);
     void noteMotion(const Statement& statement, std::uint32_t piece);
-    bool isZero(const Expression& expression) const;
+    bool isWrittenAsZero(const Expression& expression) const;
 
     std::uint32_t here() const { return static_cast<std::uint32_t>(out_.cob.code.size()); }
     void emit(Op op) { word(opcodeRow(op).value); }
@@ -354,7 +354,7 @@ std::uint32_t Generator::piece(const Name& name) {
 void Generator::noteMotion(const Statement& statement, std::uint32_t piece) {
     const auto motion = [&](Op op) { return std::tuple(op, piece, statement.axis); };
     if (statement.op == Op::move || statement.op == Op::turn) {
-        if (isZero(statement.values[0])) {
+        if (isWrittenAsZero(statement.values[0])) {
             standing_.insert(motion(statement.op));
         } else {
             standing_.erase(motion(statement.op));
@@ -368,7 +368,7 @@ void Generator::noteMotion(const Statement& statement, std::uint32_t piece) {
     }
 }
 
-bool Generator::isZero(const Expression& expression) const {
+bool Generator::isWrittenAsZero(const Expression& expression) const {
     const ExpressionItem& item = program_.items[expression.from];
     if (expression.to != expression.from + 1) return false;
     if (item.kind == ExpressionItem::Kind::number) return item.number == 0;

@@ -75,6 +75,7 @@ public:
 
     // The operations below throw std::runtime_error "no unit loaded" without an instance.
 
+    CobInstance& instance() const;
     /// Removes every thread; statics and poses stay.
     void stopAll();
     /// Throws std::runtime_error "script not found: " and the name.
@@ -96,7 +97,6 @@ public:
 private:
     friend void cobInstallDebugHooks(CobInstance& instance, CobDebugger& debugger);
 
-    CobInstance& instance() const;
     bool shouldPause(std::uint32_t pc);
     void pauseAt(std::uint32_t pc);
     void limitQuestions();

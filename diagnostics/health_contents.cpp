@@ -101,7 +101,7 @@ void checkPalette(const Context& context, Rows& rows) {
                         "no textures referenced by the 3DO — nothing to tint"});
         return;
     }
-    const auto textures = context.data.textures.find(names);
+    const auto textures = context.data.pictures.textures.find(names);
     for (std::size_t i = 0; i < names.size(); ++i)
         if (textures[i]) rows.push_back(describeTexture(context, names[i], *textures[i]));
 }

@@ -7,7 +7,8 @@
 #include "diagnostics/health_checks.h"
 #include "io/ascii.h"
 #include "io/path_text.h"
-#include "model/build_pictures.h"
+#include "session/unit_details.h"
+#include "session/unit_pictures.h"
 
 namespace orb::unitview::health {
 namespace {
@@ -19,7 +20,8 @@ bool fileExists(const Context& context, const std::string& path) {
 std::string describePictures(const std::vector<BuildPictureSource>& pictures) {
     std::string text;
     for (const BuildPictureSource& picture : pictures)
-        text += fmt::format("{}{} {}", text.empty() ? "" : "; ", picture.format, picture.path);
+        text += fmt::format("{}{} {}", text.empty() ? "" : "; ", formatName(picture.format),
+                            picture.path);
     return text;
 }
 
@@ -84,12 +86,9 @@ void checkBuildPicture(const Context& context, Rows& rows) {
     constexpr std::string_view kTitle = "Build picture";
     const std::string& unitName = context.unit.name;
     const std::string& buildPic = context.unit.fbi.buildPic;
-    const std::string& name = buildPic.empty() ? unitName : buildPic;
-    const MountedData& data = context.data;
-
-    auto pictures = findBuildPictures(data.files, data.animations, name);
-    const bool isFallback = pictures.empty() && !io::equalsIgnoringCase(name, unitName);
-    if (isFallback) pictures = findBuildPictures(data.files, data.animations, unitName);
+    const std::string& name = buildPictureName(buildPic, unitName);
+    const UnitPictures found = findUnitPictures(context.data, unitName, buildPic);
+    const std::vector<BuildPictureSource>& pictures = found.sources;
 
     const auto add = [&](CheckStatus status, std::string detail) {
         rows.push_back({kTitle, name, status, std::move(detail)});
@@ -97,10 +96,11 @@ void checkBuildPicture(const Context& context, Rows& rows) {
     const std::string list = describePictures(pictures);
     if (pictures.empty())
         add(CheckStatus::warn, "no build picture in any source — blank build-menu icon");
-    else if (isFallback)
+    else if (found.isFallback)
         add(CheckStatus::warn,
             fmt::format("BuildPic '{}' has no art; using the unit-name fallback ({})", name, list));
-    else if (std::ranges::find(pictures, "pcx", &BuildPictureSource::format) != pictures.end())
+    else if (std::ranges::find(pictures, BuildPictureFormat::pcx, &BuildPictureSource::format) !=
+             pictures.end())
         add(CheckStatus::ok, list);
     else
         add(CheckStatus::warn,

@@ -58,7 +58,7 @@ ModernizerPreview previewModernizer(const LoadedUnit& unit, const MountedData& d
     preview.assetId = io::lowerCased(unit.name);
     preview.mesh = describeMesh(mesh);
     if (unit.cob) preview.scriptPieceCount = unit.cob->pieces.size();
-    const auto textures = data.textures.find(mesh.textureNames);
+    const auto textures = data.pictures.textures.find(mesh.textureNames);
     for (std::size_t i = 0; i < textures.size(); ++i)
         (textures[i] ? preview.resolvedTextures : preview.missingTextures)
             .push_back(mesh.textureNames[i]);

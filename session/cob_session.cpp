@@ -43,11 +43,6 @@ void CobSession::loadTemporary(io::ByteView file) {
     }
 }
 
-CobInstance& CobSession::requireInstance() {
-    if (!instance_) throw std::runtime_error("no unit loaded");
-    return *instance_;
-}
-
 void CobSession::build(const std::shared_ptr<const io::CobFile>& file) {
     std::unique_ptr<CobInstance> instance;
     if (file) {

@@ -6,13 +6,11 @@
 #include <fmt/format.h>
 
 #include "io/ascii.h"
+#include "io/game_paths.h"
 #include "server/logger.h"
 
 namespace orb::unitview {
 namespace {
-
-constexpr std::string_view kUnitsDirectory = "units";
-constexpr std::string_view kFbiSuffix = ".fbi";
 
 const UnitDeclaration* findDeclaration(const UnitCatalogue::NameIndex& index, std::string_view name,
                                        bool (*accepts)(const UnitDeclaration*)) {
@@ -35,9 +33,9 @@ std::shared_ptr<UnitCatalogue::LayerUnits> UnitCatalogue::readLayer(const io::Vf
     auto contents = std::make_shared<LayerUnits>();
     const auto visit = [&](std::string_view name, const std::optional<io::Bytes>& content,
                            std::string_view error) {
-        std::string stem(name.substr(0, name.size() - kFbiSuffix.size()));
+        std::string stem(io::kUnitFiles.stem(name));
         contents->fileStems.push_back(io::upperCased(stem));
-        LayerFile file{&layer, fmt::format("{}/{}", kUnitsDirectory, name)};
+        LayerFile file{&layer, fmt::format("{}/{}", io::kUnitFiles.folder, name)};
         if (!content) {
             LogLine(LogLevel::warn)
                 << "[catalogue] cannot read " << locationText(file.location()) << ": " << error;
@@ -52,7 +50,7 @@ std::shared_ptr<UnitCatalogue::LayerUnits> UnitCatalogue::readLayer(const io::Vf
         unit->info = std::move(*info);
         contents->units.push_back(std::move(unit));
     };
-    layer.files->forEachFile(kUnitsDirectory, kFbiSuffix, visit);
+    layer.files->forEachFile(io::kUnitFiles.folder, io::kUnitFiles.extension, visit);
     std::ranges::sort(contents->units, {},
                       [](const auto& unit) -> const std::string& { return unit->fileStem; });
     return contents;

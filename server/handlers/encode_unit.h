@@ -2,18 +2,15 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "session/unit_view_session.h"
+#include "session/unit_details.h"
 
-/// JSON forms that replies about units share.
+/// JSON forms of units.
 namespace orb::unitview::ipc {
-
-/// {"kind", "path", "internalPath" (archives only), "inBaseTa"}.
-nlohmann::json encodeSource(const UnitSource& source);
 
 /// Every key of a definition, typed, and "buildOptions".
 nlohmann::json encodeFbi(const io::FbiUnitInfo& fbi);
 
 /// The whole "unit-loaded" payload.
-nlohmann::json encodeLoadedUnit(const LoadedUnit& unit, const MountedData& data);
+nlohmann::json encodeLoadedUnit(const LoadedUnit& unit, const UnitDetails& details);
 
 }  // namespace orb::unitview::ipc

@@ -6,7 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "io/formats/gaf.h"
-#include "server/logger.h"
+#include "tests/quiet_log.h"
+#include "tests/test_folder.h"
 
 namespace orb::unitview {
 namespace {
@@ -17,19 +18,10 @@ namespace fs = std::filesystem;
 class UnitHealthTest : public testing::Test {
 protected:
     UnitHealthTest() {
-        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        folder_ = fs::temp_directory_path() / (std::string("orb_health_") + test->name());
-        fs::remove_all(folder_);
-        logger_.setEcho(false);
-        setCurrentLogger(&logger_);
         for (const char* path : {"objects3d/TOY.3do", "scripts/TOY.cob", "unitpics/TOY.pcx"})
             write(path, "");
         unit_.name = "TOY";
         unit_.model.name = "base";
-    }
-    ~UnitHealthTest() override {
-        setCurrentLogger(nullptr);
-        fs::remove_all(folder_);
     }
 
     void write(const std::string& path, std::string_view text) {
@@ -54,8 +46,9 @@ protected:
         return rows;
     }
 
-    fs::path folder_;
-    Logger logger_;
+    TestFolder testFolder_;
+    fs::path folder_ = testFolder_.path();
+    QuietLog quiet_;
     UnitViewSession session_;
     LoadedUnit unit_;
 };

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "io/archive/hpi_writer.h"
-#include "server/logger.h"
 #include "session/unit_view_session.h"
 #include "tests/io/archive_fixture.h"
+#include "tests/quiet_log.h"
 
 namespace orb::unitview {
 namespace {
@@ -45,9 +45,7 @@ std::string describe(const UnitViewSession& session) {
 
 // Only what may have changed is read again; the result must be that of mounting everything.
 TEST(RefreshTest, LeavesWhatMountingWouldRead) {
-    Logger quiet;
-    quiet.setEcho(false);
-    setCurrentLogger(&quiet);
+    const QuietLog quiet;
     const io::TestFolder folder;
     const DataRootsRequest roots{folder.path() / "game", {folder.path() / "mod"}, {}};
     fs::create_directories(roots.taDataPath);
@@ -79,7 +77,6 @@ TEST(RefreshTest, LeavesWhatMountingWouldRead) {
         mounted.setDataRoots(roots);
         EXPECT_EQ(describe(session), describe(mounted));
     }
-    setCurrentLogger(nullptr);
 }
 
 }  // namespace

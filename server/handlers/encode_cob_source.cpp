@@ -1,7 +1,11 @@
-#include "server/handlers/encode_bos.h"
+#include "server/handlers/encode_cob_source.h"
 
 #include <stdexcept>
 
+#include <nlohmann/json.hpp>
+
+#include "diagnostics/script_family.h"
+#include "server/base64.h"
 #include "session/request_error.h"
 
 namespace orb::unitview::ipc {
@@ -28,6 +32,29 @@ auto decodeWord(const Payload& options, const char* key, Named&& named)
     const auto value = named(*word);
     if (!value) throw RequestError("unknown " + std::string(key) + ": " + *word);
     return value;
+}
+
+json encodeLint(const Lint& lint) {
+    return {{"severity", severityWord(lint.severity)},
+            {"code", lint.code},
+            {"message", lint.message},
+            {"scriptIndex", lint.scriptIndex},
+            {"scriptName", lint.target}};
+}
+
+json encodeScriptSummary(const ScriptSummary& script) {
+    return {{"name", script.name},
+            {"family", scriptFamily(script.name)},
+            {"instrCount", script.instructionCount},
+            {"calls", script.calls},
+            {"starts", script.starts},
+            {"flags",
+             {{"sleep", script.sleeps},
+              {"wait", script.waitsForTurn || script.waitsForMove},
+              {"signal", script.signals},
+              {"emitSfx", script.emitsSfx},
+              {"explode", script.explodes},
+              {"loop", script.loops}}}};
 }
 
 }  // namespace
@@ -66,6 +93,37 @@ json encodeLineSpans(std::span<const CobLineSpan> spans) {
     for (const CobLineSpan& span : spans)
         result.push_back({{"from", span.from}, {"to", span.to}, {"line", span.line}});
     return result;
+}
+
+json encodeCode(const bos::GeneratedCode& code) {
+    const io::CobFile& cob = code.cob;
+    json scripts = json::array();
+    for (const auto& script : cob.scripts)
+        scripts.push_back({{"name", script.name}, {"entry", script.entry}});
+    return {{"cob_b64", encodeBase64(io::writeCob(cob))},
+            {"codeWords", cob.code.size()},
+            {"scripts", std::move(scripts)},
+            {"pieces", cob.pieces},
+            {"staticVars", cob.staticVarCount},
+            {"lineSpans", encodeLineSpans(code.lineSpans)}};
+}
+
+json encodeScripts(std::span<const bos::ScriptComparison> scripts) {
+    json result = json::array();
+    for (const bos::ScriptComparison& script : scripts)
+        result.push_back({{"name", script.name},
+                          {"status", bos::statusText(script.status)},
+                          {"words", script.words},
+                          {"differing", script.differing}});
+    return result;
+}
+
+json encodeAnalysis(const CobAnalysis& analysis) {
+    json lints = json::array(), scripts = json::array();
+    for (const Lint& lint : analysis.lints) lints.push_back(encodeLint(lint));
+    for (const ScriptSummary& script : analysis.scripts)
+        scripts.push_back(encodeScriptSummary(script));
+    return {{"lints", std::move(lints)}, {"scriptSummary", std::move(scripts)}};
 }
 
 }  // namespace orb::unitview::ipc
