@@ -31,6 +31,7 @@ struct LayerFile {
 
     /// Where the file lies now; for one that has vanished since, where it would lie.
     io::FileLocation location() const;
+    bool operator==(const LayerFile&) const = default;
     bool isInBaseTa() const { return layer->rootKind == io::DataRootKind::base; }
 };
 

@@ -8,6 +8,7 @@
 #include "io/formats/palette.h"
 #include "session/cob_session.h"
 #include "session/lint_suppressions.h"
+#include "session/loaded_map.h"
 #include "session/loaded_unit.h"
 #include "session/mounted_data.h"
 
@@ -18,11 +19,11 @@ namespace orb::unitview {
 class UnitViewSession {
 public:
     /// Mounts the roots and reads catalogue and tables, then replaces what was mounted before; the
-    /// loaded unit stays. Throws std::invalid_argument "taDataPath must not be empty" or what
-    /// listing a root raises; then everything stays as it was.
+    /// loaded unit stays, a loaded map does not. Throws std::invalid_argument "taDataPath must not
+    /// be empty" or what listing a root raises; then everything stays as it was.
     const MountedData& setDataRoots(const DataRootsRequest& request);
 
-    /// Drops the mounted data and the loaded unit.
+    /// Drops the mounted data, the loaded unit and the loaded map.
     void clearDataRoots();
 
     /// The mounted data. Throws RequestError "data roots not set".
@@ -50,6 +51,14 @@ public:
     /// The loaded unit. Throws RequestError "no unit loaded; call load-unit first".
     const LoadedUnit& requireUnit() const;
 
+    /// Loads a map in place of the loaded one. Throws RequestError: "map name is required", "data
+    /// roots not set" or what `unitview::loadMap` throws; then the loaded map stays.
+    const LoadedMap& loadMap(const MapRequest& request);
+    /// Drops the loaded map; false when there was none.
+    bool exitMap();
+    /// The loaded map. Throws RequestError "no map loaded; call map-load first".
+    LoadedMap& requireMap() const;
+
     /// The loaded unit's running script.
     CobSession& cob() { return cob_; }
 
@@ -71,6 +80,7 @@ private:
     LintSuppressions lintSuppressions_;
     std::optional<LoadedUnit> unit_;
     CobSession cob_;
+    std::unique_ptr<LoadedMap> map_;
 };
 
 }  // namespace orb::unitview

@@ -39,7 +39,7 @@ struct UnitType {
     /// In map pixels.
     std::int32_t sightDistance = 0;
     bool isActiveWhenBuilt = true;
-    /// The slots, from 0, that hold a weapon.
+    /// The slots, from 0, that hold a weapon that is declared.
     std::vector<int> weaponSlots;
     /// The names of the model's pieces in model order.
     std::vector<std::string> pieces;

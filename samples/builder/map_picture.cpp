@@ -30,7 +30,7 @@ public:
         // rise to the east and to the south, in pixels per pixel
         const double east = (heightAt(x + 3, z) - heightAt(x - 3, z)) / 6;
         const double south = (heightAt(x, z + 3) - heightAt(x, z - 3)) / 6;
-        const double light = std::clamp(0.9 * (-east - south), -1.0, 1.0);
+        const double light = std::clamp(0.9 * (east + south), -1.0, 1.0);
         const double grain = noiseAt(x, z, 1) - 0.5, patch = patchAt(x, z) - 0.5;
         if (height < land_.seaLevel)
             return water(land_.seaLevel - height, light, grain + 0.6 * patch);
