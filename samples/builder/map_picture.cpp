@@ -36,9 +36,11 @@ public:
             return water(land_.seaLevel - height, light, grain + 0.6 * patch);
         const double slope = std::sqrt(east * east + south * south);
         const Ramp& ramp = rampAt(x, z, height, slope + 0.25 * patch, grain);
+        const bool isRock = ramp.first == colors_.rock.first;
         // land grows paler the higher it lies
-        const double base = 0.42 + 0.16 * (height - land_.seaLevel) / 150;
-        return step(ramp, base + 0.42 * light + 0.14 * grain + 0.2 * patch);
+        const double base = 0.44 + 0.16 * (height - land_.seaLevel) / 150;
+        return step(ramp, base + (isRock ? 0.24 : 0.36) * light + (isRock ? 0.26 : 0.14) * grain +
+                              0.2 * patch);
     }
 
 private:
@@ -87,7 +89,9 @@ private:
         for (const Stain& stain : stains_) {
             const double dx = cellX - stain.x, dz = cellZ - stain.z;
             const double away = std::sqrt(dx * dx + dz * dz) / stain.radius;
-            if (away + 0.7 * grain < 0.85) return stain.ramp;
+            const double inside = 1.15 - away + 1.6 * (patchAt(x, z) - 0.5);
+            if (away < 1.5 && grain + 0.5 < stain.share * std::min(1.0, 2 * inside))
+                return stain.ramp;
         }
         if (slope + 0.2 * grain > kRockSlope) return colors_.rock;
         if (height < land_.seaLevel + kShoreHeight * (1 + grain)) return colors_.shore;

@@ -86,6 +86,7 @@ private:
     void rough();
     void feature();
     void scatter();
+    bool isRoomAround(int x, int z) const;
     void place(const std::string& name, int x, int z);
 
     SourceText& source_;
@@ -124,7 +125,8 @@ void MapMaker::carryOut() {
         {"stain",
          [](MapMaker& m) {
              const auto [x, z] = m.point(1);
-             m.stains_.push_back({x, z, m.number(3, "the radius"), m.ramp(4)});
+             m.stains_.push_back(
+                 {x, z, m.number(3, "the radius"), m.ramp(4), m.number(5, "a share from 0 to 1")});
          }},
         {"hill", &MapMaker::hill},
         {"ridge", &MapMaker::ridge},
@@ -211,6 +213,16 @@ void MapMaker::feature() {
         place(name, source_.integer(word, "x"), source_.integer(word + 1, "z"));
 }
 
+/// No feature begins less than two cells away.
+bool MapMaker::isRoomAround(int x, int z) const {
+    for (int row = std::max(0, z - 1); row <= std::min(land_.depth - 1, z + 1); ++row)
+        for (int column = std::max(0, x - 1); column <= std::min(land_.width - 1, x + 1); ++column)
+            if (features_[static_cast<std::size_t>(row * land_.width + column)] !=
+                io::kTntNoFeature)
+                return false;
+    return true;
+}
+
 /// Features here and there in a circle, on dry ground that is not steep.
 void MapMaker::scatter() {
     const std::string& name = source_.word(1, "a feature");
@@ -226,8 +238,7 @@ void MapMaker::scatter() {
         if (x < 0 || z < 0 || x + 1 >= land_.width || z + 1 >= land_.depth) continue;
         const double here = land_.at(x, z);
         if (here <= land_.seaLevel + 2 || std::abs(here - land_.at(x + 1, z + 1)) > 12) continue;
-        if (features_[static_cast<std::size_t>(z * land_.width + x)] == io::kTntNoFeature)
-            place(name, x, z);
+        if (isRoomAround(x, z)) place(name, x, z);
     }
 }
 

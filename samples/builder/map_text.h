@@ -32,6 +32,8 @@ struct GroundColors {
 struct Stain {
     double x = 0, z = 0, radius = 0;
     Ramp ramp;
+    /// Of the pixels at its middle.
+    double share = 1;
 };
 
 /// Draws the ground with light from the north-west: the map's tiles, equal ones once, and its
