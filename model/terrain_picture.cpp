@@ -44,39 +44,41 @@ public:
         : map_(map),
           scale_(scale),
           side_(io::kTntTileSide / scale),
-          made_(map.tileCount()),
-          pixels_(map.tileCount() * side_ * side_),
           nothing_(std::size_t{side_} * side_),
+          placeOf_(map.tileCount(), kNotMade),
           reduce_(reduce) {}
 
     std::uint32_t side() const { return side_; }
 
-    /// `side()` rows of `side()` pixels.
+    /// `side()` rows of `side()` pixels, there until the next tile is asked for.
     const Pixel* at(std::uint32_t column, std::uint32_t row) {
         const auto tile = tileAt(map_, column, row);
         if (!tile) return nothing_.data();
-        Pixel* const reduced = pixels_.data() + std::size_t{*tile} * side_ * side_;
-        if (!made_[*tile]) {
-            made_[*tile] = true;
-            make(io::ByteView(map_.tiles).subspan(*tile * io::kTntTilePixels, io::kTntTilePixels),
-                 reduced);
+        std::size_t& place = placeOf_[*tile];
+        if (place == kNotMade) {
+            place = pixels_.size();
+            append(
+                io::ByteView(map_.tiles).subspan(*tile * io::kTntTilePixels, io::kTntTilePixels));
         }
-        return reduced;
+        return pixels_.data() + place;
     }
 
 private:
-    void make(io::ByteView tile, Pixel* reduced) {
+    static constexpr std::size_t kNotMade = ~std::size_t{0};
+
+    void append(io::ByteView tile) {
         for (std::uint32_t z = 0; z < side_; ++z)
             for (std::uint32_t x = 0; x < side_; ++x)
-                *reduced++ = reduce_(tile, x * scale_, z * scale_);
+                pixels_.push_back(reduce_(tile, x * scale_, z * scale_));
     }
 
     const io::TntFile& map_;
     std::uint32_t scale_;
     std::uint32_t side_;
-    std::vector<bool> made_;
-    std::vector<Pixel> pixels_;
     std::vector<Pixel> nothing_;
+    /// Where each tile of the file begins in `pixels_`, which holds those that were asked for.
+    std::vector<std::size_t> placeOf_;
+    std::vector<Pixel> pixels_;
     Reduce reduce_;
 };
 
