@@ -1,5 +1,8 @@
 #include "authoring/unit_definition.h"
 
+#include "authoring/backup.h"
+#include "authoring/safe_write.h"
+#include "io/files/folder_lock.h"
 #include "io/formats/tdf.h"
 #include "io/path_text.h"
 #include "io/vfs/directory_file_system.h"
@@ -61,13 +64,15 @@ EditResult refusedForBase(const UnitSource& source) {
 RawDefinition readDefinition(const UnitViewSession& session,
                              const std::optional<std::string>& name) {
     NamedSource unit = resolve(session, name);
+    const io::FolderLock lock(unit.source.location.path);
     auto [text, encoding] = io::decodeGameText(io::asText(readSource(unit)));
     return {std::move(unit.name), std::move(text), encoding, std::move(unit.source)};
 }
 
 EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io::ByteView bytes,
                          bool allowBackupCreation) {
-    WriteResult written = writeSource(io::systemFileOps(), file, bytes, allowBackupCreation);
+    const FileWrite write{file, io::Bytes(bytes.begin(), bytes.end())};
+    WriteResult written = writeSources(io::systemFileOps(), {&write, 1}, allowBackupCreation);
     if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
     if (written.outcome == WriteOutcome::needsBackupConsent)
         return {EditOutcome::needsBackupConsent, std::move(written.resolvedPath), {}};
@@ -77,9 +82,9 @@ EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io:
 EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
                           const std::string& text, bool allowBackupCreation) {
     const NamedSource unit = resolve(session, name);
-    if (!io::parseTdf(text).child("UNITINFO"))
-        throw RequestError("fbi-parse-error: no [UNITINFO] section");
+    if (!io::parseTdf(text).child(io::kUnitInfoSection)) throw RequestError(kNoUnitInfo);
     if (unit.source.inBaseTa) return refusedForBase(unit.source);
+    const io::FolderLock lock(unit.source.location.path);
     const io::TextEncoding encoding = io::decodeGameText(io::asText(readSource(unit))).encoding;
     return writeUnitFile(session, unit.source.location, io::asBytes(encodeReadably(text, encoding)),
                          allowBackupCreation);
@@ -90,6 +95,8 @@ PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::s
     checkFbiChanges(changes);
     const NamedSource unit = resolve(session, name);
     if (unit.source.inBaseTa) return {refusedForBase(unit.source), {}};
+    // What another editor writes between reading and writing would be lost.
+    const io::FolderLock lock(unit.source.location.path);
     const io::DecodedText text = io::decodeGameText(io::asText(readSource(unit)));
     for (const FbiChange& change : changes) requireEncodable(change, text.encoding);
 

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "authoring/fbi_edit.h"
-#include "authoring/safe_write.h"
 #include "io/text_encoding.h"
 #include "session/unit_view_session.h"
 
@@ -45,7 +44,7 @@ EditResult writeUnitFile(UnitViewSession& session, const io::FileLocation& file,
 
 /// Replaces a definition's text. It keeps its encoding unless that lacks one of the characters (or
 /// would be taken for UTF-8 when read back); then it becomes UTF-8. Throws RequestError
-/// "fbi-parse-error: no [UNITINFO] section".
+/// kNoUnitInfo.
 EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
                           const std::string& text, bool allowBackupCreation);
 

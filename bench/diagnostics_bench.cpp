@@ -1,6 +1,6 @@
 // Scans a game of 3,000 units in 40 archives and 3 mods for conflicts, against listing and reading
 // the same definitions once, and reports the health of its units, against units of a game of 30 in
-// as many archives.
+// as many archives, against the same units in loose files and against plainly reading those.
 
 #include <filesystem>
 
@@ -8,6 +8,7 @@
 
 #include "bench/figures.h"
 #include "bench/large_data_root.h"
+#include "bench/plain_read.h"
 #include "diagnostics/conflict_scan.h"
 #include "diagnostics/unit_health.h"
 
@@ -57,9 +58,13 @@ int main() {
     const fs::path folder = bench::dataFolder();
     const auto large = bench::makeLargeDataRoot(folder / "large");
     const auto small = bench::makeLargeDataRoot(folder / "few_units", {kSmallUnits, 40, 1'000'000});
-    UnitViewSession session, smallSession;
+    const fs::path looseGame =
+        bench::makeLargeDataRoot(folder / "loose", bench::looseFiles(kUnits)).game;
+    UnitViewSession session, smallSession, archives, loose;
     session.setDataRoots({large.game, large.mods, {}});
     smallSession.setDataRoots({small.game, small.mods, {}});
+    archives.setDataRoots({large.game, {}, {}});
+    loose.setDataRoots({looseGame, {}, {}});
 
     const auto scan = bench::measure(
         {[&] {
@@ -76,5 +81,19 @@ int main() {
          [&] { reportUnits(smallSession, smallUnits); }});
     bench::reportTime("health of a unit of 3000 / of a unit of 30", report[0], "ms", report[1],
                       kReports);
+
+    const auto archivedUnits = loadUnits(archives, kUnits);
+    const auto looseUnits = loadUnits(loose, kUnits);
+    std::vector<fs::path> files;
+    for (const unitview::LoadedUnit& unit : looseUnits)
+        for (auto& path : bench::listLooseUnitFiles(looseGame, unit.name))
+            files.push_back(std::move(path));
+    const auto looseReport = bench::measure({[&] { reportUnits(loose, looseUnits); },
+                                             [&] { reportUnits(archives, archivedUnits); },
+                                             [&] { bench::readPlainly(files); }});
+    bench::reportTime("health of a unit, loose files / archives", looseReport[0], "us",
+                      looseReport[1], kReports);
+    bench::reportTime("health of a unit, loose files / plain read of them", looseReport[0], "us",
+                      looseReport[2], kReports);
     return 0;
 }

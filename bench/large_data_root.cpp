@@ -10,6 +10,7 @@
 
 #include "cob/opcodes.h"
 #include "io/archive/hpi_writer.h"
+#include "io/ascii.h"
 #include "io/formats/cob_file.h"
 #include "io/formats/gaf.h"
 #include "io/formats/model3do.h"
@@ -253,12 +254,23 @@ io::Bytes makeTextures(std::size_t file) {
     return io::writeGaf(gaf, io::GafEncoding::plain);
 }
 
-void writeArchive(const fs::path& path, const std::vector<io::HpiInputFile>& files) {
-    const io::Bytes bytes = io::writeHpi(files);
+void writeFile(const fs::path& path, const io::Bytes& bytes) {
     std::ofstream out(path, std::ios::binary);
     out.write(reinterpret_cast<const char*>(bytes.data()),
               static_cast<std::streamsize>(bytes.size()));
     if (!out.flush()) throw std::runtime_error("cannot write " + path.generic_string());
+}
+
+void writeArchive(const fs::path& path, const std::vector<io::HpiInputFile>& files) {
+    writeFile(path, io::writeHpi(files));
+}
+
+void writeLoose(const fs::path& game, const std::vector<io::HpiInputFile>& files) {
+    for (const io::HpiInputFile& file : files) {
+        const fs::path path = loosePath(game, file.path);
+        fs::create_directories(path.parent_path());
+        writeFile(path, file.content);
+    }
 }
 
 void addUnit(std::vector<io::HpiInputFile>& files, std::size_t unit, std::size_t unitCount,
@@ -295,7 +307,10 @@ void writeGame(const fs::path& game, const LargeDataRootOptions& options) {
         if (textureBytes < noiseBytes)
             files.push_back({fmt::format("sounds/noise{:02}.wav", archive),
                              Random("sound", archive).noise(noiseBytes - textureBytes)});
-        writeArchive(game / fmt::format("data{:02}.hpi", archive), files);
+        if (options.isLoose)
+            writeLoose(game, files);
+        else
+            writeArchive(game / fmt::format("data{:02}.hpi", archive), files);
     }
 }
 
@@ -317,6 +332,11 @@ void writeMod(const fs::path& mod, std::size_t number, const LargeDataRootOption
 
 }  // namespace
 
+fs::path loosePath(const fs::path& game, std::string_view path) {
+    const std::size_t slash = path.find('/');
+    return game / io::upperCased(path.substr(0, slash)) / io::lowerCased(path.substr(slash + 1));
+}
+
 fs::path dataFolder() {
     return fs::temp_directory_path() / "orb_bench_data";
 }
@@ -324,7 +344,8 @@ fs::path dataFolder() {
 LargeDataRoot makeLargeDataRoot(const fs::path& directory, const LargeDataRootOptions& options) {
     const std::string stamp = fmt::format("{} {} {} {}", kGeneration, options.units,
                                           options.archives, options.noiseBytes);
-    const fs::path base = directory / fmt::format("large-{}-{}", options.units, options.archives);
+    const fs::path base = directory / fmt::format("{}-{}-{}", options.isLoose ? "loose" : "large",
+                                                  options.units, options.archives);
     LargeDataRoot roots{base / "game", {}};
     for (std::size_t i = 0; i < kMods; ++i) roots.mods.push_back(base / fmt::format("mod{}", i));
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <string_view>
 #include <vector>
 
 namespace orb::bench {
@@ -13,7 +14,14 @@ struct LargeDataRootOptions {
     /// Textures and sounds that do not compress, of all archives together. With the default units
     /// the archives are 220 MB on disk.
     std::uint64_t noiseBytes = 160'000'000;
+    /// The game's files lie loose instead, as modders have them: see `loosePath`.
+    bool isLoose = false;
 };
+
+/// A game of that many units in loose files.
+inline LargeDataRootOptions looseFiles(std::size_t units) {
+    return {.units = units, .noiseBytes = 1'000'000, .isLoose = true};
+}
 
 /// Data roots of the size of a game with many mods, made of noise and plausible texts.
 struct LargeDataRoot {
@@ -30,5 +38,9 @@ std::filesystem::path dataFolder();
 /// their weapons WEAPON0000. Throws std::runtime_error or a file system error when writing fails.
 LargeDataRoot makeLargeDataRoot(const std::filesystem::path& directory,
                                 const LargeDataRootOptions& options = {});
+
+/// Where a file of a loose game lies: its folder in capitals and its name in small letters, so that
+/// no file is found under the spelling by which it is asked for.
+std::filesystem::path loosePath(const std::filesystem::path& game, std::string_view path);
 
 }  // namespace orb::bench

@@ -1,7 +1,8 @@
 // Mounts a game of 3,000 units in 40 archives and loads units of it. Baselines of the same run:
 // mounting against plainly reading and inflating the same bytes, loading a unit against plainly
 // reading and inflating its three files, and against loading from a game of 30 units in one
-// archive.
+// archive. Then the same units in loose files, named in another case than they are asked for,
+// against the archives and against plainly opening and reading the files.
 
 #include <deque>
 #include <filesystem>
@@ -75,6 +76,26 @@ void benchLoading(UnitViewSession& session, const fs::path& game) {
                       kLoadedUnits);
 }
 
+void benchLooseFiles(UnitViewSession& archives) {
+    const fs::path game =
+        bench::makeLargeDataRoot(bench::dataFolder() / "loose", bench::looseFiles(kUnits)).game;
+    UnitViewSession loose;
+    loose.setDataRoots({game, {}, {}});
+    bench::require(loose.data().catalogue.roster().size() == kUnits, "loose units are missing");
+    std::vector<fs::path> files;
+    for (std::size_t i = 0; i < kLoadedUnits; ++i)
+        for (auto& path :
+             bench::listLooseUnitFiles(game, fmt::format("UNIT{:04}", i * 7919 % kUnits)))
+            files.push_back(std::move(path));
+    const auto timings =
+        bench::measure({[&] { loadUnits(loose, kUnits); }, [&] { loadUnits(archives, kUnits); },
+                        [&] { bench::require(bench::readPlainly(files) > 0, "empty files"); }});
+    bench::reportTime("load a unit, loose files / archives", timings[0], "us", timings[1],
+                      kLoadedUnits);
+    bench::reportTime("load a unit, loose files / plain read of them", timings[0], "us", timings[2],
+                      kLoadedUnits);
+}
+
 }  // namespace
 
 int main() {
@@ -84,5 +105,6 @@ int main() {
     benchMounting(session, game);
     benchRefresh(session);
     benchLoading(session, game);
+    benchLooseFiles(session);
     return 0;
 }

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <zlib.h>
 
+#include "bench/large_data_root.h"
 #include "io/archive/hpi_archive.h"
 #include "io/archive/hpi_format.h"
 
@@ -54,6 +55,8 @@ std::vector<fs::path> archivesOf(const fs::path& game) {
     return paths;
 }
 
+constexpr const char* kUnitFiles[] = {"units/{}.fbi", "objects3d/{}.3do", "scripts/{}.cob"};
+
 void addFile(PlainArchive& plain, const io::HpiEntry& entry) {
     if (const io::HpiFileEntry* const file = entry.file())
         plain.files.push_back({file->dataOffset, file->fileSize});
@@ -81,7 +84,7 @@ std::vector<PlainArchive> listUnitReads(const fs::path& game, std::string_view u
     for (const fs::path& path : archivesOf(game)) {
         const io::HpiArchive archive(path);
         PlainArchive plain{path, {}};
-        for (const char* pattern : {"units/{}.fbi", "objects3d/{}.3do", "scripts/{}.cob"})
+        for (const char* pattern : kUnitFiles)
             if (const auto* entry = archive.findFile(fmt::format(fmt::runtime(pattern), unit)))
                 addFile(plain, *entry);
         if (!plain.files.empty()) archives.push_back(std::move(plain));
@@ -105,6 +108,25 @@ std::size_t readPlainly(const std::vector<PlainArchive>& archives) {
         Bytes directory(word(header, 8) - word(header, 16));
         readInto(archive, directory);
         for (const PlainArchive::File& file : plain.files) total += inflatePlainly(archive, file);
+    }
+    return total;
+}
+
+std::vector<fs::path> listLooseUnitFiles(const fs::path& game, std::string_view unit) {
+    std::vector<fs::path> files;
+    for (const char* pattern : kUnitFiles)
+        files.push_back(loosePath(game, fmt::format(fmt::runtime(pattern), unit)));
+    return files;
+}
+
+std::size_t readPlainly(const std::vector<fs::path>& files) {
+    std::size_t total = 0;
+    for (const fs::path& path : files) {
+        std::ifstream in(path, std::ios::binary | std::ios::ate);
+        Bytes bytes(static_cast<std::size_t>(in.tellg()));
+        in.seekg(0);
+        readInto(in, bytes);
+        total += bytes.size();
     }
     return total;
 }

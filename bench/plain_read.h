@@ -33,4 +33,12 @@ std::size_t byteCount(const std::vector<PlainArchive>& archives);
 /// format allows, and forgets them. Returns their size.
 std::size_t readPlainly(const std::vector<PlainArchive>& archives);
 
+/// The paths of a unit's definition, model and script in a game of loose files.
+std::vector<std::filesystem::path> listLooseUnitFiles(const std::filesystem::path& game,
+                                                      std::string_view unit);
+
+/// The baseline of everything that reads loose files: opens and reads them, and forgets them.
+/// Returns their size.
+std::size_t readPlainly(const std::vector<std::filesystem::path>& files);
+
 }  // namespace orb::bench

@@ -25,7 +25,7 @@ public:
 private:
     std::string unlike(std::string name) const;
 
-    std::unordered_set<std::string_view, IgnoringCaseHash, IgnoringCaseEqual> taken_;
+    std::unordered_set<std::string_view, io::IgnoringCaseHash, io::IgnoringCaseEqual> taken_;
     /// What became of names that are taken: a file can take many in a row, and ask often.
     mutable std::unordered_map<std::string, std::string> replacements_;
 };

@@ -8,22 +8,9 @@
 
 namespace orb::unitview::bos {
 
-struct IgnoringCaseHash {
-    std::size_t operator()(std::string_view text) const {
-        std::size_t hash = 14695981039346656037ULL;  // FNV-1a
-        for (const char c : text)
-            hash = (hash ^ static_cast<unsigned char>(io::toLower(c))) * 1099511628211ULL;
-        return hash;
-    }
-};
-struct IgnoringCaseEqual {
-    bool operator()(std::string_view a, std::string_view b) const {
-        return io::equalsIgnoringCase(a, b);
-    }
-};
 template <typename Value>
 using IgnoringCaseMap =
-    std::unordered_map<std::string_view, Value, IgnoringCaseHash, IgnoringCaseEqual>;
+    std::unordered_map<std::string_view, Value, io::IgnoringCaseHash, io::IgnoringCaseEqual>;
 
 /// Declared names with their indices, found in any case. Borrows the texts.
 class NameTable {

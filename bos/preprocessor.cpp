@@ -8,11 +8,10 @@
 
 #include "bos/condition.h"
 #include "bos/constants.h"
+#include "io/game_paths.h"
 
 namespace orb::unitview::bos {
 namespace {
-
-constexpr std::string_view kScriptsDirectory = "scripts/";
 
 std::string directoryOf(std::string_view path) {
     const std::size_t slash = path.find_last_of("/\\");
@@ -101,7 +100,7 @@ void Preprocessor::include(const SourcePosition& at) {
         return diagnostics_.error(at, "E04", "include nesting too deep");
     const std::string file(name.text);
     if (includeFrom(sources_.back().directory + file, at)) return;
-    if (includeFrom(std::string(kScriptsDirectory) + file, at)) return;
+    if (includeFrom(fmt::format("{}/{}", io::kScriptSourceFiles.folder, file), at)) return;
     if (isStandardHeader(fileNameOf(file))) {
         diagnostics_.warning(
             at, "W6",

@@ -6,6 +6,7 @@
 #include "io/ascii.h"
 
 namespace orb::unitview::bos {
+
 bool TokenReader::acceptWord(std::string_view word) {
     if (current().kind != TokenKind::name || !io::equalsIgnoringCase(current().text, word))
         return false;
@@ -15,10 +16,6 @@ bool TokenReader::acceptWord(std::string_view word) {
 
 void TokenReader::expect(Symbol symbol, std::string_view shown) {
     if (!accept(symbol)) failExpecting(fmt::format("'{}'", shown));
-}
-
-void TokenReader::expectWord(std::string_view word) {
-    if (!acceptWord(word)) failExpecting(fmt::format("'{}'", word));
 }
 
 Name TokenReader::expectName(std::string_view what) {

@@ -43,7 +43,6 @@ public:
     bool acceptWord(std::string_view word);
 
     void expect(Symbol symbol, std::string_view shown);
-    void expectWord(std::string_view word);
     /// A name as declarations and references spell it; `what` is for the message.
     Name expectName(std::string_view what);
     std::uint8_t expectAxis();

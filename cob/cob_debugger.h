@@ -10,16 +10,9 @@
 #include <vector>
 
 #include "cob/cob_instance.h"
+#include "cob/cob_line_span.h"
 
 namespace orb::unitview {
-
-/// Code that one line of script source was compiled to; both offsets belong to it. Line 0 stands
-/// for code without a line.
-struct CobLineSpan {
-    std::uint32_t from = 0;
-    std::uint32_t to = 0;
-    std::uint32_t line = 0;
-};
 
 /// The source line of every code offset.
 class CobLineMap {

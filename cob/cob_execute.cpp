@@ -12,7 +12,9 @@
 
 #include "cob/cob_animation.h"
 #include "cob/cob_instruction_trace.h"
+#include "cob/cob_units.h"
 #include "cob/cob_vm.h"
+#include "cob/unit_values.h"
 #include "cob/wrapping.h"
 #include "server/logger.h"
 
@@ -279,17 +281,8 @@ void Execution::getUnitValue() {
     push(value);
 }
 
-/// Ids of `get` that the interpreter computes itself.
-enum ComputedValue : std::int32_t {
-    kXzAtan = 12,
-    kXzHypot = 13,
-    kAtan = 14,
-    kHypot = 15,
-    kSin = 30,
-    kCos = 31,
-    kTan = 32,
-    kSqrt = 34,
-};
+/// 1 as computed values show it.
+constexpr double kUnity = kLinearUnitsPerModelUnit;
 
 double hypotenuse(std::int32_t a, std::int32_t b) {
     return std::sqrt(static_cast<double>(a) * a + static_cast<double>(b) * b);
@@ -301,7 +294,6 @@ std::int32_t cobAtan(std::int32_t y, std::int32_t x) {
 
 /// The values that depend on nothing but the arguments.
 std::optional<std::int32_t> computedValue(std::int32_t id, std::int32_t a1, std::int32_t a2) {
-    constexpr double kUnity = 65536.0;
     const float radians = static_cast<float>(a1) * kRadiansPerCobAngle;
     switch (id) {
         case kAtan:
@@ -327,7 +319,7 @@ std::optional<std::int32_t> packedValue(std::int32_t id, std::int32_t packed) {
     const auto x = static_cast<std::int16_t>(bits(packed) >> 16);
     const auto z = static_cast<std::int16_t>(bits(packed));
     if (id == kXzAtan) return cobAtan(x, z);
-    if (id == kXzHypot) return truncated<std::int32_t>(hypotenuse(x, z) * 65536.0);
+    if (id == kXzHypot) return truncated<std::int32_t>(hypotenuse(x, z) * kUnity);
     return std::nullopt;
 }
 

@@ -4,17 +4,16 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <unordered_set>
-#include <utility>
 #include <vector>
 
 #include "cob/cob_code.h"
 #include "cob/cob_thread.h"
 #include "cob/cob_trace.h"
+#include "cob/script_map.h"
 #include "io/formats/cob_file.h"
 
 namespace orb::unitview {
@@ -84,9 +83,6 @@ public:
                                                : cobPiece;
     }
 
-    /// The script whose code range (entry up to the next higher entry) holds `pc`; of several with
-    /// one entry the first.
-    std::optional<std::size_t> scriptAt(std::uint32_t pc) const;
     /// True when a thread that is not finished is inside the script or will return into it.
     bool isScriptRunning(std::size_t script) const;
     /// The name of the script at `pc` as `shownName` cuts it, empty outside all scripts.
@@ -121,8 +117,7 @@ public:
 
 private:
     std::shared_ptr<const io::CobFile> file_;
-    /// Entries with their script, by rising entry; of several with one entry the first.
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> scriptsByEntry_;
+    ScriptMap scriptMap_;
     std::uint32_t nextThreadId_ = 0;
 };
 

@@ -6,6 +6,8 @@
 #include <fmt/format.h>
 
 #include "io/ascii.h"
+#include "io/formats/gaf.h"
+#include "io/formats/pcx.h"
 #include "io/formats/png.h"
 #include "io/game_paths.h"
 
@@ -33,6 +35,15 @@ io::Bytes readPicture(const io::CompositeVirtualFileSystem& files, const std::st
     auto bytes = files.readFile(path);
     if (!bytes) throw std::runtime_error(buildPictureNotFound(path));
     return std::move(*bytes);
+}
+
+PngPicture decodePicture(io::Bytes bytes, const BuildPictureSource& source,
+                         const io::Palette& palette) {
+    if (source.format == BuildPictureFormat::pcx) return pngFromPcx(bytes);
+    if (source.format == BuildPictureFormat::gaf)
+        return pngFromGafFrame(io::readGafPicture(bytes, source.gafIndex).firstFrame, palette);
+    const auto [width, height] = io::readPngSize(bytes);
+    return {width, height, std::move(bytes)};
 }
 
 }  // namespace
@@ -68,11 +79,24 @@ std::vector<BuildPictureSource> findBuildPictures(const io::CompositeVirtualFile
 PngPicture readBuildPicture(const io::CompositeVirtualFileSystem& files,
                             const BuildPictureSource& source, const io::Palette& palette) {
     io::Bytes bytes = readPicture(files, source.path);
-    if (source.format == BuildPictureFormat::pcx) return pngFromPcx(bytes);
-    if (source.format == BuildPictureFormat::gaf)
-        return pngFromGafFrame(io::readGafPicture(bytes, source.gafIndex).firstFrame, palette);
-    const auto [width, height] = io::readPngSize(bytes);
-    return {width, height, std::move(bytes)};
+    try {
+        return decodePicture(std::move(bytes), source, palette);
+    } catch (const std::exception& error) {
+        throw std::runtime_error(fmt::format("{}: {}", source.path, error.what()));
+    }
+}
+
+bool isReadable(const io::CompositeVirtualFileSystem& files, const BuildPictureSource& source) {
+    try {
+        const io::Bytes bytes = readPicture(files, source.path);
+        const auto hasPixels = [](const auto& size) { return size.width > 0 && size.height > 0; };
+        if (source.format == BuildPictureFormat::pcx) return hasPixels(io::parsePcx(bytes));
+        if (source.format == BuildPictureFormat::gaf)
+            return hasPixels(io::readGafPicture(bytes, source.gafIndex).firstFrame);
+        return hasPixels(io::readPngSize(bytes));
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 std::optional<ButtonPictures> readButtonPictures(const io::CompositeVirtualFileSystem& files,

@@ -37,8 +37,12 @@ std::vector<BuildPictureSource> findBuildPictures(const io::CompositeVirtualFile
                                                   const GafIndex& animations,
                                                   std::string_view name);
 
-/// Reads a picture; of a triplet, the first. Throws what the format's reader throws, or
-/// std::runtime_error buildPictureNotFound when the file has vanished.
+/// Whether the picture (of a triplet, the first) is there, its format's reader takes it, and it has
+/// pixels.
+bool isReadable(const io::CompositeVirtualFileSystem& files, const BuildPictureSource& source);
+
+/// Reads a picture; of a triplet, the first. Throws std::runtime_error: the file's path and the
+/// text of the format's reader, or buildPictureNotFound when the file has vanished.
 PngPicture readBuildPicture(const io::CompositeVirtualFileSystem& files,
                             const BuildPictureSource& source, const io::Palette& palette);
 

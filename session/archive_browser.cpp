@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "io/archive/path_components.h"
 #include "io/files/replace_file.h"
 #include "io/path_text.h"
+#include "io/virtual_path.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {

@@ -114,7 +114,8 @@ LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
 
 std::string definitionPath(const io::CompositeVirtualFileSystem& files,
                            const UnitCatalogue& catalogue, const std::string& name) {
-    std::string path = io::kUnitFiles.path(name);
+    const std::string* const preferred = catalogue.preferredPath(name);
+    std::string path = preferred ? *preferred : io::kUnitFiles.path(name);
     if (files.locate(path)) return path;
     const UnitDeclaration* const declaration = catalogue.find(name);
     return declaration ? io::kUnitFiles.path(declaration->fileStem) : path;

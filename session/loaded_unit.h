@@ -28,7 +28,7 @@ struct LoadedUnit {
     std::shared_ptr<const io::CobFile> cob;
 
     /// The definition's [UNITINFO] section.
-    const io::TdfSection& unitInfo() const { return *definition.child("UNITINFO"); }
+    const io::TdfSection& unitInfo() const { return *definition.child(io::kUnitInfoSection); }
 
     /// The name that leads to its definition file, which may declare another `UnitName`.
     std::string definitionName() const;

@@ -34,8 +34,15 @@ std::shared_ptr<UnitCatalogue::LayerUnits> UnitCatalogue::readLayer(const io::Vf
     const auto visit = [&](std::string_view name, const std::optional<io::Bytes>& content,
                            std::string_view error) {
         std::string stem(io::kUnitFiles.stem(name));
-        contents->fileStems.push_back(io::upperCased(stem));
         LayerFile file{&layer, fmt::format("{}/{}", io::kUnitFiles.folder, name)};
+        const auto [known, isNew] =
+            contents->files.try_emplace(io::upperCased(stem), DefinitionFile{file.path});
+        if (!isNew) {
+            constexpr std::string_view kFirst = io::kUnitFiles.extension;
+            known->second.hasOtherSpellings = true;
+            if (!known->second.path.ends_with(kFirst) && name.ends_with(kFirst))
+                known->second.path = file.path;
+        }
         if (!content) {
             LogLine(LogLevel::warn)
                 << "[catalogue] cannot read " << locationText(file.location()) << ": " << error;
@@ -70,16 +77,20 @@ void UnitCatalogue::read(const io::CompositeVirtualFileSystem& files,
 void UnitCatalogue::buildIndex() {
     byName_.clear();
     byFile_.clear();
+    preferredPaths_.clear();
     roster_.clear();
     std::unordered_set<std::string> filesAbove;
     for (const auto& layer : layers_) {
         for (const auto& unit : layer->units) {
             const std::string stem = io::upperCased(unit->fileStem);
-            unit->isShadowed = filesAbove.contains(stem);
+            unit->isShadowed =
+                filesAbove.contains(stem) || layer->files.at(stem).path != unit->file.path;
             if (!unit->isShadowed) byFile_.emplace(stem, unit.get());
             byName_[io::upperCased(unit->name)].push_back(unit.get());
         }
-        filesAbove.insert(layer->fileStems.begin(), layer->fileStems.end());
+        for (const auto& [stem, file] : layer->files)
+            if (filesAbove.insert(stem).second && file.hasOtherSpellings)
+                preferredPaths_[stem] = file.path;
     }
     for (const auto& [name, units] : byName_)
         if (const auto winner = std::ranges::find_if(units, isVisible); winner != units.end())
@@ -93,6 +104,11 @@ const UnitDeclaration* UnitCatalogue::find(std::string_view name) const {
 const UnitDeclaration* UnitCatalogue::findLoadable(std::string_view name) const {
     const auto file = byFile_.find(io::upperCased(name));
     return file == byFile_.end() ? find(name) : file->second;
+}
+
+const std::string* UnitCatalogue::preferredPath(std::string_view stem) const {
+    const auto found = preferredPaths_.find(io::upperCased(stem));
+    return found == preferredPaths_.end() ? nullptr : &found->second;
 }
 
 const UnitDeclaration* UnitCatalogue::findBase(std::string_view name) const {

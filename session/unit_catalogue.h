@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "io/formats/fbi.h"
@@ -19,7 +20,8 @@ struct UnitDeclaration {
     /// The file's name without its extension, as stored.
     std::string fileStem;
     LayerFile file;
-    /// A layer above holds a file of the same path, so the game never reads this one.
+    /// A layer above holds a file of the same path, or the folder another spelling of it that comes
+    /// first: the game never reads this one.
     bool isShadowed = false;
     io::FbiUnitInfo info;
 };
@@ -51,15 +53,23 @@ public:
     /// it, in any case; or null.
     const UnitDeclaration* findLoadable(std::string_view name) const;
 
+    /// The path of the definition file that a stem in any case means, where its folder holds
+    /// several spellings of the name (".fbi" comes first, then the first by name); else null.
+    const std::string* preferredPath(std::string_view stem) const;
+
     /// The base game's own declaration of a unit, shadowed or not, or null.
     const UnitDeclaration* findBase(std::string_view name) const;
 
 private:
+    struct DefinitionFile {
+        std::string path;
+        bool hasOtherSpellings = false;
+    };
     struct LayerUnits {
         /// In the byte order of their file names.
         std::vector<std::unique_ptr<UnitDeclaration>> units;
-        /// The upper-cased stem of every definition file, readable or not.
-        std::vector<std::string> fileStems;
+        /// Every definition file, readable or not, by its upper-cased stem.
+        std::unordered_map<std::string, DefinitionFile> files;
     };
 
     static std::shared_ptr<LayerUnits> readLayer(const io::VfsLayer& layer);
@@ -70,6 +80,8 @@ private:
     NameIndex byName_;
     /// What the game reads from each file, by upper-cased stem.
     std::map<std::string, const UnitDeclaration*, std::less<>> byFile_;
+    /// By upper-cased stem.
+    std::map<std::string, std::string, std::less<>> preferredPaths_;
     std::vector<const UnitDeclaration*> roster_;
 };
 

@@ -83,8 +83,9 @@ std::vector<SoundEvent> describeSounds(const GameTables& tables, std::string_vie
 UnitDetails describeUnit(const LoadedUnit& unit, const MountedData& data) {
     UnitDetails details;
     details.movementClass = describeMovementClass(data.tables, unit.fbi.movementClass);
-    for (const std::string* name : {&unit.fbi.weapon1, &unit.fbi.weapon2, &unit.fbi.weapon3})
-        if (!name->empty()) details.weapons.push_back({*name, data.tables.weapons.find(*name)});
+    for (const std::string_view name : unit.fbi.weaponSlots())
+        if (!name.empty())
+            details.weapons.push_back({std::string(name), data.tables.weapons.find(name)});
     details.sounds = describeSounds(data.tables, unit.fbi.soundCategory);
     const UnitDeclaration* const base = data.catalogue.findBase(unit.name);
     if (base && unit.source && !unit.source->inBaseTa) details.baseline = &base->info;

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "io/archive/hpi_format.h"
-#include "io/archive/path_components.h"
 #include "io/path_text.h"
 
 namespace orb::io {
@@ -39,43 +38,32 @@ void HpiArchive::readHeader(HpiReader& reader) {
     directoryStart_ = header.u32();
 }
 
-/// Walks to the directory part of `path` and looks its last component up as a file.
-const HpiEntry* HpiArchive::walk(std::string_view path, std::string* storedPath) const {
+/// The entries of the directory that the names lead to from the root, or null.
+const HpiEntries* HpiArchive::walk(std::span<const std::string_view> names,
+                                   std::string* storedPath) const {
     const HpiEntries* directory = &root_.entries;
-    std::string_view component = takePathComponent(path);
-    for (;;) {
-        const std::string_view next = takePathComponent(path);
-        const HpiEntry* const entry = next.empty() ? index_->findFile(*directory, component)
-                                                   : index_->findDirectory(*directory, component);
-        if (!entry) return nullptr;
-        if (storedPath) *storedPath += entry->name;
-        if (next.empty()) return entry;
-        if (storedPath) *storedPath += '/';
-        directory = entry->directory();
-        component = next;
-    }
-}
-
-const HpiEntry* HpiArchive::findFile(std::string_view path) const {
-    return walk(path, nullptr);
-}
-
-std::optional<std::string> HpiArchive::storedPath(std::string_view path) const {
-    std::string stored;
-    if (!walk(path, &stored)) return std::nullopt;
-    return stored;
-}
-
-const HpiEntries* HpiArchive::findDirectory(std::string_view path, std::string* storedPath) const {
-    const HpiEntries* directory = &root_.entries;
-    for (auto component = takePathComponent(path); !component.empty();
-         component = takePathComponent(path)) {
-        const HpiEntry* const entry = index_->findDirectory(*directory, component);
+    for (const std::string_view name : names) {
+        const HpiEntry* const entry = index_->findDirectory(*directory, name);
         if (!entry) return nullptr;
         if (storedPath) storedPath->append(entry->name) += '/';
         directory = entry->directory();
     }
     return directory;
+}
+
+const HpiEntry* HpiArchive::findFile(const VirtualPath& path, std::string* storedPath) const {
+    const auto names = path.components();
+    if (names.empty()) return nullptr;
+    const HpiEntries* const directory = walk(names.first(names.size() - 1), storedPath);
+    const HpiEntry* const file = directory ? index_->findFile(*directory, names.back()) : nullptr;
+    if (file && storedPath) *storedPath += file->name;
+    return file;
+}
+
+std::optional<std::string> HpiArchive::storedPath(const VirtualPath& path) const {
+    std::string stored;
+    if (!findFile(path, &stored)) return std::nullopt;
+    return stored;
 }
 
 Bytes HpiArchive::readFile(const HpiEntry& file) const {

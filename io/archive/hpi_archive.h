@@ -3,12 +3,14 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "io/archive/hpi_directory.h"
 #include "io/archive/hpi_reader.h"
 #include "io/byte_cursor.h"
+#include "io/virtual_path.h"
 
 namespace orb::io {
 
@@ -32,17 +34,20 @@ public:
 
     /// The file that `path` names, or null. Components match in any case; each directory on the way
     /// is the first of its name. The pointer lives as long as the archive.
-    const HpiEntry* findFile(std::string_view path) const;
+    const HpiEntry* findFile(const VirtualPath& path) const { return findFile(path, nullptr); }
     /// The entries of the directory that `path` names, or null; those of the root when the path has
     /// no components. Appends the path as the archive spells it to `storedPath`, each name with a
     /// "/" behind it.
-    const HpiEntries* findDirectory(std::string_view path, std::string* storedPath = nullptr) const;
+    const HpiEntries* findDirectory(const VirtualPath& path,
+                                    std::string* storedPath = nullptr) const {
+        return walk(path.components(), storedPath);
+    }
     /// The file of this name that a path through `directory` (of this archive) finds, or null.
     const HpiEntry* findFileIn(const HpiEntries& directory, std::string_view name) const {
         return index_->findFile(directory, name);
     }
     /// The path of the file that `findFile(path)` finds as the archive spells it, "/" separated.
-    std::optional<std::string> storedPath(std::string_view path) const;
+    std::optional<std::string> storedPath(const VirtualPath& path) const;
 
     /// The decoded content of a file entry (std::bad_variant_access for a directory). Opens the
     /// archive afresh; throws what opening and HpiReader::readFile throw.
@@ -52,7 +57,8 @@ public:
 
 private:
     void readHeader(HpiReader& reader);
-    const HpiEntry* walk(std::string_view path, std::string* storedPath) const;
+    const HpiEntry* findFile(const VirtualPath& path, std::string* storedPath) const;
+    const HpiEntries* walk(std::span<const std::string_view> names, std::string* storedPath) const;
 
     std::filesystem::path path_;
     std::uint8_t readKey_ = 0;

@@ -4,8 +4,8 @@
 #include <functional>
 
 #include "io/archive/hpi_format.h"
-#include "io/archive/path_components.h"
 #include "io/ascii.h"
+#include "io/virtual_path.h"
 
 namespace orb::io {
 namespace {
@@ -124,13 +124,9 @@ bool HpiEntryIndex::Key::operator==(const Key& other) const {
            equalsIgnoringCase(name, other.name);
 }
 
-/// FNV-1a over the folded name, started from the directory's address.
 std::size_t HpiEntryIndex::Hash::operator()(const Key& key) const {
-    std::uint64_t hash =
-        0xCBF29CE484222325 ^ std::hash<const void*>()(key.parent) ^ (key.isDirectory ? 1 : 0);
-    for (const char c : key.name)
-        hash = (hash ^ static_cast<std::uint8_t>(toLower(c))) * 0x100000001B3;
-    return static_cast<std::size_t>(hash);
+    return IgnoringCaseHash()(key.name) ^ std::hash<const void*>()(key.parent) ^
+           (key.isDirectory ? 1 : 0);
 }
 
 }  // namespace orb::io

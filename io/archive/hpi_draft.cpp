@@ -6,7 +6,6 @@
 
 #include "io/archive/hpi_chunk.h"
 #include "io/archive/hpi_format.h"
-#include "io/archive/path_components.h"
 #include "io/ascii.h"
 
 namespace orb::io {
@@ -103,15 +102,10 @@ HpiDraft::Directory& HpiDraft::Directory::subdirectory(std::string_view name) {
     return found == directoriesByFoldedName.end() ? append(name) : *found->second;
 }
 
-void HpiDraft::addFile(std::string_view path, const File& file) {
-    std::vector<std::string_view> components;
-    std::string_view rest = path;
-    for (auto component = takePathComponent(rest); !component.empty();
-         component = takePathComponent(rest))
-        components.push_back(component);
-    if (components.empty() || components.size() > kMaxHpiNesting + 1 ||
-        !std::all_of(components.begin(), components.end(), isPlainComponent))
-        throw std::runtime_error("HPI path not writable: " + std::string(path));
+void HpiDraft::addFile(const VirtualPath& path, const File& file) {
+    const auto components = path.components();
+    if (components.empty() || components.size() > kMaxHpiNesting + 1 || !path.isPlain())
+        throw std::runtime_error("HPI path not writable: " + std::string(path.text()));
 
     Directory* directory = &root;
     for (std::size_t i = 0; i + 1 < components.size(); ++i)

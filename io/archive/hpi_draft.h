@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "io/byte_cursor.h"
+#include "io/virtual_path.h"
 
 namespace orb::io {
 
@@ -47,7 +48,7 @@ struct HpiDraft {
 
     /// Appends a file to the directory that its path names. Throws std::runtime_error "HPI path not
     /// writable: <path>" for a path that no reader would find.
-    void addFile(std::string_view path, const File& file);
+    void addFile(const VirtualPath& path, const File& file);
 };
 
 /// Appends a file's content in chunks, their size table in front.

@@ -12,25 +12,6 @@
 
 namespace orb::io {
 
-/// 64-bit FNV-1a of a name as if it were upper-cased. Deliberately not noexcept: the standard
-/// library then keeps each node's hash beside it, which makes growing the table cheap.
-struct UpperCasedNameHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view name) const {
-        std::uint64_t hash = 0xcbf29ce484222325;
-        for (const char c : name)
-            hash = (hash ^ static_cast<std::uint8_t>(toUpper(c))) * 0x100000001b3;
-        return static_cast<std::size_t>(hash);
-    }
-};
-
-struct UpperCasedNameEqual {
-    using is_transparent = void;
-    bool operator()(std::string_view a, std::string_view b) const {
-        return equalsIgnoringCase(a, b);
-    }
-};
-
 /// White space, an optional sign and decimal digits; whatever follows is ignored, so "12.7" reads
 /// 12. None when there are no digits or the number does not fit.
 std::optional<std::int32_t> tdfInt(std::string_view value);
@@ -43,7 +24,7 @@ std::optional<float> tdfFloat(std::string_view value);
 /// bytes, found in any case; no lookup allocates.
 struct TdfSection {
     template <typename T>
-    using NameMap = std::unordered_map<std::string, T, UpperCasedNameHash, UpperCasedNameEqual>;
+    using NameMap = std::unordered_map<std::string, T, IgnoringCaseHash, IgnoringCaseEqual>;
 
     struct Entry {
         enum class Kind { value = 0, section = 1 };

@@ -38,13 +38,13 @@ std::vector<const VfsLayer*> CompositeVirtualFileSystem::reopenArchive(
     return reopened;
 }
 
-std::optional<Bytes> CompositeVirtualFileSystem::readFile(std::string_view path) const {
+std::optional<Bytes> CompositeVirtualFileSystem::readFile(const VirtualPath& path) const {
     for (const VfsLayer& layer : layers_)
         if (std::optional<Bytes> content = layer.files->readFile(path)) return content;
     return std::nullopt;
 }
 
-std::vector<std::string> CompositeVirtualFileSystem::listFiles(std::string_view directory,
+std::vector<std::string> CompositeVirtualFileSystem::listFiles(const VirtualPath& directory,
                                                                std::string_view suffix) const {
     return listDistinct(layers_, [&](const AbstractVirtualFileSystem& files) {
         return files.listFiles(directory, suffix);
@@ -52,27 +52,27 @@ std::vector<std::string> CompositeVirtualFileSystem::listFiles(std::string_view 
 }
 
 std::vector<std::string> CompositeVirtualFileSystem::listDirectories(
-    std::string_view directory) const {
+    const VirtualPath& directory) const {
     return listDistinct(layers_, [&](const AbstractVirtualFileSystem& files) {
         return files.listDirectories(directory);
     });
 }
 
-std::optional<FileLocation> CompositeVirtualFileSystem::locate(std::string_view path) const {
+std::optional<FileLocation> CompositeVirtualFileSystem::locate(const VirtualPath& path) const {
     std::optional<LayeredLocation> found = locateInLayers(path);
     if (!found) return std::nullopt;
     return std::move(found->location);
 }
 
 std::optional<LayeredLocation> CompositeVirtualFileSystem::locateInLayers(
-    std::string_view path) const {
+    const VirtualPath& path) const {
     for (const VfsLayer& layer : layers_)
         if (auto location = layer.files->locate(path))
             return LayeredLocation{std::move(*location), &layer};
     return std::nullopt;
 }
 
-std::vector<LayeredLocation> CompositeVirtualFileSystem::locateAll(std::string_view path) const {
+std::vector<LayeredLocation> CompositeVirtualFileSystem::locateAll(const VirtualPath& path) const {
     std::vector<LayeredLocation> found;
     for (const VfsLayer& layer : layers_)
         if (auto location = layer.files->locate(path))
@@ -80,7 +80,7 @@ std::vector<LayeredLocation> CompositeVirtualFileSystem::locateAll(std::string_v
     return found;
 }
 
-void CompositeVirtualFileSystem::visitFiles(std::string_view directory, std::string_view suffix,
+void CompositeVirtualFileSystem::visitFiles(const VirtualPath& directory, std::string_view suffix,
                                             const FileVisitor& visit,
                                             const FileFilter& wanted) const {
     // Folded names of the layers above: a layer itself may hold spellings that differ in case only.

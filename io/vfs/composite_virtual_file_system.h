@@ -42,21 +42,21 @@ public:
     /// in place: pointers to them hold. Throws what opening the archive throws.
     std::vector<const VfsLayer*> reopenArchive(const std::filesystem::path& archive);
 
-    std::optional<Bytes> readFile(std::string_view path) const override;
+    std::optional<Bytes> readFile(const VirtualPath& path) const override;
     /// Names of all layers, each spelling once, in the order of the layers.
-    std::vector<std::string> listFiles(std::string_view directory,
+    std::vector<std::string> listFiles(const VirtualPath& directory,
                                        std::string_view suffix) const override;
-    std::vector<std::string> listDirectories(std::string_view directory) const override;
-    std::optional<FileLocation> locate(std::string_view path) const override;
+    std::vector<std::string> listDirectories(const VirtualPath& directory) const override;
+    std::optional<FileLocation> locate(const VirtualPath& path) const override;
 
     /// The file that `readFile(path)` reads, with its layer.
-    std::optional<LayeredLocation> locateInLayers(std::string_view path) const;
+    std::optional<LayeredLocation> locateInLayers(const VirtualPath& path) const;
     /// The file of every layer that has it, the winner in front.
-    std::vector<LayeredLocation> locateAll(std::string_view path) const;
+    std::vector<LayeredLocation> locateAll(const VirtualPath& path) const;
 
 private:
     /// Visits the winning files only; what they shadow is not read.
-    void visitFiles(std::string_view directory, std::string_view suffix, const FileVisitor& visit,
+    void visitFiles(const VirtualPath& directory, std::string_view suffix, const FileVisitor& visit,
                     const FileFilter& wanted) const override;
 
     std::vector<VfsLayer> layers_;

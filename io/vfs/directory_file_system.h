@@ -6,32 +6,34 @@
 #include <string_view>
 #include <vector>
 
+#include "io/vfs/folder_index.h"
 #include "io/vfs/virtual_file_system.h"
 
 namespace orb::io {
 
-/// The loose files below one directory. A component is taken in its exact spelling where that
-/// exists, else as the first entry that matches in any case. Only regular files are ever opened;
-/// an entry whose status cannot be told counts as absent. A directory that cannot be listed raises
-/// std::filesystem::filesystem_error.
+/// The loose files below one directory, listed by name in byte order. A component is taken in its
+/// exact spelling where that exists, else as the first name that matches in any case. Only regular
+/// files are ever opened; an entry whose status cannot be told counts as absent. A directory that
+/// cannot be listed raises std::filesystem::filesystem_error.
 class DirectoryFileSystem : public AbstractVirtualFileSystem {
 public:
     explicit DirectoryFileSystem(std::filesystem::path root) : root_(std::move(root)) {}
 
-    std::optional<Bytes> readFile(std::string_view path) const override;
-    std::vector<std::string> listFiles(std::string_view directory,
+    std::optional<Bytes> readFile(const VirtualPath& path) const override;
+    std::vector<std::string> listFiles(const VirtualPath& directory,
                                        std::string_view suffix) const override;
-    std::vector<std::string> listDirectories(std::string_view directory) const override;
-    std::optional<FileLocation> locate(std::string_view path) const override;
+    std::vector<std::string> listDirectories(const VirtualPath& directory) const override;
+    std::optional<FileLocation> locate(const VirtualPath& path) const override;
 
 private:
-    void visitFiles(std::string_view directory, std::string_view suffix, const FileVisitor& visit,
+    void visitFiles(const VirtualPath& directory, std::string_view suffix, const FileVisitor& visit,
                     const FileFilter& wanted) const override;
-    std::optional<std::filesystem::path> resolve(std::string_view path) const;
-    std::optional<std::filesystem::path> resolveFile(std::string_view path) const;
-    std::vector<std::filesystem::directory_entry> entriesOf(std::string_view directory) const;
+    std::optional<std::filesystem::path> resolve(const VirtualPath& path) const;
+    std::optional<std::filesystem::path> resolveFile(const VirtualPath& path) const;
+    std::vector<std::filesystem::directory_entry> entriesOf(const VirtualPath& directory) const;
 
     std::filesystem::path root_;
+    mutable FolderIndex index_;
 };
 
 }  // namespace orb::io

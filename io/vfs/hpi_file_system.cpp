@@ -2,7 +2,6 @@
 
 #include <exception>
 
-#include "io/archive/path_components.h"
 #include "io/ascii.h"
 
 namespace orb::io {
@@ -14,13 +13,13 @@ constexpr std::uint64_t kMaxVisitedBytes = 512 << 20;
 
 }  // namespace
 
-std::optional<Bytes> HpiFileSystem::readFile(std::string_view path) const {
+std::optional<Bytes> HpiFileSystem::readFile(const VirtualPath& path) const {
     const HpiEntry* const file = archive_.findFile(path);
     if (!file) return std::nullopt;
     return archive_.readFile(*file);
 }
 
-std::vector<std::string> HpiFileSystem::listFiles(std::string_view directory,
+std::vector<std::string> HpiFileSystem::listFiles(const VirtualPath& directory,
                                                   std::string_view suffix) const {
     std::vector<std::string> names;
     const HpiEntries* const entries = archive_.findDirectory(directory);
@@ -32,7 +31,7 @@ std::vector<std::string> HpiFileSystem::listFiles(std::string_view directory,
     return names;
 }
 
-std::vector<std::string> HpiFileSystem::listDirectories(std::string_view directory) const {
+std::vector<std::string> HpiFileSystem::listDirectories(const VirtualPath& directory) const {
     std::vector<std::string> names;
     const HpiEntries* const entries = archive_.findDirectory(directory);
     if (!entries) return names;
@@ -41,13 +40,13 @@ std::vector<std::string> HpiFileSystem::listDirectories(std::string_view directo
     return names;
 }
 
-std::optional<FileLocation> HpiFileSystem::locate(std::string_view path) const {
+std::optional<FileLocation> HpiFileSystem::locate(const VirtualPath& path) const {
     std::optional<std::string> stored = archive_.storedPath(path);
     if (!stored) return std::nullopt;
     return FileLocation{FileLocation::Kind::archive, archive_.path(), std::move(*stored)};
 }
 
-void HpiFileSystem::visitFiles(std::string_view directory, std::string_view suffix,
+void HpiFileSystem::visitFiles(const VirtualPath& directory, std::string_view suffix,
                                const FileVisitor& visit, const FileFilter& wanted) const {
     const HpiEntries* const entries = archive_.findDirectory(directory);
     if (!entries) return;

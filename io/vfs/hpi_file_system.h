@@ -20,14 +20,14 @@ public:
 
     const HpiArchive& archive() const { return archive_; }
 
-    std::optional<Bytes> readFile(std::string_view path) const override;
-    std::vector<std::string> listFiles(std::string_view directory,
+    std::optional<Bytes> readFile(const VirtualPath& path) const override;
+    std::vector<std::string> listFiles(const VirtualPath& directory,
                                        std::string_view suffix) const override;
-    std::vector<std::string> listDirectories(std::string_view directory) const override;
-    std::optional<FileLocation> locate(std::string_view path) const override;
+    std::vector<std::string> listDirectories(const VirtualPath& directory) const override;
+    std::optional<FileLocation> locate(const VirtualPath& path) const override;
 
 private:
-    void visitFiles(std::string_view directory, std::string_view suffix, const FileVisitor& visit,
+    void visitFiles(const VirtualPath& directory, std::string_view suffix, const FileVisitor& visit,
                     const FileFilter& wanted) const override;
 
     HpiArchive archive_;

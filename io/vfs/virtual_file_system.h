@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "io/byte_cursor.h"
+#include "io/virtual_path.h"
 
 namespace orb::io {
 
@@ -27,38 +28,36 @@ using FileVisitor = std::function<void(std::string_view name, std::optional<Byte
 /// Asked by name whether a file is to be read; an empty one wants all.
 using FileFilter = std::function<bool(std::string_view name)>;
 
-/// A read-only tree of files. Paths are relative byte strings; both "/" and "\" separate
-/// components, empty components are ignored, names match in any case, and a path with a component
-/// "." or ".." names nothing.
+/// A read-only tree of files. Names match in any case.
 class AbstractVirtualFileSystem {
 public:
     virtual ~AbstractVirtualFileSystem() = default;
 
     /// The whole content of one file, or none when this file system has no such file. Damaged
     /// archive data throws the archive reader's std::runtime_error.
-    virtual std::optional<Bytes> readFile(std::string_view path) const = 0;
+    virtual std::optional<Bytes> readFile(const VirtualPath& path) const = 0;
 
     /// Names (last component, case as stored) of the regular files directly in `directory` whose
     /// name ends with `suffix` in any case; an empty suffix matches all.
-    virtual std::vector<std::string> listFiles(std::string_view directory,
+    virtual std::vector<std::string> listFiles(const VirtualPath& directory,
                                                std::string_view suffix) const = 0;
 
     /// Names of the sub-directories directly in `directory`.
-    virtual std::vector<std::string> listDirectories(std::string_view directory) const = 0;
+    virtual std::vector<std::string> listDirectories(const VirtualPath& directory) const = 0;
 
     /// Where `readFile(path)` would read from, without reading it; none when there is no such file.
-    virtual std::optional<FileLocation> locate(std::string_view path) const = 0;
+    virtual std::optional<FileLocation> locate(const VirtualPath& path) const = 0;
 
     /// Reads all the files that `listFiles` would list and `wanted` lets pass, each as `readFile`
     /// would, but without resolving every path and opening every archive anew. A damaged file does
     /// not end the walk; what `visit` throws does.
-    void forEachFile(std::string_view directory, std::string_view suffix, const FileVisitor& visit,
-                     const FileFilter& wanted = {}) const {
+    void forEachFile(const VirtualPath& directory, std::string_view suffix,
+                     const FileVisitor& visit, const FileFilter& wanted = {}) const {
         visitFiles(directory, suffix, visit, wanted);
     }
 
 private:
-    virtual void visitFiles(std::string_view directory, std::string_view suffix,
+    virtual void visitFiles(const VirtualPath& directory, std::string_view suffix,
                             const FileVisitor& visit, const FileFilter& wanted) const = 0;
 };
 

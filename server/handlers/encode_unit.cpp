@@ -93,6 +93,24 @@ json encodeFbi(const io::FbiUnitInfo& fbi) {
     return result;
 }
 
+json encodeBuildMenu(std::span<const BuildMenuEntry> menu) {
+    json result = json::array();
+    const LayerFile* file = nullptr;
+    json source;
+    for (const BuildMenuEntry& entry : menu) {
+        // Where a file lies is asked once, not for each of its entries.
+        if (!file || *file != *entry.file) {
+            file = entry.file;
+            source = encodeSource({file->location(), file->isInBaseTa()});
+        }
+        json item = {{"unit", entry.unit}, {"source", source}};
+        if (entry.menu) item["menu"] = *entry.menu;
+        if (entry.button) item["button"] = *entry.button;
+        result.push_back(std::move(item));
+    }
+    return result;
+}
+
 json encodeLoadedUnit(const LoadedUnit& unit, const UnitDetails& details) {
     static const io::CobFile kNoScript{0, {}, {}, 0, {}};
     const io::CobFile& cob = unit.cob ? *unit.cob : kNoScript;

@@ -1,5 +1,7 @@
 #include "diagnostics/modernizer_preview.h"
 
+#include <array>
+
 #include "io/ascii.h"
 #include "server/handlers/handlers.h"
 #include "session/request_error.h"
@@ -9,6 +11,19 @@ namespace {
 
 using nlohmann::json;
 
+std::string_view nameOf(CompileFindingKind kind) {
+    static constexpr std::array<std::string_view, 5> kCodes = {
+        "missing-texture", "cob-model-piece-count-mismatch", "raw-ta-baseline", "export-pending",
+        "native-assets-pending"};
+    return kCodes.at(static_cast<std::size_t>(kind));
+}
+
+std::string_view nameOf(CompileStatus status) {
+    static constexpr std::array<std::string_view, 3> kWords = {"ready-dry-run", "warnings",
+                                                               "blocked"};
+    return kWords.at(static_cast<std::size_t>(status));
+}
+
 json encodeCompileReport(const ModernizerPreview& preview) {
     json findings = {
         {"errors", json::array()}, {"warnings", json::array()}, {"info", json::array()}};
@@ -16,10 +31,10 @@ json encodeCompileReport(const ModernizerPreview& preview) {
         static constexpr const char* kGroups[] = {"errors", "warnings", "info"};
         findings[kGroups[static_cast<std::size_t>(finding.severity)]].push_back(
             {{"severity", severityWord(finding.severity)},
-             {"code", finding.code},
+             {"code", nameOf(finding.kind)},
              {"message", finding.message}});
     }
-    return {{"status", preview.status()},
+    return {{"status", nameOf(preview.status())},
             {"dryRun", true},
             {"canEmitBundle", false},
             {"nativeBundleExportImplemented", false},

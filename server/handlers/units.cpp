@@ -36,8 +36,12 @@ Reply listUnits(UnitViewSession& session, const Payload& payload) {
 }
 
 Reply loadUnit(UnitViewSession& session, const Payload& payload) {
+    const bool withReport = payload.flag("report").value_or(false);
     const LoadedUnit& unit = session.loadUnit(payload.text("name").value_or(""));
-    return {encodeLoadedUnit(unit, describeUnit(unit, session.data()))};
+    Reply reply{encodeLoadedUnit(unit, describeUnit(unit, session.data()))};
+    if (withReport)
+        reply.data["buildMenu"] = encodeBuildMenu(session.data().tables.buildMenus.of(unit.name));
+    return reply;
 }
 
 Reply compareUnits(UnitViewSession& session, const Payload& payload) {

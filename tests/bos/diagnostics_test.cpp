@@ -102,7 +102,8 @@ TEST(Diagnostics, EndAfterFiftyErrors) {
 /// Includes out of a few texts.
 class TextFiles : public io::AbstractVirtualFileSystem {
 public:
-    std::optional<io::Bytes> readFile(std::string_view path) const override {
+    std::optional<io::Bytes> readFile(const io::VirtualPath& asked) const override {
+        const std::string_view path = asked.text();
         std::string_view text;
         if (path == "scripts/deep/bad.h") {
             text = "piece p;\nT() { hide q; }\n";
@@ -117,14 +118,14 @@ public:
         }
         return io::Bytes(text.begin(), text.end());
     }
-    std::vector<std::string> listFiles(std::string_view, std::string_view) const override {
+    std::vector<std::string> listFiles(const io::VirtualPath&, std::string_view) const override {
         return {};
     }
-    std::vector<std::string> listDirectories(std::string_view) const override { return {}; }
-    std::optional<io::FileLocation> locate(std::string_view) const override { return {}; }
+    std::vector<std::string> listDirectories(const io::VirtualPath&) const override { return {}; }
+    std::optional<io::FileLocation> locate(const io::VirtualPath&) const override { return {}; }
 
 private:
-    void visitFiles(std::string_view, std::string_view, const io::FileVisitor&,
+    void visitFiles(const io::VirtualPath&, std::string_view, const io::FileVisitor&,
                     const io::FileFilter&) const override {}
 };
 

@@ -25,18 +25,18 @@ class Headers : public io::AbstractVirtualFileSystem {
 public:
     explicit Headers(std::string_view text) : text_(text) {}
 
-    std::optional<io::Bytes> readFile(std::string_view path) const override {
-        if (!path.ends_with(".h")) return std::nullopt;
+    std::optional<io::Bytes> readFile(const io::VirtualPath& path) const override {
+        if (!path.text().ends_with(".h")) return std::nullopt;
         return io::Bytes(text_.begin(), text_.end());
     }
-    std::vector<std::string> listFiles(std::string_view, std::string_view) const override {
+    std::vector<std::string> listFiles(const io::VirtualPath&, std::string_view) const override {
         return {};
     }
-    std::vector<std::string> listDirectories(std::string_view) const override { return {}; }
-    std::optional<io::FileLocation> locate(std::string_view) const override { return {}; }
+    std::vector<std::string> listDirectories(const io::VirtualPath&) const override { return {}; }
+    std::optional<io::FileLocation> locate(const io::VirtualPath&) const override { return {}; }
 
 private:
-    void visitFiles(std::string_view, std::string_view, const io::FileVisitor&,
+    void visitFiles(const io::VirtualPath&, std::string_view, const io::FileVisitor&,
                     const io::FileFilter&) const override {}
 
     std::string_view text_;

@@ -58,7 +58,7 @@ TEST(Tdf, FindsNamesInAnyCaseAndKeepsThemUpperCased) {
     EXPECT_EQ(root.child("UNITINFO")->getInt("AI_LIMIT"), 5);
     EXPECT_EQ(root.children.begin()->first, "UNITINFO");
     EXPECT_EQ(root.child("UnitInfo2"), nullptr);
-    EXPECT_EQ(UpperCasedNameHash()("a"), 0xaf63fc4c860222ecU);  // FNV-1a of "A"
+    EXPECT_EQ(IgnoringCaseHash()("a"), 0xaf63fc4c860222ecU);  // FNV-1a of "A"
 }
 
 TEST(Tdf, ConvertsNumbers) {

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -63,6 +65,7 @@ TEST(LooseFilesTest, FindsFilesInAnyCaseAndOnlyInsideTheRoot) {
         {"\\UNITS//armcom.fbi", "commander"},
         {"units/both.fbi", "lower"},
         {"units/BOTH.fbi", hasTwins ? "upper" : "lower"},
+        {"units/Both.fbi", hasTwins ? "upper" : "lower"},
         {"units/GR\xC3\xBCN.FBI", "green"},
         {"units/gr\xFCn.fbi", ORB_TEST_HAS_POSIX ? nullptr : "green"},
         {"units/none.fbi", nullptr},
@@ -88,12 +91,98 @@ TEST(LooseFilesTest, FindsFilesInAnyCaseAndOnlyInsideTheRoot) {
     EXPECT_EQ(files.readFile("huge.fbi"), std::nullopt);
     EXPECT_EQ(files.locate("uNITS/aRMCOM.fbi")->path, folder.path() / "root/Units/ArmCom.FBI");
     Names listed{"ArmCom.FBI", "Gr\xC3\xBCn.fbi", "both.fbi"};
-    if (hasTwins) listed.push_back("BOTH.fbi");
-    EXPECT_EQ(sorted(files.listFiles("UNITS", ".Fbi")), sorted(listed));
+    if (hasTwins) listed.insert(listed.begin() + 1, "BOTH.fbi");
+    EXPECT_EQ(files.listFiles("UNITS", ".Fbi"), listed);
     EXPECT_EQ(files.listDirectories("units"), Names{"folder.fbi"});
     EXPECT_EQ(files.listFiles("units/both.fbi", ""), Names{});
     EXPECT_EQ(files.listFiles("..", ""), Names{});
     EXPECT_EQ(visited(files, "m.fbi"), Names{"ArmCom.FBI=commander"});
+}
+
+std::string textOf(const AbstractVirtualFileSystem& files, std::string_view path) {
+    const std::optional<Bytes> content = files.readFile(path);
+    return content ? std::string(content->begin(), content->end()) : "none";
+}
+
+/// Waits until a folder that nobody changes any more may be remembered.
+void letSettle() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+}
+
+// Each round changes the folder within the tick of the clock in which it was listed.
+TEST(FolderIndexTest, SeesChangesOfTheSameInstant) {
+    const TestFolder folder;
+    folder.write("units/first.fbi", "first");
+    const DirectoryFileSystem files(folder.path());
+    for (int round = 0; round < 300; ++round) {
+        const std::string name = fmt::format("u{}.fbi", round);
+        const std::string asked = fmt::format("UNITS/U{}.FBI", round);
+        ASSERT_FALSE(files.locate(asked)) << round;
+        folder.write("units/" + name, "new");
+        ASSERT_EQ(textOf(files, asked), "new") << round;
+        fs::rename(folder.path() / "units" / name, folder.path() / "units/u.fbi");
+        ASSERT_FALSE(files.locate(asked)) << round;
+        fs::remove(folder.path() / "units/u.fbi");
+        ASSERT_EQ(textOf(files, "UNITS/U.FBI"), "none") << round;
+    }
+}
+
+TEST(FolderIndexTest, SeesWhatBecomesOfARememberedFolder) {
+    const TestFolder folder;
+    for (int i = 0; i < 3000; ++i) folder.write(fmt::format("units/unit{:04}.fbi", i), "old");
+    folder.write("other/UNIT0007.fbi", "other");
+    letSettle();
+    const auto unpacked = fs::last_write_time(folder.path() / "units");
+    const DirectoryFileSystem files(folder.path());
+    for (const char* asked : {"units/UNIT0007.FBI", "Units/Unit2999.fbi"})
+        EXPECT_EQ(textOf(files, asked), "old");
+    EXPECT_EQ(textOf(files, "units/UNIT3000.FBI"), "none");
+
+    // A mirroring program sets the folder's time back when it is done.
+    folder.write("units/unit3000.fbi", "new");
+    fs::last_write_time(folder.path() / "units", unpacked);
+    EXPECT_EQ(textOf(files, "units/UNIT3000.FBI"), "new");
+    letSettle();
+    EXPECT_EQ(textOf(files, "units/UNIT3000.FBI"), "new");
+    fs::remove(folder.path() / "units/unit3000.fbi");
+    EXPECT_EQ(textOf(files, "units/UNIT3000.FBI"), "none");
+
+    // Another folder of the same time takes its place.
+    letSettle();
+    EXPECT_EQ(textOf(files, "units/UNIT0008.FBI"), "old");
+    fs::last_write_time(folder.path() / "other", unpacked);
+    fs::rename(folder.path() / "units", folder.path() / "away");
+    EXPECT_EQ(textOf(files, "units/UNIT0008.FBI"), "none");
+    EXPECT_EQ(files.listFiles("units", ""), Names{});
+    fs::rename(folder.path() / "other", folder.path() / "Units");
+    EXPECT_EQ(textOf(files, "units/unit0007.fbi"), "other");
+    EXPECT_EQ(textOf(files, "units/UNIT0008.FBI"), "none");
+#if ORB_TEST_HAS_POSIX
+    // A link that leads elsewhere from now on, then nowhere.
+    fs::remove_all(folder.path() / "Units");
+    fs::create_directory_symlink(folder.path() / "away", folder.path() / "Units");
+    letSettle();
+    EXPECT_EQ(textOf(files, "UNITS/UNIT0007.FBI"), "old");
+    folder.write("third/unit0007.FBI", "third");
+    fs::remove(folder.path() / "Units");
+    fs::create_directory_symlink(folder.path() / "third", folder.path() / "Units");
+    EXPECT_EQ(textOf(files, "UNITS/UNIT0007.FBI"), "third");
+    fs::remove_all(folder.path() / "third");
+    EXPECT_EQ(textOf(files, "UNITS/UNIT0007.FBI"), "none");
+    EXPECT_EQ(files.listFiles("UNITS", ""), Names{});
+#endif
+}
+
+TEST(FolderIndexTest, TrustsOnlyTimesThatAreOverForTheirClock) {
+    using namespace std::chrono_literals;
+    const FolderStamp fine{.changed = 1'000'000s + 500ms};
+    EXPECT_FALSE(fine.isSettled(fine.changed));
+    EXPECT_FALSE(fine.isSettled(fine.changed + 10ms)) << "a tick";
+    EXPECT_FALSE(fine.isSettled(fine.changed - 1h)) << "a clock put back";
+    EXPECT_TRUE(fine.isSettled(fine.changed + 200ms));
+    const FolderStamp coarse{.changed = 1'000'000s};
+    EXPECT_FALSE(coarse.isSettled(coarse.changed + 2s)) << "a tick of FAT";
+    EXPECT_TRUE(coarse.isSettled(coarse.changed + 4s));
 }
 
 TEST(DataRootsTest, StacksArchivesByRankAndName) {

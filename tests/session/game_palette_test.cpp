@@ -11,17 +11,17 @@ namespace {
 struct OneFile : io::AbstractVirtualFileSystem {
     std::optional<io::Bytes> content;
 
-    std::optional<io::Bytes> readFile(std::string_view path) const override {
-        return path == "palettes/PALETTE.PAL" ? content : std::nullopt;
+    std::optional<io::Bytes> readFile(const io::VirtualPath& path) const override {
+        return path.text() == "palettes/PALETTE.PAL" ? content : std::nullopt;
     }
-    std::vector<std::string> listFiles(std::string_view, std::string_view) const override {
+    std::vector<std::string> listFiles(const io::VirtualPath&, std::string_view) const override {
         return {};
     }
-    std::vector<std::string> listDirectories(std::string_view) const override { return {}; }
-    std::optional<io::FileLocation> locate(std::string_view) const override { return std::nullopt; }
+    std::vector<std::string> listDirectories(const io::VirtualPath&) const override { return {}; }
+    std::optional<io::FileLocation> locate(const io::VirtualPath&) const override { return std::nullopt; }
 
 private:
-    void visitFiles(std::string_view, std::string_view, const io::FileVisitor&,
+    void visitFiles(const io::VirtualPath&, std::string_view, const io::FileVisitor&,
                     const io::FileFilter&) const override {}
 };
 
