@@ -5,6 +5,7 @@
 
 #include "io/ascii.h"
 #include "io/game_paths.h"
+#include "io/virtual_path.h"
 #include "server/logger.h"
 
 namespace orb::unitview {
@@ -88,10 +89,8 @@ std::vector<MapEntry> listMaps(const io::CompositeVirtualFileSystem& files) {
 MapFiles readMapFiles(const io::CompositeVirtualFileSystem& files, const std::string& name) {
     const std::string path = io::kMapFiles.path(name);
     const auto source = findSource(files, path);
-    // a name is no path
-    const auto bytes = source && name.find_first_of("/\\") == std::string::npos
-                           ? files.readFile(path)
-                           : std::nullopt;
+    const auto bytes =
+        source && io::isPlainComponent(name) ? files.readFile(path) : std::nullopt;
     if (!bytes) throw std::runtime_error("map not found: " + name);
     return {fileStem(source->location), io::parseTnt(*bytes), readDescription(files, name)};
 }
