@@ -176,17 +176,19 @@ export interface Messages {
     "texture-apply-remap": Message<RemapRequest, "texture-remap-applied", RemapResult>;
 
     // Map mode
-    "map-list": Unbuilt<"map-list-reply">;
-    "map-load": Unbuilt<"map-load-reply">;
-    "map-exit": Unbuilt<"map-exit-reply">;
-    "map-spawn": Unbuilt<"map-spawn-reply">;
+    "map-list": Message<None, "map-list-reply", { maps: MapEntry[] }>;
+    "map-load": Message<MapRequest, "map-load-reply", LoadedMap>;
+    "map-exit": Message<None, "map-exit-reply", { wasLoaded: boolean }>;
+    "map-spawn": Message<Spawn, "map-spawn-reply", SpawnedUnits | SpawnedFeature>;
     "map-move": Unbuilt<"map-move-reply">;
     "map-tick": Unbuilt<"map-tick-reply">;
-    "map-snapshot": Unbuilt<"map-snapshot-reply">;
-    "map-heightmap": Unbuilt<"map-heightmap-reply">;
-    "map-minimap": Unbuilt<"map-minimap-reply">;
-    "map-features": Unbuilt<"map-features-reply">;
-    "map-terrain-texture": Unbuilt<"map-terrain-texture-reply">;
+    "map-snapshot": Message<SnapshotRequest, "map-snapshot-reply", Snapshot>;
+    "map-heightmap": Message<{ plane?: "height" }, "map-heightmap-reply", Heightmap>;
+    /** The frame is a PNG. */
+    "map-minimap": Message<None, "map-minimap-reply", Minimap>;
+    "map-features": Message<None, "map-features-reply", MapFeatures>;
+    /** The frame is an indexed PNG. */
+    "map-terrain-texture": Message<TerrainRequest, "map-terrain-texture-reply", TerrainTexture>;
 }
 
 interface Message<Payload, ReplyType extends string, Data> {
@@ -490,16 +492,18 @@ interface ThreadCount {
 export interface PieceTransforms extends ThreadCount {
     tick: number;
     /** One for each model piece. Offsets in model units, angles in radians. */
-    transforms: {
-        piece: string;
-        tx: number;
-        ty: number;
-        tz: number;
-        rx: number;
-        ry: number;
-        rz: number;
-        visible: boolean;
-    }[];
+    transforms: PieceTransform[];
+}
+
+export interface PieceTransform {
+    piece: string;
+    tx: number;
+    ty: number;
+    tz: number;
+    rx: number;
+    ry: number;
+    rz: number;
+    visible: boolean;
 }
 
 /** A source line's code, both ends included. */
@@ -1179,4 +1183,211 @@ export interface AppliedFix extends EditState {
 
 export interface UndoneFix extends EditState {
     label: string;
+}
+
+// ---- Maps ----
+// Lengths in map pixels, x to the east, z to the south, y up; headings in radians, 0 facing +z.
+
+export interface MapEntry {
+    name: string;
+    /** From here on to `planet`: empty without a description. */
+    title: string;
+    description: string;
+    size: string;
+    players: string;
+    planet: string;
+    /** The type of each schema by its number; empty for one that is missing. */
+    schemas: string[];
+    /** Without it the map cannot be loaded. */
+    hasTerrain: boolean;
+    hasDescription: boolean;
+    /** Absent when the ground cannot be read. */
+    cellsX?: number;
+    cellsZ?: number;
+    source: Source;
+}
+
+export interface MapRequest {
+    name: string;
+    /** Default 0. */
+    schema?: number;
+    /** Default true. */
+    placeUnits?: boolean;
+}
+
+export interface LoadedMap {
+    name: string;
+    title: string;
+    schema: number;
+    schemas: string[];
+    width: number;
+    height: number;
+    cellsX: number;
+    cellsZ: number;
+    cellSize: 16;
+    seaLevel: number;
+    minHeight: number;
+    maxHeight: number;
+    lavaWorld: boolean;
+    /** Pixels per second squared. */
+    gravity: number;
+    minWind: number;
+    maxWind: number;
+    tidal: number;
+    surfaceMetal: number;
+    startPositions: { player: number; x: number; z: number }[];
+    featureCount: number;
+    missingFeatures: string[];
+    unitCount: number;
+    missingUnits: string[];
+    hasMinimap: boolean;
+    tick: number;
+    /** Lists of which not everything was taken over. */
+    cut?: { what: "schemas" | "startPositions" | "features" | "units"; given: number; kept: number }[];
+}
+
+/** A unit, else a feature. */
+export interface Spawn {
+    unit?: string;
+    feature?: string;
+    x: number;
+    z: number;
+    /** 1 to 10, default 1. */
+    player?: number;
+    heading?: number;
+    /** 1 to 1,000, default 1. */
+    count?: number;
+    /** 0 to 1, default 1. */
+    buildFraction?: number;
+    /** 1 to 100 percent, default 100. */
+    health?: number;
+    active?: boolean;
+    /** Without testing the site. */
+    force?: boolean;
+}
+
+/** The place is that of the first unit. */
+export interface SpawnedUnits {
+    unitIds: number[];
+    /** How many of the count found no place. */
+    refused: number;
+    unitName: string;
+    x: number;
+    y: number;
+    z: number;
+}
+
+export interface SpawnedFeature {
+    featureId: number;
+    x: number;
+    y: number;
+    z: number;
+}
+
+export interface SnapshotRequest {
+    unitIds?: number[];
+    /** Only what this player sees. */
+    player?: number;
+    /** Asks for `transforms`. */
+    pieces?: boolean;
+    /** A tick: transforms only of units whose pose changed after it. */
+    since?: number;
+    /** Asks for `features`. */
+    features?: boolean;
+}
+
+export interface Snapshot {
+    tick: number;
+    units: MapUnit[];
+    projectiles: never[];
+    /** What changed since the map was loaded. */
+    features?: { added: MapFeature[]; removed: number[] };
+}
+
+export interface MapUnit {
+    unitId: number;
+    unitName: string;
+    player: number;
+    x: number;
+    y: number;
+    z: number;
+    heading: number;
+    pitch: number;
+    roll: number;
+    /** Pixels per second. */
+    speed: number;
+    health: number;
+    maxHealth: number;
+    /** 1 is ready. */
+    buildFraction: number;
+    state: "idle" | "nanoframe";
+    active: boolean;
+    /** Orders behind the current one. */
+    queued: number;
+    weapons: { slot: number; state: "idle"; reload: number; stock: number }[];
+    transforms?: PieceTransform[];
+}
+
+export interface Heightmap {
+    plane: "height";
+    /** In cells. */
+    width: number;
+    height: number;
+    cellSize: 16;
+    seaLevel: number;
+    byteSize: number;
+}
+
+export interface Minimap {
+    width: number;
+    height: number;
+    byteSize: number;
+}
+
+/** Id, index of the type, and the middle of the footprint: x, y, z. */
+export type MapFeature = [number, number, number, number, number];
+
+export interface MapFeatures {
+    types: FeatureType[];
+    features: MapFeature[];
+}
+
+export interface FeatureType {
+    name: string;
+    /** False when nothing declares it; the rest are defaults then. */
+    found: boolean;
+    /** In cells. */
+    footprintX: number;
+    footprintZ: number;
+    height: number;
+    blocking: boolean;
+    reclaimable: boolean;
+    metal: number;
+    energy: number;
+    /** A model. */
+    object?: string;
+    /** An animation file, and the entry in it. */
+    filename?: string;
+    sequence?: string;
+}
+
+export interface TerrainRequest {
+    x?: number;
+    z?: number;
+    /** 0, the default, reaches to the map's edge. */
+    width?: number;
+    height?: number;
+    /** Map pixels to a side of a picture's pixel; default: as few as it takes. */
+    scale?: 1 | 2 | 4 | 8 | 16 | 32;
+}
+
+export interface TerrainTexture {
+    /** Where the picture begins on the map. */
+    x: number;
+    z: number;
+    /** Of the picture. */
+    width: number;
+    height: number;
+    scale: 1 | 2 | 4 | 8 | 16 | 32;
+    byteSize: number;
 }

@@ -22,6 +22,7 @@ const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request
     auto mounted = mountDataRoots(request, palette());
     lintSuppressions_ = loadLintSuppressions(mounted->roots);
     data_ = std::move(mounted);
+    map_.reset();
     LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
                             << data_->catalogue.roster().size() << " units";
     return *data_;
@@ -30,6 +31,7 @@ const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request
 void UnitViewSession::clearDataRoots() {
     unloadUnit();
     data_.reset();
+    map_.reset();
     lintSuppressions_ = {};
 }
 
@@ -138,6 +140,8 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLoca
         LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.path) << ": "
                                 << error.what();
     }
+    // What stands on the map stays as it is; what comes is made from the files as they are now.
+    if (map_) map_->unitTypes.clear();
     if (!isLoadedFrom(written)) return std::nullopt;
     try {
         reloadUnit();
@@ -146,6 +150,22 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLoca
         return error.what();
     }
     return std::nullopt;
+}
+
+const LoadedMap& UnitViewSession::loadMap(const MapRequest& request) {
+    if (request.name.empty()) throw RequestError("map name is required");
+    const MountedData& mounted = data();
+    map_ = reportingFailure([&] { return unitview::loadMap(mounted, request); });
+    return *map_;
+}
+
+bool UnitViewSession::exitMap() {
+    return std::exchange(map_, nullptr) != nullptr;
+}
+
+LoadedMap& UnitViewSession::requireMap() const {
+    if (!map_) throw RequestError("no map loaded; call map-load first");
+    return *map_;
 }
 
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {

@@ -10,6 +10,7 @@
 #include "model/edit/working_model.h"
 #include "session/cob_session.h"
 #include "session/lint_suppressions.h"
+#include "session/loaded_map.h"
 #include "session/loaded_unit.h"
 #include "session/mounted_data.h"
 
@@ -20,11 +21,11 @@ namespace orb::unitview {
 class UnitViewSession {
 public:
     /// Mounts the roots and reads catalogue and tables, then replaces what was mounted before; the
-    /// loaded unit stays. Throws std::invalid_argument "taDataPath must not be empty" or what
-    /// listing a root raises; then everything stays as it was.
+    /// loaded unit stays, a loaded map does not. Throws std::invalid_argument "taDataPath must not
+    /// be empty" or what listing a root raises; then everything stays as it was.
     const MountedData& setDataRoots(const DataRootsRequest& request);
 
-    /// Drops the mounted data and the loaded unit.
+    /// Drops the mounted data, the loaded unit and the loaded map.
     void clearDataRoots();
 
     /// The mounted data. Throws RequestError "data roots not set".
@@ -66,6 +67,14 @@ public:
     /// Takes over that the working model was written to a file, as refreshAfterWrite does.
     std::optional<std::string> refreshAfterModelWrite(const UnitSource& written);
 
+    /// Loads a map in place of the loaded one. Throws RequestError: "map name is required", "data
+    /// roots not set" or what `unitview::loadMap` throws; then the loaded map stays.
+    const LoadedMap& loadMap(const MapRequest& request);
+    /// Drops the loaded map; false when there was none.
+    bool exitMap();
+    /// The loaded map. Throws RequestError "no map loaded; call map-load first".
+    LoadedMap& requireMap() const;
+
     /// The loaded unit's running script.
     CobSession& cob() { return cob_; }
 
@@ -89,6 +98,7 @@ private:
     std::optional<LoadedUnit> unit_;
     std::optional<WorkingModel> workingModel_;
     CobSession cob_;
+    std::unique_ptr<LoadedMap> map_;
 };
 
 }  // namespace orb::unitview

@@ -108,6 +108,19 @@ Reply resolveUnitSource(UnitViewSession&, const Payload&);
 Reply requireWritableSource(UnitViewSession&, const Payload&);
 Reply restoreSourceFromBackup(UnitViewSession&, const Payload&);
 
+// maps.cpp: a map and what stands on it
+Reply mapList(UnitViewSession&, const Payload&);
+Reply mapLoad(UnitViewSession&, const Payload&);
+Reply mapExit(UnitViewSession&, const Payload&);
+Reply mapSpawn(UnitViewSession&, const Payload&);
+Reply mapSnapshot(UnitViewSession&, const Payload&);
+Reply mapFeatures(UnitViewSession&, const Payload&);
+
+// map_pictures.cpp
+Reply mapHeightmap(UnitViewSession&, const Payload&);
+Reply mapMinimap(UnitViewSession&, const Payload&);
+Reply mapTerrainTexture(UnitViewSession&, const Payload&);
+
 // fbi.cpp
 Reply fbiRaw(UnitViewSession&, const Payload&);
 Reply fbiPatch(UnitViewSession&, const Payload&);
