@@ -5,6 +5,7 @@
 #include "authoring/mod_folder.h"
 #include "authoring/source_file.h"
 #include "io/ascii.h"
+#include "io/files/folder_lock.h"
 #include "io/formats/gaf.h"
 #include "session/request_error.h"
 
@@ -45,25 +46,43 @@ void readEntry(FoundTexture& texture) {
     texture.firstFrame = std::move(picture.firstFrame);
 }
 
-/// Reads the file itself, not what was mounted.
-FoundTexture findTexture(const UnitViewSession& session, const std::string& name) {
-    const MountedData& data = session.data();
-    const RequestError unknown("unknown texture: " + name);
+/// Where a texture stands, as was mounted.
+struct TexturePlace {
+    std::string path;
+    UnitSource source;
+};
+
+RequestError unknownTexture(const std::string& name) {
+    return RequestError("unknown texture: " + name);
+}
+
+TexturePlace placeOf(const MountedData& data, const std::string& name) {
     const GafEntryRef* const ref = data.pictures.textures.locate(name);
     const auto source = ref ? findSource(data.files, ref->path) : std::nullopt;
-    if (!source) throw unknown;
-    FoundTexture texture{{name, *source, 0, 0, {}}, ref->path, {}, 0, {}};
-    auto file =
-        reportingFailure([&] { return readSourceFile(source->location); }, fileError(ref->path));
-    if (!file) throw unknown;
-    texture.file = std::move(*file);
-    const auto entry =
-        reportingFailure([&] { return findEntry(texture.file, name); }, fileError(ref->path));
-    if (!entry) throw unknown;
+    if (!source) throw unknownTexture(name);
+    return {ref->path, *source};
+}
+
+/// Reads the file itself, not what was mounted.
+FoundTexture readTexture(const TexturePlace& place, const std::string& name) {
+    FoundTexture texture{{name, place.source, 0, 0, {}}, place.path, {}, 0, {}};
+    const auto entry = reportingFailure(
+        [&]() -> std::optional<std::size_t> {
+            auto file = readSourceFile(place.source.location);
+            if (!file) return std::nullopt;
+            texture.file = std::move(*file);
+            return findEntry(texture.file, name);
+        },
+        fileError(place.path));
+    if (!entry) throw unknownTexture(name);
     texture.index = *entry;
-    reportingFailure([&] { readEntry(texture); }, fileError(ref->path));
+    reportingFailure([&] { readEntry(texture); }, fileError(place.path));
     if (texture.firstFrame.pixels.empty()) throw RequestError("texture has no pixels: " + name);
     return texture;
+}
+
+FoundTexture findTexture(const UnitViewSession& session, const std::string& name) {
+    return readTexture(placeOf(session.data(), name), name);
 }
 
 std::vector<RemapRow> describe(const FoundTexture& texture, std::span<const IndexChange> changes,
@@ -120,18 +139,20 @@ RemapResult applyTextureRemap(UnitViewSession& session, const std::string& name,
                               const std::optional<std::filesystem::path>& modPath,
                               bool allowBackupCreation) {
     const io::VfsLayer* const mod = modPath ? &requireModFolder(session.data(), *modPath) : nullptr;
-    const FoundTexture texture = findTexture(session, name);
+    const TexturePlace place = placeOf(session.data(), name);
+    const bool isCopied = place.source.inBaseTa && mod;
+    const io::FileLocation target =
+        isCopied ? looseFileIn(*mod, place.path) : place.source.location;
+    // What another editor writes between reading and writing would be lost.
+    const io::FolderLock lock(target.path);
+    const FoundTexture texture = readTexture(place, name);
     const io::Palette& palette = session.palette();
     io::GafRecolored recolored =
         recolor(texture, changesOrSuggestion(texture, changes, palette), palette);
-
-    const UnitSource& source = texture.facts.source;
-    const io::FileLocation target =
-        source.inBaseTa && mod ? looseFileIn(*mod, texture.path) : source.location;
     RemapResult result{{EditOutcome::ok, target.path, {}},
                        recolored.changedPixels,
                        std::move(recolored.alsoChanges)};
-    if (source.inBaseTa && !mod)
+    if (place.source.inBaseTa && !isCopied)
         result.edit.outcome = EditOutcome::refusedForBase;
     else if (recolored.changedPixels > 0)
         result.edit = writeUnitFile(session, target, recolored.file, allowBackupCreation);
