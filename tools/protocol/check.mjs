@@ -62,7 +62,8 @@ function playTranscripts(python, program, data, transcripts) {
 /** Type → whether it is built, as the page's table of families says; unbuilt ones follow a dash. */
 function readPage() {
     const names = new Map();
-    for (const [, family, messages] of readFileSync(PAGE, 'utf8').matchAll(/^\| (.+) \| ([a-z].*|— .*) \|$/gm)) {
+    const [table] = readFileSync(PAGE, 'utf8').match(/^\| family \|[^]*?\n\n/m);
+    for (const [, family, messages] of table.matchAll(/^\| (.+) \| ([a-z].*|— .*) \|$/gm)) {
         const text = family.includes('—') ? `— ${messages}` : messages;
         const [built, unbuilt = ''] = text.split('—');
         for (const name of built.replace(/\(#.*?\)/g, '').match(/[a-z][a-z0-9-]+/g) ?? []) names.set(name, true);

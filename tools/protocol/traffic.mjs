@@ -4,9 +4,7 @@
 function shapeOf(value, literals) {
     if (Array.isArray(value)) {
         const elements = value.map((element) => shapeOf(element, literals));
-        // A short row of numbers may be a tuple, whose length matters.
-        if (value.length <= MAX_TUPLE && elements.every((shape) => shape === 'number'))
-            return `[${value.length} numbers]`;
+        if (mayBeTuple(value)) return `[${value.length} ${typeof value[0]}s]`;
         return `[${[...new Set(elements)].sort().join()}]`;
     }
     if (value !== null && typeof value === 'object')
@@ -17,10 +15,16 @@ function shapeOf(value, literals) {
 
 const MAX_TUPLE = 16;
 
+/** A short row of numbers or of truth values, whose length matters. */
+function mayBeTuple(row) {
+    return row.length <= MAX_TUPLE &&
+        ['number', 'boolean'].some((type) => row.every((element) => typeof element === type));
+}
+
 /** The value with one element of each shape in its long arrays, and short texts. */
 function shrink(value, literals) {
     if (Array.isArray(value)) {
-        if (value.length <= MAX_TUPLE && value.every((element) => typeof element === 'number')) return value;
+        if (mayBeTuple(value)) return value;
         const distinct = new Map();
         for (const element of value) {
             const shape = shapeOf(element, literals);
