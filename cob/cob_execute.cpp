@@ -66,6 +66,8 @@ private:
     void call();
     void ret();
     void signal();
+    void endHearers(std::int32_t signalBits);
+    void dropPending(std::int32_t signalBits);
     void setSignalMask();
     void attachUnit();
     void dropUnit();
@@ -395,26 +397,36 @@ void Execution::ret() {
     push(value);
 }
 
+bool hears(const CobThread& thread, std::int32_t signalBits) {
+    return (thread.signalMask & signalBits) != 0;
+}
+
 void endBySignal(CobThread& thread) {
     if (thread.state == CobThreadState::finished) return;
     thread.state = CobThreadState::finished;
     thread.wasSignalled = true;
 }
 
+// Masks of other threads do not change during a slice, so one pass for each bit is enough. What a
+// signal that was sent before has to do is next to nothing.
 void Execution::signal() {
     const std::int32_t signalBits = pop();
     if (signalBits == 0) return;
-    const auto hears = [signalBits](const CobThread& t) {
-        return (t.signalMask & signalBits) != 0;
-    };
-    // Masks of other threads do not change during a slice, so one pass for each bit is enough.
-    if ((signalBits & ~thread_.sentSignals) != 0)
-        for (const auto& other : instance_.threads)
-            if (hears(*other)) endBySignal(*other);
+    if ((signalBits & ~thread_.sentSignals) != 0) endHearers(signalBits);
     thread_.sentSignals |= signalBits;
-    std::erase_if(instance_.pending, [&](const auto& other) { return hears(*other); });
+    if (!instance_.pending.empty()) dropPending(signalBits);
     // A thread of a synchronous call is in no list.
-    if (hears(thread_)) endBySignal(thread_);
+    if (hears(thread_, signalBits)) endBySignal(thread_);
+}
+
+void Execution::endHearers(std::int32_t signalBits) {
+    for (const auto& thread : instance_.threads)
+        if (hears(*thread, signalBits)) endBySignal(*thread);
+}
+
+void Execution::dropPending(std::int32_t signalBits) {
+    std::erase_if(instance_.pending,
+                  [&](const auto& thread) { return hears(*thread, signalBits); });
 }
 
 void Execution::setSignalMask() {

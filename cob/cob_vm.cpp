@@ -136,9 +136,10 @@ CobVm::Slice CobVm::runSlice(CobThread& thread, std::int32_t budget) {
 
     SliceEnd end = SliceEnd::spent;
     std::int32_t left = budget;
+    std::int32_t unused = 0;
     const auto endBehindThis = [&](SliceEnd why) {
         if (end == SliceEnd::spent) end = why;
-        budget -= left - 1;  // which stays unused
+        unused += left - 1;
         left = 1;
     };
 
@@ -277,7 +278,7 @@ CobVm::Slice CobVm::runSlice(CobThread& thread, std::int32_t budget) {
         }
     }
     store();
-    return {end, budget - left};
+    return {end, budget - left - unused};
 }
 
 std::optional<std::int32_t> CobVm::call(std::string_view script, std::span<std::int32_t> parameters,

@@ -82,9 +82,8 @@ constexpr KnownScript kTable[] = {
 };
 
 bool contains(std::string_view text, std::string_view part) {
-    const auto found = std::ranges::search(
-        text, part, [](char a, char b) { return io::toLower(a) == io::toLower(b); });
-    return !found.empty();
+    const auto isSame = [](char a, char b) { return io::toLower(a) == io::toLower(b); };
+    return std::search(text.begin(), text.end(), part.begin(), part.end(), isSame) != text.end();
 }
 
 bool fits(const KnownScript& row, std::string_view name) {

@@ -11,8 +11,8 @@ ScriptMap::ScriptMap(const io::CobFile& file)
     for (const io::CobFile::Script& script : file.scripts)
         entries_.push_back({script.entry, static_cast<std::uint32_t>(entries_.size())});
     std::ranges::stable_sort(entries_, {}, &Entry::at);
-    const auto repeated = std::ranges::unique(entries_, {}, &Entry::at);
-    entries_.erase(repeated.begin(), repeated.end());
+    const auto isRepeated = [](const Entry& a, const Entry& b) { return a.at == b.at; };
+    entries_.erase(std::unique(entries_.begin(), entries_.end(), isRepeated), entries_.end());
 }
 
 std::uint32_t ScriptMap::endOf(std::uint32_t entry) const {

@@ -139,7 +139,8 @@ TEST(Host, ABoundedTickRunsWhatIsStartedInItToo) {
     vm.startScript(0);
     vm.startScript(1);
     vm.tick(0, 2);
-    vm.tick(1, 2 * kSliceInstructions);  // Counts, then Starts, then what that has started
+    vm.tick(1, std::int64_t{2} *
+                   kSliceInstructions);  // Counts, then Starts, then what that has started
     EXPECT_EQ(instance->statics[0], 1);
 }
 
