@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "io/ascii.h"
+#include "io/formats/fbi.h"
 #include "io/formats/tdf_scanner.h"
 #include "session/request_error.h"
 
@@ -13,7 +14,6 @@ using std::string_view;
 
 constexpr string_view kBlanks = " \t";
 constexpr string_view kLineBreaks = "\r\n";
-constexpr string_view kSpace = " \t\n\v\f\r";
 
 struct Assignment {
     string_view key;
@@ -38,7 +38,7 @@ public:
 
     void openSection(string_view name) {
         if (++depth_ != 1) return;
-        inUnitInfo_ = io::equalsIgnoringCase(name, "UNITINFO");
+        inUnitInfo_ = io::equalsIgnoringCase(name, io::kUnitInfoSection);
         if (inUnitInfo_) scan.continuation = scanner_->position();
     }
     void closeSection() {
@@ -89,11 +89,6 @@ std::string apply(string_view text, std::vector<Splice> splices) {
     return result += text.substr(position);
 }
 
-string_view trimmed(string_view text) {
-    const std::size_t begin = std::min(text.find_first_not_of(kSpace), text.size());
-    return text.substr(begin, text.find_last_not_of(kSpace) + 1 - begin);
-}
-
 /// How a text writes its statements.
 struct Style {
     /// Between two statements: a line break and an indentation, or what separates them on a line.
@@ -110,7 +105,7 @@ string_view lineBreakOf(string_view text) {
 class Editor {
 public:
     explicit Editor(string_view text) : text_(text), scan_(scanText(text)) {
-        if (!scan_.continuation) throw RequestError("fbi-parse-error: no [UNITINFO] section");
+        if (!scan_.continuation) throw RequestError(kNoUnitInfo);
         readStyle();
     }
 
@@ -123,10 +118,10 @@ public:
             const Assignment& last = *assignments.back();
             if (!change.value)
                 for (const Assignment* assignment : assignments) remove(*assignment);
-            else if (trimmed(*change.value) != last.value)
-                replaceValue(last, trimmed(*change.value));
-            else
+            else if (io::fbiValueReadsAs(last.key, last.value, io::tdfTrimmed(*change.value)))
                 continue;
+            else
+                replaceValue(last, io::tdfTrimmed(*change.value));
             result.changed.emplace_back(last.key);
         }
         result.text = finish(changes);
@@ -141,7 +136,7 @@ public:
             if (!value || !assignmentsOf(key).empty()) continue;
             added += style_.separator;
             added.append(key).append(style_.assign);
-            added.append(trimmed(*value)).append(style_.terminator);
+            added.append(io::tdfTrimmed(*value)).append(style_.terminator);
             result.changed.push_back(key);
         }
         if (!added.empty()) insert(added);
@@ -189,7 +184,8 @@ private:
         const string_view terminator =
             text_.substr(endOf(model.value), model.end - endOf(model.value));
         style_.assign = isOneLine(assign) ? assign : "=";
-        style_.terminator = isOneLine(terminator) && terminator.ends_with(';') ? terminator : ";";
+        style_.terminator =
+            isOneLine(terminator) && terminator.ends_with(io::kTdfValueEnd) ? terminator : ";";
     }
 
     void replaceValue(const Assignment& assignment, string_view value) {
@@ -219,10 +215,12 @@ private:
                 std::min(text_.find_first_not_of(kBlanks, position), text_.size());
             const std::size_t lineEnd = std::min(text_.find('\n', rest), text_.size());
             const string_view line = text_.substr(rest, lineEnd - rest);
-            if (line.starts_with("//")) return line.ends_with('\r') ? lineEnd - 1 : lineEnd;
-            const std::size_t end = line.starts_with("/*") ? line.find("*/", 2) : string_view::npos;
+            if (line.starts_with(io::kTdfLineComment))
+                return line.ends_with('\r') ? lineEnd - 1 : lineEnd;
+            if (!line.starts_with(io::kTdfCommentBegin)) return position;
+            const std::size_t end = line.find(io::kTdfCommentEnd, io::kTdfCommentBegin.size());
             if (end == string_view::npos) return position;
-            position = rest + end + 2;
+            position = rest + end + io::kTdfCommentEnd.size();
         }
     }
 
@@ -235,7 +233,7 @@ private:
         // The last value of a text may lack its ";".
         const auto& all = scan_.assignments;
         const bool isOpen =
-            !all.empty() && all.back().end == position && text_[position - 1] != ';';
+            !all.empty() && all.back().end == position && text_[position - 1] != io::kTdfValueEnd;
         std::string inserted = isOpen ? ";" : "";
         inserted += statements;
         splices_.push_back({position, position, std::move(inserted)});
@@ -275,6 +273,11 @@ private:
     std::vector<Splice> splices_;
 };
 
+/// Line breaks, and the NUL at which other programs end a text.
+bool breaksLine(string_view text) {
+    return text.find_first_of(string_view("\r\n\0", 3)) != string_view::npos;
+}
+
 }  // namespace
 
 void checkFbiChanges(std::span<const FbiChange> changes) {
@@ -283,17 +286,18 @@ void checkFbiChanges(std::span<const FbiChange> changes) {
         const auto refuseKey = [&](const char* reason) {
             throw RequestError("bad key \"" + change.key + "\": " + reason);
         };
-        if (trimmed(key).empty()) refuseKey("it is empty");
-        if (trimmed(key) != key) refuseKey("it begins or ends with white space");
-        if (key.starts_with("//") || key.starts_with("/*")) refuseKey("it begins with a comment");
-        if (key.find_first_of(string_view("=;{}[]\r\n\0", 9)) != string_view::npos)
+        if (io::tdfTrimmed(key).empty()) refuseKey("it is empty");
+        if (io::tdfTrimmed(key) != key) refuseKey("it begins or ends with white space");
+        if (key.starts_with(io::kTdfLineComment) || key.starts_with(io::kTdfCommentBegin))
+            refuseKey("it begins with a comment");
+        if (key.find_first_of(io::kTdfKeyEnds) != string_view::npos || breaksLine(key))
             refuseKey("it contains one of \"=;{}[]\", a line break or a NUL");
         if (std::ranges::count_if(changes, [&](const FbiChange& other) {
                 return io::equalsIgnoringCase(other.key, key);
             }) > 1)
             refuseKey("it is given twice");
-        if (change.value &&
-            change.value->find_first_of(string_view(";\r\n\0", 4)) != string_view::npos)
+        if (change.value && (change.value->find(io::kTdfValueEnd) != string_view::npos ||
+                             breaksLine(*change.value)))
             throw RequestError("bad value of \"" + change.key +
                                "\": it contains a \";\", a line break or a NUL");
     }

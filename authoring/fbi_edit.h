@@ -8,6 +8,9 @@
 
 namespace orb::unitview {
 
+/// What a text that defines no unit is refused with.
+inline constexpr const char* kNoUnitInfo = "fbi-parse-error: no [UNITINFO] section";
+
 /// What becomes of one key of [UNITINFO].
 struct FbiChange {
     std::string key;
@@ -31,9 +34,10 @@ void checkFbiChanges(std::span<const FbiChange> changes);
 /// that is assigned several times the last assignment, the one that counts, is changed, and
 /// removing it removes all. A removed statement takes its line along when it stands there alone. A
 /// new key goes behind the last statement or section of [UNITINFO], spaced like the statement
-/// before. White space around a value is not kept: readers drop it.
+/// before. White space around a value is not kept: readers drop it. A value that reads as the
+/// wanted one, like 2.00 where 2 is asked for, stays as it is written.
 ///
-/// Throws RequestError "fbi-parse-error: no [UNITINFO] section", and "cannot edit: …" when a change
+/// Throws RequestError kNoUnitInfo, and "cannot edit: …" when a change
 /// would alter how malformed text around it reads.
 FbiEdit editFbi(std::string_view text, std::span<const FbiChange> changes);
 

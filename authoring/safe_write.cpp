@@ -1,157 +1,110 @@
 #include "authoring/safe_write.h"
 
+#include <algorithm>
+#include <memory>
+#include <set>
 #include <stdexcept>
+#include <vector>
 
+#include "authoring/backup.h"
+#include "authoring/file_transaction.h"
 #include "io/archive/hpi_writer.h"
 #include "io/files/folder_lock.h"
 #include "io/files/replace_file.h"
-#include "io/path_text.h"
-#include "session/request_error.h"
 
 namespace orb::unitview {
 namespace {
 
 namespace fs = std::filesystem;
+using Kind = io::FileLocation::Kind;
 
-constexpr const char* kBackupSuffix = ".orbbackup";
+/// A file on disk and what is to be written into it: one content for a loose file, for an archive
+/// those of some of its entries.
+struct Target {
+    fs::path path;
+    Kind kind = Kind::loose;
+    std::vector<const FileWrite*> writes;
+    std::optional<fs::file_status> existing;
+};
 
-using Step = io::ReplaceFailure::Step;
-
-fs::path appended(fs::path path, const char* suffix) {
-    path += suffix;
-    return path;
+std::vector<Target> groupByFile(std::span<const FileWrite> writes) {
+    std::vector<Target> targets;
+    for (const FileWrite& write : writes) {
+        auto target = std::ranges::find(targets, write.target.path, &Target::path);
+        if (target == targets.end())
+            target = targets.insert(target, {write.target.path, write.target.kind, {}, {}});
+        target->writes.push_back(&write);
+    }
+    return targets;
 }
 
-std::string about(const char* what, const fs::path& path) {
-    return what + io::textFromPath(path);
+/// Locked in one order by every process, so that no two wait for each other.
+std::vector<std::unique_ptr<io::FolderLock>> lockFolders(std::span<const Target> targets) {
+    std::set<fs::path> files;
+    for (const Target& target : targets) files.insert(target.path);
+    std::vector<std::unique_ptr<io::FolderLock>> locks;
+    locks.reserve(files.size());
+    for (const fs::path& file : files) locks.push_back(std::make_unique<io::FolderLock>(file));
+    return locks;
 }
 
-std::string about(const char* what, const std::error_code& error) {
-    return what + error.message();
-}
-
-/// Gives a complete copy the backup's name, which must be free. A second name for a file is the one
-/// step that both fails when the name is taken and is done at once on every platform (a rename
-/// would replace, an exclusive copy can stop halfway). Where the file system has no hard links the
-/// name is looked up first.
-void publishBackup(io::FileOps& ops, const fs::path& copy, const fs::path& backup,
-                   std::error_code& error) {
-    ops.hardLink(copy, backup, error);
-    if (!error || error == std::errc::file_exists) return io::removeIfPossible(ops, copy);
-    std::error_code status;
-    if (ops.status(backup, status).type() != fs::file_type::not_found)
-        return io::removeIfPossible(ops, copy);
-    ops.rename(copy, backup, error);
-    if (error) io::removeIfPossible(ops, copy);
-}
-
-void makeBackup(io::FileOps& ops, const fs::path& path, const fs::path& backup) {
-    const fs::path copy = io::temporaryPath(backup);
-    io::removeIfPossible(ops, copy);
-    std::error_code error;
-    ops.copy(path, copy, error);
-    if (error)
-        io::removeIfPossible(ops, copy);
-    else
-        publishBackup(ops, copy, backup, error);
-    if (error) throw std::runtime_error(about("backup failed: ", error));
-    // The backup's name must reach the disk before the file changes.
-    io::syncFolderOf(ops, backup);
-}
-
-/// False when a backup is needed and must not be made.
-bool ensureBackup(io::FileOps& ops, const fs::path& path, bool allowCreation) {
-    const fs::path backup = backupPath(path);
-    const io::FolderLock lock(backup);
-    std::error_code error;
-    if (fs::is_regular_file(ops.status(backup, error))) return true;
-    if (!allowCreation) return false;
-    makeBackup(ops, path, backup);
-    return true;
-}
-
-void writeLooseFile(io::FileOps& ops, const fs::path& path, io::ByteView bytes) {
-    std::error_code error;
-    if (path.has_parent_path()) ops.createDirectories(path.parent_path(), error);
-    if (error) throw std::runtime_error(about("create dir: ", error));
-    io::replaceFile(ops, path, bytes);
-}
-
-io::Bytes rewriteArchive(const io::FileLocation& entry, io::ByteView bytes) {
+io::Bytes rewriteArchive(const Target& target) {
+    std::vector<io::HpiReplacement> entries;
+    for (const FileWrite* write : target.writes)
+        entries.push_back({write->target.internalPath, write->content});
     try {
-        return io::rewriteHpi(io::HpiArchive(entry.path), entry.internalPath, bytes);
+        return io::rewriteHpi(io::HpiArchive(target.path), entries);
     } catch (const std::exception& error) {
         throw std::runtime_error(std::string("archive rewrite failed: ") + error.what());
     }
 }
 
-/// `existing` is the status of the archive.
-void writeArchiveEntry(io::FileOps& ops, const io::FileLocation& entry,
-                       const std::optional<fs::file_status>& existing, io::ByteView bytes) {
-    const io::Bytes archive = rewriteArchive(entry, bytes);
-    std::error_code error;
-    const fs::path target = ops.followLink(entry.path, error);
-    std::optional<fs::perms> permissions;
-    if (existing) permissions = existing->permissions();
-    const auto failure = error ? io::ReplaceFailure{Step::openTemporary, error}
-                               : io::replaceByTemporary(ops, target, permissions, archive);
-    if (!failure) return;
-    switch (failure->step) {
-        case Step::openTemporary:
-            throw std::runtime_error(about("open temp failed: ", io::temporaryPath(target)));
-        case Step::writeTemporary:
-            throw std::runtime_error(about("write temp failed: ", io::temporaryPath(target)));
-        case Step::moveIntoPlace:
-            throw std::runtime_error(about("rename failed: ", failure->error));
+/// Either all are written, or what is thrown tells why none is; `result.resolvedPath` names the
+/// file in question.
+void writeTargets(io::FileOps& ops, std::span<Target> targets, bool allowBackupCreation,
+                  WriteResult& result) {
+    const fs::path first = result.resolvedPath;
+    for (Target& target : targets) {
+        result.resolvedPath = target.path;
+        std::error_code error;
+        target.existing = io::statusOfExisting(ops, target.path, error);
+        if (error) throw std::runtime_error("backup failed: " + error.message());
+        if (!target.existing || allowBackupCreation || hasBackup(ops, target.path)) continue;
+        result.outcome = WriteOutcome::needsBackupConsent;
+        return;
     }
+    std::vector<FileReplacement> files;
+    for (const Target& target : targets) {
+        result.resolvedPath = target.path;
+        files.push_back({target.path, target.kind, target.existing,
+                         target.kind == Kind::archive ? rewriteArchive(target)
+                                                      : target.writes.front()->content});
+    }
+    for (const Target& target : targets) {
+        result.resolvedPath = target.path;
+        if (target.existing) ensureBackup(ops, target.path);
+    }
+    replaceFiles(ops, files, result.resolvedPath);
+    result.resolvedPath = first;
 }
 
 }  // namespace
 
-fs::path backupPath(const fs::path& file) {
-    return appended(file, kBackupSuffix);
-}
-
-WriteResult writeSource(io::FileOps& ops, const io::FileLocation& target, io::ByteView bytes,
-                        bool allowBackupCreation) {
-    WriteResult result{WriteOutcome::ok, target.path, {}};
+WriteResult writeSources(io::FileOps& ops, std::span<const FileWrite> writes,
+                         bool allowBackupCreation) {
+    WriteResult result;
+    if (writes.empty()) return result;
+    result.resolvedPath = writes.front().target.path;
+    std::vector<Target> targets = groupByFile(writes);
+    // From reading an archive to replacing it, nobody else may write it.
+    const auto locks = lockFolders(targets);
     try {
-        std::error_code error;
-        const auto existing = io::statusOfExisting(ops, target.path, error);
-        if (error) throw std::runtime_error(about("backup failed: ", error));
-        if (existing && !ensureBackup(ops, target.path, allowBackupCreation))
-            result.outcome = WriteOutcome::needsBackupConsent;
-        else if (target.kind == io::FileLocation::Kind::archive)
-            writeArchiveEntry(ops, target, existing, bytes);
-        else
-            writeLooseFile(ops, target.path, bytes);
+        writeTargets(ops, targets, allowBackupCreation, result);
     } catch (const std::runtime_error& failure) {
         result.outcome = WriteOutcome::error;
         result.message = failure.what();
     }
     return result;
-}
-
-std::optional<std::string> restoreFromBackup(io::FileOps& ops, const fs::path& file) {
-    const fs::path backup = backupPath(file);
-    std::error_code error;
-    if (!fs::is_regular_file(ops.status(backup, error)))
-        throw RequestError(about("no backup at ", backup));
-    const fs::path target = ops.followLink(file, error);
-    if (!error) {
-        ops.rename(backup, target, error);
-        if (!error) {
-            io::syncFolderOf(ops, target);
-            return std::nullopt;
-        }
-        // Refused, or the file lies on another disk.
-        const io::Bytes bytes = ops.read(backup, error);
-        if (!error) io::overwriteInPlace(ops, target, bytes, error);
-    }
-    if (error) throw RequestError(about("restore failed: ", error));
-    ops.remove(backup, error);
-    if (error) return about("restored but couldn't remove backup: ", error);
-    return std::nullopt;
 }
 
 }  // namespace orb::unitview

@@ -1,22 +1,24 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
+#include <span>
 #include <string>
 
 #include "io/byte_cursor.h"
 #include "io/files/file_ops.h"
 #include "io/vfs/virtual_file_system.h"
 
-/// Writing the files that units come from. Whatever fails or dies on the way, the file is
-/// afterwards the old or the new one as a whole, and a backup that was made is complete and stays.
+/// Writing the files that units come from. Whatever fails on the way, afterwards all files of a
+/// write are the old or all are the new ones; whatever dies, each file is the old or the new one as
+/// a whole.
 namespace orb::unitview {
 
 enum class WriteOutcome { ok = 0, needsBackupConsent = 1, error = 2 };
 
 struct WriteResult {
     WriteOutcome outcome = WriteOutcome::ok;
-    /// The loose file or the archive that was, or would be, written.
+    /// The loose file or the archive that was, or would be, written; of several the first, or the
+    /// one that wants a backup or failed.
     std::filesystem::path resolvedPath;
     /// The reason of an error: "backup failed: ", "create dir: " or "rename failed: " and the
     /// system's text; "open for write: ", "write failed: ", "open temp failed: " or "write temp
@@ -24,20 +26,19 @@ struct WriteResult {
     std::string message;
 };
 
-/// Where the backup of a file lies: beside it, ".orbbackup" appended to its name.
-std::filesystem::path backupPath(const std::filesystem::path& file);
+/// New content for a loose file, or for an entry of an archive, which need not be there yet.
+struct FileWrite {
+    io::FileLocation target;
+    io::Bytes content;
+};
 
-/// Writes a loose file, or replaces or adds an entry of an archive by rewriting that as a whole.
+/// Writes loose files, and replaces or adds entries of archives by rewriting each archive once as a
+/// whole. No two writes may have the same target.
 ///
 /// The first write of a file that exists makes its backup, of an entry that of the whole archive;
 /// without `allowBackupCreation` nothing is written then. A backup is never replaced. A symbolic
 /// link stays one: the file that it leads to is written, the backup lies beside the link.
-WriteResult writeSource(io::FileOps& ops, const io::FileLocation& target, io::ByteView bytes,
-                        bool allowBackupCreation);
-
-/// Puts the backup of a file in its place, which uses it up. Returns the warning "restored but
-/// couldn't remove backup: …" when it is still there. Throws RequestError "no backup at …" or
-/// "restore failed: …"; then the file is what it was.
-std::optional<std::string> restoreFromBackup(io::FileOps& ops, const std::filesystem::path& file);
+WriteResult writeSources(io::FileOps& ops, std::span<const FileWrite> writes,
+                         bool allowBackupCreation);
 
 }  // namespace orb::unitview

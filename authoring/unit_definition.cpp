@@ -1,5 +1,8 @@
 #include "authoring/unit_definition.h"
 
+#include "authoring/backup.h"
+#include "authoring/safe_write.h"
+#include "io/files/folder_lock.h"
 #include "io/formats/tdf.h"
 #include "io/path_text.h"
 #include "io/vfs/directory_file_system.h"
@@ -36,7 +39,7 @@ io::Bytes readSource(const NamedSource& unit) {
     } catch (const std::exception& error) {
         throw RequestError(error.what());
     }
-    throw RequestError("could not locate source for " + unit.name);
+    throw sourceNotFound(unit.name);
 }
 
 /// The bytes that read back as this text, in the given encoding if there are such.
@@ -53,7 +56,7 @@ void requireEncodable(const FbiChange& change, io::TextEncoding encoding) {
 }
 
 EditResult refusedForBase(const UnitSource& source) {
-    return {"base-ta-refused", source.location.path, {}};
+    return {EditOutcome::refusedForBase, source.location.path, {}};
 }
 
 }  // namespace
@@ -61,25 +64,27 @@ EditResult refusedForBase(const UnitSource& source) {
 RawDefinition readDefinition(const UnitViewSession& session,
                              const std::optional<std::string>& name) {
     NamedSource unit = resolve(session, name);
+    const io::FolderLock lock(unit.source.location.path);
     auto [text, encoding] = io::decodeGameText(io::asText(readSource(unit)));
     return {std::move(unit.name), std::move(text), encoding, std::move(unit.source)};
 }
 
 EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io::ByteView bytes,
                          bool allowBackupCreation) {
-    WriteResult written = writeSource(io::systemFileOps(), file, bytes, allowBackupCreation);
+    const FileWrite write{file, io::Bytes(bytes.begin(), bytes.end())};
+    WriteResult written = writeSources(io::systemFileOps(), {&write, 1}, allowBackupCreation);
     if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
     if (written.outcome == WriteOutcome::needsBackupConsent)
-        return {"needs-backup-consent", std::move(written.resolvedPath), {}};
-    return {"ok", std::move(written.resolvedPath), session.refreshAfterWrite(file)};
+        return {EditOutcome::needsBackupConsent, std::move(written.resolvedPath), {}};
+    return {EditOutcome::ok, std::move(written.resolvedPath), session.refreshAfterWrite(file)};
 }
 
 EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
                           const std::string& text, bool allowBackupCreation) {
     const NamedSource unit = resolve(session, name);
-    if (!io::parseTdf(text).child("UNITINFO"))
-        throw RequestError("fbi-parse-error: no [UNITINFO] section");
+    if (!io::parseTdf(text).child(io::kUnitInfoSection)) throw RequestError(kNoUnitInfo);
     if (unit.source.inBaseTa) return refusedForBase(unit.source);
+    const io::FolderLock lock(unit.source.location.path);
     const io::TextEncoding encoding = io::decodeGameText(io::asText(readSource(unit))).encoding;
     return writeUnitFile(session, unit.source.location, io::asBytes(encodeReadably(text, encoding)),
                          allowBackupCreation);
@@ -90,11 +95,13 @@ PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::s
     checkFbiChanges(changes);
     const NamedSource unit = resolve(session, name);
     if (unit.source.inBaseTa) return {refusedForBase(unit.source), {}};
+    // What another editor writes between reading and writing would be lost.
+    const io::FolderLock lock(unit.source.location.path);
     const io::DecodedText text = io::decodeGameText(io::asText(readSource(unit)));
     for (const FbiChange& change : changes) requireEncodable(change, text.encoding);
 
     FbiEdit edit = editFbi(text.utf8, changes);
-    if (edit.changed.empty()) return {{"ok", unit.source.location.path, {}}, {}};
+    if (edit.changed.empty()) return {{EditOutcome::ok, unit.source.location.path, {}}, {}};
     const auto bytes = io::encodeGameText(edit.text, text.encoding);
     EditResult written = writeUnitFile(session, unit.source.location, io::asBytes(bytes.value()),
                                        allowBackupCreation);

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "authoring/fbi_edit.h"
-#include "authoring/safe_write.h"
 #include "io/text_encoding.h"
 #include "session/unit_view_session.h"
 
@@ -28,10 +27,11 @@ struct RawDefinition {
 RawDefinition readDefinition(const UnitViewSession& session,
                              const std::optional<std::string>& name);
 
-/// How a write of a unit's file ended.
+/// How a write of a unit's file ended; only `ok` has written anything.
+enum class EditOutcome { ok, needsBackupConsent, refusedForBase };
+
 struct EditResult {
-    /// "ok", "needs-backup-consent" or "base-ta-refused"; only the first has written anything.
-    std::string outcome;
+    EditOutcome outcome = EditOutcome::ok;
     std::filesystem::path resolvedPath;
     /// Why the loaded unit, reloaded from what was written, is not loaded any more.
     std::optional<std::string> reloadError;
@@ -44,7 +44,7 @@ EditResult writeUnitFile(UnitViewSession& session, const io::FileLocation& file,
 
 /// Replaces a definition's text. It keeps its encoding unless that lacks one of the characters (or
 /// would be taken for UTF-8 when read back); then it becomes UTF-8. Throws RequestError
-/// "fbi-parse-error: no [UNITINFO] section".
+/// kNoUnitInfo.
 EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
                           const std::string& text, bool allowBackupCreation);
 

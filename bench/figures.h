@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "server/logger.h"
+#include "tests/quiet_log.h"
 
 /// What the benchmarks share. Every figure is a ratio to a baseline measured in the same run, so
 /// that figures of different machines and days can be compared.
@@ -40,19 +40,7 @@ void reportRate(std::string_view name, const Timing& timing, double count, std::
 /// Ends the benchmark unless `condition` holds: its results are wrong, so its figures mean nothing.
 void require(bool condition, std::string_view what);
 
-/// Silences the log while it lives; a benchmark's `main` begins with one.
-class QuietLog {
-public:
-    QuietLog() {
-        logger_.setEcho(false);
-        setCurrentLogger(&logger_);
-    }
-    ~QuietLog() { setCurrentLogger(nullptr); }
-    QuietLog(const QuietLog&) = delete;
-    QuietLog& operator=(const QuietLog&) = delete;
-
-private:
-    Logger logger_;
-};
+/// A benchmark's `main` begins with one.
+using orb::QuietLog;
 
 }  // namespace orb::bench

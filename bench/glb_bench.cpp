@@ -58,6 +58,6 @@ int main() {
     const MountedData& mounted = session.setDataRoots({data.game, {}, {}});
     const LoadedUnit& unit = session.loadUnit("UNIT0000");
 
-    measure("a unit", unit.model, mounted.textures, session.palette());
-    measure("3000 faces in 50 pieces", denseModel(), mounted.textures, session.palette());
+    measure("a unit", unit.model, mounted.pictures.textures, session.palette());
+    measure("3000 faces in 50 pieces", denseModel(), mounted.pictures.textures, session.palette());
 }

@@ -4,7 +4,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cob/opcodes.h"
+#include "cob/unit_values.h"
 #include "io/ascii.h"
 
 namespace orb::unitview::bos {
@@ -26,7 +26,6 @@ constexpr NamedConstant kHeaderUnitValues[] = {
 
 /// Ids up to here are the same in every header.
 constexpr std::int32_t kLastAgreedId = 20;
-constexpr std::int32_t kOtherAgreedIds[] = {32, 70, 71};
 
 }  // namespace
 
@@ -63,11 +62,14 @@ std::string_view explosionFlagName(std::int32_t value) {
 }
 
 std::string_view agreedUnitValueName(std::int32_t id) {
-    if (id > kLastAgreedId && std::ranges::find(kOtherAgreedIds, id) == std::end(kOtherAgreedIds))
-        return {};
     const auto names = unitValueNames();
     const auto found = std::ranges::find(names, id, &UnitValueName::id);
-    return found == names.end() ? std::string_view{} : found->name;
+    if (found == names.end()) return {};
+    const bool isAgreed =
+        id <= kLastAgreedId || std::ranges::any_of(kHeaderUnitValues, [&](const auto& header) {
+            return header.name == found->name && header.value == id;
+        });
+    return isAgreed ? found->name : std::string_view{};
 }
 
 }  // namespace orb::unitview::bos

@@ -39,7 +39,7 @@ std::string inParens(const std::string& text) {
 
 }  // namespace
 
-std::string shownName(const Name& name) {
+std::string writtenName(const Name& name) {
     return name.isQuoted ? quotedName(name.text) : std::string(name.text);
 }
 

@@ -43,6 +43,6 @@ private:
 };
 
 /// The name as the parser reads it.
-std::string shownName(const Name& name);
+std::string writtenName(const Name& name);
 
 }  // namespace orb::unitview::bos

@@ -4,7 +4,7 @@
 
 #include "bos/options.h"
 #include "bos/syntax_tree.h"
-#include "cob/cob_debugger.h"
+#include "cob/cob_line_span.h"
 #include "io/formats/cob_file.h"
 
 namespace orb::unitview::bos {

@@ -72,7 +72,7 @@ void Printer::declaration(std::string_view keyword, const std::vector<Name>& nam
 }
 
 void Printer::script(const Script& script) {
-    line(0, fmt::format("{}({})", shownName(script.name), list(script.parameters)));
+    line(0, fmt::format("{}({})", writtenName(script.name), list(script.parameters)));
     if (script.isRaw) line(0, "//@raw");
     line(0, "{");
     statements(script.body, 1);
@@ -150,7 +150,7 @@ std::string Printer::simple(const Statement& statement) const {
         case StatementKind::locals:
             return "var " + list(statement.names);
         case StatementKind::assign:
-            return fmt::format("{} = {}", shownName(statement.names[0]),
+            return fmt::format("{} = {}", writtenName(statement.names[0]),
                                plain(statement.values[0]));
         case StatementKind::ret:
             return statement.values.empty()
@@ -158,7 +158,7 @@ std::string Printer::simple(const Statement& statement) const {
                        : fmt::format("return ({})", plain(statement.values[0]));
         case StatementKind::start: {
             std::string text = statement.op == Op::start ? "start-script " : "call-script ";
-            text += shownName(statement.names[0]) + '(';
+            text += writtenName(statement.names[0]) + '(';
             for (std::size_t i = 0; i < statement.values.size(); ++i)
                 text += (i > 0 ? ", " : "") + plain(statement.values[i]);
             return text + ')';
@@ -175,7 +175,7 @@ std::string Printer::ofForm(const Statement& statement) const {
         const FormPart& part = form.parts[i];
         switch (part.kind) {
             case FormPart::Kind::piece:
-                text += ' ' + shownName(statement.names[0]);
+                text += ' ' + writtenName(statement.names[0]);
                 break;
             case FormPart::Kind::axis:
                 text += fmt::format(" {}", axisName(statement.axis));
@@ -204,7 +204,7 @@ std::string Printer::list(const std::vector<Name>& names) {
     std::string text;
     for (const Name& name : names) {
         if (!text.empty()) text += ", ";
-        text += shownName(name);
+        text += writtenName(name);
     }
     return text;
 }

@@ -28,7 +28,7 @@ bool ScriptDecoder::decode(Script& script) {
     try {
         scan();
         const std::uint32_t from = parameters(script);
-        block(from, end_, 0, script.body);
+        statements(from, end_, 0, script.body);
     } catch (const Unstructured&) {
         return false;
     }
@@ -77,77 +77,77 @@ std::uint32_t ScriptDecoder::parameters(Script& script) {
 }
 
 /// Returns how deep the statements nest.
-int ScriptDecoder::block(std::uint32_t from, std::uint32_t limit, int nesting,
-                         std::vector<Statement>& statements) {
+int ScriptDecoder::statements(std::uint32_t from, std::uint32_t limit, int nesting,
+                              std::vector<Statement>& result) {
     if (nesting > kMaxNesting) throw Unstructured{};
-    Block block{statements, limit, nesting};
-    block.start = from;
+    OpenBlock open{result, limit, nesting};
+    open.start = from;
     while (from < limit) {
-        if (block.stack.empty()) {
-            block.start = from;
-            block.needsRaw = false;
+        if (open.stack.empty()) {
+            open.start = from;
+            open.needsRaw = false;
         }
-        from = instruction(block, from);
+        from = instruction(open, from);
     }
-    if (from != limit || !block.stack.empty()) throw Unstructured{};
-    return block.depths.empty() ? 0 : *std::ranges::max_element(block.depths);
+    if (from != limit || !open.stack.empty()) throw Unstructured{};
+    return open.depths.empty() ? 0 : *std::ranges::max_element(open.depths);
 }
 
 /// Takes in one instruction; returns where to go on.
-std::uint32_t ScriptDecoder::instruction(Block& block, std::uint32_t pc) {
+std::uint32_t ScriptDecoder::instruction(OpenBlock& open, std::uint32_t pc) {
     const Op op = opAt(pc);
     const OpcodeRow& row = opcodeRow(op);
     const std::uint32_t next = pc + static_cast<std::uint32_t>(row.length());
-    if (next > block.limit) throw Unstructured{};
+    if (next > open.limit) throw Unstructured{};
     if (leavesValue(op, row)) {
-        pushValue(block, pc, row);
+        pushValue(open, pc, row);
     } else if (op == Op::jumpIfZero) {
-        return branch(block, pc);
+        return branch(open, pc);
     } else if (op == Op::jump) {
-        if (!block.stack.empty()) throw Unstructured{};
-        endlessLoop(block, wordAt(pc + 1));
+        if (!open.stack.empty()) throw Unstructured{};
+        endlessLoop(open, wordAt(pc + 1));
     } else if (op == Op::createLocal) {
-        if (!block.stack.empty()) throw Unstructured{};
-        return createLocal(block, pc);
+        if (!open.stack.empty()) throw Unstructured{};
+        return createLocal(open, pc);
     } else {
-        statement(block, pc, row);
+        statement(open, pc, row);
     }
     return next;
 }
 
-void ScriptDecoder::pushValue(Block& block, std::uint32_t pc, const OpcodeRow& row) {
+void ScriptDecoder::pushValue(OpenBlock& open, std::uint32_t pc, const OpcodeRow& row) {
     const auto pops = static_cast<std::size_t>(std::max<int>(row.pops, 0));
-    if (block.stack.size() < pops) throw Unstructured{};
-    const std::size_t rest = block.stack.size() - pops;
+    if (open.stack.size() < pops) throw Unstructured{};
+    const std::size_t rest = open.stack.size() - pops;
     Value result{pc, pc + static_cast<std::uint32_t>(row.length()), row.op, 0};
-    for (std::size_t i = rest; i < block.stack.size(); ++i) {
-        const Value& operand = block.stack[i];
+    for (std::size_t i = rest; i < open.stack.size(); ++i) {
+        const Value& operand = open.stack[i];
         result.from = std::min(result.from, operand.from);
         // a + b + c needs no parentheses
         const bool isChain = i == rest && operand.op == row.op && binaryOperator(row.op);
         result.nesting = std::max(result.nesting, operand.nesting + (isChain ? 0 : 1));
     }
-    block.stack.resize(rest);
-    block.stack.push_back(result);
-    if (result.nesting > kMaxNesting) block.needsRaw = true;
-    if (row.op == Op::pushLocal && wordAt(pc + 1) >= locals_.size()) block.needsRaw = true;
+    open.stack.resize(rest);
+    open.stack.push_back(result);
+    if (result.nesting > kMaxNesting) open.needsRaw = true;
+    if (row.op == Op::pushLocal && wordAt(pc + 1) >= locals_.size()) open.needsRaw = true;
     if (row.op == Op::pushStatic && wordAt(pc + 1) >= context_.program.statics.size())
-        block.needsRaw = true;
+        open.needsRaw = true;
 }
 
 /// A branch over a part of the code: the jump in front of its target tells a loop or an else. That
 /// jump belongs to the last branch with this target; others end there as well.
-std::uint32_t ScriptDecoder::branch(Block& block, std::uint32_t pc) {
+std::uint32_t ScriptDecoder::branch(OpenBlock& open, std::uint32_t pc) {
     const std::uint32_t next = pc + 2;
     const std::uint32_t target = wordAt(pc + 1);
-    if (block.stack.size() != 1 || block.needsRaw || target < next || target > block.limit ||
+    if (open.stack.size() != 1 || open.needsRaw || target < next || target > open.limit ||
         !isStart(target))
         throw Unstructured{};
     Statement result = begin(Statement::Kind::branch);
-    result.values.push_back(expression(block.stack[0]));
-    block.stack.clear();
+    result.values.push_back(expression(open.stack[0]));
+    open.stack.clear();
 
-    const std::uint32_t start = block.start;
+    const std::uint32_t start = open.start;
     const bool hasJump = target >= next + 2 && isStart(target - 2) &&
                          opAt(target - 2) == Op::jump &&
                          marks_[target - range_.from].branch == pc + 1;
@@ -156,50 +156,51 @@ std::uint32_t ScriptDecoder::branch(Block& block, std::uint32_t pc) {
     int depth = 0;
     if (hasJump && jumpsTo == start) {
         result.kind = Statement::Kind::loop;
-        depth = this->block(next, target - 2, block.nesting + 1, result.body);
-    } else if (hasJump && jumpsTo >= target && jumpsTo <= block.limit && isStart(jumpsTo)) {
-        depth = std::max(this->block(next, target - 2, block.nesting + 1, result.body),
-                         this->block(target, jumpsTo, block.nesting + 1, result.otherwise));
+        depth = statements(next, target - 2, open.nesting + 1, result.body);
+    } else if (hasJump && jumpsTo >= target && jumpsTo <= open.limit && isStart(jumpsTo)) {
+        depth = std::max(statements(next, target - 2, open.nesting + 1, result.body),
+                         statements(target, jumpsTo, open.nesting + 1, result.otherwise));
         result.hasElse = true;
         end = jumpsTo;
     } else {
-        depth = this->block(next, target, block.nesting + 1, result.body);
+        depth = statements(next, target, open.nesting + 1, result.body);
     }
-    block.start = start;
-    add(block, std::move(result), depth + 1);
+    open.start = start;
+    add(open, std::move(result), depth + 1);
     return end;
 }
 
 /// A jump back to a statement of this block makes everything since then a loop without condition.
-void ScriptDecoder::endlessLoop(Block& block, std::uint32_t target) {
-    const auto found = std::ranges::lower_bound(block.starts, target);
+void ScriptDecoder::endlessLoop(OpenBlock& open, std::uint32_t target) {
+    const auto found = std::ranges::lower_bound(open.starts, target);
     Statement loop = begin(Statement::Kind::loop);
     int depth = 0;
-    if (found != block.starts.end() && *found == target) {
-        const auto place = found - block.starts.begin();
-        const auto first = block.statements.begin() + place;
+    if (found != open.starts.end() && *found == target) {
+        const auto place = found - open.starts.begin();
+        const auto first = open.statements.begin() + place;
         loop.body.assign(std::make_move_iterator(first),
-                         std::make_move_iterator(block.statements.end()));
-        depth = *std::max_element(block.depths.begin() + place, block.depths.end());
-        if (block.nesting + depth > kMaxNesting) throw Unstructured{};
-        block.statements.erase(first, block.statements.end());
-        block.starts.erase(found, block.starts.end());
-        block.depths.erase(block.depths.begin() + place, block.depths.end());
-    } else if (target != block.start) {  // a jump to itself is an empty loop
+                         std::make_move_iterator(open.statements.end()));
+        depth = *std::max_element(open.depths.begin() + place, open.depths.end());
+        if (open.nesting + depth > kMaxNesting) throw Unstructured{};
+        open.statements.erase(first, open.statements.end());
+        open.starts.erase(found, open.starts.end());
+        open.depths.erase(open.depths.begin() + place, open.depths.end());
+    } else if (target != open.start) {  // a jump to itself is an empty loop
         throw Unstructured{};
     }
-    block.start = target;
-    add(block, std::move(loop), depth + 1);
+    open.start = target;
+    add(open, std::move(loop), depth + 1);
 }
 
-std::uint32_t ScriptDecoder::createLocal(Block& block, std::uint32_t pc) {
+std::uint32_t ScriptDecoder::createLocal(OpenBlock& open, std::uint32_t pc) {
     const bool isReturn =
-        pc + 1 < block.limit && opAt(pc + 1) == Op::ret && !marks_[pc + 1 - range_.from].isTarget;
+        pc + 1 < open.limit && opAt(pc + 1) == Op::ret && !marks_[pc + 1 - range_.from].isTarget;
     if (isReturn) {
         if (context_.options.valuelessReturn == ValuelessReturn::bare) {
-            add(block, begin(Statement::Kind::ret));
+            add(open, begin(Statement::Kind::ret));
+            holdsBareReturn_ = true;
         } else {
-            addRaw(block, pc, pc + 2);
+            addRaw(open, pc, pc + 2);
         }
         return pc + 2;
     }
@@ -207,43 +208,43 @@ std::uint32_t ScriptDecoder::createLocal(Block& block, std::uint32_t pc) {
         context_.program.ownTexts.emplace_back(context_.names.local(name_, locals_.size())));
     Statement result = begin(Statement::Kind::locals);
     result.names.push_back({locals_.back(), {}});
-    add(block, std::move(result));
+    add(open, std::move(result));
     return pc + 1;
 }
 
-void ScriptDecoder::statement(Block& block, std::uint32_t pc, const OpcodeRow& row) {
+void ScriptDecoder::statement(OpenBlock& open, std::uint32_t pc, const OpcodeRow& row) {
     const std::size_t pops =
         row.pops == kPopsArguments ? wordAt(pc + 2) : static_cast<std::size_t>(row.pops);
     const std::uint32_t next = pc + static_cast<std::uint32_t>(row.length());
     // What takes a value that an earlier statement left can only stand as it is.
-    if (block.stack.empty() && pops > 0) return addRaw(block, pc, next);
-    if (block.stack.size() != pops) throw Unstructured{};
+    if (open.stack.empty() && pops > 0) return addRaw(open, pc, next);
+    if (open.stack.size() != pops) throw Unstructured{};
     Statement result = begin(Statement::Kind::simple);
     result.op = row.op;
-    if (block.needsRaw || !describe(result, block, pc)) return addRaw(block, block.start, next);
-    add(block, std::move(result));
-    block.stack.clear();
+    if (open.needsRaw || !describe(result, open, pc)) return addRaw(open, open.start, next);
+    add(open, std::move(result));
+    open.stack.clear();
 }
 
 /// Fills in the statement of an instruction; false when an operand has no name.
-bool ScriptDecoder::describe(Statement& statement, const Block& block, std::uint32_t pc) {
+bool ScriptDecoder::describe(Statement& statement, const OpenBlock& open, std::uint32_t pc) {
     switch (statement.op) {
         case Op::start:
         case Op::call:
-            return describeStart(statement, block, pc);
+            return describeStart(statement, open, pc);
         case Op::popLocal:
         case Op::popStatic:
-            return describeAssignment(statement, block, pc);
+            return describeAssignment(statement, open, pc);
         case Op::ret:
             statement.kind = Statement::Kind::ret;
-            statement.values.push_back(expression(block.stack[0]));
+            statement.values.push_back(expression(open.stack[0]));
             return true;
         default:
-            return formOf(statement.op) && describeForm(statement, block, pc);
+            return formOf(statement.op) && describeForm(statement, open, pc);
     }
 }
 
-bool ScriptDecoder::describeForm(Statement& statement, const Block& block, std::uint32_t pc) {
+bool ScriptDecoder::describeForm(Statement& statement, const OpenBlock& open, std::uint32_t pc) {
     const auto& operands = opcodeRow(statement.op).operands;
     if (operands[0] == Operand::piece) {
         const std::uint32_t piece = wordAt(pc + 1);
@@ -254,33 +255,34 @@ bool ScriptDecoder::describeForm(Statement& statement, const Block& block, std::
         if (wordAt(pc + 2) > 2) return false;
         statement.axis = static_cast<std::uint8_t>(wordAt(pc + 2));
     }
-    for (const Value& value : block.stack) statement.values.push_back(expression(value));
+    for (const Value& value : open.stack) statement.values.push_back(expression(value));
     return std::ranges::none_of(formOf(statement.op)->parts, [&](const FormPart& part) {
         if (part.kind != FormPart::Kind::hiddenZero) return false;
-        const Value& value = block.stack[part.push];
+        const Value& value = open.stack[part.push];
         return value.to != value.from + 2 || opAt(value.from) != Op::pushConst ||
                wordAt(value.from + 1) != 0;
     });
 }
 
-bool ScriptDecoder::describeStart(Statement& statement, const Block& block, std::uint32_t pc) {
+bool ScriptDecoder::describeStart(Statement& statement, const OpenBlock& open, std::uint32_t pc) {
     const std::uint32_t script = wordAt(pc + 1);
     if (script >= context_.scripts.size() || !context_.isScriptFound[script]) return false;
     statement.kind = Statement::Kind::start;
     statement.names.push_back(context_.scripts[script]);
-    for (const Value& value : block.stack) statement.values.push_back(expression(value));
+    for (const Value& value : open.stack) statement.values.push_back(expression(value));
     if (context_.options.argumentOrder == ArgumentOrder::vm) std::ranges::reverse(statement.values);
     return true;
 }
 
-bool ScriptDecoder::describeAssignment(Statement& statement, const Block& block, std::uint32_t pc) {
+bool ScriptDecoder::describeAssignment(Statement& statement, const OpenBlock& open,
+                                       std::uint32_t pc) {
     const std::uint32_t index = wordAt(pc + 1);
     const bool isLocal = statement.op == Op::popLocal;
     const auto& statics = context_.program.statics;
     if (index >= (isLocal ? locals_.size() : statics.size())) return false;
     statement.kind = Statement::Kind::assign;
     statement.names.push_back(isLocal ? Name{locals_[index], {}} : statics[index]);
-    const Value& value = block.stack[0];
+    const Value& value = open.stack[0];
     statement.values.push_back(expression(value));
     ExpressionItem& item = context_.program.items[statement.values[0].from];
     const bool isPiece = isLocal && index == 0 && answersPiece(name_) &&
@@ -293,18 +295,18 @@ bool ScriptDecoder::describeAssignment(Statement& statement, const Block& block,
     return true;
 }
 
-void ScriptDecoder::addRaw(Block& block, std::uint32_t from, std::uint32_t to) {
+void ScriptDecoder::addRaw(OpenBlock& open, std::uint32_t from, std::uint32_t to) {
     Statement result = begin(Statement::Kind::rawWords);
     for (; from < to; ++from) result.words.push_back({wordAt(from), false});
-    add(block, std::move(result));
-    block.stack.clear();
+    add(open, std::move(result));
+    open.stack.clear();
     holdsRawWords_ = true;
 }
 
-void ScriptDecoder::add(Block& block, Statement statement, int depth) {
-    block.statements.push_back(std::move(statement));
-    block.starts.push_back(block.start);
-    block.depths.push_back(depth);
+void ScriptDecoder::add(OpenBlock& open, Statement statement, int depth) {
+    open.statements.push_back(std::move(statement));
+    open.starts.push_back(open.start);
+    open.depths.push_back(depth);
 }
 
 Expression ScriptDecoder::expression(const Value& value) {

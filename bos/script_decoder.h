@@ -38,6 +38,8 @@ public:
 
     /// Whether the body holds raw words in places.
     bool holdsRawWords() const { return holdsRawWords_; }
+    /// Whether it holds a return that leaves a fresh local and no value.
+    bool holdsBareReturn() const { return holdsBareReturn_; }
 
 private:
     /// A value on the stack: the code that leaves it there.
@@ -48,7 +50,7 @@ private:
         int nesting = 0;      ///< parentheses that it needs inside each other, at most
     };
     /// A list of statements in the making.
-    struct Block {
+    struct OpenBlock {
         std::vector<Statement>& statements;
         std::uint32_t limit;
         int nesting;
@@ -62,20 +64,20 @@ private:
     void scan();
     void noteTarget(std::uint32_t pc, const OpcodeRow& row);
     std::uint32_t parameters(Script& script);
-    int block(std::uint32_t from, std::uint32_t limit, int nesting,
-              std::vector<Statement>& statements);
-    std::uint32_t instruction(Block& block, std::uint32_t pc);
-    void pushValue(Block& block, std::uint32_t pc, const OpcodeRow& row);
-    std::uint32_t branch(Block& block, std::uint32_t pc);
-    void endlessLoop(Block& block, std::uint32_t target);
-    void statement(Block& block, std::uint32_t pc, const OpcodeRow& row);
-    bool describe(Statement& statement, const Block& block, std::uint32_t pc);
-    bool describeForm(Statement& statement, const Block& block, std::uint32_t pc);
-    bool describeStart(Statement& statement, const Block& block, std::uint32_t pc);
-    bool describeAssignment(Statement& statement, const Block& block, std::uint32_t pc);
-    std::uint32_t createLocal(Block& block, std::uint32_t pc);
-    void addRaw(Block& block, std::uint32_t from, std::uint32_t to);
-    void add(Block& block, Statement statement, int depth = 0);
+    int statements(std::uint32_t from, std::uint32_t limit, int nesting,
+                   std::vector<Statement>& result);
+    std::uint32_t instruction(OpenBlock& open, std::uint32_t pc);
+    void pushValue(OpenBlock& open, std::uint32_t pc, const OpcodeRow& row);
+    std::uint32_t branch(OpenBlock& open, std::uint32_t pc);
+    void endlessLoop(OpenBlock& open, std::uint32_t target);
+    void statement(OpenBlock& open, std::uint32_t pc, const OpcodeRow& row);
+    bool describe(Statement& statement, const OpenBlock& open, std::uint32_t pc);
+    bool describeForm(Statement& statement, const OpenBlock& open, std::uint32_t pc);
+    bool describeStart(Statement& statement, const OpenBlock& open, std::uint32_t pc);
+    bool describeAssignment(Statement& statement, const OpenBlock& open, std::uint32_t pc);
+    std::uint32_t createLocal(OpenBlock& open, std::uint32_t pc);
+    void addRaw(OpenBlock& open, std::uint32_t from, std::uint32_t to);
+    void add(OpenBlock& open, Statement statement, int depth = 0);
     Expression expression(const Value& value);
     Statement begin(Statement::Kind kind) const;
 
@@ -99,6 +101,7 @@ private:
     std::vector<Mark> marks_;
     std::vector<std::string_view> locals_;
     bool holdsRawWords_ = false;
+    bool holdsBareReturn_ = false;
 };
 
 }  // namespace orb::unitview::bos

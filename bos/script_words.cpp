@@ -5,6 +5,7 @@
 
 #include "bos/name_table.h"
 #include "cob/opcodes.h"
+#include "cob/script_map.h"
 
 namespace orb::unitview::bos {
 namespace {
@@ -22,19 +23,14 @@ bool isText(std::uint32_t word) {
 
 std::vector<ScriptRange> scriptRanges(const io::CobFile& cob) {
     const auto size = static_cast<std::uint32_t>(cob.code.size());
-    std::vector<std::uint32_t> entries;
-    for (const auto& script : cob.scripts) entries.push_back(std::min(script.entry, size));
-    std::vector<std::uint32_t> sorted = entries;
-    std::ranges::sort(sorted);
-
-    std::vector<ScriptRange> ranges(entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const auto next = std::ranges::upper_bound(sorted, entries[i]);
-        ranges[i] = {entries[i], next == sorted.end() ? size : *next};
-    }
+    const ScriptMap map(cob);
+    std::vector<ScriptRange> ranges;
+    ranges.reserve(cob.scripts.size());
+    for (const auto& script : cob.scripts)
+        ranges.push_back({std::min(script.entry, size), std::min(map.endOf(script.entry), size)});
     std::unordered_map<std::uint32_t, std::size_t> lastWith;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const auto [earlier, isFirst] = lastWith.try_emplace(entries[i], i);
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+        const auto [earlier, isFirst] = lastWith.try_emplace(ranges[i].from, i);
         if (isFirst) continue;
         ranges[earlier->second].to = ranges[earlier->second].from;
         earlier->second = i;

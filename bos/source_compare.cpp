@@ -7,6 +7,7 @@
 #include "bos/name_table.h"
 #include "bos/parser.h"
 #include "bos/script_words.h"
+#include "cob/cob_units.h"
 
 namespace orb::unitview::bos {
 namespace {
@@ -16,8 +17,10 @@ constexpr std::array<std::string_view, 6> kStatusTexts = {
     "code",      "missing in source", "missing in bytecode"};
 
 /// The scales that compilers in use have, the commonest first: linear, angular.
-constexpr std::pair<double, double> kScales[] = {
-    {163840, 182}, {65536, 182}, {81920, 182.04400634765625}, {65536, 65536.0 / 360}};
+constexpr std::pair<double, double> kScales[] = {{163840, 182},
+                                                 {65536, 182},
+                                                 {81920, 182.04400634765625},
+                                                 {65536, kCobAnglesPerTurn / kDegreesPerTurn}};
 
 /// A file whose scripts' words can be compared with those of another.
 struct ComparableFile {
@@ -39,7 +42,8 @@ std::vector<BosOptions> candidates(const BosOptions& first) {
     std::vector<BosOptions> all = {first};
     for (const auto& [linear, angular] : kScales)
         for (const auto arguments : {ArgumentOrder::vm, ArgumentOrder::source})
-            for (const auto implicit : {ImplicitReturn::safe, ImplicitReturn::compat})
+            for (const auto implicit :
+                 {ImplicitReturn::safe, ImplicitReturn::compat, ImplicitReturn::lastWord})
                 for (const auto valueless : {ValuelessReturn::push0, ValuelessReturn::bare}) {
                     const BosOptions options{Scale(linear), Scale(angular), implicit, valueless,
                                              arguments};

@@ -6,6 +6,7 @@
 #include "io/ascii.h"
 
 namespace orb::unitview::bos {
+
 bool TokenReader::acceptWord(std::string_view word) {
     if (current().kind != TokenKind::name || !io::equalsIgnoringCase(current().text, word))
         return false;
@@ -15,10 +16,6 @@ bool TokenReader::acceptWord(std::string_view word) {
 
 void TokenReader::expect(Symbol symbol, std::string_view shown) {
     if (!accept(symbol)) failExpecting(fmt::format("'{}'", shown));
-}
-
-void TokenReader::expectWord(std::string_view word) {
-    if (!acceptWord(word)) failExpecting(fmt::format("'{}'", word));
 }
 
 Name TokenReader::expectName(std::string_view what) {
@@ -53,14 +50,8 @@ void TokenReader::expectAngleEnd() {
 }
 
 void TokenReader::failExpecting(std::string_view what) {
-    fail(current().at, "E08",
-         atEnd() ? fmt::format("expected {} but found the end of the file", what)
-                 : fmt::format("expected {} but found '{}'", what, current().text));
-}
-
-void TokenReader::fail(const SourcePosition& at, const char* code, std::string message) {
-    diagnostics_.error(at, code, std::move(message));
-    throw SyntaxError{};
+    if (atEnd()) fail<Problem::expectedAtFileEnd>(current().at, what);
+    fail<Problem::expected>(current().at, what, current().text);
 }
 
 }  // namespace orb::unitview::bos

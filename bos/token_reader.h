@@ -43,7 +43,6 @@ public:
     bool acceptWord(std::string_view word);
 
     void expect(Symbol symbol, std::string_view shown);
-    void expectWord(std::string_view word);
     /// A name as declarations and references spell it; `what` is for the message.
     Name expectName(std::string_view what);
     std::uint8_t expectAxis();
@@ -54,7 +53,11 @@ public:
 
     /// "expected … but found …" at the current token.
     [[noreturn]] void failExpecting(std::string_view what);
-    [[noreturn]] void fail(const SourcePosition& at, const char* code, std::string message);
+    template <Problem problem, typename... Arguments>
+    [[noreturn]] void fail(const SourcePosition& at, const Arguments&... arguments) {
+        diagnostics_.report<problem>(at, arguments...);
+        throw SyntaxError{};
+    }
 
 private:
     std::span<Token> tokens_;

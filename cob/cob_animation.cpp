@@ -2,16 +2,13 @@
 
 #include <cmath>
 
+#include "cob/cob_units.h"
 #include "cob/wrapping.h"
 
 namespace orb::unitview {
 namespace {
 
-constexpr float kPi = 3.1415927F;
-constexpr float kFullTurn = 6.2831855F;
-constexpr float kCobAnglesPerRadian = 10430.378F;
 constexpr float kMoveDoneDistance = 0.001F;
-constexpr unsigned kHalfTurn = 32768;
 
 std::uint16_t roundedCobAngle(float radians) {
     return static_cast<std::uint16_t>(
@@ -30,7 +27,7 @@ bool advanceTurn(CobPiece& piece, std::size_t axis) {
     const std::uint16_t target = roundedCobAngle(piece.targetAngle[axis]);
     const auto step = truncated<std::int64_t>(piece.turnSpeed[axis] / kRadiansPerCobAngle);
     const auto ahead = static_cast<std::uint16_t>(target - current);
-    const bool forward = ahead <= kHalfTurn;
+    const bool forward = ahead <= kCobAnglesPerTurn / 2;
     const std::uint16_t distance = forward ? ahead : static_cast<std::uint16_t>(current - target);
     if (distance > step) {
         const auto next = static_cast<std::uint16_t>(forward ? current + step : current - step);
@@ -70,7 +67,7 @@ bool advanceMove(CobPiece& piece, std::size_t axis) {
 float radiansOfCobAngle(std::int32_t cobAngle) {
     const float radians =
         static_cast<float>(static_cast<std::uint16_t>(cobAngle)) * kRadiansPerCobAngle;
-    return radians >= kPi ? radians - kFullTurn : radians;
+    return radians >= kHalfTurn ? radians - kFullTurn : radians;
 }
 
 std::int32_t cobAngleOfRadians(float radians) {

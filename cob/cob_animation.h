@@ -10,10 +10,6 @@
 /// 32-bit floats throughout: in double precision half a turn would land on the other side of pi.
 namespace orb::unitview {
 
-inline constexpr float kLinearUnitsPerModelUnit = 65536.0F;
-inline constexpr float kRadiansPerCobAngle = 9.58738e-5F;
-inline constexpr float kRadiansPerDegree = 0.017453292F;
-
 /// Radians in [-pi, pi) of a COB angle taken as unsigned 16-bit.
 float radiansOfCobAngle(std::int32_t cobAngle);
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "cob/cob_units.h"
 #include "cob/cob_vm.h"
 
 namespace orb::unitview {
@@ -123,13 +124,11 @@ void CobDebugger::resume(CobResumeMode mode) {
 }
 
 void advanceWalkPreview(CobWalkPreview& walk) {
-    constexpr float kPi = 3.1415927F;
-    constexpr float kFullTurn = 6.2831855F;
     constexpr float kSpeedPerRadian = 200.0F;
     const float speed = walk.speed > 0 ? walk.speed : 1.0F;
     walk.heading += speed / kSpeedPerRadian;
-    if (walk.heading > kPi) walk.heading -= kFullTurn;
-    if (walk.heading < -kPi) walk.heading += kFullTurn;
+    if (walk.heading > kHalfTurn) walk.heading -= kFullTurn;
+    if (walk.heading < -kHalfTurn) walk.heading += kFullTurn;
     walk.x += std::sin(walk.heading) * speed;
     walk.z += std::cos(walk.heading) * speed;
 }

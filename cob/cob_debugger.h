@@ -10,16 +10,9 @@
 #include <vector>
 
 #include "cob/cob_instance.h"
+#include "cob/cob_line_span.h"
 
 namespace orb::unitview {
-
-/// Code that one line of script source was compiled to; both offsets belong to it. Line 0 stands
-/// for code without a line.
-struct CobLineSpan {
-    std::uint32_t from = 0;
-    std::uint32_t to = 0;
-    std::uint32_t line = 0;
-};
 
 /// The source line of every code offset.
 class CobLineMap {
@@ -75,6 +68,7 @@ public:
 
     // The operations below throw std::runtime_error "no unit loaded" without an instance.
 
+    CobInstance& instance() const;
     /// Removes every thread; statics and poses stay.
     void stopAll();
     /// Throws std::runtime_error "script not found: " and the name.
@@ -96,7 +90,6 @@ public:
 private:
     friend void cobInstallDebugHooks(CobInstance& instance, CobDebugger& debugger);
 
-    CobInstance& instance() const;
     bool shouldPause(std::uint32_t pc);
     void pauseAt(std::uint32_t pc);
     void limitQuestions();

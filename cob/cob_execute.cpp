@@ -12,7 +12,9 @@
 
 #include "cob/cob_animation.h"
 #include "cob/cob_instruction_trace.h"
+#include "cob/cob_units.h"
 #include "cob/cob_vm.h"
+#include "cob/unit_values.h"
 #include "cob/wrapping.h"
 #include "server/logger.h"
 
@@ -34,6 +36,9 @@ private:
         instance_.trace.record({instance_.tick, thread_.id, op_, {a, b, c, d}});
     }
     std::int32_t pieceOperand() const { return wrapped(operands_[0]); }
+    std::int32_t modelPieceOperand() const {
+        return wrapped(instance_.modelPieceIndex(operands_[0]));
+    }
     std::int32_t axisOperand() const { return wrapped(operands_[1]); }
     /// The record that the piece operand means; nullptr when the model has none.
     CobPiece* piece() const;
@@ -63,7 +68,7 @@ private:
     void signal();
     void setSignalMask();
     void attachUnit();
-    void recordPopped() { record(pop()); }
+    void dropUnit();
     void playSound();
 
     CobInstance& instance_;
@@ -123,7 +128,7 @@ void Execution::run() {
         case Op::attachUnit:
             return attachUnit();
         case Op::dropUnit:
-            return recordPopped();
+            return dropUnit();
         case Op::playSound:
             return playSound();
         default:
@@ -207,11 +212,13 @@ void Execution::setVisible(bool visible) {
 }
 
 void Execution::explode() {
-    record(pieceOperand(), pop());
+    const std::int32_t flags = pop();
+    record(pieceOperand(), flags);
     CobPiece* const p = piece();
     if (p == nullptr) return;
     p->visible = 0;
     poseChanged();
+    if (instance_.callbacks.explode) instance_.callbacks.explode(modelPieceOperand(), flags);
 }
 
 /// Logs a pair of effect and piece when the process emits it for the first time.
@@ -231,7 +238,7 @@ void Execution::emitSfx() {
     const std::int32_t type = pop();
     record(pieceOperand(), type);
     if (piece() == nullptr) return;
-    const std::int32_t modelPiece = wrapped(instance_.modelPieceIndex(operands_[0]));
+    const std::int32_t modelPiece = modelPieceOperand();
     const auto& callback = instance_.callbacks.emitSfx;
     logFirstEmit(type, modelPiece, static_cast<bool>(callback));
     if (callback) callback(type, modelPiece);
@@ -244,7 +251,7 @@ void Execution::wait(CobThreadState state) {
     const bool done =
         state == CobThreadState::waitingForTurn ? isTurnDone(*p, axis()) : isMoveDone(*p, axis());
     if (done) return;
-    thread_.waitPiece = wrapped(instance_.modelPieceIndex(operands_[0]));
+    thread_.waitPiece = modelPieceOperand();
     thread_.waitAxis = axisOperand();
     thread_.state = state;
 }
@@ -279,17 +286,8 @@ void Execution::getUnitValue() {
     push(value);
 }
 
-/// Ids of `get` that the interpreter computes itself.
-enum ComputedValue : std::int32_t {
-    kXzAtan = 12,
-    kXzHypot = 13,
-    kAtan = 14,
-    kHypot = 15,
-    kSin = 30,
-    kCos = 31,
-    kTan = 32,
-    kSqrt = 34,
-};
+/// 1 as computed values show it.
+constexpr double kUnity = kLinearUnitsPerModelUnit;
 
 double hypotenuse(std::int32_t a, std::int32_t b) {
     return std::sqrt(static_cast<double>(a) * a + static_cast<double>(b) * b);
@@ -301,7 +299,6 @@ std::int32_t cobAtan(std::int32_t y, std::int32_t x) {
 
 /// The values that depend on nothing but the arguments.
 std::optional<std::int32_t> computedValue(std::int32_t id, std::int32_t a1, std::int32_t a2) {
-    constexpr double kUnity = 65536.0;
     const float radians = static_cast<float>(a1) * kRadiansPerCobAngle;
     switch (id) {
         case kAtan:
@@ -327,7 +324,7 @@ std::optional<std::int32_t> packedValue(std::int32_t id, std::int32_t packed) {
     const auto x = static_cast<std::int16_t>(bits(packed) >> 16);
     const auto z = static_cast<std::int16_t>(bits(packed));
     if (id == kXzAtan) return cobAtan(x, z);
-    if (id == kXzHypot) return truncated<std::int32_t>(hypotenuse(x, z) * 65536.0);
+    if (id == kXzHypot) return truncated<std::int32_t>(hypotenuse(x, z) * kUnity);
     return std::nullopt;
 }
 
@@ -398,6 +395,12 @@ void Execution::ret() {
     push(value);
 }
 
+void endBySignal(CobThread& thread) {
+    if (thread.state == CobThreadState::finished) return;
+    thread.state = CobThreadState::finished;
+    thread.wasSignalled = true;
+}
+
 void Execution::signal() {
     const std::int32_t signalBits = pop();
     if (signalBits == 0) return;
@@ -407,11 +410,11 @@ void Execution::signal() {
     // Masks of other threads do not change during a slice, so one pass for each bit is enough.
     if ((signalBits & ~thread_.sentSignals) != 0)
         for (const auto& other : instance_.threads)
-            if (hears(*other)) other->state = CobThreadState::finished;
+            if (hears(*other)) endBySignal(*other);
     thread_.sentSignals |= signalBits;
     std::erase_if(instance_.pending, [&](const auto& other) { return hears(*other); });
     // A thread of a synchronous call is in no list.
-    if (hears(thread_)) thread_.state = CobThreadState::finished;
+    if (hears(thread_)) endBySignal(thread_);
 }
 
 void Execution::setSignalMask() {
@@ -424,6 +427,16 @@ void Execution::attachUnit() {
     const std::int32_t piece = pop();
     const std::int32_t unit = pop();
     record(unit, piece, unknown);
+    if (!instance_.callbacks.attachUnit) return;
+    const std::uint32_t modelPiece = instance_.modelPieceIndex(bits(piece));
+    instance_.callbacks.attachUnit(
+        unit, modelPiece < instance_.pieces.size() ? wrapped(modelPiece) : kNoPiece, unknown);
+}
+
+void Execution::dropUnit() {
+    const std::int32_t unit = pop();
+    record(unit);
+    if (instance_.callbacks.dropUnit) instance_.callbacks.dropUnit(unit);
 }
 
 void Execution::playSound() {

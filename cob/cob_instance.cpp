@@ -14,20 +14,6 @@ bool isTracedByEnvironment(std::string_view unitName) {
     return list != nullptr && listsUnit(list, unitName);
 }
 
-using EntryOfScript = std::pair<std::uint32_t, std::uint32_t>;
-
-/// Entries of all scripts with the script, by rising entry; one script for each entry.
-std::vector<EntryOfScript> sortedEntries(const io::CobFile& file) {
-    std::vector<EntryOfScript> entries;
-    entries.reserve(file.scripts.size());
-    for (const io::CobFile::Script& script : file.scripts)
-        entries.emplace_back(script.entry, static_cast<std::uint32_t>(entries.size()));
-    std::ranges::sort(entries);
-    const auto sameEntry = [](const auto& a, const auto& b) { return a.first == b.first; };
-    entries.erase(std::unique(entries.begin(), entries.end(), sameEntry), entries.end());
-    return entries;
-}
-
 }  // namespace
 
 CobInstance::CobInstance(std::shared_ptr<const io::CobFile> file, std::size_t modelPieceCount,
@@ -38,24 +24,16 @@ CobInstance::CobInstance(std::shared_ptr<const io::CobFile> file, std::size_t mo
       statics(std::min(file->staticVarCount, kMaxStaticVars)),
       code(file->code),
       file_(std::move(file)),
-      scriptsByEntry_(sortedEntries(*file_)) {}
-
-std::optional<std::size_t> CobInstance::scriptAt(std::uint32_t pc) const {
-    if (pc >= code.size()) return std::nullopt;
-    const auto next = std::ranges::upper_bound(scriptsByEntry_, pc, {}, &EntryOfScript::first);
-    if (next == scriptsByEntry_.begin()) return std::nullopt;
-    return std::prev(next)->second;
-}
+      scriptMap_(*file_) {}
 
 std::string_view CobInstance::scriptNameAt(std::uint32_t pc) const {
-    const std::optional<std::size_t> script = scriptAt(pc);
+    const std::optional<std::size_t> script = scriptMap_.scriptAt(pc);
     return script ? shownName(file_->scripts[*script].name) : std::string_view();
 }
 
 bool CobInstance::isScriptRunning(std::size_t script) const {
     const std::uint32_t entry = file_->scripts.at(script).entry;
-    const auto next = std::ranges::upper_bound(scriptsByEntry_, entry, {}, &EntryOfScript::first);
-    const std::uint64_t end = next == scriptsByEntry_.end() ? code.size() : next->first;
+    const std::uint32_t end = scriptMap_.endOf(entry);
     const auto inside = [&](std::uint32_t pc) { return pc >= entry && pc < end; };
     return std::ranges::any_of(threads, [&](const auto& thread) {
         return thread->state != CobThreadState::finished &&

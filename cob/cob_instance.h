@@ -4,17 +4,16 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <unordered_set>
-#include <utility>
 #include <vector>
 
 #include "cob/cob_code.h"
 #include "cob/cob_thread.h"
 #include "cob/cob_trace.h"
+#include "cob/script_map.h"
 #include "io/formats/cob_file.h"
 
 namespace orb::unitview {
@@ -42,6 +41,21 @@ struct CobCallbacks {
     std::function<std::int32_t(std::int32_t low, std::int32_t high)> random;
     std::function<void(std::int32_t sfxType, std::int32_t modelPiece)> emitSfx;
     std::function<void(std::int32_t soundId)> playSound;
+    std::function<void(std::int32_t modelPiece, std::int32_t flags)> explode;
+    /// The piece is kNoPiece where the model lacks it; nobody knows what `third` is for.
+    std::function<void(std::int32_t unit, std::int32_t modelPiece, std::int32_t third)> attachUnit;
+    std::function<void(std::int32_t unit)> dropUnit;
+};
+
+/// How a thread ended that the host started with a number.
+struct CobEndedCall {
+    std::uint32_t callId = 0;
+    /// What the script returned; 0 when it ran off the code with an empty stack.
+    std::int32_t value = 0;
+    /// A signal ended it before its time.
+    bool wasSignalled = false;
+
+    bool operator==(const CobEndedCall&) const = default;
 };
 
 /// One number per axis x, y, z.
@@ -84,9 +98,6 @@ public:
                                                : cobPiece;
     }
 
-    /// The script whose code range (entry up to the next higher entry) holds `pc`; of several with
-    /// one entry the first.
-    std::optional<std::size_t> scriptAt(std::uint32_t pc) const;
     /// True when a thread that is not finished is inside the script or will return into it.
     bool isScriptRunning(std::size_t script) const;
     /// The name of the script at `pc` as `shownName` cuts it, empty outside all scripts.
@@ -106,6 +117,11 @@ public:
     /// Live threads in the order of their birth, and those started during the current slice.
     std::vector<std::unique_ptr<CobThread>> threads;
     std::vector<std::unique_ptr<CobThread>> pending;
+    /// The calls that ended since the host last emptied the list, in the order of their birth
+    /// within a tick.
+    std::vector<CobEndedCall> endedCalls;
+    /// Id of the thread that the last tick's budget kept from its turn, 0 for none.
+    std::uint32_t nextTurn = 0;
     /// COB piece index to model piece index, or kNoPiece.
     std::vector<std::int32_t> cobPieceOrder;
     /// Opcode words already reported as unknown.
@@ -121,8 +137,7 @@ public:
 
 private:
     std::shared_ptr<const io::CobFile> file_;
-    /// Entries with their script, by rising entry; of several with one entry the first.
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> scriptsByEntry_;
+    ScriptMap scriptMap_;
     std::uint32_t nextThreadId_ = 0;
 };
 

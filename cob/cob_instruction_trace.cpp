@@ -5,12 +5,12 @@
 #include <fmt/format.h>
 
 #include "cob/cob_animation.h"
+#include "cob/cob_units.h"
 #include "cob/wrapping.h"
 
 namespace orb::unitview {
 namespace {
 
-constexpr float kDegreesPerRadian = 57.2958F;
 constexpr std::int32_t kUnreadable = -999;
 
 /// The state that a line is made from.

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "cob/unit_values.h"
 #include "cob/wrapping.h"
 
 namespace orb::unitview {

@@ -1,9 +1,5 @@
 #include "cob/opcodes.h"
 
-#include <algorithm>
-
-#include <fmt/format.h>
-
 namespace orb::unitview {
 namespace {
 
@@ -69,20 +65,6 @@ constexpr std::array<OpcodeRow, kOpCount> kTable = {{
     {Op::dropUnit,       0x10084000, "drop unit",        {},                                             1, 0, "drop unit",       Flow::next},
     {Op::playSound,      0x10091000, "play-sound",       {},                                             1, 0, "play-sound",      Flow::next},
 }};
-
-constexpr UnitValueName kUnitValues[] = {
-    {1, "ACTIVATION"},        {2, "STANDINGMOVEORDERS"}, {3, "STANDINGFIREORDERS"},
-    {4, "HEALTH"},            {5, "INBUILDSTANCE"},      {6, "BUSY"},
-    {7, "PIECE_XZ"},          {8, "PIECE_Y"},            {9, "UNIT_XZ"},
-    {10, "UNIT_Y"},           {11, "UNIT_HEIGHT"},       {12, "XZ_ATAN"},
-    {13, "XZ_HYPOT"},         {14, "ATAN"},              {15, "HYPOT"},
-    {16, "GROUND_HEIGHT"},    {17, "BUILD_PERCENT_LEFT"}, {18, "YARD_OPEN"},
-    {19, "BUGGER_OFF"},       {20, "ARMORED"},           {21, "HEADING"},
-    {22, "TARGET_ID"},        {23, "LAST_ATTACKER_ID"},  {29, "MOVEMENT_STATE"},
-    {32, "VETERAN_LEVEL"},    {35, "STEALTH"},           {44, "REVERSING"},
-    {68, "UNIT_IS_ON_THIS_COMP"}, {69, "MIN_ID"},        {70, "MAX_ID"},
-    {71, "MY_ID"},            {77, "WIND_DIR"},          {78, "WIND_SPEED"},
-};
 // clang-format on
 
 // An opcode is 0x10GGF00L: the bits GGF number the instruction, the low three of L its variant.
@@ -125,22 +107,6 @@ Op opOf(std::uint32_t word) {
     const Op op = kOpBySlot[slot];
     return op != Op::unknown && kTable[static_cast<std::size_t>(op)].value == word ? op
                                                                                    : Op::unknown;
-}
-
-std::string_view axisName(std::uint32_t axis) {
-    static constexpr std::string_view kNames[] = {"x-axis", "y-axis", "z-axis"};
-    return kNames[axis % 3];
-}
-
-std::span<const UnitValueName> unitValueNames() {
-    return kUnitValues;
-}
-
-std::string unitValueName(std::int32_t id) {
-    const auto* const found =
-        std::ranges::lower_bound(kUnitValues, id, std::ranges::less{}, &UnitValueName::id);
-    if (found != std::end(kUnitValues) && found->id == id) return std::string(found->name);
-    return fmt::format("VALUE_{}", id);
 }
 
 }  // namespace orb::unitview

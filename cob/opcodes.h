@@ -3,7 +3,6 @@
 #include <array>
 #include <cstdint>
 #include <span>
-#include <string>
 #include <string_view>
 
 /// The instruction set of unit scripts. Everything that knows an instruction (interpreter, traces,
@@ -120,10 +119,6 @@ struct OpcodeRow {
     constexpr std::size_t length() const { return 1 + operandCount(); }
     constexpr bool isJump() const { return flow == Flow::jump || flow == Flow::branch; }
     constexpr bool isWait() const { return flow == Flow::wait; }
-    /// True when a thread can lose its turn at this instruction.
-    constexpr bool mayEndSlice() const {
-        return flow == Flow::wait || flow == Flow::sleep || flow == Flow::ret;
-    }
 };
 
 /// All rows in the order of `Op`; the first one is the placeholder for unknown words.
@@ -135,19 +130,11 @@ const OpcodeRow& opcodeRow(Op op);
 /// The instruction that an opcode word stands for, or Op::unknown; takes constant time.
 Op opOf(std::uint32_t word);
 
-/// "x-axis", "y-axis" or "z-axis" for the axis taken modulo 3.
-std::string_view axisName(std::uint32_t axis);
+inline constexpr std::array<std::string_view, 3> kAxisNames = {"x-axis", "y-axis", "z-axis"};
 
-/// An id of `get` and `set` with a name.
-struct UnitValueName {
-    std::int32_t id;
-    std::string_view name;
-};
-
-/// The named unit-value ids, by rising id.
-std::span<const UnitValueName> unitValueNames();
-
-/// The name of a unit-value id, "VALUE_n" for an id without one.
-std::string unitValueName(std::int32_t id);
+/// The name of the axis taken modulo 3.
+constexpr std::string_view axisName(std::uint32_t axis) {
+    return kAxisNames.at(axis % kAxisNames.size());
+}
 
 }  // namespace orb::unitview

@@ -1,11 +1,11 @@
 #include "cob/unit_lifecycle.h"
 
-#include <array>
 #include <optional>
 
 #include <fmt/format.h>
 
 #include "cob/cob_vm.h"
+#include "cob/known_scripts.h"
 #include "server/logger.h"
 
 namespace orb::unitview {
@@ -15,20 +15,9 @@ namespace {
 constexpr std::int32_t kCallBudget = 1000;
 constexpr std::int32_t kNoResult = -1;
 
-/// A weapon's scripts carry its rank in older scripts and its number in newer ones.
-struct WeaponSlot {
-    std::string_view rank;
-    int number;
-};
-constexpr std::array<WeaponSlot, 3> kSlots = {{{"Primary", 1}, {"Secondary", 2}, {"Tertiary", 3}}};
-
-std::array<std::string, 2> slotScripts(std::string_view verb, const WeaponSlot& slot) {
-    return {fmt::format("{}{}", verb, slot.rank), fmt::format("{}Weapon{}", verb, slot.number)};
-}
-
-const WeaponSlot* slotAt(int slot) {
-    return slot >= 0 && slot < static_cast<int>(kSlots.size())
-               ? &kSlots.at(static_cast<std::size_t>(slot))
+const WeaponScript* scriptOf(const WeaponScripts& scripts, int slot) {
+    return slot >= 0 && slot < static_cast<int>(scripts.size())
+               ? &scripts.at(static_cast<std::size_t>(slot))
                : nullptr;
 }
 
@@ -80,8 +69,8 @@ CobInstance* UnitLifecycle::setupUnit(const LifecycleUnit& unit,
     LogLine(LogLevel::info) << "[cob-setup] " << unit.name << " id=" << unit.id
                             << " starting Create script";
     CobVm vm(instance);
-    vm.startScript("Create");
-    if (unit.buildFraction >= 1.0F && unit.active) vm.startScript("Activate");
+    vm.startScript(kCreateScript);
+    if (unit.buildFraction >= 1.0F && unit.active) vm.startScript(kActivateScript);
     return &instance;
 }
 
@@ -102,7 +91,7 @@ void UnitLifecycle::activate(LifecycleUnit& unit) {
         LogLine(LogLevel::warn) << "activate(" << unit.name << "): no CobInstance found";
         return;
     }
-    const bool started = CobVm(*instance).startScript("Activate");
+    const bool started = CobVm(*instance).startScript(kActivateScript);
     LogLine(LogLevel::info) << "activate(" << unit.name << "): Activate script "
                             << (started ? "STARTED" : "NOT FOUND");
 }
@@ -110,37 +99,35 @@ void UnitLifecycle::activate(LifecycleUnit& unit) {
 void UnitLifecycle::deactivate(LifecycleUnit& unit) {
     unit.active = false;
     if (CobInstance* const instance = instanceOf(unit.id))
-        CobVm(*instance).startScript("Deactivate");
+        CobVm(*instance).startScript(kDeactivateScript);
 }
 
 std::int32_t UnitLifecycle::sweetSpot(std::int32_t id) {
     CobInstance* const instance = instanceOf(id);
-    return instance != nullptr && holdsScript(*instance, "SweetSpot")
-               ? queryPiece(*instance, "SweetSpot")
+    return instance != nullptr && holdsScript(*instance, kSweetSpotScript)
+               ? queryPiece(*instance, kSweetSpotScript)
                : kNoPiece;
 }
 
 std::int32_t UnitLifecycle::queryWeaponPiece(std::int32_t id, int slot) {
-    const WeaponSlot* const weapon = slotAt(slot);
+    const WeaponScript* const scripts = scriptOf(kQueryScripts, slot);
     CobInstance* const instance = instanceOf(id);
-    if (weapon == nullptr || instance == nullptr) return kNoPiece;
-    const auto scripts = slotScripts("Query", *weapon);
-    for (const std::string& script : scripts)
+    if (scripts == nullptr || instance == nullptr) return kNoPiece;
+    for (const std::string_view script : *scripts)
         if (holdsScript(*instance, script)) return queryPiece(*instance, script);
     if (reportedQueries_.emplace(id, slot).second)
         LogLine(LogLevel::warn) << fmt::format(
             "queryWeaponPiece: unit={} slot={} — no {} or {} script in COB; muzzle will use facing "
             "offset",
-            id, slot, scripts[0], scripts[1]);
+            id, slot, scripts->at(0), scripts->at(1));
     return kNoPiece;
 }
 
 bool UnitLifecycle::isAiming(std::int32_t id, int slot) const {
-    const WeaponSlot* const weapon = slotAt(slot);
+    const WeaponScript* const scripts = scriptOf(kAimScripts, slot);
     const CobInstance* const instance = instanceOf(id);
-    if (weapon == nullptr || instance == nullptr) return false;
-    const auto scripts = slotScripts("Aim", *weapon);
-    for (const std::string& name : scripts) {
+    if (scripts == nullptr || instance == nullptr) return false;
+    for (const std::string_view name : *scripts) {
         const int script = instance->file().findScript(name);
         if (script >= 0 && instance->isScriptRunning(static_cast<std::size_t>(script))) return true;
     }
@@ -150,7 +137,7 @@ bool UnitLifecycle::isAiming(std::int32_t id, int slot) const {
 std::int32_t UnitLifecycle::killed(std::int32_t id, std::span<std::int32_t> parameters) {
     CobInstance* const instance = instanceOf(id);
     if (instance == nullptr) return kNoResult;
-    return CobVm(*instance).call("Killed", parameters, kCallBudget).value_or(kNoResult);
+    return CobVm(*instance).call(kKilledScript, parameters, kCallBudget).value_or(kNoResult);
 }
 
 }  // namespace orb::unitview

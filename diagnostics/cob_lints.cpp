@@ -6,34 +6,23 @@
 
 #include <fmt/format.h>
 
+#include "cob/known_scripts.h"
 #include "diagnostics/start_cycles.h"
-#include "io/ascii.h"
 
 namespace orb::unitview {
 namespace {
 
 using io::CobFile;
 
-/// Scripts that the game itself starts, lower-case.
-// clang-format off
-constexpr std::string_view kEngineEntries[] = {
-    "create", "killed", "activate", "deactivate", "aimprimary", "aimsecondary", "aimtertiary",
-    "aimfromprimary", "aimfromsecondary", "aimfromtertiary", "fireprimary", "firesecondary",
-    "firetertiary", "queryprimary", "querysecondary", "querytertiary", "startmoving", "stopmoving",
-    "setspeed", "setdirection", "setmaxreloadtime", "rockunit", "startbuilding", "stopbuilding",
-    "hitbyweapon", "moverate1", "moverate2", "moverate3", "smokeunit", "requeststate",
-    "targetcleared", "sweetspot", "sweetspotprimary", "go", "stop", "begintransport",
-    "endtransport", "transport", "transportpickup", "transportdrop", "beingtransported", "killunit",
-    "restorenow", "restoreafterdelay", "deathfunction", "querynanopiece", "querybuildinfo",
-};
-// clang-format on
+bool isEntry(std::string_view scriptName) {
+    const KnownScript* const known = knownScript(scriptName);
+    return known && known->isEntry;
+}
 
 bool isUnused(const ScriptSummary& script, std::uint32_t index) {
     const auto isItself = [&](std::uint32_t other) { return other == index; };
     return std::ranges::all_of(script.calledBy, isItself) &&
-           std::ranges::all_of(script.startedBy, isItself) &&
-           std::ranges::find(kEngineEntries, io::lowerCased(script.name)) ==
-               std::end(kEngineEntries);
+           std::ranges::all_of(script.startedBy, isItself) && !isEntry(script.name);
 }
 
 std::optional<std::int32_t> firstBadPiece(const ScriptSummary& script, std::size_t pieceCount) {
@@ -46,11 +35,11 @@ std::optional<std::int32_t> firstBadPiece(const ScriptSummary& script, std::size
 
 void lintUnit(const CobFile& cob, std::vector<Lint>& lints) {
     if (cob.scripts.empty()) return;
-    if (cob.findScript("Create") < 0)
+    if (cob.findScript(kCreateScript) < 0)
         lints.push_back({LintSeverity::warning, "missing-create",
                          "Unit has no Create script — it will not initialise its pieces on spawn.",
                          -1, "create"});
-    if (cob.findScript("Killed") < 0)
+    if (cob.findScript(kKilledScript) < 0)
         lints.push_back({LintSeverity::warning, "missing-killed",
                          "Unit has no Killed script — no death animation / wreck handling.", -1,
                          "killed"});

@@ -4,9 +4,11 @@
 
 #include <fmt/format.h>
 
-#include "diagnostics/absent_name.h"
 #include "diagnostics/declared_files.h"
+#include "diagnostics/references.h"
 #include "io/ascii.h"
+#include "io/game_paths.h"
+#include "session/model_file.h"
 
 namespace orb::unitview {
 namespace {
@@ -15,29 +17,25 @@ namespace {
 /// files costs many times as much.
 class FileNames {
 public:
-    FileNames(const io::CompositeVirtualFileSystem& files, std::string_view directory,
-              std::string_view suffix)
-        : files_(files), directory_(directory), suffix_(suffix) {
+    FileNames(const io::CompositeVirtualFileSystem& files, const io::GameFiles& kind)
+        : files_(files), kind_(kind) {
         for (const io::VfsLayer& layer : files.layers())
-            for (const std::string& name : layer.files->listFiles(directory, suffix))
+            for (const std::string& name : layer.files->listFiles(kind.folder, kind.extension))
                 names_.insert(io::lowerCased(name));
     }
 
-    std::string pathOf(std::string_view name) const {
-        return fmt::format("{}/{}{}", directory_, name, suffix_);
-    }
+    std::string pathOf(std::string_view name) const { return kind_.path(name); }
 
     bool contains(std::string_view name) const {
         // A name may lead into a sub-directory, which the list leaves out.
         if (name.find_first_of("/\\") != std::string_view::npos)
             return files_.locate(pathOf(name)).has_value();
-        return names_.contains(io::lowerCased(fmt::format("{}{}", name, suffix_)));
+        return names_.contains(io::lowerCased(name) + std::string(kind_.extension));
     }
 
 private:
     const io::CompositeVirtualFileSystem& files_;
-    std::string_view directory_;
-    std::string_view suffix_;
+    const io::GameFiles& kind_;
     std::unordered_set<std::string> names_;
 };
 
@@ -56,7 +54,7 @@ private:
     void findUnitCollisions() {
         for (const auto& [name, declarations] : data_.catalogue.declarations()) {
             if (declarations.size() < 2) continue;
-            ConflictFinding finding{"unit-name-collision"};
+            ConflictFinding finding{ConflictKind::unitNameCollision};
             finding.files = declaringFiles(data_.catalogue, name);
             if (finding.files.size() < 2) continue;
             finding.unitName = name;
@@ -69,7 +67,7 @@ private:
     void findWeaponCollisions() {
         for (const auto& [name, declarations] : data_.tables.weapons.declarations()) {
             if (declarations.size() < 2) continue;
-            ConflictFinding finding{"weapon-name-collision"};
+            ConflictFinding finding{ConflictKind::weaponNameCollision};
             finding.files = declaringFiles(declarations);
             finding.asset = name;
             finding.detail =
@@ -93,61 +91,72 @@ private:
     void checkFiles(const UnitDeclaration& unit) {
         const std::string& model = unit.info.objectName;
         if (model.empty())
-            add("missing-3do", ConflictSeverity::warn, "", "FBI has no ObjectName");
-        else
-            requireFile(models_, model, "missing-3do", ConflictSeverity::warn, "3DO not found");
-        requireFile(scripts_, std::string(scriptName(unit.info, unit.name)), "missing-cob",
-                    ConflictSeverity::warn, "COB script not found");
-        requireFile(pictures_, unit.name, "missing-buildpic", ConflictSeverity::info,
+            add(ConflictKind::missingModel, "", std::string(kNoObjectName));
+        else if (const auto file = modelFileName(
+                     model, [&](std::string_view name) { return models_.contains(name); });
+                 !models_.contains(file))
+            add(ConflictKind::missingModel, models_.pathOf(model), "3DO not found");
+        requireFile(scripts_, scriptName(unit.info, unit.name), ConflictKind::missingScript,
+                    "COB script not found");
+        requireFile(pictures_, unit.name, ConflictKind::missingBuildPicture,
                     "Build picture not found");
     }
 
-    void requireFile(const FileNames& names, const std::string& name, std::string_view kind,
-                     ConflictSeverity severity, std::string_view detail) {
-        if (!names.contains(name)) add(kind, severity, names.pathOf(name), std::string(detail));
+    void requireFile(const FileNames& names, std::string_view name, ConflictKind kind,
+                     std::string_view detail) {
+        if (!names.contains(name)) add(kind, names.pathOf(name), std::string(detail));
     }
 
     void checkReferences(const io::FbiUnitInfo& info) {
-        if (!isAbsentName(info.corpse) && !data_.catalogue.find(info.corpse))
-            add("missing-corpse", ConflictSeverity::info, info.corpse,
+        if (!isAbsentName(info.corpse) && !isKnownCorpse(data_, info.corpse))
+            add(ConflictKind::missingCorpse, info.corpse,
                 fmt::format("Corpse={} unit not found in roster", info.corpse));
         int slot = 0;
-        for (const std::string* weapon : {&info.weapon1, &info.weapon2, &info.weapon3})
-            if (++slot; isUnknownWeapon(*weapon))
-                add("missing-weapon-ref", ConflictSeverity::warn, *weapon,
-                    fmt::format("Weapon{}={} not in the weapon registry — slot will not fire", slot,
-                                *weapon));
+        for (const std::string_view weapon : info.weaponSlots())
+            if (++slot; isUnknownWeapon(weapon))
+                add(ConflictKind::missingWeapon, std::string(weapon),
+                    fmt::format("Weapon{}={} {} — slot will not fire", slot, weapon,
+                                kNotInWeaponRegistry));
         checkExplosion("ExplodeAs", info.explodeAs);
         checkExplosion("SelfDestructAs", info.selfDestructAs);
     }
 
     void checkExplosion(std::string_view key, const std::string& weapon) {
         if (isUnknownWeapon(weapon))
-            add("missing-explode-as", ConflictSeverity::info, weapon,
-                fmt::format("{}={} not in the weapon/explosion registry — no death effect", key,
-                            weapon));
+            add(ConflictKind::missingExplosion, weapon,
+                fmt::format("{}={} {}", key, weapon, kNoDeathEffect));
     }
 
-    bool isUnknownWeapon(const std::string& name) const {
-        return !isAbsentName(name) && !data_.tables.weapons.find(name);
+    bool isUnknownWeapon(std::string_view name) const {
+        return !isAbsentName(name) && !isKnownWeapon(data_, name);
     }
 
-    void add(std::string_view kind, ConflictSeverity severity, std::string asset,
-             std::string detail) {
-        ConflictFinding finding{kind, severity};
+    void add(ConflictKind kind, std::string asset, std::string detail) {
+        ConflictFinding finding{kind};
         finding.asset = std::move(asset);
         finding.detail = std::move(detail);
         findings_.push_back(std::move(finding));
     }
 
     const MountedData& data_;
-    FileNames models_{data_.files, "objects3d", ".3do"};
-    FileNames scripts_{data_.files, "scripts", ".cob"};
-    FileNames pictures_{data_.files, "unitpics", ".pcx"};
+    FileNames models_{data_.files, io::kModelFiles};
+    FileNames scripts_{data_.files, io::kScriptFiles};
+    FileNames pictures_{data_.files, io::kBuildPictureFiles};
     std::vector<ConflictFinding> findings_;
 };
 
 }  // namespace
+
+ConflictSeverity severityOf(ConflictKind kind) {
+    switch (kind) {
+        case ConflictKind::missingBuildPicture:
+        case ConflictKind::missingCorpse:
+        case ConflictKind::missingExplosion:
+            return ConflictSeverity::info;
+        default:
+            return ConflictSeverity::warn;
+    }
+}
 
 std::vector<ConflictFinding> scanConflicts(const MountedData& data) {
     return Scan(data).run();

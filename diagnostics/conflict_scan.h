@@ -8,13 +8,25 @@
 
 namespace orb::unitview {
 
+enum class ConflictKind {
+    unitNameCollision,
+    weaponNameCollision,
+    missingModel,
+    missingScript,
+    missingBuildPicture,
+    missingCorpse,
+    missingWeapon,
+    missingExplosion,
+};
+
+/// Whether the game goes wrong or merely lacks something.
 enum class ConflictSeverity { warn, info };
+ConflictSeverity severityOf(ConflictKind kind);
 
 /// A name that several files claim, or something that a unit refers to and nobody has. Members
 /// that a kind of finding has no use for are empty.
 struct ConflictFinding {
-    std::string_view kind;
-    ConflictSeverity severity = ConflictSeverity::warn;
+    ConflictKind kind;
     std::string unitName = {};
     /// The readable location of the unit's definition.
     std::string unitFile = {};

@@ -4,7 +4,8 @@
 
 #include "diagnostics/unit_health.h"
 
-/// The checks of the health report. Each adds its rows, zero or more.
+/// The checks of the health report. Each adds its rows, zero or more; which check they are of is
+/// noted for it.
 namespace orb::unitview::health {
 
 /// What the checks look at.

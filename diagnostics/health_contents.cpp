@@ -11,8 +11,6 @@
 namespace orb::unitview::health {
 namespace {
 
-constexpr std::string_view kLintTitle = "COB lint";
-
 /// A texture with at least so many percent of team colour is probably tinted by mistake.
 constexpr std::size_t kTintedPercent = 26;
 /// So many of the most frequent team colours are listed.
@@ -34,13 +32,13 @@ HealthRow describeLint(const Context& context, const Lint& lint) {
     const auto& scripts = context.unit.cob->scripts;
     const auto index = static_cast<std::size_t>(lint.scriptIndex);
     const bool hasScript = lint.scriptIndex >= 0 && index < scripts.size();
-    return {kLintTitle, hasScript ? scripts[index].name : "(unit)",
+    return {hasScript ? scripts[index].name : "(unit)",
             lint.severity == LintSeverity::info ? CheckStatus::info : CheckStatus::warn,
             fmt::format("[{} {}] {}", severityWord(lint.severity), lint.code, lint.message),
-            HealthAction{"lint-suppress",
-                         {{"code", std::string(lint.code)},
-                          {"target", lint.target},
-                          {"unitName", context.unit.name}}}};
+            HealthAction{.kind = HealthAction::Kind::suppressLint,
+                         .unit = context.unit.name,
+                         .code = lint.code,
+                         .target = lint.target}};
 }
 
 /// The most frequent team indices, as "index:countpx" each.
@@ -62,7 +60,7 @@ HealthRow describeTexture(const Context& context, const std::string& name, const
     const std::string size = fmt::format("{}x{}", texture.picture.width, texture.picture.height);
     const std::size_t team = texture.teamPixels();
     const std::size_t total = texture.totalPixels();
-    HealthRow row{"Palette compliance", name, CheckStatus::ok, size + " — no team-band pixels"};
+    HealthRow row{name, CheckStatus::ok, size + " — no team-band pixels"};
     if (team == 0) return row;
 
     const std::size_t percent = total == 0 ? 0 : team * 100 / total;
@@ -73,8 +71,8 @@ HealthRow describeTexture(const Context& context, const std::string& name, const
         size, team, total, percent, describeTeamIndices(texture));
     row.status = percent < kTintedPercent ? CheckStatus::info : CheckStatus::warn;
     if (row.status == CheckStatus::warn)
-        row.action =
-            HealthAction{"palette-remap", {{"textureName", name}, {"unitName", context.unit.name}}};
+        row.action = HealthAction{
+            .kind = HealthAction::Kind::remapPalette, .unit = context.unit.name, .texture = name};
     return row;
 }
 
@@ -85,23 +83,22 @@ void checkLints(const Context& context, Rows& rows) {
     const std::string scriptCount = fmt::format("{} script(s)", context.unit.cob->scripts.size());
     try {
         const std::vector<Lint> lints = openLints(context);
-        if (lints.empty())
-            rows.push_back({kLintTitle, scriptCount, CheckStatus::ok, "no COB lints"});
+        if (lints.empty()) rows.push_back({scriptCount, CheckStatus::ok, "no COB lints"});
         for (const Lint& lint : lints) rows.push_back(describeLint(context, lint));
     } catch (const std::exception&) {
-        rows.push_back({kLintTitle, scriptCount, CheckStatus::info,
-                        "COB analysis skipped (parse/graph error)"});
+        rows.push_back(
+            {scriptCount, CheckStatus::info, "COB analysis skipped (parse/graph error)"});
     }
 }
 
 void checkPalette(const Context& context, Rows& rows) {
     const std::vector<std::string> names = textureNames(context.unit.model);
     if (names.empty()) {
-        rows.push_back({"Palette compliance", context.unit.fbi.objectName, CheckStatus::info,
+        rows.push_back({context.unit.fbi.objectName, CheckStatus::info,
                         "no textures referenced by the 3DO — nothing to tint"});
         return;
     }
-    const auto textures = context.data.textures.find(names);
+    const auto textures = context.data.pictures.textures.find(names);
     for (std::size_t i = 0; i < names.size(); ++i)
         if (textures[i]) rows.push_back(describeTexture(context, names[i], *textures[i]));
 }

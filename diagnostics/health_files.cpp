@@ -5,22 +5,41 @@
 
 #include "diagnostics/declared_files.h"
 #include "diagnostics/health_checks.h"
+#include "diagnostics/references.h"
 #include "io/ascii.h"
+#include "io/game_paths.h"
 #include "io/path_text.h"
-#include "model/build_pictures.h"
+#include "session/model_file.h"
+#include "session/unit_details.h"
+#include "session/unit_pictures.h"
 
 namespace orb::unitview::health {
 namespace {
+
+constexpr std::string_view kUnknownFormat = "?";
 
 bool fileExists(const Context& context, const std::string& path) {
     return context.data.files.locate(path).has_value();
 }
 
-std::string describePictures(const std::vector<BuildPictureSource>& pictures) {
+/// What a report says of the pictures that there are.
+struct PictureList {
+    /// Each with its format; one that its format's reader refuses is of no known format.
     std::string text;
-    for (const BuildPictureSource& picture : pictures)
-        text += fmt::format("{}{} {}", text.empty() ? "" : "; ", picture.format, picture.path);
-    return text;
+    bool hasPcx = false;
+};
+
+PictureList describePictures(const Context& context,
+                             const std::vector<BuildPictureSource>& pictures) {
+    PictureList list;
+    for (const BuildPictureSource& picture : pictures) {
+        const bool readable = isReadable(context.data.files, picture);
+        list.hasPcx |= readable && picture.format == BuildPictureFormat::pcx;
+        list.text +=
+            fmt::format("{}{} {}", list.text.empty() ? "" : "; ",
+                        readable ? formatName(picture.format) : kUnknownFormat, picture.path);
+    }
+    return list;
 }
 
 /// The directory that a file lies in, as readable text.
@@ -34,22 +53,20 @@ std::string directoryText(io::FileLocation file) {
 }  // namespace
 
 void checkIdentity(const Context& context, Rows& rows) {
-    constexpr std::string_view kTitle = "Unit identity";
     const std::string name = io::upperCased(context.unit.fbi.unitName);
     if (name.empty()) {
-        rows.push_back({kTitle, context.unit.name, CheckStatus::warn,
+        rows.push_back({context.unit.name, CheckStatus::warn,
                         "FBI is missing the `UnitName=` key — the unit can't be referenced by "
                         "other units' BuildList / Corpse / weapon references."});
         return;
     }
     const std::vector<std::string> files = declaringFiles(context.data.catalogue, name);
     if (files.size() < 2) {
-        rows.push_back(
-            {kTitle, name, CheckStatus::ok, "no UnitName collisions across mounted data roots"});
+        rows.push_back({name, CheckStatus::ok, "no UnitName collisions across mounted data roots"});
         return;
     }
     rows.push_back(
-        {kTitle, name, CheckStatus::warn,
+        {name, CheckStatus::warn,
          fmt::format("UnitName={} is declared by {} FBIs across mounted data roots: {}. Engine "
                      "load order decides which one wins; the others are unreachable. Rename the "
                      "duplicates or unmount the conflicting mod folder.",
@@ -57,81 +74,73 @@ void checkIdentity(const Context& context, Rows& rows) {
 }
 
 void checkModel(const Context& context, Rows& rows) {
-    constexpr std::string_view kTitle = "Model (3DO)";
     const std::string& name = context.unit.fbi.objectName;
-    const std::string path = fmt::format("objects3d/{}.3do", name);
+    const std::string path = io::kModelFiles.path(modelFileName(context.data.files, name));
     if (name.empty())
-        rows.push_back({kTitle, "", CheckStatus::missing, "FBI has no ObjectName"});
+        rows.push_back({"", CheckStatus::missing, std::string(kNoObjectName)});
     else if (fileExists(context, path))
-        rows.push_back({kTitle, name, CheckStatus::ok, path});
+        rows.push_back({name, CheckStatus::ok, path});
     else
-        rows.push_back({kTitle, name, CheckStatus::missing, path + " not found"});
+        rows.push_back({name, CheckStatus::missing, path + " not found"});
 }
 
 void checkScript(const Context& context, Rows& rows) {
-    constexpr std::string_view kTitle = "COB script";
     const LoadedUnit& unit = context.unit;
     const std::string path = scriptPath(unit.fbi, unit.name);
     const std::string name(scriptName(unit.fbi, unit.name));
     if (fileExists(context, path))
-        rows.push_back({kTitle, name, CheckStatus::ok, path});
+        rows.push_back({name, CheckStatus::ok, path});
     else
-        rows.push_back(
-            {kTitle, name, CheckStatus::warn, path + " not found — no animation/aiming"});
+        rows.push_back({name, CheckStatus::warn, path + " not found — no animation/aiming"});
 }
 
 void checkBuildPicture(const Context& context, Rows& rows) {
-    constexpr std::string_view kTitle = "Build picture";
     const std::string& unitName = context.unit.name;
     const std::string& buildPic = context.unit.fbi.buildPic;
-    const std::string& name = buildPic.empty() ? unitName : buildPic;
-    const MountedData& data = context.data;
-
-    auto pictures = findBuildPictures(data.files, data.animations, name);
-    const bool isFallback = pictures.empty() && !io::equalsIgnoringCase(name, unitName);
-    if (isFallback) pictures = findBuildPictures(data.files, data.animations, unitName);
+    const std::string& name = buildPictureName(buildPic, unitName);
+    const UnitPictures found = findUnitPictures(context.data, unitName, buildPic);
 
     const auto add = [&](CheckStatus status, std::string detail) {
-        rows.push_back({kTitle, name, status, std::move(detail)});
+        rows.push_back({name, status, std::move(detail)});
     };
-    const std::string list = describePictures(pictures);
-    if (pictures.empty())
+    const PictureList list = describePictures(context, found.sources);
+    if (found.sources.empty())
         add(CheckStatus::warn, "no build picture in any source — blank build-menu icon");
-    else if (isFallback)
+    else if (found.isFallback)
         add(CheckStatus::warn,
-            fmt::format("BuildPic '{}' has no art; using the unit-name fallback ({})", name, list));
-    else if (std::ranges::find(pictures, "pcx", &BuildPictureSource::format) != pictures.end())
-        add(CheckStatus::ok, list);
+            fmt::format("BuildPic '{}' has no art; using the unit-name fallback ({})", name,
+                        list.text));
+    else if (list.hasPcx)
+        add(CheckStatus::ok, list.text);
     else
         add(CheckStatus::warn,
-            fmt::format("only non-PCX art ({}) — the classic engine needs unitpics/*.pcx", list));
+            fmt::format("only non-PCX art ({}) — the classic engine needs unitpics/*.pcx",
+                        list.text));
 }
 
 void checkSource(const Context& context, Rows& rows) {
-    constexpr std::string_view kTitle = "Source";
     const std::string& name = context.unit.name;
     if (!context.source) {
-        rows.push_back({kTitle, name, CheckStatus::warn, "could not resolve the FBI source file"});
+        rows.push_back({name, CheckStatus::warn, "could not resolve the FBI source file"});
         return;
     }
     const std::string location = locationText(context.source->location);
     if (context.source->inBaseTa)
         rows.push_back(
-            {kTitle, name, CheckStatus::warn,
+            {name, CheckStatus::warn,
              fmt::format("resolved from BASE TA ({}) — edits affect the base game", location),
-             HealthAction{"promote-to-mod", {{"unitName", name}}}});
+             HealthAction{.kind = HealthAction::Kind::promoteToMod, .unit = name}});
     else
-        rows.push_back({kTitle, name, CheckStatus::info, "resolved from " + location});
+        rows.push_back({name, CheckStatus::info, "resolved from " + location});
 }
 
 void checkSourceShadow(const Context& context, Rows& rows) {
     const std::string& name = context.unit.name;
     std::vector<std::string> directories;
-    for (const io::LayeredLocation& found :
-         context.data.files.locateAll(fmt::format("units/{}.fbi", name)))
+    for (const io::LayeredLocation& found : context.data.files.locateAll(io::kUnitFiles.path(name)))
         directories.push_back(directoryText(found.location));
     if (directories.size() < 2) return;
-    rows.push_back({"Source shadow", name, CheckStatus::warn,
+    rows.push_back({name, CheckStatus::warn,
                     fmt::format("{} units dirs define this unit ({}) — first wins, the rest are "
                                 "shadowed",
                                 directories.size(), fmt::join(directories, ", "))});

@@ -21,19 +21,19 @@ std::vector<CompileFinding> findObstacles(const ModernizerPreview& preview, bool
     std::vector<CompileFinding> findings;
     for (const std::string& name : preview.missingTextures)
         findings.push_back(
-            {LintSeverity::error, "missing-texture",
+            {LintSeverity::error, CompileFindingKind::missingTexture,
              fmt::format("Missing texture '{}'; game mesh falls back to COLOR_140_140_130.",
                          name)});
     if (hasScript && preview.scriptPieceCount != preview.mesh.pieceCount)
-        findings.push_back({LintSeverity::warning, "cob-model-piece-count-mismatch",
+        findings.push_back({LintSeverity::warning, CompileFindingKind::pieceCountMismatch,
                             "COB script piece count differs from 3DO model piece count; verify "
                             "script-addressable names."});
-    findings.push_back({LintSeverity::info, "raw-ta-baseline",
+    findings.push_back({LintSeverity::info, CompileFindingKind::rawBaseline,
                         "Report uses the same UnitMeshBuilder path as in-game raw TA rendering."});
     findings.push_back(
-        {LintSeverity::info, "export-pending",
+        {LintSeverity::info, CompileFindingKind::exportPending,
          "ORB bundle export is not implemented yet; this is a dry-run compile report."});
-    findings.push_back({LintSeverity::info, "native-assets-pending",
+    findings.push_back({LintSeverity::info, CompileFindingKind::nativeAssetsPending,
                         "Texture atlas, KTX2 output, deterministic binary files, and "
                         "source_map.json emission are future modernizer work."});
     return findings;
@@ -46,9 +46,10 @@ std::size_t ModernizerPreview::countFindings(LintSeverity severity) const {
         std::ranges::count(findings, severity, &CompileFinding::severity));
 }
 
-std::string_view ModernizerPreview::status() const {
-    if (countFindings(LintSeverity::error) > 0) return "blocked";
-    return countFindings(LintSeverity::warning) > 0 ? "warnings" : "ready-dry-run";
+CompileStatus ModernizerPreview::status() const {
+    if (countFindings(LintSeverity::error) > 0) return CompileStatus::blocked;
+    if (countFindings(LintSeverity::warning) > 0) return CompileStatus::warnings;
+    return CompileStatus::readyDryRun;
 }
 
 ModernizerPreview previewModernizer(const LoadedUnit& unit, const MountedData& data) {
@@ -58,7 +59,7 @@ ModernizerPreview previewModernizer(const LoadedUnit& unit, const MountedData& d
     preview.assetId = io::lowerCased(unit.name);
     preview.mesh = describeMesh(mesh);
     if (unit.cob) preview.scriptPieceCount = unit.cob->pieces.size();
-    const auto textures = data.textures.find(mesh.textureNames);
+    const auto textures = data.pictures.textures.find(mesh.textureNames);
     for (std::size_t i = 0; i < textures.size(); ++i)
         (textures[i] ? preview.resolvedTextures : preview.missingTextures)
             .push_back(mesh.textureNames[i]);

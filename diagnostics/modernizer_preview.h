@@ -12,12 +12,22 @@
 
 namespace orb::unitview {
 
+enum class CompileFindingKind {
+    missingTexture,
+    pieceCountMismatch,
+    rawBaseline,
+    exportPending,
+    nativeAssetsPending,
+};
+
 /// One line of a compile report.
 struct CompileFinding {
     LintSeverity severity = LintSeverity::info;
-    std::string_view code;
+    CompileFindingKind kind;
     std::string message;
 };
+
+enum class CompileStatus { readyDryRun, warnings, blocked };
 
 /// A unit that stands for a kind of unit when pictures of both formats are compared.
 struct ParityCheck {
@@ -57,8 +67,7 @@ struct ModernizerPreview {
     std::vector<CompileFinding> findings;
 
     std::size_t countFindings(LintSeverity severity) const;
-    /// "blocked", "warnings" or "ready-dry-run".
-    std::string_view status() const;
+    CompileStatus status() const;
 };
 
 /// Throws std::runtime_error "model too large to draw".

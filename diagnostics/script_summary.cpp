@@ -5,18 +5,12 @@
 #include <stdexcept>
 
 #include "cob/opcodes.h"
+#include "cob/script_map.h"
 
 namespace orb::unitview {
 namespace {
 
 using io::CobFile;
-
-/// Where a script's code ends: at the next entry point, or with the code.
-std::size_t endOfScript(const std::vector<std::uint32_t>& sortedEntries, std::uint32_t entry,
-                        std::size_t codeSize) {
-    const auto next = std::ranges::upper_bound(sortedEntries, entry);
-    return next == sortedEntries.end() ? codeSize : std::min<std::size_t>(*next, codeSize);
-}
 
 /// One instruction in the code.
 struct Instruction {
@@ -65,10 +59,7 @@ void noteOperands(ScriptSummary& summary, const Instruction& instruction, std::s
 
 class Scanner {
 public:
-    explicit Scanner(const CobFile& cob) : cob_(cob) {
-        for (const CobFile::Script& script : cob.scripts) entries_.push_back(script.entry);
-        std::ranges::sort(entries_);
-    }
+    explicit Scanner(const CobFile& cob) : cob_(cob), map_(cob) {}
 
     ScriptSummary scan(const CobFile::Script& script) {
         const auto& code = cob_.code;
@@ -76,7 +67,7 @@ public:
             throw std::runtime_error("script entry point outside the code");
         ScriptSummary summary;
         summary.name = script.name;
-        const std::size_t end = endOfScript(entries_, script.entry, code.size());
+        const std::size_t end = std::min<std::size_t>(map_.endOf(script.entry), code.size());
         for (std::size_t pc = script.entry; pc < end;) {
             if (budget_-- == 0) throw std::runtime_error("script code too large to analyse");
             const OpcodeRow& row = opcodeRow(opOf(code[pc]));
@@ -94,7 +85,7 @@ public:
 
 private:
     const CobFile& cob_;
-    std::vector<std::uint32_t> entries_;
+    ScriptMap map_;
     std::size_t budget_ = kMaxAnalysedInstructions;
 };
 

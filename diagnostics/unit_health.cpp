@@ -1,7 +1,6 @@
 #include "diagnostics/unit_health.h"
 
 #include <algorithm>
-#include <array>
 
 #include <fmt/format.h>
 
@@ -10,16 +9,38 @@
 namespace orb::unitview {
 namespace {
 
-using Check = void (*)(const health::Context&, health::Rows&);
+struct Check {
+    HealthCheck name;
+    void (*run)(const health::Context&, health::Rows&);
+};
 
 /// In the order of the report.
 constexpr Check kChecks[] = {
-    health::checkIdentity,     health::checkModel,         health::checkScript,
-    health::checkLints,        health::checkBuildPicture,  health::checkWeapons,
-    health::checkMovement,     health::checkSoundCategory, health::checkCorpse,
-    health::checkBuildOptions, health::checkExplosions,    health::checkSource,
-    health::checkSourceShadow, health::checkPalette,
+    {HealthCheck::identity, health::checkIdentity},
+    {HealthCheck::model, health::checkModel},
+    {HealthCheck::script, health::checkScript},
+    {HealthCheck::lints, health::checkLints},
+    {HealthCheck::buildPicture, health::checkBuildPicture},
+    {HealthCheck::weapons, health::checkWeapons},
+    {HealthCheck::movement, health::checkMovement},
+    {HealthCheck::soundCategory, health::checkSoundCategory},
+    {HealthCheck::corpse, health::checkCorpse},
+    {HealthCheck::buildOptions, health::checkBuildOptions},
+    {HealthCheck::explosions, health::checkExplosions},
+    {HealthCheck::source, health::checkSource},
+    {HealthCheck::sourceShadow, health::checkSourceShadow},
+    {HealthCheck::palette, health::checkPalette},
 };
+
+health::Rows runChecks(const health::Context& context) {
+    health::Rows rows;
+    for (const auto& [name, run] : kChecks) {
+        const std::size_t before = rows.size();
+        run(context, rows);
+        for (std::size_t i = before; i < rows.size(); ++i) rows[i].check = name;
+    }
+    return rows;
+}
 
 std::vector<UnitHealth::RawKey> rawKeys(const io::TdfSection& unitInfo) {
     std::vector<UnitHealth::RawKey> keys;
@@ -35,11 +56,6 @@ std::size_t countRows(const UnitHealth& report, CheckStatus status) {
 
 }  // namespace
 
-std::string_view statusWord(CheckStatus status) {
-    static constexpr std::array<std::string_view, 4> kWords = {"ok", "info", "warn", "missing"};
-    return kWords.at(static_cast<std::size_t>(status));
-}
-
 std::string UnitHealth::verdict() const {
     if (missing > 0) return fmt::format("{} blocking issue(s), {} warning(s)", missing, warnings);
     if (warnings > 0) return fmt::format("ORB-ready — {} warning(s)", warnings);
@@ -53,7 +69,7 @@ UnitHealth checkUnitHealth(const MountedData& data, const LoadedUnit& unit,
     report.source =
         findSource(data.files, definitionPath(data.files, data.catalogue, unit.definitionName()));
     const health::Context context{data, unit, suppressions, report.source};
-    for (const Check check : kChecks) check(context, report.rows);
+    report.rows = runChecks(context);
     report.rawFbiKeys = rawKeys(unit.unitInfo());
     report.missing = countRows(report, CheckStatus::missing);
     report.warnings = countRows(report, CheckStatus::warn);

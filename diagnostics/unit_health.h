@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,24 +15,43 @@ namespace orb::unitview {
 /// Only `missing` keeps a unit from being shipped; `ok` and `info` are no complaints.
 enum class CheckStatus { ok, info, warn, missing };
 
-/// "ok", "info", "warn" or "missing".
-std::string_view statusWord(CheckStatus status);
+/// In the order of the report.
+enum class HealthCheck {
+    identity,
+    model,
+    script,
+    lints,
+    buildPicture,
+    weapons,
+    movement,
+    soundCategory,
+    corpse,
+    buildOptions,
+    explosions,
+    source,
+    sourceShadow,
+    palette,
+};
 
-/// A request that would mend a finding: its type and its members.
+/// What would mend a finding. Members that a kind of action has no use for are empty.
 struct HealthAction {
-    std::string_view kind;
-    std::map<std::string, std::string> members;
+    enum class Kind { createCorpseStub, promoteToMod, suppressLint, remapPalette };
+    Kind kind;
+    std::string unit = {};
+    /// Of a lint.
+    std::string_view code = {};
+    std::string target = {};
+    std::string texture = {};
 };
 
 /// One finding.
 struct HealthRow {
-    /// The title of the check.
-    std::string_view category;
     /// What the finding is about: a unit, a file, a weapon, a texture, a count.
     std::string ref;
     CheckStatus status = CheckStatus::ok;
     std::string detail;
     std::optional<HealthAction> action = std::nullopt;
+    HealthCheck check = HealthCheck::identity;
 };
 
 struct UnitHealth {

@@ -95,7 +95,7 @@ export interface Messages {
 
     // Units
     "list-units": Message<{ side?: string; search?: string }, "list-units", { units: ListedUnit[] }>;
-    "load-unit": Message<{ name: string }, "unit-loaded", LoadedUnit>;
+    "load-unit": Message<{ name: string; report?: boolean }, "unit-loaded", LoadedUnit>;
     "compare-units": Message<{ names: string[] }, "unit-compare", { units: ComparedUnit[] }>;
     "set-sim-mode": Message<{ mode: SimMode }, "sim-mode-set", { mode: SimMode }>;
     "render-constants": Message<None, "render-constants", RenderConstants>;
@@ -349,6 +349,17 @@ export interface LoadedUnit {
     /** One for each slot in use. */
     weapons: UnitWeapon[];
     sounds: { category: string; events: SoundEvent[] };
+    /** For a request with `report`. */
+    buildMenu?: BuildMenuEntry[];
+}
+
+/** A unit that the menus let this one build; whether there is such a unit is another question. */
+export interface BuildMenuEntry {
+    unit: string;
+    /** The menu's page and the place on it, where a file of download/ tells them. */
+    menu?: number;
+    button?: number;
+    source: Source;
 }
 
 /** Where a file lies. */
@@ -580,8 +591,8 @@ export interface BosOptions {
     linearScale: number;
     /** COB units of `<1>`, 182 by default. */
     angularScale: number;
-    /** The first of each pair is the default. */
-    implicitReturn: "safe" | "compat";
+    /** Of the words the first is the default. */
+    implicitReturn: "safe" | "compat" | "last-word";
     valuelessReturn: "push0" | "bare";
     argumentOrder: "vm" | "source";
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,10 +13,17 @@
 
 namespace orb::unitview {
 
+enum class BuildPictureFormat : std::uint8_t { pcx, gaf, pngTriplet, png };
+
+/// "pcx", "gaf", "png-triplet" or "png", for requests and reports.
+std::string_view formatName(BuildPictureFormat format);
+
+/// "build picture not found: …" of a unit or a file.
+std::string buildPictureNotFound(std::string_view what);
+
 /// One of the pictures that the data roots hold for a unit's build button.
 struct BuildPictureSource {
-    /// "pcx", "gaf", "png-triplet" or "png".
-    std::string_view format;
+    BuildPictureFormat format = BuildPictureFormat::pcx;
     /// The virtual path of the file; of a triplet, of its first picture.
     std::string path;
     /// The place of the picture in an animation file.
@@ -29,8 +37,12 @@ std::vector<BuildPictureSource> findBuildPictures(const io::CompositeVirtualFile
                                                   const GafIndex& animations,
                                                   std::string_view name);
 
-/// Reads a picture; of a triplet, the first. Throws what the format's reader throws, or
-/// std::runtime_error "build picture not found: …" when the file has vanished.
+/// Whether the picture (of a triplet, the first) is there, its format's reader takes it, and it has
+/// pixels.
+bool isReadable(const io::CompositeVirtualFileSystem& files, const BuildPictureSource& source);
+
+/// Reads a picture; of a triplet, the first. Throws std::runtime_error: the file's path and the
+/// text of the format's reader, or buildPictureNotFound when the file has vanished.
 PngPicture readBuildPicture(const io::CompositeVirtualFileSystem& files,
                             const BuildPictureSource& source, const io::Palette& palette);
 

@@ -18,7 +18,7 @@ const GafEntryRef* GafIndex::find(std::string_view name) const {
 void GafIndex::build() const {
     const auto addFile = [&](std::string_view name, const std::optional<io::Bytes>& content,
                              std::string_view error) {
-        const std::string path = fmt::format("{}/{}", directory_, name);
+        const std::string path = fmt::format("{}/{}", kind_.folder, name);
         try {
             if (!content) throw std::runtime_error(std::string(error));
             std::size_t index = 0;
@@ -28,9 +28,9 @@ void GafIndex::build() const {
             LogLine(LogLevel::warn) << "[gaf] cannot read '" << path << "': " << failure.what();
         }
     };
-    files_.forEachFile(directory_, ".gaf", addFile);
+    files_->forEachFile(kind_.folder, kind_.extension, addFile);
     isBuilt_ = true;
-    LogLine(LogLevel::info) << "[gaf] " << directory_ << ": " << entries_.size() << " entries";
+    LogLine(LogLevel::info) << "[gaf] " << kind_.folder << ": " << entries_.size() << " entries";
 }
 
 void requireGafName(std::string_view found, std::string_view expected) {

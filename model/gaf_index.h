@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "io/formats/gaf.h"
+#include "io/game_paths.h"
 #include "io/vfs/composite_virtual_file_system.h"
 
 namespace orb::unitview {
@@ -16,13 +17,13 @@ struct GafEntryRef {
     std::size_t index = 0;
 };
 
-/// The entries of the *.gaf files directly in one directory of the stack, found by name in any
-/// case. The first file that has a name wins. Built at the first look-up; not for several threads.
+/// The entries of the animation files of one kind in the stack, found by name in any case. The
+/// first file that has a name wins. Built at the first look-up; not for several threads.
 class GafIndex {
 public:
     /// Borrows the file system.
-    GafIndex(const io::CompositeVirtualFileSystem& files, std::string directory)
-        : files_(files), directory_(std::move(directory)) {}
+    GafIndex(const io::CompositeVirtualFileSystem& files, const io::GameFiles& kind)
+        : files_(&files), kind_(kind) {}
 
     /// Null when no file has such an entry. Damaged files are logged and left out.
     const GafEntryRef* find(std::string_view name) const;
@@ -30,8 +31,8 @@ public:
 private:
     void build() const;
 
-    const io::CompositeVirtualFileSystem& files_;
-    std::string directory_;
+    const io::CompositeVirtualFileSystem* files_;
+    io::GameFiles kind_;
     mutable bool isBuilt_ = false;
     /// By upper-cased name.
     mutable std::unordered_map<std::string, GafEntryRef> entries_;

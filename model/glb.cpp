@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "io/product.h"
 #include "model/mesh.h"
 #include "model/piece_list.h"
 #include "server/logger.h"
@@ -286,7 +287,7 @@ std::size_t binarySize(const ModelMesh& mesh, const TextureSet& textures) {
 /// Everything of the document but geometry and pictures.
 json documentFrame(const io::Model3doObject& model, std::size_t pieceCount) {
     return {
-        {"asset", {{"version", "2.0"}, {"generator", "ORB Unit Editor"}}},
+        {"asset", {{"version", "2.0"}, {"generator", io::kProductName}}},
         {"extensionsUsed", json::array({"KHR_materials_unlit"})},
         {"samplers", json::array({{{"magFilter", kLinear},
                                    {"minFilter", kLinearMipmapLinear},

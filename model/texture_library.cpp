@@ -81,7 +81,7 @@ std::vector<TexturePtr> TextureLibrary::find(std::span<const std::string> names)
             pendingByFile[ref->path].push_back({i, ref});
     }
     for (const auto& [path, pending] : pendingByFile) {
-        const io::Bytes file = readFileOrWarn(files_, path);
+        const io::Bytes file = readFileOrWarn(*files_, path);
         for (const auto& [position, ref] : pending) {
             TexturePtr texture = readOrWarn(file, *ref, names[position]);
             if (texture) store({texture, nullptr});

@@ -52,7 +52,7 @@ class TextureLibrary {
 public:
     /// Borrows the file system.
     explicit TextureLibrary(const io::CompositeVirtualFileSystem& files)
-        : files_(files), index_(files, "textures") {}
+        : files_(&files), index_(files, io::kTextureFiles) {}
 
     /// The textures of these names in any case, one for each; null for one that is missing or, with
     /// a warning in the log, damaged.
@@ -73,7 +73,7 @@ private:
                                            const io::Palette& palette) const;
     void store(CachedTexture entry) const;
 
-    const io::CompositeVirtualFileSystem& files_;
+    const io::CompositeVirtualFileSystem* files_;
     GafIndex index_;
     /// By upper-cased name.
     mutable std::unordered_map<std::string, CachedTexture> cache_;

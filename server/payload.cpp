@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "io/path_text.h"
+#include "session/request_error.h"
 
 namespace orb::unitview::ipc {
 namespace {
@@ -149,6 +150,10 @@ std::optional<Payload::Scalars> Payload::scalars(const char* key) const {
 std::optional<std::string> Payload::textIfString(const char* key) const {
     const json* const value = member(key);
     return value && value->is_string() ? std::optional(value->get<std::string>()) : std::nullopt;
+}
+
+void failRequired(std::string_view what) {
+    throw RequestError(std::string(what) + " is required");
 }
 
 }  // namespace orb::unitview::ipc

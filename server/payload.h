@@ -58,4 +58,22 @@ private:
     nlohmann::json value_;
 };
 
+/// Throws RequestError "WHAT is required".
+[[noreturn]] void failRequired(std::string_view what);
+
+/// A decoded member that the request cannot do without. For when all members are decoded: a wrong
+/// type is reported before an absence. Throws what failRequired does.
+template <typename Value>
+const Value& require(std::string_view what, const std::optional<Value>& value) {
+    if (!value) failRequired(what);
+    return *value;
+}
+
+/// The same for a member that must not be empty either.
+template <typename Value>
+const Value& requireFilled(std::string_view what, const std::optional<Value>& value) {
+    if (!value || value->empty()) failRequired(what);
+    return *value;
+}
+
 }  // namespace orb::unitview::ipc

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "cob/cob_vm.h"
+#include "cob/known_scripts.h"
 #include "model/piece_list.h"
 
 namespace orb::unitview {
@@ -43,18 +44,13 @@ void CobSession::loadTemporary(io::ByteView file) {
     }
 }
 
-CobInstance& CobSession::requireInstance() {
-    if (!instance_) throw std::runtime_error("no unit loaded");
-    return *instance_;
-}
-
 void CobSession::build(const std::shared_ptr<const io::CobFile>& file) {
     std::unique_ptr<CobInstance> instance;
     if (file) {
         instance = std::make_unique<CobInstance>(file, modelPieces_.size(), unitName_);
         instance->cobPieceOrder = matchPieces(*file, modelPieces_);
         if (std::getenv(kTraceSwitch)) instance->traceInstructions = true;
-        if (file->findScript("Create") >= 0) CobVm(*instance).startScript("Create");
+        if (file->findScript(kCreateScript) >= 0) CobVm(*instance).startScript(kCreateScript);
     }
     debugger_.attach(instance.get());
     instance_ = std::move(instance);

@@ -24,17 +24,15 @@ public:
 
     // The operations below throw std::runtime_error "no unit loaded" without an instance.
 
-    /// Rebuilds the instance from the unit's own script.
+    /// Rebuilds the instance from the unit's own script, which ends a temporary one.
     void reset();
     /// Replaces the instance by one of another script file. Throws std::runtime_error "failed to
     /// load temporary COB: …", and then nothing is replaced.
     void loadTemporary(io::ByteView file);
-    /// Rebuilds the instance from the unit's own script.
-    void unloadTemporary() { reset(); }
 
     /// The instance, or null.
     CobInstance* instance() { return instance_.get(); }
-    CobInstance& requireInstance();
+    CobInstance& requireInstance() { return debugger_.instance(); }
     CobDebugger& debugger() { return debugger_; }
 
     /// Model piece names in model order: the pieces that the instance's records belong to.

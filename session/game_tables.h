@@ -9,25 +9,19 @@
 
 #include "io/formats/tdf.h"
 #include "io/vfs/composite_virtual_file_system.h"
+#include "session/build_menus.h"
+#include "session/table_entry.h"
 #include "session/unit_source.h"
 
 namespace orb::unitview {
-
-/// One section of a game table file, as one layer declares it.
-struct TableEntry {
-    /// The name under which the game finds it, as written.
-    std::string name;
-    LayerFile file;
-    /// A layer above holds a file of the same path, so the game never reads this one.
-    bool isShadowed = false;
-    io::TdfSection section;
-};
 
 /// Where files of a table lie: all ".tdf" files of a directory, or the one of that name.
 struct TableFiles {
     std::string_view directory;
     /// Empty: all.
     std::string_view fileName;
+    /// Those in all folders below the directory too.
+    bool withSubfolders = false;
 };
 
 /// The sections of a family of files by upper-cased name, every layer's declarations kept. Borrows
@@ -46,7 +40,8 @@ public:
     NamedTable& operator=(NamedTable&&) = default;
 
     /// Reads the files of every layer; later, with the same layers, of those only that may have
-    /// changed. A damaged file is logged and left out.
+    /// changed. A damaged file is logged and left out, and so is one of more than 8 MiB and what of
+    /// one layer goes beyond 256 levels of folders, 4,096 folders or 32 MiB of text.
     void read(const io::CompositeVirtualFileSystem& files, const LayerFilter& mayHaveChanged);
 
     /// The first declaration of a name in any case that no other file hides, or null.
@@ -56,15 +51,21 @@ public:
     std::span<const TableEntry* const> declarations(std::string_view name) const;
     const NameIndex& declarations() const { return byName_; }
 
+    /// Every declaration that no other file hides, in the order of the sources, in each of the
+    /// layers, in these of the files by path and in a file as written.
+    std::vector<const TableEntry*> visible() const;
+
 private:
     struct TableFile {
-        std::string upperCasedName;
+        std::string upperCasedPath;
         std::vector<TableEntry> entries;
     };
-    /// What one layer holds of one source.
+    /// What one layer holds of one source, in the order of the paths.
     using LayerPart = std::vector<TableFile>;
 
     std::shared_ptr<LayerPart> readPart(const io::VfsLayer& layer, const TableFiles& source) const;
+    void readFolder(const io::VfsLayer& layer, const std::string& folder, std::string_view fileName,
+                    LayerPart& part, std::size_t& bytesLeft) const;
     /// Fills the index from what was read.
     void buildIndex();
 
@@ -88,6 +89,14 @@ struct GameTables {
     NamedTable movementClasses;
     /// sound.tdf and allsound.tdf: the sound categories, by section name.
     NamedTable soundCategories;
+    /// The .tdf files in features/ and every folder below it: what stands on maps, wrecks among it.
+    NamedTable features;
+    /// gamedata/sidedata.tdf: the sides, and what their builders build.
+    NamedTable sideData;
+    /// download/*.tdf: the places of further units in the build menus.
+    NamedTable downloads;
+    /// From the last two.
+    BuildMenus buildMenus;
 };
 
 }  // namespace orb::unitview

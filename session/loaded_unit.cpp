@@ -5,14 +5,15 @@
 #include <fmt/format.h>
 
 #include "io/ascii.h"
+#include "io/game_paths.h"
 #include "model/piece_list.h"
 #include "server/logger.h"
+#include "session/model_file.h"
+#include "session/request_error.h"
 #include "session/unit_ir.h"
 
 namespace orb::unitview {
 namespace {
-
-constexpr std::string_view kCobSuffix = ".cob";
 
 void takeDefinition(LoadedUnit& unit, io::TdfSection definition, const std::string& path) {
     auto info = io::parseFbiUnitInfo(definition);
@@ -41,7 +42,7 @@ void logLoaded(const LoadedUnit& unit) {
 
 std::optional<LoadedUnit> loadFromIr(const io::CompositeVirtualFileSystem& files,
                                      const std::string& name) {
-    const std::string path = fmt::format("{}/{}.json", pipeline::kUnitIrDirectory, name);
+    const std::string path = io::kUnitIrFiles.path(name);
     try {
         const auto bytes = files.readFile(path);
         if (!bytes) return std::nullopt;
@@ -78,7 +79,7 @@ LoadedUnit loadFromGameFiles(const io::CompositeVirtualFileSystem& files,
                              const UnitCatalogue& catalogue, const std::string& name) {
     const std::string fbiPath = definitionPath(files, catalogue, name);
     const auto text = files.readFile(fbiPath);
-    if (!text) throw std::runtime_error("FBI not found for unit: " + name);
+    if (!text) throw unitNotFound(name);
 
     LoadedUnit unit;
     takeDefinition(unit, io::parseTdf(io::asText(*text)), fbiPath);
@@ -87,15 +88,16 @@ LoadedUnit loadFromGameFiles(const io::CompositeVirtualFileSystem& files,
 
     if (unit.fbi.objectName.empty())
         throw std::runtime_error("FBI has no objectName for unit: " + name);
-    const std::string modelPath = fmt::format("objects3d/{}.3DO", unit.fbi.objectName);
-    const auto model = files.readFile(modelPath);
-    if (!model) throw std::runtime_error("3DO not found: " + modelPath);
-    unit.model = io::parse3do(*model);
+    unit.model = readModel(files, unit.fbi.objectName);
     unit.cob = readScript(files, unit);
     return unit;
 }
 
 }  // namespace
+
+RequestError unitNotFound(const std::string& name) {
+    return RequestError("FBI not found for unit: " + name);
+}
 
 std::string LoadedUnit::definitionName() const {
     // An IR document is no definition file.
@@ -112,23 +114,22 @@ LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
 
 std::string definitionPath(const io::CompositeVirtualFileSystem& files,
                            const UnitCatalogue& catalogue, const std::string& name) {
-    std::string path = fmt::format("units/{}.fbi", name);
-    if (const std::string* const preferred = catalogue.preferredPath(name)) path = *preferred;
+    const std::string* const preferred = catalogue.preferredPath(name);
+    std::string path = preferred ? *preferred : io::kUnitFiles.path(name);
     if (files.locate(path)) return path;
     const UnitDeclaration* const declaration = catalogue.find(name);
-    return declaration ? fmt::format("units/{}.fbi", declaration->fileStem) : path;
+    return declaration ? io::kUnitFiles.path(declaration->fileStem) : path;
 }
 
 std::string_view scriptName(const io::FbiUnitInfo& fbi, std::string_view unitName) {
     std::string_view script = unitName;
     if (!fbi.script.empty()) script = fbi.script;
     if (!fbi.scriptName.empty()) script = fbi.scriptName;
-    if (io::endsWithIgnoringCase(script, kCobSuffix)) script.remove_suffix(kCobSuffix.size());
-    return script;
+    return io::kScriptFiles.stem(script);
 }
 
 std::string scriptPath(const io::FbiUnitInfo& fbi, std::string_view unitName) {
-    return fmt::format("scripts/{}{}", scriptName(fbi, unitName), kCobSuffix);
+    return io::kScriptFiles.path(scriptName(fbi, unitName));
 }
 
 }  // namespace orb::unitview

@@ -8,6 +8,7 @@
 #include "io/formats/cob_file.h"
 #include "io/formats/fbi.h"
 #include "io/formats/model3do.h"
+#include "session/request_error.h"
 #include "session/unit_catalogue.h"
 #include "session/unit_source.h"
 
@@ -27,11 +28,14 @@ struct LoadedUnit {
     std::shared_ptr<const io::CobFile> cob;
 
     /// The definition's [UNITINFO] section.
-    const io::TdfSection& unitInfo() const { return *definition.child("UNITINFO"); }
+    const io::TdfSection& unitInfo() const { return *definition.child(io::kUnitInfoSection); }
 
     /// The name that leads to its definition file, which may declare another `UnitName`.
     std::string definitionName() const;
 };
+
+/// "FBI not found for unit: …".
+RequestError unitNotFound(const std::string& name);
 
 /// Assembles a unit from its intermediate representation document, or from the game files when
 /// there is none or it is wrong. `name` is a unit name or the stem of its definition file, in any

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "server/logger.h"
+#include "session/game_palette.h"
 
 namespace orb::unitview {
 namespace {
@@ -14,12 +15,15 @@ void logProgress(std::size_t index, std::size_t count, const std::string& archiv
 
 }  // namespace
 
-void MountedData::readTables(const LayerFilter& mayHaveChanged) {
+void MountedData::readAgain(const LayerFilter& mayHaveChanged) {
+    pictures = DecodedPictures(files);
     catalogue.read(files, mayHaveChanged);
     tables.read(files, mayHaveChanged);
+    readGamePalette(files, palette);
 }
 
-std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request) {
+std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
+                                            const io::Palette& palette) {
     if (request.taDataPath.empty()) throw std::invalid_argument("taDataPath must not be empty");
 
     auto mounted = std::make_unique<MountedData>();
@@ -27,24 +31,15 @@ std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request) {
                                       request.mapsPath, logProgress);
     mounted->roots = request.modPaths;
     mounted->roots.push_back(request.taDataPath);
-    mounted->layers.push_back({"base", request.taDataPath, mounted->result.baseArchives});
+    mounted->layers.push_back(
+        {io::DataRootKind::base, request.taDataPath, mounted->result.baseArchives});
     if (mounted->result.mapsLayered) {
         mounted->roots.push_back(request.mapsPath);
-        mounted->layers.push_back({"maps", request.mapsPath, 0});
+        mounted->layers.push_back({io::DataRootKind::maps, request.mapsPath, 0});
     }
-    mounted->readTables([](const io::VfsLayer&) { return true; });
+    mounted->palette = palette;
+    mounted->readAgain([](const io::VfsLayer&) { return true; });
     return mounted;
-}
-
-std::unique_ptr<MountedData> withEmptyCaches(MountedData&& mounted) {
-    auto fresh = std::make_unique<MountedData>();
-    fresh->files = std::move(mounted.files);
-    fresh->result = mounted.result;
-    fresh->layers = std::move(mounted.layers);
-    fresh->roots = std::move(mounted.roots);
-    fresh->catalogue = std::move(mounted.catalogue);
-    fresh->tables = std::move(mounted.tables);
-    return fresh;
 }
 
 }  // namespace orb::unitview

@@ -2,9 +2,10 @@
 
 #include <filesystem>
 #include <memory>
-#include <string>
 #include <vector>
 
+#include "io/formats/palette.h"
+#include "io/game_paths.h"
 #include "io/vfs/data_roots.h"
 #include "model/gaf_index.h"
 #include "model/texture_library.h"
@@ -24,13 +25,28 @@ struct DataRootsRequest {
 
 /// One line of the layer report.
 struct LayerReport {
-    std::string kind;
+    io::DataRootKind kind = io::DataRootKind::base;
     std::filesystem::path path;
     std::uint32_t archiveCount = 0;
 };
 
-/// The data roots as mounted, with everything that was read from them at once.
+/// What is looked up and decoded when it is first asked for, and then kept. Borrows the files.
+struct DecodedPictures {
+    explicit DecodedPictures(const io::CompositeVirtualFileSystem& files)
+        : textures(files), animations(files, io::kAnimationFiles) {}
+
+    TextureLibrary textures;
+    GafIndex animations;
+};
+
+/// The data roots as mounted, with everything that was read from them. Stays where it is: its
+/// members refer to one another.
 struct MountedData {
+    MountedData() = default;
+    MountedData(const MountedData&) = delete;
+    MountedData& operator=(const MountedData&) = delete;
+    ~MountedData() = default;
+
     io::CompositeVirtualFileSystem files;
     io::MountResult result;
     std::vector<LayerReport> layers;
@@ -38,19 +54,18 @@ struct MountedData {
     std::vector<std::filesystem::path> roots;
     UnitCatalogue catalogue;
     GameTables tables;
-    TextureLibrary textures{files};
-    /// The entries of anims/*.gaf.
-    GafIndex animations{files, "anims"};
+    io::Palette palette = io::greyscaleRamp();
+    DecodedPictures pictures{files};
 
-    /// Reads catalogue and tables; later those layers only whose files may have changed.
-    void readTables(const LayerFilter& mayHaveChanged);
+    /// Reads what was read from the files again, catalogue and tables only of those layers whose
+    /// files may have changed, and forgets what was decoded.
+    void readAgain(const LayerFilter& mayHaveChanged);
 };
 
-/// Mounts the roots and reads catalogue and tables. Throws std::invalid_argument "taDataPath must
-/// not be empty" or what listing a root raises.
-std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request);
-
-/// The same data, its layers in their places, without the pictures that were decoded before.
-std::unique_ptr<MountedData> withEmptyCaches(MountedData&& mounted);
+/// Mounts the roots and reads what belongs to them; colours that their palette lacks are those of
+/// `palette`. Throws std::invalid_argument "taDataPath must not be empty" or what listing a root
+/// raises.
+std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
+                                            const io::Palette& palette);
 
 }  // namespace orb::unitview

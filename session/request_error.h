@@ -1,6 +1,8 @@
 #pragma once
 
+#include <exception>
 #include <stdexcept>
+#include <string>
 
 namespace orb::unitview {
 
@@ -9,5 +11,15 @@ class RequestError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// Runs an operation whose failure is the whole error reply: `prefix` and the exception's text.
+template <typename Operation>
+decltype(auto) reportingFailure(Operation&& operation, const std::string& prefix = {}) {
+    try {
+        return operation();
+    } catch (const std::exception& error) {
+        throw RequestError(prefix + error.what());
+    }
+}
 
 }  // namespace orb::unitview

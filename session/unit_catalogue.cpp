@@ -7,13 +7,11 @@
 #include <fmt/format.h>
 
 #include "io/ascii.h"
+#include "io/game_paths.h"
 #include "server/logger.h"
 
 namespace orb::unitview {
 namespace {
-
-constexpr std::string_view kUnitsDirectory = "units";
-constexpr std::string_view kFbiSuffix = ".fbi";
 
 const UnitDeclaration* findDeclaration(const UnitCatalogue::NameIndex& index, std::string_view name,
                                        bool (*accepts)(const UnitDeclaration*)) {
@@ -37,13 +35,14 @@ std::shared_ptr<UnitCatalogue::LayerUnits> UnitCatalogue::readLayer(const io::Vf
     std::unordered_map<std::string, std::string> firstPaths;
     const auto visit = [&](std::string_view name, const std::optional<io::Bytes>& content,
                            std::string_view error) {
-        std::string stem(name.substr(0, name.size() - kFbiSuffix.size()));
-        LayerFile file{&layer, fmt::format("{}/{}", kUnitsDirectory, name)};
+        std::string stem(io::kUnitFiles.stem(name));
+        LayerFile file{&layer, fmt::format("{}/{}", io::kUnitFiles.folder, name)};
         contents->fileStems.push_back(io::upperCased(stem));
         const auto [first, isFirst] = firstPaths.try_emplace(contents->fileStems.back(), file.path);
         if (!isFirst) {
+            constexpr std::string_view kPreferred = io::kUnitFiles.extension;
             std::string& path = contents->preferredPaths.insert(*first).first->second;
-            if (!path.ends_with(kFbiSuffix) && name.ends_with(kFbiSuffix)) path = file.path;
+            if (!path.ends_with(kPreferred) && name.ends_with(kPreferred)) path = file.path;
         }
         if (!content) {
             LogLine(LogLevel::warn)
@@ -59,7 +58,7 @@ std::shared_ptr<UnitCatalogue::LayerUnits> UnitCatalogue::readLayer(const io::Vf
         unit->info = std::move(*info);
         contents->units.push_back(std::move(unit));
     };
-    layer.files->forEachFile(kUnitsDirectory, kFbiSuffix, visit);
+    layer.files->forEachFile(io::kUnitFiles.folder, io::kUnitFiles.extension, visit);
     std::ranges::sort(contents->units, {},
                       [](const auto& unit) -> const std::string& { return unit->fileStem; });
     return contents;

@@ -80,11 +80,16 @@ std::vector<SoundEvent> describeSounds(const GameTables& tables, std::string_vie
     return events;
 }
 
-std::vector<std::string> weaponNames(const io::FbiUnitInfo& fbi) {
-    std::vector<std::string> names;
-    for (const std::string* name : {&fbi.weapon1, &fbi.weapon2, &fbi.weapon3})
-        if (!name->empty()) names.push_back(*name);
-    return names;
+UnitDetails describeUnit(const LoadedUnit& unit, const MountedData& data) {
+    UnitDetails details;
+    details.movementClass = describeMovementClass(data.tables, unit.fbi.movementClass);
+    for (const std::string_view name : unit.fbi.weaponSlots())
+        if (!name.empty())
+            details.weapons.push_back({std::string(name), data.tables.weapons.find(name)});
+    details.sounds = describeSounds(data.tables, unit.fbi.soundCategory);
+    const UnitDeclaration* const base = data.catalogue.findBase(unit.name);
+    if (base && unit.source && !unit.source->inBaseTa) details.baseline = &base->info;
+    return details;
 }
 
 std::vector<const UnitDeclaration*> searchUnits(const UnitCatalogue& catalogue,
@@ -102,6 +107,10 @@ std::vector<const UnitDeclaration*> searchUnits(const UnitCatalogue& catalogue,
 
 const std::string& displayName(const UnitDeclaration& unit) {
     return unit.info.name.empty() ? unit.name : unit.info.name;
+}
+
+const std::string& buildPictureName(const std::string& buildPic, const std::string& unitName) {
+    return buildPic.empty() ? unitName : buildPic;
 }
 
 }  // namespace orb::unitview

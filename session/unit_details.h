@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "session/game_tables.h"
+#include "session/loaded_unit.h"
+#include "session/mounted_data.h"
 #include "session/unit_catalogue.h"
 
 namespace orb::unitview {
@@ -42,8 +44,23 @@ struct SoundEvent {
 /// All events in their fixed order, also for an unknown category.
 std::vector<SoundEvent> describeSounds(const GameTables& tables, std::string_view category);
 
-/// The names in the three weapon slots that are not empty, in slot order.
-std::vector<std::string> weaponNames(const io::FbiUnitInfo& fbi);
+/// A weapon that a unit's definition names.
+struct WeaponSlot {
+    std::string name;
+    /// Null when no table declares it.
+    const TableEntry* weapon = nullptr;
+};
+
+/// What the mounted data say of a loaded unit beside its own files; borrows from them.
+struct UnitDetails {
+    std::optional<MovementClassInfo> movementClass;
+    /// The slots that are not empty, in their order.
+    std::vector<WeaponSlot> weapons;
+    std::vector<SoundEvent> sounds;
+    /// The base game's definition of a unit that a mod defines too, or null.
+    const io::FbiUnitInfo* baseline = nullptr;
+};
+UnitDetails describeUnit(const LoadedUnit& unit, const MountedData& data);
 
 /// The units of a side (of all when it is empty) whose name, title or display name holds `search`
 /// in any case, in name order.
@@ -52,5 +69,9 @@ std::vector<const UnitDeclaration*> searchUnits(const UnitCatalogue& catalogue,
 
 /// The name under which a unit is shown: its `name` key, else its unit name.
 const std::string& displayName(const UnitDeclaration& unit);
+
+/// The name that a unit's build picture goes by: its `buildpic` key, else its unit name. Borrows
+/// from its arguments.
+const std::string& buildPictureName(const std::string& buildPic, const std::string& unitName);
 
 }  // namespace orb::unitview

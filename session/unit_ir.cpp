@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "io/formats/fbi.h"
 #include "io/json_nesting.h"
 
 namespace orb::pipeline {
@@ -111,7 +112,7 @@ auto readArray(const Node& array, Element&& readElement) {
 
 io::TdfSection readDefinition(const Node& fbi) {
     io::TdfSection root;
-    io::TdfSection& unitInfo = root.openChild("UNITINFO");
+    io::TdfSection& unitInfo = root.openChild(io::kUnitInfoSection);
     for (const auto& [key, value] : fbi.members())
         unitInfo.setValue(key, Node(value, &fbi, key).text());
     return root;

@@ -10,8 +10,6 @@
 
 namespace orb::pipeline {
 
-inline constexpr const char* kUnitIrDirectory = "unit-ir";
-
 /// A unit in one JSON document: definition, model and, when it has one, its compiled script.
 struct UnitIr {
     std::string unitName;

@@ -1,49 +1,65 @@
 #include "session/unit_script.h"
 
-#include <string_view>
-
 #include "io/ascii.h"
+#include "io/game_paths.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {
 namespace {
 
-constexpr std::string_view kCobSuffix = ".cob";
+constexpr std::string_view kUntitled = "untitled";
+
+RequestError scriptNotFound(const std::string& path) {
+    return RequestError("COB script not found: " + path);
+}
+
+/// The loaded unit, when it is the one that is asked for.
+const LoadedUnit* loadedUnit(const UnitViewSession& session,
+                             const std::optional<std::string>& name) {
+    if (!name) return &session.requireUnit();
+    const LoadedUnit* const unit = session.unit();
+    return unit && io::equalsIgnoringCase(*name, unit->name) ? unit : nullptr;
+}
+
+std::string sourcePath(const io::FbiUnitInfo& fbi, std::string_view unitName) {
+    return io::kScriptSourceFiles.path(scriptName(fbi, unitName));
+}
+
+/// The script alone.
+UnitScript readScript(const UnitViewSession& session, const std::optional<std::string>& name) {
+    if (const LoadedUnit* const unit = loadedUnit(session, name)) {
+        if (!unit->cob) throw scriptNotFound(scriptPath(unit->fbi, unit->name));
+        return {unit->name, unit->cob, sourcePath(unit->fbi, unit->name), {}};
+    }
+    const UnitDeclaration* const unit = session.data().catalogue.findLoadable(*name);
+    if (!unit) throw unitNotFound(*name);
+    const std::string path = scriptPath(unit->info, unit->name);
+    const auto bytes = session.data().files.readFile(path);
+    if (!bytes) throw scriptNotFound(path);
+    return {unit->name,
+            std::make_shared<const io::CobFile>(io::parseCob(*bytes)),
+            sourcePath(unit->info, unit->name),
+            {}};
+}
 
 }  // namespace
 
-std::string bosPath(const std::string& cobPath) {
-    std::string_view stem = cobPath;
-    if (io::endsWithIgnoringCase(stem, kCobSuffix)) stem.remove_suffix(kCobSuffix.size());
-    return std::string(stem) + ".bos";
-}
-
 UnitScript readUnitScript(const UnitViewSession& session, const std::optional<std::string>& name) {
-    const LoadedUnit* const unit = session.unit();
-    UnitScript script;
-    std::string path;
-    try {
-        if (unit && (!name || io::equalsIgnoringCase(*name, unit->name))) {
-            script.unitName = unit->name;
-            script.cob = unit->cob;
-            path = scriptPath(unit->fbi, unit->name);
-        } else {
-            if (!name) throw RequestError("no unit loaded; call load-unit first");
-            const UnitDeclaration* const found = session.data().catalogue.findLoadable(*name);
-            if (!found) throw RequestError("FBI not found for unit: " + *name);
-            script.unitName = found->name;
-            path = scriptPath(found->info, found->name);
-            if (const auto bytes = session.data().files.readFile(path))
-                script.cob = std::make_shared<const io::CobFile>(io::parseCob(*bytes));
-        }
-        if (!script.cob) throw RequestError("COB script not found: " + path);
-        script.sourcePath = bosPath(path);
+    return reportingFailure([&] {
+        UnitScript script = readScript(session, name);
         if (const auto text = session.data().files.readFile(script.sourcePath))
             script.source = std::string(io::asText(*text));
-    } catch (const std::exception& error) {
-        throw RequestError(error.what());
-    }
-    return script;
+        return script;
+    });
+}
+
+std::string scriptSourcePath(const UnitViewSession& session) {
+    const LoadedUnit* const unit = session.unit();
+    return unit ? sourcePath(unit->fbi, unit->name) : io::kScriptSourceFiles.path(kUntitled);
+}
+
+const io::AbstractVirtualFileSystem* includeFiles(const UnitViewSession& session) {
+    return session.hasData() ? &session.data().files : nullptr;
 }
 
 }  // namespace orb::unitview

@@ -23,7 +23,11 @@ struct UnitScript {
 /// …" or a reader's text.
 UnitScript readUnitScript(const UnitViewSession& session, const std::optional<std::string>& name);
 
-/// The virtual path of the source that belongs to a script's path.
-std::string bosPath(const std::string& cobPath);
+/// Where the source of the loaded unit's script lies or would lie; without a unit, where one
+/// without a name does.
+std::string scriptSourcePath(const UnitViewSession& session);
+
+/// Where the includes of a source are looked for; null without data roots.
+const io::AbstractVirtualFileSystem* includeFiles(const UnitViewSession& session);
 
 }  // namespace orb::unitview

@@ -6,6 +6,10 @@ namespace orb::unitview {
 
 using io::FileLocation;
 
+RequestError sourceNotFound(const std::string& unitName) {
+    return RequestError("could not locate source for " + unitName);
+}
+
 std::optional<UnitSource> findSource(const io::CompositeVirtualFileSystem& files,
                                      const std::string& path) {
     const auto found = files.locateInLayers(path);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "io/vfs/composite_virtual_file_system.h"
+#include "session/request_error.h"
 
 namespace orb::unitview {
 
@@ -14,6 +15,9 @@ struct UnitSource {
     /// In the game's own data path, not in a mod root.
     bool inBaseTa = false;
 };
+
+/// "could not locate source for UNIT".
+RequestError sourceNotFound(const std::string& unitName);
 
 /// The source of the file that `path` names in the stack, or none.
 std::optional<UnitSource> findSource(const io::CompositeVirtualFileSystem& files,
@@ -27,6 +31,7 @@ struct LayerFile {
 
     /// Where the file lies now; for one that has vanished since, where it would lie.
     io::FileLocation location() const;
+    bool operator==(const LayerFile&) const = default;
     bool isInBaseTa() const { return layer->rootKind == io::DataRootKind::base; }
 };
 

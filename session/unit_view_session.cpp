@@ -9,25 +9,15 @@
 namespace orb::unitview {
 namespace {
 
-/// A damaged palette must not keep the roots from being mounted.
-void loadPalette(const io::CompositeVirtualFileSystem& files, io::Palette& palette) {
-    try {
-        io::loadGamePalette(files, palette);
-    } catch (const std::exception& error) {
-        LogLine(LogLevel::warn) << "[palette] cannot read 'palettes/PALETTE.PAL': " << error.what()
-                                << " — using grayscale ramp";
-        palette = io::greyscaleRamp();
-    }
+void requireUnitName(const std::string& name) {
+    if (name.empty()) throw RequestError("unit name is required");
 }
 
 }  // namespace
 
 const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request) {
-    auto mounted = mountDataRoots(request);
-    LintSuppressions suppressions = loadLintSuppressions(mounted->roots);
-    loadPalette(mounted->files, palette_);
-
-    lintSuppressions_ = std::move(suppressions);
+    auto mounted = mountDataRoots(request, palette());
+    lintSuppressions_ = loadLintSuppressions(mounted->roots);
     data_ = std::move(mounted);
     LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
                             << data_->catalogue.roster().size() << " units";
@@ -50,18 +40,23 @@ const MountedData& UnitViewSession::data() const {
     return *data_;
 }
 
+const io::Palette& UnitViewSession::palette() const {
+    static const io::Palette kNoPalette = io::greyscaleRamp();
+    return data_ ? data_->palette : kNoPalette;
+}
+
 const LoadedUnit& UnitViewSession::requireUnit() const {
     if (!unit_) throw RequestError("no unit loaded; call load-unit first");
     return *unit_;
 }
 
 UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
-    if (name.empty()) throw RequestError("unit name is required");
+    requireUnitName(name);
     if (!data_) throw RequestError("VFS not mounted; call setDataRoots first");
     if (auto source =
             findSource(data_->files, definitionPath(data_->files, data_->catalogue, name)))
         return *source;
-    throw RequestError("could not locate source for " + name);
+    throw sourceNotFound(name);
 }
 
 std::optional<std::filesystem::path> UnitViewSession::setLintSuppressed(const LintSuppression& rule,
@@ -91,12 +86,10 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLoca
         if (written.kind == io::FileLocation::Kind::archive)
             reopened = data_->files.reopenArchive(written.path);
         // Loose files can change at any time; an archive's only when it is opened again.
-        data_->readTables([&](const io::VfsLayer& layer) {
+        data_->readAgain([&](const io::VfsLayer& layer) {
             return layer.kind == io::FileLocation::Kind::loose ||
                    std::ranges::find(reopened, &layer) != reopened.end();
         });
-        loadPalette(data_->files, palette_);
-        data_ = withEmptyCaches(std::move(*data_));
     } catch (const std::exception& error) {
         // What was written is written; the next mount tells more.
         LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.path) << ": "
@@ -113,6 +106,7 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLoca
 }
 
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {
+    requireUnitName(name);
     const MountedData& mounted = data();
     unloadUnit();
     try {

@@ -37,12 +37,12 @@ public:
     /// Takes over a file that was written behind the mounted data: reopens the archive (an empty
     /// internal path stands for all its entries), reads catalogue and tables anew where files may
     /// have changed (that archive and all loose files), and reloads the loaded unit when the file
-    /// is its source. References to `data()` end. Returns why that unit cannot be loaded any more
+    /// is its source. References into `data()` end. Returns why that unit cannot be loaded any more
     /// (it is not loaded then), or none.
     std::optional<std::string> refreshAfterWrite(const io::FileLocation& written);
 
-    /// Loads a unit in place of the loaded one. A failure, reported as RequestError with its text,
-    /// leaves no unit loaded.
+    /// Loads a unit in place of the loaded one. Throws RequestError: "unit name is required" and
+    /// "data roots not set" leave the loaded unit, any other failure leaves none.
     const LoadedUnit& loadUnit(const std::string& name);
 
     /// The loaded unit or null.
@@ -60,7 +60,8 @@ public:
     std::optional<std::filesystem::path> setLintSuppressed(const LintSuppression& rule,
                                                            bool isSuppressed);
 
-    const io::Palette& palette() const { return palette_; }
+    /// The mounted palette; greys without data roots.
+    const io::Palette& palette() const;
 
 private:
     void unloadUnit();
@@ -68,7 +69,6 @@ private:
 
     std::unique_ptr<MountedData> data_;
     LintSuppressions lintSuppressions_;
-    io::Palette palette_ = io::greyscaleRamp();
     std::optional<LoadedUnit> unit_;
     CobSession cob_;
 };

@@ -1,46 +1,63 @@
 #!/usr/bin/env python3
-"""Plays a session over the sample game with the real program and shows it.  usage: demo.py BUILD"""
+"""Plays a session over the sample game with the real program and shows it.  usage: demo.py BUILD
+
+What it fetches besides, models and build pictures, goes to the folder `demo` beside BUILD.
+"""
+import base64
 import json
 import os
-import subprocess
 import sys
 import time
 
+from editor_client import Editor, EditorError
+
 BUILD = os.path.abspath(sys.argv[1])
 DATA = os.path.join(BUILD, "samples/data")
+SHOWN_IN = os.path.join(os.path.dirname(BUILD), "demo")
+LOG = os.path.join(SHOWN_IN, "log.txt")
 BOLD, DIM, RED, OFF = ("\033[1m", "\033[2m", "\033[31m", "\033[0m") if sys.stdout.isatty() else [""] * 4
 
 
-class Editor:
-    """The back end as a child process."""
-
-    def __init__(self):
-        reader, writer = os.pipe()
-        self.frames = os.fdopen(os.dup(reader), "rb")
-        os.dup2(writer, 3)
-        self.log = open(os.path.join(BUILD, "demo.log"), "w+b")
-        self.process = subprocess.Popen([os.path.join(BUILD, "orb-unit-editor")], pass_fds=[3],
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self.log)
-        self.seq = 0
+class ShownEditor(Editor):
+    """Shows each request with its reply."""
 
     def ask(self, kind, **data):
-        """Sends a request and shows it with its reply; returns the reply's data."""
-        self.seq += 1
-        request = json.dumps({"type": kind, "seq": self.seq, "data": data})
-        print(f"{BOLD}> {request}{OFF}")
+        """Returns the reply's data."""
+        shown = json.dumps({"type": kind, "seq": self.seq + 1, "data": data})
+        print(f"{BOLD}> {shown}{OFF}")
         start = time.perf_counter()
-        self.process.stdin.write(request.encode() + b"\n")
-        self.process.stdin.flush()
-        line = self.process.stdout.readline().decode()
-        while json.loads(line)["seq"] != self.seq:
-            line = self.process.stdout.readline().decode()
+        reply = super().ask(kind, **data)
         took = (time.perf_counter() - start) * 1000
-        shown = line.rstrip()
+        shown = json.dumps(reply, ensure_ascii=False, separators=(",", ":"))
         shown = shown if len(shown) <= 240 else f"{shown[:200]} … ({len(shown)} characters)"
-        reply = json.loads(line)
         color = RED if reply["type"] == "error" else ""
         print(f"{color}< {shown}{OFF} {DIM}{took:.1f} ms{OFF}")
         return reply["data"]
+
+    def ask_silently(self, kind, **data):
+        return super().ask(kind, **data)
+
+
+def keep(name, content):
+    """Writes a file for people to look at; returns its path as they would type it."""
+    path = os.path.join(SHOWN_IN, name)
+    with open(path, "wb") as file:
+        file.write(content)
+    return os.path.relpath(path)
+
+
+def keep_pictures(editor, units):
+    """Fetches the model and the build picture of each unit."""
+    for unit in units:
+        name, kept = unit["name"], []
+        loaded = editor.ask_silently("load-unit", name=name)
+        if loaded["type"] != "error":
+            if editor.ask_silently("get-unit-glb")["type"] != "error":
+                kept.append(keep(f"{name}.glb", editor.next_frame()))
+            picture = editor.ask_silently("get-unit-buildpic")
+            if picture["type"] != "error":
+                kept.append(keep(f"{name}.png", base64.b64decode(picture["data"]["png_b64"])))
+        print(f"    {name:10} {'  '.join(kept) or DIM + loaded['data']['message'] + OFF}")
 
 
 def note(text):
@@ -55,7 +72,8 @@ def show_tree(piece, depth=0):
 
 
 def main():
-    editor = Editor()
+    os.makedirs(SHOWN_IN, exist_ok=True)
+    editor = ShownEditor.of(os.path.join(BUILD, "orb-unit-editor"), LOG)
     note("The front end says hello and names the data roots: two mods over the game.")
     editor.ask("hello")
     editor.ask("set-data-roots", taDataPath=f"{DATA}/game", modPaths=[f"{DATA}/mod", f"{DATA}/faulty"])
@@ -93,8 +111,8 @@ def main():
     for line in bos["source"].splitlines()[:14]:
         print(f"    {DIM}{line}{OFF}")
     editor.ask("get-unit-glb", teamColor={"r": 220, "g": 40, "b": 40})
-    frame = editor.frames.read(int.from_bytes(editor.frames.read(4), "little"))
-    print(f"    a frame of {len(frame)} bytes, beginning with {frame[:4]}")
+    frame = editor.next_frame()
+    print(f"    a frame of {len(frame)} bytes, beginning with {frame[:4]}: {keep('red.glb', frame)}")
 
     note("Can a unit be shipped? What do the mods do to each other?")
     editor.ask("load-unit", name="FLTREFS")
@@ -115,16 +133,22 @@ def main():
     for entry in contents["entries"][:4]:
         print(f"    {entry['path']}  {DIM}{entry['size']} bytes{OFF}")
     editor.ask("archive-browse-preview", path=archive, internalPath=contents["entries"][0]["path"])
+
+    note("Every unit's model and build picture, for you to open:")
+    keep_pictures(editor, units)
     editor.ask("shutdown")
-    editor.process.wait()
+    editor.close()
 
     note("Its log, from standard error:")
-    editor.log.seek(0)
-    lines = editor.log.read().decode(errors="replace").splitlines()
+    with open(LOG, encoding="utf-8", errors="replace") as file:
+        lines = file.read().splitlines()
     for line in lines[:12]:
         print(f"    {DIM}{line}{OFF}")
-    print(f"    {DIM}… {len(lines)} lines in {BUILD}/demo.log{OFF}")
+    print(f"    {DIM}… {len(lines)} lines in {os.path.relpath(LOG)}{OFF}")
 
 
 if __name__ == "__main__":
-    main()
+    try:
+        main()
+    except EditorError as error:
+        sys.exit(str(error))

@@ -2,6 +2,8 @@
 
 #include <map>
 #include <tuple>
+#include <utility>
+#include <vector>
 
 #include "io/archive/hpi_draft.h"
 #include "io/archive/hpi_format.h"
@@ -19,21 +21,23 @@ public:
     ArchiveCopy(const HpiArchive& archive, HpiReader& reader, HpiDraft& draft)
         : archive_(archive), reader_(reader), draft_(draft), bytesLeft_(reader.length()) {}
 
-    /// `file` takes the place of `replaced`, which may be null.
-    void copy(const HpiEntry* replaced, const HpiDraft::File& file) {
-        copyDirectory(archive_.root().entries, draft_.root, replaced, file);
-    }
+    /// The file that takes the place of an entry.
+    void replace(const HpiEntry* entry, const HpiDraft::File& file) { replaced_[entry] = file; }
+
+    void copy() { copyDirectory(archive_.root().entries, draft_.root); }
 
 private:
     // As deep as directories of an archive nest, which their reader bounds.
-    void copyDirectory(const HpiEntries& entries, HpiDraft::Directory& directory,
-                       const HpiEntry* replaced, const HpiDraft::File& file) {
+    void copyDirectory(const HpiEntries& entries, HpiDraft::Directory& directory) {
         for (const HpiEntry& entry : entries) {
-            if (const HpiEntries* const children = entry.directory())
-                copyDirectory(*children, directory.append(entry.name), replaced, file);
-            else
-                directory.children.push_back(
-                    {entry.name, &entry == replaced ? file : copyFile(*entry.file())});
+            if (const HpiEntries* const children = entry.directory()) {
+                copyDirectory(*children, directory.append(entry.name));
+                continue;
+            }
+            const auto replaced = replaced_.find(&entry);
+            directory.children.push_back({entry.name, replaced == replaced_.end()
+                                                          ? copyFile(*entry.file())
+                                                          : replaced->second});
         }
     }
 
@@ -61,6 +65,7 @@ private:
     HpiReader& reader_;
     HpiDraft& draft_;
     std::uint64_t bytesLeft_;
+    std::map<const HpiEntry*, HpiDraft::File> replaced_;
     std::map<std::tuple<std::uint32_t, std::uint32_t, bool>, std::size_t> blobs_;
 };
 
@@ -83,17 +88,25 @@ Bytes writeHpi(std::span<const HpiInputFile> files) {
     return layOutHpi(draft, kHpiVersion, expectedSize);
 }
 
-Bytes rewriteHpi(const HpiArchive& archive, std::string_view path, ByteView content) {
+Bytes rewriteHpi(const HpiArchive& archive, std::span<const HpiReplacement> files) {
     HpiReader reader = archive.openReader();
     HpiDraft draft;
-    draft.blobs.emplace_back([&](ByteWriter& out) { appendHpiChunks(out, content); });
-    const HpiDraft::File file{checkedHpiSize(content.size()), 1, 0};
-    const HpiEntry* const replaced = archive.findFile(path);
     ArchiveCopy copy(archive, reader, draft);
-    copy.copy(replaced, file);
-    if (!replaced) draft.addFile(path, file);
-    return layOutHpi(draft, archive.isBank() ? kHpiBankVersion : kHpiVersion,
-                     reader.length() + content.size() + kReservedForStructure);
+    std::vector<std::pair<std::string_view, HpiDraft::File>> added;
+    std::uint64_t expectedSize = reader.length() + kReservedForStructure;
+    for (const HpiReplacement& replacement : files) {
+        const ByteView content = replacement.content;
+        const HpiDraft::File file{checkedHpiSize(content.size()), 1, draft.blobs.size()};
+        draft.blobs.emplace_back([content](ByteWriter& out) { appendHpiChunks(out, content); });
+        expectedSize += content.size();
+        if (const HpiEntry* const existing = archive.findFile(replacement.path))
+            copy.replace(existing, file);
+        else
+            added.emplace_back(replacement.path, file);
+    }
+    copy.copy();
+    for (const auto& [path, file] : added) draft.addFile(path, file);
+    return layOutHpi(draft, archive.isBank() ? kHpiBankVersion : kHpiVersion, expectedSize);
 }
 
 }  // namespace orb::io

@@ -30,14 +30,22 @@ struct HpiInputFile {
 /// or sizes exceed 32 bits.
 Bytes writeHpi(std::span<const HpiInputFile> files);
 
-/// The archive with one file's content replaced, or a file added when the path names none. All
-/// other entries keep their data byte for byte, and names, order, empty directories, files hidden
-/// behind others of their name and the version (also of a bank) stay as they are; the scrambling by
-/// position is gone. Needs memory for the new archive and its largest file.
+/// New content for a file inside an archive.
+struct HpiReplacement {
+    /// Both slashes separate components.
+    std::string_view path;
+    ByteView content;
+};
+
+/// The archive with the contents of some files replaced; a file is added where a path names none.
+/// No two paths may name the same file. All other entries keep their data byte for byte, and names,
+/// order, empty directories, files hidden behind others of their name and the version (also of a
+/// bank) stay as they are; the scrambling by position is gone. Needs memory for the new archive and
+/// its largest file.
 ///
 /// Throws what writeHpi throws, the reader's "HPI read error at offset <decimal>" when any file's
 /// data lie outside the archive, and std::runtime_error "HPI files overlap" when files share parts
 /// of their data.
-Bytes rewriteHpi(const HpiArchive& archive, std::string_view path, ByteView content);
+Bytes rewriteHpi(const HpiArchive& archive, std::span<const HpiReplacement> files);
 
 }  // namespace orb::io

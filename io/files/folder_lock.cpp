@@ -2,10 +2,13 @@
 
 #ifndef _WIN32
 #include <chrono>
+#include <map>
 #include <thread>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -14,8 +17,8 @@ namespace orb::io {
 #ifdef _WIN32
 
 // A file that is open elsewhere can be neither removed nor renamed there.
+class FolderLock::Descriptor {};
 FolderLock::FolderLock(const std::filesystem::path&) {}
-FolderLock::~FolderLock() = default;
 
 #else
 
@@ -25,21 +28,59 @@ namespace {
 constexpr auto kLongestWait = std::chrono::seconds(3);
 constexpr auto kPause = std::chrono::milliseconds(2);
 
+using FolderId = std::pair<dev_t, ino_t>;
+
 }  // namespace
 
-FolderLock::FolderLock(const std::filesystem::path& file) {
-    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
-    descriptor_ = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor_ < 0) return;
-    const auto end = std::chrono::steady_clock::now() + kLongestWait;
-    while (::flock(descriptor_, LOCK_EX | LOCK_NB) != 0 && std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(kPause);
-}
+/// An open folder; the system ends its lock when it is closed.
+class FolderLock::Descriptor {
+public:
+    explicit Descriptor(const std::filesystem::path& folder)
+        : number_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (number_ >= 0) ::close(number_);
+    }
 
-FolderLock::~FolderLock() {
-    if (descriptor_ >= 0) ::close(descriptor_);
+    /// The folder's identity under all of its names; {0, 0} when it could not be opened.
+    FolderId id() const {
+        struct stat status {};
+        if (number_ < 0 || ::fstat(number_, &status) != 0) return {};
+        return {status.st_dev, status.st_ino};
+    }
+
+    void lock() const {
+        const auto end = std::chrono::steady_clock::now() + kLongestWait;
+        while (::flock(number_, LOCK_EX | LOCK_NB) != 0 && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(kPause);
+    }
+
+    /// Those that are locked now.
+    static std::map<FolderId, std::weak_ptr<Descriptor> >& locked() {
+        static std::map<FolderId, std::weak_ptr<Descriptor> > folders;
+        return folders;
+    }
+
+private:
+    int number_;
+};
+
+FolderLock::FolderLock(const std::filesystem::path& file) {
+    const auto opened =
+        std::make_shared<Descriptor>(file.has_parent_path() ? file.parent_path() : ".");
+    const FolderId id = opened->id();
+    if (id == FolderId{}) return;
+    auto& locked = Descriptor::locked();
+    std::erase_if(locked, [](const auto& folder) { return folder.second.expired(); });
+    held_ = locked[id].lock();
+    if (held_) return;
+    opened->lock();
+    locked[id] = held_ = opened;
 }
 
 #endif
+
+FolderLock::~FolderLock() = default;
 
 }  // namespace orb::io

@@ -72,35 +72,60 @@ Overwritten overwriteInPlace(FileOps& ops, const fs::path& path, ByteView bytes,
     return lost ? Overwritten::damaged : Overwritten::unchanged;
 }
 
-std::optional<ReplaceFailure> replaceByTemporary(FileOps& ops, const fs::path& target,
-                                                 const std::optional<fs::perms>& permissions,
-                                                 ByteView bytes, Durability durability) {
-    using Step = ReplaceFailure::Step;
+std::optional<ReplaceFailure> writeTemporary(FileOps& ops, const fs::path& target,
+                                             const std::optional<fs::perms>& permissions,
+                                             ByteView bytes, Durability durability) {
     const fs::path temporary = temporaryPath(target);
-    std::optional<FolderLock> lock;
-    if (durability == Durability::flushed) lock.emplace(target);
     // Nothing that an earlier process may have left shall be in it.
     removeIfPossible(ops, temporary);
     std::error_code error;
     std::FILE* const file = ops.open(temporary, OpenMode::createNew, error);
-    if (!file) return ReplaceFailure{Step::openTemporary, error};
+    if (!file) return ReplaceFailure{ReplaceFailure::Step::openTemporary, error};
     writeAndClose(ops, file, bytes, durability, error);
     if (error) {
         removeIfPossible(ops, temporary);
-        return ReplaceFailure{Step::writeTemporary, error};
+        return ReplaceFailure{ReplaceFailure::Step::writeTemporary, error};
     }
     std::error_code ignored;
     if (permissions) ops.setPermissions(temporary, *permissions, ignored);
-    ops.rename(temporary, target, error);
-    if (error) {
-        // Another process may hold the file open. The temporary stays when it is all that is left.
-        error.clear();
-        if (overwriteInPlace(ops, target, bytes, error) != Overwritten::damaged)
-            removeIfPossible(ops, temporary);
-    }
-    if (durability == Durability::flushed) syncFolderOf(ops, target);
-    if (error) return ReplaceFailure{Step::moveIntoPlace, error};
     return std::nullopt;
+}
+
+std::optional<ReplaceFailure> moveIntoPlace(FileOps& ops, const fs::path& target, ByteView bytes) {
+    const fs::path temporary = temporaryPath(target);
+    std::error_code error;
+    ops.rename(temporary, target, error);
+    if (!error) return std::nullopt;
+    // Another process may hold the file open. The temporary stays when it is all that is left.
+    error.clear();
+    if (overwriteInPlace(ops, target, bytes, error) != Overwritten::damaged)
+        removeIfPossible(ops, temporary);
+    if (!error) return std::nullopt;
+    return ReplaceFailure{ReplaceFailure::Step::moveIntoPlace, error};
+}
+
+std::optional<ReplaceFailure> replaceByTemporary(FileOps& ops, const fs::path& target,
+                                                 const std::optional<fs::perms>& permissions,
+                                                 ByteView bytes, Durability durability) {
+    std::optional<FolderLock> lock;
+    if (durability == Durability::flushed) lock.emplace(target);
+    auto failure = writeTemporary(ops, target, permissions, bytes, durability);
+    if (failure) return failure;
+    failure = moveIntoPlace(ops, target, bytes);
+    if (durability == Durability::flushed) syncFolderOf(ops, target);
+    return failure;
+}
+
+void requireWritable(FileOps& ops, const fs::path& file, const fs::file_status& status,
+                     std::error_code& error) {
+    // Opening a pipe or a device could hang or do harm.
+    if (!fs::is_regular_file(status)) {
+        error = std::make_error_code(std::errc::invalid_argument);
+        return;
+    }
+    std::error_code ignored;
+    if (std::FILE* const opened = ops.open(file, OpenMode::existing, error))
+        ops.close(opened, ignored);
 }
 
 void replaceFile(FileOps& ops, const fs::path& path, ByteView bytes, Durability durability) {
@@ -113,11 +138,8 @@ void replaceFile(FileOps& ops, const fs::path& path, ByteView bytes, Durability 
     if (error) fail("open for write: ");
     std::optional<fs::perms> permissions;
     if (existing) {
-        // Opening a pipe or a device could hang or do harm.
-        std::FILE* const file =
-            fs::is_regular_file(*existing) ? ops.open(target, OpenMode::existing, error) : nullptr;
-        if (!file) fail("open for write: ");
-        ops.close(file, error);
+        requireWritable(ops, target, *existing, error);
+        if (error) fail("open for write: ");
         permissions = existing->permissions();
     }
     const auto failure = replaceByTemporary(ops, target, permissions, bytes, durability);

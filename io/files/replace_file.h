@@ -36,8 +36,19 @@ struct ReplaceFailure {
 /// The temporary sibling by which a file gets new contents.
 std::filesystem::path temporaryPath(const std::filesystem::path& target);
 
-/// The steps of replaceFile after its checks, for a target that is no link and need not exist yet:
-/// writes the temporary with the permissions of what is there, and moves it into place.
+/// Writes the temporary of a target that is no link and need not exist yet, with the permissions of
+/// what is there. After a failure there is none.
+std::optional<ReplaceFailure> writeTemporary(
+    FileOps& ops, const std::filesystem::path& target,
+    const std::optional<std::filesystem::perms>& permissions, ByteView bytes,
+    Durability durability = Durability::flushed);
+
+/// Gives the temporary, which holds `bytes`, the target's name. Where that is refused the target is
+/// written in place, and its old bytes are put back when that fails.
+std::optional<ReplaceFailure> moveIntoPlace(FileOps& ops, const std::filesystem::path& target,
+                                            ByteView bytes);
+
+/// Both steps for one file, its folder locked.
 std::optional<ReplaceFailure> replaceByTemporary(
     FileOps& ops, const std::filesystem::path& target,
     const std::optional<std::filesystem::perms>& permissions, ByteView bytes,
@@ -55,6 +66,11 @@ enum class Overwritten {
 /// Overwrites a file whose place nothing can take; unless that is done, `error` says why not.
 Overwritten overwriteInPlace(FileOps& ops, const std::filesystem::path& path, ByteView bytes,
                              std::error_code& error);
+
+/// Opens a file as for writing, and leaves it as it is; `error` is set when that fails or the file
+/// is no regular one.
+void requireWritable(FileOps& ops, const std::filesystem::path& file,
+                     const std::filesystem::file_status& status, std::error_code& error);
 
 /// The status of the file there is, or none. `error` is set when that cannot be told.
 std::optional<std::filesystem::file_status> statusOfExisting(FileOps& ops,

@@ -14,6 +14,20 @@ constexpr std::string_view kKeys[] = {
 };
 constexpr std::size_t kKeyCount = std::size(kKeys);
 
+enum class KeyType { text, integer, decimal, flag };
+template <typename Field>
+constexpr KeyType kTypeOf = KeyType::text;
+template <>
+constexpr KeyType kTypeOf<std::int32_t> = KeyType::integer;
+template <>
+constexpr KeyType kTypeOf<float> = KeyType::decimal;
+template <>
+constexpr KeyType kTypeOf<bool> = KeyType::flag;
+constexpr KeyType kKeyTypes[] = {
+#define FBI_KEY(type, field, key, defaultValue) kTypeOf<type>,
+#include "io/formats/fbi_keys.def"
+};
+
 /// A run of keys whose names end in a number from 1.
 struct NumberedKeys {
     std::string_view prefix;
@@ -22,7 +36,6 @@ struct NumberedKeys {
 constexpr NumberedKeys kBuildOptionKeys{"buildoption", 30};  // of [UNITINFO]
 constexpr NumberedKeys kCanBuildKeys{"unit", 64};            // of its [CANBUILD]
 
-constexpr std::string_view kUnitInfoSection = "UNITINFO";
 constexpr std::string_view kCanBuildSection = "CANBUILD";
 
 /// Finds a key's row by a hash of its length and a few letters, which is all that it takes to tell
@@ -65,6 +78,22 @@ private:
     std::array<std::uint8_t, kSlots> slots_;
 };
 
+/// The row of a key in any case, or KeyIndex::kNone.
+std::size_t findKey(std::string_view key) {
+    static const KeyIndex kIndex;
+    return kIndex.find(key);
+}
+
+/// The number that a text consists of; none when it is more or less than one.
+std::optional<double> wholeNumber(std::string_view text) {
+    if (text.starts_with('+')) text.remove_prefix(1);
+    double number = 0;
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, number);
+    if (result.ec != std::errc() || result.ptr != end) return std::nullopt;
+    return number;
+}
+
 /// The last value of every key that unit definitions know, as views into their source.
 class FbiSink {
 public:
@@ -100,8 +129,7 @@ private:
     using Value = std::optional<std::string_view>;
 
     void unitInfoValue(std::string_view key, std::string_view text) {
-        static const KeyIndex kIndex;
-        if (const std::size_t row = kIndex.find(key); row != KeyIndex::kNone)
+        if (const std::size_t row = findKey(key); row != KeyIndex::kNone)
             values_[row] = text;
         else
             numberedValue(kBuildOptionKeys, key, text, buildOptions_);
@@ -173,6 +201,30 @@ std::optional<FbiUnitInfo> parseFbiUnitInfo(const TdfSection& root) {
         replay(*canBuild, sink);
     }
     return sink.result();
+}
+
+bool fbiValueReadsAs(std::string_view key, std::string_view value, std::string_view wanted) {
+    if (value == wanted) return true;
+    const std::size_t row = findKey(key);
+    const auto number = wholeNumber(wanted);
+    if (row == KeyIndex::kNone || !number) return false;
+    switch (kKeyTypes[row]) {
+        case KeyType::text:
+            return false;
+        case KeyType::integer: {
+            const auto integer = tdfInt(value);
+            return integer && *integer == *number;
+        }
+        case KeyType::decimal: {
+            const auto decimal = tdfFloat(value);
+            return decimal && decimal == tdfFloat(wanted);
+        }
+        case KeyType::flag: {
+            const auto integer = tdfInt(value);
+            return integer && (*integer != 0 ? 1.0 : 0.0) == *number;
+        }
+    }
+    return false;
 }
 
 std::optional<FbiUnitInfo> readFbiUnitInfo(std::string_view text) {

@@ -2,27 +2,10 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
-
-#include "server/logger.h"
-
 namespace orb::io {
 namespace {
 
-constexpr const char* kPalettePath = "palettes/PALETTE.PAL";
 constexpr std::size_t kEntrySize = 4;
-constexpr std::array<std::uint8_t, 12> kLoggedIndices = {96,  98,  100, 104, 108, 111,
-                                                         128, 135, 143, 224, 227, 229};
-
-std::string teamBandSample(const Palette& palette) {
-    std::string text;
-    for (const std::uint8_t index : kLoggedIndices) {
-        const Rgba& color = palette[index];
-        text += fmt::format("{}{}:({},{},{})", text.empty() ? "" : ", ", index, color.r, color.g,
-                            color.b);
-    }
-    return text;
-}
 
 }  // namespace
 
@@ -47,20 +30,6 @@ std::uint64_t paletteHash(ByteView file) {
     std::uint64_t hash = 0;
     for (const std::uint8_t byte : file) hash = hash * 0x100000001b3 ^ byte;
     return hash;
-}
-
-void loadGamePalette(const AbstractVirtualFileSystem& files, Palette& palette) {
-    const std::optional<Bytes> file = files.readFile(kPalettePath);
-    if (!file) {
-        LogLine(LogLevel::info) << "[palette] '" << kPalettePath
-                                << "' NOT FOUND — using grayscale ramp";
-        palette = greyscaleRamp();
-        return;
-    }
-    applyPaletteFile(palette, *file);
-    LogLine(LogLevel::info) << fmt::format("[palette] loaded '{}' ({} bytes, hash={:x})",
-                                           kPalettePath, file->size(), paletteHash(*file));
-    LogLine(LogLevel::info) << "[palette] sample at team-band indices: " << teamBandSample(palette);
 }
 
 }  // namespace orb::io

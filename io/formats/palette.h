@@ -5,7 +5,6 @@
 
 #include "io/byte_cursor.h"
 #include "io/formats/color.h"
-#include "io/vfs/virtual_file_system.h"
 
 namespace orb::io {
 
@@ -35,9 +34,5 @@ constexpr bool isTeamBand(std::uint8_t index) {
         if (index >= band.first && index <= band.last) return true;
     return false;
 }
-
-/// Loads "palettes/PALETTE.PAL" into `palette`, or the grey ramp when there is no such file, and
-/// logs which. Damaged archive data throws the archive reader's std::runtime_error.
-void loadGamePalette(const AbstractVirtualFileSystem& files, Palette& palette);
 
 }  // namespace orb::io

@@ -28,8 +28,9 @@ Bytes encodePng(const RgbaImage& image);
 Bytes encodePngIndexed(std::uint32_t width, std::uint32_t height, ByteView indices,
                        const Palette& palette);
 
-/// The size that the header announces. Throws std::runtime_error with "PNG data too small", "Invalid
-/// PNG signature", "Invalid PNG header", "Invalid PNG dimensions" or "PNG checksum mismatch".
+/// The size that the header announces. Throws std::runtime_error with "PNG data too small",
+/// "Invalid PNG signature", "Invalid PNG header", "Invalid PNG dimensions" or "PNG checksum
+/// mismatch".
 ImageSize readPngSize(ByteView bytes);
 
 }  // namespace orb::io

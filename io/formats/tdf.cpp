@@ -16,16 +16,10 @@ struct TreeSink {
     void value(std::string_view key, std::string_view text) { open.back()->setValue(key, text); }
 };
 
-std::string_view trimmedAtStart(std::string_view text) {
-    while (!text.empty() && detail::charClass(text.front()) == detail::kSpace)
-        text.remove_prefix(1);
-    return text;
-}
-
 /// What std::from_chars should see of a number: without white space and "+", and none of the words
 /// that it takes for infinities and NaNs. Empty when no number starts here.
 std::string_view numberStart(std::string_view text) {
-    text = trimmedAtStart(text);
+    text = tdfTrimmedAtStart(text);
     if (text.starts_with('+')) {
         text.remove_prefix(1);
         if (text.starts_with('-')) return {};

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
-#include <cstdint>
 #include <string_view>
+
+#include "io/formats/tdf_text.h"
 
 // The text format, with white space and comments ("//" to the line's end, "/* */") between items:
 //
@@ -17,29 +17,6 @@ namespace orb::io {
 
 /// Sections nest at most this deep below the root; deeper ones are skipped to their closing brace.
 inline constexpr std::size_t kMaxTdfNesting = 256;
-
-namespace detail {
-
-enum CharClass : std::uint8_t { kPlain = 0, kSpace = 1, kKeyEnd = 2 };
-
-inline constexpr std::array<std::uint8_t, 256> kCharClasses = [] {
-    std::array<std::uint8_t, 256> classes{};
-    for (const char c : std::string_view(" \t\n\v\f\r"))
-        classes[static_cast<std::uint8_t>(c)] = kSpace;
-    for (const char c : std::string_view("=;{}[]")) classes[static_cast<std::uint8_t>(c)] = kKeyEnd;
-    return classes;
-}();
-
-inline std::uint8_t charClass(char c) {
-    return kCharClasses[static_cast<std::uint8_t>(c)];
-}
-
-inline std::string_view trimmedAtEnd(std::string_view text) {
-    while (!text.empty() && charClass(text.back()) == kSpace) text.remove_suffix(1);
-    return text;
-}
-
-}  // namespace detail
 
 /// Walks a text once and tells a sink what it finds, as views into the text:
 ///   openSection(name)   a section's body begins; a name that occurs again goes on in that section
@@ -92,18 +69,20 @@ private:
     }
 
     void skipSpace() {
-        while (!atEnd() && detail::charClass(text_[position_]) == detail::kSpace) ++position_;
+        while (!atEnd() && isTdfSpace(text_[position_])) ++position_;
     }
 
     void skipBlank() {
         for (;;) {
             skipSpace();
             if (atEnd() || text_[position_] != '/') return;
-            if (startsWith("//")) {
+            if (startsWith(kTdfLineComment)) {
                 takeUntil('\n');
-            } else if (startsWith("/*")) {
-                const std::size_t end = text_.find("*/", position_ + 2);
-                position_ = end == std::string_view::npos ? text_.size() : end + 2;
+            } else if (startsWith(kTdfCommentBegin)) {
+                const std::size_t end =
+                    text_.find(kTdfCommentEnd, position_ + kTdfCommentBegin.size());
+                position_ =
+                    end == std::string_view::npos ? text_.size() : end + kTdfCommentEnd.size();
             } else {
                 return;
             }
@@ -120,7 +99,7 @@ private:
 
     void readHeader() {
         ++position_;
-        const std::string_view name = detail::trimmedAtEnd(takeUntil(']'));
+        const std::string_view name = tdfTrimmedAtEnd(takeUntil(']'));
         consumeIf(']');
         skipBlank();
         if (atEnd() || text_[position_] != '{') return;
@@ -130,17 +109,17 @@ private:
 
     void readValue() {
         const std::size_t start = position_;
-        while (!atEnd() && detail::charClass(text_[position_]) != detail::kKeyEnd) ++position_;
+        while (!atEnd() && !endsTdfKey(text_[position_])) ++position_;
         if (position_ == start) {  // a stray "=", ";", "{" or "]"
             ++position_;
             return;
         }
-        const std::string_view key = detail::trimmedAtEnd(text_.substr(start, position_ - start));
+        const std::string_view key = tdfTrimmedAtEnd(text_.substr(start, position_ - start));
         if (atEnd() || text_[position_] != '=') return;
         ++position_;
         skipSpace();
-        const std::string_view value = detail::trimmedAtEnd(takeUntil(';'));
-        consumeIf(';');
+        const std::string_view value = tdfTrimmedAtEnd(takeUntil(kTdfValueEnd));
+        consumeIf(kTdfValueEnd);
         if (depth_ <= kMaxTdfNesting) sink_.value(key, value);
     }
 

@@ -141,11 +141,37 @@ void Painter::model() {
     drawModel(canvas_, found->second, context_.palette);
 }
 
+/// A PCX file of three planes, red, green and blue, which follow each other line by line.
+io::Bytes writeTrueColorPcx(const Canvas& canvas, const NamedPalette& palette) {
+    constexpr std::uint8_t kMagic[] = {10, 5, 1, 8};
+    constexpr std::uint8_t kPlanes = 3;
+    constexpr std::size_t kPlanesField = 65, kHeaderSize = 128;
+    const auto bytesPerLine = static_cast<std::uint16_t>(canvas.width + canvas.width % 2);
+    io::ByteWriter out;
+    for (const std::uint8_t field : kMagic) out.u8(field);
+    out.u32(0);
+    out.u16(static_cast<std::uint16_t>(canvas.width - 1));
+    out.u16(static_cast<std::uint16_t>(canvas.height - 1));
+    out.zeros(kPlanesField - out.position());
+    out.u8(kPlanes);
+    out.u16(bytesPerLine);
+    out.zeros(kHeaderSize - out.position());
+    for (int y = 0; y < canvas.height; ++y)
+        for (const auto channel : {&io::Rgba::r, &io::Rgba::g, &io::Rgba::b})
+            for (int x = 0; x < bytesPerLine; ++x) {
+                const std::uint8_t index = x < canvas.width ? canvas.at(x, y) : 0;
+                out.u8(0xC1);  // each byte as a run of one
+                out.u8(palette.colors[index].*channel);
+            }
+    return out.take();
+}
+
 }  // namespace
 
 Canvas parseImage(SourceText& source, const ArtContext& context) {
     if (!source.next() || source.words()[0] != "image") source.fail("expected 'image'");
     Canvas canvas = newCanvas(source);
+    canvas.isTrueColor = source.words().size() > 3 && source.words()[3] == "24-bit";
     Painter painter(source, context, canvas);
     while (source.next())
         if (!painter.draw()) source.fail(fmt::format("unknown line '{}'", source.words()[0]));
@@ -185,6 +211,7 @@ io::GafFile parseGafText(SourceText& source, const ArtContext& context) {
 }
 
 io::Bytes writePcxFile(const Canvas& canvas, const NamedPalette& palette) {
+    if (canvas.isTrueColor) return writeTrueColorPcx(canvas, palette);
     io::PcxImage image;
     image.width = static_cast<std::uint16_t>(canvas.width);
     image.height = static_cast<std::uint16_t>(canvas.height);

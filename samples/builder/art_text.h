@@ -11,7 +11,7 @@ struct ArtContext {
     const ModelSet& models;
 };
 
-/// A drawing that begins with "image WIDTH HEIGHT".
+/// A drawing that begins with "image WIDTH HEIGHT", and "24-bit" behind it for true colours.
 Canvas parseImage(SourceText& source, const ArtContext& context);
 
 /// Entries of frames, each frame a drawing.

@@ -13,14 +13,20 @@ struct Canvas {
         : width(w), height(h), pixels(static_cast<std::size_t>(w) * static_cast<std::size_t>(h)) {}
 
     bool contains(int x, int y) const { return x >= 0 && y >= 0 && x < width && y < height; }
-    std::uint8_t& at(int x, int y) {
-        return pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                      static_cast<std::size_t>(x)];
-    }
+    std::uint8_t& at(int x, int y) { return pixels[offsetOf(x, y)]; }
+    std::uint8_t at(int x, int y) const { return pixels[offsetOf(x, y)]; }
 
     int width;
     int height;
     io::Bytes pixels;
+    /// To be written with the colours themselves instead of palette indices.
+    bool isTrueColor = false;
+
+private:
+    std::size_t offsetOf(int x, int y) const {
+        return static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+               static_cast<std::size_t>(x);
+    }
 };
 
 /// Draws the model, at rest and seen from above its front corner, as large as the canvas allows.

@@ -13,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace orb::samples;
 
-constexpr const char* kRoots[] = {"game", "mod", "faulty"};
+constexpr const char* kRoots[] = {"game", "mod", "faulty", "found"};
 constexpr const char* kMapsRoot = "maps";
 constexpr const char* kPaletteText = "palettes/PALETTE.PAL.txt";
 /// Written last; also marks the output directory as ours to clear.

@@ -4,9 +4,9 @@
 #include "io/path_text.h"
 #include "server/base64.h"
 #include "server/handlers/handlers.h"
-#include "server/handlers/reporting.h"
 #include "session/archive_browser.h"
 #include "session/archive_preview.h"
+#include "session/request_error.h"
 
 namespace orb::unitview::ipc::handlers {
 namespace {
@@ -15,12 +15,6 @@ using nlohmann::json;
 
 constexpr std::size_t kMaxListedEntries = 100'000;
 constexpr std::int64_t kDefaultPreviewBytes = 65'536;
-
-/// For when all members are decoded: a wrong type is reported before an absence.
-template <typename Value>
-void require(const char* key, const Value& value) {
-    if (!value || value->empty()) throw RequestError(std::string(key) + " is required");
-}
 
 /// The archive that the payload's "path" names. What its reader throws is the whole error text.
 io::HpiArchive openArchive(const UnitViewSession& session, const std::filesystem::path& path) {
@@ -89,8 +83,8 @@ Reply extractBelow(UnitViewSession& session, const Payload& payload, const std::
     const auto path = payload.path("path");
     const auto destination = payload.path("destination");
     const bool overwrite = payload.flag("overwrite").value_or(false);
-    require("path", path);
-    require("destination", destination);
+    requireFilled("path", path);
+    requireFilled("destination", destination);
     const io::HpiArchive archive = openArchive(session, *path);
     const ExtractionResult result = reportingFailure(
         [&] { return extractArchiveDirectory(archive, directory, *destination, overwrite); });
@@ -106,7 +100,7 @@ Reply extractBelow(UnitViewSession& session, const Payload& payload, const std::
 
 Reply listArchiveContents(UnitViewSession& session, const Payload& payload) {
     const auto path = payload.path("path");
-    require("path", path);
+    requireFilled("path", path);
     const io::HpiArchive archive = openArchive(session, *path);
     const auto files = listArchiveFiles(archive, "");
     json entries = json::array();
@@ -122,7 +116,7 @@ Reply listArchiveContents(UnitViewSession& session, const Payload& payload) {
 
 Reply archiveBrowseOpen(UnitViewSession& session, const Payload& payload) {
     const auto path = payload.path("path");
-    require("path", path);
+    requireFilled("path", path);
     const io::HpiArchive archive = openArchive(session, *path);
     Totals totals;
     json root = encodeTree("", archive.root().entries, totals);
@@ -139,8 +133,8 @@ Reply archiveBrowsePreview(UnitViewSession& session, const Payload& payload) {
     const auto path = payload.path("path");
     const auto internalPath = payload.text("internalPath");
     const auto maxBytes = payload.integer("maxBytes").value_or(kDefaultPreviewBytes);
-    require("path", path);
-    require("internalPath", internalPath);
+    requireFilled("path", path);
+    requireFilled("internalPath", internalPath);
     const io::HpiArchive archive = openArchive(session, *path);
     const ArchivePreview preview = reportingFailure([&] {
         return previewArchiveFile(archive, *internalPath,
@@ -160,9 +154,9 @@ Reply archiveBrowseExtractOne(UnitViewSession& session, const Payload& payload) 
     const auto internalPath = payload.text("internalPath");
     const auto destination = payload.path("destination");
     const bool overwrite = payload.flag("overwrite").value_or(false);
-    require("path", path);
-    require("internalPath", internalPath);
-    require("destination", destination);
+    requireFilled("path", path);
+    requireFilled("internalPath", internalPath);
+    requireFilled("destination", destination);
     const io::HpiArchive archive = openArchive(session, *path);
     const ExtractedFile file = reportingFailure(
         [&] { return extractArchiveFile(archive, *internalPath, *destination, overwrite); });

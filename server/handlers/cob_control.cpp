@@ -4,7 +4,7 @@
 #include "server/base64.h"
 #include "server/handlers/encode_cob.h"
 #include "server/handlers/handlers.h"
-#include "server/handlers/reporting.h"
+#include "session/request_error.h"
 
 namespace orb::unitview::ipc::handlers {
 namespace {
@@ -55,13 +55,13 @@ Reply cobStopAll(UnitViewSession& session, const Payload&) {
 }
 
 Reply cobStart(UnitViewSession& session, const Payload& payload) {
-    const std::string name = payload.text("name").value_or("");
+    const auto name = payload.text("name");
     std::vector<std::int32_t> arguments;
     for (const std::int64_t value : payload.integers("args").value_or(std::vector<std::int64_t>{}))
         arguments.push_back(static_cast<std::int32_t>(value));
-    if (name.empty()) throw RequestError("script name is required");
+    requireFilled("script name", name);
     return reportingFailure([&]() -> Reply {
-        session.cob().debugger().startScript(name, arguments);
+        session.cob().debugger().startScript(*name, arguments);
         return {};
     });
 }
@@ -133,12 +133,12 @@ Reply cobInspect(UnitViewSession& session, const Payload&) {
 }
 
 Reply cobLoadTemporary(UnitViewSession& session, const Payload& payload) {
-    const std::string encoded = payload.text("cob_b64").value_or("");
-    if (encoded.empty()) throw RequestError("cob_b64 is required");
+    const auto encoded = payload.text("cob_b64");
+    requireFilled("cob_b64", encoded);
     CobSession& cob = session.cob();
     reportingFailure([&] { cob.requireInstance(); });
     const io::Bytes file =
-        reportingFailure([&] { return decodeBase64(encoded); }, "failed to load temporary COB: ");
+        reportingFailure([&] { return decodeBase64(*encoded); }, "failed to load temporary COB: ");
     return reportingFailure([&]() -> Reply {
         cob.loadTemporary(file);
         json data = describeScript(cob);
@@ -150,7 +150,7 @@ Reply cobLoadTemporary(UnitViewSession& session, const Payload& payload) {
 
 Reply cobUnloadTemporary(UnitViewSession& session, const Payload&) {
     return reportingFailure([&]() -> Reply {
-        session.cob().unloadTemporary();
+        session.cob().reset();
         return {describeScript(session.cob())};
     });
 }

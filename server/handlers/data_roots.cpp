@@ -1,6 +1,6 @@
 #include "io/path_text.h"
 #include "server/handlers/handlers.h"
-#include "server/handlers/reporting.h"
+#include "session/request_error.h"
 
 namespace orb::unitview::ipc::handlers {
 namespace {
@@ -12,15 +12,18 @@ DataRootsRequest decodeRoots(const Payload& payload) {
     const auto taDataPath = payload.path("taDataPath");
     request.modPaths = payload.paths("modPaths").value_or(std::vector<std::filesystem::path>{});
     request.mapsPath = payload.path("mapsPath").value_or("");
-    if (!taDataPath) throw RequestError("taDataPath is required");
-    request.taDataPath = *taDataPath;
+    request.taDataPath = require("taDataPath", taDataPath);
     return request;
+}
+
+std::string_view layerWord(io::DataRootKind kind) {
+    return kind == io::DataRootKind::maps ? "maps" : "base";
 }
 
 json encodeLayers(const std::vector<LayerReport>& layers) {
     json result = json::array();
     for (const LayerReport& layer : layers)
-        result.push_back({{"kind", layer.kind},
+        result.push_back({{"kind", layerWord(layer.kind)},
                           {"path", io::textFromPath(layer.path)},
                           {"archiveCount", layer.archiveCount}});
     return result;

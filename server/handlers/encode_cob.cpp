@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "cob/unit_values.h"
 #include "diagnostics/script_family.h"
 #include "server/handlers/json_numbers.h"
 

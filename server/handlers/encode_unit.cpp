@@ -1,11 +1,12 @@
 #include "server/handlers/encode_unit.h"
 
+#include <span>
+
 #include <nlohmann/json.hpp>
 
-#include "io/path_text.h"
 #include "model/piece_list.h"
+#include "server/handlers/encode_source.h"
 #include "server/handlers/json_numbers.h"
-#include "session/unit_details.h"
 
 namespace orb::unitview::ipc {
 namespace {
@@ -61,9 +62,9 @@ json encodeValues(const io::TdfSection& section) {
     return values;
 }
 
-json encodeWeapon(const std::string& name, const NamedTable& weapons) {
-    const TableEntry* const weapon = weapons.find(name);
-    if (!weapon) return {{"name", name}, {"missing", true}};
+json encodeWeapon(const WeaponSlot& slot) {
+    const TableEntry* const weapon = slot.weapon;
+    if (!weapon) return {{"name", slot.name}, {"missing", true}};
     json sections = json::object();
     for (const auto& [kind, key] : weapon->section.order)
         if (kind == io::TdfSection::Entry::Kind::section)
@@ -74,23 +75,14 @@ json encodeWeapon(const std::string& name, const NamedTable& weapons) {
             {"sections", std::move(sections)}};
 }
 
-json encodeSounds(const std::string& category, const GameTables& tables) {
+json encodeSounds(const std::string& category, std::span<const SoundEvent> sounds) {
     json events = json::array();
-    for (const auto& [event, name, count] : describeSounds(tables, category))
+    for (const auto& [event, name, count] : sounds)
         events.push_back({{"event", event}, {"name", name}, {"count", count}});
     return {{"category", category}, {"events", std::move(events)}};
 }
 
 }  // namespace
-
-json encodeSource(const UnitSource& source) {
-    const bool isArchive = source.location.kind == io::FileLocation::Kind::archive;
-    json result = {{"kind", isArchive ? "archive" : "loose"},
-                   {"path", io::textFromPath(source.location.path)},
-                   {"inBaseTa", source.inBaseTa}};
-    if (isArchive) result["internalPath"] = source.location.internalPath;
-    return result;
-}
 
 json encodeFbi(const io::FbiUnitInfo& fbi) {
     json result = json::object();
@@ -101,14 +93,31 @@ json encodeFbi(const io::FbiUnitInfo& fbi) {
     return result;
 }
 
-json encodeLoadedUnit(const LoadedUnit& unit, const MountedData& data) {
+json encodeBuildMenu(std::span<const BuildMenuEntry> menu) {
+    json result = json::array();
+    const LayerFile* file = nullptr;
+    json source;
+    for (const BuildMenuEntry& entry : menu) {
+        // Where a file lies is asked once, not for each of its entries.
+        if (!file || *file != *entry.file) {
+            file = entry.file;
+            source = encodeSource({file->location(), file->isInBaseTa()});
+        }
+        json item = {{"unit", entry.unit}, {"source", source}};
+        if (entry.menu) item["menu"] = *entry.menu;
+        if (entry.button) item["button"] = *entry.button;
+        result.push_back(std::move(item));
+    }
+    return result;
+}
+
+json encodeLoadedUnit(const LoadedUnit& unit, const UnitDetails& details) {
     static const io::CobFile kNoScript{0, {}, {}, 0, {}};
     const io::CobFile& cob = unit.cob ? *unit.cob : kNoScript;
     int pieceCount = 0;
     json pieceTree = encodePieceTree(unit.model, pieceCount);
     json weapons = json::array();
-    for (const std::string& name : weaponNames(unit.fbi))
-        weapons.push_back(encodeWeapon(name, data.tables.weapons));
+    for (const WeaponSlot& slot : details.weapons) weapons.push_back(encodeWeapon(slot));
 
     json result = {{"unitName", unit.name},
                    {"loadedFromIR", unit.loadedFromIR},
@@ -121,13 +130,11 @@ json encodeLoadedUnit(const LoadedUnit& unit, const MountedData& data) {
                    {"cobPieceNames", cob.pieces},
                    {"modelPieceNames", pieceNames(unit.model)},
                    {"weapons", std::move(weapons)},
-                   {"sounds", encodeSounds(unit.fbi.soundCategory, data.tables)}};
+                   {"sounds", encodeSounds(unit.fbi.soundCategory, details.sounds)}};
     if (unit.source) result["source"] = encodeSource(*unit.source);
-    if (const auto info = describeMovementClass(data.tables, unit.fbi.movementClass))
-        result["movementClassInfo"] = encodeMovementClass(*info);
-    const UnitDeclaration* const baseline = data.catalogue.findBase(unit.name);
-    if (baseline && unit.source && !unit.source->inBaseTa)
-        result["baselineFbi"] = encodeFbi(baseline->info);
+    if (details.movementClass)
+        result["movementClassInfo"] = encodeMovementClass(*details.movementClass);
+    if (details.baseline) result["baselineFbi"] = encodeFbi(*details.baseline);
     return result;
 }
 

@@ -1,19 +1,21 @@
 #pragma once
 
+#include <span>
+
 #include <nlohmann/json_fwd.hpp>
 
-#include "session/unit_view_session.h"
+#include "session/unit_details.h"
 
-/// JSON forms that replies about units share.
+/// JSON forms of units.
 namespace orb::unitview::ipc {
-
-/// {"kind", "path", "internalPath" (archives only), "inBaseTa"}.
-nlohmann::json encodeSource(const UnitSource& source);
 
 /// Every key of a definition, typed, and "buildOptions".
 nlohmann::json encodeFbi(const io::FbiUnitInfo& fbi);
 
-/// The whole "unit-loaded" payload.
-nlohmann::json encodeLoadedUnit(const LoadedUnit& unit, const MountedData& data);
+/// [{"unit", "menu"?, "button"?, "source"}].
+nlohmann::json encodeBuildMenu(std::span<const BuildMenuEntry> menu);
+
+/// The whole "unit-loaded" payload of a request that asks for no more.
+nlohmann::json encodeLoadedUnit(const LoadedUnit& unit, const UnitDetails& details);
 
 }  // namespace orb::unitview::ipc

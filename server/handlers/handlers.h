@@ -4,8 +4,9 @@
 #include "server/reply.h"
 #include "session/unit_view_session.h"
 
-/// The handlers of the command table, one file per family. Each decodes its payload, calls one
-/// operation of a subsystem and encodes the answer.
+/// The handlers of the command table. Each decodes its payload, calls one operation of a subsystem
+/// and encodes the answer. A file holds one family of messages and is named after it; JSON forms
+/// that several families or long replies need are in encode_*.
 namespace orb::unitview::ipc::handlers {
 
 // protocol.cpp
@@ -18,13 +19,6 @@ Reply setDataRoots(UnitViewSession&, const Payload&);
 Reply clearDataRoots(UnitViewSession&, const Payload&);
 Reply listVfsDir(UnitViewSession&, const Payload&);
 
-// units.cpp
-Reply listUnits(UnitViewSession&, const Payload&);
-Reply loadUnit(UnitViewSession&, const Payload&);
-Reply compareUnits(UnitViewSession&, const Payload&);
-Reply setSimMode(UnitViewSession&, const Payload&);
-Reply renderConstants(UnitViewSession&, const Payload&);
-
 // archives.cpp
 Reply listArchiveContents(UnitViewSession&, const Payload&);
 Reply archiveBrowseOpen(UnitViewSession&, const Payload&);
@@ -33,20 +27,33 @@ Reply archiveBrowseExtractOne(UnitViewSession&, const Payload&);
 Reply archiveBrowseExtractDir(UnitViewSession&, const Payload&);
 Reply archiveBrowseExtractAll(UnitViewSession&, const Payload&);
 
-// models.cpp
-Reply getUnitGlb(UnitViewSession&, const Payload&);
-Reply getWeaponModelGlb(UnitViewSession&, const Payload&);
-Reply unitTextures(UnitViewSession&, const Payload&);
+// game_assets.cpp: what the roots hold besides units
 Reply getMasterPalette(UnitViewSession&, const Payload&);
-
-// pictures.cpp
-Reply getUnitBuildpic(UnitViewSession&, const Payload&);
-Reply listUnitBuildpicSources(UnitViewSession&, const Payload&);
-Reply getUnitOrbBuildpic(UnitViewSession&, const Payload&);
 Reply getProjectileSprite(UnitViewSession&, const Payload&);
 Reply getSound(UnitViewSession&, const Payload&);
 
-// cob_control.cpp
+// units.cpp
+Reply listUnits(UnitViewSession&, const Payload&);
+Reply loadUnit(UnitViewSession&, const Payload&);
+Reply compareUnits(UnitViewSession&, const Payload&);
+
+// unit_view.cpp: how the front end shows a unit
+Reply setSimMode(UnitViewSession&, const Payload&);
+Reply renderConstants(UnitViewSession&, const Payload&);
+
+// glb.cpp
+Reply getUnitGlb(UnitViewSession&, const Payload&);
+Reply getWeaponModelGlb(UnitViewSession&, const Payload&);
+
+// textures.cpp
+Reply unitTextures(UnitViewSession&, const Payload&);
+
+// build_pictures.cpp
+Reply getUnitBuildpic(UnitViewSession&, const Payload&);
+Reply listUnitBuildpicSources(UnitViewSession&, const Payload&);
+Reply getUnitOrbBuildpic(UnitViewSession&, const Payload&);
+
+// cob_control.cpp: the running script
 Reply cobReset(UnitViewSession&, const Payload&);
 Reply cobStopAll(UnitViewSession&, const Payload&);
 Reply cobStart(UnitViewSession&, const Payload&);
@@ -61,25 +68,33 @@ Reply cobContinue(UnitViewSession&, const Payload&);
 Reply cobStepInstruction(UnitViewSession&, const Payload&);
 Reply cobStepLine(UnitViewSession&, const Payload&);
 
-// bos.cpp
+// cob_source.cpp: scripts as sources
 Reply cobCompile(UnitViewSession&, const Payload&);
 Reply cobDisassemble(UnitViewSession&, const Payload&);
 Reply cobGetUnitBos(UnitViewSession&, const Payload&);
 Reply cobSourceCompare(UnitViewSession&, const Payload&);
 
-// diagnostics.cpp
+// unit_health.cpp
 Reply unitHealth(UnitViewSession&, const Payload&);
-Reply modernizerPreview(UnitViewSession&, const Payload&);
+
+// lint_suppress.cpp
 Reply lintSuppress(UnitViewSession&, const Payload&);
 Reply lintUnsuppress(UnitViewSession&, const Payload&);
+
+// conflict_scan.cpp
 Reply conflictScan(UnitViewSession&, const Payload&);
 
-// authoring.cpp
+// modernizer_preview.cpp
+Reply modernizerPreview(UnitViewSession&, const Payload&);
+
+// unit_sources.cpp: the files that units come from
 Reply resolveUnitSource(UnitViewSession&, const Payload&);
 Reply requireWritableSource(UnitViewSession&, const Payload&);
 Reply restoreSourceFromBackup(UnitViewSession&, const Payload&);
+
+// fbi.cpp
 Reply fbiRaw(UnitViewSession&, const Payload&);
-Reply saveFbiRaw(UnitViewSession&, const Payload&);
 Reply fbiPatch(UnitViewSession&, const Payload&);
+Reply saveFbiRaw(UnitViewSession&, const Payload&);
 
 }  // namespace orb::unitview::ipc::handlers

@@ -1,9 +1,17 @@
+#include "io/product.h"
 #include "server/handlers/handlers.h"
 
 namespace orb::unitview::ipc::handlers {
+namespace {
+
+constexpr unsigned kProtocolVersion = 1;
+
+}  // namespace
 
 Reply hello(UnitViewSession&, const Payload&) {
-    return {{{"protocolVersion", 1u}, {"product", "ORB Unit Editor"}, {"version", "0.1.0"}}};
+    return {{{"protocolVersion", kProtocolVersion},
+             {"product", io::kProductName},
+             {"version", io::kProductVersion}}};
 }
 
 Reply ping(UnitViewSession&, const Payload&) {

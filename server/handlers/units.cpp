@@ -1,8 +1,6 @@
+#include "server/handlers/encode_source.h"
 #include "server/handlers/encode_unit.h"
 #include "server/handlers/handlers.h"
-#include "session/render_constants.h"
-#include "session/request_error.h"
-#include "session/sim_mode.h"
 #include "session/unit_details.h"
 
 namespace orb::unitview::ipc::handlers {
@@ -15,7 +13,7 @@ json encodeListedUnit(const UnitDeclaration& unit) {
             {"side", unit.info.side},
             {"title", unit.info.description},
             {"displayName", displayName(unit)},
-            {"buildPic", unit.info.buildPic.empty() ? unit.name : unit.info.buildPic}};
+            {"buildPic", buildPictureName(unit.info.buildPic, unit.name)}};
 }
 
 json encodeComparedUnit(const std::string& name, const UnitDeclaration* unit) {
@@ -38,9 +36,12 @@ Reply listUnits(UnitViewSession& session, const Payload& payload) {
 }
 
 Reply loadUnit(UnitViewSession& session, const Payload& payload) {
-    const std::string name = payload.text("name").value_or("");
-    if (name.empty()) throw RequestError("unit name is required");
-    return {encodeLoadedUnit(session.loadUnit(name), session.data())};
+    const bool withReport = payload.flag("report").value_or(false);
+    const LoadedUnit& unit = session.loadUnit(payload.text("name").value_or(""));
+    Reply reply{encodeLoadedUnit(unit, describeUnit(unit, session.data()))};
+    if (withReport)
+        reply.data["buildMenu"] = encodeBuildMenu(session.data().tables.buildMenus.of(unit.name));
+    return reply;
 }
 
 Reply compareUnits(UnitViewSession& session, const Payload& payload) {
@@ -50,29 +51,6 @@ Reply compareUnits(UnitViewSession& session, const Payload& payload) {
     for (const std::string& name : names)
         units.push_back(encodeComparedUnit(name, catalogue.findLoadable(name)));
     return {{{"units", std::move(units)}}};
-}
-
-Reply setSimMode(UnitViewSession& session, const Payload& payload) {
-    const std::string name = payload.requiredText("mode");
-    const auto mode = simModeNamed(name);
-    if (!mode) throw RequestError("unknown sim mode: " + name);
-    session.cob().setSimMode(*mode);
-    return {{{"mode", name}}};
-}
-
-Reply renderConstants(UnitViewSession&, const Payload&) {
-    const RenderConstants constants;
-    const json light = {{"direction", constants.light.direction},
-                        {"ambient", constants.light.ambient},
-                        {"diffuse", constants.light.diffuse}};
-    return {{{"cabinetYPitch", constants.cabinetYPitch},
-             {"orthoDepthRange", constants.orthoDepthRange},
-             {"cabinetView", constants.cabinetView},
-             {"model-origin", constants.modelOrigin},
-             {"groundContact", constants.groundContact},
-             {"tiltFromVerticalDeg", constants.tiltFromVerticalDeg},
-             {"azimuthDeg", constants.azimuthDeg},
-             {"light", light}}};
 }
 
 }  // namespace orb::unitview::ipc::handlers

@@ -35,6 +35,13 @@ TEST(FbiEditTest, EditsInPlace) {
          {{"MAXDAMAGE", "20"}},
          "[UNITINFO]\n{\n\tMaxDamage = 20 ; // hull\n}"},
         {"[UnitInfo]{A=;}", {{"a", " x y "}}, "[UnitInfo]{A=x y;}"},
+        // What reads as the wanted value stays as it is written.
+        {"[UNITINFO]{MaxVelocity=2.00;BMcode=+1 ;CanMove=2;Name=2.00;}",
+         {{"maxvelocity", "2"}, {"bmcode", "1.0"}, {"canmove", "1"}, {"name", "2"}},
+         "[UNITINFO]{MaxVelocity=2.00;BMcode=+1 ;CanMove=2;Name=2;}"},
+        {"[UNITINFO]{A=2.00;MaxVelocity=x;BMcode=2;MaxSlope=7.9;}",
+         {{"a", "2"}, {"maxvelocity", "0"}, {"bmcode", "2.5"}, {"maxslope", "7"}},
+         "[UNITINFO]{A=2;MaxVelocity=0;BMcode=2.5;MaxSlope=7.9;}"},
         // Of several assignments, in sections of one name, the last one counts.
         {"[UNITINFO]{A=1;a=2;}[X]{A=3;}[unitinfo]{A=4;[C]{A=5;}}",
          {{"A", "9"}},

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "authoring/backup.h"
 #include "authoring/safe_write.h"
 #include "io/archive/hpi_writer.h"
 #include "tests/io/archive_fixture.h"
@@ -52,9 +53,9 @@ TEST(LargeArchiveTest, IsRewrittenWithinTwiceItsSize) {
         return !folder.write(path, io::writeHpi(files)).empty();
     });
     const long peak = peakOf([&] {
-        const io::FileLocation entry{io::FileLocation::Kind::archive, path, "units/A.FBI"};
-        return writeSource(io::systemFileOps(), entry, io::bytesOf("new"), true).outcome ==
-               WriteOutcome::ok;
+        const std::vector<FileWrite> writes{
+            {{io::FileLocation::Kind::archive, path, "units/A.FBI"}, io::bytesOf("new")}};
+        return writeSources(io::systemFileOps(), writes, true).outcome == WriteOutcome::ok;
     });
     const io::HpiArchive archive(path), backup(backupPath(path));
     EXPECT_EQ(archive.readFile(*archive.findFile("units/A.FBI")), io::bytesOf("new"));

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "authoring/backup.h"
 #include "io/archive/hpi_writer.h"
 #include "io/path_text.h"
 #include "session/request_error.h"
@@ -71,6 +72,12 @@ io::Bytes archiveWith(const std::string& text) {
     return io::writeHpi(files);
 }
 
+WriteResult write(io::FileOps& ops, const io::FileLocation& target, io::Bytes content,
+                  bool allowBackupCreation = true) {
+    const FileWrite only{target, std::move(content)};
+    return writeSources(ops, {&only, 1}, allowBackupCreation);
+}
+
 std::string readAll(const fs::path& path) {
     std::error_code error;
     const io::Bytes bytes = io::systemFileOps().read(path, error);
@@ -109,7 +116,7 @@ public:
                 throw RequestError(*warning);
             return;
         }
-        const WriteResult result = writeSource(ops, location_, bytesOf(kNew), true);
+        const WriteResult result = write(ops, location_, bytesOf(kNew));
         EXPECT_EQ(result.resolvedPath, location_.path);
         if (result.outcome != WriteOutcome::ok) throw RequestError(result.message);
     }
@@ -229,6 +236,98 @@ TEST(SafeWriteTest, TheProcessMayDieBetweenAnyTwoOperations) {
 
 #endif
 
+/// A unit of several files, one of them new in a new folder, two of them in one archive.
+class SeveralFiles {
+public:
+    explicit SeveralFiles(const io::TestFolder& folder) : root_(folder.path() / "several") {
+        fs::remove_all(root_);
+        folder.write("several/A.FBI", kOld);
+        folder.write("several/a.ufo", archiveWith(kOld));
+    }
+
+    void run(io::FileOps& ops) const {
+        const std::vector<FileWrite> writes{
+            {{Kind::loose, root_ / "A.FBI", ""}, bytesOf(kNew)},
+            {{Kind::archive, root_ / "a.ufo", "units/A.FBI"}, bytesOf(kNew)},
+            {{Kind::loose, root_ / "objects3d/deep/A.3do", ""}, bytesOf(kNew)},
+            {{Kind::archive, root_ / "a.ufo", "units/B.FBI"}, bytesOf(kNew)}};
+        const WriteResult result = writeSources(ops, writes, true);
+        if (result.outcome != WriteOutcome::ok) throw RequestError(result.message);
+        EXPECT_EQ(result.resolvedPath, root_ / "A.FBI");
+    }
+
+    /// "old" or "new" for each file, as far as they are whole.
+    std::string state() const {
+        const io::HpiArchive archive(root_ / "a.ufo");
+        const io::Bytes entry = archive.readFile(*archive.findFile("units/A.FBI"));
+        const bool hasAdded = archive.findFile("units/B.FBI") != nullptr;
+        return word(readAll(root_ / "A.FBI")) +
+               word(hasAdded == (io::asText(entry) == kNew) ? std::string(io::asText(entry)) : "") +
+               word(readAll(root_ / "objects3d/deep/A.3do"));
+    }
+
+    /// Whether nothing lies about but the files, their folders and backups.
+    bool isTidy() const {
+        for (const auto& entry : fs::recursive_directory_iterator(root_))
+            if (io::textFromPath(entry.path()).find(".orb-write") != std::string::npos)
+                return false;
+        return true;
+    }
+
+    bool hasNewFolders() const { return fs::exists(root_ / "objects3d"); }
+
+private:
+    static std::string word(const std::string& text) {
+        if (text == kNew) return "new ";
+        return text == kOld || text == "(none)" ? "old " : "(damaged) ";
+    }
+
+    fs::path root_;
+};
+
+TEST(SafeWriteTest, SeveralFilesAreWrittenTogetherOrNotAtAll) {
+    const io::TestFolder folder;
+    for (const bool refusesHardLinks : {false, true}) {
+        for (int step = 0;; ++step) {
+            const SeveralFiles files(folder);
+            FaultyFileOps ops(step, Fault::fail);
+            ops.refusesHardLinks = refusesHardLinks;
+            const std::string message = failureOf([&] { files.run(ops); });
+            SCOPED_TRACE(fmt::format("{} {} failed: {}", step, ops.struck(), message));
+            EXPECT_EQ(files.state(), message.empty() ? "new new new " : "old old old ");
+            if (ops.struck().empty()) {
+                EXPECT_EQ(message, "");
+                EXPECT_TRUE(files.isTidy());
+                break;
+            }
+            if (message.empty()) continue;
+            EXPECT_FALSE(files.hasNewFolders());
+            EXPECT_EQ(failureOf([&] { files.run(io::systemFileOps()); }), "");
+            EXPECT_EQ(files.state(), "new new new ");
+        }
+    }
+}
+
+#if ORB_TEST_HAS_POSIX
+TEST(SafeWriteTest, EachOfSeveralFilesIsWholeWhereTheProcessDies) {
+    const io::TestFolder folder;
+    for (int step = 0;; ++step) {
+        const SeveralFiles files(folder);
+        const pid_t child = fork();
+        if (child == 0) {
+            FaultyFileOps ops(step, Fault::die);
+            ::_exit(failureOf([&] { files.run(ops); }).empty() ? 0 : 1);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(files.state().find("(damaged)"), std::string::npos) << step;
+        if (WEXITSTATUS(status) != FaultyFileOps::kDeathStatus) break;
+        EXPECT_EQ(failureOf([&] { files.run(io::systemFileOps()); }), "");
+        EXPECT_TRUE(files.isTidy()) << "the next write clears up";
+    }
+}
+#endif
+
 /// The messages of a scenario, each behind the operations in a row whose failure gives it.
 std::string messagesOf(const io::TestFolder& folder, const Scenario& scenario) {
     std::string result, last;
@@ -252,7 +351,7 @@ TEST(SafeWriteTest, NamesWhatFailed) {
     EXPECT_EQ(messagesOf(folder, {"", Target::looseFile}),
               "status: copy: backup failed: Input/output error\n"
               "createDirectories: create dir: Input/output error\n"
-              "status: followLink: open: open for write: $/units/A.FBI\n"
+              "followLink: open: open for write: $/units/A.FBI\n"
               "write: flush: close: write failed: $/units/A.FBI\n");
     std::error_code nameTaken;
     const auto file = folder.write("file", "");
@@ -271,35 +370,34 @@ TEST(SafeWriteTest, NamesWhatFailed) {
         "followLink: read: read: open: write: flush: close: restore failed: Input/output error\n"
         "remove: restored but couldn't remove backup: Input/output error\n");
     const auto damaged = folder.write("damaged.ufo", "HAPIHOPI");
-    EXPECT_EQ(writeSource(io::systemFileOps(), {Kind::archive, damaged, "a"}, {}, true).message,
+    EXPECT_EQ(write(io::systemFileOps(), {Kind::archive, damaged, "a"}, {}).message,
               "archive rewrite failed: Unsupported HPI version: " + io::textFromPath(damaged));
 }
 
 TEST(SafeWriteTest, AsksBeforeTheFirstBackupAndKeepsIt) {
     const io::TestFolder folder;
     const auto file = folder.write("A.FBI", kFirst);
-    const auto write = [&](const std::string& text, bool allow) {
-        return writeSource(io::systemFileOps(), {Kind::loose, file, ""}, bytesOf(text), allow)
-            .outcome;
+    const auto outcomeOf = [&](const std::string& text, bool allow) {
+        return write(io::systemFileOps(), {Kind::loose, file, ""}, bytesOf(text), allow).outcome;
     };
-    EXPECT_EQ(write(kOld, false), WriteOutcome::needsBackupConsent);
+    EXPECT_EQ(outcomeOf(kOld, false), WriteOutcome::needsBackupConsent);
     EXPECT_EQ(readAll(file), kFirst);
     EXPECT_FALSE(fs::exists(backupPath(file)));
-    EXPECT_EQ(write(kOld, true), WriteOutcome::ok);
+    EXPECT_EQ(outcomeOf(kOld, true), WriteOutcome::ok);
     std::ifstream reader(file);  // as another process may hold it
-    EXPECT_EQ(write(kNew, false), WriteOutcome::ok) << "the backup is there";
+    EXPECT_EQ(outcomeOf(kNew, false), WriteOutcome::ok) << "the backup is there";
     // Where an open file keeps its name, the new text is written into it.
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}),
               ORB_TEST_HAS_POSIX ? kOld : kNew);
-    EXPECT_EQ(write(kNew + kNew, true), WriteOutcome::ok);
+    EXPECT_EQ(outcomeOf(kNew + kNew, true), WriteOutcome::ok);
     EXPECT_EQ(readAll(file), kNew + kNew);
     EXPECT_EQ(readAll(backupPath(file)), kFirst);
 
     // A folder of the backup's name holds no copy of anything.
     fs::remove(backupPath(file));
     fs::create_directory(backupPath(file));
-    EXPECT_EQ(write(kOld, false), WriteOutcome::needsBackupConsent);
-    EXPECT_EQ(write(kOld, true), WriteOutcome::error);
+    EXPECT_EQ(outcomeOf(kOld, false), WriteOutcome::needsBackupConsent);
+    EXPECT_EQ(outcomeOf(kOld, true), WriteOutcome::error);
     EXPECT_EQ(readAll(file), kNew + kNew);
 }
 
@@ -309,16 +407,15 @@ TEST(SafeWriteTest, AFullDiskLeavesTheOldFile) {
     if (::mount("tmpfs", folder.path().c_str(), "tmpfs", 0, "size=256k") != 0)
         GTEST_SKIP() << "no right to mount a small disk";
     const auto file = folder.write("A.FBI", kOld);
-    const auto write = [&](std::size_t size) {
-        return writeSource(io::systemFileOps(), {Kind::loose, file, ""}, io::Bytes(size, 'x'),
-                           true);
+    const auto fill = [&](std::size_t size) {
+        return write(io::systemFileOps(), {Kind::loose, file, ""}, io::Bytes(size, 'x'));
     };
-    EXPECT_EQ(write(1 << 20).message, "write failed: " + io::textFromPath(file));
+    EXPECT_EQ(fill(1 << 20).message, "write failed: " + io::textFromPath(file));
     EXPECT_EQ(readAll(file), kOld);
     EXPECT_EQ(readAll(backupPath(file)), kOld);
-    EXPECT_EQ(write(200 << 10).outcome, WriteOutcome::ok);
+    EXPECT_EQ(fill(200 << 10).outcome, WriteOutcome::ok);
     fs::remove(backupPath(file));
-    EXPECT_TRUE(write(10).message.starts_with("backup failed: "));
+    EXPECT_TRUE(fill(10).message.starts_with("backup failed: "));
     EXPECT_FALSE(fs::exists(backupPath(file)));
     EXPECT_EQ(fs::file_size(file), 200u << 10);
     ::umount(folder.path().c_str());

@@ -5,7 +5,7 @@
 #include "cob/cob_testing.h"
 #include "cob/plain_interpreter.h"
 #include "cob/state_difference.h"
-#include "server/logger.h"
+#include "tests/quiet_log.h"
 
 // Seeded random programs run in both interpreters at once; after every tick all of their state has
 // to agree, floats bit for bit. A failure names the seed, which makes the program again.
@@ -151,14 +151,11 @@ void runBoth(std::uint32_t seed) {
 }
 
 TEST(Differential, RandomProgramsLeaveTheSameState) {
-    Logger silent;
-    silent.setEcho(false);
-    setCurrentLogger(&silent);
+    const QuietLog quiet;
     for (std::uint32_t seed = 1; seed <= kPrograms && !::testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         runBoth(seed);
     }
-    setCurrentLogger(nullptr);
 }
 
 }  // namespace

@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include "io/formats/gaf.h"
-#include "server/logger.h"
+#include "io/formats/pcx.h"
+#include "tests/quiet_log.h"
+#include "tests/test_folder.h"
 
 namespace orb::unitview {
 namespace {
@@ -17,19 +19,11 @@ namespace fs = std::filesystem;
 class UnitHealthTest : public testing::Test {
 protected:
     UnitHealthTest() {
-        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        folder_ = fs::temp_directory_path() / (std::string("orb_health_") + test->name());
-        fs::remove_all(folder_);
-        logger_.setEcho(false);
-        setCurrentLogger(&logger_);
-        for (const char* path : {"objects3d/TOY.3do", "scripts/TOY.cob", "unitpics/TOY.pcx"})
-            write(path, "");
+        for (const char* path : {"objects3d/TOY.3do", "scripts/TOY.cob"}) write(path, "");
+        const io::PcxImage picture{1, 1, {0}, {}};
+        write("unitpics/TOY.pcx", io::asText(io::writePcx(picture)));
         unit_.name = "TOY";
         unit_.model.name = "base";
-    }
-    ~UnitHealthTest() override {
-        setCurrentLogger(nullptr);
-        fs::remove_all(folder_);
     }
 
     void write(const std::string& path, std::string_view text) {
@@ -47,15 +41,16 @@ protected:
         return checkUnitHealth(session_.data(), unit_, {});
     }
 
-    static std::vector<HealthRow> rowsOf(const UnitHealth& report, std::string_view category) {
+    static std::vector<HealthRow> rowsOf(const UnitHealth& report, HealthCheck check) {
         std::vector<HealthRow> rows;
         std::ranges::copy_if(report.rows, std::back_inserter(rows),
-                             [&](const HealthRow& row) { return row.category == category; });
+                             [&](const HealthRow& row) { return row.check == check; });
         return rows;
     }
 
-    fs::path folder_;
-    Logger logger_;
+    TestFolder testFolder_;
+    fs::path folder_ = testFolder_.path();
+    QuietLog quiet_;
     UnitViewSession session_;
     LoadedUnit unit_;
 };
@@ -63,6 +58,7 @@ protected:
 TEST_F(UnitHealthTest, SumsUpInOneLine) {
     EXPECT_EQ(check("").verdict(), "ORB-ready — no issues");
     EXPECT_EQ(check("CanMove=1;").verdict(), "ORB-ready — 1 warning(s)");
+    EXPECT_EQ(check("CanMove=1;BMcode=0;").verdict(), "ORB-ready — no issues");
     const UnitHealth blocked = check("MovementClass=GHOST;");
     EXPECT_EQ(blocked.verdict(), "1 blocking issue(s), 0 warning(s)");
     EXPECT_FALSE(blocked.isReady());
@@ -73,8 +69,9 @@ TEST_F(UnitHealthTest, PassesOverNamesThatMeanNothing) {
         "Weapon1=-1;Weapon2=NoWeapon;Weapon3=null;Corpse=NONE;ExplodeAs=nullweapon;"
         "SelfDestructAs=;BuildOption1=-1;");
     EXPECT_EQ(report.verdict(), "ORB-ready — no issues");
-    for (const char* category : {"Weapon", "Corpse", "Explosion"})
-        EXPECT_TRUE(rowsOf(report, category).empty()) << category;
+    for (const HealthCheck check :
+         {HealthCheck::weapons, HealthCheck::corpse, HealthCheck::explosions})
+        EXPECT_TRUE(rowsOf(report, check).empty()) << static_cast<int>(check);
 }
 
 TEST_F(UnitHealthTest, TellsTheFileThatWasLoadedEvenIfAnotherBearsTheUnitsName) {
@@ -87,11 +84,24 @@ TEST_F(UnitHealthTest, TellsTheFileThatWasLoadedEvenIfAnotherBearsTheUnitsName) 
 }
 
 TEST_F(UnitHealthTest, FallsBackToThePictureOfTheUnitsName) {
-    const auto pictures = rowsOf(check("BuildPic=GHOST;"), "Build picture");
+    const auto pictures = rowsOf(check("BuildPic=GHOST;"), HealthCheck::buildPicture);
     ASSERT_EQ(pictures.size(), 1U);
     EXPECT_EQ(pictures[0].status, CheckStatus::warn);
     EXPECT_EQ(pictures[0].detail,
               "BuildPic 'GHOST' has no art; using the unit-name fallback (pcx unitpics/TOY.pcx)");
+}
+
+TEST_F(UnitHealthTest, TakesAModelThatIsNamedWithItsExtensionOnlyWhereNoFileBearsThatName) {
+    const auto modelRow = [&] {
+        const auto rows = rowsOf(check("ObjectName=TOY.3DO;"), HealthCheck::model);
+        return rows.size() == 1 ? rows[0].detail : "no row";
+    };
+    EXPECT_EQ(modelRow(), "objects3d/TOY.3do");
+    write("objects3d/toy.3do.3do", "");
+    EXPECT_EQ(modelRow(), "objects3d/TOY.3DO.3do");
+    fs::remove(folder_ / "mod/objects3d/toy.3do.3do");
+    fs::remove(folder_ / "mod/objects3d/TOY.3do");
+    EXPECT_EQ(modelRow(), "objects3d/TOY.3DO.3do not found");
 }
 
 TEST_F(UnitHealthTest, WarnsOfTexturesThatAreMoreThanAQuarterTeamColour) {
@@ -105,7 +115,7 @@ TEST_F(UnitHealthTest, WarnsOfTexturesThatAreMoreThanAQuarterTeamColour) {
     unit_.model.primitives.push_back({{}, std::nullopt, "ABSENT"});
     write("textures/toy.gaf", io::asText(io::writeGaf(gaf, io::GafEncoding::plain)));
 
-    const auto rows = rowsOf(check(""), "Palette compliance");
+    const auto rows = rowsOf(check(""), HealthCheck::palette);
     ASSERT_EQ(rows.size(), 2U);
     EXPECT_EQ(rows[0].status, CheckStatus::info);
     EXPECT_FALSE(rows[0].action);
@@ -113,7 +123,7 @@ TEST_F(UnitHealthTest, WarnsOfTexturesThatAreMoreThanAQuarterTeamColour) {
         << rows[0].detail;
     EXPECT_EQ(rows[1].status, CheckStatus::warn);
     ASSERT_TRUE(rows[1].action);
-    EXPECT_EQ(rows[1].action->members.at("textureName"), "MORE");
+    EXPECT_EQ(rows[1].action->texture, "MORE");
 }
 
 TEST_F(UnitHealthTest, SurvivesAScriptThatCannotBeAnalysed) {
@@ -121,7 +131,7 @@ TEST_F(UnitHealthTest, SurvivesAScriptThatCannotBeAnalysed) {
     cob.scripts.push_back({"Create", 99});
     unit_.cob = std::make_shared<const io::CobFile>(cob);
     const UnitHealth report = check("");
-    const auto rows = rowsOf(report, "COB lint");
+    const auto rows = rowsOf(report, HealthCheck::lints);
     ASSERT_EQ(rows.size(), 1U);
     EXPECT_EQ(rows[0].detail, "COB analysis skipped (parse/graph error)");
     EXPECT_EQ(report.verdict(), "ORB-ready — no issues");

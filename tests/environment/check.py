@@ -12,24 +12,23 @@ import os
 import resource
 import shutil
 import subprocess
+import sys
 import tempfile
 import threading
 import time
 
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+sys.path.insert(0, os.path.join(ROOT, "tools"))
+from editor_client import request_line, spawn  # noqa: E402
 
-def start(program, prepare, frames=subprocess.DEVNULL):
-    def in_child():
-        if frames != subprocess.DEVNULL:
-            os.dup2(frames, 3)
-        prepare()
 
-    # Descriptor 3 is held open below, so that the child's copy of it is never closed.
-    return subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                            stderr=subprocess.DEVNULL, preexec_fn=in_child, pass_fds=[3])
+def start(program, prepare, channel=None):
+    """`prepare` runs in the child before the program."""
+    return spawn([program], channel, stderr=subprocess.DEVNULL, preexec_fn=prepare)
 
 
 def line(kind, seq, **data):
-    return json.dumps({"type": kind, "seq": seq, "data": data}).encode() + b"\n"
+    return request_line(kind, seq, data) + b"\n"
 
 
 def never_block(*descriptors):
@@ -117,7 +116,6 @@ def main():
     parser.add_argument("program")
     parser.add_argument("data")
     options = parser.parse_args()
-    os.dup2(os.open(os.devnull, os.O_WRONLY), 3)
     checks = [check_pipes_without_blocking, check_several_editors]
     if not options.any_memory:
         checks.append(check_little_memory)

@@ -44,7 +44,8 @@ void checkRewritten(const io::HpiArchive& archive, const std::string& path,
                     const std::vector<unitview::ArchiveFile>& files) {
     constexpr std::string_view kContent = "what stands in the new file";
     std::optional<io::Bytes> rewritten;
-    if (!accepts([&] { rewritten = io::rewriteHpi(archive, path, bytesOf(kContent)); })) return;
+    const io::HpiReplacement replacement{path, bytesOf(kContent)};
+    if (!accepts([&] { rewritten = io::rewriteHpi(archive, {&replacement, 1}); })) return;
 
     const MemoryFile file(*rewritten);
     const io::HpiArchive again(file.path());

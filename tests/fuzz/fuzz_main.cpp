@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "fuzzing.h"
-#include "server/logger.h"
+#include "tests/quiet_log.h"
 
 // Inputs of some targets are requests that write files wherever they name. What such a target does
 // to keep them in its scratch folder may have holes; the kernel's own sandbox below cannot be left
@@ -105,9 +105,7 @@ const fs::path& scratchFolder() {
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     using namespace orb::fuzz;
-    static orb::Logger silent;
-    silent.setEcho(false);
-    orb::setCurrentLogger(&silent);
+    static const orb::QuietLog quiet;
 
     const Sandbox sandbox;
     sandbox.allowWritingBelow(scratchFolder());

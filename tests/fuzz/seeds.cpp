@@ -17,7 +17,7 @@
 #include "io/formats/fbi.h"
 #include "io/vfs/data_roots.h"
 #include "memory_file.h"
-#include "server/logger.h"
+#include "tests/quiet_log.h"
 
 // orb-fuzz-seeds SAMPLE_DATA SAMPLE_SOURCES OUT: what each fuzzer starts from, in OUT/<target>/,
 // and its dictionary, OUT/<target>.dict, made of the sample game and of the program's own tables.
@@ -257,9 +257,7 @@ int main(int argc, char** argv) {
         std::cerr << "usage: orb-fuzz-seeds SAMPLE_DATA SAMPLE_SOURCES OUT\n";
         return 2;
     }
-    Logger silent;
-    silent.setEcho(false);
-    setCurrentLogger(&silent);
+    const QuietLog quiet;
     Output out(argv[3]);
     collect(argv[1], argv[2], out);
     return 0;

@@ -1,18 +1,14 @@
 #pragma once
 
 #include <filesystem>
-#include <fstream>
-#include <random>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <fmt/format.h>
-#include <gtest/gtest.h>
-
 #include "io/archive/hpi_archive.h"
 #include "io/byte_cursor.h"
+#include "tests/test_folder.h"
 
 namespace orb::io {
 
@@ -20,37 +16,7 @@ inline Bytes bytesOf(std::string_view text) {
     return {text.begin(), text.end()};
 }
 
-/// A folder of the running test and process, empty at first and removed with its content.
-class TestFolder {
-public:
-    TestFolder() {
-        const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        path_ = std::filesystem::temp_directory_path() /
-                fmt::format("orb_{}_{}_{:08x}", test->test_suite_name(), test->name(),
-                            std::random_device()());
-        std::filesystem::create_directories(path_);
-    }
-    TestFolder(const TestFolder&) = delete;
-    TestFolder& operator=(const TestFolder&) = delete;
-    ~TestFolder() { std::filesystem::remove_all(path_); }
-
-    const std::filesystem::path& path() const { return path_; }
-
-    std::filesystem::path write(const std::filesystem::path& name, const Bytes& content) const {
-        std::filesystem::path file = path_ / name;
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary)
-            .write(reinterpret_cast<const char*>(content.data()),
-                   static_cast<std::streamsize>(content.size()));
-        return file;
-    }
-    std::filesystem::path write(const std::filesystem::path& name, std::string_view text) const {
-        return write(name, bytesOf(text));
-    }
-
-private:
-    std::filesystem::path path_;
-};
+using orb::TestFolder;
 
 /// Places the parts of a directory block one by one, at whatever offsets a test asks for. The
 /// root's record comes first.

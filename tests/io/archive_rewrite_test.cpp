@@ -73,8 +73,11 @@ TEST(ArchiveRewriteTest, KeepsEverythingElse) {
                      "Nothing 1: "};
     for (const Bytes& bytes : {old, scrambled(old, 0x5B)}) {
         const auto path = folder.write("old.ufo", bytes);
-        const auto after = [&](std::string_view entry) {
-            const Bytes rewritten = rewriteHpi(HpiArchive(path), entry, bytesOf("new"));
+        const Bytes content = bytesOf("new");
+        const auto after = [&](std::vector<std::string_view> entries) {
+            std::vector<HpiReplacement> files;
+            for (const auto entry : entries) files.push_back({entry, content});
+            const Bytes rewritten = rewriteHpi(HpiArchive(path), files);
             const HpiArchive archive(folder.write("new.ufo", rewritten));
             EXPECT_TRUE(archive.isBank());
             EXPECT_EQ(archive.readKey(), 0);
@@ -84,13 +87,16 @@ TEST(ArchiveRewriteTest, KeepsEverythingElse) {
         };
         Lines replaced = kept;
         replaced[2] = "Units/A.FBI 1: new";
-        EXPECT_EQ(after("UNITS\\a.fbi"), replaced);
+        EXPECT_EQ(after({"UNITS\\a.fbi"}), replaced);
         Lines added = kept;
         added.insert(added.begin() + 6, "Units/C.FBI 1: new");
-        EXPECT_EQ(after("units/C.FBI"), added);
+        EXPECT_EQ(after({"units/C.FBI"}), added);
         added = kept;
         added.insert(added.end(), {"New/", "New/D 1: new"});
-        EXPECT_EQ(after("New/D"), added);
+        EXPECT_EQ(after({"New/D"}), added);
+        added[2] = "Units/A.FBI 1: new";
+        added.push_back("New/E 1: new");
+        EXPECT_EQ(after({"New/D", "units/a.FBI", "new/E"}), added);
     }
 }
 
@@ -99,7 +105,8 @@ TEST(ArchiveRewriteTest, CopiesDataByteForByte) {
     const std::vector<HpiInputFile> files{{"a", bytesOf("a")}, {"b", Bytes(100'000, 'b')}};
     const Bytes old = writeHpi(files);
     const HpiArchive archive(folder.write("a.hpi", old));
-    EXPECT_EQ(rewriteHpi(archive, "a", bytesOf("a")), old);
+    const HpiReplacement same{"a", files[0].content};
+    EXPECT_EQ(rewriteHpi(archive, {&same, 1}), old);
 }
 
 TEST(ArchiveRewriteTest, RefusesWhatItCannotCopy) {
@@ -108,7 +115,8 @@ TEST(ArchiveRewriteTest, RefusesWhatItCannotCopy) {
         Bytes bytes = layOutHpi(draft, kHpiVersion, 0);
         bytes.resize(bytes.size() - cut);
         try {
-            rewriteHpi(HpiArchive(folder.write("a.hpi", bytes)), "new", {});
+            const HpiReplacement empty{"new", {}};
+            rewriteHpi(HpiArchive(folder.write("a.hpi", bytes)), {&empty, 1});
             return std::string();
         } catch (const std::runtime_error& error) {
             return std::string(error.what());

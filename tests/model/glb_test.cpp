@@ -1,14 +1,12 @@
 #include "model/glb.h"
 
 #include <bit>
-#include <fstream>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "model/mesh.h"
-#include "server/logger.h"
-#include "tests/io/archive_fixture.h"
+#include "tests/log_capture.h"
 
 namespace orb::unitview {
 namespace {
@@ -156,26 +154,17 @@ TEST(Glb, KeepsBoundsExact) {
 }
 
 TEST(Glb, LogsItsSteps) {
-    const io::TestFolder folder;
-    Logger logger;
-    logger.setEcho(false);
-    logger.openFile(folder.path() / "log");
-    setCurrentLogger(&logger);
+    const LogCapture log;
     const io::Bytes bytes = model3doToGlb(sampleModel(), sampleTextures(), io::greyscaleRamp(), {});
-    setCurrentLogger(nullptr);
-
     const Glb glb = readGlb(bytes);
-    std::ifstream log(folder.path() / "log");
-    std::vector<std::string> messages;
-    for (std::string line; std::getline(log, line);)
-        messages.push_back(line.substr(line.find("[glb]")));
-    EXPECT_EQ(messages, (std::vector<std::string>{
-                            "[glb] model3doToGlb start: root='base' textures=1 palette=256",
-                            "[glb] flattened pieces=2",
-                            "[glb] emitPieceGeometryDFS done; pieceMeshes=1 bin=624",
-                            fmt::format("[glb] model3doToGlb done: totalSize={} jsonSize={} "
-                                        "binSize=632",
-                                        bytes.size(), glb.text.size())}));
+    EXPECT_EQ(log.lines(),
+              (std::vector<std::string>{
+                  "[INFO] [glb] model3doToGlb start: root='base' textures=1 palette=256",
+                  "[INFO] [glb] flattened pieces=2",
+                  "[INFO] [glb] emitPieceGeometryDFS done; pieceMeshes=1 bin=624",
+                  fmt::format("[INFO] [glb] model3doToGlb done: totalSize={} jsonSize={} "
+                              "binSize=632",
+                              bytes.size(), glb.text.size())}));
 }
 
 }  // namespace

@@ -1,17 +1,18 @@
 #include "server/logger.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 
 #include <gtest/gtest.h>
+
+#include "tests/test_folder.h"
 
 namespace orb {
 namespace {
 
 TEST(Logger, WritesStampedLinesAtOrAboveItsLevelToItsFile) {
-    const auto path = std::filesystem::path(testing::TempDir()) / "logger_test.log";
-    std::filesystem::remove(path);
+    const TestFolder folder;
+    const auto path = folder.path() / "log";
     {
         Logger logger;
         logger.setEcho(false);

@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "io/path_text.h"
-#include "server/logger.h"
-#include "tests/io/archive_fixture.h"
+#include "tests/quiet_log.h"
+#include "tests/test_folder.h"
 
 namespace orb::unitview {
 namespace {
@@ -20,11 +20,7 @@ class LintSuppressionsTest : public testing::Test {
 protected:
     LintSuppressionsTest() {
         for (const fs::path& root : roots_) fs::create_directories(root);
-        logger_.setEcho(false);
-        logger_.openFile(folder_ / "log");
-        setCurrentLogger(&logger_);
     }
-    ~LintSuppressionsTest() override { setCurrentLogger(nullptr); }
 
     void write(std::size_t root, std::string_view text) {
         std::ofstream(roots_[root] / kLintSuppressFile, std::ios::binary) << text;
@@ -35,10 +31,10 @@ protected:
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    io::TestFolder testFolder_;
+    TestFolder testFolder_;
     fs::path folder_ = testFolder_.path();
     std::vector<fs::path> roots_{folder_ / "mod", folder_ / "game"};
-    Logger logger_;
+    QuietLog log_{folder_ / "log"};
 };
 
 TEST_F(LintSuppressionsTest, MatchUnitsInAnyCaseAndTheRestExactly) {

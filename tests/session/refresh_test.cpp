@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "io/archive/hpi_writer.h"
-#include "server/logger.h"
 #include "session/unit_view_session.h"
 #include "tests/io/archive_fixture.h"
+#include "tests/quiet_log.h"
 
 namespace orb::unitview {
 namespace {
@@ -37,7 +37,12 @@ std::string describe(const UnitViewSession& session) {
     const MountedData& data = session.data();
     std::string text = describe(data.catalogue.declarations()) +
                        describe(data.tables.weapons.declarations()) +
-                       describe(data.tables.movementClasses.declarations());
+                       describe(data.tables.movementClasses.declarations()) +
+                       describe(data.tables.features.declarations());
+    for (const auto& [builder, menu] : data.tables.buildMenus.builders())
+        for (const BuildMenuEntry& entry : menu)
+            text += fmt::format("{} builds {}: {}\n", builder, entry.unit,
+                                locationText(entry.file->location()));
     for (const UnitDeclaration* unit : data.catalogue.roster())
         text += fmt::format("{} {}\n", unit->name, unit->info.maxDamage);
     return text;
@@ -45,9 +50,7 @@ std::string describe(const UnitViewSession& session) {
 
 // Only what may have changed is read again; the result must be that of mounting everything.
 TEST(RefreshTest, LeavesWhatMountingWouldRead) {
-    Logger quiet;
-    quiet.setEcho(false);
-    setCurrentLogger(&quiet);
+    const QuietLog quiet;
     const io::TestFolder folder;
     const DataRootsRequest roots{folder.path() / "game", {folder.path() / "mod"}, {}};
     fs::create_directories(roots.taDataPath);
@@ -57,7 +60,8 @@ TEST(RefreshTest, LeavesWhatMountingWouldRead) {
                  {{"units/ant.fbi", ant},
                   {"units/bee.fbi", "[UNITINFO]{UnitName=BEE;}"},
                   {"weapons/all.tdf", "[STING]{}[BITE]{}"},
-                  {"gamedata/moveinfo.tdf", "[CLASS0]{Name=LEGS;}"}});
+                  {"gamedata/moveinfo.tdf", "[CLASS0]{Name=LEGS;}"},
+                  {"gamedata/sidedata.tdf", "[CANBUILD]{[BEE]{canbuild1=BEE;}}"}});
     const fs::path mod = roots.modPaths[0] / "mod.ufo";
     writeArchive(mod, {{"units/wasp.fbi", "[UNITINFO]{UnitName=BEE;MaxDamage=2;}"}});
 
@@ -66,7 +70,9 @@ TEST(RefreshTest, LeavesWhatMountingWouldRead) {
     const std::vector<Files> edits = {
         {{"units/ANT.FBI", "[UNITINFO]{UnitName=ANT;MaxDamage=3;}"},
          {"weapons/ALL.tdf", "[STING]{}"},
-         {"moveinfo.tdf", "[CLASS1]{Name=LEGS;}"}},
+         {"moveinfo.tdf", "[CLASS1]{Name=LEGS;}"},
+         {"features/a/b/wrecks.tdf", "[WRECK]{}"},
+         {"download/ant.tdf", "[M]{UNITMENU=BEE;UNITNAME=ANT;}"}},
         {{"units/ant.fbi", "damaged"}, {"weapons/more.tdf", "[BITE]{}"}},
         {},
     };
@@ -79,7 +85,6 @@ TEST(RefreshTest, LeavesWhatMountingWouldRead) {
         mounted.setDataRoots(roots);
         EXPECT_EQ(describe(session), describe(mounted));
     }
-    setCurrentLogger(nullptr);
 }
 
 }  // namespace

@@ -30,20 +30,14 @@ import json
 import os
 import shlex
 import shutil
-import subprocess
 import sys
 import tempfile
-import threading
 
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+sys.path.insert(0, os.path.join(ROOT, "tools"))
+from editor_client import Editor, EditorError, spawn  # noqa: E402
 
 EVENTS = ["piece-transforms"]
-# A transcript that asks for a line too many would wait for ever.
-LONGEST_SESSION_S = 120
-
-# Holds descriptor 3, so that no other file of ours gets the number before a child is given it.
-NOTHING = os.dup(os.open(os.devnull, os.O_RDONLY))
-os.dup2(NOTHING, 3)
-
 
 class Mismatch(Exception):
     pass
@@ -57,13 +51,8 @@ class Native:
 
     def start(self, log, channel):
         """`channel` is the writing end for binary frames or None."""
-        if channel is not None:
-            os.dup2(channel, 3)
         with open(log, "wb") as errors:
-            process = subprocess.Popen([self.program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                       stderr=errors, pass_fds=[] if channel is None else [3])
-        os.dup2(NOTHING, 3)
-        return process
+            return spawn([self.program], channel, stderr=errors)
 
     def seen(self, path):
         """How the program names a file of ours."""
@@ -77,38 +66,14 @@ class Wine:
         self.command, self.launcher, self.program = shlex.split(command), launcher, program
 
     def start(self, log, channel):
-        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE}
         if channel is None:
             with open(log, "wb") as errors:
-                return subprocess.Popen([*self.command, self.program], stderr=errors, **pipes)
-        return subprocess.Popen([*self.command, self.launcher, self.seen(log),
-                                 self.seen(self.program)], stderr=channel, **pipes)
+                return spawn([*self.command, self.program], stderr=errors)
+        return spawn([*self.command, self.launcher, self.seen(log), self.seen(self.program)],
+                     stderr=channel)
 
     def seen(self, path):
         return "Z:" + path
-
-
-class Frames:
-    """Collects what arrives on the binary channel, so that the program never blocks on it."""
-
-    def __init__(self, descriptor):
-        self.stream = os.fdopen(descriptor, "rb")
-        self.frames = []
-        self.arrived = threading.Condition()
-        threading.Thread(target=self.collect, daemon=True).start()
-
-    def collect(self):
-        while len(length := self.stream.read(4)) == 4:
-            frame = self.stream.read(int.from_bytes(length, "little"))
-            with self.arrived:
-                self.frames.append(frame)
-                self.arrived.notify()
-
-    def next(self):
-        with self.arrived:
-            if not self.arrived.wait_for(lambda: self.frames, timeout=20):
-                raise Mismatch("no binary frame arrived")
-            return self.frames.pop(0)
 
 
 def difference(expected, actual, path="line"):
@@ -191,13 +156,8 @@ def play(platform, data, path, recorder=None):
     if steps and steps[0][1] == "@":
         binary = steps.pop(0)[2] != "no-fd3"
     with tempfile.TemporaryDirectory() as scratch:
-        reader, writer = os.pipe()
-        process = platform.start(os.path.join(scratch, "log"), writer if binary else None)
-        os.close(writer)
-        frames = Frames(reader)
-        watchdog = threading.Timer(LONGEST_SESSION_S, process.kill)
-        watchdog.daemon = True
-        watchdog.start()
+        log = os.path.join(scratch, "log")
+        editor = Editor(lambda channel: platform.start(log, channel if binary else None), log)
         work = os.path.join(scratch, "work")
         os.mkdir(work)
 
@@ -208,14 +168,11 @@ def play(platform, data, path, recorder=None):
         for number, sign, text in steps:
             try:
                 if sign == ">":
-                    process.stdin.write(fill(text).encode() + b"\n")
-                    process.stdin.flush()
+                    editor.send_line(fill(text).encode())
                     if recorder:
                         recorder.sent(path, number, fill(text))
                 elif sign in "<!":
-                    line = process.stdout.readline()
-                    if not line:
-                        raise Mismatch("the program has ended")
+                    line = editor.next_line()
                     actual = json.loads(line)
                     if recorder:
                         recorder.received(path, number, actual)
@@ -228,24 +185,21 @@ def play(platform, data, path, recorder=None):
                 elif sign == "+":
                     shutil.copytree(*fill(text, str).split())
                 elif sign == "~":
-                    size = len(frames.next())
+                    size = len(editor.next_frame())
                     wanted = reply["data"]["byteSize"] if text == "byteSize" else int(text)
                     if size != wanted:
                         raise Mismatch(f"a frame of {size} bytes, expected {wanted}")
                 else:
                     raise Mismatch(f"unknown sign {sign!r}")
-            except (Mismatch, ValueError, BrokenPipeError) as error:
-                process.kill()
+            except (Mismatch, ValueError, EditorError) as error:
+                editor.kill()
                 raise Mismatch(f"{path}:{number}: {error}") from None
-        process.stdin.close()
-        rest = process.stdout.read()
-        status = process.wait(timeout=60)
-        watchdog.cancel()
+        try:
+            rest = b"".join(editor.close())
+        except EditorError as error:
+            raise Mismatch(f"{path}: {error}") from None
         if rest:
             raise Mismatch(f"{path}: unexpected output at the end: {rest.decode()[:2000]}")
-        if status != 0:
-            log = open(os.path.join(scratch, "log"), encoding="utf-8", errors="replace").read()
-            raise Mismatch(f"{path}: the program ended with status {status}\n{log[-4000:]}")
     return sum(sign in "<!~" for _, sign, _ in steps)
 
 

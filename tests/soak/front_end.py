@@ -4,17 +4,18 @@ import json
 import os
 import re
 import subprocess
+import sys
 import threading
 import time
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+sys.path.insert(0, os.path.join(ROOT, "tools"))
+from editor_client import frames_of, spawn  # noqa: E402
 
 EVENT = "piece-transforms"
 LONGEST_WAIT_S = 60
 FAULTY_LOG = re.compile(rb"Sanitizer|runtime error:|terminate called|\[CRITICAL\]")
 MAGIC = {"unit-glb": b"glTF", "weapon-model-glb": b"glTF", "projectile-sprite": b"\x89PNG"}
-
-# Holds descriptor 3, so that no other file of ours gets the number before the program is given it.
-NOTHING = os.dup(os.open(os.devnull, os.O_RDONLY))
-os.dup2(NOTHING, 3)
 
 Command = collections.namedtuple("Command", "type reply effect is_built")
 # What a line that was sent must be answered with; `command` is None where only an error will do.
@@ -25,23 +26,19 @@ class Fault(Exception):
     """The program did not do what the protocol promises."""
 
 
-def read_commands(source):
-    """The rows of the command table by type."""
-    row = re.compile(r'^ +\{"([^"]+)", "([^"]+)", Effect::(\w+), "[^"]*", ([\w:]+)\},$', re.M)
-    with open(source, encoding="utf-8") as file:
-        rows = row.findall(file.read())
-    return {found[0]: Command(*found[:3], found[3] != "nullptr") for found in rows}
+def read_commands(path):
+    """The messages by type, as orb-list-messages lists them."""
+    with open(path, encoding="utf-8") as file:
+        return {row["type"]: Command(row["type"], row["replyType"], row["effect"], row["isBuilt"])
+                for row in json.load(file)}
 
 
 class FrontEnd:
     def __init__(self, program, folder, commands):
         self.commands = commands
         reader, writer = os.pipe()
-        os.dup2(writer, 3)
+        self.process = spawn([program], writer, stderr=subprocess.PIPE, cwd=folder)
         os.close(writer)
-        self.process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        stderr=subprocess.PIPE, pass_fds=[3], cwd=folder)
-        os.dup2(NOTHING, 3)
         self.frames_in = os.fdopen(reader, "rb")
         self.frame_delay_s = 0
         self.changed = threading.Condition()
@@ -127,19 +124,13 @@ class FrontEnd:
         self.answers.append((sent, answer))
 
     def read_frames(self):
-        while len(length := self.frames_in.read(4)) == 4:
+        for frame in frames_of(self.frames_in):
             if self.frame_delay_s:
                 time.sleep(self.frame_delay_s)
-            size = int.from_bytes(length, "little")
-            frame = self.frames_in.read(size)
-            if len(frame) != size:
-                raise Fault(f"a frame of {size} bytes ends after {len(frame)}")
             with self.changed:
-                self.frames.append((size, frame[:4]))
+                self.frames.append((len(frame), frame[:4]))
                 self.match_frames()
                 self.changed.notify_all()
-        if length:
-            raise Fault("a frame's length is cut off")
 
     def match_frames(self):
         while self.awaited_frames and self.frames:

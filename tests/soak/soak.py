@@ -6,9 +6,9 @@ changes and damages the game's files meanwhile. It asks for: one reply per line,
 right type; the announced frame after it; events only where they belong; no growth of memory or open
 files after the warm-up; a clean end. All files that are written lie in a temporary folder.
 
-usage: soak.py [--seconds N] [--requests N] [--seed N] [--large FOLDER] [--any-memory] PROGRAM SAMPLES
+usage: soak.py [--seconds N] [--requests N] [--seed N] [--large FOLDER] [--any-memory] PROGRAM MESSAGES SAMPLES
 
-The same seed draws the same requests, as long as the program answers the same. FOLDER holds roots
+MESSAGES is what orb-list-messages prints. The same seed draws the same requests, as long as the program answers the same. FOLDER holds roots
 written by orb-write-large-data-root. --any-memory is for builds whose allocator never gives back.
 """
 import argparse
@@ -25,7 +25,6 @@ from disk import Disk
 from drawn_requests import Requests
 from front_end import Fault, FrontEnd, read_commands
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 # The allocator keeps what the largest request so far has needed, and the mix of requests differs
 # from one window to the next; a leak of 200 bytes a request is 20 MB in 100,000.
 TOLERATED_GROWTH_BYTES, TOLERATED_GROWTH = 16 << 20, 0.10
@@ -123,11 +122,12 @@ def main():
     parser.add_argument("--large")
     parser.add_argument("--any-memory", action="store_true")
     parser.add_argument("program")
+    parser.add_argument("messages")
     parser.add_argument("samples")
     options = parser.parse_args()
     print(f"seed {options.seed}", flush=True)
     rng = random.Random(options.seed)
-    commands = read_commands(os.path.join(ROOT, "server/command_table.cpp"))
+    commands = read_commands(options.messages)
     with tempfile.TemporaryDirectory(prefix="orb-soak-") as folder:
         disk = Disk(folder, options.samples, options.large)
         front_end = FrontEnd(os.path.abspath(options.program), folder, commands)

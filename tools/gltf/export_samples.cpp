@@ -11,8 +11,8 @@
 
 #include "io/path_text.h"
 #include "model/glb.h"
-#include "server/logger.h"
 #include "session/unit_view_session.h"
+#include "tests/quiet_log.h"
 
 // Writes models for tools that look at them: every unit of a data root, with and without team
 // colour, and three that strain the format.
@@ -66,8 +66,9 @@ void exportUnits(const fs::path& data, const fs::path& output) {
     for (const UnitDeclaration* const unit : mounted.catalogue.roster()) {
         for (const bool isTeamed : {false, true}) {
             red.enabled = isTeamed;
-            const ExportedModel model = exportModel(session.loadUnit(unit->name).model,
-                                                    mounted.textures, session.palette(), red);
+            const ExportedModel model =
+                exportModel(session.loadUnit(unit->name).model, mounted.pictures.textures,
+                            session.palette(), red);
             writeFile(output / (unit->name + (isTeamed ? ".team.glb" : ".glb")), model.glb);
         }
     }
@@ -80,9 +81,7 @@ int main(int argc, char** argv) try {
         std::fprintf(stderr, "usage: orb-export-samples DATA_DIR OUTPUT_DIR\n");
         return 2;
     }
-    Logger quiet;
-    quiet.setEcho(false);
-    setCurrentLogger(&quiet);
+    const QuietLog quiet;
     const fs::path output = io::pathFromText(argv[2]);
     fs::create_directories(output);
     exportUnits(io::pathFromText(argv[1]), output);

@@ -1,8 +1,10 @@
 // Checks docs/protocol.d.ts against the program: plays the transcripts, compiles what went over the
 // wire against the declarations, and asks that every declared member was met. The names of the
-// messages are compared with the command table's and with the table in docs/protocol.md.
+// messages are compared with the program's own and with the table in docs/protocol.md.
 //
-// usage: node check.mjs PYTHON PROGRAM DATA_DIR TRANSCRIPT...
+// usage: node check.mjs PYTHON PROGRAM MESSAGES DATA_DIR TRANSCRIPT...
+//
+// MESSAGES is what orb-list-messages prints.
 import { spawnSync } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
@@ -57,15 +59,6 @@ function playTranscripts(python, program, data, transcripts) {
     }
 }
 
-/** The rows of the command table. */
-function readCommands() {
-    const source = readFileSync(join(ROOT, 'server/command_table.cpp'), 'utf8');
-    const rows = source.matchAll(/^ +\{"([^"]+)", "([^"]+)", Effect::(\w+), "[^"]*", ([\w:]+)\},$/gm);
-    return [...rows].map(([, type, replyType, effect, handler]) => ({
-        type, replyType, effect, isBuilt: handler !== 'nullptr',
-    }));
-}
-
 /** Type → whether it is built, as the page's table of families says; unbuilt ones follow a dash. */
 function readPage() {
     const names = new Map();
@@ -93,7 +86,7 @@ function generateChecks(commands, traffic) {
         `const transforms: Record<P.TransformsMessage, 1> = ${object(withEffect('transforms'), () => 1)};`,
         ...USE,
     ];
-    const places = lines.map((line) => USE.includes(line) ? 'use' : 'server/command_table.cpp');
+    const places = lines.map((line) => USE.includes(line) ? 'use' : 'the messages');
     for (const { place, type, value } of traffic) {
         lines.push(`const l${lines.length}: ${type} = ${JSON.stringify(value)};`);
         places.push(place);
@@ -136,9 +129,9 @@ function checkPage(commands, traffic) {
     return faults;
 }
 
-const [python, program, data, ...transcripts] = process.argv.slice(2);
+const [python, program, messages, data, ...transcripts] = process.argv.slice(2);
 const traffic = playTranscripts(python, program, data, transcripts);
-const commands = readCommands();
+const commands = JSON.parse(readFileSync(messages, 'utf8'));
 const samples = sampleTraffic(traffic, readFileSync(DECLARATIONS, 'utf8'), FORGIVEN);
 const { lines, places } = generateChecks(commands, samples);
 const compiled = compile(lines.join('\n'));

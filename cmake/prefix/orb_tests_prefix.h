@@ -1,0 +1,4 @@
+// What most tests include.
+#include <gtest/gtest.h>
+
+#include "orb_prefix.h"

@@ -1,0 +1,27 @@
+#include "server/handlers/encode_edit.h"
+
+#include <array>
+
+#include <nlohmann/json.hpp>
+
+#include "io/path_text.h"
+
+namespace orb::unitview::ipc {
+namespace {
+
+using nlohmann::json;
+
+/// By EditOutcome.
+constexpr std::array<std::string_view, 3> kOutcomeWords = {"ok", "needs-backup-consent",
+                                                           "base-ta-refused"};
+
+}  // namespace
+
+json encodeEdit(const EditResult& edit) {
+    json data = {{"outcome", kOutcomeWords.at(static_cast<std::size_t>(edit.outcome))},
+                 {"resolvedPath", io::textFromPath(edit.resolvedPath)}};
+    if (edit.reloadError) data["reloadError"] = *edit.reloadError;
+    return data;
+}
+
+}  // namespace orb::unitview::ipc

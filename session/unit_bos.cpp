@@ -1,0 +1,49 @@
+#include "session/unit_bos.h"
+
+#include "session/request_error.h"
+#include "session/unit_script.h"
+
+namespace orb::unitview {
+namespace {
+
+bos::SourceComparison compare(const UnitViewSession& session, const UnitScript& script,
+                              const std::string& source) {
+    return bos::compareSource(*script.cob, source, script.sourcePath, includeFiles(session));
+}
+
+}  // namespace
+
+UnitBos readUnitBos(const UnitViewSession& session, const std::optional<std::string>& name) {
+    UnitScript script = readUnitScript(session, name);
+    if (!script.source) {
+        bos::BosDisassembly text = bos::disassembleCob(*script.cob);
+        UnitBos result{std::move(script.unitName), std::move(text.source), {}, {}};
+        if (text.isExact) result.lineSpans = std::move(text.lineSpans);
+        return result;
+    }
+    bos::SourceComparison compared = compare(session, script, *script.source);
+    UnitBos result{
+        std::move(script.unitName), std::move(*script.source), std::move(script.sourcePath), {}};
+    if (compared.ok && compared.isSameCode) result.lineSpans = std::move(compared.lineSpans);
+    return result;
+}
+
+bos::BosDisassembly disassembleScript(const UnitViewSession& session,
+                                      const std::optional<io::Bytes>& cob,
+                                      const bos::BosOptionChoices& choices) {
+    return reportingFailure([&] {
+        return cob ? bos::disassembleCob(io::parseCob(*cob), choices)
+                   : bos::disassembleCob(*readUnitScript(session, std::nullopt).cob, choices);
+    });
+}
+
+UnitSourceComparison compareUnitSource(const UnitViewSession& session,
+                                       const std::optional<std::string>& name,
+                                       const std::optional<std::string>& source) {
+    UnitScript script = readUnitScript(session, name);
+    if (!source && !script.source) throw RequestError("BOS source not found: " + script.sourcePath);
+    bos::SourceComparison comparison = compare(session, script, source ? *source : *script.source);
+    return {std::move(script.unitName), std::move(comparison)};
+}
+
+}  // namespace orb::unitview
