@@ -72,7 +72,7 @@ fs::path writeRoot(const fs::path& root) {
     for (std::size_t i = 0; i < kFeatureKinds; ++i)
         features += fmt::format("[KIND{:02}]{{footprintx=2;footprintz=2;blocking={};}}", i, i % 2);
     writeFile(root / "features/all/kinds.tdf", features);
-    const fs::path file = root / "maps" / fmt::format("{}.tnt", kName);
+    fs::path file = root / "maps" / fmt::format("{}.tnt", kName);
     writeFile(file, io::asText(io::writeTnt(makeLargeMap())));
     return file;
 }

@@ -27,8 +27,10 @@ Span cutAtEdges(std::int64_t first, std::int64_t length, std::int64_t side) {
 }
 
 TerrainArea areaOf(const io::TntSize& size, const TerrainRequest& request) {
-    const Span x = cutAtEdges(request.x, request.width, size.width * io::kTntCellSide);
-    const Span z = cutAtEdges(request.z, request.height, size.height * io::kTntCellSide);
+    const Span x =
+        cutAtEdges(request.x, request.width, std::int64_t{size.width} * io::kTntCellSide);
+    const Span z =
+        cutAtEdges(request.z, request.height, std::int64_t{size.height} * io::kTntCellSide);
     if (x.begin >= x.end || z.begin >= z.end) throw RequestError("area outside the map");
     const auto pixels = [](std::int64_t value) { return static_cast<std::uint32_t>(value); };
     return {pixels(x.begin), pixels(z.begin), pixels(x.end - x.begin), pixels(z.end - z.begin)};

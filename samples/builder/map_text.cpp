@@ -143,7 +143,7 @@ void MapMaker::carryOut() {
 void MapMaker::shape(const std::function<double(Point, double)>& shape) {
     for (int z = 0; z < land_.depth; ++z)
         for (int x = 0; x < land_.width; ++x) {
-            double& height = land_.heights[static_cast<std::size_t>(z * land_.width + x)];
+            double& height = land_.heights[land_.index(x, z)];
             height = shape({double(x), double(z)}, height);
         }
 }
@@ -202,8 +202,7 @@ void MapMaker::place(const std::string& name, int x, int z) {
         source_.fail(fmt::format("{} {} lies outside the map", x, z));
     auto found = std::ranges::find(featureNames_, name);
     if (found == featureNames_.end()) found = featureNames_.insert(found, name);
-    features_[static_cast<std::size_t>(z * land_.width + x)] =
-        static_cast<std::uint16_t>(found - featureNames_.begin());
+    features_[land_.index(x, z)] = static_cast<std::uint16_t>(found - featureNames_.begin());
 }
 
 void MapMaker::feature() {
@@ -217,9 +216,7 @@ void MapMaker::feature() {
 bool MapMaker::isRoomAround(int x, int z) const {
     for (int row = std::max(0, z - 1); row <= std::min(land_.depth - 1, z + 1); ++row)
         for (int column = std::max(0, x - 1); column <= std::min(land_.width - 1, x + 1); ++column)
-            if (features_[static_cast<std::size_t>(row * land_.width + column)] !=
-                io::kTntNoFeature)
-                return false;
+            if (features_[land_.index(column, row)] != io::kTntNoFeature) return false;
     return true;
 }
 

@@ -17,10 +17,11 @@ struct Landscape {
     /// Of the north-western corner of each cell, in map pixels, rows from the north-west.
     std::vector<double> heights;
 
-    double at(int x, int z) const {
-        return heights[static_cast<std::size_t>(z) * static_cast<std::size_t>(width) +
-                       static_cast<std::size_t>(x)];
+    std::size_t index(int x, int z) const {
+        return static_cast<std::size_t>(z) * static_cast<std::size_t>(width) +
+               static_cast<std::size_t>(x);
     }
+    double at(int x, int z) const { return heights[index(x, z)]; }
 };
 
 /// What the ground is made of, as ramps of the palette.

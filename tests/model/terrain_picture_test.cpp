@@ -112,7 +112,7 @@ TEST(MinimapPicture, IsMadeOfTheTilesWhenThereIsNone) {
     EXPECT_EQ(minimapPicture(map, io::greyscaleRamp()).width, 96U);
 
     map.size = {1'280, 960};
-    map.tileMap.assign(640 * 480, 1);
+    map.tileMap.assign(std::size_t{640} * 480, 1);
     const IndexedPicture large = minimapPicture(map, io::greyscaleRamp());
     EXPECT_EQ(large.width, 214U);  // three tiles a pixel, the last of one
     EXPECT_EQ(large.height, 160U);
