@@ -38,6 +38,7 @@ public:
     std::int64_t requiredInteger(const char* key) const;
     std::optional<double> number(const char* key) const;
     std::vector<std::string> requiredTexts(const char* key) const;
+    std::optional<std::vector<std::string>> texts(const char* key) const;
     std::optional<std::vector<std::int64_t>> integers(const char* key) const;
     std::optional<Payload> object(const char* key) const;
     /// The objects of an array member, each as a payload of its own.

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "io/formats/palette.h"
@@ -34,12 +35,15 @@ public:
     /// setDataRoots first" or "could not locate source for NAME".
     UnitSource resolveUnitSource(const std::string& name) const;
 
-    /// Takes over a file that was written behind the mounted data: reopens the archive (an empty
-    /// internal path stands for all its entries), reads catalogue and tables anew where files may
-    /// have changed (that archive and all loose files), and reloads the loaded unit when the file
-    /// is its source. References into `data()` end. Returns why that unit cannot be loaded any more
-    /// (it is not loaded then), or none.
-    std::optional<std::string> refreshAfterWrite(const io::FileLocation& written);
+    /// Takes over files that were written behind the mounted data: reopens the archives (an empty
+    /// internal path stands for all entries), reads catalogue and tables anew where files may have
+    /// changed (those archives and all loose files), and reloads the loaded unit when one of the
+    /// files is, or has become, its definition, model or script. References into `data()` end.
+    /// Returns why that unit cannot be loaded any more (it is not loaded then), or none.
+    std::optional<std::string> refreshAfterWrite(std::span<const io::FileLocation> written);
+    std::optional<std::string> refreshAfterWrite(const io::FileLocation& written) {
+        return refreshAfterWrite({&written, 1});
+    }
 
     /// Loads a unit in place of the loaded one. Throws RequestError: "unit name is required" and
     /// "data roots not set" leave the loaded unit, any other failure leaves none.
@@ -65,7 +69,9 @@ public:
 
 private:
     void unloadUnit();
+    void readAgain(std::span<const io::FileLocation> written);
     bool isLoadedFrom(const io::FileLocation& written) const;
+    bool wouldLoadFrom(const io::FileLocation& written) const;
 
     std::unique_ptr<MountedData> data_;
     LintSuppressions lintSuppressions_;
