@@ -70,11 +70,13 @@ FbiEdit editDefinition(const RawDefinition& definition, std::span<const FbiChang
 }
 
 EditResult writeUnitFiles(UnitViewSession& session, std::span<const FileWrite> files,
-                          bool allowBackupCreation, io::FileOps& ops) {
+                          bool allowBackupCreation, io::FileOps& ops,
+                          const std::optional<UnitSource>& model) {
     WriteResult written = writeSources(ops, files, allowBackupCreation);
     if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
     if (written.outcome == WriteOutcome::needsBackupConsent)
         return {EditOutcome::needsBackupConsent, std::move(written.resolvedPath), {}};
+    if (model) session.takeModelAsSaved(*model);
     std::vector<FileLocation> locations;
     locations.reserve(files.size());
     for (const FileWrite& file : files) locations.push_back(file.target);

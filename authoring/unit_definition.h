@@ -49,9 +49,11 @@ struct EditResult {
 };
 
 /// Writes files of units, all or none, whatever they belong to, and lets the session take them over
-/// at once. `resolvedPath` is that of writeSources. Throws RequestError with the write's message.
+/// at once. One of them may be that of the working model, `model`. `resolvedPath` is that of
+/// writeSources. Throws RequestError with the write's message.
 EditResult writeUnitFiles(UnitViewSession& session, std::span<const FileWrite> files,
-                          bool allowBackupCreation, io::FileOps& ops = io::systemFileOps());
+                          bool allowBackupCreation, io::FileOps& ops = io::systemFileOps(),
+                          const std::optional<UnitSource>& model = {});
 
 /// Writes the file of a unit, whatever it belongs to, and lets the session take it over. Throws
 /// RequestError with the write's message.

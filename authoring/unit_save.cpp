@@ -5,12 +5,14 @@
 #include <fmt/format.h>
 
 #include "authoring/mod_target.h"
+#include "authoring/model_commit.h"
 #include "authoring/unit_parts.h"
 #include "io/ascii.h"
 #include "io/files/folder_lock.h"
 #include "io/formats/cob_file.h"
 #include "io/formats/tdf.h"
 #include "io/game_paths.h"
+#include "model/build_picture_file.h"
 #include "session/request_error.h"
 #include "session/unit_script.h"
 
@@ -48,12 +50,15 @@ public:
           request_(request),
           definition_(std::move(definition)) {
         takeDefinition();
+        takeModel();
         takeScript();
         takePicture();
     }
 
     SaveResult result;
     std::vector<FileWrite> writes;
+    /// Where the working model is written, if it is.
+    std::optional<UnitSource> model;
 
 private:
     void takeDefinition() {
@@ -97,18 +102,36 @@ private:
         }
     }
 
+    void takeModel() {
+        const WorkingModel* const working = session_.workingModel();
+        if (!request_.model || !working || !working->isDirty()) return;
+        auto saved = modelToSave(session_);
+        if (!saved) return;
+        if (saved->target.inBaseTa)
+            saved->target = {placeOf(io::kModelFiles.path(fileStem(saved->target.location))),
+                             false};
+        model = saved->target;
+        add("model", saved->target.location, std::move(saved->file));
+    }
+
     void takePicture() {
-        if (request_.picture) throw RequestError("pictures cannot be saved yet");
+        if (!request_.picture) return;
+        addPart("picture", buildPicturePath(info_, name_),
+                reportingFailure(
+                    [&] { return buildPictureFromPng(*request_.picture, session_.palette()); },
+                    "bad png_b64: "));
+    }
+
+    /// Where the game reads a file; in place of the base game's, one of the definition's mod.
+    io::FileLocation placeOf(const std::string& path) const {
+        const MountedData& data = session_.data();
+        const auto found = data.files.locateInLayers(path);
+        if (found && found->layer->rootKind != io::DataRootKind::base) return found->location;
+        return placeInRoot(data, rootOfDefinition(data, definition_.source.location), path);
     }
 
     void addPart(std::string_view part, const std::string& path, io::Bytes content) {
-        const MountedData& data = session_.data();
-        const auto found = data.files.locateInLayers(path);
-        if (found && found->layer->rootKind != io::DataRootKind::base)
-            add(part, found->location, std::move(content));
-        else
-            add(part, placeInRoot(data, rootOfDefinition(data, definition_.source.location), path),
-                std::move(content));
+        add(part, placeOf(path), std::move(content));
     }
 
     void add(std::string_view part, const io::FileLocation& location, io::Bytes content) {
@@ -137,7 +160,8 @@ SaveResult saveUnit(UnitViewSession& session, const SaveRequest& request, io::Fi
         return {{}, {}, {EditOutcome::refusedForBase, definition.source.location.path, {}}};
     Saving saving(session, request, std::move(definition));
     SaveResult result = std::move(saving.result);
-    result.edit = writeUnitFiles(session, saving.writes, request.allowBackupCreation, ops);
+    result.edit =
+        writeUnitFiles(session, saving.writes, request.allowBackupCreation, ops, saving.model);
     if (result.edit.outcome == EditOutcome::ok) result.edit.resolvedPath = file.path;
     return result;
 }

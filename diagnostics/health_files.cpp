@@ -137,8 +137,7 @@ void checkSource(const Context& context, Rows& rows) {
 void checkSourceShadow(const Context& context, Rows& rows) {
     const std::string& name = context.unit.name;
     std::vector<std::string> directories;
-    for (const io::LayeredLocation& found :
-         context.data.files.locateAll(fmt::format("units/{}.fbi", name)))
+    for (const io::LayeredLocation& found : context.data.files.locateAll(io::kUnitFiles.path(name)))
         directories.push_back(directoryText(found.location));
     if (directories.size() < 2) return;
     rows.push_back({name, CheckStatus::warn,

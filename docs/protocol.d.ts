@@ -157,33 +157,38 @@ export interface Messages {
     "conflict-scan": Message<None, "conflict-scan-result", ConflictReport>;
 
     // Model edits
-    "model-undo": Unbuilt<"model-undo">;
-    "model-redo": Unbuilt<"model-redo">;
-    "model-get-piece": Unbuilt<"model-piece">;
-    "model-apply-fix": Unbuilt<"model-fix-applied">;
-    "model-commit": Unbuilt<"model-committed">;
-    "model-revert": Unbuilt<"model-reverted">;
-    "model-get-unit-summary": Unbuilt<"model-unit-summary">;
-    "model-bleed-through": Unbuilt<"model-bleed-through">;
-    "model-duplicate-faces": Unbuilt<"model-duplicate-faces">;
+    "model-get-unit-summary": Message<None, "model-unit-summary", ModelSummary>;
+    "model-get-piece": Message<{ piece: PieceKey }, "model-piece", ModelPiece>;
+    "model-duplicate-faces": Message<DuplicatesRequest, "model-duplicate-faces", DuplicateFaces>;
+    "model-bleed-through": Message<BleedThroughRequest, "model-bleed-through", BleedThrough>;
+    "model-apply-fix": Message<ModelFix, "model-fix-applied", AppliedFix>;
+    "model-undo": Message<None, "model-undo", UndoneFix>;
+    "model-redo": Message<None, "model-redo", UndoneFix>;
+    "model-revert": Message<None, "model-reverted", { hadEdits: boolean }>;
+    "model-commit": Message<{ allowBackupCreation?: boolean }, "model-committed", WriteResult>;
 
     // Texture edits
-    "texture-suggest-remap": Unbuilt<"texture-remap-suggestion">;
-    "texture-preview-remap": Unbuilt<"texture-remap-preview">;
-    "texture-apply-remap": Unbuilt<"texture-remap-applied">;
+    "texture-suggest-remap": Message<
+        { textureName: string; direction?: "away" | "toward" }, "texture-remap-suggestion",
+        RemapSuggestion>;
+    "texture-preview-remap": Message<
+        { textureName: string; map?: IndexChange[] }, "texture-remap-preview", RemapPreview>;
+    "texture-apply-remap": Message<RemapRequest, "texture-remap-applied", RemapResult>;
 
     // Map mode
-    "map-list": Unbuilt<"map-list-reply">;
-    "map-load": Unbuilt<"map-load-reply">;
-    "map-exit": Unbuilt<"map-exit-reply">;
-    "map-spawn": Unbuilt<"map-spawn-reply">;
+    "map-list": Message<None, "map-list-reply", { maps: MapEntry[] }>;
+    "map-load": Message<MapRequest, "map-load-reply", LoadedMap>;
+    "map-exit": Message<None, "map-exit-reply", { wasLoaded: boolean }>;
+    "map-spawn": Message<Spawn, "map-spawn-reply", SpawnedUnits | SpawnedFeature>;
     "map-move": Unbuilt<"map-move-reply">;
     "map-tick": Unbuilt<"map-tick-reply">;
-    "map-snapshot": Unbuilt<"map-snapshot-reply">;
-    "map-heightmap": Unbuilt<"map-heightmap-reply">;
-    "map-minimap": Unbuilt<"map-minimap-reply">;
-    "map-features": Unbuilt<"map-features-reply">;
-    "map-terrain-texture": Unbuilt<"map-terrain-texture-reply">;
+    "map-snapshot": Message<SnapshotRequest, "map-snapshot-reply", Snapshot>;
+    "map-heightmap": Message<{ plane?: "height" }, "map-heightmap-reply", Heightmap>;
+    /** The frame is a PNG. */
+    "map-minimap": Message<None, "map-minimap-reply", Minimap>;
+    "map-features": Message<None, "map-features-reply", MapFeatures>;
+    /** The frame is an indexed PNG. */
+    "map-terrain-texture": Message<TerrainRequest, "map-terrain-texture-reply", TerrainTexture>;
 }
 
 interface Message<Payload, ReplyType extends string, Data> {
@@ -487,16 +492,18 @@ interface ThreadCount {
 export interface PieceTransforms extends ThreadCount {
     tick: number;
     /** One for each model piece. Offsets in model units, angles in radians. */
-    transforms: {
-        piece: string;
-        tx: number;
-        ty: number;
-        tz: number;
-        rx: number;
-        ry: number;
-        rz: number;
-        visible: boolean;
-    }[];
+    transforms: PieceTransform[];
+}
+
+export interface PieceTransform {
+    piece: string;
+    tx: number;
+    ty: number;
+    tz: number;
+    rx: number;
+    ry: number;
+    rz: number;
+    visible: boolean;
 }
 
 /** A source line's code, both ends included. */
@@ -591,8 +598,8 @@ export interface BosOptions {
     linearScale: number;
     /** COB units of `<1>`, 182 by default. */
     angularScale: number;
-    /** The first of each pair is the default. */
-    implicitReturn: "safe" | "compat";
+    /** Of the words the first is the default. */
+    implicitReturn: "safe" | "compat" | "last-word";
     valuelessReturn: "push0" | "bare";
     argumentOrder: "vm" | "source";
 }
@@ -905,6 +912,53 @@ export interface SavedUnit extends WriteResult {
     diagnostics?: BosDiagnostic[];
 }
 
+// ---- Texture edits ----
+
+/** A palette index (0 to 255) that gives way to another. */
+export interface IndexChange {
+    from: number;
+    to: number;
+}
+
+export interface RemapSuggestion {
+    /** As its file spells it. */
+    textureName: string;
+    source: Source;
+    /** Of the first frame. */
+    width: number;
+    height: number;
+    frames: number;
+    /** Of all frames, what they share once; in a preview what remains afterwards. */
+    teamPixels: number;
+    totalPixels: number;
+    /** With the number of pixels that have `from`, and how different the colours look. */
+    map: (IndexChange & { pixels: number; distance: number })[];
+}
+
+export interface RemapPreview extends RemapSuggestion {
+    /** PNG files of the first frame. */
+    before_b64: string;
+    after_b64: string;
+    changedPixels: number;
+}
+
+interface RemapRequest {
+    textureName: string;
+    /** Out of the team bands when absent. */
+    map?: IndexChange[];
+    /** A mounted mod folder, where a texture of the base game is copied to. */
+    modPath?: string;
+    /** Consent to the first write's backup; false when absent. */
+    allowBackupCreation?: boolean;
+}
+
+export interface RemapResult extends WriteResult {
+    /** Written or not. */
+    changedPixels: number;
+    /** Other textures of the file that show changed pixels. */
+    alsoChanges: string[];
+}
+
 // ---- Diagnostics ----
 
 export interface UnitHealth {
@@ -1051,4 +1105,345 @@ interface CompileFinding<Severity extends string> {
     severity: Severity;
     code: string;
     message: string;
+}
+
+// ---- Model edits ----
+
+type Point = [x: number, y: number, z: number];
+
+/** A name in any case, the first of that name, or an index in the order of `pieceTree`. */
+export type PieceKey = string | number;
+
+export interface FaceKey {
+    piece: PieceKey;
+    primIndex: number;
+}
+
+export type FaceIssue =
+    | "degenerate" | "non-planar" | "concave" | "duplicate" | "overlap" | "missing-texture" | "bad-index";
+export type PieceIssue = "unused-vertex" | "no-selection" | "piece-name" | "unscripted-piece";
+
+export interface EditState {
+    undoDepth: number;
+    redoDepth: number;
+    /** The model is not as it was saved. */
+    isDirty: boolean;
+}
+
+export interface ModelSummary extends EditState {
+    unitName: string;
+    /** There is a step to undo or redo. */
+    hasEdits: boolean;
+    undoLabel?: string;
+    redoLabel?: string;
+    pieceCount: number;
+    vertexCount: number;
+    /** With selection plates; `triangleCount` and `bounds` are of what is drawn. */
+    faceCount: number;
+    triangleCount: number;
+    textureCount: number;
+    /** In the unit's space. */
+    bounds: { min: Point; max: Point };
+    pieces: (ModelPieceHead & { vertexCount: number; faceCount: number; issueCount: number })[];
+    issues: { kind: FaceIssue | PieceIssue; count: number }[];
+}
+
+interface ModelPieceHead {
+    index: number;
+    name: string;
+    /** Index of the piece that it hangs from; none of the root. */
+    parent?: number;
+    /** From the parent. */
+    position: Point;
+}
+
+export interface ModelPiece extends ModelPieceHead {
+    vertices: Point[];
+    faces: ModelFace[];
+    issues: PieceIssue[];
+}
+
+export interface ModelFace {
+    primIndex: number;
+    indices: number[];
+    texture?: string;
+    /** Palette index of a face without texture. */
+    color?: number;
+    flags: [boolean, boolean, boolean];
+    isTwin: boolean;
+    /** The face whose back the twin shows. */
+    twinOf?: number;
+    isSelection: boolean;
+    /** To the side that is seen; 0 without area. */
+    normal: Point;
+    area: number;
+    issues: FaceIssue[];
+}
+
+interface DuplicatesRequest {
+    piece?: PieceKey;
+    /** Model units; 0.001 when absent. */
+    tolerance?: number;
+}
+
+export interface DuplicateFaces {
+    groups: {
+        piece: string;
+        pieceIndex: number;
+        kind: "same" | "opposite" | "overlap";
+        faces: number[];
+        /** The common part of the smaller face; 1 unless they overlap. */
+        share: number;
+    }[];
+    faceCount: number;
+}
+
+interface BleedThroughRequest {
+    /** "game", from above, when absent. */
+    view?: "game" | "all";
+    /** 16 to 4,096; 256 when absent. */
+    directions?: number;
+    /** "rest" when absent. */
+    pose?: "rest" | "current";
+}
+
+export interface BleedThrough {
+    faces: { piece: string; pieceIndex: number; primIndex: number; share: number }[];
+    directions: number;
+    rayCount: number;
+}
+
+export type ModelFix =
+    | { kind: "add-twins" | "remove-twins" | "triangulate"; faces?: FaceKey[] }
+    | { kind: "flip-faces" | "delete-faces"; faces: FaceKey[] }
+    | { kind: "remove-duplicates"; faces?: FaceKey[]; tolerance?: number }
+    | { kind: "remove-degenerate" | "make-selection" }
+    | { kind: "turn-corners"; faces: FaceKey[]; by?: number }
+    | { kind: "set-texture"; faces: FaceKey[]; texture: string }
+    | { kind: "set-color"; faces: FaceKey[]; color: number }
+    | { kind: "replace-texture"; from: string; to: string }
+    | { kind: "remove-unused-vertices"; piece?: PieceKey }
+    | { kind: "weld-vertices"; piece?: PieceKey; tolerance?: number }
+    | { kind: "move-vertices"; piece: PieceKey; vertices: number[]; by: Point }
+    | { kind: "scale"; factor: number; piece?: PieceKey }
+    | { kind: "rename-piece"; piece: PieceKey; name: string }
+    | { kind: "move-piece"; piece: PieceKey; position: Point }
+    | { kind: "set-selection"; piece: PieceKey; primIndex: number };
+
+export interface AppliedFix extends EditState {
+    kind: ModelFix["kind"];
+    label: string;
+    /** Faces, vertices or pieces; 0 is no step. */
+    changed: number;
+}
+
+export interface UndoneFix extends EditState {
+    label: string;
+}
+
+// ---- Maps ----
+// Lengths in map pixels, x to the east, z to the south, y up; headings in radians, 0 facing +z.
+
+export interface MapEntry {
+    name: string;
+    /** From here on to `planet`: empty without a description. */
+    title: string;
+    description: string;
+    size: string;
+    players: string;
+    planet: string;
+    /** The type of each schema by its number; empty for one that is missing. */
+    schemas: string[];
+    /** Without it the map cannot be loaded. */
+    hasTerrain: boolean;
+    hasDescription: boolean;
+    /** Absent when the ground cannot be read. */
+    cellsX?: number;
+    cellsZ?: number;
+    source: Source;
+}
+
+export interface MapRequest {
+    name: string;
+    /** Default 0. */
+    schema?: number;
+    /** Default true. */
+    placeUnits?: boolean;
+}
+
+export interface LoadedMap {
+    name: string;
+    title: string;
+    schema: number;
+    schemas: string[];
+    width: number;
+    height: number;
+    cellsX: number;
+    cellsZ: number;
+    cellSize: 16;
+    seaLevel: number;
+    minHeight: number;
+    maxHeight: number;
+    lavaWorld: boolean;
+    /** Pixels per second squared. */
+    gravity: number;
+    minWind: number;
+    maxWind: number;
+    tidal: number;
+    surfaceMetal: number;
+    startPositions: { player: number; x: number; z: number }[];
+    featureCount: number;
+    missingFeatures: string[];
+    unitCount: number;
+    missingUnits: string[];
+    hasMinimap: boolean;
+    tick: number;
+    /** Lists of which not everything was taken over. */
+    cut?: { what: "schemas" | "startPositions" | "features" | "units"; given: number; kept: number }[];
+}
+
+/** A unit, else a feature. */
+export interface Spawn {
+    unit?: string;
+    feature?: string;
+    x: number;
+    z: number;
+    /** 1 to 10, default 1. */
+    player?: number;
+    heading?: number;
+    /** 1 to 1,000, default 1. */
+    count?: number;
+    /** 0 to 1, default 1. */
+    buildFraction?: number;
+    /** 1 to 100 percent, default 100. */
+    health?: number;
+    active?: boolean;
+    /** Without testing the site. */
+    force?: boolean;
+}
+
+/** The place is that of the first unit. */
+export interface SpawnedUnits {
+    unitIds: number[];
+    /** How many of the count found no place. */
+    refused: number;
+    unitName: string;
+    x: number;
+    y: number;
+    z: number;
+}
+
+export interface SpawnedFeature {
+    featureId: number;
+    x: number;
+    y: number;
+    z: number;
+}
+
+export interface SnapshotRequest {
+    unitIds?: number[];
+    /** Only what this player sees. */
+    player?: number;
+    /** Asks for `transforms`. */
+    pieces?: boolean;
+    /** A tick: transforms only of units whose pose changed after it. */
+    since?: number;
+    /** Asks for `features`. */
+    features?: boolean;
+}
+
+export interface Snapshot {
+    tick: number;
+    units: MapUnit[];
+    projectiles: never[];
+    /** What changed since the map was loaded. */
+    features?: { added: MapFeature[]; removed: number[] };
+}
+
+export interface MapUnit {
+    unitId: number;
+    unitName: string;
+    player: number;
+    x: number;
+    y: number;
+    z: number;
+    heading: number;
+    pitch: number;
+    roll: number;
+    /** Pixels per second. */
+    speed: number;
+    health: number;
+    maxHealth: number;
+    /** 1 is ready. */
+    buildFraction: number;
+    state: "idle" | "nanoframe";
+    active: boolean;
+    /** Orders behind the current one. */
+    queued: number;
+    weapons: { slot: number; state: "idle"; reload: number; stock: number }[];
+    transforms?: PieceTransform[];
+}
+
+export interface Heightmap {
+    plane: "height";
+    /** In cells. */
+    width: number;
+    height: number;
+    cellSize: 16;
+    seaLevel: number;
+    byteSize: number;
+}
+
+export interface Minimap {
+    width: number;
+    height: number;
+    byteSize: number;
+}
+
+/** Id, index of the type, and the middle of the footprint: x, y, z. */
+export type MapFeature = [number, number, number, number, number];
+
+export interface MapFeatures {
+    types: FeatureType[];
+    features: MapFeature[];
+}
+
+export interface FeatureType {
+    name: string;
+    /** False when nothing declares it; the rest are defaults then. */
+    found: boolean;
+    /** In cells. */
+    footprintX: number;
+    footprintZ: number;
+    height: number;
+    blocking: boolean;
+    reclaimable: boolean;
+    metal: number;
+    energy: number;
+    /** A model. */
+    object?: string;
+    /** An animation file, and the entry in it. */
+    filename?: string;
+    sequence?: string;
+}
+
+export interface TerrainRequest {
+    x?: number;
+    z?: number;
+    /** 0, the default, reaches to the map's edge. */
+    width?: number;
+    height?: number;
+    /** Map pixels to a side of a picture's pixel; default: as few as it takes. */
+    scale?: 1 | 2 | 4 | 8 | 16 | 32;
+}
+
+export interface TerrainTexture {
+    /** Where the picture begins on the map. */
+    x: number;
+    z: number;
+    /** Of the picture. */
+    width: number;
+    height: number;
+    scale: 1 | 2 | 4 | 8 | 16 | 32;
+    byteSize: number;
 }

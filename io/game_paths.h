@@ -37,6 +37,9 @@ inline constexpr GameFiles kAnimationFiles{"anims", ".gaf"};
 inline constexpr GameFiles kSoundFiles{"sounds", ".wav"};
 inline constexpr GameFiles kWeaponFiles{"weapons", ".tdf"};
 inline constexpr GameFiles kFeatureFiles{"features", ".tdf"};
+inline constexpr GameFiles kMapFiles{"maps", ".tnt"};
+/// Each beside the map of its name.
+inline constexpr GameFiles kMapDescriptionFiles{"maps", ".ota"};
 inline constexpr GameFiles kGameTableFiles{"gamedata", ".tdf"};
 inline constexpr GameFiles kDownloadFiles{"download", ".tdf"};
 /// Units in one document each, which the game itself does not know.

@@ -7,12 +7,11 @@
 #include <fmt/format.h>
 
 #include "io/ascii.h"
+#include "io/game_paths.h"
 #include "server/logger.h"
 
 namespace orb::unitview {
 namespace {
-
-constexpr std::string_view kTableSuffix = ".tdf";
 
 /// Of one source in one layer. Links can let a folder contain itself, and entries of an archive can
 /// share their data.
@@ -22,17 +21,18 @@ constexpr std::size_t kMaxFolders = 4'096;
 constexpr std::size_t kMaxTextBytes = 32 << 20;
 constexpr std::size_t kMaxFileBytes = 8 << 20;
 
+constexpr std::string_view kGameTables = io::kGameTableFiles.folder;
 constexpr TableFiles kWeaponFiles[] = {
-    {"weapons", ""}, {"gamedata", "weapons.tdf"}, {"", "weapons.tdf"}};
-constexpr TableFiles kMovementFiles[] = {{"gamedata", "moveinfo.tdf"}, {"", "moveinfo.tdf"}};
-constexpr TableFiles kSoundFiles[] = {{"gamedata", "sound.tdf"},
-                                      {"gamedata", "allsound.tdf"},
+    {io::kWeaponFiles.folder, ""}, {kGameTables, "weapons.tdf"}, {"", "weapons.tdf"}};
+constexpr TableFiles kMovementFiles[] = {{kGameTables, "moveinfo.tdf"}, {"", "moveinfo.tdf"}};
+constexpr TableFiles kSoundFiles[] = {{kGameTables, "sound.tdf"},
+                                      {kGameTables, "allsound.tdf"},
                                       {"", "sound.tdf"},
                                       {"", "allsound.tdf"}};
 
-constexpr TableFiles kFeatureFiles[] = {{"features", "", true}};
-constexpr TableFiles kSideFiles[] = {{"gamedata", "sidedata.tdf"}, {"", "sidedata.tdf"}};
-constexpr TableFiles kDownloadFiles[] = {{"download", ""}};
+constexpr TableFiles kFeatureFiles[] = {{io::kFeatureFiles.folder, "", true}};
+constexpr TableFiles kSideFiles[] = {{kGameTables, "sidedata.tdf"}, {"", "sidedata.tdf"}};
+constexpr TableFiles kDownloadFiles[] = {{io::kDownloadFiles.folder, ""}};
 
 std::string nameOf(std::string_view sectionName, const io::TdfSection&) {
     return std::string(sectionName);
@@ -113,7 +113,8 @@ void NamedTable::readFolder(const io::VfsLayer& layer, const std::string& folder
     const auto isWanted = [&](std::string_view name) {
         return bytesLeft > 0 && (fileName.empty() || name.size() == fileName.size());
     };
-    layer.files->forEachFile(folder, fileName.empty() ? kTableSuffix : fileName, visit, isWanted);
+    layer.files->forEachFile(folder, fileName.empty() ? io::kGameTableFiles.extension : fileName,
+                             visit, isWanted);
 }
 
 void NamedTable::read(const io::CompositeVirtualFileSystem& files,

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "io/path_text.h"
+#include "model/edit/model_values.h"
+#include "model/piece_list.h"
 #include "server/logger.h"
 #include "session/model_file.h"
 #include "session/request_error.h"
@@ -29,6 +32,7 @@ const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request
     auto mounted = mountDataRoots(request, palette());
     lintSuppressions_ = loadLintSuppressions(mounted->roots);
     data_ = std::move(mounted);
+    map_.reset();
     LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
                             << data_->catalogue.roster().size() << " units";
     return *data_;
@@ -37,11 +41,13 @@ const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request
 void UnitViewSession::clearDataRoots() {
     unloadUnit();
     data_.reset();
+    map_.reset();
     lintSuppressions_ = {};
 }
 
 void UnitViewSession::unloadUnit() {
     cob_.clear();
+    workingModel_.reset();
     unit_.reset();
 }
 
@@ -58,6 +64,39 @@ const io::Palette& UnitViewSession::palette() const {
 const LoadedUnit& UnitViewSession::requireUnit() const {
     if (!unit_) throw RequestError("no unit loaded; call load-unit first");
     return *unit_;
+}
+
+const io::Model3doObject& UnitViewSession::requireModel() const {
+    const LoadedUnit& unit = requireUnit();
+    return workingModel_ ? workingModel_->model() : unit.model;
+}
+
+void UnitViewSession::editModel(const std::function<void(WorkingModel&)>& edit) {
+    const LoadedUnit& unit = requireUnit();
+    std::optional<WorkingModel> begun;
+    if (!workingModel_) begun.emplace(unit.model);
+    edit(begun ? *begun : *workingModel_);
+    if (begun && begun->hasEdits()) workingModel_ = std::move(begun);
+    cob_.setModelPieces(pieceNames(requireModel()));
+}
+
+bool UnitViewSession::revertModel() {
+    const LoadedUnit& unit = requireUnit();
+    const bool hadEdits = workingModel_.has_value();
+    workingModel_.reset();
+    cob_.setModelPieces(pieceNames(unit.model));
+    return hadEdits;
+}
+
+void UnitViewSession::takeModelAsSaved(const UnitSource& file) {
+    if (workingModel_) workingModel_->markSaved();
+    // It may have been loaded from elsewhere, before other roots were set.
+    if (unit_) unit_->modelSource = file;
+}
+
+std::optional<std::string> UnitViewSession::refreshAfterModelWrite(const UnitSource& written) {
+    takeModelAsSaved(written);
+    return refreshAfterWrite(written.location);
 }
 
 UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
@@ -84,11 +123,21 @@ std::optional<std::filesystem::path> UnitViewSession::setLintSuppressed(const Li
 }
 
 bool UnitViewSession::isLoadedFrom(const io::FileLocation& written) const {
-    return unit_ && unit_->source && isSameFile(unit_->source->location, written);
+    return unit_ && unit_->source &&
+           (isSameFile(unit_->source->location, written) ||
+            (unit_->modelSource && isSameFile(unit_->modelSource->location, written)));
+}
+
+void UnitViewSession::reloadUnit() {
+    std::optional<WorkingModel> working = std::exchange(workingModel_, std::nullopt);
+    loadUnit(fileStem(unit_->source->location));
+    if (!working || !isSameModel(working->saved(), unit_->model)) return;
+    workingModel_ = std::move(working);
+    cob_.setModelPieces(pieceNames(workingModel_->model()));
 }
 
 bool UnitViewSession::wouldLoadFrom(const io::FileLocation& written) const {
-    if (!unit_ || unit_->loadedFromIR) return false;
+    if (!unit_ || !unit_->source || unit_->loadedFromIR) return false;
     const io::CompositeVirtualFileSystem& files = data_->files;
     const auto isIt = [&](const std::string& path) {
         const auto found = files.locate(path);
@@ -124,17 +173,35 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(
     std::span<const io::FileLocation> written) {
     if (written.empty()) return std::nullopt;
     readAgain(written);
+    // What stands on the map stays as it is; what comes is made from the files as they are now.
+    if (map_) map_->unitTypes.clear();
     if (std::ranges::none_of(written, [&](const io::FileLocation& file) {
             return isLoadedFrom(file) || wouldLoadFrom(file);
         }))
         return std::nullopt;
     try {
-        loadUnit(fileStem(unit_->source->location));
+        reloadUnit();
     } catch (const RequestError& error) {
         LogLine(LogLevel::warn) << "[refresh] unit unloaded: " << error.what();
         return error.what();
     }
     return std::nullopt;
+}
+
+const LoadedMap& UnitViewSession::loadMap(const MapRequest& request) {
+    if (request.name.empty()) throw RequestError("map name is required");
+    const MountedData& mounted = data();
+    map_ = reportingFailure([&] { return unitview::loadMap(mounted, request); });
+    return *map_;
+}
+
+bool UnitViewSession::exitMap() {
+    return std::exchange(map_, nullptr) != nullptr;
+}
+
+LoadedMap& UnitViewSession::requireMap() const {
+    if (!map_) throw RequestError("no map loaded; call map-load first");
+    return *map_;
 }
 
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {

@@ -1,14 +1,17 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 
 #include "io/formats/palette.h"
+#include "model/edit/working_model.h"
 #include "session/cob_session.h"
 #include "session/lint_suppressions.h"
+#include "session/loaded_map.h"
 #include "session/loaded_unit.h"
 #include "session/mounted_data.h"
 
@@ -19,11 +22,11 @@ namespace orb::unitview {
 class UnitViewSession {
 public:
     /// Mounts the roots and reads catalogue and tables, then replaces what was mounted before; the
-    /// loaded unit stays. Throws std::invalid_argument "taDataPath must not be empty" or what
-    /// listing a root raises; then everything stays as it was.
+    /// loaded unit stays, a loaded map does not. Throws std::invalid_argument "taDataPath must not
+    /// be empty" or what listing a root raises; then everything stays as it was.
     const MountedData& setDataRoots(const DataRootsRequest& request);
 
-    /// Drops the mounted data and the loaded unit.
+    /// Drops the mounted data, the loaded unit and the loaded map.
     void clearDataRoots();
 
     /// The mounted data. Throws RequestError "data roots not set".
@@ -38,8 +41,9 @@ public:
     /// Takes over files that were written behind the mounted data: reopens the archives (an empty
     /// internal path stands for all entries), reads catalogue and tables anew where files may have
     /// changed (those archives and all loose files), and reloads the loaded unit when one of the
-    /// files is, or has become, its definition, model or script. References into `data()` end.
-    /// Returns why that unit cannot be loaded any more (it is not loaded then), or none.
+    /// files is, or has become, its definition, model or script; a working model stays when that
+    /// model reads as it was saved. References into `data()` end. Returns why that unit cannot be
+    /// loaded any more (it is not loaded then), or none.
     std::optional<std::string> refreshAfterWrite(std::span<const io::FileLocation> written);
     std::optional<std::string> refreshAfterWrite(const io::FileLocation& written) {
         return refreshAfterWrite({&written, 1});
@@ -53,6 +57,29 @@ public:
     const LoadedUnit* unit() const { return unit_ ? &*unit_ : nullptr; }
     /// The loaded unit. Throws RequestError "no unit loaded; call load-unit first".
     const LoadedUnit& requireUnit() const;
+
+    /// The loaded unit's model as it stands: the working model, else the one that was loaded.
+    /// Throws as requireUnit does.
+    const io::Model3doObject& requireModel() const;
+    /// The edits of the loaded unit's model, or null. They end with load-unit and clear-data-roots.
+    const WorkingModel* workingModel() const { return workingModel_ ? &*workingModel_ : nullptr; }
+    /// Runs `edit` with the edits, which begin here without any, and lets the script's pieces
+    /// follow the names. Without a step in the end there are none again.
+    void editModel(const std::function<void(WorkingModel&)>& edit);
+    /// Drops the edits; false when there were none.
+    bool revertModel();
+    /// The working model was written to this file, which refreshAfterWrite is told of next.
+    void takeModelAsSaved(const UnitSource& file);
+    /// Takes over that the working model was written to a file, as refreshAfterWrite does.
+    std::optional<std::string> refreshAfterModelWrite(const UnitSource& written);
+
+    /// Loads a map in place of the loaded one. Throws RequestError: "map name is required", "data
+    /// roots not set" or what `unitview::loadMap` throws; then the loaded map stays.
+    const LoadedMap& loadMap(const MapRequest& request);
+    /// Drops the loaded map; false when there was none.
+    bool exitMap();
+    /// The loaded map. Throws RequestError "no map loaded; call map-load first".
+    LoadedMap& requireMap() const;
 
     /// The loaded unit's running script.
     CobSession& cob() { return cob_; }
@@ -72,11 +99,14 @@ private:
     void readAgain(std::span<const io::FileLocation> written);
     bool isLoadedFrom(const io::FileLocation& written) const;
     bool wouldLoadFrom(const io::FileLocation& written) const;
+    void reloadUnit();
 
     std::unique_ptr<MountedData> data_;
     LintSuppressions lintSuppressions_;
     std::optional<LoadedUnit> unit_;
+    std::optional<WorkingModel> workingModel_;
     CobSession cob_;
+    std::unique_ptr<LoadedMap> map_;
 };
 
 }  // namespace orb::unitview

@@ -13,8 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace orb::samples;
 
-constexpr const char* kRoots[] = {"game", "mod", "faulty", "found"};
-constexpr const char* kMapsRoot = "maps";
+constexpr const char* kRoots[] = {"game", "mod", "faulty", "found", "maps"};
 constexpr const char* kPaletteText = "palettes/PALETTE.PAL.txt";
 /// Written last; also marks the output directory as ours to clear.
 constexpr const char* kStampFile = "sample-data.stamp";
@@ -42,7 +41,7 @@ void buildAll(const fs::path& source, const fs::path& output) {
     }
     // Nothing is written before everything could be built.
     clearOutput(output);
-    fs::create_directories(output / kMapsRoot);
+    fs::create_directories(output);
     for (const auto& [path, bytes] : packed) writeFile(output / path, bytes);
     writeFile(output / kStampFile, {});
     fmt::print("{} files, {} bytes in {}\n", packed.size(), byteCount, output.generic_string());

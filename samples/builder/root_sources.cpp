@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "samples/builder/map_text.h"
 #include "samples/builder/script_text.h"
 #include "samples/builder/sound_text.h"
 
@@ -39,6 +40,7 @@ io::Bytes build(SourceText& text, const std::string& kind, const ArtContext& con
     if (kind == ".gaf")
         return io::writeGaf(parseGafText(text, context), io::GafEncoding::compressed);
     if (kind == ".pcx") return writePcxFile(parseImage(text, context), context.palette);
+    if (kind == ".tnt") return io::writeTnt(parseMapText(text, context.palette));
     if (kind == ".png") return writePngFile(parseImage(text, context), context.palette);
     throw std::runtime_error(fmt::format("no rule makes a {} file from a text", kind));
 }

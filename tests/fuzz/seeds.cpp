@@ -15,6 +15,7 @@
 #include "io/archive/hpi_format.h"
 #include "io/ascii.h"
 #include "io/formats/fbi.h"
+#include "io/formats/tnt.h"
 #include "io/vfs/data_roots.h"
 #include "memory_file.h"
 #include "tests/quiet_log.h"
@@ -42,6 +43,7 @@ const std::vector<Use>& uses() {
         {".fbi", "fbi_edit", std::string("\x03NewKey=a b\nbuildtime\nName=\n")},
         {".fbi", "text"},
         {".3do", "model"},
+        {".3do", "model_fix"},
         {".cob", "cob"},
         {".cob", "disassembler", "\x01"},
         {".cob", "lints", "\x06\x01"},
@@ -53,6 +55,9 @@ const std::vector<Use>& uses() {
         {".cob", "two_interpreters", "\x03\x01\x02\x03\x01\x05\x06\x01"},
         {".pcx", "pcx"},
         {".gaf", "gaf"},
+        {".gaf", "gaf_recolor", std::string("\x00\x02\x60\x10\x61\x00", 6)},
+        {".png", "png", "\x01"},
+        {".ota", "ota"},
         {".pal", "palette"},
         {".json", "unit_ir"},
         {".json", "text"},
@@ -190,6 +195,33 @@ std::set<std::string> useSources(Output& out, const fs::path& sources) {
     return words;
 }
 
+/// Small ones; those of the sample game would take a fuzzer minutes to work through.
+void makeMaps(Output& out) {
+    io::TntFile map;
+    map.size = {5, 4};
+    map.seaLevel = 30;
+    for (std::uint8_t i = 0; i < 20; ++i) map.cells.push_back({static_cast<std::uint8_t>(i * 9)});
+    map.cells[3].feature = 0;
+    map.cells[9].feature = io::kTntVoid;
+    map.tileMap = {0, 1, 1, io::kTntNoTile};
+    for (std::size_t i = 0; i < 2 * io::kTntTilePixels; ++i)
+        map.tiles.push_back(static_cast<std::uint8_t>(i * 7));
+    map.featureNames = {"FenAlder", "FenOre"};
+    out.seed("tnt", io::asText(io::writeTnt(map)));
+    map.minimap = {3, 2, {1, 2, 0x64, 3, 0x64, 0x64}};
+    out.seed("tnt", io::asText(io::writeTnt(map)));
+}
+
+std::set<std::string> mapDescriptionWords() {
+    std::set<std::string> words;
+    for (const char* const word :
+         {"[GlobalHeader]", "[Schema 0]", "[Schema 1]", "[specials]", "[units]", "[features]",
+          "[unit0]", "specialwhat=StartPos", "XPos=", "ZPos=", "Unitname=", "Featurename=",
+          "Player=", "Angle=", "HealthPercentage=", "{", "}", "="})
+        words.emplace(word);
+    return words;
+}
+
 std::set<std::string> opcodeWords() {
     std::set<std::string> words;
     for (const unitview::OpcodeRow& row : unitview::opcodeTable()) {
@@ -217,7 +249,7 @@ constexpr std::string_view kLooseDefinition =
 void collect(const fs::path& data, const fs::path& sources, Output& out) {
     io::CompositeVirtualFileSystem files;
     const fs::path mods[] = {data / "mod", data / "faulty"};
-    io::buildLayers(files, mods, data / "game", {});
+    io::buildLayers(files, mods, data / "game", data / "maps");
     useMountedFiles(out, files, "");
     useArchives(out, data);
     for (const int length : {10, 1000, 70000})
@@ -229,6 +261,7 @@ void collect(const fs::path& data, const fs::path& sources, Output& out) {
             out.seed("chunk", "\x01" + std::string(io::asText(io::encodeHpiChunk(bytes))));
         }
     makeArchives(out);
+    makeMaps(out);
     for (const Use& use : uses())
         if (use.extension == ".cob" && use.prefix.ends_with('\x01'))
             out.seed(use.target,
@@ -244,6 +277,7 @@ void collect(const fs::path& data, const fs::path& sources, Output& out) {
                                  "Create() { sleep TWO(100); }\n");
 
     out.dictionary("bos_compiler", useSources(out, sources));
+    out.dictionary("ota", mapDescriptionWords());
     for (const char* const target :
          {"cob", "disassembler", "lints", "interpreter", "two_interpreters"})
         out.dictionary(target, opcodeWords());

@@ -21,10 +21,14 @@ PLAYS = {
               "archive-browse-extract-all",
     "check": "load-unit unit-health lint-suppress unit-health lint-unsuppress modernizer-preview "
              "conflict-scan",
+    "map": "map-list map-load map-spawn map-spawn map-snapshot map-features map-heightmap "
+           "map-minimap map-terrain-texture map-spawn map-snapshot map-exit map-snapshot",
     "chat": "hello ping ping hello",
 }
-RARE = {"mount": 2, "check": 3, "chat": 1}  # of 6
+RARE = {"mount": 2, "check": 3, "map": 2, "chat": 1}  # of 6
 
+MAPS = ["Fenmere", "fenmere", "FltBare", "FltLists", "FltCut", "FltOld", "FltText", "Nowhere"]
+FEATURES = ["WRECKS", "FenVent", "fenalder", "NoSuch"]
 LINT_CODES = ["missing-create", "unused-script", "loop-no-sleep", "recursive-start", "Ω", ""]
 FOLDERS = ["", "units", "UNITS/", "scripts", "anims\\", "no/where", "..", "unitpics", "textures"]
 FBI_CHANGES = [{"MaxDamage": 900}, {"maxdamage": 12.5, "New": True}, {"Description": "Größe & Ω"},
@@ -152,6 +156,9 @@ class Requests:
                 "modPaths": self.rng.sample(mods, self.rng.randrange(1, 4)),
                 **self.maybe(0.3, mapsPath=path("maps"))}
 
+    def place(self):
+        return self.pick([self.rng.randrange(2048), self.rng.random() * 300, -1, 1e300])
+
     def team_color(self):
         return self.maybe(teamColor={"r": 230, "g": 4, "b": -3, "enabled": self.flag()})
 
@@ -258,4 +265,15 @@ PAYLOADS = {
     "archive-browse-extract-one": lambda r: {**r.extraction(), **r.file_inside()},
     "archive-browse-extract-dir": lambda r: {**r.extraction(), "directory": r.pick(FOLDERS)},
     "archive-browse-extract-all": Requests.extraction,
+    "map-load": lambda r: {"name": r.pick(MAPS), **r.maybe(schema=r.pick([0, 1, 1, 2, 3])),
+                           **r.maybe(0.2, placeUnits=r.flag())},
+    "map-spawn": lambda r: {**(r.maybe(0.8, unit=r.unit()) or {"feature": r.pick(FEATURES)}),
+                            "x": r.place(), "z": r.place(), **r.maybe(0.2, force=r.flag()),
+                            **r.maybe(0.3, count=r.pick([1, 9, 1000, 10**9])),
+                            **r.maybe(0.3, heading=r.pick([1, -7.5, 1e300]))},
+    "map-snapshot": lambda r: {**r.maybe(player=r.pick([1, 2, 11])), **r.maybe(pieces=r.flag()),
+                               **r.maybe(0.3, unitIds=[1, 5, 10**12]), **r.maybe(features=True)},
+    "map-terrain-texture": lambda r: {"scale": r.pick([4, 8, 16, 32, 3]),
+                                      **r.maybe(x=r.pick([0, 700, -5, 10**9])),
+                                      **r.maybe(width=r.pick([1, 333, 0, 2**62]))},
 }

@@ -1,0 +1,159 @@
+#include "server/handlers/encode_map.h"
+
+#include <array>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "server/handlers/encode_source.h"
+#include "server/handlers/json_numbers.h"
+
+namespace orb::unitview::ipc {
+namespace {
+
+using nlohmann::json;
+
+json encodeStartPositions(const std::vector<io::OtaStartPosition>& positions) {
+    json result = json::array();
+    for (const auto& [player, x, z] : positions)
+        result.push_back({{"player", player}, {"x", x}, {"z", z}});
+    return result;
+}
+
+std::string_view listWord(MapList list) {
+    static constexpr std::array<std::string_view, 4> kWords = {"schemas", "startPositions",
+                                                               "features", "units"};
+    return kWords.at(static_cast<std::size_t>(list));
+}
+
+json encodeCut(const std::vector<CutList>& cut) {
+    json result = json::array();
+    for (const auto& [list, given, kept] : cut)
+        result.push_back({{"what", listWord(list)}, {"given", given}, {"kept", kept}});
+    return result;
+}
+
+/// Nothing moves the pieces of a unit that stands.
+json encodePiecesAtRest(const std::vector<std::string>& pieces) {
+    json result = json::array();
+    for (const std::string& piece : pieces)
+        result.push_back({{"piece", piece},
+                          {"tx", 0.0},
+                          {"ty", 0.0},
+                          {"tz", 0.0},
+                          {"rx", 0.0},
+                          {"ry", 0.0},
+                          {"rz", 0.0},
+                          {"visible", true}});
+    return result;
+}
+
+json encodeWeapons(const std::vector<int>& slots) {
+    json result = json::array();
+    for (const int slot : slots)
+        result.push_back({{"slot", slot}, {"state", "idle"}, {"reload", 0.0}, {"stock", 0}});
+    return result;
+}
+
+}  // namespace
+
+json encodeMapEntry(const MapEntry& entry) {
+    json result = {{"name", entry.name},
+                   {"title", entry.title},
+                   {"description", entry.description},
+                   {"size", entry.size},
+                   {"players", entry.players},
+                   {"planet", entry.planet},
+                   {"schemas", entry.schemas},
+                   {"hasTerrain", entry.hasTerrain},
+                   {"hasDescription", entry.hasDescription},
+                   {"source", encodeSource(entry.source)}};
+    if (entry.cells) {
+        result["cellsX"] = entry.cells->width;
+        result["cellsZ"] = entry.cells->height;
+    }
+    return result;
+}
+
+json encodeLoadedMap(const LoadedMap& map) {
+    const sim::World& world = map.world;
+    const sim::Terrain& terrain = world.terrain();
+    const auto [lowest, highest] = terrain.heightRange();
+    const MapConditions& conditions = map.conditions;
+    json result = {{"name", map.name},
+                   {"title", map.title},
+                   {"schema", map.schema},
+                   {"schemas", map.schemas},
+                   {"width", terrain.cellsX() * sim::kCellPixels},
+                   {"height", terrain.cellsZ() * sim::kCellPixels},
+                   {"cellsX", terrain.cellsX()},
+                   {"cellsZ", terrain.cellsZ()},
+                   {"cellSize", sim::kCellPixels},
+                   {"seaLevel", terrain.seaLevel()},
+                   {"minHeight", lowest},
+                   {"maxHeight", highest},
+                   {"lavaWorld", conditions.isLavaWorld},
+                   {"gravity", shortestDouble(conditions.gravity)},
+                   {"minWind", conditions.minWind},
+                   {"maxWind", conditions.maxWind},
+                   {"tidal", conditions.tidalStrength},
+                   {"surfaceMetal", conditions.surfaceMetal},
+                   {"startPositions", encodeStartPositions(map.startPositions)},
+                   {"featureCount", world.features().size()},
+                   {"missingFeatures", map.missingFeatures},
+                   {"unitCount", world.units().size()},
+                   {"missingUnits", map.missingUnits},
+                   {"hasMinimap", !map.picture.minimap.pixels.empty()},
+                   {"tick", world.tick()}};
+    if (!map.cut.empty()) result["cut"] = encodeCut(map.cut);
+    return result;
+}
+
+json encodeMapUnit(const sim::Unit& unit, bool withPieces) {
+    const bool isBuilt = unit.buildFraction >= sim::Fixed::fromInt(1);
+    json result = {{"unitId", unit.id},
+                   {"unitName", unit.type->name},
+                   {"player", unit.player},
+                   {"x", unit.place.x.toNumber()},
+                   {"y", unit.altitude.toNumber()},
+                   {"z", unit.place.z.toNumber()},
+                   {"heading", unit.heading.radians()},
+                   {"pitch", 0.0},
+                   {"roll", 0.0},
+                   {"speed", 0.0},
+                   {"health", unit.health},
+                   {"maxHealth", unit.type->maxHealth},
+                   {"buildFraction", unit.buildFraction.toNumber()},
+                   {"state", isBuilt ? "idle" : "nanoframe"},
+                   {"active", unit.isActive},
+                   {"queued", 0},
+                   {"weapons", encodeWeapons(unit.type->weaponSlots)}};
+    if (withPieces) result["transforms"] = encodePiecesAtRest(unit.type->pieces);
+    return result;
+}
+
+json encodeMapFeature(const sim::Feature& feature) {
+    return {feature.id, feature.type, feature.place.x.toNumber(), feature.altitude.toNumber(),
+            feature.place.z.toNumber()};
+}
+
+json encodeFeatureType(const sim::FeatureType& type) {
+    json result = {{"name", type.name},
+                   {"found", !type.isMissing},
+                   {"footprintX", type.footprintX},
+                   {"footprintZ", type.footprintZ},
+                   {"height", type.height},
+                   {"blocking", type.isBlocking},
+                   {"reclaimable", type.isReclaimable},
+                   {"metal", shortestDouble(type.metal)},
+                   {"energy", shortestDouble(type.energy)}};
+    if (!type.object.empty()) {
+        result["object"] = type.object;
+    } else if (!type.pictureFile.empty()) {
+        result["filename"] = type.pictureFile;
+        result["sequence"] = type.pictureSequence;
+    }
+    return result;
+}
+
+}  // namespace orb::unitview::ipc

@@ -1,0 +1,150 @@
+#include <algorithm>
+
+#include "server/handlers/encode_map.h"
+#include "server/handlers/handlers.h"
+#include "session/request_error.h"
+
+namespace orb::unitview::ipc::handlers {
+namespace {
+
+using nlohmann::json;
+
+constexpr std::int64_t kMaxSpawnCount = 1'000;
+
+/// A map-spawn request: of a unit, else of a feature.
+struct Spawn {
+    UnitSpawn unit;
+    FeatureSpawn feature;
+};
+
+Spawn decodeSpawn(const Payload& payload) {
+    Spawn spawn;
+    UnitSpawn& unit = spawn.unit;
+    unit.unit = payload.text("unit").value_or("");
+    spawn.feature.feature = payload.text("feature").value_or("");
+    const auto x = payload.number("x"), z = payload.number("z");
+    unit.player = static_cast<std::int32_t>(
+        std::clamp<std::int64_t>(payload.integer("player").value_or(1), 1, sim::kPlayerCount));
+    unit.headingRadians = payload.number("heading").value_or(0);
+    unit.count = static_cast<std::size_t>(
+        std::clamp<std::int64_t>(payload.integer("count").value_or(1), 1, kMaxSpawnCount));
+    unit.buildFraction = std::clamp(payload.number("buildFraction").value_or(1), 0.0, 1.0);
+    unit.healthPercent =
+        static_cast<float>(std::clamp(payload.number("health").value_or(100), 1.0, 100.0));
+    unit.isActive = payload.flag("active");
+    unit.isForced = spawn.feature.isForced = payload.flag("force").value_or(false);
+    const bool hasOrder = payload.object("order").has_value();
+
+    if (unit.unit.empty() && spawn.feature.feature.empty())
+        throw RequestError("unit name is required");
+    if (!x || !z) throw RequestError("x and z are required");
+    if (hasOrder) throw RequestError("not implemented: order");
+    unit.x = spawn.feature.x = *x;
+    unit.z = spawn.feature.z = *z;
+    return spawn;
+}
+
+json encodeSpawnedUnits(const SpawnedUnits& spawned) {
+    return {{"unitIds", spawned.ids},           {"refused", spawned.refused},
+            {"unitName", spawned.unitName},     {"x", spawned.place.x.toNumber()},
+            {"y", spawned.altitude.toNumber()}, {"z", spawned.place.z.toNumber()}};
+}
+
+json encodeSpawnedFeature(const sim::Feature& feature) {
+    return {{"featureId", feature.id},
+            {"x", feature.place.x.toNumber()},
+            {"y", feature.altitude.toNumber()},
+            {"z", feature.place.z.toNumber()}};
+}
+
+/// What a snapshot asks for.
+struct SnapshotRequest {
+    std::optional<std::vector<std::int64_t>> unitIds;
+    std::optional<std::int64_t> player;
+    bool withPieces = false;
+    /// Pieces of those units only whose pose changed after this tick.
+    std::optional<std::int64_t> since;
+    bool withFeatures = false;
+};
+
+SnapshotRequest decodeSnapshot(const Payload& payload) {
+    SnapshotRequest request;
+    request.unitIds = payload.integers("unitIds");
+    request.player = payload.integer("player");
+    request.withPieces = payload.flag("pieces").value_or(false);
+    request.since = payload.integer("since");
+    request.withFeatures = payload.flag("features").value_or(false);
+    if (request.unitIds) std::ranges::sort(*request.unitIds);
+    return request;
+}
+
+bool isAskedFor(const SnapshotRequest& request, const sim::World& world, const sim::Unit& unit) {
+    if (request.unitIds && !std::ranges::binary_search(*request.unitIds, std::int64_t{unit.id}))
+        return false;
+    return !request.player ||
+           world.isSeenBy(unit, static_cast<std::int32_t>(std::clamp<std::int64_t>(
+                                    *request.player, 0, sim::kPlayerCount + 1)));
+}
+
+/// What came onto the map after it was loaded; nothing takes features away yet.
+json encodeFeatureChanges(const LoadedMap& map) {
+    json added = json::array();
+    for (const sim::Feature& feature : map.world.features().subspan(map.ownFeatureCount))
+        added.push_back(encodeMapFeature(feature));
+    return {{"added", std::move(added)}, {"removed", json::array()}};
+}
+
+}  // namespace
+
+Reply mapList(UnitViewSession& session, const Payload&) {
+    json maps = json::array();
+    for (const MapEntry& entry : listMaps(session.data().files))
+        maps.push_back(encodeMapEntry(entry));
+    return {{{"maps", std::move(maps)}}};
+}
+
+Reply mapLoad(UnitViewSession& session, const Payload& payload) {
+    MapRequest request;
+    request.name = payload.text("name").value_or("");
+    request.schema = payload.integer("schema").value_or(0);
+    request.placesUnits = payload.flag("placeUnits").value_or(true);
+    return {encodeLoadedMap(session.loadMap(request))};
+}
+
+Reply mapExit(UnitViewSession& session, const Payload&) {
+    return {{{"wasLoaded", session.exitMap()}}};
+}
+
+Reply mapSpawn(UnitViewSession& session, const Payload& payload) {
+    const Spawn spawn = decodeSpawn(payload);
+    LoadedMap& map = session.requireMap();
+    if (!spawn.unit.unit.empty())
+        return {encodeSpawnedUnits(spawnUnits(map, session.data(), spawn.unit))};
+    return {encodeSpawnedFeature(spawnFeature(map, session.data(), spawn.feature))};
+}
+
+Reply mapSnapshot(UnitViewSession& session, const Payload& payload) {
+    const SnapshotRequest request = decodeSnapshot(payload);
+    const LoadedMap& map = session.requireMap();
+    const sim::World& world = map.world;
+    const bool withPieces = request.withPieces && request.since.value_or(-1) < world.tick();
+    json units = json::array();
+    for (const sim::Unit& unit : world.units())
+        if (isAskedFor(request, world, unit)) units.push_back(encodeMapUnit(unit, withPieces));
+    json data = {
+        {"tick", world.tick()}, {"units", std::move(units)}, {"projectiles", json::array()}};
+    if (request.withFeatures) data["features"] = encodeFeatureChanges(map);
+    return {std::move(data)};
+}
+
+Reply mapFeatures(UnitViewSession& session, const Payload&) {
+    const sim::World& world = session.requireMap().world;
+    json types = json::array(), features = json::array();
+    for (const sim::FeatureType& type : world.featureTypes())
+        types.push_back(encodeFeatureType(type));
+    for (const sim::Feature& feature : world.features())
+        features.push_back(encodeMapFeature(feature));
+    return {{{"types", std::move(types)}, {"features", std::move(features)}}};
+}
+
+}  // namespace orb::unitview::ipc::handlers

@@ -1,0 +1,209 @@
+#include "session/loaded_map.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "io/ascii.h"
+#include "server/logger.h"
+#include "session/map_types.h"
+#include "session/request_error.h"
+
+namespace orb::unitview {
+namespace {
+
+std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std::string& name) {
+    const auto [known, isNew] = map.featureTypes.try_emplace(io::upperCased(name));
+    if (isNew) {
+        sim::FeatureType type = makeFeatureType(tables, name);
+        if (type.isMissing) map.missingFeatures.push_back(name);
+        known->second = map.world.addFeatureType(std::move(type));
+    }
+    return known->second;
+}
+
+std::shared_ptr<const sim::UnitType> unitTypeOf(LoadedMap& map, const MountedData& data,
+                                                const std::string& name) {
+    const std::string key = io::upperCased(name);
+    if (const auto known = map.unitTypes.find(key); known != map.unitTypes.end())
+        return known->second;
+    const LoadedUnit unit = loadUnitFiles(data.files, data.catalogue, name);
+    return map.unitTypes[key] =
+               std::make_shared<const sim::UnitType>(makeUnitType(data.tables, unit));
+}
+
+/// Notes a list of which something was left out.
+void noteCut(LoadedMap& map, MapList list, std::size_t given, std::size_t kept) {
+    if (kept < given) map.cut.push_back({list, given, kept});
+}
+
+/// The features that the cells of the ground name, in the cells' order, and then the schema's.
+void placeFeatures(LoadedMap& map, const GameTables& tables, const io::TntFile& ground,
+                   const io::OtaSchema& schema) {
+    std::size_t given = 0;
+    for (std::size_t i = 0; i < ground.cells.size(); ++i) {
+        const std::uint16_t word = ground.cells[i].feature;
+        if (word >= ground.featureNames.size()) continue;
+        ++given;
+        const sim::Cell cell{static_cast<std::int32_t>(i % ground.size.width),
+                             static_cast<std::int32_t>(i / ground.size.width)};
+        map.world.placeFeature(featureTypeOf(map, tables, ground.featureNames[word]), cell);
+    }
+    for (const io::OtaFeature& feature : schema.features.kept)
+        map.world.placeFeature(featureTypeOf(map, tables, feature.name),
+                               {feature.cellX, feature.cellZ});
+    map.ownFeatureCount = map.world.features().size();
+    noteCut(map, MapList::features, given + schema.features.given, map.ownFeatureCount);
+}
+
+/// A unit whose files cannot be read is missing.
+std::shared_ptr<const sim::UnitType> unitTypeIfThere(LoadedMap& map, const MountedData& data,
+                                                     const std::string& name) {
+    if (std::ranges::find(map.missingUnits, name) != map.missingUnits.end()) return nullptr;
+    try {
+        return unitTypeOf(map, data, name);
+    } catch (const std::exception& error) {
+        LogLine(LogLevel::warn) << "[maps] unit left out: " << error.what();
+        map.missingUnits.push_back(name);
+        return nullptr;
+    }
+}
+
+/// Units of a schema stand where it says, whatever is there.
+void placeUnits(LoadedMap& map, const MountedData& data, const io::OtaSchema& schema) {
+    std::size_t missing = 0;
+    for (const io::OtaUnit& unit : schema.units.kept) {
+        const auto type = unitTypeIfThere(map, data, unit.name);
+        if (!type) {
+            ++missing;
+            continue;
+        }
+        const sim::UnitBirth birth{
+            .type = type,
+            .player = std::clamp(unit.player, 1, sim::kPlayerCount),
+            .place = {sim::Fixed::fromInt(unit.x), sim::Fixed::fromInt(unit.z)},
+            .heading = sim::Angle::fromDegrees(static_cast<double>(unit.angleDegrees)),
+            .healthPercent = unit.healthPercent,
+            .isActive = type->isActiveWhenBuilt,
+            .isForced = true};
+        if (!map.world.isFull() && map.world.testUnit(birth) == sim::SiteFault::none)
+            map.world.placeUnit(birth);
+    }
+    noteCut(map, MapList::units, schema.units.given - missing, map.world.units().size());
+}
+
+MapConditions conditionsOf(const io::OtaFile& description, const io::OtaSchema& schema) {
+    const io::TdfSection& header = description.header;
+    MapConditions conditions;
+    conditions.gravity = header.getFloat("gravity").value_or(conditions.gravity);
+    conditions.minWind = header.getInt("minwindspeed").value_or(conditions.minWind);
+    conditions.maxWind = header.getInt("maxwindspeed").value_or(conditions.maxWind);
+    conditions.tidalStrength = header.getInt("tidalstrength").value_or(conditions.tidalStrength);
+    conditions.isLavaWorld = header.getInt("lavaworld").value_or(0) != 0;
+    conditions.surfaceMetal =
+        schema.values.getInt("surfacemetal").value_or(conditions.surfaceMetal);
+    return conditions;
+}
+
+/// The schema that a request names; a description without any stands for an empty one.
+const io::OtaSchema& chooseSchema(const io::OtaFile& description, std::int64_t number) {
+    static const io::OtaSchema kEmpty;
+    if (description.schemas.empty() && number == 0) return kEmpty;
+    if (number >= 0 && number < io::kMaxOtaSchemas)
+        if (const auto found = description.schemas.find(static_cast<std::uint32_t>(number));
+            found != description.schemas.end())
+            return found->second;
+    throw std::runtime_error(fmt::format("schema not found: {}", number));
+}
+
+sim::GroundPoint pointAt(double x, double z) {
+    return {sim::Fixed::fromNumber(x), sim::Fixed::fromNumber(z)};
+}
+
+[[noreturn]] void failPlacing(const std::string& name, sim::SiteFault fault) {
+    if (fault == sim::SiteFault::outside) throw RequestError("position outside the map");
+    throw RequestError(fmt::format("cannot place {}: {}", name, sim::textOf(fault)));
+}
+
+}  // namespace
+
+std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& request) {
+    auto [name, ground, ownDescription] = readMapFiles(data.files, request.name);
+    const io::OtaFile description = std::move(ownDescription).value_or(io::OtaFile());
+    const io::OtaSchema& schema = chooseSchema(description, request.schema);
+
+    auto map = std::make_unique<LoadedMap>(ground);
+    map->name = name;
+    map->title = headerText(description, "missionname");
+    map->schema = request.schema;
+    map->schemas = schemaTypes(description);
+    map->conditions = conditionsOf(description, schema);
+    map->startPositions = schema.startPositions.kept;
+    noteCut(*map, MapList::schemas, description.schemas.size() + description.schemasLeftOut,
+            description.schemas.size());
+    noteCut(*map, MapList::startPositions, schema.startPositions.given, map->startPositions.size());
+    placeFeatures(*map, data.tables, ground, schema);
+    if (request.placesUnits) placeUnits(*map, data, schema);
+    ground.cells = {};
+    map->picture = std::move(ground);
+    LogLine(LogLevel::info) << "[maps] " << name << " loaded: " << map->world.features().size()
+                            << " features, " << map->world.units().size() << " units";
+    return map;
+}
+
+SpawnedUnits spawnUnits(LoadedMap& map, const MountedData& data, const UnitSpawn& spawn) {
+    const auto type = reportingFailure([&] { return unitTypeOf(map, data, spawn.unit); });
+    const sim::GroundPoint middle = pointAt(spawn.x, spawn.z);
+    if (!map.world.terrain().contains(middle)) failPlacing(type->name, sim::SiteFault::outside);
+
+    sim::UnitBirth birth{.type = type,
+                         .player = spawn.player,
+                         .place = middle,
+                         .heading = sim::Angle::fromRadians(spawn.headingRadians),
+                         .healthPercent = spawn.healthPercent,
+                         .buildFraction = sim::Fixed::fromNumber(spawn.buildFraction),
+                         .isActive = spawn.isActive.value_or(type->isActiveWhenBuilt),
+                         .isForced = spawn.isForced};
+    SpawnedUnits spawned;
+    spawned.unitName = type->name;
+    auto firstFault = sim::SiteFault::none;
+    for (const sim::GroundPoint& place : sim::blockPlaces(*type, middle, spawn.count)) {
+        birth.place = place;
+        const sim::SiteFault fault = map.world.testUnit(birth);
+        if (firstFault == sim::SiteFault::none) firstFault = fault;
+        if (fault != sim::SiteFault::none || map.world.isFull()) {
+            ++spawned.refused;
+            continue;
+        }
+        const sim::Unit& unit = map.world.placeUnit(birth);
+        if (spawned.ids.empty()) {
+            spawned.place = unit.place;
+            spawned.altitude = unit.altitude;
+        }
+        spawned.ids.push_back(unit.id);
+    }
+    if (!spawned.ids.empty()) return spawned;
+    if (map.world.isFull()) throw RequestError("unit limit reached");
+    failPlacing(type->name, firstFault);
+}
+
+const sim::Feature& spawnFeature(LoadedMap& map, const MountedData& data,
+                                 const FeatureSpawn& spawn) {
+    if (!data.tables.features.find(spawn.feature))
+        throw RequestError("feature not found: " + spawn.feature);
+    const sim::GroundPoint middle = pointAt(spawn.x, spawn.z);
+    sim::World& world = map.world;
+    if (!world.terrain().contains(middle)) failPlacing(spawn.feature, sim::SiteFault::outside);
+
+    const std::uint32_t type = featureTypeOf(map, data.tables, spawn.feature);
+    const sim::CellRect cells = world.featureCells(type, middle);
+    if (!spawn.isForced)
+        if (const auto fault = world.testFeature(type, cells); fault != sim::SiteFault::none)
+            failPlacing(world.featureTypes()[type].name, fault);
+    if (world.features().size() >= sim::kMaxFeatures) throw RequestError("feature limit reached");
+    const sim::Feature* const feature = world.placeFeature(type, cells.corner);
+    if (!feature) failPlacing(spawn.feature, sim::SiteFault::outside);
+    return *feature;
+}
+
+}  // namespace orb::unitview
