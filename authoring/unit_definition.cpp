@@ -1,7 +1,6 @@
 #include "authoring/unit_definition.h"
 
 #include "authoring/backup.h"
-#include "authoring/safe_write.h"
 #include "authoring/source_file.h"
 #include "io/files/folder_lock.h"
 #include "io/formats/tdf.h"
@@ -34,13 +33,6 @@ io::Bytes readSource(const NamedSource& unit) {
     throw sourceNotFound(unit.name);
 }
 
-/// The bytes that read back as this text, in the given encoding if there are such.
-std::string encodeReadably(const std::string& text, io::TextEncoding encoding) {
-    auto bytes = io::encodeGameText(text, encoding);
-    if (!bytes || io::decodeGameText(*bytes).utf8 != text) return text;
-    return std::move(*bytes);
-}
-
 void requireEncodable(const FbiChange& change, io::TextEncoding encoding) {
     if (!io::encodeGameText(change.key + change.value.value_or(""), encoding))
         throw RequestError("bad value of \"" + change.key +
@@ -61,14 +53,40 @@ RawDefinition readDefinition(const UnitViewSession& session,
     return {std::move(unit.name), std::move(text), encoding, std::move(unit.source)};
 }
 
-EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io::ByteView bytes,
-                         bool allowBackupCreation) {
-    const FileWrite write{file, io::Bytes(bytes.begin(), bytes.end())};
-    WriteResult written = writeSources(io::systemFileOps(), {&write, 1}, allowBackupCreation);
+std::string definitionBytes(const RawDefinition& definition) {
+    return io::encodeGameText(definition.text, definition.encoding).value();
+}
+
+std::string encodeDefinition(const std::string& text, io::TextEncoding encoding) {
+    auto bytes = io::encodeGameText(text, encoding);
+    if (!bytes || io::decodeGameText(*bytes).utf8 != text) return text;
+    return std::move(*bytes);
+}
+
+FbiEdit editDefinition(const RawDefinition& definition, std::span<const FbiChange> changes) {
+    checkFbiChanges(changes);
+    for (const FbiChange& change : changes) requireEncodable(change, definition.encoding);
+    return editFbi(definition.text, changes);
+}
+
+EditResult writeUnitFiles(UnitViewSession& session, std::span<const FileWrite> files,
+                          bool allowBackupCreation, io::FileOps& ops,
+                          const std::optional<UnitSource>& model) {
+    WriteResult written = writeSources(ops, files, allowBackupCreation);
     if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
     if (written.outcome == WriteOutcome::needsBackupConsent)
         return {EditOutcome::needsBackupConsent, std::move(written.resolvedPath), {}};
-    return {EditOutcome::ok, std::move(written.resolvedPath), session.refreshAfterWrite(file)};
+    if (model) session.takeModelAsSaved(*model);
+    std::vector<FileLocation> locations;
+    locations.reserve(files.size());
+    for (const FileWrite& file : files) locations.push_back(file.target);
+    return {EditOutcome::ok, std::move(written.resolvedPath), session.refreshAfterWrite(locations)};
+}
+
+EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io::ByteView bytes,
+                         bool allowBackupCreation) {
+    const FileWrite write{file, io::Bytes(bytes.begin(), bytes.end())};
+    return writeUnitFiles(session, {&write, 1}, allowBackupCreation);
 }
 
 EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
@@ -78,8 +96,8 @@ EditResult saveDefinition(UnitViewSession& session, const std::optional<std::str
     if (unit.source.inBaseTa) return refusedForBase(unit.source);
     const io::FolderLock lock(unit.source.location.path);
     const io::TextEncoding encoding = io::decodeGameText(io::asText(readSource(unit))).encoding;
-    return writeUnitFile(session, unit.source.location, io::asBytes(encodeReadably(text, encoding)),
-                         allowBackupCreation);
+    return writeUnitFile(session, unit.source.location,
+                         io::asBytes(encodeDefinition(text, encoding)), allowBackupCreation);
 }
 
 PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::string>& name,
@@ -89,12 +107,10 @@ PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::s
     if (unit.source.inBaseTa) return {refusedForBase(unit.source), {}};
     // What another editor writes between reading and writing would be lost.
     const io::FolderLock lock(unit.source.location.path);
-    const io::DecodedText text = io::decodeGameText(io::asText(readSource(unit)));
-    for (const FbiChange& change : changes) requireEncodable(change, text.encoding);
-
-    FbiEdit edit = editFbi(text.utf8, changes);
+    auto [text, encoding] = io::decodeGameText(io::asText(readSource(unit)));
+    FbiEdit edit = editDefinition({unit.name, std::move(text), encoding, unit.source}, changes);
     if (edit.changed.empty()) return {{EditOutcome::ok, unit.source.location.path, {}}, {}};
-    const auto bytes = io::encodeGameText(edit.text, text.encoding);
+    const auto bytes = io::encodeGameText(edit.text, encoding);
     EditResult written = writeUnitFile(session, unit.source.location, io::asBytes(bytes.value()),
                                        allowBackupCreation);
     return {std::move(written), std::move(edit.changed)};
@@ -109,7 +125,7 @@ RestoredSource restoreUnitSource(UnitViewSession& session, const std::string& na
     }
     RestoredSource result{file.path, restoreFromBackup(io::systemFileOps(), file.path), {}};
     file.internalPath.clear();
-    result.reloadError = session.refreshAfterWrite(file);
+    result.reloadError = session.refreshAfterWrite({&file, 1});
     return result;
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "authoring/fbi_edit.h"
+#include "authoring/safe_write.h"
 #include "io/text_encoding.h"
 #include "session/unit_view_session.h"
 
@@ -27,6 +28,16 @@ struct RawDefinition {
 RawDefinition readDefinition(const UnitViewSession& session,
                              const std::optional<std::string>& name);
 
+/// The bytes of the file.
+std::string definitionBytes(const RawDefinition& definition);
+
+/// The bytes that read back as this text, in the given encoding if there are such, else in UTF-8.
+std::string encodeDefinition(const std::string& text, io::TextEncoding encoding);
+
+/// Changes keys in a definition's text so that its encoding holds them. Throws what checkFbiChanges
+/// and editFbi throw, and RequestError "bad value of …" for characters that the encoding lacks.
+FbiEdit editDefinition(const RawDefinition& definition, std::span<const FbiChange> changes);
+
 /// How a write of a unit's file ended; only `ok` has written anything.
 enum class EditOutcome { ok, needsBackupConsent, refusedForBase };
 
@@ -36,6 +47,13 @@ struct EditResult {
     /// Why the loaded unit, reloaded from what was written, is not loaded any more.
     std::optional<std::string> reloadError;
 };
+
+/// Writes files of units, all or none, whatever they belong to, and lets the session take them over
+/// at once. One of them may be that of the working model, `model`. `resolvedPath` is that of
+/// writeSources. Throws RequestError with the write's message.
+EditResult writeUnitFiles(UnitViewSession& session, std::span<const FileWrite> files,
+                          bool allowBackupCreation, io::FileOps& ops = io::systemFileOps(),
+                          const std::optional<UnitSource>& model = {});
 
 /// Writes the file of a unit, whatever it belongs to, and lets the session take it over. Throws
 /// RequestError with the write's message.

@@ -2,20 +2,10 @@
 
 #include <string_view>
 
-#include "session/mounted_data.h"
+#include "session/references.h"
 
-/// What definitions refer to, for every report that asks whether it is there.
+/// What several reports say of references.
 namespace orb::unitview {
-
-/// True when a reference in a unit definition names nothing: it is empty or one of the words that
-/// unit files write for "none", in any case.
-bool isAbsentName(std::string_view name);
-
-/// Explosions are weapons too.
-bool isKnownWeapon(const MountedData& data, std::string_view name);
-
-/// A wreck is a unit or a map feature.
-bool isKnownCorpse(const MountedData& data, std::string_view name);
 
 inline constexpr std::string_view kNoObjectName = "FBI has no ObjectName";
 inline constexpr std::string_view kNotInWeaponRegistry = "not in the weapon registry";

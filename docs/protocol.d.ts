@@ -140,10 +140,10 @@ export interface Messages {
     "fbi-raw": Message<MaybeNamed, "fbi-raw", RawDefinition>;
     "save-fbi-raw": Message<SaveRequest, "fbi-saved-raw", WriteResult>;
     "fbi-patch": Message<PatchRequest, "fbi-patched", PatchResult>;
-    "create-corpse-stub": Unbuilt<"corpse-stub-created">;
-    "unit-clone": Unbuilt<"unit-cloned">;
-    "save-unit": Unbuilt<"unit-saved">;
-    "create-mod-folder": Unbuilt<"mod-folder-created">;
+    "create-corpse-stub": Message<CorpseRequest, "corpse-stub-created", CorpseStub>;
+    "unit-clone": Message<CloneRequest, "unit-cloned", ClonedUnit>;
+    "save-unit": Message<SaveUnitRequest, "unit-saved", SavedUnit>;
+    "create-mod-folder": Message<{ path: string; mount?: boolean }, "mod-folder-created", ModFolder>;
     "export-mod-pack": Unbuilt<"mod-pack-exported">;
     "unit-deps": Unbuilt<"unit-deps">;
     "export-min-mod-pack": Unbuilt<"min-mod-pack-exported">;
@@ -854,6 +854,62 @@ export interface WriteResult {
 export interface PatchResult extends WriteResult {
     /** Keys whose values differ from before, written or not. */
     changed: string[];
+}
+
+export interface ModFolder {
+    path: string;
+    /** False when it was there already, empty. */
+    created: boolean;
+    mounted: boolean;
+    /** Of all roots together, when it was mounted. */
+    unitCount?: number;
+}
+
+interface CloneRequest extends WriteRequest {
+    /** The unit's own when absent: it is brought into the mod as it is. */
+    newName?: string;
+    modPath?: string;
+    displayName?: string;
+    with?: ("model" | "script" | "picture")[];
+    overwrite?: boolean;
+}
+
+export interface ClonedUnit extends WriteResult {
+    name: string;
+    files: { from: string; to: string }[];
+}
+
+interface CorpseRequest {
+    /** The loaded unit when absent. */
+    parentUnit?: string;
+    name?: string;
+    modPath?: string;
+    allowBackupCreation?: boolean;
+}
+
+export interface CorpseStub extends WriteResult {
+    name: string;
+    files: string[];
+}
+
+interface SaveUnitRequest extends WriteRequest {
+    values?: PatchRequest["values"];
+    /** In place of `values`. */
+    text?: string;
+    script?: { cob_b64: string } | { bos: string; options?: Partial<BosOptions> };
+    /** Of any size. */
+    picture?: { png_b64: string };
+    /** Whether the edits of the model are saved too; true when absent. */
+    model?: boolean;
+}
+
+export interface SavedUnit extends WriteResult {
+    files: {
+        part: "definition" | "model" | "script" | "script-source" | "picture";
+        resolvedPath: string;
+    }[];
+    /** Of a script that was compiled. */
+    diagnostics?: BosDiagnostic[];
 }
 
 // ---- Texture edits ----

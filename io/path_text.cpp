@@ -1,10 +1,10 @@
 #include "io/path_text.h"
 
-#ifdef _WIN32
 #include <algorithm>
 #include <array>
 
 #include "io/ascii.h"
+#ifdef _WIN32
 #include "io/text_encoding.h"
 #endif
 
@@ -12,12 +12,26 @@ namespace orb::io {
 
 namespace fs = std::filesystem;
 
-#ifdef _WIN32
 namespace {
 
 constexpr std::array<std::string_view, 4> kDevices{"CON", "PRN", "AUX", "NUL"};
 /// These with a digit.
 constexpr std::array<std::string_view, 2> kNumberedDevices{"COM", "LPT"};
+
+}  // namespace
+
+bool isDeviceName(std::string_view name) {
+    std::string_view stem = name.substr(0, name.find('.'));
+    while (stem.ends_with(' ')) stem.remove_suffix(1);
+    const auto isStem = [&](std::string_view device) { return equalsIgnoringCase(stem, device); };
+    if (std::any_of(kDevices.begin(), kDevices.end(), isStem)) return true;
+    if (stem.size() != 4 || stem[3] < '0' || stem[3] > '9') return false;
+    stem.remove_suffix(1);
+    return std::any_of(kNumberedDevices.begin(), kNumberedDevices.end(), isStem);
+}
+
+#ifdef _WIN32
+namespace {
 
 constexpr wchar_t kReplacement = L'\uFFFD';
 
@@ -57,14 +71,7 @@ std::string textFromPath(const fs::path& path) {
 }
 
 bool isFileName(std::string_view name) {
-    if (name.ends_with('.') || name.ends_with(' ')) return false;
-    std::string_view stem = name.substr(0, name.find('.'));
-    while (stem.ends_with(' ')) stem.remove_suffix(1);
-    const auto isStem = [&](std::string_view device) { return equalsIgnoringCase(stem, device); };
-    if (std::any_of(kDevices.begin(), kDevices.end(), isStem)) return false;
-    if (stem.size() != 4 || stem[3] < '0' || stem[3] > '9') return true;
-    stem.remove_suffix(1);
-    return std::none_of(kNumberedDevices.begin(), kNumberedDevices.end(), isStem);
+    return !name.ends_with('.') && !name.ends_with(' ') && !isDeviceName(name);
 }
 
 #else

@@ -14,6 +14,10 @@ std::filesystem::path pathFromText(std::string_view text);
 /// platform's names are Unicode, else the raw bytes.
 std::string textFromPath(const std::filesystem::path& path);
 
+/// True for the names that Windows, whatever their extension, takes for devices. What is to be
+/// given to others has none of them on any platform.
+bool isDeviceName(std::string_view name);
+
 /// True when the platform gives a file this name as it stands. Windows drops dots and blanks at the
 /// end, and takes some names, whatever their extension, for devices.
 bool isFileName(std::string_view name);

@@ -14,21 +14,14 @@
 namespace orb::unitview {
 namespace {
 
-constexpr std::string_view kPcx = io::kBuildPictureFiles.extension;
-constexpr std::string_view kGaf = ".gaf";
-constexpr std::string_view kPng = ".png";
-constexpr std::string_view kPressed = "_pressed.png";
-constexpr std::string_view kDisabled = "_disabled.png";
-
-std::string_view withoutExtension(std::string_view name) {
-    for (const std::string_view extension : {kPcx, kGaf, kPng})
-        if (io::endsWithIgnoringCase(name, extension))
-            return name.substr(0, name.size() - extension.size());
-    return name;
-}
+constexpr std::string_view kPcx = kBuildPictureEndings[0];
+constexpr std::string_view kGaf = kBuildPictureEndings[1];
+constexpr std::string_view kPng = kBuildPictureEndings[2];
+constexpr std::string_view kPressed = kBuildPictureEndings[3];
+constexpr std::string_view kDisabled = kBuildPictureEndings[4];
 
 std::string picturePath(std::string_view name, std::string_view ending) {
-    return fmt::format("{}/{}{}", io::kBuildPictureFiles.folder, withoutExtension(name), ending);
+    return fmt::format("{}/{}{}", io::kBuildPictureFiles.folder, buildPictureStem(name), ending);
 }
 
 io::Bytes readPicture(const io::CompositeVirtualFileSystem& files, const std::string& path) {
@@ -47,6 +40,13 @@ PngPicture decodePicture(io::Bytes bytes, const BuildPictureSource& source,
 }
 
 }  // namespace
+
+std::string_view buildPictureStem(std::string_view name) {
+    for (const std::string_view extension : {kPcx, kGaf, kPng})
+        if (io::endsWithIgnoringCase(name, extension))
+            return name.substr(0, name.size() - extension.size());
+    return name;
+}
 
 std::string_view formatName(BuildPictureFormat format) {
     static constexpr std::array<std::string_view, 4> kNames = {"pcx", "gaf", "png-triplet", "png"};
@@ -67,7 +67,7 @@ std::vector<BuildPictureSource> findBuildPictures(const io::CompositeVirtualFile
     if (has(kPcx)) sources.push_back({BuildPictureFormat::pcx, picturePath(name, kPcx)});
     if (has(kGaf))
         sources.push_back({BuildPictureFormat::gaf, picturePath(name, kGaf)});
-    else if (const GafEntryRef* const entry = animations.find(withoutExtension(name)))
+    else if (const GafEntryRef* const entry = animations.find(buildPictureStem(name)))
         sources.push_back({BuildPictureFormat::gaf, entry->path, entry->index});
     if (!has(kPng)) return sources;
     const std::string png = picturePath(name, kPng);

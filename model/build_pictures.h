@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "io/formats/palette.h"
+#include "io/game_paths.h"
 #include "io/vfs/composite_virtual_file_system.h"
 #include "model/gaf_index.h"
 #include "model/png_picture.h"
@@ -14,6 +16,13 @@
 namespace orb::unitview {
 
 enum class BuildPictureFormat : std::uint8_t { pcx, gaf, pngTriplet, png };
+
+/// What the names of a unit's picture files end in: each format, then a PNG's companions.
+inline constexpr std::array<std::string_view, 5> kBuildPictureEndings = {
+    io::kBuildPictureFiles.extension, ".gaf", ".png", "_pressed.png", "_disabled.png"};
+
+/// A picture's name without the extension of a format.
+std::string_view buildPictureStem(std::string_view name);
 
 /// "pcx", "gaf", "png-triplet" or "png", for requests and reports.
 std::string_view formatName(BuildPictureFormat format);

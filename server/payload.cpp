@@ -143,6 +143,11 @@ std::vector<std::string> Payload::requiredTexts(const char* key) const {
     return decodeArray(requiredMember(key), decodeAs<std::string>);
 }
 
+std::optional<std::vector<std::string>> Payload::texts(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodeArray(*value, decodeAs<std::string>)) : std::nullopt;
+}
+
 std::optional<std::vector<std::int64_t>> Payload::integers(const char* key) const {
     const json* const value = member(key);
     return value ? std::optional(decodeArray(*value, decodeInteger)) : std::nullopt;

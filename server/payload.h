@@ -39,6 +39,7 @@ public:
     std::int64_t requiredInteger(const char* key) const;
     std::optional<double> number(const char* key) const;
     std::vector<std::string> requiredTexts(const char* key) const;
+    std::optional<std::vector<std::string>> texts(const char* key) const;
     std::optional<std::vector<std::int64_t>> integers(const char* key) const;
     std::optional<std::vector<double>> numbers(const char* key) const;
     std::optional<std::variant<std::string, std::int64_t>> textOrInteger(const char* key) const;

@@ -27,6 +27,7 @@ std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
     if (request.taDataPath.empty()) throw std::invalid_argument("taDataPath must not be empty");
 
     auto mounted = std::make_unique<MountedData>();
+    mounted->request = request;
     mounted->result = io::buildLayers(mounted->files, request.modPaths, request.taDataPath,
                                       request.mapsPath, logProgress);
     mounted->roots = request.modPaths;

@@ -48,6 +48,8 @@ struct MountedData {
     ~MountedData() = default;
 
     io::CompositeVirtualFileSystem files;
+    /// What was asked for.
+    DataRootsRequest request;
     io::MountResult result;
     std::vector<LayerReport> layers;
     /// The roots in mount order: mods, game directory, maps.

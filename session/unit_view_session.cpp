@@ -1,16 +1,26 @@
 #include "session/unit_view_session.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "io/path_text.h"
 #include "model/edit/model_values.h"
 #include "model/piece_list.h"
 #include "server/logger.h"
+#include "session/model_file.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {
 namespace {
+
+namespace fs = std::filesystem;
+
+/// An empty internal path stands for all entries of an archive.
+bool isSameFile(const io::FileLocation& file, const io::FileLocation& written) {
+    return file.path == written.path &&
+           (written.internalPath.empty() || file.internalPath == written.internalPath);
+}
 
 void requireUnitName(const std::string& name) {
     if (name.empty()) throw RequestError("unit name is required");
@@ -78,10 +88,14 @@ bool UnitViewSession::revertModel() {
     return hadEdits;
 }
 
-std::optional<std::string> UnitViewSession::refreshAfterModelWrite(const UnitSource& written) {
+void UnitViewSession::takeModelAsSaved(const UnitSource& file) {
     if (workingModel_) workingModel_->markSaved();
     // It may have been loaded from elsewhere, before other roots were set.
-    if (unit_) unit_->modelSource = written;
+    if (unit_) unit_->modelSource = file;
+}
+
+std::optional<std::string> UnitViewSession::refreshAfterModelWrite(const UnitSource& written) {
+    takeModelAsSaved(written);
     return refreshAfterWrite(written.location);
 }
 
@@ -109,12 +123,9 @@ std::optional<std::filesystem::path> UnitViewSession::setLintSuppressed(const Li
 }
 
 bool UnitViewSession::isLoadedFrom(const io::FileLocation& written) const {
-    const auto isWritten = [&](const std::optional<UnitSource>& source) {
-        return source && source->location.path == written.path &&
-               (written.internalPath.empty() ||
-                source->location.internalPath == written.internalPath);
-    };
-    return unit_ && unit_->source && (isWritten(unit_->source) || isWritten(unit_->modelSource));
+    return unit_ && unit_->source &&
+           (isSameFile(unit_->source->location, written) ||
+            (unit_->modelSource && isSameFile(unit_->modelSource->location, written)));
 }
 
 void UnitViewSession::reloadUnit() {
@@ -125,11 +136,27 @@ void UnitViewSession::reloadUnit() {
     cob_.setModelPieces(pieceNames(workingModel_->model()));
 }
 
-std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLocation& written) {
+bool UnitViewSession::wouldLoadFrom(const io::FileLocation& written) const {
+    if (!unit_ || !unit_->source || unit_->loadedFromIR) return false;
+    const io::CompositeVirtualFileSystem& files = data_->files;
+    const auto isIt = [&](const std::string& path) {
+        const auto found = files.locate(path);
+        return found && isSameFile(*found, written);
+    };
+    return isIt(definitionPath(files, data_->catalogue, unit_->definitionName())) ||
+           isIt(io::kModelFiles.path(modelFileName(files, unit_->fbi.objectName))) ||
+           isIt(scriptPath(unit_->fbi, unit_->name));
+}
+
+void UnitViewSession::readAgain(std::span<const io::FileLocation> written) {
+    std::set<fs::path> archives;
+    for (const io::FileLocation& file : written)
+        if (file.kind == io::FileLocation::Kind::archive) archives.insert(file.path);
     try {
         std::vector<const io::VfsLayer*> reopened;
-        if (written.kind == io::FileLocation::Kind::archive)
-            reopened = data_->files.reopenArchive(written.path);
+        for (const fs::path& archive : archives)
+            for (const io::VfsLayer* layer : data_->files.reopenArchive(archive))
+                reopened.push_back(layer);
         // Loose files can change at any time; an archive's only when it is opened again.
         data_->readAgain([&](const io::VfsLayer& layer) {
             return layer.kind == io::FileLocation::Kind::loose ||
@@ -137,12 +164,21 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLoca
         });
     } catch (const std::exception& error) {
         // What was written is written; the next mount tells more.
-        LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.path) << ": "
+        LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.front().path) << ": "
                                 << error.what();
     }
+}
+
+std::optional<std::string> UnitViewSession::refreshAfterWrite(
+    std::span<const io::FileLocation> written) {
+    if (written.empty()) return std::nullopt;
+    readAgain(written);
     // What stands on the map stays as it is; what comes is made from the files as they are now.
     if (map_) map_->unitTypes.clear();
-    if (!isLoadedFrom(written)) return std::nullopt;
+    if (std::ranges::none_of(written, [&](const io::FileLocation& file) {
+            return isLoadedFrom(file) || wouldLoadFrom(file);
+        }))
+        return std::nullopt;
     try {
         reloadUnit();
     } catch (const RequestError& error) {

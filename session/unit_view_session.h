@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "io/formats/palette.h"
@@ -37,13 +38,16 @@ public:
     /// setDataRoots first" or "could not locate source for NAME".
     UnitSource resolveUnitSource(const std::string& name) const;
 
-    /// Takes over a file that was written behind the mounted data: reopens the archive (an empty
-    /// internal path stands for all its entries), reads catalogue and tables anew where files may
-    /// have changed (that archive and all loose files), and reloads the loaded unit when the file
-    /// is its source or its model; a working model stays when that model reads as it was saved.
-    /// References into `data()` end. Returns why that unit cannot be loaded any more
-    /// (it is not loaded then), or none.
-    std::optional<std::string> refreshAfterWrite(const io::FileLocation& written);
+    /// Takes over files that were written behind the mounted data: reopens the archives (an empty
+    /// internal path stands for all entries), reads catalogue and tables anew where files may have
+    /// changed (those archives and all loose files), and reloads the loaded unit when one of the
+    /// files is, or has become, its definition, model or script; a working model stays when that
+    /// model reads as it was saved. References into `data()` end. Returns why that unit cannot be
+    /// loaded any more (it is not loaded then), or none.
+    std::optional<std::string> refreshAfterWrite(std::span<const io::FileLocation> written);
+    std::optional<std::string> refreshAfterWrite(const io::FileLocation& written) {
+        return refreshAfterWrite({&written, 1});
+    }
 
     /// Loads a unit in place of the loaded one. Throws RequestError: "unit name is required" and
     /// "data roots not set" leave the loaded unit, any other failure leaves none.
@@ -64,6 +68,8 @@ public:
     void editModel(const std::function<void(WorkingModel&)>& edit);
     /// Drops the edits; false when there were none.
     bool revertModel();
+    /// The working model was written to this file, which refreshAfterWrite is told of next.
+    void takeModelAsSaved(const UnitSource& file);
     /// Takes over that the working model was written to a file, as refreshAfterWrite does.
     std::optional<std::string> refreshAfterModelWrite(const UnitSource& written);
 
@@ -90,7 +96,9 @@ public:
 
 private:
     void unloadUnit();
+    void readAgain(std::span<const io::FileLocation> written);
     bool isLoadedFrom(const io::FileLocation& written) const;
+    bool wouldLoadFrom(const io::FileLocation& written) const;
     void reloadUnit();
 
     std::unique_ptr<MountedData> data_;

@@ -7,6 +7,7 @@ import base64
 import json
 import os
 import sys
+import tempfile
 import time
 
 from editor_client import Editor, EditorError
@@ -121,6 +122,19 @@ def main():
         print(f"    {color}{check['status']:8}{OFF}{check['category']}: {check['detail']}")
     for finding in editor.ask("conflict-scan")["findings"][:6]:
         print(f"    {finding['kind']:22} {finding['detail']}")
+
+    note("A mod of one's own: clone a unit, change it as a whole, give it a wreck.")
+    with tempfile.TemporaryDirectory() as scratch:
+        editor.ask("create-mod-folder", path=os.path.join(scratch, "mine"))
+        for file in editor.ask("unit-clone", name="FENWADE", newName="MYWADE", displayName="My Wader")["files"]:
+            print(f"    {os.path.basename(file['from'])}  {DIM}→ {os.path.relpath(file['to'], scratch)}{OFF}")
+        editor.ask("load-unit", name="MYWADE")
+        script = editor.ask_silently("cob-get-unit-bos")["data"]["source"]
+        editor.ask("save-unit", values={"MaxDamage": 900, "Corpse": None}, script={"bos": script},
+                   allowBackupCreation=True)
+        editor.ask("create-corpse-stub")
+        print(f"    {editor.ask('unit-health')['summary']['verdict']}")
+        editor.ask("set-data-roots", taDataPath=f"{DATA}/game", modPaths=[f"{DATA}/mod", f"{DATA}/faulty"])
 
     note("What goes wrong is told, and the session goes on.")
     editor.ask("load-unit", name="NOSUCH")

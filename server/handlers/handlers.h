@@ -126,4 +126,10 @@ Reply fbiRaw(UnitViewSession&, const Payload&);
 Reply fbiPatch(UnitViewSession&, const Payload&);
 Reply saveFbiRaw(UnitViewSession&, const Payload&);
 
+// unit_edits.cpp: whole units and mods
+Reply createModFolder(UnitViewSession&, const Payload&);
+Reply unitClone(UnitViewSession&, const Payload&);
+Reply createCorpseStub(UnitViewSession&, const Payload&);
+Reply saveUnit(UnitViewSession&, const Payload&);
+
 }  // namespace orb::unitview::ipc::handlers

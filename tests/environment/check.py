@@ -9,6 +9,7 @@ import argparse
 import fcntl
 import json
 import os
+import random
 import resource
 import shutil
 import subprocess
@@ -110,13 +111,60 @@ def check_several_editors(program, data):
         assert sorted(os.listdir(mod)) == ["marshmod.ufo", "marshmod.ufo.orbbackup"]
 
 
+def check_killed_saves(program, data, kills=12):
+    """A process that is killed while it saves a unit leaves each file as it was or as it became."""
+    with tempfile.TemporaryDirectory() as scratch:
+        mod = os.path.join(scratch, "mod")
+        setup = [("set-data-roots", {"taDataPath": os.path.join(data, "game")}),
+                 ("create-mod-folder", {"path": mod}),
+                 ("unit-clone", {"name": "FENWADE", "newName": "KILLED"})]
+        saves = [{"values": {"MaxDamage": 100 + i}, "allowBackupCreation": True,
+                  "script": {"bos": f"piece base;\nCreate()\n{{\n\tsleep {100 + i};\n}}\n"}}
+                 for i in range(2)]
+        files = [os.path.join(mod, name)
+                 for name in ("units/KILLED.fbi", "scripts/KILLED.cob", "scripts/KILLED.bos")]
+
+        def play(requests):
+            process = start(program, lambda: None)
+            process.stdin.write(b"".join(
+                line(kind, seq, **payload) for seq, (kind, payload) in enumerate(requests, 1)))
+            return process
+
+        def read(file):
+            with open(file, "rb") as stream:
+                return stream.read()
+
+        again = [("set-data-roots", {"taDataPath": os.path.join(data, "game"), "modPaths": [mod]}),
+                 ("load-unit", {"name": "KILLED"})]
+        play(setup).communicate(timeout=60)
+        known = [set() for _ in files]
+        for save in saves:
+            play([*again, ("save-unit", save)]).communicate(timeout=60)
+            for contents, file in zip(known, files):
+                contents.add(read(file))
+        assert all(len(contents) == 2 for contents in known)
+        for number in range(kills):
+            process = play([*again, *(("save-unit", saves[i % 2]) for i in range(400))])
+            process.stdin.flush()
+            for _ in again:
+                process.stdout.readline()
+            time.sleep(random.Random(number).uniform(0, 0.2))
+            process.kill()
+            process.communicate(timeout=60)
+            for contents, file in zip(known, files):
+                assert read(file) in contents, file
+        play([*again, ("save-unit", saves[0])]).communicate(timeout=60)
+        left = [name for _, _, names in os.walk(mod) for name in names if "orb-write" in name]
+        assert not left, left
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--any-memory", action="store_true")
     parser.add_argument("program")
     parser.add_argument("data")
     options = parser.parse_args()
-    checks = [check_pipes_without_blocking, check_several_editors]
+    checks = [check_pipes_without_blocking, check_several_editors, check_killed_saves]
     if not options.any_memory:
         checks.append(check_little_memory)
     for check in checks:

@@ -1,4 +1,4 @@
-#include "diagnostics/references.h"
+#include "session/references.h"
 
 #include "io/ascii.h"
 

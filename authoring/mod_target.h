@@ -1,0 +1,35 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+#include "session/mounted_data.h"
+
+/// Which mod folder, and which file in it, new content of units goes into. A root stands for a data
+/// root by the layer of its loose files.
+namespace orb::unitview {
+
+/// The mod root that a request names, else the first one. Throws RequestError "not a mounted mod
+/// folder: …" or "no mod folder is mounted".
+const io::VfsLayer& chooseModRoot(const MountedData& data,
+                                  const std::optional<std::filesystem::path>& folder);
+
+/// The data root of the definition file that the stack shows there. Throws RequestError "could not
+/// locate source for …" when it has gone.
+const io::VfsLayer& rootOfDefinition(const MountedData& data, const io::FileLocation& definition);
+
+/// What a root itself has of a virtual path, be it a loose file or an entry of one of its archives.
+std::optional<io::FileLocation> findInRoot(const MountedData& data, const io::VfsLayer& root,
+                                           std::string_view path);
+
+/// Where writing a virtual path below a root takes effect: in the file that it has, else in a loose
+/// one.
+io::FileLocation placeInRoot(const MountedData& data, const io::VfsLayer& root,
+                             std::string_view path);
+
+/// Throws RequestError "bad unit name: …" unless the name has 1 to 31 letters, digits, "_" or "-"
+/// and can be given to files everywhere.
+void requireNewUnitName(std::string_view name);
+
+}  // namespace orb::unitview

@@ -1,0 +1,169 @@
+#include "authoring/unit_save.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "authoring/mod_target.h"
+#include "authoring/model_commit.h"
+#include "authoring/unit_parts.h"
+#include "io/ascii.h"
+#include "io/files/folder_lock.h"
+#include "io/formats/cob_file.h"
+#include "io/formats/tdf.h"
+#include "io/game_paths.h"
+#include "model/build_picture_file.h"
+#include "session/request_error.h"
+#include "session/unit_script.h"
+
+namespace orb::unitview {
+namespace {
+
+const LoadedUnit& requireUnitNamed(const UnitViewSession& session,
+                                   const std::optional<std::string>& name) {
+    const LoadedUnit& unit = session.requireUnit();
+    if (name && !io::equalsIgnoringCase(*name, unit.name) &&
+        !io::equalsIgnoringCase(*name, unit.definitionName()))
+        throw RequestError("not the loaded unit: " + *name);
+    return unit;
+}
+
+[[noreturn]] void failToCompile(const std::vector<bos::BosDiagnostic>& diagnostics) {
+    const auto isError = [](const bos::BosDiagnostic& each) {
+        return each.severity == bos::Severity::error;
+    };
+    const auto count = std::ranges::count_if(diagnostics, isError);
+    const auto first = std::ranges::find_if(diagnostics, isError);
+    std::string text =
+        fmt::format("script does not compile: {} error{}", count, count == 1 ? "" : "s");
+    if (first != diagnostics.end())
+        text += fmt::format(", {}in line {}: {}", count == 1 ? "" : "the first ", first->mainLine,
+                            first->message);
+    throw RequestError(text);
+}
+
+class Saving {
+public:
+    Saving(const UnitViewSession& session, const SaveRequest& request, RawDefinition definition)
+        : session_(session),
+          unit_(session.requireUnit()),
+          request_(request),
+          definition_(std::move(definition)) {
+        takeDefinition();
+        takeModel();
+        takeScript();
+        takePicture();
+    }
+
+    SaveResult result;
+    std::vector<FileWrite> writes;
+    /// Where the working model is written, if it is.
+    std::optional<UnitSource> model;
+
+private:
+    void takeDefinition() {
+        const std::string old = definitionBytes(definition_);
+        std::string bytes = old;
+        bool isWritten = false;
+        if (const auto* const text = std::get_if<std::string>(&request_.definition)) {
+            if (!io::parseTdf(*text).child(io::kUnitInfoSection)) throw RequestError(kNoUnitInfo);
+            bytes = encodeDefinition(*text, definition_.encoding);
+            isWritten = true;
+        } else if (const auto* const changes =
+                       std::get_if<std::vector<FbiChange>>(&request_.definition)) {
+            const FbiEdit edit = editDefinition(definition_, *changes);
+            bytes = encodeDefinition(edit.text, definition_.encoding);
+            isWritten = !edit.changed.empty();
+        }
+        auto info = io::readFbiUnitInfo(bytes);
+        if (!info) throw RequestError(kNoUnitInfo);
+        info_ = std::move(*info);
+        name_ = info_.unitName.empty() ? fileStem(definition_.source.location) : info_.unitName;
+        if (isWritten)
+            add("definition", definition_.source.location, io::Bytes(bytes.begin(), bytes.end()));
+    }
+
+    void takeScript() {
+        const std::string_view name = scriptName(info_, name_);
+        if (!std::holds_alternative<std::monostate>(request_.script) && unit_.loadedFromIR)
+            throw RequestError("unit was loaded from its IR document");
+        if (const auto* const cob = std::get_if<io::Bytes>(&request_.script)) {
+            reportingFailure([&] { io::parseCob(*cob); }, "bad cob_b64: ");
+            addPart("script", io::kScriptFiles.path(name), *cob);
+        } else if (const auto* const source = std::get_if<ScriptText>(&request_.script)) {
+            const std::string path = io::kScriptSourceFiles.path(name);
+            bos::BosCompilation compiled = reportingFailure([&] {
+                return bos::compileBos(source->bos, path, includeFiles(session_), source->options);
+            });
+            if (!compiled.ok) failToCompile(compiled.diagnostics);
+            addPart("script", io::kScriptFiles.path(name), io::writeCob(compiled.code.cob));
+            addPart("script-source", path, io::Bytes(source->bos.begin(), source->bos.end()));
+            result.diagnostics = std::move(compiled.diagnostics);
+        }
+    }
+
+    void takeModel() {
+        const WorkingModel* const working = session_.workingModel();
+        if (!request_.model || !working || !working->isDirty()) return;
+        auto saved = modelToSave(session_);
+        if (!saved) return;
+        if (saved->target.inBaseTa)
+            saved->target = {placeOf(io::kModelFiles.path(fileStem(saved->target.location))),
+                             false};
+        model = saved->target;
+        add("model", saved->target.location, std::move(saved->file));
+    }
+
+    void takePicture() {
+        if (!request_.picture) return;
+        addPart("picture", buildPicturePath(info_, name_),
+                reportingFailure(
+                    [&] { return buildPictureFromPng(*request_.picture, session_.palette()); },
+                    "bad png_b64: "));
+    }
+
+    /// Where the game reads a file; in place of the base game's, one of the definition's mod.
+    io::FileLocation placeOf(const std::string& path) const {
+        const MountedData& data = session_.data();
+        const auto found = data.files.locateInLayers(path);
+        if (found && found->layer->rootKind != io::DataRootKind::base) return found->location;
+        return placeInRoot(data, rootOfDefinition(data, definition_.source.location), path);
+    }
+
+    void addPart(std::string_view part, const std::string& path, io::Bytes content) {
+        add(part, placeOf(path), std::move(content));
+    }
+
+    void add(std::string_view part, const io::FileLocation& location, io::Bytes content) {
+        result.files.push_back({part, location});
+        writes.push_back({location, std::move(content)});
+    }
+
+    const UnitViewSession& session_;
+    const LoadedUnit& unit_;
+    const SaveRequest& request_;
+    RawDefinition definition_;
+    /// As they are saved.
+    io::FbiUnitInfo info_;
+    std::string name_;
+};
+
+}  // namespace
+
+SaveResult saveUnit(UnitViewSession& session, const SaveRequest& request, io::FileOps& ops) {
+    const std::string stem = requireUnitNamed(session, request.name).definitionName();
+    const io::FileLocation file = session.resolveUnitSource(stem).location;
+    // What another editor writes between reading and writing would be lost.
+    const io::FolderLock lock(file.path);
+    RawDefinition definition = readDefinition(session, stem);
+    if (definition.source.inBaseTa)
+        return {{}, {}, {EditOutcome::refusedForBase, definition.source.location.path, {}}};
+    Saving saving(session, request, std::move(definition));
+    SaveResult result = std::move(saving.result);
+    result.edit =
+        writeUnitFiles(session, saving.writes, request.allowBackupCreation, ops, saving.model);
+    if (result.edit.outcome == EditOutcome::ok) result.edit.resolvedPath = file.path;
+    return result;
+}
+
+}  // namespace orb::unitview

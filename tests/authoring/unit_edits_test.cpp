@@ -1,0 +1,206 @@
+#include <functional>
+#include <map>
+
+#include <gtest/gtest.h>
+
+#include "authoring/corpse_stub.h"
+#include "authoring/new_mod.h"
+#include "authoring/unit_clone.h"
+#include "authoring/unit_save.h"
+#include "io/formats/gaf.h"
+#include "io/formats/model3do.h"
+#include "tests/authoring/faulty_file_ops.h"
+#include "tests/quiet_log.h"
+#include "tests/test_folder.h"
+
+namespace orb::unitview {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string contentOf(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// Every file with its content, every folder, below a folder.
+std::map<std::string, std::string> snapshot(const fs::path& folder) {
+    std::map<std::string, std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        found[entry.path().lexically_relative(folder).string()] =
+            entry.is_directory() ? "(folder)" : contentOf(entry.path());
+    return found;
+}
+
+const std::string kDefinition =
+    "// caf\xe9\r\n[UNITINFO]{\r\n\tUnitName = ANT; Corpse=ANT_HEAP; // its heap\r\n"
+    "\tobjectname=ant;\r\n\tName=Fourmi \xe9;\r\n\tScript=legs;\tBuildPic=face.pcx;\r\n"
+    "\tMaxDamage=10;\r\n\tBuildCostMetal=7;\r\n}\r\n";
+
+/// A game with a unit whose parts are no files of their formats, and an empty mod.
+class UnitEditsTest : public testing::Test {
+protected:
+    UnitEditsTest() {
+        folder.write("game/units/ant.fbi", kDefinition);
+        folder.write("game/objects3d/ant.3do", io::write3do({}));
+        folder.write("game/scripts/legs.cob", "cob?");
+        folder.write("game/scripts/legs.bos", "bos?");
+        for (const char* ending : {".pcx", ".gaf", ".png", "_pressed.png"})
+            folder.write(std::string("game/unitpics/face") + ending, ending);
+        fs::create_directory(folder.path() / "mod");
+        mount(session);
+    }
+
+    void mount(UnitViewSession& other) const {
+        other.setDataRoots({folder.path() / "game", {folder.path() / "mod"}, {}});
+    }
+
+    const QuietLog quiet;
+    const TestFolder folder;
+    UnitViewSession session;
+};
+
+TEST_F(UnitEditsTest, AClonesFilesAreThoseOfTheUnitButForItsNames) {
+    CloneRequest request{.name = "ant", .newName = "BEE"};
+    EXPECT_EQ(cloneUnit(session, request).edit.outcome, EditOutcome::ok);
+    std::string wanted = kDefinition;
+    for (const auto& [from, to] : {std::pair("= ANT;", "= BEE;"), std::pair("=ant;", "=BEE;"),
+                                   std::pair("=legs;", "=BEE;"), std::pair("=face.pcx;", "=BEE;")})
+        wanted.replace(wanted.find(from), std::string(from).size(), to);
+    const std::map<std::string, std::string> files = {{"units", "(folder)"},
+                                                      {"units/BEE.fbi", wanted},
+                                                      {"objects3d", "(folder)"},
+                                                      {"scripts", "(folder)"},
+                                                      {"scripts/BEE.cob", "cob?"},
+                                                      {"scripts/BEE.bos", "bos?"},
+                                                      {"unitpics", "(folder)"},
+                                                      {"unitpics/BEE.pcx", ".pcx"},
+                                                      {"unitpics/BEE.gaf", ".gaf"},
+                                                      {"unitpics/BEE.png", ".png"},
+                                                      {"unitpics/BEE_pressed.png", "_pressed.png"}};
+    auto made = snapshot(folder.path() / "mod");
+    EXPECT_EQ(made["objects3d/BEE.3do"], contentOf(folder.path() / "game/objects3d/ant.3do"));
+    made.erase("objects3d/BEE.3do");
+    EXPECT_EQ(made, files);
+
+    // What is left out keeps its name.
+    request = {.name = "ant", .newName = "FLY", .with = std::vector{UnitPart::picture}};
+    cloneUnit(session, request);
+    EXPECT_NE(contentOf(folder.path() / "mod/units/FLY.fbi").find("=ant;"), std::string::npos);
+    EXPECT_FALSE(fs::exists(folder.path() / "mod/objects3d/FLY.3do"));
+}
+
+TEST_F(UnitEditsTest, APictureAmongOthersBecomesAFileOfItsOwn) {
+    fs::remove(folder.path() / "game/unitpics/face.gaf");
+    const auto entry = [](const char* name, std::uint8_t color) {
+        return io::GafEntry{name, {{.width = 1, .height = 1, .pixels = {color}}}};
+    };
+    folder.write("game/anims/all.gaf",
+                 io::writeGaf({{entry("other", 1), entry("FACE", 7)}}, io::GafEncoding::plain));
+    mount(session);
+    cloneUnit(session, {.name = "ant", .newName = "BEE"});
+    const std::string file = contentOf(folder.path() / "mod/unitpics/BEE.gaf");
+    const io::GafFile read = io::parseGaf(io::asBytes(file));
+    ASSERT_EQ(read.entries.size(), 1U);
+    EXPECT_EQ(read.entries[0].name, "BEE");
+    EXPECT_EQ(read.entries[0].frames[0].pixels, io::Bytes{7});
+}
+
+TEST_F(UnitEditsTest, AWreckIsWhatItsParentLeavesInItsEncodingAndLineEnds) {
+    cloneUnit(session, {.name = "ant"});
+    const CorpseResult stub = createCorpseStub(session, {.parentUnit = "ant"});
+    EXPECT_EQ(stub.edit.outcome, EditOutcome::ok);  // the parent, which names it, is not written
+    EXPECT_EQ(contentOf(folder.path() / "mod/units/ant.fbi"), kDefinition);
+    EXPECT_EQ(contentOf(folder.path() / "mod/features/corpses/ANT_HEAP.tdf"),
+              "[ANT_HEAP]\r\n\t{\r\n\tworld=All Worlds;\r\n\tdescription=Fourmi \xe9 Wreckage;\r\n"
+              "\tcategory=corpses;\r\n\tobject=ant;\r\n\tfootprintx=1;\r\n\tfootprintz=1;\r\n"
+              "\theight=10;\r\n\tblocking=1;\r\n\treclaimable=1;\r\n\tmetal=3;\r\n\tdamage=3;\r\n"
+              "\t}\r\n");
+    const auto* const feature = session.data().tables.features.find("ant_heap");
+    EXPECT_TRUE(feature && session.data().catalogue.find("ANT_HEAP"));
+}
+
+TEST_F(UnitEditsTest, ADefinitionOfManyKeysIsClonedAndSaved) {
+    std::string text = "[UNITINFO]{\n\tUnitName=BIG;\n\tObjectName=ant;\n";
+    for (int i = 0; i < 10'000; ++i) text += fmt::format("\tkey{}={};\n", i, i);
+    folder.write("mod/units/big.fbi", text + "}\n");
+    mount(session);
+    cloneUnit(session, {.name = "big", .newName = "HUGE", .with = std::vector<UnitPart>{}});
+    session.loadUnit("HUGE");
+    SaveRequest request;
+    request.definition = std::vector<FbiChange>{{"KEY9999", "x"}};
+    request.allowBackupCreation = true;
+    EXPECT_EQ(saveUnit(session, request).edit.outcome, EditOutcome::ok);
+    text.replace(text.find("=BIG;"), 5, "=HUGE;");
+    text.replace(text.find("=9999;"), 6, "=x;");
+    EXPECT_EQ(contentOf(folder.path() / "mod/units/HUGE.fbi"), text + "}\n");
+}
+
+/// Lets each file operation of an edit fail in turn: it is then done, or nothing has changed.
+TEST_F(UnitEditsTest, AFailureAtAnyStepLeavesNothingOrEverything) {
+    using Edit = std::function<void(UnitViewSession&, io::FileOps&)>;
+    const fs::path root = folder.path();
+    const std::pair<const char*, Edit> edits[] = {
+        {"mod folder", [&](auto& on, auto& ops) { createModFolder(on, root / "new", true, ops); }},
+        {"clone",
+         [](auto& on, auto& ops) { cloneUnit(on, {.name = "ant", .newName = "BEE"}, ops); }},
+        {"promotion", [](auto& on, auto& ops) { cloneUnit(on, {.name = "ant"}, ops); }},
+        {"wreck",
+         [](auto& on, auto& ops) {
+             createCorpseStub(
+                 on, {.parentUnit = "ant", .name = "ANT_TWO", .allowBackupCreation = true}, ops);
+         }},
+        {"save", [](auto& on, auto& ops) {
+             on.loadUnit("ant");
+             SaveRequest request;
+             request.definition = std::vector<FbiChange>{{"MaxDamage", "11"}};
+             request.script = ScriptText{"piece base; Create() { }", {}};
+             request.allowBackupCreation = true;
+             saveUnit(on, request, ops);
+         }}};
+    for (const auto& [name, edit] : edits) {
+        fs::remove(root / "game/scripts/legs.cob");
+        const auto before = snapshot(root);
+        for (int step = 0;; ++step) {
+            SCOPED_TRACE(fmt::format("{}, step {}", name, step));
+            ASSERT_LT(step, 1000);
+            UnitViewSession fresh;
+            mount(fresh);
+            FaultyFileOps ops(step, FaultyFileOps::Fault::fail);
+            bool isDone = true;
+            try {
+                edit(fresh, ops);
+            } catch (const RequestError&) {
+                isDone = false;
+            }
+            if (ops.struck().empty()) {
+                EXPECT_TRUE(isDone);
+                break;
+            }
+            if (isDone) {
+                EXPECT_NE(snapshot(root), before);
+                for (const auto& entry : fs::directory_iterator(root))
+                    if (entry.path().filename() != "game") fs::remove_all(entry.path());
+                for (const auto& [path, content] : before)
+                    if (content == "(folder)")
+                        fs::create_directories(root / path);
+                    else
+                        folder.write(path, content);
+                continue;
+            }
+            auto after = snapshot(root);
+            // A backup that was made stays; it is what it should be.
+            std::erase_if(after, [&](const auto& file) {
+                const std::string suffix = ".orbbackup";
+                return file.first.ends_with(suffix) && !before.contains(file.first) &&
+                       file.second ==
+                           before.at(file.first.substr(0, file.first.size() - suffix.size()));
+            });
+            // So does what could not be removed.
+            if (ops.struck() != "remove") EXPECT_EQ(after, before);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace orb::unitview
