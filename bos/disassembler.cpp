@@ -58,7 +58,7 @@ BosDisassembly Disassembler::run() {
     for (int tries = 1;; ++tries) {
         const Decoded decoded = decode();
         PrintedProgram printed = printProgram(decoded.program, options_);
-        BosCompilation compiled = compileBos(printed.text, "", nullptr);
+        const BosCompilation compiled = compileBos(printed.text, "", nullptr);
         const bool couldHelp = markDifferences(printed, compiled);
         if (couldHelp && tries == kMaxTries - 1) isRaw_.assign(isRaw_.size(), true);
         if (couldHelp && tries < kMaxTries) continue;
@@ -71,7 +71,7 @@ BosDisassembly Disassembler::run() {
         result.isExact = compiled.ok && again.code == cob_.code && samePlaces(again, cob_) &&
                          again.pieces == cob_.pieces && again.staticVarCount == cob_.staticVarCount;
         result.lineSpans = spansHere(compiled);
-        result.symbols = std::move(compiled.symbols);
+        result.symbols = compiled.symbols;
         return result;
     }
 }
