@@ -21,7 +21,7 @@ json threadCount(CobSession& cob) {
 }
 
 /// A reply, with the report that was asked for.
-Reply reply(UnitViewSession& session, json data, bool withReport) {
+Reply replyWith(UnitViewSession& session, json data, bool withReport) {
     if (withReport) data["report"] = encodeReport(session);
     return {std::move(data)};
 }
@@ -30,7 +30,7 @@ Reply resume(UnitViewSession& session, const Payload& payload, CobResumeMode mod
     const bool withReport = decodeReport(payload);
     return reportingFailure([&] {
         session.cob().debugger().resume(mode);
-        return reply(session, json::object(), withReport);
+        return replyWith(session, json::object(), withReport);
     });
 }
 
@@ -64,7 +64,7 @@ Reply cobReset(UnitViewSession& session, const Payload& payload) {
     const bool withReport = decodeReport(payload);
     return reportingFailure([&] {
         session.cob().reset();
-        return reply(session, threadCount(session.cob()), withReport);
+        return replyWith(session, threadCount(session.cob()), withReport);
     });
 }
 
@@ -84,7 +84,7 @@ Reply cobStart(UnitViewSession& session, const Payload& payload) {
     requireFilled("script name", name);
     return reportingFailure([&] {
         session.cob().debugger().startScript(*name, arguments);
-        Reply started = reply(session, json::object(), withReport);
+        Reply started = replyWith(session, json::object(), withReport);
         if (withReport)
             started.data["report"]["threadId"] = session.cob().requireInstance().threads.back()->id;
         return started;
@@ -102,7 +102,7 @@ Reply cobTick(UnitViewSession& session, const Payload& payload) {
         debugger.advanceTicks(static_cast<int>(ticks));
         json data = json::object();
         if (script) data["scriptRunning"] = debugger.isScriptRunning(*script);
-        return reply(session, std::move(data), withReport);
+        return replyWith(session, std::move(data), withReport);
     });
 }
 
@@ -176,7 +176,7 @@ Reply cobLoadTemporary(UnitViewSession& session, const Payload& payload) {
         json data = describeScript(cob);
         // There are no units on a map whose scripts would have to be started anew.
         data["mapRespawned"] = false;
-        return reply(session, std::move(data), withReport);
+        return replyWith(session, std::move(data), withReport);
     });
 }
 
@@ -184,7 +184,7 @@ Reply cobUnloadTemporary(UnitViewSession& session, const Payload& payload) {
     const bool withReport = decodeReport(payload);
     return reportingFailure([&] {
         session.cob().reset();
-        return reply(session, describeScript(session.cob()), withReport);
+        return replyWith(session, describeScript(session.cob()), withReport);
     });
 }
 
