@@ -18,7 +18,13 @@ BosCompilation compileBos(std::string_view source, const std::string& path,
         // They are in the list.
     }
     result.ok = !diagnostics.hasErrors();
-    if (!result.ok) result.code = {};
+    if (result.ok) {
+        result.symbols = symbolsOf(program);
+        for (std::uint32_t i = 0; i < program.sources.size(); ++i)
+            result.files.push_back(diagnostics.fileName(i));
+    } else {
+        result.code = {};
+    }
     result.diagnostics = diagnostics.inSourceOrder();
     return result;
 }

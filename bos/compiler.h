@@ -6,6 +6,7 @@
 
 #include "bos/generator.h"
 #include "bos/options.h"
+#include "bos/symbols.h"
 #include "io/vfs/virtual_file_system.h"
 
 namespace orb::unitview::bos {
@@ -16,6 +17,9 @@ struct BosCompilation {
     bool ok = false;
     std::vector<BosDiagnostic> diagnostics;
     GeneratedCode code;
+    SourceSymbols symbols;
+    /// The paths of the source and of what it includes, as line spans count them.
+    std::vector<std::string> files;
     /// The options in effect.
     BosOptions options;
 };

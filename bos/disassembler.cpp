@@ -84,6 +84,7 @@ BosDisassembly Disassembler::run() {
         result.isExact = compiled.ok && again.code == cob_.code && samePlaces(again, cob_) &&
                          again.pieces == cob_.pieces && again.staticVarCount == cob_.staticVarCount;
         result.lineSpans = spansHere(compiled);
+        result.symbols = compiled.symbols;
         return result;
     }
 }

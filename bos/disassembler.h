@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "bos/options.h"
+#include "bos/symbols.h"
 #include "cob/cob_line_span.h"
 #include "io/formats/cob_file.h"
 
@@ -18,6 +19,8 @@ struct BosDisassembly {
     std::vector<CobLineSpan> lineSpans;
     /// Compiling `source` gives the same code, entry points, names and statics.
     bool isExact = false;
+    /// The names that `source` invents and takes over.
+    SourceSymbols symbols;
     bool hasTrailingText = false;
     BosOptions options;
 };

@@ -64,7 +64,7 @@ private:
     }
     void landHere(std::uint32_t place) { out_.cob.code[place] = here(); }
     void span(std::uint32_t from, const SourcePosition& at) {
-        if (here() > from) out_.lineSpans.push_back({from, here() - 1, at.mainLine});
+        if (here() > from) out_.lineSpans.push_back({from, here() - 1, at.line, at.file});
     }
 
     const Program& program_;

@@ -73,6 +73,7 @@ private:
     std::optional<Attempt> attempt(const BosOptions& options) const;
     ScriptComparison compareScript(const Attempt& attempt, std::size_t index) const;
     void compareFiles(const Attempt& attempt, SourceComparison& result) const;
+    std::vector<CobLineSpan> spansInBytecode(const Attempt& attempt) const;
 
     const io::CobFile& cob_;
     const Program& program_;
@@ -185,7 +186,28 @@ void Comparer::compareFiles(const Attempt& attempt, SourceComparison& result) co
     result.isIdentical =
         isAlike && !result.scriptOrderDiffers && !result.piecesDiffer && !result.staticVarsDiffer;
     result.isSameCode = source.code == cob_.code;
-    result.lineSpans = attempt.code.lineSpans;
+    result.lineSpans = result.isSameCode ? attempt.code.lineSpans : spansInBytecode(attempt);
+}
+
+/// The spans of the scripts that are identical, moved to where the bytecode has them.
+std::vector<CobLineSpan> Comparer::spansInBytecode(const Attempt& attempt) const {
+    const std::vector<ScriptRange>& ranges = attempt.file.ranges;
+    std::vector<std::optional<std::uint32_t>> moves(ranges.size());
+    for (std::size_t i = 0; i < cob_.scripts.size(); ++i) {
+        const std::size_t other = attempt.sourceOf[i];
+        if (other != kNone && bytecode_.words[i] == attempt.file.words[other])
+            moves[other] = bytecode_.ranges[i].from - ranges[other].from;
+    }
+    std::vector<CobLineSpan> spans;
+    std::size_t script = 0;
+    for (CobLineSpan span : attempt.code.lineSpans) {
+        while (span.from >= ranges[script].to) ++script;
+        if (!moves[script]) continue;
+        span.from += *moves[script];
+        span.to += *moves[script];
+        spans.push_back(span);
+    }
+    return spans;
 }
 
 }  // namespace
@@ -209,7 +231,11 @@ SourceComparison compareSource(const io::CobFile& cob, std::string_view source,
     result.options = first;
     result.ok = !diagnostics.hasErrors();
     result.diagnostics = diagnostics.inSourceOrder();
-    if (result.ok) Comparer(cob, program).run(first, result);
+    if (!result.ok) return result;
+    result.symbols = symbolsOf(program);
+    for (std::uint32_t i = 0; i < program.sources.size(); ++i)
+        result.files.push_back(diagnostics.fileName(i));
+    Comparer(cob, program).run(first, result);
     return result;
 }
 

@@ -36,7 +36,7 @@ struct SourceComparison {
     bool ok = false;
     /// Every script is identical, and nothing else differs.
     bool isIdentical = false;
-    /// The same words at the same places: line spans of the source are those of the bytecode.
+    /// The same words at the same places.
     bool isSameCode = false;
     /// Those of the usual settings that fit the bytecode best.
     BosOptions options;
@@ -46,7 +46,11 @@ struct SourceComparison {
     bool staticVarsDiffer = false;
     bool hasTrailingText = false;
     std::vector<BosDiagnostic> diagnostics;
+    /// Which code of the bytecode each line stands for, in those scripts that are identical.
     std::vector<CobLineSpan> lineSpans;
+    /// As in BosCompilation.
+    std::vector<std::string> files;
+    SourceSymbols symbols;
 };
 
 /// Compiles a source with the settings in use, those of its own settings line first, and compares

@@ -16,16 +16,17 @@ constexpr int kTicksPerStep = 1;
 
 }  // namespace
 
-CobLineMap::CobLineMap(std::span<const CobLineSpan> spans) {
+CobLineMap::CobLineMap(std::span<const CobLineSpan> spans, std::vector<std::string> files)
+    : files_(std::move(files)) {
     for (std::size_t i = spans.size(); i > 0; --i) paint(spans[i - 1]);
 }
 
 void CobLineMap::paint(const CobLineSpan& span) {
     if (span.from > span.to) return;
     const std::uint64_t end = std::uint64_t{span.to} + 1;
-    const std::uint32_t lineBehind = std::prev(lines_.upper_bound(end))->second;
+    const CobSourceLine lineBehind = std::prev(lines_.upper_bound(end))->second;
     lines_.erase(lines_.lower_bound(span.from), lines_.lower_bound(end));
-    lines_.insert_or_assign(span.from, span.line);
+    lines_.insert_or_assign(span.from, CobSourceLine{span.line, span.file});
     lines_.insert_or_assign(end, lineBehind);
 }
 
@@ -52,9 +53,10 @@ CobInstance& CobDebugger::instance() const {
 }
 
 void CobDebugger::setBreakpoints(std::set<std::uint32_t> offsets,
-                                 const std::vector<CobLineSpan>& lineSpans) {
+                                 const std::vector<CobLineSpan>& lineSpans,
+                                 std::vector<std::string> files) {
     breakpoints_ = std::move(offsets);
-    lines_ = CobLineMap(lineSpans);
+    lines_ = CobLineMap(lineSpans, std::move(files));
     limitQuestions();
 }
 
@@ -76,8 +78,8 @@ bool CobDebugger::shouldPause(std::uint32_t pc) {
     if (paused_ || mode_ == CobResumeMode::stepInstruction || breakpoints_.contains(pc))
         return true;
     if (mode_ == CobResumeMode::run) return false;
-    const std::uint32_t line = lines_.lineAt(pc);
-    return line == 0 || line != stepLine_;
+    const CobSourceLine here = lines_.at(pc);
+    return here.line == 0 || here != stepLine_;
 }
 
 /// Other threads may meet the same pause in the tick; the first one's pc stays, else a resume could
@@ -118,7 +120,7 @@ void CobDebugger::resume(CobResumeMode mode) {
     skipOffset_ = paused_ ? std::optional(pausedOffset_) : std::nullopt;
     mode_ = mode;
     paused_ = false;
-    stepLine_ = lines_.lineAt(pausedOffset_);
+    stepLine_ = lines_.at(pausedOffset_);
     limitQuestions();
     advanceTicks(mode == CobResumeMode::stepInstruction ? kTicksPerStep : kTicksPerResume);
 }

@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,24 +15,35 @@
 
 namespace orb::unitview {
 
+/// A line of script source; `file` is as in CobLineSpan.
+struct CobSourceLine {
+    std::uint32_t line = 0;
+    std::uint32_t file = 0;
+
+    bool operator==(const CobSourceLine&) const = default;
+};
+
 /// The source line of every code offset.
 class CobLineMap {
 public:
     CobLineMap() = default;
     /// Where spans overlap, the first one says the line; a span that ends before it begins is
-    /// empty.
-    explicit CobLineMap(std::span<const CobLineSpan> spans);
+    /// empty. `files` are the paths that the spans' files count.
+    explicit CobLineMap(std::span<const CobLineSpan> spans, std::vector<std::string> files = {});
 
-    /// 0 for code without a line.
-    std::uint32_t lineAt(std::uint32_t pc) const {
-        return std::prev(lines_.upper_bound(pc))->second;
+    /// Line 0 for code without a line.
+    CobSourceLine at(std::uint32_t pc) const { return std::prev(lines_.upper_bound(pc))->second; }
+    /// The included file of a line; none for the source's own.
+    const std::string* fileOf(const CobSourceLine& at) const {
+        return at.file != 0 && at.file < files_.size() ? &files_[at.file] : nullptr;
     }
 
 private:
     void paint(const CobLineSpan& span);
 
     /// Each line holds from its offset up to the next one.
-    std::map<std::uint64_t, std::uint32_t> lines_{{0, 0}};
+    std::map<std::uint64_t, CobSourceLine> lines_{{0, {}}};
+    std::vector<std::string> files_;
 };
 
 /// How far a resume goes before it pauses by itself.
@@ -59,7 +71,8 @@ public:
     /// keeps ownership and attaches another one, or none, before destroying it.
     void attach(CobInstance* instance);
 
-    void setBreakpoints(std::set<std::uint32_t> offsets, const std::vector<CobLineSpan>& lineSpans);
+    void setBreakpoints(std::set<std::uint32_t> offsets, const std::vector<CobLineSpan>& lineSpans,
+                        std::vector<std::string> files = {});
     void clearBreakpoints() { setBreakpoints({}, {}); }
 
     /// Runs up to `count` ticks, fewer when the instance pauses. Nothing happens without an
@@ -82,6 +95,8 @@ public:
     bool isPaused() const { return paused_; }
     /// The pc of the thread that paused first.
     std::uint32_t pausedOffset() const { return pausedOffset_; }
+    /// The lines that were set with the breakpoints.
+    const CobLineMap& lines() const { return lines_; }
     /// The number of the next tick; it counts on across instances.
     std::uint32_t tickCounter() const { return tickCounter_; }
 
@@ -102,7 +117,7 @@ private:
     /// Where execution last paused: let through once.
     std::optional<std::uint32_t> skipOffset_;
     std::uint32_t pausedOffset_ = 0;
-    std::uint32_t stepLine_ = 0;
+    CobSourceLine stepLine_;
     std::uint32_t tickCounter_ = 0;
 };
 

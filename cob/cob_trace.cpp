@@ -65,6 +65,7 @@ std::string label(std::string_view name, std::string_view kind, std::uint32_t in
 }  // namespace
 
 void CobTrace::clear() {
+    gone_ += entries_.size();
     entries_.clear();
     oldest_ = 0;
 }

@@ -39,6 +39,7 @@ public:
         }
         entries_[oldest_] = entry;
         oldest_ = (oldest_ + 1) % kMaxTraceEntries;
+        ++gone_;
     }
     void clear();
 
@@ -48,9 +49,19 @@ public:
         return entries_[(oldest_ + index) % kMaxTraceEntries];
     }
 
+    /// The number of entry `index`: entries count from 1 in the order of their recording, and
+    /// neither dropping nor clearing makes the count begin anew.
+    std::uint64_t seqOf(std::size_t index) const { return gone_ + index + 1; }
+    /// The number of the newest entry that was ever recorded; 0 before the first.
+    std::uint64_t lastSeq() const { return gone_ + entries_.size(); }
+    /// Lets a trace without entries count on from another one.
+    void countFrom(std::uint64_t lastSeq) { gone_ = lastSeq; }
+
 private:
     std::vector<CobTraceEntry> entries_;
     std::size_t oldest_ = 0;
+    /// Entries recorded before the oldest one.
+    std::uint64_t gone_ = 0;
     bool enabled_ = true;
 };
 

@@ -101,20 +101,19 @@ export interface Messages {
     "render-constants": Message<None, "render-constants", RenderConstants>;
 
     // Scripts
-    "cob-start": Message<{ name: string; args?: number[] }, "cob-started", None>;
-    /** `ticks`, 1 to 60 (1 when absent), each a thirtieth of a second. */
-    "cob-tick": Message<{ ticks?: number; script?: string }, "cob-ticked", { scriptRunning?: boolean }>;
-    "cob-reset": Message<None, "cob-reset", ThreadCount>;
+    "cob-start": Message<StartRequest, "cob-started", { report?: StartReport }>;
+    "cob-tick": Message<TickRequest, "cob-ticked", { scriptRunning?: boolean } & MaybeReported>;
+    "cob-reset": Message<AsksReport, "cob-reset", ThreadCount & MaybeReported>;
     "cob-stop-all": Message<None, "cob-stop-all", ThreadCount>;
-    "cob-set-breakpoints": Message<Breakpoints, "cob-breakpoints-set", None>;
+    "cob-set-breakpoints": Message<Breakpoints, "cob-breakpoints-set", BreakpointsSet>;
     "cob-clear-breakpoints": Message<None, "cob-breakpoints-cleared", None>;
-    "cob-continue": Message<None, "cob-resumed", None>;
-    "cob-step-instruction": Message<None, "cob-resumed", None>;
-    "cob-step-line": Message<None, "cob-resumed", None>;
-    "cob-inspect": Message<None, "cob-inspected", Inspection>;
+    "cob-continue": Message<AsksReport, "cob-resumed", MaybeReported>;
+    "cob-step-instruction": Message<AsksReport, "cob-resumed", MaybeReported>;
+    "cob-step-line": Message<AsksReport, "cob-resumed", MaybeReported>;
+    "cob-inspect": Message<InspectRequest, "cob-inspected", Inspection>;
     "cob-get-trace": Message<TraceRequest, "cob-get-trace", Trace>;
-    "cob-load-temporary": Message<{ cob_b64: string }, "cob-temporary-loaded", TemporaryScript>;
-    "cob-unload-temporary": Message<None, "cob-temporary-unloaded", RunningScript>;
+    "cob-load-temporary": Message<TemporaryRequest, "cob-temporary-loaded", TemporaryScript>;
+    "cob-unload-temporary": Message<AsksReport, "cob-temporary-unloaded", RunningScript>;
 
     // Script sources
     "cob-compile": Message<CompileRequest, "cob-compiled", Compilation>;
@@ -356,6 +355,8 @@ export interface LoadedUnit {
     sounds: { category: string; events: SoundEvent[] };
     /** For a request with `report`. */
     buildMenu?: BuildMenuEntry[];
+    /** Likewise, of a unit with a script. */
+    report?: ScriptReport;
 }
 
 /** A unit that the menus let this one build; whether there is such a unit is another question. */
@@ -511,11 +512,76 @@ export interface LineSpan {
     from: CodeOffset;
     to: CodeOffset;
     line: number;
+    /** The included file that the line is in. */
+    file?: string;
 }
 
 interface Breakpoints {
     offsets?: CodeOffset[];
     lineSpans?: LineSpan[];
+    /** Of the source itself, from 1. */
+    lines?: number[];
+}
+
+export interface BreakpointsSet {
+    /** Where those on `lines` are, in the same order. */
+    breakpoints?: ({ line: number } & (
+        | { isVerified: true; offset: CodeOffset }
+        | { isVerified: false }
+    ))[];
+}
+
+interface AsksReport {
+    report?: boolean;
+}
+
+interface MaybeReported {
+    report?: ScriptReport;
+}
+
+/** What the event says, and whether and where the script is paused. */
+export interface ScriptReport extends PieceTransforms {
+    isPaused: boolean;
+    pausedOffset?: CodeOffset;
+    /** Id of the thread that goes on first. */
+    pausedThread?: number;
+    script?: string;
+    line?: number;
+    /** The included file that the line is in. */
+    file?: string;
+}
+
+export interface StartReport extends ScriptReport {
+    threadId: number;
+}
+
+interface StartRequest extends AsksReport {
+    name: string;
+    args?: number[];
+}
+
+interface TickRequest extends AsksReport {
+    /** 1 to 60 (1 when absent), each a thirtieth of a second. */
+    ticks?: number;
+    script?: string;
+}
+
+interface TemporaryRequest extends AsksReport {
+    cob_b64: string;
+}
+
+interface InspectRequest {
+    /** Shows so many of each stack's newest values. */
+    stackLimit?: number;
+    /** Written before the reply is made, all or nothing. */
+    set?: {
+        /** By index. */
+        statics?: Record<string, number>;
+        /** `thread` is an id. */
+        locals?: { thread: number; index: number; value: number }[];
+        /** By id. */
+        unitValues?: Record<string, number>;
+    };
 }
 
 export interface Inspection extends ThreadCount {
@@ -531,6 +597,8 @@ export interface Inspection extends ThreadCount {
 
 export interface Thread {
     index: number;
+    /** Names the thread everywhere else. */
+    id: number;
     state: "run" | "sleep" | "wait-turn" | "wait-move" | "dead";
     script: string;
     scriptPc: CodeOffset;
@@ -562,6 +630,8 @@ interface TraceRequest {
     clear?: boolean;
     /** The newest so many of at most 4,096. */
     maxEntries?: number;
+    /** Only entries behind this one, with their numbers. */
+    since?: number;
 }
 
 export interface Trace {
@@ -580,9 +650,11 @@ export interface TraceEntry {
     valueId?: number;
     valueName?: string;
     result?: number;
+    /** From 1 on, for as long as the process lives. */
+    seq?: number;
 }
 
-export interface RunningScript extends ThreadCount {
+export interface RunningScript extends ThreadCount, MaybeReported {
     scripts: string[];
     pieceCount: number;
 }
@@ -621,10 +693,17 @@ export type Compilation = { options: BosOptions; diagnostics: BosDiagnostic[] } 
           pieces: string[];
           staticVars: number;
           lineSpans: LineSpan[];
+          symbols: SourceSymbols;
           lints: Lint[];
           scriptSummary: ScriptSummary[];
       }
 );
+
+export interface SourceSymbols {
+    statics: string[];
+    /** The local variable i is parameter i, or behind the parameters one of the locals. */
+    scripts: { name: string; parameters: string[]; locals: string[] }[];
+}
 
 export interface BosDiagnostic {
     severity: "error" | "warning";
@@ -680,14 +759,17 @@ export interface Disassembly {
     /** The scripts that do. */
     rawScripts: string[];
     lineSpans: LineSpan[];
+    symbols: SourceSymbols;
     options: BosOptions;
 }
 
 export type UnitSourceText = {
     name: string;
     source: string;
-    /** When the source gives the unit's own code. */
+    /** Of the scripts for which the source gives the unit's own code. */
     lineSpans?: LineSpan[];
+    /** When the source has no mistakes. */
+    symbols?: SourceSymbols;
 } & ({ origin: "file"; path: string } | { origin: "disassembly" });
 
 export interface SourceComparison {

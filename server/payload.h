@@ -58,8 +58,10 @@ public:
     /// The text of a member that is a string; a member of another type counts as absent.
     std::optional<std::string> textIfString(const char* key) const;
 
-private:
+    /// A member as it stands, or null.
     const nlohmann::json* member(const char* key) const;
+
+private:
     const nlohmann::json& requiredMember(const char* key) const;
 
     nlohmann::json value_;

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cob/cob_debugger.h"
@@ -11,9 +15,26 @@
 
 namespace orb::unitview {
 
+/// Values to write into a running script.
+struct CobWrites {
+    struct Local {
+        std::uint32_t thread = 0;  ///< its id
+        std::uint32_t index = 0;   ///< in the innermost frame
+        std::int32_t value = 0;
+    };
+    /// Index and value.
+    std::vector<std::pair<std::uint32_t, std::int32_t>> statics;
+    std::vector<Local> locals;
+    /// Id and value.
+    std::vector<std::pair<std::int32_t, std::int32_t>> unitValues;
+};
+
+/// Unit values that can be set at a time; scripts know a few dozen.
+inline constexpr std::size_t kMaxSetUnitValues = 1024;
+
 /// The running script of the loaded unit: its own or a temporary one in its place, under the
-/// debugger. Breakpoints, line spans and the tick counter outlive units; a pause does not outlive
-/// the instance.
+/// debugger. Breakpoints, line spans, the tick counter and the numbers of trace entries outlive
+/// units; a pause does not outlive the instance.
 class CobSession {
 public:
     /// Builds the unit's instance with every piece at rest and starts its Create script; none for a
@@ -30,10 +51,22 @@ public:
     /// load temporary COB: …", and then nothing is replaced.
     void loadTemporary(io::ByteView file);
 
+    /// Writes all of it. Throws std::runtime_error "no thread 7", "no static variable 9: …" and the
+    /// like, and then nothing is written.
+    void write(const CobWrites& writes);
+
     /// The instance, or null.
     CobInstance* instance() { return instance_.get(); }
     CobInstance& requireInstance() { return debugger_.instance(); }
     CobDebugger& debugger() { return debugger_; }
+
+    /// What scripts read as unit values, until the next unit; others read 0.
+    const std::map<std::int32_t, std::int32_t>& unitValues() const { return unitValues_; }
+
+    /// The unit's own script runs, no temporary one.
+    bool runsUnitScript() const { return instance_ && &instance_->file() == unitCob_.get(); }
+    /// The lines of the unit's own script: none until `findPause` needed them for the first time.
+    std::optional<CobLineMap> unitLines;
 
     /// Model piece names in model order: the pieces that the instance's records belong to.
     const std::vector<std::string>& modelPieces() const { return modelPieces_; }
@@ -46,11 +79,14 @@ public:
 
 private:
     void build(const std::shared_ptr<const io::CobFile>& file);
+    void check(const CobWrites& writes) const;
 
     std::string unitName_;
     std::shared_ptr<const io::CobFile> unitCob_;
     std::vector<std::string> modelPieces_;
     std::unique_ptr<CobInstance> instance_;
+    std::map<std::int32_t, std::int32_t> unitValues_;
+    std::uint64_t lastTraceSeq_ = 0;
     CobDebugger debugger_;
 };
 

@@ -17,14 +17,19 @@ UnitBos readUnitBos(const UnitViewSession& session, const std::optional<std::str
     UnitScript script = readUnitScript(session, name);
     if (!script.source) {
         bos::BosDisassembly text = bos::disassembleCob(*script.cob);
-        UnitBos result{std::move(script.unitName), std::move(text.source), {}, {}};
-        if (text.isExact) result.lineSpans = std::move(text.lineSpans);
+        UnitBos result{std::move(script.unitName), std::move(text.source), {}, {}, {}, {}};
+        if (text.isExact || !text.lineSpans.empty()) result.lineSpans = std::move(text.lineSpans);
+        result.symbols = std::move(text.symbols);
         return result;
     }
     bos::SourceComparison compared = compare(session, script, *script.source);
-    UnitBos result{
-        std::move(script.unitName), std::move(*script.source), std::move(script.sourcePath), {}};
-    if (compared.ok && compared.isSameCode) result.lineSpans = std::move(compared.lineSpans);
+    UnitBos result{std::move(script.unitName),   std::move(*script.source),
+                   std::move(script.sourcePath), {},
+                   std::move(compared.files),    {}};
+    if (!compared.ok) return result;
+    if (compared.isSameCode || !compared.lineSpans.empty())
+        result.lineSpans = std::move(compared.lineSpans);
+    result.symbols = std::move(compared.symbols);
     return result;
 }
 

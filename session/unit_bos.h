@@ -18,8 +18,13 @@ struct UnitBos {
     std::string source;
     /// The source's own file; none for a disassembly.
     std::optional<std::string> path;
-    /// Which code each line stands for; none when the source is not that of the script.
+    /// Which code each line stands for, in the scripts whose code the source gives; none when it
+    /// gives none.
     std::optional<std::vector<CobLineSpan>> lineSpans;
+    /// The paths of the source and of what it includes, as line spans count them.
+    std::vector<std::string> files;
+    /// None when the source has mistakes.
+    std::optional<bos::SourceSymbols> symbols;
 };
 
 /// The source beside a unit's script, else what disassembling it gives.

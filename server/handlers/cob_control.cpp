@@ -1,7 +1,10 @@
 #include <algorithm>
-#include <limits>
 
+#include <fmt/format.h>
+
+#include "cob/cob_line_starts.h"
 #include "server/base64.h"
+#include "server/handlers/decode_cob.h"
 #include "server/handlers/encode_cob.h"
 #include "server/handlers/handlers.h"
 #include "session/request_error.h"
@@ -17,18 +20,35 @@ json threadCount(CobSession& cob) {
     return {{"threadCount", cob.requireInstance().threads.size()}};
 }
 
-/// A word index into the code.
-std::uint32_t decodeOffset(std::int64_t value) {
-    if (value < 0 || value > std::numeric_limits<std::uint32_t>::max())
-        throw PayloadError("code offsets and lines must lie in 0 to 4294967295");
-    return static_cast<std::uint32_t>(value);
+/// A reply, with the report that was asked for.
+Reply replyWith(UnitViewSession& session, json data, bool withReport) {
+    if (withReport) data["report"] = encodeReport(session);
+    return {std::move(data)};
 }
 
-Reply resume(UnitViewSession& session, CobResumeMode mode) {
-    return reportingFailure([&]() -> Reply {
+Reply resume(UnitViewSession& session, const Payload& payload, CobResumeMode mode) {
+    const bool withReport = decodeReport(payload);
+    return reportingFailure([&] {
         session.cob().debugger().resume(mode);
-        return {};
+        return replyWith(session, json::object(), withReport);
     });
+}
+
+/// Moves breakpoints on lines to where code begins, and adds its offset to `offsets`.
+json placeLines(std::span<const std::uint32_t> lines, const CobLineStarts& starts,
+                std::set<std::uint32_t>& offsets) {
+    json breakpoints = json::array();
+    for (const std::uint32_t line : lines) {
+        const auto start = starts.atOrAfter(line);
+        if (!start) {
+            breakpoints.push_back({{"line", line}, {"isVerified", false}});
+            continue;
+        }
+        offsets.insert(start->offset);
+        breakpoints.push_back(
+            {{"line", start->line}, {"offset", start->offset}, {"isVerified", true}});
+    }
+    return breakpoints;
 }
 
 json describeScript(CobSession& cob) {
@@ -40,10 +60,11 @@ json describeScript(CobSession& cob) {
 
 }  // namespace
 
-Reply cobReset(UnitViewSession& session, const Payload&) {
-    return reportingFailure([&]() -> Reply {
+Reply cobReset(UnitViewSession& session, const Payload& payload) {
+    const bool withReport = decodeReport(payload);
+    return reportingFailure([&] {
         session.cob().reset();
-        return {threadCount(session.cob())};
+        return replyWith(session, threadCount(session.cob()), withReport);
     });
 }
 
@@ -59,10 +80,14 @@ Reply cobStart(UnitViewSession& session, const Payload& payload) {
     std::vector<std::int32_t> arguments;
     for (const std::int64_t value : payload.integers("args").value_or(std::vector<std::int64_t>{}))
         arguments.push_back(static_cast<std::int32_t>(value));
+    const bool withReport = decodeReport(payload);
     requireFilled("script name", name);
-    return reportingFailure([&]() -> Reply {
+    return reportingFailure([&] {
         session.cob().debugger().startScript(*name, arguments);
-        return {};
+        Reply started = replyWith(session, json::object(), withReport);
+        if (withReport)
+            started.data["report"]["threadId"] = session.cob().requireInstance().threads.back()->id;
+        return started;
     });
 }
 
@@ -70,39 +95,38 @@ Reply cobTick(UnitViewSession& session, const Payload& payload) {
     const std::int64_t ticks =
         std::clamp<std::int64_t>(payload.integer("ticks").value_or(1), 1, kMaxTicksPerRequest);
     const auto script = payload.text("script");
-    return reportingFailure([&]() -> Reply {
+    const bool withReport = decodeReport(payload);
+    return reportingFailure([&] {
         session.cob().requireInstance();
         CobDebugger& debugger = session.cob().debugger();
         debugger.advanceTicks(static_cast<int>(ticks));
-        Reply reply;
-        if (script) reply.data["scriptRunning"] = debugger.isScriptRunning(*script);
-        return reply;
+        json data = json::object();
+        if (script) data["scriptRunning"] = debugger.isScriptRunning(*script);
+        return replyWith(session, std::move(data), withReport);
     });
 }
 
-Reply cobContinue(UnitViewSession& session, const Payload&) {
-    return resume(session, CobResumeMode::run);
+Reply cobContinue(UnitViewSession& session, const Payload& payload) {
+    return resume(session, payload, CobResumeMode::run);
 }
 
-Reply cobStepInstruction(UnitViewSession& session, const Payload&) {
-    return resume(session, CobResumeMode::stepInstruction);
+Reply cobStepInstruction(UnitViewSession& session, const Payload& payload) {
+    return resume(session, payload, CobResumeMode::stepInstruction);
 }
 
-Reply cobStepLine(UnitViewSession& session, const Payload&) {
-    return resume(session, CobResumeMode::stepLine);
+Reply cobStepLine(UnitViewSession& session, const Payload& payload) {
+    return resume(session, payload, CobResumeMode::stepLine);
 }
 
 Reply cobSetBreakpoints(UnitViewSession& session, const Payload& payload) {
-    std::set<std::uint32_t> offsets;
-    for (const auto offset : payload.integers("offsets").value_or(std::vector<std::int64_t>{}))
-        offsets.insert(decodeOffset(offset));
-    std::vector<CobLineSpan> spans;
-    for (const Payload& span : payload.objects("lineSpans").value_or(std::vector<Payload>{}))
-        spans.push_back({decodeOffset(span.requiredInteger("from")),
-                         decodeOffset(span.requiredInteger("to")),
-                         decodeOffset(span.requiredInteger("line"))});
-    session.cob().debugger().setBreakpoints(std::move(offsets), spans);
-    return {};
+    BreakpointRequest request = decodeBreakpoints(payload);
+    Reply reply;
+    if (request.lines)
+        reply.data["breakpoints"] =
+            placeLines(*request.lines, CobLineStarts(request.spans), request.offsets);
+    session.cob().debugger().setBreakpoints(std::move(request.offsets), request.spans,
+                                            std::move(request.files));
+    return reply;
 }
 
 Reply cobClearBreakpoints(UnitViewSession& session, const Payload&) {
@@ -114,11 +138,15 @@ Reply cobGetTrace(UnitViewSession& session, const Payload& payload) {
     const auto enable = payload.flag("enable");
     const bool clear = payload.flag("clear").value_or(false);
     const auto maxEntries = payload.integer("maxEntries").value_or(kMaxTraceEntries);
+    const auto since = decodeCount(payload, "since");
     return reportingFailure([&]() -> Reply {
         CobInstance& instance = session.cob().requireInstance();
+        if (since && *since > instance.trace.lastSeq())
+            throw RequestError(fmt::format("since: {} lies behind the last entry, {}", *since,
+                                           instance.trace.lastSeq()));
         if (enable) instance.trace.enable(*enable);
-        json entries =
-            encodeTrace(instance, static_cast<std::size_t>(std::max<std::int64_t>(maxEntries, 0)));
+        json entries = encodeTrace(
+            instance, static_cast<std::size_t>(std::max<std::int64_t>(maxEntries, 0)), since);
         if (clear) instance.trace.clear();
         return {{{"enabled", instance.trace.enabled()},
                  {"entryCount", entries.size()},
@@ -126,32 +154,37 @@ Reply cobGetTrace(UnitViewSession& session, const Payload& payload) {
     });
 }
 
-Reply cobInspect(UnitViewSession& session, const Payload&) {
+Reply cobInspect(UnitViewSession& session, const Payload& payload) {
+    const auto stackLimit = decodeCount(payload, "stackLimit").value_or(kMaxStackWords);
+    const auto writes = decodeWrites(payload);
     return reportingFailure([&]() -> Reply {
-        return {encodeInspection(session.cob().requireInstance(), session.cob().debugger())};
+        if (writes) session.cob().write(*writes);
+        return {encodeInspection(session.cob(), stackLimit)};
     });
 }
 
 Reply cobLoadTemporary(UnitViewSession& session, const Payload& payload) {
     const auto encoded = payload.text("cob_b64");
+    const bool withReport = decodeReport(payload);
     requireFilled("cob_b64", encoded);
     CobSession& cob = session.cob();
     reportingFailure([&] { cob.requireInstance(); });
     const io::Bytes file =
         reportingFailure([&] { return decodeBase64(*encoded); }, "failed to load temporary COB: ");
-    return reportingFailure([&]() -> Reply {
+    return reportingFailure([&] {
         cob.loadTemporary(file);
         json data = describeScript(cob);
         // There are no units on a map whose scripts would have to be started anew.
         data["mapRespawned"] = false;
-        return {std::move(data)};
+        return replyWith(session, std::move(data), withReport);
     });
 }
 
-Reply cobUnloadTemporary(UnitViewSession& session, const Payload&) {
-    return reportingFailure([&]() -> Reply {
+Reply cobUnloadTemporary(UnitViewSession& session, const Payload& payload) {
+    const bool withReport = decodeReport(payload);
+    return reportingFailure([&] {
         session.cob().reset();
-        return {describeScript(session.cob())};
+        return replyWith(session, describeScript(session.cob()), withReport);
     });
 }
 

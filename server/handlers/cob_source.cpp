@@ -15,7 +15,7 @@ Reply cobCompile(UnitViewSession& session, const Payload& payload) {
     const bos::BosOptionChoices choices = decodeOptions(payload);
     const auto [compiled, analysis] =
         compileScript(session, require("source", source), path, choices);
-    json data = compiled.ok ? encodeCode(compiled.code) : json::object();
+    json data = compiled.ok ? encodeCode(compiled) : json::object();
     if (compiled.ok) data.update(encodeAnalysis(analysis));
     data["ok"] = compiled.ok;
     data["diagnostics"] = encodeDiagnostics(compiled.diagnostics);
@@ -32,7 +32,8 @@ Reply cobDisassemble(UnitViewSession& session, const Payload& payload) {
     return {{{"source", text.source},
              {"structured", text.rawScripts.empty()},
              {"rawScripts", text.rawScripts},
-             {"lineSpans", encodeLineSpans(text.lineSpans)},
+             {"lineSpans", encodeLineSpans(text.lineSpans, {})},
+             {"symbols", encodeSymbols(text.symbols)},
              {"options", encodeOptions(text.options)}}};
 }
 
@@ -42,7 +43,8 @@ Reply cobGetUnitBos(UnitViewSession& session, const Payload& payload) {
                  {"source", bos.source},
                  {"origin", bos.path ? "file" : "disassembly"}};
     if (bos.path) data["path"] = *bos.path;
-    if (bos.lineSpans) data["lineSpans"] = encodeLineSpans(*bos.lineSpans);
+    if (bos.lineSpans) data["lineSpans"] = encodeLineSpans(*bos.lineSpans, bos.files);
+    if (bos.symbols) data["symbols"] = encodeSymbols(*bos.symbols);
     return {std::move(data)};
 }
 

@@ -8,6 +8,7 @@
 #include "cob/unit_values.h"
 #include "diagnostics/script_family.h"
 #include "server/handlers/json_numbers.h"
+#include "session/script_pause.h"
 
 namespace orb::unitview::ipc {
 namespace {
@@ -36,8 +37,12 @@ json encodeCallStack(const CobInstance& instance, const CobThread& thread) {
     return result;
 }
 
-json encodeThread(const CobInstance& instance, const CobThread& thread, std::size_t index) {
+json encodeThread(const CobInstance& instance, const CobThread& thread, std::size_t index,
+                  std::uint64_t stackLimit) {
+    const auto stack = thread.stack.words();
+    const auto shown = static_cast<std::size_t>(std::min<std::uint64_t>(stack.size(), stackLimit));
     return {{"index", index},
+            {"id", thread.id},
             {"state", stateName(thread.state)},
             {"script", instance.scriptNameAt(thread.pc)},
             {"scriptPc", thread.pc},
@@ -45,19 +50,21 @@ json encodeThread(const CobInstance& instance, const CobThread& thread, std::siz
             {"waitPiece", thread.waitPiece},
             {"waitAxis", thread.waitAxis},
             {"signalMask", thread.signalMask},
-            {"stack", thread.stack.words()},
+            {"stack", stack.last(shown)},
             {"callStack", encodeCallStack(instance, thread)},
             {"locals", encodeVariables(thread.frames.frame(thread.frames.count() - 1))}};
 }
 
-/// The named unit values as the script would read them now.
-json encodeUnitValues(const CobInstance& instance) {
+/// The named unit values as the script would read them now, then others that were set.
+json encodeUnitValues(const CobSession& cob) {
     json result = json::array();
+    auto others = cob.unitValues();
     for (const auto& [id, name] : unitValueNames()) {
-        const auto& getter = instance.callbacks.getUnitValue;
-        result.push_back(
-            {{"valueId", id}, {"valueName", name}, {"value", getter ? getter(id) : 0}});
+        const auto set = others.extract(id);
+        result.push_back({{"valueId", id}, {"valueName", name}, {"value", set ? set.mapped() : 0}});
     }
+    for (const auto& [id, value] : others)
+        result.push_back({{"valueId", id}, {"valueName", unitValueName(id)}, {"value", value}});
     return result;
 }
 
@@ -83,17 +90,33 @@ json encodePieceTransforms(const CobInstance& instance,
             {"transforms", std::move(transforms)}};
 }
 
-json encodeInspection(const CobInstance& instance, const CobDebugger& debugger) {
+json encodeReport(UnitViewSession& session) {
+    CobSession& cob = session.cob();
+    json report = encodePieceTransforms(cob.requireInstance(), cob.modelPieces());
+    const std::optional<ScriptPause> pause = findPause(session);
+    report["isPaused"] = pause.has_value();
+    if (!pause) return report;
+    report["pausedOffset"] = pause->offset;
+    if (pause->thread) report["pausedThread"] = *pause->thread;
+    if (!pause->script.empty()) report["script"] = pause->script;
+    if (pause->line != 0) report["line"] = pause->line;
+    if (pause->file) report["file"] = *pause->file;
+    return report;
+}
+
+json encodeInspection(CobSession& cob, std::uint64_t stackLimit) {
+    const CobInstance& instance = cob.requireInstance();
+    const CobDebugger& debugger = cob.debugger();
     json threads = json::array();
     for (std::size_t i = 0; i < instance.threads.size(); ++i)
-        threads.push_back(encodeThread(instance, *instance.threads[i], i));
+        threads.push_back(encodeThread(instance, *instance.threads[i], i, stackLimit));
     json families = json::object();
     for (const auto& script : instance.file().scripts)
         families[script.name] = scriptFamily(script.name);
     json result = {{"threadCount", instance.threads.size()},
                    {"threads", std::move(threads)},
                    {"statics", encodeVariables(instance.statics)},
-                   {"sysvars", encodeUnitValues(instance)},
+                   {"sysvars", encodeUnitValues(cob)},
                    {"scriptFamilies", std::move(families)},
                    {"tick", instance.tick},
                    {"paused", debugger.isPaused()}};
@@ -101,13 +124,18 @@ json encodeInspection(const CobInstance& instance, const CobDebugger& debugger) 
     return result;
 }
 
-json encodeTrace(const CobInstance& instance, std::size_t maxEntries) {
+json encodeTrace(const CobInstance& instance, std::size_t maxEntries,
+                 std::optional<std::uint64_t> since) {
     const CobTrace& trace = instance.trace;
-    const std::size_t count = std::min(trace.size(), maxEntries);
+    std::size_t count = std::min(trace.size(), maxEntries);
+    if (since)
+        count = static_cast<std::size_t>(
+            std::min<std::uint64_t>(count, trace.lastSeq() - std::min(*since, trace.lastSeq())));
     json entries = json::array();
     for (std::size_t i = trace.size() - count; i < trace.size(); ++i) {
         const CobTraceEvent event = describe(trace[i], instance.file());
         json entry = {{"tick", event.tick}, {"thread", event.thread}, {"event", event.event}};
+        if (since) entry["seq"] = trace.seqOf(i);
         if (event.piece) entry["piece"] = *event.piece;
         if (event.valueId) entry["valueId"] = *event.valueId;
         if (event.valueName) entry["valueName"] = *event.valueName;

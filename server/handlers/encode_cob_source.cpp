@@ -88,15 +88,26 @@ json encodeDiagnostics(std::span<const bos::BosDiagnostic> diagnostics) {
     return result;
 }
 
-json encodeLineSpans(std::span<const CobLineSpan> spans) {
+json encodeLineSpans(std::span<const CobLineSpan> spans, std::span<const std::string> files) {
     json result = json::array();
-    for (const CobLineSpan& span : spans)
-        result.push_back({{"from", span.from}, {"to", span.to}, {"line", span.line}});
+    for (const CobLineSpan& span : spans) {
+        json each = {{"from", span.from}, {"to", span.to}, {"line", span.line}};
+        if (span.file != 0 && span.file < files.size()) each["file"] = files[span.file];
+        result.push_back(std::move(each));
+    }
     return result;
 }
 
-json encodeCode(const bos::GeneratedCode& code) {
-    const io::CobFile& cob = code.cob;
+json encodeSymbols(const bos::SourceSymbols& symbols) {
+    json scripts = json::array();
+    for (const bos::ScriptSymbols& script : symbols.scripts)
+        scripts.push_back(
+            {{"name", script.name}, {"parameters", script.parameters}, {"locals", script.locals}});
+    return {{"statics", symbols.statics}, {"scripts", std::move(scripts)}};
+}
+
+json encodeCode(const bos::BosCompilation& compiled) {
+    const io::CobFile& cob = compiled.code.cob;
     json scripts = json::array();
     for (const auto& script : cob.scripts)
         scripts.push_back({{"name", script.name}, {"entry", script.entry}});
@@ -105,7 +116,8 @@ json encodeCode(const bos::GeneratedCode& code) {
             {"scripts", std::move(scripts)},
             {"pieces", cob.pieces},
             {"staticVars", cob.staticVarCount},
-            {"lineSpans", encodeLineSpans(code.lineSpans)}};
+            {"lineSpans", encodeLineSpans(compiled.code.lineSpans, compiled.files)},
+            {"symbols", encodeSymbols(compiled.symbols)}};
 }
 
 json encodeScripts(std::span<const bos::ScriptComparison> scripts) {

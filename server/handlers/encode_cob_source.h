@@ -20,11 +20,17 @@ nlohmann::json encodeOptions(const bos::BosOptions& options);
 /// [{"severity", "code", "message", "file", "line", "column"}]
 nlohmann::json encodeDiagnostics(std::span<const bos::BosDiagnostic> diagnostics);
 
-/// [{"from", "to", "line"}], as cob-set-breakpoints takes them.
-nlohmann::json encodeLineSpans(std::span<const CobLineSpan> spans);
+/// [{"from", "to", "line", "file"?}], as cob-set-breakpoints takes them; `files` are what the
+/// spans' files count.
+nlohmann::json encodeLineSpans(std::span<const CobLineSpan> spans,
+                               std::span<const std::string> files);
 
-/// {"cob_b64", "codeWords", "scripts" [{"name", "entry"}], "pieces", "staticVars", "lineSpans"}.
-nlohmann::json encodeCode(const bos::GeneratedCode& code);
+/// {"statics": [name], "scripts": [{"name", "parameters", "locals"}]}
+nlohmann::json encodeSymbols(const bos::SourceSymbols& symbols);
+
+/// {"cob_b64", "codeWords", "scripts" [{"name", "entry"}], "pieces", "staticVars", "lineSpans",
+/// "symbols"} of a source without mistakes.
+nlohmann::json encodeCode(const bos::BosCompilation& compiled);
 
 /// [{"name", "status", "words", "differing"}]
 nlohmann::json encodeScripts(std::span<const bos::ScriptComparison> scripts);

@@ -1,3 +1,5 @@
+#include "server/handlers/decode_cob.h"
+#include "server/handlers/encode_cob.h"
 #include "server/handlers/encode_source.h"
 #include "server/handlers/encode_unit.h"
 #include "server/handlers/handlers.h"
@@ -36,11 +38,12 @@ Reply listUnits(UnitViewSession& session, const Payload& payload) {
 }
 
 Reply loadUnit(UnitViewSession& session, const Payload& payload) {
-    const bool withReport = payload.flag("report").value_or(false);
+    const bool withReport = decodeReport(payload);
     const LoadedUnit& unit = session.loadUnit(payload.text("name").value_or(""));
     Reply reply{encodeLoadedUnit(unit, describeUnit(unit, session.data()))};
-    if (withReport)
-        reply.data["buildMenu"] = encodeBuildMenu(session.data().tables.buildMenus.of(unit.name));
+    if (!withReport) return reply;
+    reply.data["buildMenu"] = encodeBuildMenu(session.data().tables.buildMenus.of(unit.name));
+    if (session.cob().instance()) reply.data["report"] = encodeReport(session);
     return reply;
 }
 

@@ -172,6 +172,24 @@ TEST(Compiler, LineSpans) {
                                                "11-14:8", "15-17:9", "18-19:8", "20-22:11"}));
 }
 
+TEST(Compiler, SymbolsHaveTheIndicesOfTheCode) {
+    const BosCompilation result = compiled(
+        "static-var s, t;\n"
+        "T(a, B)\n{\n\tvar c;\n\tif (a) { var d; }\n\telse while (B) { var e, f; }\n\tvar g;\n"
+        "\tg = t;\n\te = g;\n}\n");
+    ASSERT_TRUE(result.ok);
+    EXPECT_EQ(result.symbols.statics, (std::vector<std::string>{"s", "t"}));
+    const ScriptSymbols& script = result.symbols.scripts.at(0);
+    EXPECT_EQ(script.name, "T");
+    EXPECT_EQ(script.parameters, (std::vector<std::string>{"a", "B"}));
+    EXPECT_EQ(script.locals, (std::vector<std::string>{"c", "d", "e", "f", "g"}));
+    // The two assignments, before the return that was added.
+    const Code& code = result.code.cob.code;
+    const Code assignments = {w(Op::pushStatic), 1, w(Op::popLocal), 6,
+                              w(Op::pushLocal),  6, w(Op::popLocal), 4};
+    EXPECT_TRUE(std::ranges::equal(assignments, std::span(code).last(11).first(8)));
+}
+
 TEST(Compiler, SettingsLineGivesWayToTheRequest) {
     const std::string_view source =
         "\n// A tank.\r\n// linear 65536, angular 182.04444444444445, arguments source\r\n"

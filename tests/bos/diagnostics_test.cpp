@@ -145,10 +145,14 @@ TEST(Diagnostics, IncludedFiles) {
     EXPECT_EQ(first(repeated("#include \"empty.h\"\n", 5000)),
               "scripts/deep/a.bos:4097:1 E04 included files are too large");
 
-    // Code of an included file belongs to the line of the #include.
-    const BosCompilation result = compile("\n#include \"bad.h\"\npiece q;\n");
+    // Code of an included file belongs to its line there.
+    const BosCompilation result = compile("\n#include \"bad.h\"\npiece q;\nU() { hide q; }\n");
     ASSERT_TRUE(result.ok);
-    for (const CobLineSpan& span : result.code.lineSpans) EXPECT_EQ(span.line, 2U);
+    std::vector<std::string> places;
+    for (const CobLineSpan& span : result.code.lineSpans)
+        places.push_back(fmt::format("{}:{}", result.files.at(span.file), span.line));
+    EXPECT_EQ(places, (std::vector<std::string>{"scripts/deep/bad.h:2", "scripts/deep/bad.h:2",
+                                                "scripts/deep/a.bos:4", "scripts/deep/a.bos:4"}));
 }
 
 TEST(Diagnostics, MacrosCannotExplode) {

@@ -219,6 +219,12 @@ TEST(SourceCompare, FindsSettingsAndTellsDifferences) {
                                         "H missing in bytecode 10/10"}));
     EXPECT_TRUE(other.piecesDiffer);
     EXPECT_FALSE(other.isIdentical || other.staticVarsDiffer || other.scriptOrderDiffers);
+    // D is the only script whose lines hold, where the bytecode has it.
+    const std::uint32_t entry = cob.scripts.at(3).entry;
+    ASSERT_FALSE(other.lineSpans.empty());
+    EXPECT_EQ(other.lineSpans.front().from, entry);
+    EXPECT_EQ(other.lineSpans.back().to + 1, cob.scripts.at(4).entry);
+    for (const CobLineSpan& span : other.lineSpans) EXPECT_EQ(span.line, 5U);
     EXPECT_FALSE(compareSource(cob, "T(", "a.bos", nullptr).ok);
 }
 

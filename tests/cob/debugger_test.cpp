@@ -146,8 +146,8 @@ TEST(LineMap, TheFirstOfOverlappingSpansSaysTheLine) {
                                                               {40, 0},
                                                               {41, 3},
                                                               {UINT32_MAX, 3}})
-        EXPECT_EQ(lines.lineAt(pc), line) << pc;
-    EXPECT_EQ(CobLineMap().lineAt(7), 0U);
+        EXPECT_EQ(lines.at(pc).line, line) << pc;
+    EXPECT_EQ(CobLineMap().at(7).line, 0U);
 }
 
 TEST(WalkPreview, GoesRoundInACircle) {

@@ -85,9 +85,15 @@ TEST(CobTrace, StructuredMembersAndTheNewestEntries) {
     EXPECT_EQ(trace.size(), kMaxTraceEntries);
     EXPECT_EQ(trace[0].tick, 5001 - 4096);
     EXPECT_EQ(trace[kMaxTraceEntries - 1].tick, 5000);
+    EXPECT_EQ(trace.seqOf(0), 5001U - 4096 + 1);
     trace.enable(false);
     trace.record({});
     EXPECT_EQ(trace[kMaxTraceEntries - 1].tick, 5000);
+    trace.clear();
+    EXPECT_EQ(trace.lastSeq(), 5001U);
+    trace.enable(true);
+    trace.record({});
+    EXPECT_EQ(trace.seqOf(0), 5002U);
 }
 
 TEST(InstructionTrace, PrintsNamedUnitsToStandardError) {

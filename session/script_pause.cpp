@@ -1,0 +1,50 @@
+#include "session/script_pause.h"
+
+#include <algorithm>
+
+#include "session/request_error.h"
+#include "session/unit_bos.h"
+
+namespace orb::unitview {
+namespace {
+
+CobLineMap readUnitLines(const UnitViewSession& session) {
+    try {
+        UnitBos bos = readUnitBos(session, std::nullopt);
+        if (bos.lineSpans) return CobLineMap(*bos.lineSpans, std::move(bos.files));
+    } catch (const RequestError&) {
+        // Whoever asks for the source is told why there is none.
+    }
+    return {};
+}
+
+void findLine(UnitViewSession& session, ScriptPause& pause) {
+    CobSession& cob = session.cob();
+    const CobLineMap* lines = &cob.debugger().lines();
+    if (lines->at(pause.offset).line == 0 && cob.runsUnitScript()) {
+        if (!cob.unitLines) cob.unitLines = readUnitLines(session);
+        lines = &*cob.unitLines;
+    }
+    const CobSourceLine at = lines->at(pause.offset);
+    pause.line = at.line;
+    if (const std::string* const file = lines->fileOf(at)) pause.file = *file;
+}
+
+}  // namespace
+
+std::optional<ScriptPause> findPause(UnitViewSession& session) {
+    const CobDebugger& debugger = session.cob().debugger();
+    if (!debugger.isPaused()) return std::nullopt;
+    const CobInstance& instance = debugger.instance();
+    ScriptPause pause;
+    pause.offset = debugger.pausedOffset();
+    const auto stands = std::ranges::find_if(instance.threads, [&](const auto& thread) {
+        return thread->state == CobThreadState::runnable && thread->pc == pause.offset;
+    });
+    if (stands != instance.threads.end()) pause.thread = (*stands)->id;
+    pause.script = instance.scriptNameAt(pause.offset);
+    findLine(session, pause);
+    return pause;
+}
+
+}  // namespace orb::unitview
