@@ -160,8 +160,8 @@ CorpseResult createCorpseStub(UnitViewSession& session, const CorpseRequest& req
         newFile(data, root, kCorpseFiles.path(wreck.name), featureOf(wreck, parent.lineEnd())));
     if (!leadsElsewhere) {
         const FbiChange change{std::string(kCorpseKey), result.name};
-        const std::string bytes = encodeDefinition(
-            editDefinition(parent.definition, {&change, 1}).text, parent.definition.encoding);
+        const FbiEdit edit = editDefinition(parent.definition, {&change, 1});
+        const auto bytes = io::encodeGameText(edit.text, parent.definition.encoding).value();
         writes.push_back({source.location, io::Bytes(bytes.begin(), bytes.end())});
     }
     for (const FileWrite& write : writes) result.files.push_back(write.target);

@@ -25,6 +25,10 @@ bool isNameCharacter(char c) {
            c == '-';
 }
 
+RequestError badFileName(std::string_view path) {
+    return RequestError("bad file name: " + std::string(path));
+}
+
 /// A root's archives lie just before its loose files.
 std::span<const VfsLayer> layersOf(const MountedData& data, const VfsLayer& root) {
     const std::span<const VfsLayer> layers = data.files.layers();
@@ -64,8 +68,16 @@ std::optional<io::FileLocation> findInRoot(const MountedData& data, const VfsLay
 }
 
 io::FileLocation placeInRoot(const MountedData& data, const VfsLayer& root, std::string_view path) {
-    auto found = findInRoot(data, root, path);
-    return found ? std::move(*found) : looseFileIn(root, path);
+    if (auto found = findInRoot(data, root, path)) return std::move(*found);
+    const io::VirtualPath parsed(path);
+    std::string plain;
+    for (const std::string_view name : parsed.components()) {
+        if (!io::isFileName(name)) throw badFileName(path);
+        if (!plain.empty()) plain += '/';
+        plain += name;
+    }
+    if (!parsed.isPlain()) throw badFileName(path);
+    return looseFileIn(root, plain);
 }
 
 void requireNewUnitName(std::string_view name) {

@@ -24,7 +24,7 @@ std::optional<io::FileLocation> findInRoot(const MountedData& data, const io::Vf
                                            std::string_view path);
 
 /// Where writing a virtual path below a root takes effect: in the file that it has, else in a loose
-/// one.
+/// one. Throws RequestError "bad file name: …" for what leads out of the root, as a definition may.
 io::FileLocation placeInRoot(const MountedData& data, const io::VfsLayer& root,
                              std::string_view path);
 

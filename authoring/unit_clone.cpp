@@ -51,8 +51,8 @@ public:
 
     void collect() {
         const std::vector<PartFile> files = findPartFiles(data_, info_, unitName_, copiedParts());
-        const std::string text = editDefinition(definition_, changes(files)).text;
-        const std::string bytes = encodeDefinition(text, definition_.encoding);
+        definition_.text = editDefinition(definition_, changes(files)).text;
+        const std::string bytes = definitionBytes(definition_);
         add(definition_.source.location, io::kUnitFiles.path(isRenamed_ ? result.name : stem_),
             io::Bytes(bytes.begin(), bytes.end()));
         for (const PartFile& file : files) {

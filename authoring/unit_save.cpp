@@ -62,8 +62,7 @@ public:
 
 private:
     void takeDefinition() {
-        const std::string old = definitionBytes(definition_);
-        std::string bytes = old;
+        std::string bytes = definitionBytes(definition_);
         bool isWritten = false;
         if (const auto* const text = std::get_if<std::string>(&request_.definition)) {
             if (!io::parseTdf(*text).child(io::kUnitInfoSection)) throw RequestError(kNoUnitInfo);
@@ -72,7 +71,7 @@ private:
         } else if (const auto* const changes =
                        std::get_if<std::vector<FbiChange>>(&request_.definition)) {
             const FbiEdit edit = editDefinition(definition_, *changes);
-            bytes = encodeDefinition(edit.text, definition_.encoding);
+            bytes = io::encodeGameText(edit.text, definition_.encoding).value();
             isWritten = !edit.changed.empty();
         }
         auto info = io::readFbiUnitInfo(bytes);
