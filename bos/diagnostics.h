@@ -45,6 +45,7 @@ public:
     /// Registers a source; its number goes into positions.
     std::uint32_t addFile(std::string name);
     const std::string& fileName(std::uint32_t file) const { return files_.at(file); }
+    const std::vector<std::string>& files() const { return files_; }
 
     /// Throws TooManyErrors with the last error that fits.
     void error(const SourcePosition& at, const char* code, std::string message);
