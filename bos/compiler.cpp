@@ -20,8 +20,7 @@ BosCompilation compileBos(std::string_view source, const std::string& path,
     result.ok = !diagnostics.hasErrors();
     if (result.ok) {
         result.symbols = symbolsOf(program);
-        for (std::uint32_t i = 0; i < program.sources.size(); ++i)
-            result.files.push_back(diagnostics.fileName(i));
+        result.files = diagnostics.files();
     } else {
         result.code = {};
     }

@@ -47,6 +47,7 @@ public:
     /// Registers a source; its number goes into positions.
     std::uint32_t addFile(std::string name);
     const std::string& fileName(std::uint32_t file) const { return files_.at(file); }
+    const std::vector<std::string>& files() const { return files_; }
 
     /// Adds a problem with the arguments of its text. Throws TooManyErrors with the last error that
     /// fits; warnings beyond the limit are dropped.

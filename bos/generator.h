@@ -12,7 +12,7 @@ namespace orb::unitview::bos {
 /// What a program is translated to.
 struct GeneratedCode {
     io::CobFile cob;
-    /// Every word of every script belongs to one span. Files count as in Program::sources.
+    /// Every word of every script belongs to one span. Files count as in DiagnosticList.
     std::vector<CobLineSpan> lineSpans;
     /// For each word of code: it is the value of a literal in [ ] or < >.
     std::vector<bool> isScaled;

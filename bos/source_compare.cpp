@@ -233,8 +233,7 @@ SourceComparison compareSource(const io::CobFile& cob, std::string_view source,
     result.diagnostics = diagnostics.inSourceOrder();
     if (!result.ok) return result;
     result.symbols = symbolsOf(program);
-    for (std::uint32_t i = 0; i < program.sources.size(); ++i)
-        result.files.push_back(diagnostics.fileName(i));
+    result.files = diagnostics.files();
     Comparer(cob, program).run(first, result);
     return result;
 }
