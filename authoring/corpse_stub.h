@@ -11,11 +11,11 @@ namespace orb::unitview {
 
 struct CorpseRequest {
     /// The unit that is to leave the wreck; as for readDefinition.
-    std::optional<std::string> parentUnit;
+    std::optional<std::string> parentUnit = {};
     /// Else what the parent's `Corpse` says, else its name and "_dead".
-    std::optional<std::string> name;
+    std::optional<std::string> name = {};
     /// Else where the parent's definition lies when that is a mod, else the first one.
-    std::optional<std::filesystem::path> modPath;
+    std::optional<std::filesystem::path> modPath = {};
     bool allowBackupCreation = false;
 };
 

@@ -12,15 +12,15 @@ namespace orb::unitview {
 
 struct CloneRequest {
     /// As for readDefinition.
-    std::optional<std::string> name;
+    std::optional<std::string> name = {};
     /// None, or the unit's own name: the unit is brought into the mod as it is.
-    std::optional<std::string> newName;
+    std::optional<std::string> newName = {};
     /// As for chooseModRoot.
-    std::optional<std::filesystem::path> modPath;
+    std::optional<std::filesystem::path> modPath = {};
     /// Becomes the definition's `Name`.
-    std::optional<std::string> displayName;
+    std::optional<std::string> displayName = {};
     /// What is copied beside the definition; else all under a new name, nothing under the same.
-    std::optional<std::vector<UnitPart>> with;
+    std::optional<std::vector<UnitPart>> with = {};
     bool overwrite = false;
     bool allowBackupCreation = false;
 };

@@ -20,13 +20,13 @@ struct ScriptText {
 /// What is to be saved of the loaded unit; what is none stays as it is.
 struct SaveRequest {
     /// If given, a name of the loaded unit.
-    std::optional<std::string> name;
+    std::optional<std::string> name = {};
     /// Keys of the definition, or its whole text.
     std::variant<std::monostate, std::vector<FbiChange>, std::string> definition;
     /// A script file, or a source to compile.
     std::variant<std::monostate, io::Bytes, ScriptText> script;
     /// A PNG of any size.
-    std::optional<io::Bytes> picture;
+    std::optional<io::Bytes> picture = {};
     /// The edits of the model, if there are any.
     bool model = true;
     bool allowBackupCreation = false;

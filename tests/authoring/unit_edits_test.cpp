@@ -197,7 +197,9 @@ TEST_F(UnitEditsTest, AFailureAtAnyStepLeavesNothingOrEverything) {
                            before.at(file.first.substr(0, file.first.size() - suffix.size()));
             });
             // So does what could not be removed.
-            if (ops.struck() != "remove") EXPECT_EQ(after, before);
+            if (ops.struck() != "remove") {
+                EXPECT_EQ(after, before);
+            }
         }
     }
 }
