@@ -37,7 +37,7 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 sys.path.insert(0, os.path.join(ROOT, "tools"))
 from editor_client import Editor, EditorError, spawn  # noqa: E402
 
-EVENTS = ["piece-transforms"]
+EVENTS = ["piece-transforms", "progress"]
 
 class Mismatch(Exception):
     pass
