@@ -22,10 +22,10 @@ struct RawDefinition {
     io::TextEncoding encoding = io::TextEncoding::utf8;
     UnitSource source;
     /// Tells this content of the file from others.
-    std::string version;
+    std::string version = {};
     bool hasBackup = false;
     /// The units that restoring the backup would undo: all that its file defines.
-    std::vector<std::string> backupCovers;
+    std::vector<std::string> backupCovers = {};
 };
 
 /// Reads the file itself, not what was mounted. Throws a damaged archive's text.

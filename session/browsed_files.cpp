@@ -28,17 +28,20 @@ fs::path canonicalPath(const fs::path& path) {
 
 /// Both in their canonical spelling.
 bool isWithin(const fs::path& path, const fs::path& folder) {
-    return !folder.empty() && std::ranges::mismatch(folder, path).in1 == folder.end();
+    return !folder.empty() &&
+           std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
+               folder.end();
 }
 
-/// A folder as a request names it: relative ones in the first root that has them.
+/// A folder as a request names it: relative ones in the first root that has them, empty where none
+/// has.
 fs::path resolveFolder(const fs::path& folder, std::span<const fs::path> roots) {
     if (folder.is_absolute()) return folder;
     std::error_code ignored;
     for (const fs::path& root : roots)
         if (fs::path candidate = root / folder; fs::is_directory(candidate, ignored))
             return candidate;
-    return folder;
+    return {};
 }
 
 /// Directories come before what follows them in the alphabet, so that all of one stand together.
@@ -51,7 +54,7 @@ std::string sortKey(std::string_view path) {
 /// Collects files of several layers, of each path the first.
 class Collector {
 public:
-    explicit Collector(std::string directory) : directory_(sortKey(directory)) {}
+    explicit Collector(const std::string& directory) : directory_(sortKey(directory)) {}
 
     void add(BrowsedFile file) {
         std::string key = sortKey(file.path);

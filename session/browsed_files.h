@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -61,7 +62,7 @@ private:
     const MountedData* data_;
     /// None for the stack.
     std::shared_ptr<const Folder> folder_;
-    const io::AbstractVirtualFileSystem* files_;
+    const io::AbstractVirtualFileSystem* files_ = nullptr;
 };
 
 /// Whether `path` means a folder: one that is there, absolute or relative to a root.

@@ -188,8 +188,8 @@ Reply extractBelow(UnitViewSession& session, const ExtractionRequest& request) {
 }
 
 ExtractionRequest decodeExtraction(const Payload& payload, bool ofDirectory) {
-    const auto path = payload.path("path");
     const auto directory = ofDirectory ? payload.text("directory") : std::string();
+    const auto path = payload.path("path");
     const auto destination = payload.path("destination");
     const bool overwrite = payload.flag("overwrite").value_or(false);
     const io::Progress progress = payload.progress();
@@ -205,18 +205,19 @@ PreviewOptions decodePreview(const Payload& payload) {
         payload.integer("maxBytes").value_or(kDefaultPreviewBytes), 0));
     const auto form = textOption(payload, "as");
     options.entryName = payload.textIfString("entry");
-    const auto entry = options.entryName ? std::nullopt : integerOption(payload, "entry");
-    const auto frame = integerOption(payload, "frame");
+    const std::int64_t entry =
+        options.entryName ? 0 : integerOption(payload, "entry").value_or(0);
+    const std::int64_t frame = integerOption(payload, "frame").value_or(0);
     if (form == "glb")
         options.form = PreviewOptions::Form::glb;
     else if (form == "wav")
         options.form = PreviewOptions::Form::wave;
     else if (form)
         throw RequestError("unknown as: " + *form);
-    if (entry.value_or(0) < 0) throw RequestError(fmt::format("no such entry: {}", *entry));
-    if (frame.value_or(0) < 0) throw RequestError(fmt::format("no such frame: {}", *frame));
-    options.entry = static_cast<std::size_t>(entry.value_or(0));
-    options.frame = static_cast<std::size_t>(frame.value_or(0));
+    if (entry < 0) throw RequestError(fmt::format("no such entry: {}", entry));
+    if (frame < 0) throw RequestError(fmt::format("no such frame: {}", frame));
+    options.entry = static_cast<std::size_t>(entry);
+    options.frame = static_cast<std::size_t>(frame);
     return options;
 }
 
