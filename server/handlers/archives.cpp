@@ -28,12 +28,18 @@ constexpr std::int64_t kDefaultPreviewBytes = 65'536;
 using Browsed = std::variant<std::unique_ptr<io::HpiArchive>, BrowsedFiles>;
 
 Browsed openBrowsed(const UnitViewSession& session, const std::filesystem::path& path) {
-    if (path.empty()) return BrowsedFiles(session.data());
-    const auto roots = session.hasData() ? std::span(session.data().roots)
-                                         : std::span<const std::filesystem::path>();
-    const std::filesystem::path archive = resolveArchivePath(path, roots);
-    if (isFolderPath(archive, roots)) return BrowsedFiles(session.data(), path);
-    return reportingFailure([&] { return std::make_unique<io::HpiArchive>(archive); });
+    const auto open = [](const std::filesystem::path& archive) {
+        return reportingFailure([&] { return std::make_unique<io::HpiArchive>(archive); });
+    };
+    if (!session.hasData()) {  // there is nothing but archives then
+        if (path.empty()) failRequired("path");
+        return open(path);
+    }
+    const MountedData& data = session.data();
+    if (path.empty()) return BrowsedFiles(data);
+    const std::filesystem::path archive = resolveArchivePath(path, data.roots);
+    if (isFolderPath(archive, data.roots)) return BrowsedFiles(data, path);
+    return open(archive);
 }
 
 template <typename... Visitors>
