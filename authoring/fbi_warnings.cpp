@@ -82,8 +82,8 @@ public:
     std::vector<FbiWarning> run() {
         scanner_.run();
         for (const Section& section : open_)
-            add(section.position, fmt::format("section [{}] is never closed",
-                                                   section.name.substr(0, kMaxQuoted)));
+            add(section.position,
+                fmt::format("section [{}] is never closed", section.name.substr(0, kMaxQuoted)));
         return located();
     }
 

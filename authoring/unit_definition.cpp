@@ -69,18 +69,16 @@ std::optional<EditResult> refusedForVersion(const NamedSource& unit, const io::B
     if (!terms.ifVersion) return std::nullopt;
     std::string version = io::contentVersion(content);
     if (version == *terms.ifVersion) return std::nullopt;
-    return EditResult{EditOutcome::changedOnDisk, unit.source.location.path, {},
-                      std::move(version)};
+    return EditResult{
+        EditOutcome::changedOnDisk, unit.source.location.path, {}, std::move(version)};
 }
 
 EditResult writeOnTerms(UnitViewSession& session, const FileLocation& file, std::string_view bytes,
                         const EditTerms& terms) {
-    EditResult result =
-        writeUnitFile(session, file, io::asBytes(bytes), terms.allowBackupCreation);
+    EditResult result = writeUnitFile(session, file, io::asBytes(bytes), terms.allowBackupCreation);
     if (terms.ifVersion)
-        result.version = result.outcome == EditOutcome::ok
-                             ? io::contentVersion(io::asBytes(bytes))
-                             : *terms.ifVersion;
+        result.version = result.outcome == EditOutcome::ok ? io::contentVersion(io::asBytes(bytes))
+                                                           : *terms.ifVersion;
     return result;
 }
 

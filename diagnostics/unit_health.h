@@ -87,7 +87,6 @@ struct HealthOptions {
 /// Checks a unit against the mounted data as they are now. What is wrong becomes a row; only what
 /// keeps the report from being made is thrown.
 UnitHealth checkUnitHealth(const MountedData& data, const LoadedUnit& unit,
-                           const LintSuppressions& suppressions,
-                           const HealthOptions& options = {});
+                           const LintSuppressions& suppressions, const HealthOptions& options = {});
 
 }  // namespace orb::unitview

@@ -119,9 +119,9 @@ ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
             if (file.entry->fileSize > bytesLeft)
                 throw RequestError("more data than the archive can hold");
             bytesLeft -= file.entry->fileSize;
-            result.byteSize += writeExtracted(file.path, reader.readFile(*file.entry),
-                                              destination, overwrite)
-                                   .byteSize;
+            result.byteSize +=
+                writeExtracted(file.path, reader.readFile(*file.entry), destination, overwrite)
+                    .byteSize;
             ++result.fileCount;
         } catch (const std::exception& error) {
             result.skipped.push_back({file.path, error.what()});

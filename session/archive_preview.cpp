@@ -95,8 +95,8 @@ void previewGaf(const PreviewInput& input) {
     const io::GafEntry entry = io::readGafEntry(input.bytes, index);
     if (input.options.frame >= entry.frames.size())
         throw RequestError(fmt::format("no such frame: {}", input.options.frame));
-    input.preview.content = pngFromGafFrame(entry.frames[input.options.frame],
-                                            input.colors.palette);
+    input.preview.content =
+        pngFromGafFrame(entry.frames[input.options.frame], input.colors.palette);
     input.preview.truncated = true;
 }
 
@@ -114,8 +114,7 @@ void previewModel(const PreviewInput& input) {
     }
     input.preview.content = std::move(model);
     if (input.options.form == PreviewOptions::Form::glb)
-        input.preview.glb =
-            exportModel(root, input.colors.textures, input.colors.palette, {}).glb;
+        input.preview.glb = exportModel(root, input.colors.textures, input.colors.palette, {}).glb;
 }
 
 void previewScript(const PreviewInput& input) {

@@ -86,7 +86,9 @@ void collectArchive(const io::HpiArchive& archive, bool inBaseTa, Collector& col
     for (ArchiveFile& file : listArchiveFiles(archive, "")) {
         const io::HpiEntry* const found = archive.findFile(file.path);
         if (!found || found->file() != file.entry) continue;  // nobody can name it
-        collector.add({file.path, file.entry->fileSize, file.entry->compressionFlag != 0,
+        collector.add({file.path,
+                       file.entry->fileSize,
+                       file.entry->compressionFlag != 0,
                        {{Kind::archive, archive.path(), file.path}, inBaseTa}});
     }
 }
@@ -135,7 +137,9 @@ private:
                 pending_.push_back({entry.path(), path + "/", folder.depth + 1});
         } else if (entry.is_regular_file(ignored)) {
             const std::uintmax_t size = entry.file_size(ignored);
-            collector.add({std::move(path), ignored ? 0 : size, false,
+            collector.add({std::move(path),
+                           ignored ? 0 : size,
+                           false,
                            {{Kind::loose, entry.path(), {}}, inBaseTa_}});
         }
     }
@@ -183,9 +187,8 @@ BrowsedFiles::BrowsedFiles(const MountedData& data, const fs::path& folder) : da
 
 bool BrowsedFiles::isOutside(const fs::path& file) const {
     const fs::path place = canonicalPath(file);
-    return std::ranges::none_of(data_->roots, [&](const fs::path& root) {
-        return isWithin(place, canonicalPath(root));
-    });
+    return std::ranges::none_of(
+        data_->roots, [&](const fs::path& root) { return isWithin(place, canonicalPath(root)); });
 }
 
 std::vector<BrowsedFile> BrowsedFiles::list(const std::string& directory) const {
@@ -210,7 +213,9 @@ BrowsedFile BrowsedFiles::find(const std::string& path) const {
     if (isStack()) {
         const auto found = data_->files.locateInLayers(path);
         if (!found) throw notFound(path);
-        return {storedPath(found->location, found->layer->path), 0, false,
+        return {storedPath(found->location, found->layer->path),
+                0,
+                false,
                 {found->location, found->layer->rootKind == io::DataRootKind::base}};
     }
     const auto found = files_->locate(path);

@@ -54,8 +54,7 @@ std::optional<LoadedUnit> loadFromIr(const io::CompositeVirtualFileSystem& files
         const auto bytes = files.readFile(path);
         if (!bytes) return std::nullopt;
         if (reading.isLogged)
-            LogLine(LogLevel::info)
-                << "[load-unit] IR document found for " << name << ": " << path;
+            LogLine(LogLevel::info) << "[load-unit] IR document found for " << name << ": " << path;
         pipeline::UnitIr document = pipeline::parseUnitIr(*bytes);
         if (!io::equalsIgnoringCase(document.unitName, name))
             throw std::runtime_error(fmt::format("unitName must be \"{}\"", name));
@@ -126,9 +125,8 @@ LoadedUnit loadFromGameFiles(const io::CompositeVirtualFileSystem& files,
     return unit;
 }
 
-LoadedUnit assembleUnit(const io::CompositeVirtualFileSystem& files,
-                        const UnitCatalogue& catalogue, const std::string& name,
-                        const Reading& reading) {
+LoadedUnit assembleUnit(const io::CompositeVirtualFileSystem& files, const UnitCatalogue& catalogue,
+                        const std::string& name, const Reading& reading) {
     auto fromIr = loadFromIr(files, name, reading);
     return fromIr ? std::move(*fromIr) : loadFromGameFiles(files, catalogue, name, reading);
 }

@@ -51,8 +51,8 @@ RequestError unitNotFound(const std::string& name);
 LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
                          const UnitCatalogue& catalogue, const std::string& name);
 
-/// The same for a look at a unit that nobody loads: nothing is logged. With `faults`, what cannot be
-/// read is left out and told there; only "FBI not found for unit: …" is thrown then.
+/// The same for a look at a unit that nobody loads: nothing is logged. With `faults`, what cannot
+/// be read is left out and told there; only "FBI not found for unit: …" is thrown then.
 LoadedUnit readUnitFiles(const io::CompositeVirtualFileSystem& files,
                          const UnitCatalogue& catalogue, const std::string& name,
                          UnitFaults* faults);

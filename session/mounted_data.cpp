@@ -35,12 +35,12 @@ std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
 
     auto mounted = std::make_unique<MountedData>();
     mounted->request = request;
-    mounted->result = io::buildLayers(
-        mounted->files, request.modPaths, request.taDataPath, request.mapsPath,
-        [&](std::size_t index, std::size_t count, const std::string& archiveName) {
-            logProgress(index, count, archiveName);
-            progress(archiveName, index, count);
-        });
+    mounted->result =
+        io::buildLayers(mounted->files, request.modPaths, request.taDataPath, request.mapsPath,
+                        [&](std::size_t index, std::size_t count, const std::string& archiveName) {
+                            logProgress(index, count, archiveName);
+                            progress(archiveName, index, count);
+                        });
     mounted->roots = request.modPaths;
     mounted->roots.push_back(request.taDataPath);
     mounted->layers.push_back(

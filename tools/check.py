@@ -56,12 +56,18 @@ def check(checker, game, mods):
     if gone:
         raise EditorError(f"no such folder: {', '.join(gone)}")
     names = [unit["name"] for unit in checker.ask("list-units")["units"]]
-    units = []
-    for done, name in enumerate(names):
-        checker.show(name, done, len(names))
+    files = [name[:-4] for name in checker.ask("list-vfs-dir", path="units")["files"]
+             if name.lower().endswith(".fbi")]
+    units, seen = [], set()
+    for done, name in enumerate(names + files):  # a definition that cannot be read lists no unit
+        checker.show(name, done, len(names) + len(files))
+        if name.upper() in seen:
+            continue
         report = checker.ask("unit-health", name=name)
-        if not mods or not report.get("source", {}).get("inBaseTa"):
-            units.append(summarised(name, report, bool(mods)))
+        is_new = report["unit"].upper() not in seen
+        seen |= {name.upper(), report["unit"].upper()}
+        if is_new and not (mods and report.get("source", {}).get("inBaseTa")):
+            units.append(summarised(report, bool(mods)))
     conflicts = checker.ask("conflict-scan", progress=True)["findings"]
     checker.end_showing()
     listed = {unit["unit"].upper() for unit in units}
@@ -74,12 +80,12 @@ def check(checker, game, mods):
                         "conflicts": len(conflicts)}}
 
 
-def summarised(name, report, with_mods):
+def summarised(report, with_mods):
     """What is wrong with a unit. That a unit is the base game's is no fault of the base game."""
     rows = [row for row in report["checks"]
             if row["status"] in WRONG and (with_mods or row["category"] != "Source")]
     missing = sum(row["status"] == "missing" for row in rows)
-    return {"unit": name, "ready": missing == 0, "missing": missing, "warnings": len(rows) - missing,
+    return {"unit": report["unit"], "ready": missing == 0, "missing": missing, "warnings": len(rows) - missing,
             "checks": [{key: row[key] for key in ("category", "ref", "status", "detail")} for row in rows]}
 
 

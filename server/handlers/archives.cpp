@@ -120,7 +120,8 @@ json encodeTree(std::string_view name, std::span<const BrowsedFile> files, std::
         const auto count = static_cast<std::size_t>(end - files.begin());
         ++totals.directories;
         const bool isListed = !totals.isFull();
-        json tree = encodeTree(directory, files.first(count), prefix + slash + 1, withSource, totals);
+        json tree =
+            encodeTree(directory, files.first(count), prefix + slash + 1, withSource, totals);
         if (isListed) directories.push_back(std::move(tree));
         files = files.subspan(count);
     }
@@ -174,17 +175,16 @@ struct ExtractionRequest {
 
 Reply extractBelow(UnitViewSession& session, const ExtractionRequest& request) {
     const Browsed browsed = openBrowsed(session, request.path);
-    const auto extract = Visit{
-        [&](const ArchivePtr& archive) {
-            return extractArchiveDirectory(*archive, request.directory, request.destination,
-                                           request.overwrite, request.progress);
-        },
-        [&](const BrowsedFiles& files) {
-            return extractDirectory(files, request.directory, request.destination,
-                                    request.overwrite, request.progress);
-        }};
-    const ExtractionResult result =
-        reportingFailure([&] { return std::visit(extract, browsed); });
+    const auto extract =
+        Visit{[&](const ArchivePtr& archive) {
+                  return extractArchiveDirectory(*archive, request.directory, request.destination,
+                                                 request.overwrite, request.progress);
+              },
+              [&](const BrowsedFiles& files) {
+                  return extractDirectory(files, request.directory, request.destination,
+                                          request.overwrite, request.progress);
+              }};
+    const ExtractionResult result = reportingFailure([&] { return std::visit(extract, browsed); });
     json skipped = json::array();
     for (const auto& [internalPath, reason] : result.skipped)
         skipped.push_back({{"internalPath", internalPath}, {"reason", reason}});
@@ -207,12 +207,11 @@ ExtractionRequest decodeExtraction(const Payload& payload, bool ofDirectory) {
 
 PreviewOptions decodePreview(const Payload& payload) {
     PreviewOptions options;
-    options.maxBytes = static_cast<std::size_t>(std::max<std::int64_t>(
-        payload.integer("maxBytes").value_or(kDefaultPreviewBytes), 0));
+    options.maxBytes = static_cast<std::size_t>(
+        std::max<std::int64_t>(payload.integer("maxBytes").value_or(kDefaultPreviewBytes), 0));
     const auto form = textOption(payload, "as");
     options.entryName = payload.textIfString("entry");
-    const std::int64_t entry =
-        options.entryName ? 0 : integerOption(payload, "entry").value_or(0);
+    const std::int64_t entry = options.entryName ? 0 : integerOption(payload, "entry").value_or(0);
     const std::int64_t frame = integerOption(payload, "frame").value_or(0);
     if (form == "glb")
         options.form = PreviewOptions::Form::glb;
@@ -303,14 +302,14 @@ Reply archiveBrowseOpen(UnitViewSession& session, const Payload& payload) {
     require("path", path);
     const Browsed browsed = openBrowsed(session, *path);
     Totals totals;
-    json root = std::visit(
-        Visit{[&](const ArchivePtr& archive) {
-                  return encodeTree("", archive->root().entries, totals);
-              },
-              [&](const BrowsedFiles& files) {
-                  return encodeTree("", files.list(""), 0, files.isStack(), totals);
-              }},
-        browsed);
+    json root =
+        std::visit(Visit{[&](const ArchivePtr& archive) {
+                             return encodeTree("", archive->root().entries, totals);
+                         },
+                         [&](const BrowsedFiles& files) {
+                             return encodeTree("", files.list(""), 0, files.isStack(), totals);
+                         }},
+                   browsed);
     Reply reply{{{"path", io::textFromPath(*path)},
                  {"bank", isBank(browsed)},
                  {"fileCount", totals.files},
@@ -346,13 +345,13 @@ Reply archiveBrowseExtractOne(UnitViewSession& session, const Payload& payload) 
     requireFilled("internalPath", internalPath);
     requireFilled("destination", destination);
     const Browsed browsed = openBrowsed(session, *path);
-    const auto extract = Visit{
-        [&](const ArchivePtr& archive) {
-            return extractArchiveFile(*archive, *internalPath, *destination, overwrite);
-        },
-        [&](const BrowsedFiles& files) {
-            return extractFile(files, *internalPath, *destination, overwrite);
-        }};
+    const auto extract =
+        Visit{[&](const ArchivePtr& archive) {
+                  return extractArchiveFile(*archive, *internalPath, *destination, overwrite);
+              },
+              [&](const BrowsedFiles& files) {
+                  return extractFile(files, *internalPath, *destination, overwrite);
+              }};
     const ExtractedFile file = reportingFailure([&] { return std::visit(extract, browsed); });
     return {{{"writtenPath", io::textFromPath(file.path)}, {"byteSize", file.byteSize}}};
 }

@@ -12,9 +12,8 @@ namespace {
 using nlohmann::json;
 
 /// By EditOutcome.
-constexpr std::array<std::string_view, 5> kOutcomeWords = {"ok", "needs-backup-consent",
-                                                           "base-ta-refused",
-                                                           "changed-on-disk", "checked"};
+constexpr std::array<std::string_view, 5> kOutcomeWords = {
+    "ok", "needs-backup-consent", "base-ta-refused", "changed-on-disk", "checked"};
 
 }  // namespace
 

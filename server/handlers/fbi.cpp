@@ -20,9 +20,8 @@ EditTerms decodeTerms(const Payload& payload) {
 json encodeWarnings(const std::vector<FbiWarning>& warnings) {
     json result = json::array();
     for (const FbiWarning& warning : warnings)
-        result.push_back({{"line", warning.line},
-                          {"column", warning.column},
-                          {"message", warning.message}});
+        result.push_back(
+            {{"line", warning.line}, {"column", warning.column}, {"message", warning.message}});
     return result;
 }
 

@@ -33,8 +33,9 @@ TEST(FbiWarningsTest, TellWhatNobodyMeans) {
                      "4:2 \"words\" is neither key nor section"}));
     EXPECT_EQ(warningsOf("[UNITINFO] { } }\n[X] {"),
               (Texts{"1:16 this \"}\" closes nothing: what follows is not read"}));
-    EXPECT_EQ(warningsOf("\n[UNITINFO] { [Deeper] { a=1;"),
-              (Texts{"2:1 section [UNITINFO] is never closed", "2:14 section [Deeper] is never closed"}));
+    EXPECT_EQ(
+        warningsOf("\n[UNITINFO] { [Deeper] { a=1;"),
+        (Texts{"2:1 section [UNITINFO] is never closed", "2:14 section [Deeper] is never closed"}));
 }
 
 // A section that is opened again goes on; one of that name elsewhere does not.
