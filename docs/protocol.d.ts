@@ -967,8 +967,8 @@ export type HealthAction =
     | { kind: "create-corpse-stub"; parentUnit: string }
     | { kind: "promote-to-mod"; unitName: string }
     | { kind: "lint-suppress"; code: LintCode; target: string; unitName: string }
-    | { kind: "lint-unsuppress"; code: LintCode; target: string; unitName: string }
-    | { kind: "lint-unsuppress"; code: LintCode; target: string; scope: "global" }
+    | { kind: "lint-unsuppress"; code: string; target: string; unitName: string }
+    | { kind: "lint-unsuppress"; code: string; target: string; scope: "global" }
     | { kind: "palette-remap"; textureName: string; unitName: string };
 
 export interface LintRule {
