@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "session/request_error.h"
+#include "session/unit_view_session.h"
 #include "tests/platform.h"
 #include "tests/quiet_log.h"
 #include "tests/test_folder.h"
