@@ -1,7 +1,12 @@
 #include "authoring/unit_definition.h"
 
+#include <algorithm>
+
 #include "authoring/backup.h"
+#include "authoring/safe_write.h"
 #include "authoring/source_file.h"
+#include "io/ascii.h"
+#include "io/content_version.h"
 #include "io/files/folder_lock.h"
 #include "io/formats/tdf.h"
 #include "io/path_text.h"
@@ -40,7 +45,42 @@ void requireEncodable(const FbiChange& change, io::TextEncoding encoding) {
 }
 
 EditResult refusedForBase(const UnitSource& source) {
-    return {EditOutcome::refusedForBase, source.location.path, {}};
+    return {EditOutcome::refusedForBase, source.location.path};
+}
+
+/// How an edit ends that was meant for another content of the file, or none.
+std::optional<EditResult> refusedForVersion(const NamedSource& unit, const io::Bytes& content,
+                                            const EditTerms& terms) {
+    if (!terms.ifVersion) return std::nullopt;
+    std::string version = io::contentVersion(content);
+    if (version == *terms.ifVersion) return std::nullopt;
+    return EditResult{
+        EditOutcome::changedOnDisk, unit.source.location.path, {}, std::move(version)};
+}
+
+EditResult writeOnTerms(UnitViewSession& session, const FileLocation& file, std::string_view bytes,
+                        const EditTerms& terms) {
+    EditResult result = writeUnitFile(session, file, io::asBytes(bytes), terms.allowBackupCreation);
+    if (terms.ifVersion)
+        result.version = result.outcome == EditOutcome::ok ? io::contentVersion(io::asBytes(bytes))
+                                                           : *terms.ifVersion;
+    return result;
+}
+
+/// The units that a file on disk defines, each once.
+std::vector<std::string> unitsIn(const MountedData& data, const FileLocation& file) {
+    const auto isThere = [&](const UnitDeclaration* unit) {
+        if (unit->file.layer->kind != file.kind) return false;
+        if (file.kind == FileLocation::Kind::archive) return unit->file.layer->path == file.path;
+        return io::equalsIgnoringCase(unit->fileStem, fileStem(file)) &&
+               unit->file.location().path == file.path;
+    };
+    std::vector<std::string> names;
+    for (const auto& [name, declarations] : data.catalogue.declarations()) {
+        const auto found = std::ranges::find_if(declarations, isThere);
+        if (found != declarations.end()) names.push_back((*found)->name);
+    }
+    return names;
 }
 
 }  // namespace
@@ -49,8 +89,14 @@ RawDefinition readDefinition(const UnitViewSession& session,
                              const std::optional<std::string>& name) {
     NamedSource unit = resolve(session, name);
     const io::FolderLock lock(unit.source.location.path);
-    auto [text, encoding] = io::decodeGameText(io::asText(readSource(unit)));
-    return {std::move(unit.name), std::move(text), encoding, std::move(unit.source)};
+    const FileLocation& file = unit.source.location;
+    const io::Bytes content = readSource(unit);
+    auto [text, encoding] = io::decodeGameText(io::asText(content));
+    RawDefinition raw{std::move(unit.name), std::move(text), encoding, unit.source,
+                      io::contentVersion(content)};
+    raw.hasBackup = hasBackup(io::systemFileOps(), file.path);
+    if (raw.hasBackup) raw.backupCovers = unitsIn(session.data(), file);
+    return raw;
 }
 
 std::string definitionBytes(const RawDefinition& definition) {
@@ -90,29 +136,34 @@ EditResult writeUnitFile(UnitViewSession& session, const FileLocation& file, io:
 }
 
 EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
-                          const std::string& text, bool allowBackupCreation) {
+                          const std::string& text, const EditTerms& terms) {
     const NamedSource unit = resolve(session, name);
+    const FileLocation& file = unit.source.location;
     if (!io::parseTdf(text).child(io::kUnitInfoSection)) throw RequestError(kNoUnitInfo);
-    if (unit.source.inBaseTa) return refusedForBase(unit.source);
-    const io::FolderLock lock(unit.source.location.path);
-    const io::TextEncoding encoding = io::decodeGameText(io::asText(readSource(unit))).encoding;
-    return writeUnitFile(session, unit.source.location,
-                         io::asBytes(encodeDefinition(text, encoding)), allowBackupCreation);
+    if (unit.source.inBaseTa && !terms.checkOnly) return refusedForBase(unit.source);
+    const io::FolderLock lock(file.path);
+    const io::Bytes content = readSource(unit);
+    if (auto refused = refusedForVersion(unit, content, terms)) return std::move(*refused);
+    if (terms.checkOnly) return {EditOutcome::checked, file.path, {}, terms.ifVersion};
+    const io::TextEncoding encoding = io::decodeGameText(io::asText(content)).encoding;
+    return writeOnTerms(session, file, encodeDefinition(text, encoding), terms);
 }
 
 PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::string>& name,
-                            std::span<const FbiChange> changes, bool allowBackupCreation) {
+                            std::span<const FbiChange> changes, const EditTerms& terms) {
     checkFbiChanges(changes);
     const NamedSource unit = resolve(session, name);
     if (unit.source.inBaseTa) return {refusedForBase(unit.source), {}};
     // What another editor writes between reading and writing would be lost.
     const io::FolderLock lock(unit.source.location.path);
-    auto [text, encoding] = io::decodeGameText(io::asText(readSource(unit)));
+    const io::Bytes content = readSource(unit);
+    if (auto refused = refusedForVersion(unit, content, terms)) return {std::move(*refused), {}};
+    auto [text, encoding] = io::decodeGameText(io::asText(content));
     FbiEdit edit = editDefinition({unit.name, std::move(text), encoding, unit.source}, changes);
-    if (edit.changed.empty()) return {{EditOutcome::ok, unit.source.location.path, {}}, {}};
+    if (edit.changed.empty())
+        return {{EditOutcome::ok, unit.source.location.path, {}, terms.ifVersion}, {}};
     const auto bytes = io::encodeGameText(edit.text, encoding);
-    EditResult written = writeUnitFile(session, unit.source.location, io::asBytes(bytes.value()),
-                                       allowBackupCreation);
+    EditResult written = writeOnTerms(session, unit.source.location, bytes.value(), terms);
     return {std::move(written), std::move(edit.changed)};
 }
 

@@ -22,6 +22,11 @@ struct RawDefinition {
     std::string text;
     io::TextEncoding encoding = io::TextEncoding::utf8;
     UnitSource source;
+    /// Tells this content of the file from others.
+    std::string version = {};
+    bool hasBackup = false;
+    /// The units that restoring the backup would undo: all that its file defines.
+    std::vector<std::string> backupCovers = {};
 };
 
 /// Reads the file itself, not what was mounted. Throws a damaged archive's text.
@@ -39,13 +44,25 @@ std::string encodeDefinition(const std::string& text, io::TextEncoding encoding)
 FbiEdit editDefinition(const RawDefinition& definition, std::span<const FbiChange> changes);
 
 /// How a write of a unit's file ended; only `ok` has written anything.
-enum class EditOutcome { ok, needsBackupConsent, refusedForBase };
+enum class EditOutcome { ok, needsBackupConsent, refusedForBase, changedOnDisk, checked };
 
 struct EditResult {
     EditOutcome outcome = EditOutcome::ok;
     std::filesystem::path resolvedPath;
     /// Why the loaded unit, reloaded from what was written, is not loaded any more.
-    std::optional<std::string> reloadError;
+    std::optional<std::string> reloadError = {};
+    /// The version that the file has now, for an edit that was bound to one.
+    std::optional<std::string> version = {};
+};
+
+/// What an edit of a definition may do.
+struct EditTerms {
+    bool allowBackupCreation = false;
+    /// The edit is for this version of the file only: another ends it before anything else is
+    /// asked.
+    std::optional<std::string> ifVersion = {};
+    /// Everything but writing.
+    bool checkOnly = false;
 };
 
 /// Writes files of units, all or none, whatever they belong to, and lets the session take them over
@@ -64,7 +81,7 @@ EditResult writeUnitFile(UnitViewSession& session, const io::FileLocation& file,
 /// would be taken for UTF-8 when read back); then it becomes UTF-8. Throws RequestError
 /// kNoUnitInfo.
 EditResult saveDefinition(UnitViewSession& session, const std::optional<std::string>& name,
-                          const std::string& text, bool allowBackupCreation);
+                          const std::string& text, const EditTerms& terms);
 
 struct PatchResult {
     EditResult edit;
@@ -76,7 +93,7 @@ struct PatchResult {
 /// and no consent needed, when all keys have their values already. Throws what checkFbiChanges and
 /// editFbi throw, and RequestError "bad value of …" for characters that the file's encoding lacks.
 PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::string>& name,
-                            std::span<const FbiChange> changes, bool allowBackupCreation);
+                            std::span<const FbiChange> changes, const EditTerms& terms);
 
 struct RestoredSource {
     std::filesystem::path restoredPath;

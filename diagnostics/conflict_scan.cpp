@@ -43,10 +43,14 @@ class Scan {
 public:
     explicit Scan(const MountedData& data) : data_(data) {}
 
-    std::vector<ConflictFinding> run() {
+    std::vector<ConflictFinding> run(const io::Progress& progress) {
         findUnitCollisions();
         findWeaponCollisions();
-        for (const UnitDeclaration* unit : data_.catalogue.roster()) checkUnit(*unit);
+        const auto& roster = data_.catalogue.roster();
+        for (std::size_t i = 0; i < roster.size(); ++i) {
+            progress(roster[i]->name, i, roster.size());
+            checkUnit(*roster[i]);
+        }
         return std::move(findings_);
     }
 
@@ -158,8 +162,8 @@ ConflictSeverity severityOf(ConflictKind kind) {
     }
 }
 
-std::vector<ConflictFinding> scanConflicts(const MountedData& data) {
-    return Scan(data).run();
+std::vector<ConflictFinding> scanConflicts(const MountedData& data, const io::Progress& progress) {
+    return Scan(data).run(progress);
 }
 
 }  // namespace orb::unitview

@@ -39,6 +39,7 @@ struct ConflictFinding {
 
 /// Looks through everything that is mounted: first collisions of unit names, then of weapon names,
 /// both in the byte order of the upper-cased names, then what each unit of the roster lacks.
-std::vector<ConflictFinding> scanConflicts(const MountedData& data);
+std::vector<ConflictFinding> scanConflicts(const MountedData& data,
+                                           const io::Progress& progress = {});
 
 }  // namespace orb::unitview

@@ -15,6 +15,7 @@ struct Context {
     const LintSuppressions& suppressions;
     /// The definition's source as resolved for this report.
     const std::optional<UnitSource>& source;
+    const HealthOptions& options;
 };
 using Rows = std::vector<HealthRow>;
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <exception>
+#include <limits>
 
 #include <fmt/format.h>
 
@@ -16,16 +17,19 @@ constexpr std::size_t kTintedPercent = 26;
 /// So many of the most frequent team colours are listed.
 constexpr std::size_t kListedTeamIndices = 5;
 
-/// The lints that are not suppressed.
-std::vector<Lint> openLints(const Context& context) {
-    const std::size_t pieceCount = flattenPieces(context.unit.model).size();
-    std::vector<Lint> lints = analyseCob(*context.unit.cob, pieceCount).lints;
-    std::erase_if(lints, [&](const Lint& lint) {
-        // Front ends know names only as the protocol spells them.
-        return context.suppressions.isSuppressed(context.unit.name, lint.code,
-                                                 io::replaceInvalidUtf8(lint.target));
-    });
-    return lints;
+std::vector<Lint> findLints(const Context& context) {
+    // No index is beyond a model that nobody could read.
+    const std::size_t pieceCount = context.options.faults.model.empty()
+                                       ? flattenPieces(context.unit.model).size()
+                                       : std::numeric_limits<std::size_t>::max();
+    return analyseCob(*context.unit.cob, pieceCount).lints;
+}
+
+/// Whether a rule for the unit, or an empty name for all units, suppresses a lint.
+bool isSuppressed(const Context& context, std::string_view unitName, const Lint& lint) {
+    // Front ends know names only as the protocol spells them.
+    return context.suppressions.isSuppressed(unitName, lint.code,
+                                             io::replaceInvalidUtf8(lint.target));
 }
 
 HealthRow describeLint(const Context& context, const Lint& lint) {
@@ -39,6 +43,15 @@ HealthRow describeLint(const Context& context, const Lint& lint) {
                          .unit = context.unit.name,
                          .code = lint.code,
                          .target = lint.target}};
+}
+
+/// The row of a suppressed lint offers to take the rule back.
+HealthRow describeSuppressedLint(const Context& context, const Lint& lint) {
+    HealthRow row = describeLint(context, lint);
+    row.isSuppressed = true;
+    row.action->kind = HealthAction::Kind::unsuppressLint;
+    row.action->isGlobal = isSuppressed(context, "", lint);
+    return row;
 }
 
 /// The most frequent team indices, as "index:countpx" each.
@@ -82,9 +95,18 @@ void checkLints(const Context& context, Rows& rows) {
     if (!context.unit.cob || context.unit.cob->scripts.empty()) return;
     const std::string scriptCount = fmt::format("{} script(s)", context.unit.cob->scripts.size());
     try {
-        const std::vector<Lint> lints = openLints(context);
-        if (lints.empty()) rows.push_back({scriptCount, CheckStatus::ok, "no COB lints"});
-        for (const Lint& lint : lints) rows.push_back(describeLint(context, lint));
+        const std::vector<Lint> lints = findLints(context);
+        const auto isHidden = [&](const Lint& lint) {
+            return isSuppressed(context, context.unit.name, lint);
+        };
+        if (std::ranges::all_of(lints, isHidden))
+            rows.push_back({scriptCount, CheckStatus::ok, "no COB lints"});
+        for (const Lint& lint : lints) {
+            if (!isHidden(lint))
+                rows.push_back(describeLint(context, lint));
+            else if (context.options.withSuppressed)
+                rows.push_back(describeSuppressedLint(context, lint));
+        }
     } catch (const std::exception&) {
         rows.push_back(
             {scriptCount, CheckStatus::info, "COB analysis skipped (parse/graph error)"});
@@ -92,6 +114,7 @@ void checkLints(const Context& context, Rows& rows) {
 }
 
 void checkPalette(const Context& context, Rows& rows) {
+    if (!context.options.faults.model.empty()) return;
     const std::vector<std::string> names = textureNames(context.unit.model);
     if (names.empty()) {
         rows.push_back({context.unit.fbi.objectName, CheckStatus::info,

@@ -42,6 +42,15 @@ PictureList describePictures(const Context& context,
     return list;
 }
 
+/// The row of a file that may be there, and may have been read in vain.
+HealthRow describeFile(const Context& context, std::string ref, const std::string& path,
+                       const std::string& fault, CheckStatus absent, std::string_view consequence) {
+    if (!fileExists(context, path))
+        return {std::move(ref), absent, path + " not found" + std::string(consequence)};
+    if (!fault.empty()) return {std::move(ref), CheckStatus::missing, path + ": " + fault};
+    return {std::move(ref), CheckStatus::ok, path};
+}
+
 /// The directory that a file lies in, as readable text.
 std::string directoryText(io::FileLocation file) {
     if (file.kind == io::FileLocation::Kind::loose)
@@ -78,20 +87,17 @@ void checkModel(const Context& context, Rows& rows) {
     const std::string path = io::kModelFiles.path(modelFileName(context.data.files, name));
     if (name.empty())
         rows.push_back({"", CheckStatus::missing, std::string(kNoObjectName)});
-    else if (fileExists(context, path))
-        rows.push_back({name, CheckStatus::ok, path});
     else
-        rows.push_back({name, CheckStatus::missing, path + " not found"});
+        rows.push_back(describeFile(context, name, path, context.options.faults.model,
+                                    CheckStatus::missing, ""));
 }
 
 void checkScript(const Context& context, Rows& rows) {
     const LoadedUnit& unit = context.unit;
     const std::string path = scriptPath(unit.fbi, unit.name);
-    const std::string name(scriptName(unit.fbi, unit.name));
-    if (fileExists(context, path))
-        rows.push_back({name, CheckStatus::ok, path});
-    else
-        rows.push_back({name, CheckStatus::warn, path + " not found — no animation/aiming"});
+    rows.push_back(describeFile(context, std::string(scriptName(unit.fbi, unit.name)), path,
+                                context.options.faults.script, CheckStatus::warn,
+                                " — no animation/aiming"));
 }
 
 void checkBuildPicture(const Context& context, Rows& rows) {

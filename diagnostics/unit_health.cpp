@@ -51,7 +51,9 @@ std::vector<UnitHealth::RawKey> rawKeys(const io::TdfSection& unitInfo) {
 }
 
 std::size_t countRows(const UnitHealth& report, CheckStatus status) {
-    return static_cast<std::size_t>(std::ranges::count(report.rows, status, &HealthRow::status));
+    return static_cast<std::size_t>(std::ranges::count_if(report.rows, [&](const HealthRow& row) {
+        return row.status == status && !row.isSuppressed;
+    }));
 }
 
 }  // namespace
@@ -63,14 +65,18 @@ std::string UnitHealth::verdict() const {
 }
 
 UnitHealth checkUnitHealth(const MountedData& data, const LoadedUnit& unit,
-                           const LintSuppressions& suppressions) {
+                           const LintSuppressions& suppressions, const HealthOptions& options) {
     UnitHealth report;
     report.unit = unit.name;
     report.source =
         findSource(data.files, definitionPath(data.files, data.catalogue, unit.definitionName()));
-    const health::Context context{data, unit, suppressions, report.source};
-    report.rows = runChecks(context);
-    report.rawFbiKeys = rawKeys(unit.unitInfo());
+    if (options.faults.definition.empty()) {
+        report.rows = runChecks({data, unit, suppressions, report.source, options});
+        report.rawFbiKeys = rawKeys(unit.unitInfo());
+    } else {
+        // Without a definition there is nothing else to check.
+        report.rows = {{unit.name, CheckStatus::missing, options.faults.definition}};
+    }
     report.missing = countRows(report, CheckStatus::missing);
     report.warnings = countRows(report, CheckStatus::warn);
     return report;

@@ -35,9 +35,11 @@ enum class HealthCheck {
 
 /// What would mend a finding. Members that a kind of action has no use for are empty.
 struct HealthAction {
-    enum class Kind { createCorpseStub, promoteToMod, suppressLint, remapPalette };
+    enum class Kind { createCorpseStub, promoteToMod, suppressLint, unsuppressLint, remapPalette };
     Kind kind;
     std::string unit = {};
+    /// Of a rule to take back: it holds for every unit.
+    bool isGlobal = false;
     /// Of a lint.
     std::string_view code = {};
     std::string target = {};
@@ -52,6 +54,8 @@ struct HealthRow {
     std::string detail;
     std::optional<HealthAction> action = std::nullopt;
     HealthCheck check = HealthCheck::identity;
+    /// A lint that a rule suppresses; it does not count.
+    bool isSuppressed = false;
 };
 
 struct UnitHealth {
@@ -73,9 +77,16 @@ struct UnitHealth {
     std::string verdict() const;
 };
 
+struct HealthOptions {
+    /// What of the unit could not be read.
+    UnitFaults faults = {};
+    /// Rows of suppressed lints too.
+    bool withSuppressed = false;
+};
+
 /// Checks a unit against the mounted data as they are now. What is wrong becomes a row; only what
 /// keeps the report from being made is thrown.
 UnitHealth checkUnitHealth(const MountedData& data, const LoadedUnit& unit,
-                           const LintSuppressions& suppressions);
+                           const LintSuppressions& suppressions, const HealthOptions& options = {});
 
 }  // namespace orb::unitview

@@ -3,6 +3,7 @@
 //     tsc --target es2022 --module nodenext front_end.ts    (typescript, @types/node; an ES module)
 //     node front_end.js PROGRAM DATA_ROOT UNIT
 import { spawn } from "node:child_process";
+import { once } from "node:events";
 import { createInterface } from "node:readline";
 import type { Readable } from "node:stream";
 import type * as P from "./protocol.js";
@@ -15,12 +16,24 @@ let lastSeq = 0;
 createInterface({ input: editor.stdout! }).on("line", (text) => {
     const line: P.Line = JSON.parse(text);
     if (line.type === "piece-transforms") return showPose(line.data);
+    if (line.type === "progress") return console.log(`${line.data.done} of ${line.data.total}`);
     waiting.get(line.seq)?.(line);
     waiting.delete(line.seq);
 });
 
+/** When the program ends, whoever waits is told, and so is whoever asks later. */
+let ended: string | undefined;
+for (const event of ["error", "close"])
+    editor.on(event, (reason: unknown) => {
+        ended ??= `the program has ended: ${reason}`;
+        for (const [seq, answer] of waiting) answer({ type: "error", seq, data: { message: ended } });
+        waiting.clear();
+    });
+editor.stdin!.on("error", () => {}); // "close" follows
+
 /** Sends a request; resolves with its reply's data, rejects with the message of an error. */
 function ask<T extends P.MessageType>(type: T, ...[data]: P.Payload<T>): Promise<P.Replies[T]> {
+    if (ended) return Promise.reject(new Error(ended));
     const seq = ++lastSeq;
     editor.stdin!.write(JSON.stringify({ type, seq, data }) + "\n");
     return new Promise((resolve, reject) => waiting.set(seq, (answer) =>
@@ -60,3 +73,5 @@ console.log(`model of ${reply.pieceCount} pieces: ${frame.toString("latin1", 0, 
 await ask("cob-tick", { ticks: 30 });
 await ask("load-unit", { name: "NOSUCH" }).catch(({ message }) => console.log(message));
 await ask("shutdown");
+await once(editor, "close");
+await ask("ping").catch(({ message }) => console.log(message));

@@ -44,7 +44,21 @@ export interface PieceTransformsEvent {
     data: PieceTransforms;
 }
 
-export type Line = Reply | ErrorReply | PieceTransformsEvent;
+/** Before the reply to a request with `progress`, when that takes long. */
+export interface ProgressEvent {
+    type: "progress";
+    seq: 0;
+    data: {
+        /** The request's `seq`. */
+        forSeq: number;
+        /** What it is at. */
+        label: string;
+        done: number;
+        total: number;
+    };
+}
+
+export type Line = Reply | ErrorReply | PieceTransformsEvent | ProgressEvent;
 
 // ---- Messages ----
 
@@ -94,7 +108,7 @@ export interface Messages {
     "archive-browse-extract-all": Message<ExtractAll, "archive-browse-extract-all", Extraction>;
 
     // Units
-    "list-units": Message<{ side?: string; search?: string }, "list-units", { units: ListedUnit[] }>;
+    "list-units": Message<ListRequest, "list-units", { units: ListedUnit[] }>;
     "load-unit": Message<{ name: string; report?: boolean }, "unit-loaded", LoadedUnit>;
     "compare-units": Message<{ names: string[] }, "unit-compare", { units: ComparedUnit[] }>;
     "set-sim-mode": Message<{ mode: SimMode }, "sim-mode-set", { mode: SimMode }>;
@@ -122,13 +136,13 @@ export interface Messages {
     "cob-source-compare": Message<MaybeNamed & { source?: string }, "cob-source-compare", SourceComparison>;
 
     // Models and pictures
-    "get-unit-glb": Message<{ teamColor?: TeamColor }, "unit-glb", UnitGlb>;
+    "get-unit-glb": Message<MaybeNamed & { teamColor?: TeamColor }, "unit-glb", UnitGlb>;
     "get-weapon-model-glb": Message<WeaponModelRequest, "weapon-model-glb", WeaponGlb>;
     "get-master-palette": Message<None, "master-palette", { colors: Rgba[] }>;
     "get-unit-buildpic": Message<MaybeNamed & { format?: BuildpicFormat }, "unit-buildpic", Buildpic>;
     "list-unit-buildpic-sources": Message<MaybeNamed, "unit-buildpic-sources", BuildpicSources>;
     "get-unit-orb-buildpic": Message<MaybeNamed, "unit-orb-buildpic", ButtonPictures>;
-    "unit-textures": Message<None, "unit-textures", { textures: UnitTexture[] }>;
+    "unit-textures": Message<MaybeNamed, "unit-textures", { textures: UnitTexture[] }>;
     "get-sound": Message<{ name: string }, "sound", Sound>;
     "get-projectile-sprite": Message<{ weapon: string }, "projectile-sprite", ProjectileSprite>;
 
@@ -137,7 +151,7 @@ export interface Messages {
     "require-writable-source": Message<{ name: string }, "writable-source", WritableSource>;
     "restore-source-from-backup": Message<{ name: string }, "source-restored", RestoredSource>;
     "fbi-raw": Message<MaybeNamed, "fbi-raw", RawDefinition>;
-    "save-fbi-raw": Message<SaveRequest, "fbi-saved-raw", WriteResult>;
+    "save-fbi-raw": Message<SaveRequest, "fbi-saved-raw", SaveResult>;
     "fbi-patch": Message<PatchRequest, "fbi-patched", PatchResult>;
     "create-corpse-stub": Message<CorpseRequest, "corpse-stub-created", CorpseStub>;
     "unit-clone": Message<CloneRequest, "unit-cloned", ClonedUnit>;
@@ -149,11 +163,11 @@ export interface Messages {
     "validate-mod-pack": Unbuilt<"mod-pack-validated">;
 
     // Diagnostics
-    "unit-health": Message<None, "unit-health", UnitHealth>;
+    "unit-health": Message<HealthRequest, "unit-health", UnitHealth>;
     "modernizer-preview": Message<None, "modernizer-preview", ModernizerPreview>;
     "lint-suppress": Message<LintRule, "lint-suppressed", ChangedLintRule>;
     "lint-unsuppress": Message<LintRule, "lint-unsuppressed", ChangedLintRule>;
-    "conflict-scan": Message<None, "conflict-scan-result", ConflictReport>;
+    "conflict-scan": Message<MaybeLong, "conflict-scan-result", ConflictReport>;
 
     // Model edits
     "model-get-unit-summary": Message<None, "model-unit-summary", ModelSummary>;
@@ -207,6 +221,12 @@ interface MaybeNamed {
     name?: string;
 }
 
+/** Of requests that can take long. */
+interface MaybeLong {
+    /** Asks for `ProgressEvent`s. */
+    progress?: boolean;
+}
+
 // ---- Process ----
 
 export interface Hello {
@@ -217,15 +237,19 @@ export interface Hello {
 
 // ---- Data roots ----
 
-export interface DataRoots {
+export interface DataRoots extends MaybeLong {
     /** The game's directory. */
     taDataPath: string;
     /** Mod folders, the first one wins. */
     modPaths?: string[];
     mapsPath?: string;
+    /** Asks for `allLayers`. */
+    report?: boolean;
 }
 
 export interface MountedRoots {
+    /** For a request with `report`: all roots in mount order. */
+    allLayers?: { kind: "mod" | "base" | "maps"; path: string; archiveCount: number; exists: boolean }[];
     modArchives: number;
     baseArchives: number;
     mapsLayered: boolean;
@@ -243,20 +267,36 @@ export interface VfsDirectory {
 // ---- Archives ----
 
 interface ArchivePath {
-    /** Of the archive: absolute, or relative to any data root. */
+    /**
+     * Of the archive or a folder of a data root: absolute, or relative to any data root. Empty: the
+     * stack of all data roots.
+     */
     path: string;
 }
 
-export interface ArchiveContents extends ArchivePath {
+/** Beside the name or path of a listed file. */
+interface ListedFile {
+    /** In bytes once decoded. */
+    size: number;
+    compressed: boolean;
+    /** Of the stack's files. */
+    source?: Source;
+}
+
+interface MaybeStack extends ArchivePath {
+    /** Of the stack: the paths of the archives that are mounted, the first one wins. */
+    archives?: string[];
+}
+
+export interface ArchiveContents extends MaybeStack {
     bank: boolean;
     /** Of all entries, also those beyond the 100,000 that are listed. */
     entryCount: number;
-    /** `size` in bytes once decoded. */
-    entries: { path: string; size: number; compressed: boolean }[];
+    entries: (ListedFile & { path: string })[];
     truncated: boolean;
 }
 
-export interface ArchiveTree extends ArchivePath {
+export interface ArchiveTree extends MaybeStack {
     bank: boolean;
     fileCount: number;
     directoryCount: number;
@@ -270,13 +310,19 @@ export interface ArchiveDirectory {
     /** Empty for the root. */
     name: string;
     directories: ArchiveDirectory[];
-    files: { name: string; size: number; compressed: boolean }[];
+    files: (ListedFile & { name: string })[];
 }
 
 interface PreviewRequest extends ArchivePath {
     internalPath: string;
     /** Of text; 65,536 when absent. */
     maxBytes?: number;
+    /** The whole of a model or a sound. */
+    as?: "glb" | "wav";
+    /** Of an animation file, by name or number; the first when absent. */
+    entry?: string | number;
+    /** Of that entry; 0 when absent. */
+    frame?: number;
 }
 
 export type ArchivePreview = ArchivePath & {
@@ -287,14 +333,25 @@ export type ArchivePreview = ArchivePath & {
 } & (
         | { kind: "text"; text: string }
         /** `png_b64`: a PNG file in base64. */
-        | { kind: "image"; width: number; height: number; png_b64: string }
-        | { kind: "model"; pieces: string[]; vertexCount: number; primitiveCount: number }
+        | { kind: "image"; width: number; height: number; png_b64: string; entries?: GafEntry[] }
+        /** `glb_b64`: for a request with `as`, binary glTF in base64. */
+        | { kind: "model"; pieces: string[]; vertexCount: number; primitiveCount: number; glb_b64?: string }
+        /** `wav_b64`: for a request with `as`, the file in base64. */
+        | { kind: "sound"; wav_b64: string }
         | { kind: "script"; scripts: string[]; pieces: string[] }
         /** `hex`: the first 256 bytes. */
         | { kind: "binary"; hex: string }
     );
 
-interface ExtractAll extends ArchivePath {
+/** An entry of an animation file; the size is that of its first frame. */
+export interface GafEntry {
+    name: string;
+    frames: number;
+    width: number;
+    height: number;
+}
+
+interface ExtractAll extends ArchivePath, MaybeLong {
     /** A folder. */
     destination: string;
     /** False when absent: files that exist are kept. */
@@ -321,6 +378,13 @@ export interface Extraction {
 }
 
 // ---- Units ----
+
+interface ListRequest {
+    side?: string;
+    search?: string;
+    /** Mounts the data roots again first. */
+    refresh?: boolean;
+}
 
 export interface ListedUnit {
     name: string;
@@ -908,15 +972,24 @@ export interface RawDefinition {
     text: string;
     encoding: "utf-8" | "windows-1252";
     source: Source;
+    /** Tells this content of the file from others. */
+    version: string;
+    hasBackup: boolean;
+    /** The units that restoring the backup would undo; none without one. */
+    backupCovers: string[];
 }
 
 interface WriteRequest extends MaybeNamed {
+    /** Of fbi-raw: writes only over that content. */
+    ifVersion?: string;
     /** Consent to the first write's backup; false when absent. */
     allowBackupCreation?: boolean;
 }
 
 interface SaveRequest extends WriteRequest {
     text: string;
+    /** Writes nothing. */
+    checkOnly?: boolean;
 }
 
 interface PatchRequest extends WriteRequest {
@@ -926,11 +999,18 @@ interface PatchRequest extends WriteRequest {
 
 export interface WriteResult {
     /** Only "ok" has written. */
-    outcome: "ok" | "needs-backup-consent" | "base-ta-refused";
+    outcome: "ok" | "needs-backup-consent" | "base-ta-refused" | "changed-on-disk" | "checked";
     /** The loose file or the archive. */
     resolvedPath: string;
     /** Why the loaded unit is not loaded any more. */
     reloadError?: string;
+    /** For a request with `ifVersion` that was not refused for the base game: the file's now. */
+    version?: string;
+}
+
+export interface SaveResult extends WriteResult {
+    /** Of text that reads but is surely not meant, in its order; both count from 1. */
+    warnings: { line: number; column: number; message: string }[];
 }
 
 export interface PatchResult extends WriteResult {
@@ -1043,6 +1123,11 @@ export interface RemapResult extends WriteResult {
 
 // ---- Diagnostics ----
 
+interface HealthRequest extends MaybeNamed {
+    /** Rows of suppressed lints too. */
+    withSuppressed?: boolean;
+}
+
 export interface UnitHealth {
     unit: string;
     /** Absent when the definition has gone. */
@@ -1060,6 +1145,8 @@ export interface HealthCheck {
     status: "ok" | "info" | "warn" | "missing";
     detail: string;
     action?: HealthAction;
+    /** A suppressed lint, which does not count; absent when false. */
+    isSuppressed?: boolean;
 }
 
 export type HealthCategory =
@@ -1072,6 +1159,8 @@ export type HealthAction =
     | { kind: "create-corpse-stub"; parentUnit: string }
     | { kind: "promote-to-mod"; unitName: string }
     | { kind: "lint-suppress"; code: LintCode; target: string; unitName: string }
+    | { kind: "lint-unsuppress"; code: string; target: string; unitName: string }
+    | { kind: "lint-unsuppress"; code: string; target: string; scope: "global" }
     | { kind: "palette-remap"; textureName: string; unitName: string };
 
 export interface LintRule {

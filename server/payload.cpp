@@ -185,6 +185,24 @@ std::optional<std::string> Payload::textIfString(const char* key) const {
     return value && value->is_string() ? std::optional(value->get<std::string>()) : std::nullopt;
 }
 
+io::Progress Payload::progress() const {
+    return option(*this, "progress") ? listener_ : io::Progress();
+}
+
+bool option(const Payload& payload, const char* key) {
+    return payload.isObject() && naming(key, [&] { return payload.flag(key).value_or(false); });
+}
+
+std::optional<std::string> textOption(const Payload& payload, const char* key) {
+    if (!payload.isObject()) return std::nullopt;
+    return naming(key, [&] { return payload.text(key); });
+}
+
+std::optional<std::int64_t> integerOption(const Payload& payload, const char* key) {
+    if (!payload.isObject()) return std::nullopt;
+    return naming(key, [&] { return payload.integer(key); });
+}
+
 void failRequired(std::string_view what) {
     throw RequestError(std::string(what) + " is required");
 }

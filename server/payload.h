@@ -12,6 +12,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "io/progress.h"
+
 namespace orb::unitview::ipc {
 
 /// A payload that does not decode; mostly the text is the JSON library's own.
@@ -28,6 +30,7 @@ public:
     static Payload parse(std::string_view text);
     explicit Payload(nlohmann::json value) : value_(std::move(value)) {}
 
+    bool isObject() const { return value_.is_object(); }
     std::optional<std::string> text(const char* key) const;
     std::string requiredText(const char* key) const;
     /// Also throws for a path with a NUL character, which the system would cut off there.
@@ -55,6 +58,11 @@ public:
     using Scalars = std::vector<std::pair<std::string, std::optional<std::string>>>;
     std::optional<Scalars> scalars(const char* key) const;
 
+    /// Where the operation tells of its progress: nowhere unless the member "progress" is true.
+    io::Progress progress() const;
+    /// Who is told then.
+    void setProgressListener(io::Progress listener) { listener_ = std::move(listener); }
+
     /// The text of a member that is a string; a member of another type counts as absent.
     std::optional<std::string> textIfString(const char* key) const;
 
@@ -65,6 +73,7 @@ private:
     const nlohmann::json& requiredMember(const char* key) const;
 
     nlohmann::json value_;
+    io::Progress listener_;
 };
 
 /// Throws RequestError "WHAT is required".
@@ -78,7 +87,23 @@ const Value& require(std::string_view what, const std::optional<Value>& value) {
     return *value;
 }
 
-/// The same for a member that must not be empty either.
+/// Decodes a member and names it before the text of a PayloadError.
+template <typename Decode>
+auto naming(std::string_view member, Decode&& decode) {
+    try {
+        return decode();
+    } catch (const PayloadError& error) {
+        throw PayloadError(std::string(member).append(": ").append(error.what()));
+    }
+}
+
+/// Members that came to requests which had long been served whatever their payload was: a payload
+/// that is no object has none of them. Those of another type are named.
+bool option(const Payload& payload, const char* key);
+std::optional<std::string> textOption(const Payload& payload, const char* key);
+std::optional<std::int64_t> integerOption(const Payload& payload, const char* key);
+
+/// What `require` gives, for a member that must not be empty either.
 template <typename Value>
 const Value& requireFilled(std::string_view what, const std::optional<Value>& value) {
     if (!value || value->empty()) failRequired(what);

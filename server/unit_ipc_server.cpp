@@ -11,6 +11,7 @@
 #include "server/handlers/encode_cob.h"
 #include "server/logger.h"
 #include "server/payload.h"
+#include "server/progress_events.h"
 #include "server/reply.h"
 #include "session/request_error.h"
 #include "session/unit_view_session.h"
@@ -86,7 +87,10 @@ void UnitIpcServer::serve(const Command& command, const Envelope& envelope) {
     if (command.effect == Effect::frame && !binary_) throw RequestError(kNoBinaryChannel);
     if (!command.handler) throw RequestError(fmt::format("not implemented: {}", command.type));
 
-    const Reply reply = command.handler(session_, Payload::parse(envelope.data));
+    Payload payload = Payload::parse(envelope.data);
+    payload.setProgressListener(progressEvents(
+        envelope.seq, [this](const json& progress) { sendReply(0, "progress", progress); }));
+    const Reply reply = command.handler(session_, payload);
     sendReply(envelope.seq, command.replyType, reply.data);
     try {
         followReply(command, reply);

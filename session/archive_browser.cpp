@@ -83,6 +83,14 @@ std::vector<ArchiveFile> listArchiveFiles(const io::HpiArchive& archive,
     return std::move(lister.files);
 }
 
+ExtractedFile writeExtracted(const std::string& path, io::ByteView bytes,
+                             const fs::path& destination, bool overwrite) {
+    if (!isSafePath(path)) throw RequestError("unsafe file name");
+    fs::path written = destination / io::pathFromText(path);
+    writeNew(written, bytes, overwrite);
+    return {std::move(written), bytes.size()};
+}
+
 ExtractedFile extractArchiveFile(const io::HpiArchive& archive, const std::string& internalPath,
                                  const fs::path& destination, bool overwrite) {
     const ArchiveFile file = findArchiveFile(archive, internalPath);
@@ -96,11 +104,13 @@ ExtractedFile extractArchiveFile(const io::HpiArchive& archive, const std::strin
 
 ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
                                          const std::string& directory, const fs::path& destination,
-                                         bool overwrite) {
+                                         bool overwrite, const io::Progress& progress) {
     ExtractionResult result;
     io::HpiReader reader = archive.openReader();
     std::uint64_t bytesLeft = reader.maxDecodedBytes();
-    for (const ArchiveFile& file : listArchiveFiles(archive, directory)) {
+    const std::vector<ArchiveFile> files = listArchiveFiles(archive, directory);
+    for (const ArchiveFile& file : files) {
+        progress(file.path, static_cast<std::size_t>(&file - files.data()), files.size());
         try {
             if (!isSafePath(file.path)) throw RequestError("unsafe file name");
             const io::HpiEntry* const found = archive.findFile(file.path);
@@ -109,10 +119,10 @@ ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
             if (file.entry->fileSize > bytesLeft)
                 throw RequestError("more data than the archive can hold");
             bytesLeft -= file.entry->fileSize;
-            const io::Bytes bytes = reader.readFile(*file.entry);
-            writeNew(destination / io::pathFromText(file.path), bytes, overwrite);
+            result.byteSize +=
+                writeExtracted(file.path, reader.readFile(*file.entry), destination, overwrite)
+                    .byteSize;
             ++result.fileCount;
-            result.byteSize += bytes.size();
         } catch (const std::exception& error) {
             result.skipped.push_back({file.path, error.what()});
         }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "io/archive/hpi_archive.h"
+#include "io/progress.h"
 
 /// Looking into one archive and taking files out of it, mounted or not.
 namespace orb::unitview {
@@ -35,6 +36,11 @@ struct ExtractedFile {
     std::size_t byteSize = 0;
 };
 
+/// Writes a file with this path below `destination`. Throws RequestError "unsafe file name", "file
+/// exists: …" or the system's text.
+ExtractedFile writeExtracted(const std::string& path, io::ByteView bytes,
+                             const std::filesystem::path& destination, bool overwrite);
+
 /// Writes one file into `destination` (created when missing) under its own name. Throws
 /// RequestError "not in archive: …", "file exists: …", a name that cannot be written, or the
 /// system's text.
@@ -56,6 +62,7 @@ struct ExtractionResult {
 /// the same name hides, and those beyond HpiReader::maxDecodedBytes in all.
 ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
                                          const std::string& directory,
-                                         const std::filesystem::path& destination, bool overwrite);
+                                         const std::filesystem::path& destination, bool overwrite,
+                                         const io::Progress& progress = {});
 
 }  // namespace orb::unitview

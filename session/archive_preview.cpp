@@ -1,6 +1,7 @@
 #include "session/archive_preview.h"
 
 #include <algorithm>
+#include <span>
 
 #include <fmt/format.h>
 
@@ -9,26 +10,33 @@
 #include "io/formats/gaf.h"
 #include "io/formats/png.h"
 #include "io/text_encoding.h"
+#include "model/glb.h"
 #include "model/piece_list.h"
-#include "session/archive_browser.h"
+#include "session/request_error.h"
 
 namespace orb::unitview {
 namespace {
 
 constexpr std::size_t kHexBytes = 256;
 
-/// What every decoder gets: the file, the limit for text, and colours for pictures without any.
+/// No model or sound of the game comes near this size.
+constexpr std::size_t kMaxWholeBytes = 64 << 20;
+
+/// Animation files of the game have a few hundred entries; of more, the rest is only named.
+constexpr std::size_t kMaxDescribedEntries = 4'096;
+
+/// What every decoder gets.
 struct PreviewInput {
     const io::Bytes& bytes;
-    std::size_t maxBytes;
-    const io::Palette& palette;
+    const PreviewOptions& options;
+    const PreviewColors& colors;
     ArchivePreview& preview;
 };
 
 void previewText(const PreviewInput& input) {
     std::string text = io::decodeGameText(io::asText(input.bytes)).utf8;
-    if (text.size() > input.maxBytes) {
-        std::size_t end = input.maxBytes;
+    if (text.size() > input.options.maxBytes) {
+        std::size_t end = input.options.maxBytes;
         const auto isContinuation = [](char c) { return (c & 0xC0) == 0x80; };
         while (end > 0 && isContinuation(text[end])) --end;
         text.resize(end);
@@ -41,12 +49,55 @@ void previewPcx(const PreviewInput& input) {
     input.preview.content = pngFromPcx(input.bytes);
 }
 
-/// Shows the first frame of the first animation.
+GafEntryPreview describeEntry(const PreviewInput& input, const std::string& name,
+                              std::size_t index) {
+    try {
+        const io::GafPicture picture = io::readGafPicture(input.bytes, index);
+        return {name, picture.frameCount, picture.firstFrame.width, picture.firstFrame.height};
+    } catch (const std::exception&) {
+        return {name};
+    }
+}
+
+/// The number of the entry that is asked for.
+std::size_t chosenEntry(const PreviewOptions& options, std::span<const std::string> names) {
+    if (!options.entryName) {
+        if (options.entry > 0 && options.entry >= names.size())
+            throw RequestError(fmt::format("no such entry: {}", options.entry));
+        return options.entry;
+    }
+    const auto found = std::ranges::find_if(names, [&](const std::string& name) {
+        return io::equalsIgnoringCase(name, *options.entryName);
+    });
+    if (found == names.end()) throw RequestError("no such entry: " + *options.entryName);
+    return static_cast<std::size_t>(found - names.begin());
+}
+
+/// Shows one frame, the first of the first animation unless another is asked for.
 void previewGaf(const PreviewInput& input) {
-    const io::GafPicture picture = io::readGafPicture(input.bytes, 0);
-    input.preview.content = pngFromGafFrame(picture.firstFrame, input.palette);
-    input.preview.truncated =
-        picture.frameCount > 1 || io::readGafEntryNames(input.bytes).size() > 1;
+    const std::vector<std::string> names = io::readGafEntryNames(input.bytes);
+    const std::size_t index = chosenEntry(input.options, names);
+    auto& entries = input.preview.entries.emplace();
+    std::size_t pixelsLeft = kMaxTexturePixels;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const bool isDescribed = i < kMaxDescribedEntries && pixelsLeft > 0;
+        entries.push_back(isDescribed ? describeEntry(input, names[i], i)
+                                      : GafEntryPreview{names[i]});
+        pixelsLeft -= std::min<std::size_t>(
+            pixelsLeft, std::size_t{entries.back().width} * entries.back().height);
+    }
+    if (input.options.frame == 0) {
+        const io::GafPicture picture = io::readGafPicture(input.bytes, index);
+        input.preview.content = pngFromGafFrame(picture.firstFrame, input.colors.palette);
+        input.preview.truncated = picture.frameCount > 1 || names.size() > 1;
+        return;
+    }
+    const io::GafEntry entry = io::readGafEntry(input.bytes, index);
+    if (input.options.frame >= entry.frames.size())
+        throw RequestError(fmt::format("no such frame: {}", input.options.frame));
+    input.preview.content =
+        pngFromGafFrame(entry.frames[input.options.frame], input.colors.palette);
+    input.preview.truncated = true;
 }
 
 void previewPng(const PreviewInput& input) {
@@ -62,6 +113,8 @@ void previewModel(const PreviewInput& input) {
         model.primitiveCount += piece->primitives.size();
     }
     input.preview.content = std::move(model);
+    if (input.options.form == PreviewOptions::Form::glb)
+        input.preview.glb = exportModel(root, input.colors.textures, input.colors.palette, {}).glb;
 }
 
 void previewScript(const PreviewInput& input) {
@@ -78,6 +131,16 @@ void previewBinary(const PreviewInput& input) {
     input.preview.truncated = shown < input.bytes.size();
 }
 
+/// A form that is asked for, of the files that have it.
+void requireForm(const std::string& path, const io::Bytes& bytes, const PreviewOptions& options) {
+    if (options.form == PreviewOptions::Form::glb && !io::endsWithIgnoringCase(path, ".3do"))
+        throw RequestError("not a model: " + path);
+    if (options.form == PreviewOptions::Form::wave && !io::endsWithIgnoringCase(path, ".wav"))
+        throw RequestError("not a sound: " + path);
+    if (options.form != PreviewOptions::Form::usual && bytes.size() > kMaxWholeBytes)
+        throw RequestError("too large to show: " + path);
+}
+
 struct PreviewKind {
     std::string_view extension;
     void (*decode)(const PreviewInput&);
@@ -92,16 +155,19 @@ constexpr PreviewKind kPreviewKinds[] = {
 
 }  // namespace
 
-ArchivePreview previewArchiveFile(const io::HpiArchive& archive, const std::string& internalPath,
-                                  std::size_t maxBytes, const io::Palette& palette) {
-    const ArchiveFile file = findArchiveFile(archive, internalPath);
-    const io::Bytes bytes = archive.openReader().readFile(*file.entry);
-    ArchivePreview preview{file.path, bytes.size(), false, {}};
+ArchivePreview previewFile(const std::string& path, const io::Bytes& bytes,
+                           const PreviewOptions& options, const PreviewColors& colors) {
+    requireForm(path, bytes, options);
+    ArchivePreview preview{path, bytes.size(), false, {}};
+    if (options.form == PreviewOptions::Form::wave) {
+        preview.content = SoundPreview{bytes};
+        return preview;
+    }
     const auto kind = std::ranges::find_if(kPreviewKinds, [&](const PreviewKind& row) {
-        return io::endsWithIgnoringCase(file.path, row.extension);
+        return io::endsWithIgnoringCase(path, row.extension);
     });
     const auto decode = kind == std::end(kPreviewKinds) ? previewBinary : kind->decode;
-    decode({bytes, maxBytes, palette, preview});
+    decode({bytes, options, colors, preview});
     return preview;
 }
 

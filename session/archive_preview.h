@@ -1,12 +1,14 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
-#include "io/archive/hpi_archive.h"
 #include "io/formats/palette.h"
 #include "model/png_picture.h"
+#include "model/texture_library.h"
 
 namespace orb::unitview {
 
@@ -28,6 +30,32 @@ struct BinaryPreview {
     std::string hex;
 };
 
+struct SoundPreview {
+    /// The whole WAVE file.
+    io::Bytes wave;
+};
+
+/// An entry of an animation file.
+struct GafEntryPreview {
+    std::string name;
+    std::size_t frames = 0;
+    /// Of the first frame; 0 when it cannot be read.
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+};
+
+/// How a file is to be shown beside what its name says.
+struct PreviewOptions {
+    /// Text is cut there.
+    std::size_t maxBytes = 0;
+    enum class Form { usual, glb, wave };
+    Form form = Form::usual;
+    /// Of an animation file: one entry, by name or by number, and one of its frames.
+    std::optional<std::string> entryName = {};
+    std::size_t entry = 0;
+    std::size_t frame = 0;
+};
+
 struct ArchivePreview {
     /// As stored in the archive.
     std::string internalPath;
@@ -35,12 +63,24 @@ struct ArchivePreview {
     std::size_t size = 0;
     /// The preview does not show the whole file.
     bool truncated = false;
-    std::variant<TextPreview, PngPicture, ModelPreview, ScriptPreview, BinaryPreview> content;
+    std::variant<TextPreview, PngPicture, ModelPreview, ScriptPreview, BinaryPreview, SoundPreview>
+        content;
+    /// Of an animation file.
+    std::optional<std::vector<GafEntryPreview>> entries = {};
+    /// A model as binary glTF, when that is asked for.
+    std::optional<io::Bytes> glb = {};
 };
 
-/// Decodes a file as its name's extension says; text is cut at `maxBytes`. A damaged picture, model
-/// or script throws its reader's text; a file that is not there RequestError "not in archive: …".
-ArchivePreview previewArchiveFile(const io::HpiArchive& archive, const std::string& internalPath,
-                                  std::size_t maxBytes, const io::Palette& palette);
+/// What pictures and models are shown with.
+struct PreviewColors {
+    const io::Palette& palette;
+    const TextureLibrary& textures;
+};
+
+/// Decodes a file as its name's extension says. A damaged picture, model or script throws its
+/// reader's text; what it does not hold RequestError "no such entry: …", "no such frame: …", "not a
+/// model: …" or "not a sound: …".
+ArchivePreview previewFile(const std::string& path, const io::Bytes& bytes,
+                           const PreviewOptions& options, const PreviewColors& colors);
 
 }  // namespace orb::unitview

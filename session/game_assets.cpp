@@ -31,11 +31,13 @@ ProjectileSprite readProjectileSprite(const UnitViewSession& session,
     const GafEntryRef* const entry = session.data().pictures.animations.find(name);
     if (!entry) throw RequestError(missingText);
     const io::Bytes file = readFile(session, entry->path, missingText);
-    return reportingFailure([&]() -> ProjectileSprite {
-        const io::GafEntry animation = io::readGafEntry(file, entry->index);
-        requireGafName(animation.name, name);
-        return {weapon.name, name, spriteStrip(animation, session.palette())};
-    });
+    return reportingFailure(
+        [&]() -> ProjectileSprite {
+            const io::GafEntry animation = io::readGafEntry(file, entry->index);
+            requireGafName(animation.name, name);
+            return {weapon.name, name, spriteStrip(animation, session.palette())};
+        },
+        entry->path + ": ");
 }
 
 Sound readSound(const UnitViewSession& session, std::string_view fileName) {

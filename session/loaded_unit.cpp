@@ -40,13 +40,21 @@ void logLoaded(const LoadedUnit& unit) {
              << " (textured=" << textured << " colored=" << colored << ")";
 }
 
+/// How a unit is read.
+struct Reading {
+    bool isLogged = true;
+    /// Where faults go that would otherwise end it.
+    UnitFaults* faults = nullptr;
+};
+
 std::optional<LoadedUnit> loadFromIr(const io::CompositeVirtualFileSystem& files,
-                                     const std::string& name) {
+                                     const std::string& name, const Reading& reading) {
     const std::string path = io::kUnitIrFiles.path(name);
     try {
         const auto bytes = files.readFile(path);
         if (!bytes) return std::nullopt;
-        LogLine(LogLevel::info) << "[load-unit] IR document found for " << name << ": " << path;
+        if (reading.isLogged)
+            LogLine(LogLevel::info) << "[load-unit] IR document found for " << name << ": " << path;
         pipeline::UnitIr document = pipeline::parseUnitIr(*bytes);
         if (!io::equalsIgnoringCase(document.unitName, name))
             throw std::runtime_error(fmt::format("unitName must be \"{}\"", name));
@@ -60,38 +68,68 @@ std::optional<LoadedUnit> loadFromIr(const io::CompositeVirtualFileSystem& files
             unit.cob = std::make_shared<const io::CobFile>(std::move(*document.script));
         return unit;
     } catch (const std::exception& error) {
-        LogLine(LogLevel::warn) << "Failed to load IR for " << name << ": " << error.what()
-                                << " — falling back to VFS";
+        if (reading.isLogged)
+            LogLine(LogLevel::warn) << "Failed to load IR for " << name << ": " << error.what()
+                                    << " — falling back to VFS";
         return std::nullopt;
     }
 }
 
 std::shared_ptr<const io::CobFile> readScript(const io::CompositeVirtualFileSystem& files,
-                                              const LoadedUnit& unit) {
+                                              const LoadedUnit& unit, bool isLogged) {
     const std::string path = scriptPath(unit.fbi, unit.name);
     const auto bytes = files.readFile(path);
     if (bytes) return std::make_shared<const io::CobFile>(io::parseCob(*bytes));
-    LogLine(LogLevel::warn) << "COB not found for " << unit.name << " (script: " << path << ")";
+    if (isLogged)
+        LogLine(LogLevel::warn) << "COB not found for " << unit.name << " (script: " << path << ")";
     return nullptr;
 }
 
+/// Reads one of the unit's files; false when it cannot be and that is noted. "Not found" of the
+/// unit itself is no fault of a file.
+template <typename Read>
+bool readPart(const Reading& reading, std::string UnitFaults::*part, Read&& read) {
+    try {
+        read();
+        return true;
+    } catch (const std::exception& error) {
+        if (!reading.faults) throw;
+        reading.faults->*part = error.what();
+        return false;
+    }
+}
+
 LoadedUnit loadFromGameFiles(const io::CompositeVirtualFileSystem& files,
-                             const UnitCatalogue& catalogue, const std::string& name) {
+                             const UnitCatalogue& catalogue, const std::string& name,
+                             const Reading& reading) {
     const std::string fbiPath = definitionPath(files, catalogue, name);
-    const auto text = files.readFile(fbiPath);
-    if (!text) throw unitNotFound(name);
-
     LoadedUnit unit;
-    takeDefinition(unit, io::parseTdf(io::asText(*text)), fbiPath);
-    unit.name = unit.fbi.unitName.empty() ? name : unit.fbi.unitName;
+    unit.name = name;
+    std::optional<io::Bytes> text;
+    const bool isRead = readPart(reading, &UnitFaults::definition, [&] {
+        text = files.readFile(fbiPath);
+        if (text) takeDefinition(unit, io::parseTdf(io::asText(*text)), fbiPath);
+    });
+    if (isRead && !text) throw unitNotFound(name);
     unit.source = findSource(files, fbiPath);
+    if (!isRead) return unit;
 
-    if (unit.fbi.objectName.empty())
-        throw std::runtime_error("FBI has no objectName for unit: " + name);
-    unit.model = readModel(files, unit.fbi.objectName);
-    unit.modelSource = findModelSource(files, unit.fbi.objectName);
-    unit.cob = readScript(files, unit);
+    if (!unit.fbi.unitName.empty()) unit.name = unit.fbi.unitName;
+    readPart(reading, &UnitFaults::model, [&] {
+        if (unit.fbi.objectName.empty())
+            throw std::runtime_error("FBI has no objectName for unit: " + name);
+        unit.model = readModel(files, unit.fbi.objectName);
+        unit.modelSource = findModelSource(files, unit.fbi.objectName);
+    });
+    readPart(reading, &UnitFaults::script,
+             [&] { unit.cob = readScript(files, unit, reading.isLogged); });
     return unit;
+}
+
+LoadedUnit assembleUnit(const io::CompositeVirtualFileSystem& files, const UnitCatalogue& catalogue,
+                        const std::string& name, const Reading& reading) {
+    auto fromIr = loadFromIr(files, name, reading);
+    return fromIr ? std::move(*fromIr) : loadFromGameFiles(files, catalogue, name, reading);
 }
 
 }  // namespace
@@ -107,10 +145,15 @@ std::string LoadedUnit::definitionName() const {
 
 LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
                          const UnitCatalogue& catalogue, const std::string& name) {
-    auto fromIr = loadFromIr(files, name);
-    LoadedUnit unit = fromIr ? std::move(*fromIr) : loadFromGameFiles(files, catalogue, name);
+    LoadedUnit unit = assembleUnit(files, catalogue, name, {});
     logLoaded(unit);
     return unit;
+}
+
+LoadedUnit readUnitFiles(const io::CompositeVirtualFileSystem& files,
+                         const UnitCatalogue& catalogue, const std::string& name,
+                         UnitFaults* faults) {
+    return assembleUnit(files, catalogue, name, {.isLogged = false, .faults = faults});
 }
 
 std::string definitionPath(const io::CompositeVirtualFileSystem& files,

@@ -36,6 +36,13 @@ struct LoadedUnit {
     std::string definitionName() const;
 };
 
+/// Why files of a unit cannot be used, each in its reader's words; empty: they can.
+struct UnitFaults {
+    std::string definition;
+    std::string model;
+    std::string script;
+};
+
 /// "FBI not found for unit: …".
 RequestError unitNotFound(const std::string& name);
 
@@ -45,6 +52,12 @@ RequestError unitNotFound(const std::string& name);
 /// "FBI has no objectName for unit: …", "3DO not found: …" or a file reader's text.
 LoadedUnit loadUnitFiles(const io::CompositeVirtualFileSystem& files,
                          const UnitCatalogue& catalogue, const std::string& name);
+
+/// The same for a look at a unit that nobody loads: nothing is logged. With `faults`, what cannot
+/// be read is left out and told there; only "FBI not found for unit: …" is thrown then.
+LoadedUnit readUnitFiles(const io::CompositeVirtualFileSystem& files,
+                         const UnitCatalogue& catalogue, const std::string& name,
+                         UnitFaults* faults);
 
 /// The path of a unit's definition file in the stack: the file of its own name, else the one that
 /// declares it, else where it would lie.

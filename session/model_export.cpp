@@ -34,6 +34,11 @@ ExportedModel exportUnitModel(const UnitViewSession& session, const TeamColor& t
     return encoding([&] { return encode(session, model, team); });
 }
 
+ExportedModel exportUnitModel(const UnitViewSession& session, const LoadedUnit& unit,
+                              const TeamColor& team) {
+    return encoding([&] { return encode(session, unit.model, team); });
+}
+
 WeaponModel exportWeaponModel(const UnitViewSession& session, const std::string& weaponName,
                               const TeamColor& team) {
     const TableEntry& weapon = requireWeapon(session, weaponName);

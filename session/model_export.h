@@ -12,6 +12,10 @@ namespace orb::unitview {
 /// first" or "glb encode failed: …".
 ExportedModel exportUnitModel(const UnitViewSession& session, const TeamColor& team);
 
+/// The same of any unit.
+ExportedModel exportUnitModel(const UnitViewSession& session, const LoadedUnit& unit,
+                              const TeamColor& team);
+
 struct WeaponModel {
     /// As declared.
     std::string weapon;

@@ -13,23 +13,34 @@ void logProgress(std::size_t index, std::size_t count, const std::string& archiv
                             << archiveName;
 }
 
+/// What is read besides the units.
+constexpr std::size_t kReadSteps = 3;
+
 }  // namespace
 
-void MountedData::readAgain(const LayerFilter& mayHaveChanged) {
+void MountedData::readAgain(const LayerFilter& mayHaveChanged, const io::Progress& progress) {
     pictures = DecodedPictures(files);
+    progress("units", 0, kReadSteps);
     catalogue.read(files, mayHaveChanged);
+    progress("game tables", 1, kReadSteps);
     tables.read(files, mayHaveChanged);
+    progress("palette", 2, kReadSteps);
     readGamePalette(files, palette);
 }
 
 std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
-                                            const io::Palette& palette) {
+                                            const io::Palette& palette,
+                                            const io::Progress& progress) {
     if (request.taDataPath.empty()) throw std::invalid_argument("taDataPath must not be empty");
 
     auto mounted = std::make_unique<MountedData>();
     mounted->request = request;
-    mounted->result = io::buildLayers(mounted->files, request.modPaths, request.taDataPath,
-                                      request.mapsPath, logProgress);
+    mounted->result =
+        io::buildLayers(mounted->files, request.modPaths, request.taDataPath, request.mapsPath,
+                        [&](std::size_t index, std::size_t count, const std::string& archiveName) {
+                            logProgress(index, count, archiveName);
+                            progress(archiveName, index, count);
+                        });
     mounted->roots = request.modPaths;
     mounted->roots.push_back(request.taDataPath);
     mounted->layers.push_back(
@@ -39,7 +50,7 @@ std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
         mounted->layers.push_back({io::DataRootKind::maps, request.mapsPath, 0});
     }
     mounted->palette = palette;
-    mounted->readAgain([](const io::VfsLayer&) { return true; });
+    mounted->readAgain([](const io::VfsLayer&) { return true; }, progress);
     return mounted;
 }
 

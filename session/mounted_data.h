@@ -6,6 +6,7 @@
 
 #include "io/formats/palette.h"
 #include "io/game_paths.h"
+#include "io/progress.h"
 #include "io/vfs/data_roots.h"
 #include "model/gaf_index.h"
 #include "model/texture_library.h"
@@ -47,9 +48,9 @@ struct MountedData {
     MountedData& operator=(const MountedData&) = delete;
     ~MountedData() = default;
 
-    io::CompositeVirtualFileSystem files;
     /// What was asked for.
     DataRootsRequest request;
+    io::CompositeVirtualFileSystem files;
     io::MountResult result;
     std::vector<LayerReport> layers;
     /// The roots in mount order: mods, game directory, maps.
@@ -61,13 +62,14 @@ struct MountedData {
 
     /// Reads what was read from the files again, catalogue and tables only of those layers whose
     /// files may have changed, and forgets what was decoded.
-    void readAgain(const LayerFilter& mayHaveChanged);
+    void readAgain(const LayerFilter& mayHaveChanged, const io::Progress& progress = {});
 };
 
 /// Mounts the roots and reads what belongs to them; colours that their palette lacks are those of
 /// `palette`. Throws std::invalid_argument "taDataPath must not be empty" or what listing a root
 /// raises.
 std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
-                                            const io::Palette& palette);
+                                            const io::Palette& palette,
+                                            const io::Progress& progress = {});
 
 }  // namespace orb::unitview

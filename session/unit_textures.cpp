@@ -5,8 +5,11 @@
 namespace orb::unitview {
 
 std::vector<UnitTexture> findUnitTextures(const UnitViewSession& session) {
-    const std::vector<std::string> names = textureNames(session.requireModel());
-    const MountedData& data = session.data();
+    return findTextures(session.data(), session.requireModel());
+}
+
+std::vector<UnitTexture> findTextures(const MountedData& data, const io::Model3doObject& model) {
+    const std::vector<std::string> names = textureNames(model);
     const auto textures = data.pictures.textures.find(names);
     std::vector<UnitTexture> result;
     for (std::size_t i = 0; i < names.size(); ++i) {

@@ -22,5 +22,7 @@ struct UnitTexture {
 /// The textures of the loaded unit, as it is edited, in the order of first use. Throws RequestError
 /// "no unit loaded; call load-unit first".
 std::vector<UnitTexture> findUnitTextures(const UnitViewSession& session);
+/// The same of any model.
+std::vector<UnitTexture> findTextures(const MountedData& data, const io::Model3doObject& model);
 
 }  // namespace orb::unitview

@@ -28,14 +28,19 @@ void requireUnitName(const std::string& name) {
 
 }  // namespace
 
-const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request) {
-    auto mounted = mountDataRoots(request, palette());
+const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request,
+                                                 const io::Progress& progress) {
+    auto mounted = mountDataRoots(request, palette(), progress);
     lintSuppressions_ = loadLintSuppressions(mounted->roots);
     data_ = std::move(mounted);
     map_.reset();
     LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
                             << data_->catalogue.roster().size() << " units";
     return *data_;
+}
+
+void UnitViewSession::mountAgain() {
+    setDataRoots(data().request);
 }
 
 void UnitViewSession::clearDataRoots() {
@@ -202,6 +207,13 @@ bool UnitViewSession::exitMap() {
 LoadedMap& UnitViewSession::requireMap() const {
     if (!map_) throw RequestError("no map loaded; call map-load first");
     return *map_;
+}
+
+LoadedUnit UnitViewSession::readUnit(const std::string& name, UnitFaults* faults) const {
+    requireUnitName(name);
+    const MountedData& mounted = data();
+    return reportingFailure(
+        [&] { return readUnitFiles(mounted.files, mounted.catalogue, name, faults); });
 }
 
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "io/formats/palette.h"
+#include "io/progress.h"
 #include "model/edit/working_model.h"
 #include "session/cob_session.h"
 #include "session/lint_suppressions.h"
@@ -24,7 +25,12 @@ public:
     /// Mounts the roots and reads catalogue and tables, then replaces what was mounted before; the
     /// loaded unit stays, a loaded map does not. Throws std::invalid_argument "taDataPath must not
     /// be empty" or what listing a root raises; then everything stays as it was.
-    const MountedData& setDataRoots(const DataRootsRequest& request);
+    const MountedData& setDataRoots(const DataRootsRequest& request,
+                                    const io::Progress& progress = {});
+
+    /// Mounts the same roots again, for what other programs have changed in them since. Throws what
+    /// setDataRoots throws, and RequestError "data roots not set".
+    void mountAgain();
 
     /// Drops the mounted data, the loaded unit and the loaded map.
     void clearDataRoots();
@@ -52,6 +58,10 @@ public:
     /// Loads a unit in place of the loaded one. Throws RequestError: "unit name is required" and
     /// "data roots not set" leave the loaded unit, any other failure leaves none.
     const LoadedUnit& loadUnit(const std::string& name);
+
+    /// Reads a unit for one request: nothing is loaded, logged or changed. Throws what loadUnit
+    /// throws; with `faults` only that the unit is not there.
+    LoadedUnit readUnit(const std::string& name, UnitFaults* faults = nullptr) const;
 
     /// The loaded unit or null.
     const LoadedUnit* unit() const { return unit_ ? &*unit_ : nullptr; }

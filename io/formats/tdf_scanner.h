@@ -23,6 +23,9 @@ inline constexpr std::size_t kMaxTdfNesting = 256;
 ///   closeSection()      the innermost body ends; bodies open at the text's end are not closed
 ///   value(key, text)    a value of the innermost body
 /// Sections nested deeper than kMaxTdfNesting are skipped to their closing brace. Never fails.
+/// A sink that wants to know what means nothing has two more:
+///   skipped(text)       text that is neither section nor value
+///   ended()             a "}" that closes nothing ends the text; the position is behind it
 template <typename Sink>
 class TdfScanner {
 public:
@@ -92,17 +95,25 @@ private:
     /// False when the brace ends the text's own body.
     bool closeSection() {
         ++position_;
-        if (depth_ == 0) return false;
+        if (depth_ == 0) {
+            if constexpr (requires { sink_.ended(); }) sink_.ended();
+            return false;
+        }
         if (depth_-- <= kMaxTdfNesting) sink_.closeSection();
         return true;
     }
 
+    void skip(std::size_t start) {
+        if constexpr (requires { sink_.skipped(text_); })
+            sink_.skipped(tdfTrimmedAtEnd(text_.substr(start, position_ - start)));
+    }
+
     void readHeader() {
-        ++position_;
+        const std::size_t start = position_++;
         const std::string_view name = tdfTrimmedAtEnd(takeUntil(']'));
         consumeIf(']');
         skipBlank();
-        if (atEnd() || text_[position_] != '{') return;
+        if (atEnd() || text_[position_] != '{') return skip(start);
         ++position_;
         if (++depth_ <= kMaxTdfNesting) sink_.openSection(name);
     }
@@ -112,10 +123,10 @@ private:
         while (!atEnd() && !endsTdfKey(text_[position_])) ++position_;
         if (position_ == start) {  // a stray "=", ";", "{" or "]"
             ++position_;
-            return;
+            return skip(start);
         }
         const std::string_view key = tdfTrimmedAtEnd(text_.substr(start, position_ - start));
-        if (atEnd() || text_[position_] != '=') return;
+        if (atEnd() || text_[position_] != '=') return skip(start);
         ++position_;
         skipSpace();
         const std::string_view value = tdfTrimmedAtEnd(takeUntil(kTdfValueEnd));

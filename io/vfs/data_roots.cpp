@@ -105,12 +105,18 @@ MountResult buildLayers(CompositeVirtualFileSystem& composite, std::span<const f
                         const fs::path& taDataPath, const fs::path& mapsPath,
                         const MountProgress& progress) {
     MountResult result;
+    const auto mount = [&](const DataRoot& root) {
+        const bool exists = isPresent(root.path);
+        const std::uint32_t archives = mountRoot(composite, root, progress);
+        result.roots.push_back({root, archives, exists});
+        return archives;
+    };
     for (const fs::path& mod : modPaths)
-        result.modArchives += mountRoot(composite, {modRootKind(mod, taDataPath), mod}, progress);
-    result.baseArchives = mountRoot(composite, {DataRootKind::base, taDataPath}, progress);
-    if (!isPresent(mapsPath) || comparable(mapsPath) == comparable(taDataPath)) return result;
-    mountRoot(composite, {DataRootKind::maps, mapsPath}, progress);
-    result.mapsLayered = true;
+        result.modArchives += mount({modRootKind(mod, taDataPath), mod});
+    result.baseArchives = mount({DataRootKind::base, taDataPath});
+    if (mapsPath.empty() || comparable(mapsPath) == comparable(taDataPath)) return result;
+    mount({DataRootKind::maps, mapsPath});
+    result.mapsLayered = result.roots.back().exists;
     return result;
 }
 

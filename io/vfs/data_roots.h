@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "io/vfs/composite_virtual_file_system.h"
 
@@ -17,17 +18,27 @@ namespace orb::io {
 using MountProgress =
     std::function<void(std::size_t index, std::size_t count, const std::string& archiveName)>;
 
+/// A folder of game data and the part that it plays.
+struct DataRoot {
+    DataRootKind kind = DataRootKind::base;
+    std::filesystem::path path;
+};
+
+/// A data root as it was found.
+struct MountedRoot {
+    DataRoot root;
+    std::uint32_t archives = 0;
+    /// False for a root that is not there, which is no failure.
+    bool exists = false;
+};
+
 struct MountResult {
     /// Archives of all mod roots together.
     std::uint32_t modArchives = 0;
     std::uint32_t baseArchives = 0;
     bool mapsLayered = false;
-};
-
-/// A folder of game data and the part that it plays.
-struct DataRoot {
-    DataRootKind kind = DataRootKind::base;
-    std::filesystem::path path;
+    /// All of them in mount order; without the maps folder when that is the game directory.
+    std::vector<MountedRoot> roots = {};
 };
 
 /// True for ".hpi", ".ufo", ".ccx", ".gpf" and ".gp3" in any case.

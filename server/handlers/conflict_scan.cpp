@@ -30,10 +30,11 @@ json encodeConflict(const ConflictFinding& finding) {
 
 }  // namespace
 
-Reply conflictScan(UnitViewSession& session, const Payload&) {
+Reply conflictScan(UnitViewSession& session, const Payload& payload) {
+    const io::Progress progress = payload.progress();
     const MountedData& data = session.data();
     json findings = json::array();
-    for (const ConflictFinding& finding : scanConflicts(data))
+    for (const ConflictFinding& finding : scanConflicts(data, progress))
         findings.push_back(encodeConflict(finding));
     return {{{"findings", std::move(findings)}, {"unitCount", data.catalogue.roster().size()}}};
 }

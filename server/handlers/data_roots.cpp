@@ -17,7 +17,15 @@ DataRootsRequest decodeRoots(const Payload& payload) {
 }
 
 std::string_view layerWord(io::DataRootKind kind) {
-    return kind == io::DataRootKind::maps ? "maps" : "base";
+    switch (kind) {
+        case io::DataRootKind::mod:
+            return "mod";
+        case io::DataRootKind::base:
+            return "base";
+        case io::DataRootKind::maps:
+            return "maps";
+    }
+    return "";
 }
 
 json encodeLayers(const std::vector<LayerReport>& layers) {
@@ -29,18 +37,32 @@ json encodeLayers(const std::vector<LayerReport>& layers) {
     return result;
 }
 
+json encodeRoots(const std::vector<io::MountedRoot>& roots) {
+    json result = json::array();
+    for (const io::MountedRoot& each : roots)
+        result.push_back({{"kind", layerWord(each.root.kind)},
+                          {"path", io::textFromPath(each.root.path)},
+                          {"archiveCount", each.archives},
+                          {"exists", each.exists}});
+    return result;
+}
+
 }  // namespace
 
 Reply setDataRoots(UnitViewSession& session, const Payload& payload) {
+    const bool withReport = option(payload, "report");
+    const io::Progress progress = payload.progress();
     const DataRootsRequest request = decodeRoots(payload);
     return reportingFailure(
         [&]() -> Reply {
-            const MountedData& data = session.setDataRoots(request);
-            return {{{"modArchives", data.result.modArchives},
-                     {"baseArchives", data.result.baseArchives},
-                     {"mapsLayered", data.result.mapsLayered},
-                     {"layers", encodeLayers(data.layers)},
-                     {"unitCount", data.catalogue.roster().size()}}};
+            const MountedData& data = session.setDataRoots(request, progress);
+            Reply reply{{{"modArchives", data.result.modArchives},
+                         {"baseArchives", data.result.baseArchives},
+                         {"mapsLayered", data.result.mapsLayered},
+                         {"layers", encodeLayers(data.layers)},
+                         {"unitCount", data.catalogue.roster().size()}}};
+            if (withReport) reply.data["allLayers"] = encodeRoots(data.result.roots);
+            return reply;
         },
         "mount failed: ");
 }

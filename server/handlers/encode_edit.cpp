@@ -12,8 +12,8 @@ namespace {
 using nlohmann::json;
 
 /// By EditOutcome.
-constexpr std::array<std::string_view, 3> kOutcomeWords = {"ok", "needs-backup-consent",
-                                                           "base-ta-refused"};
+constexpr std::array<std::string_view, 5> kOutcomeWords = {
+    "ok", "needs-backup-consent", "base-ta-refused", "changed-on-disk", "checked"};
 
 }  // namespace
 
@@ -21,6 +21,7 @@ json encodeEdit(const EditResult& edit) {
     json data = {{"outcome", kOutcomeWords.at(static_cast<std::size_t>(edit.outcome))},
                  {"resolvedPath", io::textFromPath(edit.resolvedPath)}};
     if (edit.reloadError) data["reloadError"] = *edit.reloadError;
+    if (edit.version) data["version"] = *edit.version;
     return data;
 }
 

@@ -25,8 +25,12 @@ TeamColor decodeTeamColor(const Payload& payload) {
 
 Reply getUnitGlb(UnitViewSession& session, const Payload& payload) {
     const TeamColor team = decodeTeamColor(payload);
-    ExportedModel exported = exportUnitModel(session, team);
-    return {{{"unitName", session.requireUnit().name},
+    const auto name = textOption(payload, "name");
+    std::optional<LoadedUnit> named;
+    if (name) named = session.readUnit(*name);
+    ExportedModel exported =
+        named ? exportUnitModel(session, *named, team) : exportUnitModel(session, team);
+    return {{{"unitName", named ? named->name : session.requireUnit().name},
              {"pieceCount", exported.pieceCount},
              {"textureCount", exported.textureCount},
              {"byteSize", exported.glb.size()}},

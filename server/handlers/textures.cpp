@@ -23,9 +23,12 @@ json encodeTexture(const UnitTexture& entry) {
 
 }  // namespace
 
-Reply unitTextures(UnitViewSession& session, const Payload&) {
+Reply unitTextures(UnitViewSession& session, const Payload& payload) {
+    const auto name = textOption(payload, "name");
     json textures = json::array();
-    for (const UnitTexture& entry : findUnitTextures(session))
+    for (const UnitTexture& entry :
+         name ? findTextures(session.data(), session.readUnit(*name).model)
+              : findUnitTextures(session))
         textures.push_back(encodeTexture(entry));
     return {{{"textures", std::move(textures)}}};
 }

@@ -37,6 +37,16 @@ json encodeAction(const HealthAction& action) {
                     {"code", action.code},
                     {"target", action.target},
                     {"unitName", action.unit}};
+        case HealthAction::Kind::unsuppressLint:
+            if (action.isGlobal)
+                return {{"kind", "lint-unsuppress"},
+                        {"code", action.code},
+                        {"target", action.target},
+                        {"scope", "global"}};
+            return {{"kind", "lint-unsuppress"},
+                    {"code", action.code},
+                    {"target", action.target},
+                    {"unitName", action.unit}};
         case HealthAction::Kind::remapPalette:
             return {{"kind", "palette-remap"},
                     {"textureName", action.texture},
@@ -51,6 +61,7 @@ json encodeRow(const HealthRow& row) {
                    {"status", nameOf(row.status)},
                    {"detail", row.detail}};
     if (row.action) result["action"] = encodeAction(*row.action);
+    if (row.isSuppressed) result["isSuppressed"] = true;
     return result;
 }
 
@@ -73,12 +84,17 @@ json encodeHealth(const UnitHealth& report) {
 
 }  // namespace
 
-Reply unitHealth(UnitViewSession& session, const Payload&) {
-    const LoadedUnit& unit = session.requireUnit();
+Reply unitHealth(UnitViewSession& session, const Payload& payload) {
+    const auto name = textOption(payload, "name");
+    HealthOptions options;
+    options.withSuppressed = option(payload, "withSuppressed");
+    std::optional<LoadedUnit> named;
+    if (name) named = session.readUnit(*name, &options.faults);
+    const LoadedUnit& unit = named ? *named : session.requireUnit();
     return reportingFailure(
         [&]() -> Reply {
-            return {
-                encodeHealth(checkUnitHealth(session.data(), unit, session.lintSuppressions()))};
+            return {encodeHealth(
+                checkUnitHealth(session.data(), unit, session.lintSuppressions(), options))};
         },
         "unit-health failed: ");
 }

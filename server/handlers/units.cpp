@@ -3,6 +3,7 @@
 #include "server/handlers/encode_source.h"
 #include "server/handlers/encode_unit.h"
 #include "server/handlers/handlers.h"
+#include "session/request_error.h"
 #include "session/unit_details.h"
 
 namespace orb::unitview::ipc::handlers {
@@ -31,6 +32,9 @@ json encodeComparedUnit(const std::string& name, const UnitDeclaration* unit) {
 Reply listUnits(UnitViewSession& session, const Payload& payload) {
     const std::string side = payload.textIfString("side").value_or("");
     const std::string search = payload.textIfString("search").value_or("");
+    const bool refresh = option(payload, "refresh");
+    session.data();
+    if (refresh) reportingFailure([&] { session.mountAgain(); }, "mount failed: ");
     json units = json::array();
     for (const UnitDeclaration* unit : searchUnits(session.data().catalogue, side, search))
         units.push_back(encodeListedUnit(*unit));

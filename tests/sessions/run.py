@@ -8,6 +8,8 @@ A transcript (*.session, or the fenced `session` blocks of a Markdown page) is a
     < {"data":{},"seq":1,"type":"pong"}  the next line of output must hold this
     ! {"type":"piece-transforms"}        the same for an event (a line with seq 0)
     + $DATA/mod $TMP/mod                 copies a folder before going on
+    = $TMP/mod/units/TOY.fbi [UNITINFO]  another program writes that text into a file
+    - $TMP/mod/units/TOY.fbi             another program removes a file
     ~ 4                                  a binary frame of that many bytes must have arrived;
     ~ byteSize                           of as many as the last reply's "byteSize" says
 
@@ -37,7 +39,7 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 sys.path.insert(0, os.path.join(ROOT, "tools"))
 from editor_client import Editor, EditorError, spawn  # noqa: E402
 
-EVENTS = ["piece-transforms"]
+EVENTS = ["piece-transforms", "progress"]
 
 class Mismatch(Exception):
     pass
@@ -184,6 +186,13 @@ def play(platform, data, path, recorder=None):
                         reply = actual
                 elif sign == "+":
                     shutil.copytree(*fill(text, str).split())
+                elif sign == "=":
+                    name, content = fill(text, str).split(" ", 1)
+                    os.makedirs(os.path.dirname(name), exist_ok=True)
+                    with open(name, "w", encoding="utf-8") as file:
+                        file.write(content)
+                elif sign == "-":
+                    os.remove(fill(text, str))
                 elif sign == "~":
                     size = len(editor.next_frame())
                     wanted = reply["data"]["byteSize"] if text == "byteSize" else int(text)

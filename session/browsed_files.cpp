@@ -1,0 +1,259 @@
+#include "session/browsed_files.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "io/ascii.h"
+#include "io/path_text.h"
+#include "io/vfs/directory_file_system.h"
+#include "io/vfs/folder_index.h"
+#include "io/vfs/hpi_file_system.h"
+#include "session/request_error.h"
+
+namespace orb::unitview {
+namespace {
+
+namespace fs = std::filesystem;
+using Kind = io::FileLocation::Kind;
+
+RequestError notFound(const std::string& path) {
+    return RequestError("not found: " + path);
+}
+
+fs::path canonicalPath(const fs::path& path) {
+    std::error_code error;
+    fs::path result = fs::canonical(path, error);
+    return error ? fs::path() : result;
+}
+
+/// Both in their canonical spelling.
+bool isWithin(const fs::path& path, const fs::path& folder) {
+    return !folder.empty() &&
+           std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
+               folder.end();
+}
+
+/// A folder as a request names it: relative ones in the first root that has them, empty where none
+/// has.
+fs::path resolveFolder(const fs::path& folder, std::span<const fs::path> roots) {
+    if (folder.is_absolute()) return folder;
+    std::error_code ignored;
+    for (const fs::path& root : roots)
+        if (fs::path candidate = root / folder; fs::is_directory(candidate, ignored))
+            return candidate;
+    return {};
+}
+
+/// Directories come before what follows them in the alphabet, so that all of one stand together.
+std::string sortKey(std::string_view path) {
+    std::string key = io::lowerCased(path);
+    std::ranges::replace(key, '/', '\1');
+    return key;
+}
+
+/// Collects files of several layers, of each path the first.
+class Collector {
+public:
+    explicit Collector(const std::string& directory) : directory_(sortKey(directory)) {}
+
+    void add(BrowsedFile file) {
+        std::string key = sortKey(file.path);
+        if (!directory_.empty() && !key.starts_with(directory_ + '\1')) return;
+        if (isFull() || !known_.insert(key).second) return;
+        found_.push_back({std::move(key), std::move(file)});
+    }
+    bool isFull() const { return found_.size() >= kMaxBrowsedFiles; }
+
+    std::vector<BrowsedFile> take() {
+        std::ranges::sort(found_, {}, &Found::key);
+        std::vector<BrowsedFile> files;
+        files.reserve(found_.size());
+        for (Found& each : found_) files.push_back(std::move(each.file));
+        return files;
+    }
+
+private:
+    struct Found {
+        std::string key;
+        BrowsedFile file;
+    };
+    std::string directory_;
+    std::unordered_set<std::string> known_;
+    std::vector<Found> found_;
+};
+
+void collectArchive(const io::HpiArchive& archive, bool inBaseTa, Collector& collector) {
+    for (ArchiveFile& file : listArchiveFiles(archive, "")) {
+        const io::HpiEntry* const found = archive.findFile(file.path);
+        if (!found || found->file() != file.entry) continue;  // nobody can name it
+        collector.add({file.path,
+                       file.entry->fileSize,
+                       file.entry->compressionFlag != 0,
+                       {{Kind::archive, archive.path(), file.path}, inBaseTa}});
+    }
+}
+
+/// Visits the files below a folder without recursing.
+class FolderWalk {
+public:
+    /// `mayShow` is asked of what symbolic links lead to.
+    FolderWalk(const fs::path& root, bool inBaseTa, std::function<bool(const fs::path&)> mayShow)
+        : inBaseTa_(inBaseTa), mayShow_(std::move(mayShow)) {
+        pending_.push_back({root, "", 0});
+    }
+
+    void collect(Collector& collector) {
+        while (!pending_.empty() && !collector.isFull()) {
+            const Pending folder = std::move(pending_.back());
+            pending_.pop_back();
+            const fs::path place = canonicalPath(folder.path);
+            for (const fs::directory_entry& entry : entriesOf(folder.path))
+                visit(entry, folder, place, collector);
+        }
+    }
+
+private:
+    struct Pending {
+        fs::path path;
+        std::string prefix;
+        std::size_t depth = 0;
+    };
+
+    static std::vector<fs::directory_entry> entriesOf(const fs::path& folder) {
+        try {
+            return io::sortedEntries(folder);
+        } catch (const fs::filesystem_error&) {
+            return {};  // one that cannot be listed shows nothing
+        }
+    }
+
+    void visit(const fs::directory_entry& entry, const Pending& folder, const fs::path& place,
+               Collector& collector) {
+        std::error_code ignored;
+        if (entry.is_symlink(ignored) && !mayFollow(entry, place)) return;
+        std::string path = folder.prefix + io::nameOf(entry);
+        if (entry.is_directory(ignored)) {
+            if (folder.depth < kMaxFolderNesting)
+                pending_.push_back({entry.path(), path + "/", folder.depth + 1});
+        } else if (entry.is_regular_file(ignored)) {
+            const std::uintmax_t size = entry.file_size(ignored);
+            collector.add({std::move(path),
+                           ignored ? 0 : size,
+                           false,
+                           {{Kind::loose, entry.path(), {}}, inBaseTa_}});
+        }
+    }
+
+    /// Not to a folder around the link, which would have no end.
+    bool mayFollow(const fs::path& link, const fs::path& place) const {
+        const fs::path target = canonicalPath(link);
+        return !target.empty() && !isWithin(place, target) && mayShow_(target);
+    }
+
+    bool inBaseTa_;
+    std::function<bool(const fs::path&)> mayShow_;
+    std::vector<Pending> pending_;
+};
+
+void collectLayer(const io::VfsLayer& layer, Collector& collector) {
+    const bool inBaseTa = layer.rootKind == io::DataRootKind::base;
+    if (layer.kind == Kind::archive)
+        collectArchive(static_cast<const io::HpiFileSystem&>(*layer.files).archive(), inBaseTa,
+                       collector);
+    else
+        FolderWalk(layer.path, inBaseTa, [](const fs::path&) { return true; }).collect(collector);
+}
+
+/// A found file's path as its layer or folder spells it.
+std::string storedPath(const io::FileLocation& location, const fs::path& root) {
+    if (location.kind == Kind::archive) return location.internalPath;
+    return io::textFromPath(location.path.lexically_relative(root));
+}
+
+}  // namespace
+
+bool isFolderPath(const fs::path& path, std::span<const fs::path> roots) {
+    std::error_code ignored;
+    return fs::is_directory(resolveFolder(path, roots), ignored);
+}
+
+BrowsedFiles::BrowsedFiles(const MountedData& data, const fs::path& folder) : data_(&data) {
+    const fs::path path = resolveFolder(folder, data.roots);
+    if (isOutside(path)) throw RequestError("not in a data root: " + io::textFromPath(folder));
+    folder_ = std::make_shared<const Folder>(
+        Folder{path, std::make_unique<io::DirectoryFileSystem>(path)});
+    files_ = folder_->files.get();
+}
+
+bool BrowsedFiles::isOutside(const fs::path& file) const {
+    const fs::path place = canonicalPath(file);
+    return std::ranges::none_of(
+        data_->roots, [&](const fs::path& root) { return isWithin(place, canonicalPath(root)); });
+}
+
+std::vector<BrowsedFile> BrowsedFiles::list(const std::string& directory) const {
+    const io::VirtualPath wanted(directory);
+    if (!wanted.isPlain()) throw notFound(directory);
+    std::string plain;
+    for (const std::string_view component : wanted.components())
+        plain.append(plain.empty() ? "" : "/").append(component);
+    Collector collector(plain);
+    if (folder_)
+        FolderWalk(folder_->path, false, [&](const fs::path& target) {
+            return !isOutside(target);
+        }).collect(collector);
+    else
+        for (const io::VfsLayer& layer : data_->files.layers()) collectLayer(layer, collector);
+    std::vector<BrowsedFile> found = collector.take();
+    if (found.empty() && !plain.empty()) throw notFound(directory);
+    return found;
+}
+
+BrowsedFile BrowsedFiles::find(const std::string& path) const {
+    if (isStack()) {
+        const auto found = data_->files.locateInLayers(path);
+        if (!found) throw notFound(path);
+        return {storedPath(found->location, found->layer->path),
+                0,
+                false,
+                {found->location, found->layer->rootKind == io::DataRootKind::base}};
+    }
+    const auto found = files_->locate(path);
+    if (!found) throw notFound(path);
+    if (isOutside(found->path)) throw RequestError("not in a data root: " + path);
+    return {storedPath(*found, folder_->path), 0, false, {*found, false}};
+}
+
+io::Bytes BrowsedFiles::read(const BrowsedFile& file) const {
+    auto bytes = files_->readFile(file.path);
+    if (!bytes) throw notFound(file.path);
+    return std::move(*bytes);
+}
+
+ExtractedFile extractFile(const BrowsedFiles& files, const std::string& path,
+                          const fs::path& destination, bool overwrite) {
+    const BrowsedFile file = files.find(path);
+    const std::string name = file.path.substr(file.path.rfind('/') + 1);
+    return writeExtracted(name, files.read(file), destination, overwrite);
+}
+
+ExtractionResult extractDirectory(const BrowsedFiles& files, const std::string& directory,
+                                  const fs::path& destination, bool overwrite,
+                                  const io::Progress& progress) {
+    ExtractionResult result;
+    const std::vector<BrowsedFile> listed = files.list(directory);
+    for (std::size_t i = 0; i < listed.size(); ++i) {
+        progress(listed[i].path, i, listed.size());
+        try {
+            const auto written =
+                writeExtracted(listed[i].path, files.read(listed[i]), destination, overwrite);
+            ++result.fileCount;
+            result.byteSize += written.byteSize;
+        } catch (const std::exception& error) {
+            result.skipped.push_back({listed[i].path, error.what()});
+        }
+    }
+    return result;
+}
+
+}  // namespace orb::unitview
