@@ -1,6 +1,7 @@
 #include "session/browsed_files.h"
 
 #include <algorithm>
+#include <functional>
 #include <unordered_set>
 
 #include "io/ascii.h"
@@ -93,11 +94,13 @@ void collectArchive(const io::HpiArchive& archive, bool inBaseTa, Collector& col
     }
 }
 
+/// Asked of what symbolic links lead to.
+using MayShow = std::function<bool(const fs::path&)>;
+
 /// Visits the files below a folder without recursing.
 class FolderWalk {
 public:
-    /// `mayShow` is asked of what symbolic links lead to.
-    FolderWalk(const fs::path& root, bool inBaseTa, std::function<bool(const fs::path&)> mayShow)
+    FolderWalk(const fs::path& root, bool inBaseTa, MayShow mayShow)
         : inBaseTa_(inBaseTa), mayShow_(std::move(mayShow)) {
         pending_.push_back({root, "", 0});
     }
@@ -151,17 +154,17 @@ private:
     }
 
     bool inBaseTa_;
-    std::function<bool(const fs::path&)> mayShow_;
+    MayShow mayShow_;
     std::vector<Pending> pending_;
 };
 
-void collectLayer(const io::VfsLayer& layer, Collector& collector) {
+void collectLayer(const io::VfsLayer& layer, const MayShow& mayShow, Collector& collector) {
     const bool inBaseTa = layer.rootKind == io::DataRootKind::base;
     if (layer.kind == Kind::archive)
         collectArchive(static_cast<const io::HpiFileSystem&>(*layer.files).archive(), inBaseTa,
                        collector);
     else
-        FolderWalk(layer.path, inBaseTa, [](const fs::path&) { return true; }).collect(collector);
+        FolderWalk(layer.path, inBaseTa, mayShow).collect(collector);
 }
 
 /// A found file's path as its layer or folder spells it.
@@ -198,30 +201,35 @@ std::vector<BrowsedFile> BrowsedFiles::list(const std::string& directory) const 
     for (const std::string_view component : wanted.components())
         plain.append(plain.empty() ? "" : "/").append(component);
     Collector collector(plain);
+    const auto mayShow = [&](const fs::path& target) { return !isOutside(target); };
     if (folder_)
-        FolderWalk(folder_->path, false, [&](const fs::path& target) {
-            return !isOutside(target);
-        }).collect(collector);
+        FolderWalk(folder_->path, false, mayShow).collect(collector);
     else
-        for (const io::VfsLayer& layer : data_->files.layers()) collectLayer(layer, collector);
+        for (const io::VfsLayer& layer : data_->files.layers())
+            collectLayer(layer, mayShow, collector);
     std::vector<BrowsedFile> found = collector.take();
     if (found.empty() && !plain.empty()) throw notFound(directory);
     return found;
 }
 
 BrowsedFile BrowsedFiles::find(const std::string& path) const {
+    io::FileLocation location;
+    fs::path root;
+    bool inBaseTa = false;
     if (isStack()) {
         const auto found = data_->files.locateInLayers(path);
         if (!found) throw notFound(path);
-        return {storedPath(found->location, found->layer->path),
-                0,
-                false,
-                {found->location, found->layer->rootKind == io::DataRootKind::base}};
+        location = found->location;
+        root = found->layer->path;
+        inBaseTa = found->layer->rootKind == io::DataRootKind::base;
+    } else {
+        const auto found = files_->locate(path);
+        if (!found) throw notFound(path);
+        location = *found;
+        root = folder_->path;
     }
-    const auto found = files_->locate(path);
-    if (!found) throw notFound(path);
-    if (isOutside(found->path)) throw RequestError("not in a data root: " + path);
-    return {storedPath(*found, folder_->path), 0, false, {*found, false}};
+    if (isOutside(location.path)) throw RequestError("not in a data root: " + path);
+    return {storedPath(location, root), 0, false, {location, inBaseTa}};
 }
 
 io::Bytes BrowsedFiles::read(const BrowsedFile& file) const {

@@ -92,6 +92,8 @@ TEST_F(BrowsedFilesTest, FollowsNoLinkOutAndNoLoop) {
     EXPECT_THROW(files.find("secret.txt"), RequestError);
     EXPECT_THROW(files.find("out/secret.txt"), RequestError);
     EXPECT_THROW(files.find("pipe"), RequestError);
+    EXPECT_THROW(BrowsedFiles(mount()).find("out/secret.txt"), RequestError);
+    EXPECT_EQ(pathsIn(BrowsedFiles(mount())), (Paths{"units/TOY.fbi", "units.txt"}));
     EXPECT_EQ(errorOf(folder_ / "game" / "out"),
               "not in a data root: " + (folder_ / "game" / "out").string());
 }
