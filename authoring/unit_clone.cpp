@@ -53,8 +53,9 @@ public:
         const std::vector<PartFile> files = findPartFiles(data_, info_, unitName_, copiedParts());
         definition_.text = editDefinition(definition_, changes(files)).text;
         const std::string bytes = definitionBytes(definition_);
-        add(definition_.source.location, io::kUnitFiles.path(isRenamed_ ? result.name : stem_),
-            io::Bytes(bytes.begin(), bytes.end()));
+        const std::string path = io::kUnitFiles.path(isRenamed_ ? result.name : stem_);
+        definitionPath = placeInRoot(data_, root_, path).path;
+        add(definition_.source.location, path, io::Bytes(bytes.begin(), bytes.end()));
         for (const PartFile& file : files) {
             const std::string& name = isRenamed_ ? result.name : file.name;
             add(file.location, file.pathFor(name), readPartFile(file, name));
@@ -65,6 +66,8 @@ public:
 
     CloneResult result;
     std::vector<FileWrite> writes;
+    /// The file or archive that the definition goes into.
+    std::filesystem::path definitionPath;
 
 private:
     bool isKnown(const std::string& name) const {
@@ -117,6 +120,7 @@ CloneResult cloneUnit(UnitViewSession& session, const CloneRequest& request, io:
     cloning.collect();
     CloneResult result = std::move(cloning.result);
     result.edit = writeUnitFiles(session, cloning.writes, request.allowBackupCreation, ops);
+    if (result.edit.outcome == EditOutcome::ok) result.edit.resolvedPath = cloning.definitionPath;
     return result;
 }
 
