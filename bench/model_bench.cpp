@@ -67,10 +67,10 @@ std::uint64_t castEverything(const SightScene& scene, const std::vector<Occluder
         for (const Vec3d& direction : viewDirections({})) {
             if (dot(target.normal, direction) >= 0) continue;
             for (const Vec3d& point : target.points) {
-                const Ray ray{point, direction, target.face};
                 ++rays;
                 reached += std::ranges::none_of(triangles, [&](const Occluder& triangle) {
-                    return isHiddenBy(ray, triangle, scene.contact);
+                    return triangle.face != target.face &&
+                           MetTriangle(triangle, direction).hides(point, scene.contact);
                 });
             }
         }

@@ -20,6 +20,8 @@ constexpr std::size_t kMaxPoints = 64;
 constexpr double kContact = 2.0 / 65536;
 /// For models far larger than the file can hold, whose coordinates are coarser.
 constexpr double kContactShare = 1e-9;
+/// Points of one face within this share of the model's size are followed together.
+constexpr double kNearby = 0.125;
 /// Boxes and triangles that all rays together may look at: some seconds.
 constexpr std::uint64_t kMaxSteps = std::uint64_t{1} << 32;
 
@@ -110,7 +112,8 @@ public:
         const double mean = area / static_cast<double>(polygons_.size());
         for (std::size_t i = 0; i < polygons_.size(); ++i)
             scene_.targets[i].points = pointsOn(polygons_[i], pointCount(polygons_[i].area, mean));
-        scene_.contact = std::max(kContact, kContactShare * bounds_.diagonal());
+        scene_.size = bounds_.diagonal();
+        scene_.contact = std::max(kContact, kContactShare * scene_.size);
         return std::move(scene_);
     }
 
@@ -126,6 +129,17 @@ private:
     Box bounds_;
     std::uint32_t faceCount_ = 0;
 };
+
+/// The points of a face together, or, when they lie far apart, one by one.
+std::vector<std::span<const Vec3d>> bundlesOf(const SightScene::Target& target, double sceneSize) {
+    const std::span<const Vec3d> points(target.points);
+    Box bounds;
+    for (const Vec3d& point : points) bounds.include(point);
+    if (bounds.diagonal() < kNearby * sceneSize) return {points};
+    std::vector<std::span<const Vec3d>> single;
+    for (std::size_t i = 0; i < points.size(); ++i) single.push_back(points.subspan(i, 1));
+    return single;
+}
 
 TriangleTree makeTree(const SightScene& scene) {
     std::vector<Occluder> occluders;
@@ -172,12 +186,13 @@ BleedThrough findBleedThrough(const Model3doObject& root, const BleedThroughView
     WorkBudget budget(kMaxSteps);
     BleedThrough result;
     for (const SightScene::Target& target : scene.targets) {
+        const auto bundles = bundlesOf(target, scene.size);
         std::uint64_t rays = 0, reached = 0;
         for (const Vec3d& direction : directions) {
             if (dot(target.normal, direction) >= 0) continue;  // sees the front
             std::uint64_t steps = 0;
-            for (const Vec3d& point : target.points)
-                if (!tree.hides({point, direction, target.face}, steps)) ++reached;
+            for (const auto& bundle : bundles)
+                reached += tree.countReached({bundle, direction, target.face}, steps);
             rays += target.points.size();
             budget.spend(steps);
         }

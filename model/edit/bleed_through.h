@@ -62,6 +62,8 @@ struct SightScene {
     };
     std::vector<Target> targets;
     std::vector<Triangle> triangles;
+    /// The diagonal of the box around it all.
+    double size = 0;
     /// Surfaces that lie within this distance of each other touch, in model units.
     double contact = 0;
 };

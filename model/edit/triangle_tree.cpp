@@ -25,17 +25,23 @@ Vec3d middleOf(const Occluder& triangle) {
     return triangle.corner + (triangle.edgeA + triangle.edgeB) * (1.0 / 3);
 }
 
-/// True when the ray meets the box, widened by `margin`.
-bool meetsBox(const Ray& ray, const Vec3d& inverse, const Box& box, double margin) {
-    double from = 0, to = HUGE_VAL;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        const double a = (box.least[axis] - margin - ray.origin[axis]) * inverse[axis];
-        const double b = (box.greatest[axis] + margin - ray.origin[axis]) * inverse[axis];
-        from = std::max(from, std::min(a, b));
-        to = std::min(to, std::max(a, b));
+/// A line that is as thick as the box around several points.
+struct ThickLine {
+    Vec3d center{};
+    Vec3d reach{};
+    Vec3d inverse{};
+
+    bool meets(const Box& box) const {
+        double from = 0, to = HUGE_VAL;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const double a = (box.least[axis] - reach[axis] - center[axis]) * inverse[axis];
+            const double b = (box.greatest[axis] + reach[axis] - center[axis]) * inverse[axis];
+            from = std::max(from, std::min(a, b));
+            to = std::min(to, std::max(a, b));
+        }
+        return from <= to;
     }
-    return from <= to;
-}
+};
 
 Vec3d inverseOf(const Vec3d& direction) {
     constexpr double kAlmostZero = 1e-300;  // its inverse is finite, so that no NaN comes of it
@@ -46,22 +52,33 @@ Vec3d inverseOf(const Vec3d& direction) {
     return inverse;
 }
 
+ThickLine lineAround(const RayBundle& rays, double margin) {
+    Box box;
+    for (const Vec3d& point : rays.points) box.include(point);
+    const Vec3d center = (box.least + box.greatest) * 0.5;
+    return {center, box.greatest - center + Vec3d{margin, margin, margin},
+            inverseOf(rays.direction)};
+}
+
 }  // namespace
 
-bool isHiddenBy(const Ray& ray, const Occluder& triangle, double contact) {
-    if (triangle.face == ray.face) return false;
-    const Vec3d p = cross(ray.direction, triangle.edgeB);
-    const double volume = dot(triangle.edgeA, p);
-    if (volume == 0) return false;  // seen from its edge
-    const Vec3d offset = ray.origin - triangle.corner;
-    const double u = dot(offset, p) / volume;
+MetTriangle::MetTriangle(const Occluder& triangle, const Vec3d& direction)
+    : triangle_(triangle), direction_(direction), across_(cross(direction, triangle.edgeB)) {
+    const double volume = dot(triangle.edgeA, across_);
+    if (volume != 0) inverse_ = 1 / volume;
+}
+
+bool MetTriangle::hides(const Vec3d& point, double contact) const {
+    if (inverse_ == 0) return false;
+    const Vec3d offset = point - triangle_.corner;
+    const double u = dot(offset, across_) * inverse_;
     if (!(u >= -kSeam && u <= 1 + kSeam)) return false;
-    const Vec3d q = cross(offset, triangle.edgeA);
-    const double v = dot(ray.direction, q) / volume;
+    const Vec3d q = cross(offset, triangle_.edgeA);
+    const double v = dot(direction_, q) * inverse_;
     if (!(v >= -kSeam && u + v <= 1 + kSeam)) return false;
-    const double distance = dot(triangle.edgeB, q) / volume;
+    const double distance = dot(triangle_.edgeB, q) * inverse_;
     if (distance > contact) return true;
-    return distance >= -contact && dot(triangle.normal, ray.direction) > 0;
+    return distance >= -contact && dot(triangle_.normal, direction_) > 0;
 }
 
 TriangleTree::TriangleTree(std::vector<Occluder> triangles, double contact)
@@ -97,31 +114,30 @@ void TriangleTree::split(std::uint32_t node, std::span<Occluder> triangles, std:
     split(children + 1, triangles.subspan(half), first + static_cast<std::uint32_t>(half));
 }
 
-bool TriangleTree::hides(const Ray& ray, std::uint64_t& steps) const {
-    if (triangles_.empty()) return false;
-    ++steps;
-    if (isHiddenBy(ray, triangles_[lastHider_], contact_)) return true;
-    const Vec3d inverse = inverseOf(ray.direction);
+std::size_t TriangleTree::countReached(const RayBundle& rays, std::uint64_t& steps) const {
+    std::vector<Vec3d> left(rays.points.begin(), rays.points.end());
+    if (triangles_.empty()) return left.size();
+    const ThickLine line = lineAround(rays, contact_);
     std::array<std::uint32_t, kMaxWaiting> waiting;
     std::size_t count = 0;
     waiting[count++] = 0;
-    while (count > 0) {
+    while (count > 0 && !left.empty()) {
         const Node& node = nodes_[waiting[--count]];
         ++steps;
-        if (!meetsBox(ray, inverse, node.box, contact_)) continue;
+        if (!line.meets(node.box)) continue;
         if (node.count == 0) {
             waiting[count++] = node.first + 1;
             waiting[count++] = node.first;
             continue;
         }
-        steps += node.count;
         for (std::uint32_t i = node.first; i < node.first + node.count; ++i) {
-            if (!isHiddenBy(ray, triangles_[i], contact_)) continue;
-            lastHider_ = i;
-            return true;
+            if (triangles_[i].face == rays.face) continue;
+            steps += left.size();
+            const MetTriangle met(triangles_[i], rays.direction);
+            std::erase_if(left, [&](const Vec3d& point) { return met.hides(point, contact_); });
         }
     }
-    return false;
+    return left.size();
 }
 
 }  // namespace orb::unitview

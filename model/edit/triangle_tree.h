@@ -20,28 +20,40 @@ struct Occluder {
     std::uint32_t face = 0;
 };
 
-/// A half-line.
-struct Ray {
-    Vec3d origin{};
+/// Half-lines side by side: from each of the points in one direction.
+struct RayBundle {
+    std::span<const Vec3d> points;
     Vec3d direction{};
-    /// The face on which it starts.
+    /// The face on which the points lie.
     std::uint32_t face = 0;
 };
 
-/// True when the triangle hides the ray's start from where the ray goes: it lies further along than
-/// `contact`, or within that of the start and shows its front there (someone looking along the ray
-/// sees it in place of what is behind).
-bool isHiddenBy(const Ray& ray, const Occluder& triangle, double contact);
+/// A triangle as it is met by lines of one direction.
+class MetTriangle {
+public:
+    MetTriangle(const Occluder& triangle, const Vec3d& direction);
+
+    /// True when the triangle hides a point from where its line goes: it lies further along than
+    /// `contact`, or within that of the point and shows its front there (someone looking along the
+    /// line sees it in place of what is behind).
+    bool hides(const Vec3d& point, double contact) const;
+
+private:
+    const Occluder& triangle_;
+    Vec3d direction_;
+    Vec3d across_;
+    /// The inverse of the volume that the edges span with the direction; 0 seen from the edge.
+    double inverse_ = 0;
+};
 
 /// Triangles in a hierarchy of bounding boxes.
 class TriangleTree {
 public:
     TriangleTree(std::vector<Occluder> triangles, double contact);
 
-    /// True when one of the triangles hides the ray's start. Adds the boxes and triangles that were
-    /// looked at to `steps`. Tries the triangle that hid the last ray first, so not for several
-    /// threads.
-    bool hides(const Ray& ray, std::uint64_t& steps) const;
+    /// How many of the points no triangle hides. Quick for points that lie close to each other.
+    /// Adds the boxes and triangles that were looked at to `steps`.
+    std::size_t countReached(const RayBundle& rays, std::uint64_t& steps) const;
 
 private:
     /// Inner nodes have their children at `first` and `first` + 1, leaves `count` triangles from
@@ -57,7 +69,6 @@ private:
     std::vector<Occluder> triangles_;
     std::vector<Node> nodes_;
     double contact_;
-    mutable std::uint32_t lastHider_ = 0;
 };
 
 }  // namespace orb::unitview
