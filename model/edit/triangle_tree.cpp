@@ -6,7 +6,7 @@
 namespace orb::unitview {
 namespace {
 
-constexpr std::size_t kLeafTriangles = 4;
+constexpr std::size_t kLeafTriangles = 2;
 /// Halving 2^32 triangles leaves one after 32 levels; a level leaves one box waiting.
 constexpr std::size_t kMaxWaiting = 40;
 /// How far beyond its edges a triangle still hides, in parts of them: nothing shows through the
