@@ -2,11 +2,10 @@
 
 #include "authoring/backup.h"
 #include "authoring/safe_write.h"
+#include "authoring/source_file.h"
 #include "io/files/folder_lock.h"
 #include "io/formats/tdf.h"
 #include "io/path_text.h"
-#include "io/vfs/directory_file_system.h"
-#include "io/vfs/hpi_file_system.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {
@@ -26,16 +25,9 @@ NamedSource resolve(const UnitViewSession& session, const std::optional<std::str
     return {unit.name, session.resolveUnitSource(unit.definitionName())};
 }
 
-std::optional<io::Bytes> readFileAt(const FileLocation& location) {
-    if (location.kind == FileLocation::Kind::archive)
-        return io::HpiFileSystem(location.path).readFile(location.internalPath);
-    return io::DirectoryFileSystem(location.path.parent_path())
-        .readFile(io::textFromPath(location.path.filename()));
-}
-
 io::Bytes readSource(const NamedSource& unit) {
     try {
-        if (auto bytes = readFileAt(unit.source.location)) return std::move(*bytes);
+        if (auto bytes = readSourceFile(unit.source.location)) return std::move(*bytes);
     } catch (const std::exception& error) {
         throw RequestError(error.what());
     }

@@ -1,7 +1,5 @@
 #include "bos/condition.h"
 
-#include <fmt/format.h>
-
 #include "bos/integer_literal.h"
 #include "bos/operators.h"
 
@@ -116,11 +114,12 @@ private:
     }
 
     [[noreturn]] void fail(std::string_view expected) {
-        const bool isAtEnd = next_ >= tokens_.size();
-        diagnostics_.error(isAtEnd ? at_ : tokens_[next_].at, "E08",
-                           fmt::format("expected {} but found {}", expected,
-                                       isAtEnd ? "the end of the line"
-                                               : fmt::format("'{}'", tokens_[next_].text)));
+        if (next_ >= tokens_.size()) {
+            diagnostics_.report<Problem::expectedAtLineEnd>(at_, expected);
+        } else {
+            const Token& found = tokens_[next_];
+            diagnostics_.report<Problem::expected>(found.at, expected, found.text);
+        }
         throw BadCondition{};
     }
 

@@ -10,16 +10,6 @@ std::uint32_t DiagnosticList::addFile(std::string name) {
     return static_cast<std::uint32_t>(files_.size() - 1);
 }
 
-void DiagnosticList::error(const SourcePosition& at, const char* code, std::string message) {
-    if (errors_ == kMaxErrors) throw TooManyErrors{};
-    add(Severity::error, at, code, std::move(message));
-    if (++errors_ == kMaxErrors) throw TooManyErrors{};
-}
-
-void DiagnosticList::warning(const SourcePosition& at, const char* code, std::string message) {
-    if (all_.size() - errors_ < kMaxWarnings) add(Severity::warning, at, code, std::move(message));
-}
-
 std::vector<BosDiagnostic> DiagnosticList::inSourceOrder() const {
     std::vector<BosDiagnostic> sorted = all_;
     std::ranges::stable_sort(sorted, {}, [](const BosDiagnostic& diagnostic) {
@@ -28,11 +18,14 @@ std::vector<BosDiagnostic> DiagnosticList::inSourceOrder() const {
     return sorted;
 }
 
-void DiagnosticList::add(Severity severity, const SourcePosition& at, const char* code,
-                         std::string message) {
+void DiagnosticList::add(const ProblemRow& row, const SourcePosition& at, std::string message) {
+    const bool isError = row.severity == Severity::error;
+    if (isError && errors_ == kMaxErrors) throw TooManyErrors{};
+    if (!isError && all_.size() - errors_ >= kMaxWarnings) return;
     if (message.size() > kMaxMessage) message.replace(kMaxMessage, std::string::npos, "...");
-    all_.push_back(
-        {severity, code, std::move(message), fileName(at.file), at.line, at.column, at.mainLine});
+    all_.push_back({row.severity, row.code, std::move(message), fileName(at.file), at.line,
+                    at.column, at.mainLine});
+    if (isError && ++errors_ == kMaxErrors) throw TooManyErrors{};
 }
 
 }  // namespace orb::unitview::bos

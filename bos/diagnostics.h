@@ -3,7 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include <fmt/format.h>
+
+#include "bos/problems.h"
 
 namespace orb::unitview::bos {
 
@@ -16,13 +21,10 @@ struct SourcePosition {
     std::uint32_t mainLine = 0;
 };
 
-enum class Severity : std::uint8_t { error, warning };
-
 /// A mistake, or something odd, in a source text.
 struct BosDiagnostic {
     Severity severity = Severity::error;
-    /// "E…" or "W…"; the same mistake always has the same code.
-    std::string code;
+    std::string_view code;
     std::string message;
     std::string file;
     std::uint32_t line = 0;
@@ -46,17 +48,20 @@ public:
     std::uint32_t addFile(std::string name);
     const std::string& fileName(std::uint32_t file) const { return files_.at(file); }
 
-    /// Throws TooManyErrors with the last error that fits.
-    void error(const SourcePosition& at, const char* code, std::string message);
-    /// Warnings beyond the limit are dropped.
-    void warning(const SourcePosition& at, const char* code, std::string message);
+    /// Adds a problem with the arguments of its text. Throws TooManyErrors with the last error that
+    /// fits; warnings beyond the limit are dropped.
+    template <Problem problem, typename... Arguments>
+    void report(const SourcePosition& at, const Arguments&... arguments) {
+        constexpr const ProblemRow& row = kProblems.at(static_cast<std::size_t>(problem));
+        add(row, at, fmt::format(fmt::format_string<const Arguments&...>(row.text), arguments...));
+    }
 
     bool hasErrors() const { return errors_ > 0; }
     /// All of them from top to bottom of the main source, whichever stage found them.
     std::vector<BosDiagnostic> inSourceOrder() const;
 
 private:
-    void add(Severity severity, const SourcePosition& at, const char* code, std::string message);
+    void add(const ProblemRow& row, const SourcePosition& at, std::string message);
 
     std::vector<std::string> files_;
     std::vector<BosDiagnostic> all_;

@@ -20,8 +20,16 @@ constexpr int kMaxTries = 4;
 /// How the scripts of a file were written.
 struct Decoded {
     Program program;
-    std::vector<bool> holdsRawWords;
+    std::vector<bool> holdsRawWords;  ///< for each script
+    bool holdsBareReturn = false;
 };
+
+/// While the request leaves it open, a return without a value may stand for either code.
+BosOptions decodingOptions(const BosOptionChoices& choices) {
+    BosOptions open;
+    open.valuelessReturn = ValuelessReturn::bare;
+    return choices.orElse(open);
+}
 
 bool samePlaces(const io::CobFile& a, const io::CobFile& b) {
     return std::ranges::equal(a.scripts, b.scripts, [](const auto& left, const auto& right) {
@@ -31,20 +39,25 @@ bool samePlaces(const io::CobFile& a, const io::CobFile& b) {
 
 class Disassembler {
 public:
-    Disassembler(const io::CobFile& cob, const BosOptions& options)
-        : cob_(cob), options_(options), ranges_(scriptRanges(cob)), names_(cob) {}
+    Disassembler(const io::CobFile& cob, const BosOptionChoices& choices)
+        : cob_(cob),
+          choices_(choices),
+          options_(decodingOptions(choices)),
+          ranges_(scriptRanges(cob)),
+          names_(cob) {}
 
     BosDisassembly run();
 
 private:
     Decoded decode() const;
     void declare(Program& program) const;
-    Script script(DecodingContext& context, std::size_t index, bool& holdsRawWords) const;
+    Script script(DecodingContext& context, std::size_t index, Decoded& decoded) const;
     bool markDifferences(const PrintedProgram& printed, const BosCompilation& compiled);
     std::vector<CobLineSpan> spansHere(const BosCompilation& compiled) const;
 
     const io::CobFile& cob_;
-    const BosOptions& options_;
+    const BosOptionChoices& choices_;
+    BosOptions options_;  ///< to decode with
     std::vector<ScriptRange> ranges_;
     InventedNames names_;
     std::vector<bool> isRaw_;        ///< scripts that are written as they are
@@ -54,10 +67,10 @@ private:
 BosDisassembly Disassembler::run() {
     isRaw_.assign(cob_.scripts.size(), false);
     BosDisassembly result;
-    result.options = options_;
     for (int tries = 1;; ++tries) {
         const Decoded decoded = decode();
-        PrintedProgram printed = printProgram(decoded.program, options_);
+        result.options = decoded.holdsBareReturn ? options_ : choices_.orElse(BosOptions{});
+        PrintedProgram printed = printProgram(decoded.program, result.options);
         const BosCompilation compiled = compileBos(printed.text, "", nullptr);
         const bool couldHelp = markDifferences(printed, compiled);
         if (couldHelp && tries == kMaxTries - 1) isRaw_.assign(isRaw_.size(), true);
@@ -93,9 +106,7 @@ Decoded Disassembler::decode() const {
         describe(cob_.scripts[i].name, scripts, i, context.scripts, context.isScriptFound);
     decoded.program.pieces = context.pieces;
     for (std::size_t i = 0; i < cob_.scripts.size(); ++i) {
-        bool holdsRawWords = false;
-        decoded.program.scripts.push_back(script(context, i, holdsRawWords));
-        decoded.holdsRawWords.push_back(holdsRawWords);
+        decoded.program.scripts.push_back(script(context, i, decoded));
     }
     return decoded;
 }
@@ -106,20 +117,20 @@ void Disassembler::declare(Program& program) const {
         program.statics.push_back({program.ownTexts.emplace_back(names_.staticVar(i)), {}});
 }
 
-Script Disassembler::script(DecodingContext& context, std::size_t index,
-                            bool& holdsRawWords) const {
+Script Disassembler::script(DecodingContext& context, std::size_t index, Decoded& decoded) const {
     Script script;
     script.name = context.scripts[index];
     ScriptDecoder decoder(context, ranges_[index], script.name.text);
     if (!isRaw_[index] && decoder.decode(script)) {
-        holdsRawWords = decoder.holdsRawWords();
+        decoded.holdsRawWords.push_back(decoder.holdsRawWords());
+        decoded.holdsBareReturn |= decoder.holdsBareReturn();
         return script;
     }
     Script raw;
     raw.name = context.scripts[index];
     raw.body = decoder.rawStatements();
     raw.isRaw = true;
-    holdsRawWords = true;
+    decoded.holdsRawWords.push_back(true);
     return raw;
 }
 
@@ -172,7 +183,7 @@ std::vector<CobLineSpan> Disassembler::spansHere(const BosCompilation& compiled)
 }  // namespace
 
 BosDisassembly disassembleCob(const io::CobFile& cob, const BosOptionChoices& choices) {
-    return Disassembler(cob, choices.orElse(BosOptions{})).run();
+    return Disassembler(cob, choices).run();
 }
 
 }  // namespace orb::unitview::bos

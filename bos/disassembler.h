@@ -23,7 +23,8 @@ struct BosDisassembly {
 };
 
 /// Writes a file's scripts as a source that compiles back to them: the text is compiled to see, and
-/// what differs is written as raw words. Never throws.
+/// what differs is written as raw words. Where `choices` leaves the return without a value open, it
+/// is the bare one if the file holds such returns; `options` of the result tells. Never throws.
 BosDisassembly disassembleCob(const io::CobFile& cob, const BosOptionChoices& choices = {});
 
 }  // namespace orb::unitview::bos

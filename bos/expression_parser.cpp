@@ -57,8 +57,7 @@ void ExpressionParser::binary(int level) {
     unary();
     for (;;) {
         const Token& token = reader_.current();
-        if (token.is(Symbol::percent))
-            reader_.fail(token.at, "E16", "operator '%' does not exist in bytecode");
+        if (token.is(Symbol::percent)) reader_.fail<Problem::remainderOperator>(token.at);
         const BinaryOperator* const found = binaryOperator(token);
         if (!found || found->level < level) return;
         const SourcePosition at = reader_.advance().at;
@@ -96,7 +95,7 @@ void ExpressionParser::unary() {
 void ExpressionParser::primary() {
     const Nesting nesting(nesting_);
     if (nesting_ > kMaxExpressionNesting)
-        reader_.fail(reader_.current().at, "E22", "expressions nest too deep");
+        reader_.fail<Problem::expressionsTooDeep>(reader_.current().at);
     const bool isNegative = reader_.accept(Symbol::minus);
     if (reader_.isName()) {
         const Name name = reader_.expectName("a name");
@@ -122,12 +121,11 @@ void ExpressionParser::primary() {
 }
 
 void ExpressionParser::number(const Token& token, bool isNegative) {
-    if (token.isPointNumber())
-        reader_.fail(token.at, "E14", "a number with a decimal point must stand in [ ] or < >");
+    if (token.isPointNumber()) reader_.fail<Problem::unscaledDecimal>(token.at);
     const std::uint64_t value = integerValue(token.text);
     constexpr std::uint64_t kMostNegative = kMaxNumber / 2 + 1;
     if (value > (isNegative ? kMostNegative : kMaxNumber))
-        reader_.fail(token.at, "E15", "number out of range");
+        reader_.fail<Problem::numberOutOfRange>(token.at);
     const auto word = static_cast<std::uint32_t>(value);
     addNumber(static_cast<std::int32_t>(isNegative ? 0U - word : word), token.at);
 }
@@ -171,7 +169,7 @@ void ExpressionParser::getValue(const Token& get) {
 int ExpressionParser::arguments(int most, const SourcePosition& at) {
     int count = 0;
     do {
-        if (++count > most) reader_.fail(at, "E17", "get takes at most 4 arguments");
+        if (++count > most) reader_.fail<Problem::tooManyGetArguments>(at);
         binary(kLowestLevel);
     } while (reader_.accept(Symbol::comma));
     reader_.expect(Symbol::parenClose, ")");

@@ -3,8 +3,6 @@
 #include <set>
 #include <tuple>
 
-#include <fmt/format.h>
-
 #include "bos/scope.h"
 
 namespace orb::unitview::bos {
@@ -27,6 +25,7 @@ private:
     void script(std::size_t index);
     void parameters(const Script& script);
     void implicitReturn(std::size_t index);
+    bool hasReturned(const Script& script) const;
     void warnOfEnd(std::size_t index);
     void statements(const std::vector<Statement>& list, bool isInside);
     void statement(const Statement& statement, bool isInside);
@@ -116,32 +115,40 @@ bool endsInReturn(const std::vector<Statement>& list) {
     return !last->empty() && last->back().kind == StatementKind::ret;
 }
 
+/// By the rule in effect the script needs no return behind its body.
+bool Generator::hasReturned(const Script& script) const {
+    switch (options_.implicitReturn) {
+        case ImplicitReturn::compat:
+            return lastWasReturn_;
+        case ImplicitReturn::lastWord:
+            return here() > 0 && out_.cob.code.back() == opcodeRow(Op::ret).value;
+        default:
+            return endsInReturn(script.body);
+    }
+}
+
 void Generator::implicitReturn(std::size_t index) {
     const Script& script = program_.scripts[index];
-    const bool safely = !endsInReturn(script.body);
-    if (safely && lastWasReturn_) warnOfEnd(index);
-    if (options_.implicitReturn == ImplicitReturn::safe ? !safely : lastWasReturn_) return;
+    const bool isSafe = options_.implicitReturn == ImplicitReturn::safe;
+    if (!endsInReturn(script.body) && (isSafe ? lastWasReturn_ : hasReturned(script)))
+        warnOfEnd(index);
+    if (hasReturned(script)) return;
     const std::uint32_t from = here();
     valuelessReturn();
     span(from, script.end);
 }
 
-/// The two rules of the implicit return differ here.
+/// The rules of the implicit return differ here.
 void Generator::warnOfEnd(std::size_t index) {
     const Script& script = program_.scripts[index];
-    const bool isLast = index + 1 == program_.scripts.size();
-    if (options_.implicitReturn == ImplicitReturn::compat) {
-        const std::string into = isLast
-                                     ? "the end of the code"
-                                     : fmt::format("'{}'", program_.scripts[index + 1].name.text);
-        diagnostics_.warning(script.end, "W1",
-                             fmt::format("control can reach the end of '{}' and runs on into {}",
-                                         script.name.text, into));
-    } else if (!script.body.empty()) {
-        diagnostics_.warning(script.end, "W1",
-                             fmt::format("control can reach the end of '{}' after a conditional "
-                                         "return; a return was added",
-                                         script.name.text));
+    const std::string_view name = script.name.text;
+    if (options_.implicitReturn == ImplicitReturn::safe) {
+        if (!script.body.empty()) diagnostics_.report<Problem::returnAdded>(script.end, name);
+    } else if (index + 1 == program_.scripts.size()) {
+        diagnostics_.report<Problem::runsOff>(script.end, name);
+    } else {
+        diagnostics_.report<Problem::runsOn>(script.end, name,
+                                             program_.scripts[index + 1].name.text);
     }
 }
 
@@ -196,9 +203,7 @@ void Generator::locals(const Statement& statement, bool isInside) {
     for (const Name& name : statement.names) {
         scope_.addLocal(name, diagnostics_);
         emit(Op::createLocal);
-        if (isInside)
-            diagnostics_.warning(name.at, "W2",
-                                 fmt::format("local '{}' is declared inside a block", name.text));
+        if (isInside) diagnostics_.report<Problem::localInsideBlock>(name.at, name.text);
     }
 }
 
@@ -210,9 +215,8 @@ void Generator::assign(const Statement& statement) {
         return emit(meaning.kind == MeaningKind::local ? Op::popLocal : Op::popStatic,
                     static_cast<std::uint32_t>(meaning.value));
     if (meaning.kind == MeaningKind::piece)
-        return diagnostics_.error(target.at, "E13",
-                                  fmt::format("cannot assign to piece '{}'", target.text));
-    diagnostics_.error(target.at, "E10", fmt::format("unknown name '{}'", target.text));
+        return diagnostics_.report<Problem::pieceAssigned>(target.at, target.text);
+    diagnostics_.report<Problem::unknownName>(target.at, target.text);
 }
 
 void Generator::ofForm(const Statement& statement) {
@@ -237,14 +241,11 @@ void Generator::started(const Statement& statement) {
     }
     const Name& name = statement.names[0];
     const NameTable::Entry* const callee = scope_.scripts().find(name.text);
-    if (!callee)
-        return diagnostics_.error(name.at, "E11", fmt::format("unknown script '{}'", name.text));
+    if (!callee) return diagnostics_.report<Problem::unknownScript>(name.at, name.text);
     const Script& script = program_.scripts[callee->index];
     if (!script.isRaw && arguments.size() > script.parameters.size())
-        diagnostics_.warning(
-            name.at, "W3",
-            fmt::format("call of '{}' passes {} arguments, it takes {}", script.name.text,
-                        arguments.size(), script.parameters.size()));
+        diagnostics_.report<Problem::tooManyArguments>(name.at, script.name.text, arguments.size(),
+                                                       script.parameters.size());
     emit(statement.op, callee->index);
     word(static_cast<std::uint32_t>(arguments.size()));
 }
@@ -324,7 +325,7 @@ void Generator::scaled(const ExpressionItem& item) {
     const bool isLinear = item.kind == ExpressionItem::Kind::linear;
     const auto units = (isLinear ? options_.linearScale : options_.angularScale).units(item.text);
     const std::uint32_t limit = item.isNegative ? 0x80000000U : 0x7FFFFFFFU;
-    if (!units || *units > limit) return diagnostics_.error(item.at, "E15", "number out of range");
+    if (!units || *units > limit) return diagnostics_.report<Problem::numberOutOfRange>(item.at);
     emit(Op::pushConst, item.isNegative ? 0U - *units : *units);
     out_.isScaled.back() = true;
 }
@@ -333,7 +334,7 @@ void Generator::named(const ExpressionItem& item) {
     const Meaning meaning = scope_.meaningOf(item.text);
     switch (meaning.kind) {
         case MeaningKind::unknown:
-            return diagnostics_.error(item.at, "E10", fmt::format("unknown name '{}'", item.text));
+            return diagnostics_.report<Problem::unknownName>(item.at, item.text);
         case MeaningKind::local:
             return emit(Op::pushLocal, static_cast<std::uint32_t>(meaning.value));
         case MeaningKind::staticVar:
@@ -346,7 +347,7 @@ void Generator::named(const ExpressionItem& item) {
 std::uint32_t Generator::piece(const Name& name) {
     const NameTable::Entry* const found = scope_.pieces().find(name.text);
     if (found) return found->index;
-    diagnostics_.error(name.at, "E09", fmt::format("unknown piece '{}'", name.text));
+    diagnostics_.report<Problem::unknownPiece>(name.at, name.text);
     return 0;
 }
 
@@ -362,9 +363,7 @@ void Generator::noteMotion(const Statement& statement, std::uint32_t piece) {
     } else if (statement.op == Op::waitMove || statement.op == Op::waitTurn) {
         const Op waitedFor = statement.op == Op::waitMove ? Op::move : Op::turn;
         if (!standing_.contains(motion(waitedFor))) return;
-        diagnostics_.warning(statement.at, "W5",
-                             fmt::format("{} with speed 0 before a wait never finishes",
-                                         formOf(waitedFor)->keyword));
+        diagnostics_.report<Problem::waitWithoutSpeed>(statement.at, formOf(waitedFor)->keyword);
     }
 }
 

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include <fmt/format.h>
-
 namespace orb::unitview::bos {
 namespace {
 
@@ -128,7 +126,7 @@ void Lexer::skipBlockComment() {
             ++position_;
         }
     }
-    diagnostics_.error(start, "E06", "unterminated comment");
+    diagnostics_.report<Problem::unterminatedComment>(start);
 }
 
 /// The token that begins here; none when no token does, which is reported and passed.
@@ -157,10 +155,11 @@ std::optional<Token> Lexer::readToken() {
     const SourcePosition where = position();
     ++position_;
     const auto byte = static_cast<unsigned char>(c);
-    diagnostics_.error(where, "E07",
-                       byte > ' ' && byte < 0x7F
-                           ? fmt::format("unexpected character '{}'", c)
-                           : fmt::format("unexpected character '\\x{:02X}'", byte));
+    if (byte > ' ' && byte < 0x7F) {
+        diagnostics_.report<Problem::unexpectedCharacter>(where, c);
+    } else {
+        diagnostics_.report<Problem::unexpectedByte>(where, byte);
+    }
     return std::nullopt;
 }
 

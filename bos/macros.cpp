@@ -48,7 +48,7 @@ MacroTable::Macro* MacroTable::find(const Token& token) {
 bool MacroTable::spend(const Token& token) {
     if (work_ > kMaxExpansionWork) return false;
     if (++work_ <= kMaxExpansionWork) return true;
-    diagnostics_.error(token.at, "E21", "macros expand to too much text");
+    diagnostics_.report<Problem::expansionTooLong>(token.at);
     return false;
 }
 

@@ -9,14 +9,14 @@
 namespace orb::unitview::bos {
 namespace {
 
-constexpr std::array<std::string_view, 2> kImplicitReturns = {"safe", "compat"};
+constexpr std::array<std::string_view, 3> kImplicitReturns = {"safe", "compat", "last-word"};
 constexpr std::array<std::string_view, 2> kValuelessReturns = {"push0", "bare"};
 constexpr std::array<std::string_view, 2> kArgumentOrders = {"vm", "source"};
 constexpr std::string_view kBlanks = " \t";
 
 /// The enumerator that stands at the word's place.
-template <typename Enum>
-std::optional<Enum> named(const std::array<std::string_view, 2>& words, std::string_view word) {
+template <typename Enum, std::size_t count>
+std::optional<Enum> named(const std::array<std::string_view, count>& words, std::string_view word) {
     for (std::size_t i = 0; i < words.size(); ++i)
         if (words[i] == word) return static_cast<Enum>(i);
     return std::nullopt;

@@ -10,9 +10,10 @@
 namespace orb::unitview::bos {
 
 /// When a script's closing brace stands for a return. Safe: unless the body's last statement is
-/// one. Compatible: unless the last simple statement of the text so far is one, as old compilers
-/// did; then a script can run on into the next.
-enum class ImplicitReturn : std::uint8_t { safe, compat };
+/// one. Old compilers looked further back, so that a script can run on into the next. Compatible:
+/// unless the last simple statement of the text so far is one. Last word: unless the last word of
+/// the code so far is one, which may be another script's implicit return.
+enum class ImplicitReturn : std::uint8_t { safe, compat, lastWord };
 /// What `return;` and the implicit return leave: a zero, or a fresh local and nothing.
 enum class ValuelessReturn : std::uint8_t { push0, bare };
 /// How f(a, b) pushes its arguments: so that a becomes local 0, or a first.
@@ -41,7 +42,7 @@ struct BosOptionChoices {
     BosOptions orElse(const BosOptions& fallback) const;
 };
 
-/// "safe" or "compat", "push0" or "bare", "vm" or "source", and back.
+/// "safe", "compat" or "last-word", "push0" or "bare", "vm" or "source", and back.
 std::string_view optionWord(ImplicitReturn value);
 std::string_view optionWord(ValuelessReturn value);
 std::string_view optionWord(ArgumentOrder value);

@@ -88,7 +88,7 @@ void Parser::topLevel() {
     const bool isStatement = token.kind == TokenKind::name &&
                              (token.word != Word::none || reader_.following().is(Symbol::assign));
     if (isStatement || token.is(Symbol::braceOpen))
-        reader_.fail(token.at, "E18", "statement outside a script");
+        reader_.fail<Problem::statementOutsideScript>(token.at);
     reader_.failExpecting("a declaration or a script");
 }
 
@@ -125,9 +125,7 @@ Script Parser::script() {
 void Parser::block(std::vector<Statement>& statements) {
     enter(reader_.advance().at);
     while (!reader_.current().is(Symbol::braceClose)) {
-        if (reader_.atEnd())
-            reader_.fail(reader_.current().at, "E19",
-                         fmt::format("unexpected end of file in script '{}'", scriptName_));
+        if (reader_.atEnd()) reader_.fail<Problem::endInScript>(reader_.current().at, scriptName_);
         statementOrRecover(statements);
     }
     --nesting_;
@@ -136,7 +134,7 @@ void Parser::block(std::vector<Statement>& statements) {
 /// Text that nests too deep is given up: every further brace would be a mistake.
 void Parser::enter(const SourcePosition& at) {
     if (++nesting_ <= kMaxStatementNesting) return;
-    reader_.diagnostics().error(at, "E22", "statements nest too deep");
+    reader_.diagnostics().report<Problem::statementsTooDeep>(at);
     throw TooManyErrors{};
 }
 
@@ -268,7 +266,7 @@ Statement Parser::simple() {
         case Word::statement:
             return ofForm();
         case Word::dontShadow:
-            reader_.fail(reader_.current().at, "E20", "dont-shadow has no opcode");
+            reader_.fail<Problem::dontShadow>(reader_.current().at);
         default:
             return assignment();
     }
@@ -334,7 +332,7 @@ Statement Parser::rawWords() {
             reader_.failExpecting("a number");
         reader_.advance();
         const std::uint64_t value = integerValue(token.text);
-        if (value > 0xFFFFFFFF) reader_.fail(token.at, "E15", "number out of range");
+        if (value > 0xFFFFFFFF) reader_.fail<Problem::numberOutOfRange>(token.at);
         const auto word = static_cast<std::uint32_t>(value);
         result.words.push_back({isNegative ? 0U - word : word, isRelative});
     } while (reader_.accept(Symbol::comma));

@@ -47,7 +47,7 @@ void Preprocessor::readTokens() {
         } else if (token.kind != TokenKind::end) {
             macros_.expand(token, result_.tokens);
             if (result_.tokens.size() > kMaxTokens) {
-                diagnostics_.error(token.at, "E23", "source is too long");
+                diagnostics_.report<Problem::sourceTooLong>(token.at);
                 throw TooManyErrors{};
             }
         } else {
@@ -63,7 +63,7 @@ void Preprocessor::readTokens() {
 
 void Preprocessor::finishSource() {
     for (const Condition& open : sources_.back().conditions)
-        diagnostics_.error(open.at, "E02", "unterminated #if");
+        diagnostics_.report<Problem::unterminatedIf>(open.at);
 }
 
 void Preprocessor::directive(const SourcePosition& at) {
@@ -80,34 +80,32 @@ void Preprocessor::directive(const SourcePosition& at) {
     if (word.text == "elif" || word.text == "else") return otherBranch(at, word.text);
     if (word.text == "endif") {
         auto& conditions = sources_.back().conditions;
-        if (conditions.empty()) diagnostics_.error(at, "E02", "#endif without #if");
+        if (conditions.empty()) diagnostics_.report<Problem::endifWithoutIf>(at);
         if (!conditions.empty()) conditions.pop_back();
         return ignoreRestOfLine();
     }
     if (word.kind == TokenKind::end) return;  // a lone "#"
-    diagnostics_.error(at, "E03", fmt::format("unknown directive '#{}'", word.text));
+    diagnostics_.report<Problem::unknownDirective>(at, word.text);
     ignoreRestOfLine();
 }
 
 void Preprocessor::include(const SourcePosition& at) {
     const Token name = lexer().nextOnLine();
     if (name.kind != TokenKind::text) {
-        diagnostics_.error(name.at, "E08", "expected a file name in double quotes");
+        diagnostics_.report<Problem::expectedFileName>(name.at);
         return ignoreRestOfLine();
     }
     ignoreRestOfLine();
     if (sources_.size() > kMaxIncludeDepth)
-        return diagnostics_.error(at, "E04", "include nesting too deep");
+        return diagnostics_.report<Problem::includesTooDeep>(at);
     const std::string file(name.text);
     if (includeFrom(sources_.back().directory + file, at)) return;
     if (includeFrom(fmt::format("{}/{}", io::kScriptSourceFiles.folder, file), at)) return;
     if (isStandardHeader(fileNameOf(file))) {
-        diagnostics_.warning(
-            at, "W6",
-            fmt::format("cannot open include file '{}'; builtin constants stand in", file));
+        diagnostics_.report<Problem::standardHeaderMissing>(at, file);
         return defineHeaderConstants(at);
     }
-    diagnostics_.error(at, "E01", fmt::format("cannot open include file '{}'", file));
+    diagnostics_.report<Problem::cannotOpenInclude>(at, file);
 }
 
 bool Preprocessor::includeFrom(const std::string& path, const SourcePosition& at) {
@@ -116,14 +114,13 @@ bool Preprocessor::includeFrom(const std::string& path, const SourcePosition& at
     try {
         content = files_->readFile(path);
     } catch (const std::exception& error) {
-        diagnostics_.error(at, "E01",
-                           fmt::format("cannot open include file '{}': {}", path, error.what()));
+        diagnostics_.report<Problem::cannotReadInclude>(at, path, std::string_view(error.what()));
         return true;
     }
     if (!content) return false;
     const std::size_t cost = std::max(content->size(), kMinIncludeCost);
     if (cost > kMaxIncludedBytes - includedBytes_) {
-        diagnostics_.error(at, "E04", "included files are too large");
+        diagnostics_.report<Problem::includesTooLarge>(at);
         return true;
     }
     includedBytes_ += cost;
@@ -134,15 +131,14 @@ bool Preprocessor::includeFrom(const std::string& path, const SourcePosition& at
 void Preprocessor::define(const SourcePosition& at) {
     const Token name = lexer().nextOnLine();
     if (name.kind != TokenKind::name) {
-        diagnostics_.error(at, "E08", "expected a name behind #define");
+        diagnostics_.report<Problem::expectedNameBehind>(at, "#define");
         return ignoreRestOfLine();
     }
     Token token = lexer().nextOnLine();
     const bool isAdjacent =
         token.at.line == name.at.line && token.at.column == name.at.column + name.text.size();
     if (token.is(Symbol::parenOpen) && isAdjacent) {
-        diagnostics_.error(name.at, "E05",
-                           fmt::format("macros with arguments are not supported: '{}'", name.text));
+        diagnostics_.report<Problem::macroWithArguments>(name.at, name.text);
         return ignoreRestOfLine();
     }
     std::vector<Token> body;
@@ -176,7 +172,7 @@ void Preprocessor::beginCondition(const SourcePosition& at, bool isTrue) {
 void Preprocessor::otherBranch(const SourcePosition& at, std::string_view word) {
     auto& conditions = sources_.back().conditions;
     if (conditions.empty()) {
-        diagnostics_.error(at, "E02", fmt::format("#{} without #if", word));
+        diagnostics_.report<Problem::branchWithoutIf>(at, word);
         return ignoreRestOfLine();
     }
     noteElse(conditions.back(), at, word);
@@ -184,7 +180,7 @@ void Preprocessor::otherBranch(const SourcePosition& at, std::string_view word) 
 }
 
 void Preprocessor::noteElse(Condition& condition, const SourcePosition& at, std::string_view word) {
-    if (condition.hadElse) diagnostics_.error(at, "E02", fmt::format("#{} behind #else", word));
+    if (condition.hadElse) diagnostics_.report<Problem::branchBehindElse>(at, word);
     condition.hadElse = condition.hadElse || word == "else";
 }
 
@@ -239,7 +235,7 @@ bool Preprocessor::readDefinedOperator(std::vector<Token>& expression) {
     if (inParens) name = lexer().nextOnLine();
     const bool isName = name.kind == TokenKind::name;
     if (!isName || (inParens && !lexer().nextOnLine().is(Symbol::parenClose))) {
-        diagnostics_.error(name.at, "E08", "expected a name behind 'defined'");
+        diagnostics_.report<Problem::expectedNameBehind>(name.at, "'defined'");
         ignoreRestOfLine();
         return false;
     }
@@ -253,7 +249,7 @@ bool Preprocessor::readDefinedOperator(std::vector<Token>& expression) {
 std::string Preprocessor::macroName(const char* what) {
     const Token name = lexer().nextOnLine();
     if (name.kind != TokenKind::name)
-        diagnostics_.error(name.at, "E08", fmt::format("expected a name behind {}", what));
+        diagnostics_.report<Problem::expectedNameBehind>(name.at, what);
     return std::string(name.text);
 }
 

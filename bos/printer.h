@@ -17,7 +17,7 @@ struct PrintedProgram {
 };
 
 /// Writes a program that was made from bytecode: its settings line, declarations and scripts. Every
-/// script tells its returns, so that either rule of the implicit return compiles it alike.
+/// script tells its returns, so that every rule of the implicit return compiles it alike.
 PrintedProgram printProgram(const Program& program, const BosOptions& options);
 
 }  // namespace orb::unitview::bos

@@ -1,14 +1,12 @@
 #include "bos/scope.h"
 
-#include <fmt/format.h>
-
 #include "bos/constants.h"
 
 namespace orb::unitview::bos {
 namespace {
 
 void reportDouble(const Name& name, DiagnosticList& diagnostics) {
-    diagnostics.error(name.at, "E12", fmt::format("'{}' is already declared", name.text));
+    diagnostics.report<Problem::declaredTwice>(name.at, name.text);
 }
 
 void addAll(const std::vector<Name>& names, NameTable& table, DiagnosticList& diagnostics) {
@@ -25,7 +23,7 @@ Scope::Scope(const Program& program, DiagnosticList& diagnostics) {
         const Name& name = program.scripts[i].name;
         // Files with two scripts of a name exist; whoever looks for it finds the first.
         if (!scripts_.add(name.text, i) && !name.isQuoted)
-            diagnostics.warning(name.at, "E12", fmt::format("'{}' is already declared", name.text));
+            diagnostics.report<Problem::scriptDeclaredTwice>(name.at, name.text);
     }
 }
 

@@ -198,6 +198,7 @@ std::uint32_t ScriptDecoder::createLocal(OpenBlock& open, std::uint32_t pc) {
     if (isReturn) {
         if (context_.options.valuelessReturn == ValuelessReturn::bare) {
             add(open, begin(Statement::Kind::ret));
+            holdsBareReturn_ = true;
         } else {
             addRaw(open, pc, pc + 2);
         }

@@ -38,6 +38,8 @@ public:
 
     /// Whether the body holds raw words in places.
     bool holdsRawWords() const { return holdsRawWords_; }
+    /// Whether it holds a return that leaves a fresh local and no value.
+    bool holdsBareReturn() const { return holdsBareReturn_; }
 
 private:
     /// A value on the stack: the code that leaves it there.
@@ -99,6 +101,7 @@ private:
     std::vector<Mark> marks_;
     std::vector<std::string_view> locals_;
     bool holdsRawWords_ = false;
+    bool holdsBareReturn_ = false;
 };
 
 }  // namespace orb::unitview::bos

@@ -42,7 +42,8 @@ std::vector<BosOptions> candidates(const BosOptions& first) {
     std::vector<BosOptions> all = {first};
     for (const auto& [linear, angular] : kScales)
         for (const auto arguments : {ArgumentOrder::vm, ArgumentOrder::source})
-            for (const auto implicit : {ImplicitReturn::safe, ImplicitReturn::compat})
+            for (const auto implicit :
+                 {ImplicitReturn::safe, ImplicitReturn::compat, ImplicitReturn::lastWord})
                 for (const auto valueless : {ValuelessReturn::push0, ValuelessReturn::bare}) {
                     const BosOptions options{Scale(linear), Scale(angular), implicit, valueless,
                                              arguments};

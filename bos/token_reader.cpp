@@ -50,14 +50,8 @@ void TokenReader::expectAngleEnd() {
 }
 
 void TokenReader::failExpecting(std::string_view what) {
-    fail(current().at, "E08",
-         atEnd() ? fmt::format("expected {} but found the end of the file", what)
-                 : fmt::format("expected {} but found '{}'", what, current().text));
-}
-
-void TokenReader::fail(const SourcePosition& at, const char* code, std::string message) {
-    diagnostics_.error(at, code, std::move(message));
-    throw SyntaxError{};
+    if (atEnd()) fail<Problem::expectedAtFileEnd>(current().at, what);
+    fail<Problem::expected>(current().at, what, current().text);
 }
 
 }  // namespace orb::unitview::bos

@@ -53,7 +53,11 @@ public:
 
     /// "expected … but found …" at the current token.
     [[noreturn]] void failExpecting(std::string_view what);
-    [[noreturn]] void fail(const SourcePosition& at, const char* code, std::string message);
+    template <Problem problem, typename... Arguments>
+    [[noreturn]] void fail(const SourcePosition& at, const Arguments&... arguments) {
+        diagnostics_.report<problem>(at, arguments...);
+        throw SyntaxError{};
+    }
 
 private:
     std::span<Token> tokens_;

@@ -36,6 +36,9 @@ private:
         instance_.trace.record({instance_.tick, thread_.id, op_, {a, b, c, d}});
     }
     std::int32_t pieceOperand() const { return wrapped(operands_[0]); }
+    std::int32_t modelPieceOperand() const {
+        return wrapped(instance_.modelPieceIndex(operands_[0]));
+    }
     std::int32_t axisOperand() const { return wrapped(operands_[1]); }
     /// The record that the piece operand means; nullptr when the model has none.
     CobPiece* piece() const;
@@ -65,7 +68,7 @@ private:
     void signal();
     void setSignalMask();
     void attachUnit();
-    void recordPopped() { record(pop()); }
+    void dropUnit();
     void playSound();
 
     CobInstance& instance_;
@@ -125,7 +128,7 @@ void Execution::run() {
         case Op::attachUnit:
             return attachUnit();
         case Op::dropUnit:
-            return recordPopped();
+            return dropUnit();
         case Op::playSound:
             return playSound();
         default:
@@ -209,11 +212,13 @@ void Execution::setVisible(bool visible) {
 }
 
 void Execution::explode() {
-    record(pieceOperand(), pop());
+    const std::int32_t flags = pop();
+    record(pieceOperand(), flags);
     CobPiece* const p = piece();
     if (p == nullptr) return;
     p->visible = 0;
     poseChanged();
+    if (instance_.callbacks.explode) instance_.callbacks.explode(modelPieceOperand(), flags);
 }
 
 /// Logs a pair of effect and piece when the process emits it for the first time.
@@ -233,7 +238,7 @@ void Execution::emitSfx() {
     const std::int32_t type = pop();
     record(pieceOperand(), type);
     if (piece() == nullptr) return;
-    const std::int32_t modelPiece = wrapped(instance_.modelPieceIndex(operands_[0]));
+    const std::int32_t modelPiece = modelPieceOperand();
     const auto& callback = instance_.callbacks.emitSfx;
     logFirstEmit(type, modelPiece, static_cast<bool>(callback));
     if (callback) callback(type, modelPiece);
@@ -246,7 +251,7 @@ void Execution::wait(CobThreadState state) {
     const bool done =
         state == CobThreadState::waitingForTurn ? isTurnDone(*p, axis()) : isMoveDone(*p, axis());
     if (done) return;
-    thread_.waitPiece = wrapped(instance_.modelPieceIndex(operands_[0]));
+    thread_.waitPiece = modelPieceOperand();
     thread_.waitAxis = axisOperand();
     thread_.state = state;
 }
@@ -390,6 +395,12 @@ void Execution::ret() {
     push(value);
 }
 
+void endBySignal(CobThread& thread) {
+    if (thread.state == CobThreadState::finished) return;
+    thread.state = CobThreadState::finished;
+    thread.wasSignalled = true;
+}
+
 void Execution::signal() {
     const std::int32_t signalBits = pop();
     if (signalBits == 0) return;
@@ -399,11 +410,11 @@ void Execution::signal() {
     // Masks of other threads do not change during a slice, so one pass for each bit is enough.
     if ((signalBits & ~thread_.sentSignals) != 0)
         for (const auto& other : instance_.threads)
-            if (hears(*other)) other->state = CobThreadState::finished;
+            if (hears(*other)) endBySignal(*other);
     thread_.sentSignals |= signalBits;
     std::erase_if(instance_.pending, [&](const auto& other) { return hears(*other); });
     // A thread of a synchronous call is in no list.
-    if (hears(thread_)) thread_.state = CobThreadState::finished;
+    if (hears(thread_)) endBySignal(thread_);
 }
 
 void Execution::setSignalMask() {
@@ -416,6 +427,16 @@ void Execution::attachUnit() {
     const std::int32_t piece = pop();
     const std::int32_t unit = pop();
     record(unit, piece, unknown);
+    if (!instance_.callbacks.attachUnit) return;
+    const std::uint32_t modelPiece = instance_.modelPieceIndex(bits(piece));
+    instance_.callbacks.attachUnit(
+        unit, modelPiece < instance_.pieces.size() ? wrapped(modelPiece) : kNoPiece, unknown);
+}
+
+void Execution::dropUnit() {
+    const std::int32_t unit = pop();
+    record(unit);
+    if (instance_.callbacks.dropUnit) instance_.callbacks.dropUnit(unit);
 }
 
 void Execution::playSound() {

@@ -41,6 +41,21 @@ struct CobCallbacks {
     std::function<std::int32_t(std::int32_t low, std::int32_t high)> random;
     std::function<void(std::int32_t sfxType, std::int32_t modelPiece)> emitSfx;
     std::function<void(std::int32_t soundId)> playSound;
+    std::function<void(std::int32_t modelPiece, std::int32_t flags)> explode;
+    /// The piece is kNoPiece where the model lacks it; nobody knows what `third` is for.
+    std::function<void(std::int32_t unit, std::int32_t modelPiece, std::int32_t third)> attachUnit;
+    std::function<void(std::int32_t unit)> dropUnit;
+};
+
+/// How a thread ended that the host started with a number.
+struct CobEndedCall {
+    std::uint32_t callId = 0;
+    /// What the script returned; 0 when it ran off the code with an empty stack.
+    std::int32_t value = 0;
+    /// A signal ended it before its time.
+    bool wasSignalled = false;
+
+    bool operator==(const CobEndedCall&) const = default;
 };
 
 /// One number per axis x, y, z.
@@ -102,6 +117,11 @@ public:
     /// Live threads in the order of their birth, and those started during the current slice.
     std::vector<std::unique_ptr<CobThread>> threads;
     std::vector<std::unique_ptr<CobThread>> pending;
+    /// The calls that ended since the host last emptied the list, in the order of their birth
+    /// within a tick.
+    std::vector<CobEndedCall> endedCalls;
+    /// Id of the thread that the last tick's budget kept from its turn, 0 for none.
+    std::uint32_t nextTurn = 0;
     /// COB piece index to model piece index, or kNoPiece.
     std::vector<std::int32_t> cobPieceOrder;
     /// Opcode words already reported as unknown.

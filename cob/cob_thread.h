@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -156,6 +157,10 @@ struct CobThread {
     /// Signals sent in the current slice: nobody but this thread and those that it started since
     /// can hear them again before the slice ends.
     std::int32_t sentSignals = 0;
+    /// It did not end by itself.
+    bool wasSignalled = false;
+    /// The host's number for a thread whose end it wants to hear of.
+    std::optional<std::uint32_t> callId;
 };
 
 }  // namespace orb::unitview

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
+#include <utility>
 
 #include "cob/cob_animation.h"
 #include "cob/cob_execute.h"
@@ -20,23 +22,59 @@ std::uint8_t attentionMask(const CobInstance& instance) {
 
 }  // namespace
 
-void CobVm::tick(std::int32_t number) {
+void CobVm::tick(std::int32_t number, std::int64_t budget) {
     instance_.tick = number;
     instance_.previousPieces = instance_.pieces;
     animate();
     wakeThreads();
+    instance_.pending.clear();
+    runThreads(budget);
+    removeFinishedThreads();
+}
+
+/// Begins with the thread that the last tick's budget kept from its turn, if there is one.
+void CobVm::runThreads(std::int64_t budget) {
+    constexpr std::size_t kEnd = std::numeric_limits<std::size_t>::max();
+    const std::uint32_t firstId = std::exchange(instance_.nextTurn, 0);
+    const auto& threads = instance_.threads;
+    const auto first =
+        firstId == 0 ? threads.begin()
+                     : std::ranges::lower_bound(threads, firstId, {},
+                                                [](const auto& thread) { return thread->id; });
+    const auto begun = static_cast<std::size_t>(first - threads.begin());
+    if (!giveTurns(begun, kEnd, budget) || begun == 0) return;
+    const std::size_t started = threads.size();
+    if (giveTurns(0, begun, budget)) giveTurns(started, kEnd, budget);
+}
+
+/// Gives the threads from `from` to `to` a turn each, those that they start as well where `to` is
+/// the end. False when the budget ran out.
+bool CobVm::giveTurns(std::size_t from, std::size_t to, std::int64_t& budget) {
     auto& threads = instance_.threads;
     auto& pending = instance_.pending;
-    pending.clear();
-    for (std::size_t i = 0; i < threads.size(); ++i) {
+    for (std::size_t i = from; i < std::min(to, threads.size()); ++i) {
         if (threads[i]->state != CobThreadState::runnable) continue;
-        runThread(*threads[i], kSliceInstructions);
+        if (budget <= 0) {
+            instance_.nextTurn = threads[i]->id;
+            return false;
+        }
+        const std::int64_t slice = std::min<std::int64_t>(budget, kSliceInstructions);
+        budget -= runThread(*threads[i], static_cast<std::int32_t>(slice));
         threads.insert(threads.end(), std::make_move_iterator(pending.begin()),
                        std::make_move_iterator(pending.end()));
         pending.clear();
     }
-    std::erase_if(threads,
-                  [](const auto& thread) { return thread->state == CobThreadState::finished; });
+    return true;
+}
+
+void CobVm::removeFinishedThreads() {
+    std::erase_if(instance_.threads, [this](const auto& thread) {
+        if (thread->state != CobThreadState::finished) return false;
+        if (thread->callId)
+            instance_.endedCalls.push_back(
+                {*thread->callId, thread->stack.pop(), thread->wasSignalled});
+        return true;
+    });
 }
 
 void CobVm::animate() {
@@ -70,16 +108,21 @@ bool CobVm::stopsAt(std::uint32_t pc) {
     return true;
 }
 
+std::int32_t CobVm::runThread(CobThread& thread, std::int32_t budget) {
+    if (thread.state != CobThreadState::runnable) return 0;
+    const Slice slice = runSlice(thread, budget);
+    if (slice.end == SliceEnd::leftCode) thread.state = CobThreadState::finished;
+    return slice.executed;
+}
+
 // The pc, the stack's ends and the current frame live in local variables. Instructions that the
 // loop does not execute itself see and change the thread, which is stored before and loaded after.
-void CobVm::runThread(CobThread& thread, std::int32_t budget) {
-    if (thread.state != CobThreadState::runnable) return;
+CobVm::Slice CobVm::runSlice(CobThread& thread, std::int32_t budget) {
     const CobCode& code = instance_.code;
     const std::uint32_t* const words = code.words();
     const std::uint8_t* const marks = code.marks();
     const std::size_t size = code.size();
     const std::span<std::int32_t> statics = instance_.statics;
-    bool truncatedEnd = false;
 
     thread.sentSignals = 0;
     std::uint32_t pc = thread.pc;
@@ -91,19 +134,27 @@ void CobVm::runThread(CobThread& thread, std::int32_t budget) {
         stack.store();
     };
 
-    for (std::int32_t left = budget; left > 0; --left) {
+    SliceEnd end = SliceEnd::spent;
+    std::int32_t left = budget;
+    const auto endBehindThis = [&](SliceEnd why) {
+        if (end == SliceEnd::spent) end = why;
+        budget -= left - 1;  // which stays unused
+        left = 1;
+    };
+
+    for (; left > 0; --left) {
         if (pc >= size) {
-            thread.state = CobThreadState::finished;
+            end = SliceEnd::leftCode;
             break;
         }
         std::uint8_t mark = marks[pc] | attention;
         if ((mark & (CobCode::kAsk | CobCode::kTruncated)) != 0) [[unlikely]] {
             store();
-            if ((mark & CobCode::kAsk) != 0 && stopsAt(pc)) break;
-            if ((mark & CobCode::kTruncated) != 0) {
-                truncatedEnd = true;
-                left = 1;
+            if ((mark & CobCode::kAsk) != 0 && stopsAt(pc)) {
+                end = SliceEnd::breakpoint;
+                break;
             }
+            if ((mark & CobCode::kTruncated) != 0) endBehindThis(SliceEnd::leftCode);
             mark &= CobCode::kOpMask;
             if (instance_.traceInstructions)
                 printTraceLine(instructionTraceLine(instance_, thread, Op{mark}, words + pc + 1));
@@ -220,13 +271,13 @@ void CobVm::runThread(CobThread& thread, std::int32_t budget) {
                 stack.load();
                 frame = thread.frames.current();
                 attention = attentionMask(instance_);
-                if (thread.state != CobThreadState::runnable) left = 1;
+                if (thread.state != CobThreadState::runnable) endBehindThis(SliceEnd::blocked);
                 break;
             }
         }
     }
     store();
-    if (truncatedEnd) thread.state = CobThreadState::finished;
+    return {end, budget - left};
 }
 
 std::optional<std::int32_t> CobVm::call(std::string_view script, std::span<std::int32_t> parameters,
@@ -245,7 +296,14 @@ bool CobVm::startScript(std::string_view name, std::span<const std::int32_t> arg
     const int index = instance_.file().findScript(name);
     if (index < 0) return false;
     LogLine(LogLevel::info) << "[cob-script] startScript name=" << name << " idx=" << index;
-    instance_.threads.push_back(instance_.newThread(static_cast<std::size_t>(index), arguments));
+    return startScript(static_cast<std::size_t>(index), arguments);
+}
+
+bool CobVm::startScript(std::size_t script, std::span<const std::int32_t> arguments,
+                        std::optional<std::uint32_t> callId) {
+    if (script >= instance_.file().scripts.size()) return false;
+    instance_.threads.push_back(instance_.newThread(script, arguments));
+    instance_.threads.back()->callId = callId;
     return true;
 }
 

@@ -157,20 +157,23 @@ export interface Messages {
     "conflict-scan": Message<None, "conflict-scan-result", ConflictReport>;
 
     // Model edits
-    "model-undo": Unbuilt<"model-undo">;
-    "model-redo": Unbuilt<"model-redo">;
-    "model-get-piece": Unbuilt<"model-piece">;
-    "model-apply-fix": Unbuilt<"model-fix-applied">;
-    "model-commit": Unbuilt<"model-committed">;
-    "model-revert": Unbuilt<"model-reverted">;
-    "model-get-unit-summary": Unbuilt<"model-unit-summary">;
-    "model-bleed-through": Unbuilt<"model-bleed-through">;
-    "model-duplicate-faces": Unbuilt<"model-duplicate-faces">;
+    "model-get-unit-summary": Message<None, "model-unit-summary", ModelSummary>;
+    "model-get-piece": Message<{ piece: PieceKey }, "model-piece", ModelPiece>;
+    "model-duplicate-faces": Message<DuplicatesRequest, "model-duplicate-faces", DuplicateFaces>;
+    "model-bleed-through": Message<BleedThroughRequest, "model-bleed-through", BleedThrough>;
+    "model-apply-fix": Message<ModelFix, "model-fix-applied", AppliedFix>;
+    "model-undo": Message<None, "model-undo", UndoneFix>;
+    "model-redo": Message<None, "model-redo", UndoneFix>;
+    "model-revert": Message<None, "model-reverted", { hadEdits: boolean }>;
+    "model-commit": Message<{ allowBackupCreation?: boolean }, "model-committed", WriteResult>;
 
     // Texture edits
-    "texture-suggest-remap": Unbuilt<"texture-remap-suggestion">;
-    "texture-preview-remap": Unbuilt<"texture-remap-preview">;
-    "texture-apply-remap": Unbuilt<"texture-remap-applied">;
+    "texture-suggest-remap": Message<
+        { textureName: string; direction?: "away" | "toward" }, "texture-remap-suggestion",
+        RemapSuggestion>;
+    "texture-preview-remap": Message<
+        { textureName: string; map?: IndexChange[] }, "texture-remap-preview", RemapPreview>;
+    "texture-apply-remap": Message<RemapRequest, "texture-remap-applied", RemapResult>;
 
     // Map mode
     "map-list": Message<None, "map-list-reply", { maps: MapEntry[] }>;
@@ -595,8 +598,8 @@ export interface BosOptions {
     linearScale: number;
     /** COB units of `<1>`, 182 by default. */
     angularScale: number;
-    /** The first of each pair is the default. */
-    implicitReturn: "safe" | "compat";
+    /** Of the words the first is the default. */
+    implicitReturn: "safe" | "compat" | "last-word";
     valuelessReturn: "push0" | "bare";
     argumentOrder: "vm" | "source";
 }
@@ -853,6 +856,53 @@ export interface PatchResult extends WriteResult {
     changed: string[];
 }
 
+// ---- Texture edits ----
+
+/** A palette index (0 to 255) that gives way to another. */
+export interface IndexChange {
+    from: number;
+    to: number;
+}
+
+export interface RemapSuggestion {
+    /** As its file spells it. */
+    textureName: string;
+    source: Source;
+    /** Of the first frame. */
+    width: number;
+    height: number;
+    frames: number;
+    /** Of all frames, what they share once; in a preview what remains afterwards. */
+    teamPixels: number;
+    totalPixels: number;
+    /** With the number of pixels that have `from`, and how different the colours look. */
+    map: (IndexChange & { pixels: number; distance: number })[];
+}
+
+export interface RemapPreview extends RemapSuggestion {
+    /** PNG files of the first frame. */
+    before_b64: string;
+    after_b64: string;
+    changedPixels: number;
+}
+
+interface RemapRequest {
+    textureName: string;
+    /** Out of the team bands when absent. */
+    map?: IndexChange[];
+    /** A mounted mod folder, where a texture of the base game is copied to. */
+    modPath?: string;
+    /** Consent to the first write's backup; false when absent. */
+    allowBackupCreation?: boolean;
+}
+
+export interface RemapResult extends WriteResult {
+    /** Written or not. */
+    changedPixels: number;
+    /** Other textures of the file that show changed pixels. */
+    alsoChanges: string[];
+}
+
 // ---- Diagnostics ----
 
 export interface UnitHealth {
@@ -999,6 +1049,140 @@ interface CompileFinding<Severity extends string> {
     severity: Severity;
     code: string;
     message: string;
+}
+
+// ---- Model edits ----
+
+type Point = [x: number, y: number, z: number];
+
+/** A name in any case, the first of that name, or an index in the order of `pieceTree`. */
+export type PieceKey = string | number;
+
+export interface FaceKey {
+    piece: PieceKey;
+    primIndex: number;
+}
+
+export type FaceIssue =
+    | "degenerate" | "non-planar" | "concave" | "duplicate" | "overlap" | "missing-texture" | "bad-index";
+export type PieceIssue = "unused-vertex" | "no-selection" | "piece-name" | "unscripted-piece";
+
+export interface EditState {
+    undoDepth: number;
+    redoDepth: number;
+    /** The model is not as it was saved. */
+    isDirty: boolean;
+}
+
+export interface ModelSummary extends EditState {
+    unitName: string;
+    /** There is a step to undo or redo. */
+    hasEdits: boolean;
+    undoLabel?: string;
+    redoLabel?: string;
+    pieceCount: number;
+    vertexCount: number;
+    /** With selection plates; `triangleCount` and `bounds` are of what is drawn. */
+    faceCount: number;
+    triangleCount: number;
+    textureCount: number;
+    /** In the unit's space. */
+    bounds: { min: Point; max: Point };
+    pieces: (ModelPieceHead & { vertexCount: number; faceCount: number; issueCount: number })[];
+    issues: { kind: FaceIssue | PieceIssue; count: number }[];
+}
+
+interface ModelPieceHead {
+    index: number;
+    name: string;
+    /** Index of the piece that it hangs from; none of the root. */
+    parent?: number;
+    /** From the parent. */
+    position: Point;
+}
+
+export interface ModelPiece extends ModelPieceHead {
+    vertices: Point[];
+    faces: ModelFace[];
+    issues: PieceIssue[];
+}
+
+export interface ModelFace {
+    primIndex: number;
+    indices: number[];
+    texture?: string;
+    /** Palette index of a face without texture. */
+    color?: number;
+    flags: [boolean, boolean, boolean];
+    isTwin: boolean;
+    /** The face whose back the twin shows. */
+    twinOf?: number;
+    isSelection: boolean;
+    /** To the side that is seen; 0 without area. */
+    normal: Point;
+    area: number;
+    issues: FaceIssue[];
+}
+
+interface DuplicatesRequest {
+    piece?: PieceKey;
+    /** Model units; 0.001 when absent. */
+    tolerance?: number;
+}
+
+export interface DuplicateFaces {
+    groups: {
+        piece: string;
+        pieceIndex: number;
+        kind: "same" | "opposite" | "overlap";
+        faces: number[];
+        /** The common part of the smaller face; 1 unless they overlap. */
+        share: number;
+    }[];
+    faceCount: number;
+}
+
+interface BleedThroughRequest {
+    /** "game", from above, when absent. */
+    view?: "game" | "all";
+    /** 16 to 4,096; 256 when absent. */
+    directions?: number;
+    /** "rest" when absent. */
+    pose?: "rest" | "current";
+}
+
+export interface BleedThrough {
+    faces: { piece: string; pieceIndex: number; primIndex: number; share: number }[];
+    directions: number;
+    rayCount: number;
+}
+
+export type ModelFix =
+    | { kind: "add-twins" | "remove-twins" | "triangulate"; faces?: FaceKey[] }
+    | { kind: "flip-faces" | "delete-faces"; faces: FaceKey[] }
+    | { kind: "remove-duplicates"; faces?: FaceKey[]; tolerance?: number }
+    | { kind: "remove-degenerate" | "make-selection" }
+    | { kind: "turn-corners"; faces: FaceKey[]; by?: number }
+    | { kind: "set-texture"; faces: FaceKey[]; texture: string }
+    | { kind: "set-color"; faces: FaceKey[]; color: number }
+    | { kind: "replace-texture"; from: string; to: string }
+    | { kind: "remove-unused-vertices"; piece?: PieceKey }
+    | { kind: "weld-vertices"; piece?: PieceKey; tolerance?: number }
+    | { kind: "move-vertices"; piece: PieceKey; vertices: number[]; by: Point }
+    | { kind: "scale"; factor: number; piece?: PieceKey }
+    | { kind: "rename-piece"; piece: PieceKey; name: string }
+    | { kind: "move-piece"; piece: PieceKey; position: Point }
+    | { kind: "set-selection"; piece: PieceKey; primIndex: number };
+
+export interface AppliedFix extends EditState {
+    kind: ModelFix["kind"];
+    label: string;
+    /** Faces, vertices or pieces; 0 is no step. */
+    changed: number;
+}
+
+export interface UndoneFix extends EditState {
+    label: string;
 }
 
 // ---- Maps ----

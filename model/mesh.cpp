@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "io/ascii.h"
+#include "model/face_geometry.h"
 #include "model/piece_list.h"
 
 namespace orb::unitview {
@@ -14,43 +15,12 @@ namespace {
 using io::Model3doObject;
 using io::Model3doPrimitive;
 using io::Vec3;
-/// Products of coordinates leave the range of float.
-using Vec3d = std::array<double, 3>;
 
 constexpr std::size_t kQuadCorners = 4;
 constexpr std::array<TexCoord, kQuadCorners> kQuadTexCoords = {{{0, 0}, {1, 0}, {1, 1}, {0, 1}}};
 /// A plane whose normal leans less than this (as a cosine) from the vertical has no upward
 /// direction to speak of.
 constexpr double kLevel = 0.999;
-
-double dot(const Vec3d& a, const Vec3d& b) {
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-
-Vec3d cross(const Vec3d& a, const Vec3d& b) {
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
-Vec3d normalized(const Vec3d& v) {
-    const double length = std::sqrt(dot(v, v));
-    return length > 0 ? Vec3d{v[0] / length, v[1] / length, v[2] / length} : Vec3d{};
-}
-
-/// The direction that a polygon faces: its corners run clockwise as seen from there. Zero for one
-/// without area.
-Vec3d facing(const std::vector<Vec3d>& corners) {
-    Vec3d normal{};
-    for (std::size_t i = 0; i < corners.size(); ++i) {
-        const Vec3d& a = corners[i];
-        const Vec3d& b = corners[(i + 1) % corners.size()];
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const std::size_t y = (axis + 1) % 3;
-            const std::size_t z = (axis + 2) % 3;
-            normal[axis] -= (a[y] - b[y]) * (a[z] + b[z]);
-        }
-    }
-    return normalized(normal);
-}
 
 /// Where each corner lies between the least and the greatest along `direction`, from 0 to 1.
 std::vector<float> spread(const std::vector<Vec3d>& corners, const Vec3d& direction) {
@@ -86,16 +56,7 @@ std::vector<TexCoord> texCoordsOf(const Model3doPrimitive& face,
     if (!face.textureName) return std::vector<TexCoord>(face.vertexIndices.size());
     if (face.vertexIndices.size() == kQuadCorners)
         return {kQuadTexCoords.begin(), kQuadTexCoords.end()};
-    std::vector<Vec3d> corners;
-    corners.reserve(face.vertexIndices.size());
-    for (const std::uint16_t index : face.vertexIndices)
-        corners.push_back({vertices[index][0], vertices[index][1], vertices[index][2]});
-    return projectedTexCoords(corners);
-}
-
-bool isDrawn(const Model3doPrimitive& face, const Model3doObject& piece) {
-    return face.vertexIndices.size() >= 3 &&
-           std::ranges::max(face.vertexIndices) < piece.vertices.size();
+    return projectedTexCoords(cornersOf(face, vertices));
 }
 
 class MeshBuilder {
@@ -103,9 +64,7 @@ public:
     void addPiece(const Model3doObject& piece) {
         const std::size_t firstRange = mesh_.ranges.size();
         for (std::size_t i = 0; i < piece.primitives.size(); ++i) {
-            const bool isSelection = piece.selectionPrimitive &&
-                                     static_cast<std::size_t>(*piece.selectionPrimitive) == i;
-            if (!isSelection && isDrawn(piece.primitives[i], piece)) addFace(piece, i);
+            if (isDrawn(piece, i)) addFace(piece, i);
         }
         mesh_.pieces.push_back({firstRange, mesh_.ranges.size() - firstRange});
     }

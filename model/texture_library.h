@@ -58,6 +58,9 @@ public:
     /// a warning in the log, damaged.
     std::vector<std::shared_ptr<const Texture>> find(std::span<const std::string> names) const;
 
+    /// Where the texture of a name in any case stands; null when it is missing.
+    const GafEntryRef* locate(std::string_view name) const { return index_.find(name); }
+
     /// Those that are there, in the colours of `palette`.
     TextureSet encode(std::span<const std::string> names, const io::Palette& palette) const;
 

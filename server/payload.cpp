@@ -40,6 +40,11 @@ std::int64_t decodeInteger(const json& value) {
     return decodeAs<std::int64_t>(value);
 }
 
+double decodeNumber(const json& value) {
+    if (value.is_boolean()) decodeAs<json::number_integer_t>(value);  // throws
+    return decodeAs<double>(value);
+}
+
 std::optional<std::string> decodeScalar(const json& value) {
     if (value.is_null()) return std::nullopt;
     if (value.is_boolean()) return value.get<bool>() ? "1" : "0";
@@ -109,8 +114,25 @@ std::optional<std::int64_t> Payload::integer(const char* key) const {
 
 std::optional<double> Payload::number(const char* key) const {
     const json* const value = member(key);
-    if (value && value->is_boolean()) decodeAs<json::number_integer_t>(*value);  // throws
-    return value ? std::optional(decodeAs<double>(*value)) : std::nullopt;
+    return value ? std::optional(decodeNumber(*value)) : std::nullopt;
+}
+
+std::optional<std::vector<double>> Payload::numbers(const char* key) const {
+    const json* const value = member(key);
+    return value ? std::optional(decodeArray(*value, decodeNumber)) : std::nullopt;
+}
+
+std::optional<std::variant<std::string, std::int64_t>> Payload::textOrInteger(
+    const char* key) const {
+    const json* const value = member(key);
+    if (!value) return std::nullopt;
+    if (value->is_number()) return decodeInteger(*value);
+    return decodeAs<std::string>(*value);
+}
+
+bool Payload::isArray(const char* key) const {
+    const json* const value = member(key);
+    return value && value->is_array();
 }
 
 std::int64_t Payload::requiredInteger(const char* key) const {
@@ -136,6 +158,12 @@ std::optional<std::vector<Payload>> Payload::objects(const char* key) const {
     if (!value) return std::nullopt;
     return decodeArray(
         *value, [](const json& element) { return Payload(decodeAs<json::object_t>(element)); });
+}
+
+std::optional<std::vector<Payload>> Payload::elements(const char* key) const {
+    const json* const value = member(key);
+    if (!value) return std::nullopt;
+    return decodeArray(*value, [](const json& element) { return Payload(element); });
 }
 
 std::optional<Payload::Scalars> Payload::scalars(const char* key) const {

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -39,9 +40,14 @@ public:
     std::optional<double> number(const char* key) const;
     std::vector<std::string> requiredTexts(const char* key) const;
     std::optional<std::vector<std::int64_t>> integers(const char* key) const;
+    std::optional<std::vector<double>> numbers(const char* key) const;
+    std::optional<std::variant<std::string, std::int64_t>> textOrInteger(const char* key) const;
+    bool isArray(const char* key) const;
     std::optional<Payload> object(const char* key) const;
     /// The objects of an array member, each as a payload of its own.
     std::optional<std::vector<Payload>> objects(const char* key) const;
+    /// The same, but an element of another type fails only when its members are asked for.
+    std::optional<std::vector<Payload>> elements(const char* key) const;
 
     /// The members of an object member in ascending order of their keys: texts as they stand,
     /// numbers in decimal, true as "1" and false as "0", null as none.

@@ -37,6 +37,9 @@ public:
 
     /// Model piece names in model order: the pieces that the instance's records belong to.
     const std::vector<std::string>& modelPieces() const { return modelPieces_; }
+    /// Names the same pieces anew. The instance runs on; scripts find pieces by these names when it
+    /// is built the next time.
+    void setModelPieces(std::vector<std::string> names) { modelPieces_ = std::move(names); }
 
     /// Static stands still; ground and water let the unit's walk preview move on with every tick.
     void setSimMode(SimMode mode) { debugger_.walkPreview.enabled = mode != SimMode::still; }

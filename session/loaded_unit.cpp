@@ -89,6 +89,7 @@ LoadedUnit loadFromGameFiles(const io::CompositeVirtualFileSystem& files,
     if (unit.fbi.objectName.empty())
         throw std::runtime_error("FBI has no objectName for unit: " + name);
     unit.model = readModel(files, unit.fbi.objectName);
+    unit.modelSource = findModelSource(files, unit.fbi.objectName);
     unit.cob = readScript(files, unit);
     return unit;
 }

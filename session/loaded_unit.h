@@ -24,6 +24,8 @@ struct LoadedUnit {
     io::TdfSection definition;
     io::FbiUnitInfo fbi;
     io::Model3doObject model;
+    /// The model's file; none when no layer can tell, or an IR document holds the model itself.
+    std::optional<UnitSource> modelSource;
     /// None when the unit has no script file.
     std::shared_ptr<const io::CobFile> cob;
 

@@ -30,8 +30,8 @@ ExportedModel encode(const UnitViewSession& session, const io::Model3doObject& m
 }  // namespace
 
 ExportedModel exportUnitModel(const UnitViewSession& session, const TeamColor& team) {
-    const LoadedUnit& unit = session.requireUnit();
-    return encoding([&] { return encode(session, unit.model, team); });
+    const io::Model3doObject& model = session.requireModel();
+    return encoding([&] { return encode(session, model, team); });
 }
 
 WeaponModel exportWeaponModel(const UnitViewSession& session, const std::string& weaponName,

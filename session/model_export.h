@@ -8,8 +8,8 @@
 /// Models of the mounted data on their way to a viewer.
 namespace orb::unitview {
 
-/// The loaded unit's model. Throws RequestError "no unit loaded; call load-unit first" or "glb
-/// encode failed: …".
+/// The loaded unit's model with its edits. Throws RequestError "no unit loaded; call load-unit
+/// first" or "glb encode failed: …".
 ExportedModel exportUnitModel(const UnitViewSession& session, const TeamColor& team);
 
 struct WeaponModel {

@@ -5,6 +5,14 @@
 #include "session/request_error.h"
 
 namespace orb::unitview {
+namespace {
+
+/// The error has always spelled the extension so.
+std::string modelPath(const io::AbstractVirtualFileSystem& files, std::string_view name) {
+    return fmt::format("{}/{}.3DO", io::kModelFiles.folder, modelFileName(files, name));
+}
+
+}  // namespace
 
 std::string_view modelFileName(const io::AbstractVirtualFileSystem& files, std::string_view name) {
     return modelFileName(name, [&](std::string_view candidate) {
@@ -13,12 +21,15 @@ std::string_view modelFileName(const io::AbstractVirtualFileSystem& files, std::
 }
 
 io::Model3doObject readModel(const io::AbstractVirtualFileSystem& files, std::string_view name) {
-    // The error has always spelled the extension so.
-    const std::string path =
-        fmt::format("{}/{}.3DO", io::kModelFiles.folder, modelFileName(files, name));
+    const std::string path = modelPath(files, name);
     const auto file = files.readFile(path);
     if (!file) throw RequestError("3DO not found: " + path);
     return io::parse3do(*file);
+}
+
+std::optional<UnitSource> findModelSource(const io::CompositeVirtualFileSystem& files,
+                                          std::string_view name) {
+    return findSource(files, modelPath(files, name));
 }
 
 }  // namespace orb::unitview

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "io/formats/model3do.h"
 #include "io/game_paths.h"
 #include "io/vfs/virtual_file_system.h"
+#include "session/unit_source.h"
 
 namespace orb::unitview {
 
@@ -23,5 +26,9 @@ std::string_view modelFileName(const io::AbstractVirtualFileSystem& files, std::
 /// The model that a unit's or a weapon's definition names. Throws RequestError "3DO not found: …",
 /// or what reading the file throws.
 io::Model3doObject readModel(const io::AbstractVirtualFileSystem& files, std::string_view name);
+
+/// Where that model's file lies, or none.
+std::optional<UnitSource> findModelSource(const io::CompositeVirtualFileSystem& files,
+                                          std::string_view name);
 
 }  // namespace orb::unitview

@@ -1,6 +1,7 @@
 #include "session/unit_catalogue.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <unordered_set>
 
 #include <fmt/format.h>
@@ -31,17 +32,17 @@ bool isBase(const UnitDeclaration* unit) {
 
 std::shared_ptr<UnitCatalogue::LayerUnits> UnitCatalogue::readLayer(const io::VfsLayer& layer) {
     auto contents = std::make_shared<LayerUnits>();
+    std::unordered_map<std::string, std::string> firstPaths;
     const auto visit = [&](std::string_view name, const std::optional<io::Bytes>& content,
                            std::string_view error) {
         std::string stem(io::kUnitFiles.stem(name));
         LayerFile file{&layer, fmt::format("{}/{}", io::kUnitFiles.folder, name)};
-        const auto [known, isNew] =
-            contents->files.try_emplace(io::upperCased(stem), DefinitionFile{file.path});
-        if (!isNew) {
+        contents->fileStems.push_back(io::upperCased(stem));
+        const auto [first, isFirst] = firstPaths.try_emplace(contents->fileStems.back(), file.path);
+        if (!isFirst) {
             constexpr std::string_view kFirst = io::kUnitFiles.extension;
-            known->second.hasOtherSpellings = true;
-            if (!known->second.path.ends_with(kFirst) && name.ends_with(kFirst))
-                known->second.path = file.path;
+            std::string& path = contents->preferredPaths.insert(*first).first->second;
+            if (!path.ends_with(kFirst) && name.ends_with(kFirst)) path = file.path;
         }
         if (!content) {
             LogLine(LogLevel::warn)
@@ -83,14 +84,16 @@ void UnitCatalogue::buildIndex() {
     for (const auto& layer : layers_) {
         for (const auto& unit : layer->units) {
             const std::string stem = io::upperCased(unit->fileStem);
+            const auto preferred = layer->preferredPaths.find(stem);
             unit->isShadowed =
-                filesAbove.contains(stem) || layer->files.at(stem).path != unit->file.path;
+                filesAbove.contains(stem) ||
+                (preferred != layer->preferredPaths.end() && preferred->second != unit->file.path);
             if (!unit->isShadowed) byFile_.emplace(stem, unit.get());
             byName_[io::upperCased(unit->name)].push_back(unit.get());
         }
-        for (const auto& [stem, file] : layer->files)
-            if (filesAbove.insert(stem).second && file.hasOtherSpellings)
-                preferredPaths_[stem] = file.path;
+        for (const auto& [stem, path] : layer->preferredPaths)
+            if (!filesAbove.contains(stem)) preferredPaths_[stem] = path;
+        filesAbove.insert(layer->fileStems.begin(), layer->fileStems.end());
     }
     for (const auto& [name, units] : byName_)
         if (const auto winner = std::ranges::find_if(units, isVisible); winner != units.end())

@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "io/formats/fbi.h"
@@ -61,15 +60,15 @@ public:
     const UnitDeclaration* findBase(std::string_view name) const;
 
 private:
-    struct DefinitionFile {
-        std::string path;
-        bool hasOtherSpellings = false;
-    };
+    using PathsByStem = std::map<std::string, std::string, std::less<>>;
+
     struct LayerUnits {
         /// In the byte order of their file names.
         std::vector<std::unique_ptr<UnitDeclaration>> units;
-        /// Every definition file, readable or not, by its upper-cased stem.
-        std::unordered_map<std::string, DefinitionFile> files;
+        /// The upper-cased stem of every definition file, readable or not.
+        std::vector<std::string> fileStems;
+        /// Of stems in several spellings.
+        PathsByStem preferredPaths;
     };
 
     static std::shared_ptr<LayerUnits> readLayer(const io::VfsLayer& layer);
@@ -81,7 +80,7 @@ private:
     /// What the game reads from each file, by upper-cased stem.
     std::map<std::string, const UnitDeclaration*, std::less<>> byFile_;
     /// By upper-cased stem.
-    std::map<std::string, std::string, std::less<>> preferredPaths_;
+    PathsByStem preferredPaths_;
     std::vector<const UnitDeclaration*> roster_;
 };
 

@@ -5,7 +5,7 @@
 namespace orb::unitview {
 
 std::vector<UnitTexture> findUnitTextures(const UnitViewSession& session) {
-    const std::vector<std::string> names = textureNames(session.requireUnit().model);
+    const std::vector<std::string> names = textureNames(session.requireModel());
     const MountedData& data = session.data();
     const auto textures = data.pictures.textures.find(names);
     std::vector<UnitTexture> result;

@@ -19,8 +19,8 @@ struct UnitTexture {
     std::optional<UnitSource> source;
 };
 
-/// The textures of the loaded unit in the order of first use. Throws RequestError "no unit loaded;
-/// call load-unit first".
+/// The textures of the loaded unit, as it is edited, in the order of first use. Throws RequestError
+/// "no unit loaded; call load-unit first".
 std::vector<UnitTexture> findUnitTextures(const UnitViewSession& session);
 
 }  // namespace orb::unitview

@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "io/path_text.h"
+#include "model/edit/model_values.h"
+#include "model/piece_list.h"
 #include "server/logger.h"
 #include "session/request_error.h"
 
@@ -35,6 +37,7 @@ void UnitViewSession::clearDataRoots() {
 
 void UnitViewSession::unloadUnit() {
     cob_.clear();
+    workingModel_.reset();
     unit_.reset();
 }
 
@@ -51,6 +54,35 @@ const io::Palette& UnitViewSession::palette() const {
 const LoadedUnit& UnitViewSession::requireUnit() const {
     if (!unit_) throw RequestError("no unit loaded; call load-unit first");
     return *unit_;
+}
+
+const io::Model3doObject& UnitViewSession::requireModel() const {
+    const LoadedUnit& unit = requireUnit();
+    return workingModel_ ? workingModel_->model() : unit.model;
+}
+
+void UnitViewSession::editModel(const std::function<void(WorkingModel&)>& edit) {
+    const LoadedUnit& unit = requireUnit();
+    std::optional<WorkingModel> begun;
+    if (!workingModel_) begun.emplace(unit.model);
+    edit(begun ? *begun : *workingModel_);
+    if (begun && begun->hasEdits()) workingModel_ = std::move(begun);
+    cob_.setModelPieces(pieceNames(requireModel()));
+}
+
+bool UnitViewSession::revertModel() {
+    const LoadedUnit& unit = requireUnit();
+    const bool hadEdits = workingModel_.has_value();
+    workingModel_.reset();
+    cob_.setModelPieces(pieceNames(unit.model));
+    return hadEdits;
+}
+
+std::optional<std::string> UnitViewSession::refreshAfterModelWrite(const UnitSource& written) {
+    if (workingModel_) workingModel_->markSaved();
+    // It may have been loaded from elsewhere, before other roots were set.
+    if (unit_) unit_->modelSource = written;
+    return refreshAfterWrite(written.location);
 }
 
 UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
@@ -77,10 +109,20 @@ std::optional<std::filesystem::path> UnitViewSession::setLintSuppressed(const Li
 }
 
 bool UnitViewSession::isLoadedFrom(const io::FileLocation& written) const {
-    if (!unit_ || !unit_->source) return false;
-    const io::FileLocation& source = unit_->source->location;
-    return source.path == written.path &&
-           (written.internalPath.empty() || source.internalPath == written.internalPath);
+    const auto isWritten = [&](const std::optional<UnitSource>& source) {
+        return source && source->location.path == written.path &&
+               (written.internalPath.empty() ||
+                source->location.internalPath == written.internalPath);
+    };
+    return unit_ && unit_->source && (isWritten(unit_->source) || isWritten(unit_->modelSource));
+}
+
+void UnitViewSession::reloadUnit() {
+    std::optional<WorkingModel> working = std::exchange(workingModel_, std::nullopt);
+    loadUnit(fileStem(unit_->source->location));
+    if (!working || !isSameModel(working->saved(), unit_->model)) return;
+    workingModel_ = std::move(working);
+    cob_.setModelPieces(pieceNames(workingModel_->model()));
 }
 
 std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLocation& written) {
@@ -102,7 +144,7 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(const io::FileLoca
     if (map_) map_->unitTypes.clear();
     if (!isLoadedFrom(written)) return std::nullopt;
     try {
-        loadUnit(fileStem(unit_->source->location));
+        reloadUnit();
     } catch (const RequestError& error) {
         LogLine(LogLevel::warn) << "[refresh] unit unloaded: " << error.what();
         return error.what();

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "io/formats/palette.h"
+#include "model/edit/working_model.h"
 #include "session/cob_session.h"
 #include "session/lint_suppressions.h"
 #include "session/loaded_map.h"
@@ -38,7 +40,8 @@ public:
     /// Takes over a file that was written behind the mounted data: reopens the archive (an empty
     /// internal path stands for all its entries), reads catalogue and tables anew where files may
     /// have changed (that archive and all loose files), and reloads the loaded unit when the file
-    /// is its source. References into `data()` end. Returns why that unit cannot be loaded any more
+    /// is its source or its model; a working model stays when that model reads as it was saved.
+    /// References into `data()` end. Returns why that unit cannot be loaded any more
     /// (it is not loaded then), or none.
     std::optional<std::string> refreshAfterWrite(const io::FileLocation& written);
 
@@ -50,6 +53,19 @@ public:
     const LoadedUnit* unit() const { return unit_ ? &*unit_ : nullptr; }
     /// The loaded unit. Throws RequestError "no unit loaded; call load-unit first".
     const LoadedUnit& requireUnit() const;
+
+    /// The loaded unit's model as it stands: the working model, else the one that was loaded.
+    /// Throws as requireUnit does.
+    const io::Model3doObject& requireModel() const;
+    /// The edits of the loaded unit's model, or null. They end with load-unit and clear-data-roots.
+    const WorkingModel* workingModel() const { return workingModel_ ? &*workingModel_ : nullptr; }
+    /// Runs `edit` with the edits, which begin here without any, and lets the script's pieces
+    /// follow the names. Without a step in the end there are none again.
+    void editModel(const std::function<void(WorkingModel&)>& edit);
+    /// Drops the edits; false when there were none.
+    bool revertModel();
+    /// Takes over that the working model was written to a file, as refreshAfterWrite does.
+    std::optional<std::string> refreshAfterModelWrite(const UnitSource& written);
 
     /// Loads a map in place of the loaded one. Throws RequestError: "map name is required", "data
     /// roots not set" or what `unitview::loadMap` throws; then the loaded map stays.
@@ -75,10 +91,12 @@ public:
 private:
     void unloadUnit();
     bool isLoadedFrom(const io::FileLocation& written) const;
+    void reloadUnit();
 
     std::unique_ptr<MountedData> data_;
     LintSuppressions lintSuppressions_;
     std::optional<LoadedUnit> unit_;
+    std::optional<WorkingModel> workingModel_;
     CobSession cob_;
     std::unique_ptr<LoadedMap> map_;
 };

@@ -3,61 +3,25 @@
 #include <algorithm>
 #include <optional>
 
-#include "io/formats/color.h"
-
-// Little-endian; offsets count from the start of the file.
-//
-//   header                     entry                        frame record
-//   0  u32  0x00010100          0  u16  frame count          0  u16  width, height
-//   4  u32  entry count         2  u16  1                    4  i16  x origin, y origin
-//   8  u32  0                   4  u32  0                    8  u8   transparency index
-//   12 u32  per entry: offset   8  name, 32 bytes            9  u8   compressed (0 or 1)
-//                              40  per frame:               10  u16  subframe count
-//                                  u32 record offset        12  u32  0
-//                                  u32 duration             16  u32  data offset
-//                                                           20  u32  0
-//
-//   data of a frame with subframes   u32 record offset of each, drawn one over the other
-//   plain data                       width x height indices
-//   compressed data                  per row u16 byte count, then codes in that many bytes:
-//                                      code & 1 -> skip code >> 1 pixels
-//                                      code & 2 -> next byte, (code >> 2) + 1 times
-//                                      else     -> the next (code >> 2) + 1 bytes
+#include "io/formats/gaf_format.h"
 
 namespace orb::io {
 namespace {
 
-constexpr std::uint32_t kVersion = 0x00010100;
-constexpr std::size_t kEntryLinkSize = 4;
-constexpr std::size_t kEntryHeadSize = 40;
-constexpr std::size_t kNameSize = 32;
-constexpr std::size_t kFrameLinkSize = 8;
-constexpr std::size_t kFrameRecordSize = 24;
 constexpr std::size_t kMaxSkip = 127;    // seven bits
 constexpr std::size_t kMaxBlock = 64;    // six bits, plus one
 constexpr std::size_t kShortestRun = 3;  // below that a run is no shorter than its copy
-constexpr const char* kTooSmall = "GAF data too small";
 
 /// Decodes the codes of one row; what they leave out stays, what lies past the row's end is
 /// dropped.
-void decodeRow(ByteCursor codes, std::span<std::uint8_t> row) {
-    std::size_t x = 0;
-    while (x < row.size() && codes.remaining() > 0) {
-        const std::uint8_t code = codes.u8();
-        if ((code & 1) != 0) {
-            x += code >> 1;
-            continue;
-        }
-        const std::size_t count = std::min<std::size_t>((code >> 2) + 1U, row.size() - x);
-        if ((code & 2) != 0) {
-            if (codes.remaining() == 0) return;
-            std::fill_n(row.data() + x, count, codes.u8());
-        } else {
-            const ByteView copied = codes.take(std::min(count, codes.remaining()));
-            std::copy(copied.begin(), copied.end(), row.data() + x);
-        }
-        x += count;
-    }
+void decodeRow(ByteView codes, std::span<std::uint8_t> row) {
+    forEachGafCode(codes, row.size(), [&](const GafCode& code) {
+        if (code.pixels.empty()) return;
+        if (code.isRepeat)
+            std::fill_n(row.data() + code.x, code.pixelCount, code.pixels.front());
+        else
+            std::ranges::copy(code.pixels, row.data() + code.x);
+    });
 }
 
 /// Draws `source` into `target` with the origins on one point.
@@ -82,62 +46,27 @@ void drawOver(GafFrame& target, const GafFrame& source) {
 class Reader {
 public:
     explicit Reader(ByteView bytes)
-        : file_(bytes, kTooSmall), workLeft_(bytes.size() * kGafWorkPerByte + kGafWorkBase) {
-        if (file_.u32() != kVersion) throw std::runtime_error("Invalid GAF version");
-        entryCount_ = file_.u32();
-        file_.skip(4);
-        // Entries of a sound file do not overlap: else a small file could name millions of them.
-        file_.requireArray(file_.position(), entryCount_, kEntryLinkSize + kEntryHeadSize);
-        entryTable_ = file_.position();
-    }
+        : directory_(bytes), workLeft_(bytes.size() * kGafWorkPerByte + kGafWorkBase) {}
 
-    std::size_t entryCount() const { return entryCount_; }
-
-    std::string readName(std::size_t index) {
-        seekEntry(index);
-        file_.skip(8);
-        return takeName();
-    }
+    std::size_t entryCount() const { return directory_.entryCount(); }
+    std::string readName(std::size_t index) const { return directory_.entryName(index); }
 
     GafEntry readEntry(std::size_t index) {
-        auto [name, links] = readEntryHead(index);
-        GafEntry entry{std::move(name), {}};
+        ByteCursor links(directory_.frameLinks(index), kGafTooSmall);
+        GafEntry entry{readName(index), {}};
         while (links.remaining() > 0) entry.frames.push_back(readLinkedFrame(links));
         return entry;
     }
 
     GafPicture readPicture(std::size_t index) {
-        auto [name, links] = readEntryHead(index);
-        const std::size_t frameCount = links.size() / kFrameLinkSize;
-        return {std::move(name), frameCount, readLinkedFrame(links)};
+        ByteCursor links(directory_.frameLinks(index), kGafTooSmall);
+        const std::size_t frameCount = links.size() / kGafFrameLinkSize;
+        return {readName(index), frameCount, readLinkedFrame(links)};
     }
 
 private:
-    struct EntryHead {
-        std::string name;
-        ByteCursor frameLinks;
-    };
-
-    void seekEntry(std::size_t index) {
-        if (index >= entryCount_) throw std::runtime_error(kTooSmall);
-        file_.seek(entryTable_ + index * kEntryLinkSize);
-        file_.seek(file_.u32());
-    }
-
-    EntryHead readEntryHead(std::size_t index) {
-        seekEntry(index);
-        const std::uint16_t frameCount = file_.u16();
-        file_.skip(6);
-        std::string name = takeName();
-        return {std::move(name), ByteCursor(file_.take(frameCount * kFrameLinkSize), kTooSmall)};
-    }
-
-    std::string takeName() {
-        return std::string(ByteCursor(file_.take(kNameSize), kTooSmall).cString(0));
-    }
-
     void charge(std::uint64_t work) {
-        if (work > workLeft_) throw std::runtime_error(kTooSmall);
+        if (work > workLeft_) throw std::runtime_error(kGafTooSmall);
         workLeft_ -= work;
     }
 
@@ -148,52 +77,46 @@ private:
     }
 
     GafFrame readFrame(std::uint32_t offset, int depth) {
-        ByteCursor record(file_.view(offset, kFrameRecordSize), kTooSmall);
+        const GafRecord record = directory_.record(offset);
+        charge(kGafFrameRecordSize + record.pixelCount());
         GafFrame frame;
-        frame.width = record.u16();
-        frame.height = record.u16();
-        frame.originX = record.i16();
-        frame.originY = record.i16();
-        frame.transparencyIndex = record.u8();
-        const bool compressed = record.u8() != 0;
-        const std::uint16_t subframeCount = record.u16();
-        record.skip(4);
-        const std::uint32_t dataOffset = record.u32();
-
-        const std::uint64_t pixelCount = std::uint64_t{frame.width} * frame.height;
-        if (pixelCount > kMaxImagePixels) throw std::runtime_error(kTooSmall);
-        charge(kFrameRecordSize + pixelCount);
-        frame.pixels.assign(static_cast<std::size_t>(pixelCount), frame.transparencyIndex);
-        if (subframeCount > 0)
-            drawSubframes(frame, dataOffset, subframeCount, depth + 1);
-        else if (pixelCount > 0 && compressed)
-            readRows(frame, dataOffset);
-        else if (pixelCount > 0)
-            std::ranges::copy(file_.view(dataOffset, frame.pixels.size()), frame.pixels.begin());
+        frame.width = record.width;
+        frame.height = record.height;
+        frame.originX = record.originX;
+        frame.originY = record.originY;
+        frame.transparencyIndex = record.transparencyIndex;
+        frame.pixels.assign(static_cast<std::size_t>(record.pixelCount()),
+                            record.transparencyIndex);
+        if (record.subframeCount > 0)
+            drawSubframes(frame, record, depth + 1);
+        else if (!frame.pixels.empty() && record.isCompressed)
+            readRows(frame, record.dataOffset);
+        else if (!frame.pixels.empty())
+            std::ranges::copy(directory_.file().view(record.dataOffset, frame.pixels.size()),
+                              frame.pixels.begin());
         return frame;
     }
 
-    void drawSubframes(GafFrame& frame, std::uint32_t listOffset, std::size_t count, int depth) {
-        if (depth > kMaxGafNesting) throw std::runtime_error(kTooSmall);
-        ByteCursor offsets(file_.view(listOffset, count * 4), kTooSmall);
-        for (std::size_t i = 0; i < count; ++i) drawOver(frame, readFrame(offsets.u32(), depth));
+    void drawSubframes(GafFrame& frame, const GafRecord& record, int depth) {
+        if (depth > kMaxGafNesting) throw std::runtime_error(kGafTooSmall);
+        ByteCursor offsets(
+            directory_.file().view(record.dataOffset, record.subframeCount * kGafSubframeLinkSize),
+            kGafTooSmall);
+        while (offsets.remaining() > 0) drawOver(frame, readFrame(offsets.u32(), depth));
     }
 
     void readRows(GafFrame& frame, std::uint32_t dataOffset) {
-        ByteCursor cursor = file_;
+        ByteCursor cursor = directory_.file();
         cursor.seek(dataOffset);
         const std::span<std::uint8_t> pixels(frame.pixels);
         for (std::size_t y = 0; y < frame.height; ++y) {
             const std::uint16_t length = cursor.u16();
-            decodeRow(ByteCursor(cursor.take(length), kTooSmall),
-                      pixels.subspan(y * frame.width, frame.width));
+            decodeRow(cursor.take(length), pixels.subspan(y * frame.width, frame.width));
         }
     }
 
-    ByteCursor file_;
+    GafDirectory directory_;
     std::uint64_t workLeft_;
-    std::size_t entryCount_ = 0;
-    std::size_t entryTable_ = 0;
 };
 
 /// How many pixels from `x` on, at most `limit`, have the value of the pixel at `x`.
@@ -266,13 +189,13 @@ void writeFrame(ByteWriter& out, const GafFrame& frame, GafEncoding encoding) {
 }
 
 void writeEntry(ByteWriter& out, const GafEntry& entry, GafEncoding encoding) {
-    if (entry.name.size() > kNameSize) throw std::runtime_error("writeGaf: entry name too long");
+    if (entry.name.size() > kGafNameSize) throw std::runtime_error("writeGaf: entry name too long");
     if (entry.frames.size() > 0xFFFF) throw std::runtime_error("writeGaf: too many frames");
     out.u16(static_cast<std::uint16_t>(entry.frames.size()));
     out.u16(1);
     out.u32(0);
     out.text(entry.name);
-    out.zeros(kNameSize - entry.name.size());
+    out.zeros(kGafNameSize - entry.name.size());
     std::size_t link = out.position();
     for (const GafFrame& frame : entry.frames) {
         out.u32(0);
@@ -281,7 +204,7 @@ void writeEntry(ByteWriter& out, const GafEntry& entry, GafEncoding encoding) {
     for (const GafFrame& frame : entry.frames) {
         out.patchU32(link, static_cast<std::uint32_t>(out.position()));
         writeFrame(out, frame, encoding);
-        link += kFrameLinkSize;
+        link += kGafFrameLinkSize;
     }
 }
 
@@ -314,15 +237,15 @@ GafPicture readGafPicture(ByteView bytes, std::size_t index) {
 
 Bytes writeGaf(const GafFile& gaf, GafEncoding encoding) {
     ByteWriter out;
-    out.u32(kVersion);
+    out.u32(kGafVersion);
     out.u32(static_cast<std::uint32_t>(gaf.entries.size()));
     out.u32(0);
     std::size_t link = out.position();
-    out.zeros(gaf.entries.size() * kEntryLinkSize);
+    out.zeros(gaf.entries.size() * kGafEntryLinkSize);
     for (const GafEntry& entry : gaf.entries) {
         out.patchU32(link, static_cast<std::uint32_t>(out.position()));
         writeEntry(out, entry, encoding);
-        link += kEntryLinkSize;
+        link += kGafEntryLinkSize;
     }
     return out.take();
 }

@@ -28,8 +28,6 @@ namespace orb::io {
 namespace {
 
 constexpr std::size_t kHeaderSize = 52;
-constexpr std::size_t kVertexSize = 12;
-constexpr std::size_t kPrimitiveSize = 32;
 constexpr std::size_t kIndexSize = 2;
 constexpr std::uint32_t kVersion = 1;
 constexpr std::uint32_t kFlagsTag = 0xC13D0000;
@@ -114,13 +112,13 @@ private:
     }
 
     void readVertices(Model3doObject& object, std::uint32_t offset, std::uint32_t count) {
-        ByteCursor cursor = arrayAt(offset, count, kVertexSize);
+        ByteCursor cursor = arrayAt(offset, count, k3doVertexSize);
         object.vertices.reserve(count);
         for (std::uint32_t i = 0; i < count; ++i) object.vertices.push_back(readPoint(cursor));
     }
 
     void readPrimitives(Model3doObject& object, std::uint32_t offset, std::uint32_t count) {
-        ByteCursor cursor = arrayAt(offset, count, kPrimitiveSize);
+        ByteCursor cursor = arrayAt(offset, count, k3doPrimitiveSize);
         object.primitives.reserve(count);
         for (std::uint32_t i = 0; i < count; ++i)
             object.primitives.push_back(readPrimitive(cursor));

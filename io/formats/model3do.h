@@ -22,6 +22,8 @@ struct Model3doPrimitive {
     std::optional<std::string> textureName;
     /// The editor's own markings; the format keeps them in a field that the game does not use.
     std::array<bool, 3> flags{};
+
+    bool operator==(const Model3doPrimitive&) const = default;
 };
 
 /// One piece of a model with the pieces that hang from it.
@@ -42,6 +44,10 @@ inline constexpr int kMax3doNesting = 256;
 /// Bytes of vertex, primitive and index arrays that one file may be read into, counted once for
 /// every piece or face that points at them.
 inline constexpr std::size_t kMax3doArrayBytes = std::size_t{64} << 20;
+
+/// Bytes of a vertex and of a face in those arrays.
+inline constexpr std::size_t k3doVertexSize = 12;
+inline constexpr std::size_t k3doPrimitiveSize = 32;
 
 /// Reads a 3DO file. Throws std::runtime_error "3DO data too small" when the buffer is shorter than
 /// one header, an array runs past its end, or shared arrays exceed `kMax3doArrayBytes`. A header

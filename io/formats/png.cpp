@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdlib>
 #include <string_view>
 
 #include <zlib.h>
@@ -12,7 +13,7 @@
 //   u32 length, 4 letters of type, that many bytes, u32 crc of type and bytes
 //
 //   IHDR  u32 width, u32 height, u8 bit depth, u8 colour type, u8 compression 0, u8 filter 0,
-//         u8 interlace (0 = none)
+//         u8 interlace (0 = none, 1 = seven passes, each the rows of a coarser picture)
 //   PLTE  r, g, b per palette entry
 //   tRNS  alpha per palette entry, or the u16 samples of the one see-through colour
 //   IDAT  pieces of one zlib stream: per row a filter type and the packed samples
@@ -23,10 +24,12 @@ namespace {
 
 constexpr std::array<std::uint8_t, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 constexpr std::size_t kHeaderChunkSize = 13;
+constexpr std::uint64_t kMaxDeflateRatio = 1032;  // no deflate stream expands further
 constexpr const char* kTooSmall = "PNG data too small";
+constexpr const char* kDamaged = "PNG pixel data damaged";
 
 enum ColorType : std::uint8_t { kGrey = 0, kRgb = 2, kIndexed = 3, kGreyAlpha = 4, kRgba = 6 };
-constexpr std::uint8_t kNoFilter = 0;
+enum Filter : std::uint8_t { kNone = 0, kSub = 1, kUp = 2, kAverage = 3, kPaeth = 4 };
 
 struct Header {
     std::uint32_t width = 0;
@@ -48,8 +51,10 @@ struct Header {
         }
     }
     std::size_t bitsPerPixel() const { return channels() * bitDepth; }
-    std::size_t rowBytes() const {
-        return static_cast<std::size_t>((std::uint64_t{width} * bitsPerPixel() + 7) / 8);
+    /// Of a row of the whole picture or of as many pixels.
+    std::size_t rowBytes() const { return rowBytes(width); }
+    std::size_t rowBytes(std::uint32_t pixels) const {
+        return static_cast<std::size_t>((std::uint64_t{pixels} * bitsPerPixel() + 7) / 8);
     }
 };
 
@@ -95,7 +100,7 @@ Bytes deflateRows(const Header& header, ByteView samples) {
     const std::size_t rowBytes = header.rowBytes();
     ByteWriter rows;
     for (std::size_t y = 0; y < header.height; ++y) {
-        rows.u8(kNoFilter);
+        rows.u8(kNone);
         rows.bytes(samples.subspan(y * rowBytes, rowBytes));
     }
     uLongf size = compressBound(static_cast<uLong>(rows.position()));
@@ -178,10 +183,189 @@ Header readHeader(ByteCursor& cursor) {
     const std::uint8_t compression = fields.u8();
     const std::uint8_t filter = fields.u8();
     header.interlace = fields.u8();
-    if (!isValidFormat(header.colorType, header.bitDepth) || compression != 0 || filter != 0)
+    if (!isValidFormat(header.colorType, header.bitDepth) || compression != 0 || filter != 0 ||
+        header.interlace > 1)
         throw std::runtime_error("Invalid PNG header");
     checkDimensions(header.width, header.height);
     return header;
+}
+
+/// What the chunks after the header hold.
+struct Content {
+    Palette palette{};
+    bool hasPalette = false;
+    ByteView transparency;
+    Bytes deflated;
+};
+
+void readPalette(Content& content, ByteView data) {
+    content.hasPalette = true;
+    const std::size_t count = std::min(data.size() / 3, content.palette.size());
+    for (std::size_t i = 0; i < count; ++i)
+        content.palette[i] = {data[3 * i], data[3 * i + 1], data[3 * i + 2], 255};
+}
+
+Content readContent(ByteCursor& cursor) {
+    Content content;
+    for (;;) {
+        const Chunk chunk = readChunk(cursor);
+        if (chunk.type == "IEND") return content;
+        if (chunk.type == "PLTE") readPalette(content, chunk.data);
+        if (chunk.type == "tRNS") content.transparency = chunk.data;
+        if (chunk.type == "IDAT")
+            content.deflated.insert(content.deflated.end(), chunk.data.begin(), chunk.data.end());
+    }
+}
+
+/// Every `xStep`th pixel of every `yStep`th row, from `x` and `y` on.
+struct Pass {
+    std::uint32_t x, y, xStep, yStep;
+
+    std::uint32_t width(const Header& header) const { return count(header.width, x, xStep); }
+    /// 0 when there is no pixel in a row either.
+    std::uint32_t height(const Header& header) const {
+        return width(header) == 0 ? 0 : count(header.height, y, yStep);
+    }
+    std::size_t bytes(const Header& header) const {
+        return (header.rowBytes(width(header)) + 1) * height(header);
+    }
+
+private:
+    static std::uint32_t count(std::uint32_t size, std::uint32_t first, std::uint32_t step) {
+        return size <= first ? 0 : (size - first - 1) / step + 1;
+    }
+};
+
+constexpr Pass kWhole[] = {{0, 0, 1, 1}};
+constexpr Pass kInterlaced[] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
+                                {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
+
+std::span<const Pass> passesOf(const Header& header) {
+    return header.interlace == 0 ? std::span<const Pass>(kWhole) : kInterlaced;
+}
+
+Bytes inflateRows(const Header& header, const Bytes& deflated) {
+    std::size_t size = 0;
+    for (const Pass& pass : passesOf(header)) size += pass.bytes(header);
+    if (size / kMaxDeflateRatio > deflated.size()) throw std::runtime_error(kTooSmall);
+    Bytes rows(size);
+    auto written = static_cast<uLongf>(size);
+    const int result =
+        uncompress(rows.data(), &written, deflated.data(), static_cast<uLong>(deflated.size()));
+    if (result != Z_OK || written != size) throw std::runtime_error(kDamaged);
+    return rows;
+}
+
+/// Of the neighbours left, above and above left, the one nearest to left + above - above left.
+int paethPredictor(int left, int above, int aboveLeft) {
+    const int estimate = left + above - aboveLeft;
+    const int toLeft = std::abs(estimate - left);
+    const int toAbove = std::abs(estimate - above);
+    const int toAboveLeft = std::abs(estimate - aboveLeft);
+    if (toLeft <= toAbove && toLeft <= toAboveLeft) return left;
+    return toAbove <= toAboveLeft ? above : aboveLeft;
+}
+
+int prediction(std::uint8_t filter, int left, int above, int aboveLeft) {
+    switch (filter) {
+        case kNone:
+            return 0;
+        case kSub:
+            return left;
+        case kUp:
+            return above;
+        case kAverage:
+            return (left + above) / 2;
+        case kPaeth:
+            return paethPredictor(left, above, aboveLeft);
+        default:
+            throw std::runtime_error(kDamaged);
+    }
+}
+
+/// Undoes a row's filter in place; `above` is the finished row before it, or empty.
+void unfilter(std::uint8_t filter, std::size_t pixelBytes, std::span<std::uint8_t> row,
+              ByteView above) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        const bool hasLeft = i >= pixelBytes;
+        const int left = hasLeft ? row[i - pixelBytes] : 0;
+        const int up = above.empty() ? 0 : above[i];
+        const int upLeft = hasLeft && !above.empty() ? above[i - pixelBytes] : 0;
+        row[i] = static_cast<std::uint8_t>(row[i] + prediction(filter, left, up, upLeft));
+    }
+}
+
+/// Turns samples into colours.
+class SampleReader {
+public:
+    SampleReader(const Header& header, const Content& content)
+        : header_(header), palette_(content.palette) {
+        const ByteView alphas = content.transparency;
+        if (header.colorType == kIndexed) {
+            const std::size_t count = std::min(alphas.size(), palette_.size());
+            for (std::size_t i = 0; i < count; ++i) palette_[i].a = alphas[i];
+        } else if (alphas.size() >= header.channels() * 2) {
+            hasClearColor_ = header.colorType == kGrey || header.colorType == kRgb;
+            for (std::size_t i = 0; hasClearColor_ && i < header.channels(); ++i)
+                clearColor_[i] = static_cast<unsigned>(alphas[2 * i] << 8 | alphas[2 * i + 1]);
+        }
+    }
+
+    Rgba pixel(ByteView row, std::size_t x) const {
+        const std::size_t channels = header_.channels();
+        std::array<unsigned, 4> s{};
+        for (std::size_t i = 0; i < channels; ++i) s[i] = sample(row, x * channels + i);
+        const std::uint8_t alpha = hasClearColor_ && s == clearColor_ ? 0 : 255;
+        switch (header_.colorType) {
+            case kIndexed:
+                return palette_[s[0]];
+            case kGrey:
+                return {toByte(s[0]), toByte(s[0]), toByte(s[0]), alpha};
+            case kGreyAlpha:
+                return {toByte(s[0]), toByte(s[0]), toByte(s[0]), toByte(s[1])};
+            case kRgb:
+                return {toByte(s[0]), toByte(s[1]), toByte(s[2]), alpha};
+            default:
+                return {toByte(s[0]), toByte(s[1]), toByte(s[2]), toByte(s[3])};
+        }
+    }
+
+private:
+    unsigned sample(ByteView row, std::size_t index) const {
+        if (header_.bitDepth == 8) return row[index];
+        if (header_.bitDepth == 16)
+            return static_cast<unsigned>(row[2 * index] << 8 | row[2 * index + 1]);
+        const std::size_t bit = index * header_.bitDepth;
+        const std::size_t shift = 8 - header_.bitDepth - bit % 8;
+        return static_cast<unsigned>(row[bit / 8] >> shift) & ((1U << header_.bitDepth) - 1);
+    }
+
+    std::uint8_t toByte(unsigned value) const {
+        if (header_.bitDepth == 16) return static_cast<std::uint8_t>(value >> 8);
+        return static_cast<std::uint8_t>(value * 255 / ((1U << header_.bitDepth) - 1));
+    }
+
+    const Header& header_;
+    Palette palette_;
+    bool hasClearColor_ = false;
+    std::array<unsigned, 4> clearColor_{};
+};
+
+/// Undoes the filters of a pass and puts its pixels into their places. `rows` holds a filter type
+/// before each row.
+void readPass(const Header& header, const Pass& pass, const SampleReader& samples,
+              std::span<std::uint8_t> rows, RgbaImage& image) {
+    const std::size_t pixelBytes = std::max<std::size_t>(1, header.bitsPerPixel() / 8);
+    const std::size_t rowBytes = header.rowBytes(pass.width(header));
+    ByteView above;
+    for (std::size_t row = 0; row < pass.height(header); ++row) {
+        const std::span<std::uint8_t> line = rows.subspan(row * (rowBytes + 1), rowBytes + 1);
+        unfilter(line[0], pixelBytes, line.subspan(1), above);
+        above = line.subspan(1);
+        const std::size_t y = pass.y + row * pass.yStep;
+        for (std::size_t i = 0; i < pass.width(header); ++i)
+            image.pixels[y * header.width + pass.x + i * pass.xStep] = samples.pixel(above, i);
+    }
 }
 
 }  // namespace
@@ -196,6 +380,25 @@ Bytes encodePng(const RgbaImage& image) {
 Bytes encodePngIndexed(std::uint32_t width, std::uint32_t height, ByteView indices,
                        const Palette& palette) {
     return encode({width, height, 8, kIndexed}, indices, &palette);
+}
+
+RgbaImage decodePng(ByteView bytes) {
+    ByteCursor cursor(bytes, kTooSmall);
+    const Header header = readHeader(cursor);
+    const Content content = readContent(cursor);
+    if (header.colorType == kIndexed && !content.hasPalette)
+        throw std::runtime_error("PNG palette missing");
+    Bytes rows = inflateRows(header, content.deflated);
+
+    RgbaImage image{header.width, header.height, {}};
+    image.pixels.resize(std::size_t{header.width} * header.height);
+    const SampleReader samples(header, content);
+    std::span<std::uint8_t> rest(rows);
+    for (const Pass& pass : passesOf(header)) {
+        readPass(header, pass, samples, rest.first(pass.bytes(header)), image);
+        rest = rest.subspan(pass.bytes(header));
+    }
+    return image;
 }
 
 ImageSize readPngSize(ByteView bytes) {

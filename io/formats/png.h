@@ -28,9 +28,13 @@ Bytes encodePng(const RgbaImage& image);
 Bytes encodePngIndexed(std::uint32_t width, std::uint32_t height, ByteView indices,
                        const Palette& palette);
 
-/// The size that the header announces. Throws std::runtime_error with "PNG data too small",
-/// "Invalid PNG signature", "Invalid PNG header", "Invalid PNG dimensions" or "PNG checksum
-/// mismatch".
+/// Decodes a picture of any colour type and bit depth, interlaced or not; samples of 16 bits keep
+/// their upper byte. Throws std::runtime_error with "PNG data too small", "Invalid PNG signature",
+/// "Invalid PNG header", "Invalid PNG dimensions", "PNG checksum mismatch", "PNG palette missing"
+/// or "PNG pixel data damaged".
+RgbaImage decodePng(ByteView bytes);
+
+/// The size that the header announces; the texts of `decodePng` that concern the header.
 ImageSize readPngSize(ByteView bytes);
 
 }  // namespace orb::io

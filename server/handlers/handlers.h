@@ -45,8 +45,24 @@ Reply renderConstants(UnitViewSession&, const Payload&);
 Reply getUnitGlb(UnitViewSession&, const Payload&);
 Reply getWeaponModelGlb(UnitViewSession&, const Payload&);
 
+// model_edits.cpp
+Reply modelGetUnitSummary(UnitViewSession&, const Payload&);
+Reply modelGetPiece(UnitViewSession&, const Payload&);
+Reply modelDuplicateFaces(UnitViewSession&, const Payload&);
+Reply modelBleedThrough(UnitViewSession&, const Payload&);
+Reply modelApplyFix(UnitViewSession&, const Payload&);
+Reply modelUndo(UnitViewSession&, const Payload&);
+Reply modelRedo(UnitViewSession&, const Payload&);
+Reply modelRevert(UnitViewSession&, const Payload&);
+Reply modelCommit(UnitViewSession&, const Payload&);
+
 // textures.cpp
 Reply unitTextures(UnitViewSession&, const Payload&);
+
+// texture_remap.cpp
+Reply textureSuggestRemap(UnitViewSession&, const Payload&);
+Reply texturePreviewRemap(UnitViewSession&, const Payload&);
+Reply textureApplyRemap(UnitViewSession&, const Payload&);
 
 // build_pictures.cpp
 Reply getUnitBuildpic(UnitViewSession&, const Payload&);

@@ -104,6 +104,7 @@ TEST(Compiler, ImplicitReturns) {
     };
     const auto safe = ImplicitReturn::safe;
     const auto compat = ImplicitReturn::compat;
+    const auto lastWord = ImplicitReturn::lastWord;
     const std::string_view conditional = "A() { if (1) { return 0; } } B() {}";
     const Case cases[] = {
         {safe, "A() { return (0); } B() { }", {0, 3}, 6, {}},
@@ -125,6 +126,19 @@ TEST(Compiler, ImplicitReturns) {
          {"1:28 W1 control can reach the end of 'A' and runs on into 'B'",
           "1:35 W1 control can reach the end of 'B' and runs on into the end of the code"}},
         {safe, "A() { { return; } }", {0}, 3, {}},
+        // the jump over an else ends in no return, an implicit return is one
+        {lastWord, "A() { if (1) { return 0; } else {} } B() { return 0; }", {0, 12}, 15, {}},
+        {compat,
+         "A() { if (1) { return 0; } else {} } B() { return 0; }",
+         {0, 9},
+         12,
+         {"1:36 W1 control can reach the end of 'A' and runs on into 'B'"}},
+        {lastWord,
+         "A() { } B() { } C() { sleep 1; }",
+         {0, 3, 3},
+         9,
+         {"1:15 W1 control can reach the end of 'B' and runs on into 'C'"}},
+        {compat, "A() { } B() { }", {0, 3}, 6, {}},
         {safe, "A() { sleep 1;\n//@no-return\n} B() { }", {0, 3}, 6, {}},
     };
     for (const Case& each : cases) {

@@ -38,7 +38,6 @@ struct Case {
 
 TEST(ForeignCode, WhatTheLanguageCannotSayStandsAsWords) {
     const std::uint32_t c = w(Op::pushConst);
-    const std::uint32_t zero = w(Op::ret);
     const Case cases[] = {
         {"piece",
          {c, 1, c, 2, w(Op::turn), 9, 1},
@@ -49,7 +48,6 @@ TEST(ForeignCode, WhatTheLanguageCannotSayStandsAsWords) {
         {"static", {c, 1, w(Op::popStatic), 8}, "__words(0x10021001, 1, 0x10023004, 8);"},
         {"local", {w(Op::pushLocal), 0, w(Op::sleep)}, "__words(0x10021002, 0, 0x10013000);"},
         {"value left", {w(Op::call), 0, 0, w(Op::pop)}, "__words(0x10024000); // pop"},
-        {"bare return", {w(Op::createLocal), zero}, "__words(0x10022000, 0x10065000); // RETURN"},
         {"attached", {c, 1, c, 2, c, 3, w(Op::attachUnit)}, "__words(0x10021001, 1, 0x10021001, 2"},
         {"jump out", {w(Op::jump), 900}, "__words(0x10064000, 900); // jump"},
         {"into a word", {w(Op::jump), 1, c, 1, w(Op::sleep)}, "__words(0x10064000, +1); // jump"},
@@ -71,6 +69,29 @@ TEST(ForeignCode, WhatTheLanguageCannotSayStandsAsWords) {
         EXPECT_EQ(text.rawScripts, std::vector<std::string>{"T"}) << each.what;
         EXPECT_NE(text.source.find(each.line), std::string::npos) << each.what << text.source;
     }
+}
+
+TEST(ForeignCode, ReturnsWithoutAValue) {
+    const std::uint32_t c = w(Op::pushConst);
+    const auto cob = cobOf(
+        {{"A", {c, 1, w(Op::jumpIfZero), 6, w(Op::createLocal), w(Op::ret), c, 0, w(Op::ret)}},
+         {"B", {w(Op::createLocal), w(Op::ret)}}});
+    const BosDisassembly text = expectSameCode(*cob);
+    EXPECT_EQ(text.rawScripts, std::vector<std::string>{});
+    EXPECT_EQ(text.options.valuelessReturn, ValuelessReturn::bare);
+    EXPECT_EQ(text.source,
+              "// linear 163840, angular 182, arguments vm, valueless-return bare\n"
+              "\npiece base, arm, \"\";\n"
+              "\nstatic-var static_0, static_1, static_2, static_3, static_4, static_5, static_6, "
+              "static_7;\n"
+              "\nA()\n{\n\tif (1)\n\t{\n\t\treturn;\n\t}\n\treturn (0);\n}\n"
+              "\nB()\n{\n\treturn;\n}\n");
+    BosOptionChoices push0;
+    push0.valuelessReturn = ValuelessReturn::push0;
+    const BosDisassembly words = disassembleCob(*cob, push0);
+    EXPECT_NE(words.source.find("__words(0x10022000, 0x10065000); // RETURN"), std::string::npos);
+    EXPECT_EQ(words.options, BosOptions{});
+    EXPECT_TRUE(words.isExact);
 }
 
 TEST(ForeignCode, NamesOfAnyKind) {
@@ -199,6 +220,20 @@ TEST(SourceCompare, FindsSettingsAndTellsDifferences) {
     EXPECT_TRUE(other.piecesDiffer);
     EXPECT_FALSE(other.isIdentical || other.staticVarsDiffer || other.scriptOrderDiffers);
     EXPECT_FALSE(compareSource(cob, "T(", "a.bos", nullptr).ok);
+}
+
+TEST(SourceCompare, FindsTheRuleByWhichAReturnWasLeftOut) {
+    const std::string_view source = "A() { sleep 1; } B() { } C() { sleep 2; }";
+    for (const auto rule :
+         {ImplicitReturn::safe, ImplicitReturn::compat, ImplicitReturn::lastWord}) {
+        BosOptionChoices choices;
+        choices.implicitReturn = rule;
+        const io::CobFile cob = compiled(source, choices).code.cob;
+        const SourceComparison compared = compareSource(cob, source, "a.bos", nullptr);
+        EXPECT_TRUE(compared.isIdentical);
+        EXPECT_EQ(compared.options.implicitReturn == ImplicitReturn::lastWord,
+                  rule == ImplicitReturn::lastWord);
+    }
 }
 
 TEST(SourceCompare, ScriptsAreMatchedByNameAndInOrder) {

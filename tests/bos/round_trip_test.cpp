@@ -23,10 +23,10 @@ std::vector<BosOptions> allOptions() {
     for (const auto& [linear, angular] :
          {std::pair(163840.0, 182.0), std::pair(65536.0, 182.0),
           std::pair(81920.0, 182.04400634765625), std::pair(65536.0, 65536.0 / 360)})
-        for (int bits = 0; bits < 8; ++bits)
-            result.push_back({Scale(linear), Scale(angular), static_cast<ImplicitReturn>(bits & 1),
-                              static_cast<ValuelessReturn>(bits >> 1 & 1),
-                              static_cast<ArgumentOrder>(bits >> 2)});
+        for (int i = 0; i < 12; ++i)
+            result.push_back({Scale(linear), Scale(angular), static_cast<ImplicitReturn>(i / 4),
+                              static_cast<ValuelessReturn>(i & 1),
+                              static_cast<ArgumentOrder>(i >> 1 & 1)});
     return result;
 }
 
@@ -39,6 +39,19 @@ void expectRoundTrip(const io::CobFile& cob, const BosOptions& options) {
     ASSERT_TRUE(again.ok) << ::testing::PrintToString(shown(again.diagnostics)) << first.source;
     EXPECT_EQ(io::writeCob(again.code.cob), io::writeCob(cob)) << first.source;
     EXPECT_EQ(disassembleCob(again.code.cob, all(options)).source, first.source);
+}
+
+/// A text compiles to the file's code with the options that came with it, whatever its first line
+/// says and whichever of them the request had left open.
+void expectOptionsCompileBack(const io::CobFile& cob, const BosOptionChoices& choices) {
+    const BosDisassembly text = disassembleCob(cob, choices);
+    EXPECT_TRUE(text.isExact) << text.source;
+    const std::string withoutSettings = text.source.substr(text.source.find('\n') + 1);
+    for (const std::string& source : {text.source, withoutSettings}) {
+        const BosCompilation again = compiled(source, all(text.options));
+        ASSERT_TRUE(again.ok) << ::testing::PrintToString(shown(again.diagnostics)) << source;
+        EXPECT_EQ(again.code.cob.code, cob.code) << source;
+    }
 }
 
 /// Spans cover every word once, in order.
@@ -62,6 +75,11 @@ TEST(RoundTrip, RandomProgramsInEverySetting) {
         ASSERT_TRUE(first.ok) << ::testing::PrintToString(shown(first.diagnostics)) << source;
         expectWholeSpans(first.code.lineSpans, first.code.cob.code.size());
         expectRoundTrip(first.code.cob, setting);
+        BosOptionChoices open = all(options[seed / 7 % options.size()]);
+        expectOptionsCompileBack(first.code.cob, open);
+        open.valuelessReturn.reset();
+        expectOptionsCompileBack(first.code.cob, open);
+        EXPECT_EQ(disassembleCob(first.code.cob, open).rawScripts, std::vector<std::string>{});
         if (HasFailure()) FAIL() << source;
     }
 }

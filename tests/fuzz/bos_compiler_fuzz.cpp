@@ -17,6 +17,7 @@ BosOptionChoices optionsFrom(std::uint8_t bits) {
     if (bits & 4) choices.argumentOrder = ArgumentOrder::source;
     if (bits & 8) choices.linearScale = Scale(65536);
     if (bits & 16) choices.angularScale = Scale(182.0444);
+    if (bits & 32) choices.implicitReturn = ImplicitReturn::lastWord;
     return choices;
 }
 

@@ -10,12 +10,14 @@
 #include <fmt/format.h>
 
 #include "io/path_text.h"
+#include "model/edit/working_model.h"
 #include "model/glb.h"
 #include "session/unit_view_session.h"
+#include "tests/model/random_model.h"
 #include "tests/quiet_log.h"
 
 // Writes models for tools that look at them: every unit of a data root, with and without team
-// colour, and three that strain the format.
+// colour, models drawn and edited at random, and three that strain the format.
 //
 // usage: orb-export-samples DATA_DIR OUTPUT_DIR
 namespace {
@@ -25,6 +27,8 @@ using namespace orb;
 using namespace orb::unitview;
 
 constexpr int kNestedPieces = 200;
+constexpr std::uint32_t kEditedModels = 100;
+constexpr int kEdits = 20;
 constexpr std::size_t kRimCorners = 30'000;  // 89,994 triangle corners
 
 void writeFile(const fs::path& path, const io::Bytes& bytes) {
@@ -74,6 +78,22 @@ void exportUnits(const fs::path& data, const fs::path& output) {
     }
 }
 
+void exportEditedModels(const fs::path& output) {
+    for (std::uint32_t seed = 0; seed < kEditedModels; ++seed) {
+        ModelDraw draw(seed);
+        WorkingModel working(draw.model());
+        for (int step = 0; step < kEdits; ++step) {
+            try {
+                working.apply(draw.fix(working.model()), {2, 2});
+            } catch (const ModelFixError&) {
+                continue;  // drawn amiss
+            }
+        }
+        writeFile(output / fmt::format("edited{}.glb", seed),
+                  model3doToGlb(working.model(), {}, io::greyscaleRamp(), {}));
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -85,6 +105,7 @@ int main(int argc, char** argv) try {
     const fs::path output = io::pathFromText(argv[2]);
     fs::create_directories(output);
     exportUnits(io::pathFromText(argv[1]), output);
+    exportEditedModels(output);
     writeFile(output / "nested.glb",
               model3doToGlb(*nestedPieces(kNestedPieces), {}, io::greyscaleRamp(), {}));
     writeFile(output / "empty.glb", model3doToGlb({}, {}, io::greyscaleRamp(), {}));

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+
+#include "io/formats/model3do.h"
+
+namespace orb::unitview {
+
+/// Thrown text of an analysis that would take too long or too much memory.
+inline constexpr const char* kTooLargeToAnalyse = "model too large to analyse";
+
+/// Vertices, faces and corners of a model that is analysed, together. Models of the game have some
+/// thousands; files may have millions, since faces may share arrays.
+inline constexpr std::size_t kMaxAnalysedParts = std::size_t{1} << 19;
+
+/// Throws std::runtime_error "model too large to analyse" beyond that.
+void requireAnalysable(const io::Model3doObject& root);
+
+/// Steps that a search may take, whatever is in the file.
+class WorkBudget {
+public:
+    explicit WorkBudget(std::uint64_t steps) : left_(steps) {}
+
+    /// Throws std::runtime_error "model too large to analyse" when there are not that many left.
+    void spend(std::uint64_t steps) {
+        if (steps > left_) throw std::runtime_error(kTooLargeToAnalyse);
+        left_ -= steps;
+    }
+
+private:
+    std::uint64_t left_;
+};
+
+}  // namespace orb::unitview

@@ -1,0 +1,134 @@
+#include "model/edit/corner_keys.h"
+
+#include <algorithm>
+#include <map>
+#include <unordered_map>
+
+#include "model/edit/cell_hash.h"
+#include "model/face_geometry.h"
+#include "model/mesh.h"
+
+namespace orb::unitview {
+namespace {
+
+/// A cube of space. Points within one edge of each other lie in the same or in neighbouring ones.
+using Cell = std::array<std::int64_t, 3>;
+
+/// Half a step of the file's coordinates; smaller cells would find nothing more.
+constexpr double kLeastCell = 1.0 / 131072;
+/// Cells further out count as one; their numbers must have neighbours.
+constexpr double kLastCell = 9e18;
+
+class VertexGrid {
+public:
+    VertexGrid(const std::vector<io::Vec3>& vertices, double tolerance)
+        : vertices_(vertices), tolerance_(tolerance), cell_(std::max(tolerance, kLeastCell)) {}
+
+    /// The vertex that stands for this one.
+    std::uint32_t join(std::uint32_t index) {
+        const Vec3d point = toDouble(vertices_[index]);
+        const Cell center = cellOf(point);
+        std::uint32_t first = index;
+        for (int neighbour = 0; neighbour < 27; ++neighbour) {
+            const auto found =
+                standing_.find({center[0] + neighbour % 3 - 1, center[1] + neighbour / 3 % 3 - 1,
+                                center[2] + neighbour / 9 - 1});
+            if (found == standing_.end()) continue;
+            for (const std::uint32_t other : found->second)
+                if (other < first && length(toDouble(vertices_[other]) - point) <= tolerance_)
+                    first = other;
+        }
+        if (first == index) standing_[center].push_back(index);
+        return first;
+    }
+
+private:
+    Cell cellOf(const Vec3d& point) const {
+        Cell cell;
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            cell[axis] = static_cast<std::int64_t>(
+                std::clamp(std::floor(point[axis] / cell_), -kLastCell, kLastCell));
+        return cell;
+    }
+
+    const std::vector<io::Vec3>& vertices_;
+    double tolerance_;
+    double cell_;
+    std::unordered_map<Cell, std::vector<std::uint32_t>, CellHash> standing_;
+};
+
+/// Where the rotation of a list begins that is the least of all, in linear time: two candidates run
+/// against each other, and the one that loses skips what it has lost.
+std::size_t leastRotation(const CornerKey& corners) {
+    const std::size_t count = corners.size();
+    std::size_t a = 0, b = 1, same = 0;
+    while (a < count && b < count && same < count) {
+        const std::uint32_t x = corners[(a + same) % count];
+        const std::uint32_t y = corners[(b + same) % count];
+        if (x == y) {
+            ++same;
+            continue;
+        }
+        (x > y ? a : b) += same + 1;
+        if (a == b) ++b;
+        same = 0;
+    }
+    return std::min(a, b);
+}
+
+CornerKey fromLeast(CornerKey corners) {
+    std::ranges::rotate(corners,
+                        corners.begin() + static_cast<std::ptrdiff_t>(leastRotation(corners)));
+    return corners;
+}
+
+}  // namespace
+
+std::vector<std::uint32_t> joinedVertices(const std::vector<io::Vec3>& vertices, double tolerance) {
+    VertexGrid grid(vertices, tolerance);
+    std::vector<std::uint32_t> joined(vertices.size());
+    for (std::uint32_t i = 0; i < joined.size(); ++i) joined[i] = grid.join(i);
+    return joined;
+}
+
+CornerKey cornerKey(const io::Model3doPrimitive& face, const std::vector<std::uint32_t>& joined) {
+    CornerKey corners;
+    for (const std::uint16_t index : face.vertexIndices) {
+        if (index >= joined.size()) return {};
+        if (corners.empty() || corners.back() != joined[index]) corners.push_back(joined[index]);
+    }
+    while (corners.size() > 1 && corners.back() == corners.front()) corners.pop_back();
+    if (corners.size() < 3) return {};
+    return fromLeast(std::move(corners));
+}
+
+CornerKey reversedKey(const CornerKey& key) {
+    return fromLeast({key.rbegin(), key.rend()});
+}
+
+std::vector<FaceRole> faceRoles(const io::Model3doObject& piece) {
+    std::vector<FaceRole> roles(piece.primitives.size());
+    bool hasTwins = false;
+    for (std::size_t i = 0; i < roles.size(); ++i) {
+        roles[i].isSelection = isSelection(piece, i);
+        roles[i].isTwin = !roles[i].isSelection && piece.primitives[i].flags[kTwinFlag];
+        hasTwins |= roles[i].isTwin;
+    }
+    if (!hasTwins) return roles;
+
+    const auto joined = joinedVertices(piece.vertices, 0);
+    std::map<CornerKey, std::vector<std::size_t>> plain;
+    for (std::size_t i = 0; i < roles.size(); ++i)
+        if (roles[i].isPlain()) plain[cornerKey(piece.primitives[i], joined)].push_back(i);
+    plain.erase(CornerKey{});
+    for (std::size_t i = 0; i < roles.size(); ++i) {
+        if (!roles[i].isTwin) continue;
+        const auto found = plain.find(reversedKey(cornerKey(piece.primitives[i], joined)));
+        if (found == plain.end()) continue;
+        roles[i].twinOf = found->second.front();
+        for (const std::size_t shown : found->second) roles[shown].hasTwin = true;
+    }
+    return roles;
+}
+
+}  // namespace orb::unitview

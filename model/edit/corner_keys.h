@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "io/formats/model3do.h"
+
+/// Which vertices and outlines of a piece lie in the same place.
+namespace orb::unitview {
+
+/// For each vertex the first vertex within `tolerance` model units that stands for it: itself, or
+/// an earlier one that stands for itself. A tolerance of 0 joins what is equal.
+std::vector<std::uint32_t> joinedVertices(const std::vector<io::Vec3>& vertices, double tolerance);
+
+/// The corners of an outline, as the vertices that stand for them, from the one on that makes the
+/// list the least: equal for faces with the same corners in the same order round. Corners that
+/// repeat the one before are left out.
+using CornerKey = std::vector<std::uint32_t>;
+
+/// The key of a face. Empty when a corner is missing or fewer than three are left.
+CornerKey cornerKey(const io::Model3doPrimitive& face, const std::vector<std::uint32_t>& joined);
+
+/// The key of the same outline the other way round.
+CornerKey reversedKey(const CornerKey& key);
+
+/// The part that a face plays among those of its piece.
+struct FaceRole {
+    bool isSelection = false;
+    /// It shows another face's back: flag 0 is set, and it is not the selection outline.
+    bool isTwin = false;
+    /// The first face that is no twin and has the same corners the other way round. Of twins only.
+    std::optional<std::size_t> twinOf;
+    /// A twin shows its back.
+    bool hasTwin = false;
+
+    /// Neither twin nor selection outline.
+    bool isPlain() const { return !isSelection && !isTwin; }
+};
+
+/// One role for each face.
+std::vector<FaceRole> faceRoles(const io::Model3doObject& piece);
+
+}  // namespace orb::unitview
