@@ -8,6 +8,7 @@
 #include "authoring/model_commit.h"
 #include "authoring/unit_parts.h"
 #include "io/ascii.h"
+#include "io/content_version.h"
 #include "io/files/folder_lock.h"
 #include "io/formats/cob_file.h"
 #include "io/formats/tdf.h"
@@ -57,6 +58,8 @@ public:
 
     SaveResult result;
     std::vector<FileWrite> writes;
+    /// That of the definition as it is saved.
+    std::string version;
     /// Where the working model is written, if it is.
     std::optional<UnitSource> model;
 
@@ -74,6 +77,7 @@ private:
             bytes = io::encodeGameText(edit.text, definition_.encoding).value();
             isWritten = !edit.changed.empty();
         }
+        version = io::contentVersion(io::asBytes(bytes));
         auto info = io::readFbiUnitInfo(bytes);
         if (!info) throw RequestError(kNoUnitInfo);
         info_ = std::move(*info);
@@ -157,11 +161,16 @@ SaveResult saveUnit(UnitViewSession& session, const SaveRequest& request, io::Fi
     RawDefinition definition = readDefinition(session, stem);
     if (definition.source.inBaseTa)
         return {{}, {}, {EditOutcome::refusedForBase, definition.source.location.path, {}}};
+    const EditTerms& terms = request.terms;
+    if (terms.ifVersion && *terms.ifVersion != definition.version)
+        return {{}, {}, {EditOutcome::changedOnDisk, file.path, {}, definition.version}};
     Saving saving(session, request, std::move(definition));
     SaveResult result = std::move(saving.result);
     result.edit =
-        writeUnitFiles(session, saving.writes, request.allowBackupCreation, ops, saving.model);
-    if (result.edit.outcome == EditOutcome::ok) result.edit.resolvedPath = file.path;
+        writeUnitFiles(session, saving.writes, terms.allowBackupCreation, ops, saving.model);
+    const bool isSaved = result.edit.outcome == EditOutcome::ok;
+    if (isSaved) result.edit.resolvedPath = file.path;
+    if (terms.ifVersion) result.edit.version = isSaved ? saving.version : *terms.ifVersion;
     return result;
 }
 

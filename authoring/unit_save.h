@@ -29,7 +29,8 @@ struct SaveRequest {
     std::optional<io::Bytes> picture = {};
     /// The edits of the model, if there are any.
     bool model = true;
-    bool allowBackupCreation = false;
+    /// `checkOnly` is none of them.
+    EditTerms terms = {};
 };
 
 struct SavedFile {

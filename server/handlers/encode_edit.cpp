@@ -17,6 +17,13 @@ constexpr std::array<std::string_view, 5> kOutcomeWords = {
 
 }  // namespace
 
+EditTerms decodeTerms(const Payload& payload) {
+    EditTerms terms;
+    terms.allowBackupCreation = payload.flag("allowBackupCreation").value_or(false);
+    terms.ifVersion = textOption(payload, "ifVersion");
+    return terms;
+}
+
 json encodeEdit(const EditResult& edit) {
     json data = {{"outcome", kOutcomeWords.at(static_cast<std::size_t>(edit.outcome))},
                  {"resolvedPath", io::textFromPath(edit.resolvedPath)}};

@@ -3,11 +3,16 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "authoring/unit_definition.h"
+#include "server/payload.h"
 
-/// The JSON form of how a write of game data ended.
+/// The JSON forms of what a write of game data may do and of how it ended.
 namespace orb::unitview::ipc {
 
-/// {"outcome", "resolvedPath", "reloadError" (when the loaded unit is not loaded any more)}.
+/// "allowBackupCreation" and "ifVersion".
+EditTerms decodeTerms(const Payload& payload);
+
+/// {"outcome", "resolvedPath", "reloadError" (when the loaded unit is not loaded any more), "version"
+/// (when the request was bound to one)}.
 nlohmann::json encodeEdit(const EditResult& edit);
 
 }  // namespace orb::unitview::ipc

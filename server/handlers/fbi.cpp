@@ -10,13 +10,6 @@ using nlohmann::json;
 
 namespace {
 
-EditTerms decodeTerms(const Payload& payload) {
-    EditTerms terms;
-    terms.allowBackupCreation = payload.flag("allowBackupCreation").value_or(false);
-    terms.ifVersion = textOption(payload, "ifVersion");
-    return terms;
-}
-
 json encodeWarnings(const std::vector<FbiWarning>& warnings) {
     json result = json::array();
     for (const FbiWarning& warning : warnings)

@@ -64,7 +64,7 @@ SaveRequest decodeSave(const Payload& payload) {
     SaveRequest request;
     request.name = payload.text("name");
     request.model = payload.flag("model").value_or(true);
-    request.allowBackupCreation = payload.flag("allowBackupCreation").value_or(false);
+    request.terms = decodeTerms(payload);
     const auto script = payload.object("script");
     const auto picture = payload.object("picture");
     std::optional<std::string> png;

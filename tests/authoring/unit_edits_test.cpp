@@ -129,7 +129,7 @@ TEST_F(UnitEditsTest, ADefinitionOfManyKeysIsClonedAndSaved) {
     session.loadUnit("HUGE");
     SaveRequest request;
     request.definition = std::vector<FbiChange>{{"KEY9999", "x"}};
-    request.allowBackupCreation = true;
+    request.terms.allowBackupCreation = true;
     EXPECT_EQ(saveUnit(session, request).edit.outcome, EditOutcome::ok);
     text.replace(text.find("=BIG;"), 5, "=HUGE;");
     text.replace(text.find("=9999;"), 6, "=x;");
@@ -155,7 +155,7 @@ TEST_F(UnitEditsTest, AFailureAtAnyStepLeavesNothingOrEverything) {
              SaveRequest request;
              request.definition = std::vector<FbiChange>{{"MaxDamage", "11"}};
              request.script = ScriptText{"piece base; Create() { }", {}};
-             request.allowBackupCreation = true;
+             request.terms.allowBackupCreation = true;
              saveUnit(on, request, ops);
          }}};
     for (const auto& [name, edit] : edits) {
