@@ -18,8 +18,8 @@ struct ModelToSave {
 
 /// What saving the working model would write; none when it is as it was saved. Throws RequestError
 /// "no unit loaded; call load-unit first", "unit was loaded from its IR document", "could not
-/// locate source for UNIT", "write3do failed: …", or "3DO would not read back" when the file would not hold the model.
-/// Whoever writes it tells the session with refreshAfterModelWrite.
+/// locate source for UNIT", "write3do failed: …", or "3DO would not read back" when the file would
+/// not hold the model. Whoever writes it tells the session with refreshAfterModelWrite.
 std::optional<ModelToSave> modelToSave(const UnitViewSession& session);
 
 /// Writes the working model where the loaded one came from; nothing when there is nothing to save.
