@@ -1340,7 +1340,8 @@ export interface ModelFace {
     texture?: string;
     /** Palette index of a face without texture. */
     color?: number;
-    flags: [boolean, boolean, boolean];
+    /** Three marks of the editor; the first one makes a twin. */
+    flags: boolean[];
     isTwin: boolean;
     /** The face whose back the twin shows. */
     twinOf?: number;
