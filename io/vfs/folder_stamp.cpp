@@ -43,8 +43,8 @@ std::optional<FolderStamp> stampOf(const fs::path& folder) {
 std::optional<FolderStamp> stampOf(const fs::path& folder) {
     struct stat status {};
     if (::stat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return std::nullopt;
-    const auto time = [](const timespec& spec) {
-        return std::chrono::seconds(spec.tv_sec) + std::chrono::nanoseconds(spec.tv_nsec);
+    const auto time = [](const timespec& moment) {
+        return std::chrono::seconds(moment.tv_sec) + std::chrono::nanoseconds(moment.tv_nsec);
     };
     return FolderStamp{status.st_dev, status.st_ino, time(status.st_mtim), time(status.st_ctim)};
 }

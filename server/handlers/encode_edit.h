@@ -11,8 +11,8 @@ namespace orb::unitview::ipc {
 /// "allowBackupCreation" and "ifVersion".
 EditTerms decodeTerms(const Payload& payload);
 
-/// {"outcome", "resolvedPath", "reloadError" (when the loaded unit is not loaded any more), "version"
-/// (when the request was bound to one)}.
+/// {"outcome", "resolvedPath", "reloadError" (when the loaded unit is not loaded any more),
+/// "version" (when the request was bound to one)}.
 nlohmann::json encodeEdit(const EditResult& edit);
 
 }  // namespace orb::unitview::ipc

@@ -18,7 +18,9 @@ struct OneFile : io::AbstractVirtualFileSystem {
         return {};
     }
     std::vector<std::string> listDirectories(const io::VirtualPath&) const override { return {}; }
-    std::optional<io::FileLocation> locate(const io::VirtualPath&) const override { return std::nullopt; }
+    std::optional<io::FileLocation> locate(const io::VirtualPath&) const override {
+        return std::nullopt;
+    }
 
 private:
     void visitFiles(const io::VirtualPath&, std::string_view, const io::FileVisitor&,
