@@ -99,7 +99,8 @@ struct Parent {
 
 std::string wreckName(const Parent& parent, const std::optional<std::string>& wanted) {
     if (wanted) return *wanted;
-    return parent.hasCorpse() ? parent.info.corpse : parent.name + std::string(kNameEnd);
+    if (parent.hasCorpse()) return parent.info.corpse;
+    return parent.name.substr(0, kMaxUnitName - kNameEnd.size()).append(kNameEnd);
 }
 
 Wreck wreckOf(const MountedData& data, const Parent& parent, std::string name) {

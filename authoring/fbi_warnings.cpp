@@ -21,6 +21,8 @@ constexpr std::size_t kMaxKeyLength = 32;
 constexpr std::size_t kLongKeyLength = 9;
 /// Shorter keys are all nearly each other.
 constexpr std::size_t kShortestCheckedKey = 4;
+/// Sections never closed that are told of before anything else.
+constexpr std::size_t kMaxToldOpen = 10;
 /// What is quoted of a text.
 constexpr std::size_t kMaxQuoted = 40;
 
@@ -81,6 +83,9 @@ public:
 
     std::vector<FbiWarning> run() {
         scanner_.run();
+        // However much else there is, this is told: it may be what all of that comes from.
+        found_.resize(
+            std::min(found_.size(), kMaxFbiWarnings - std::min(open_.size(), kMaxToldOpen)));
         for (const Section& section : open_)
             add(section.position,
                 fmt::format("section [{}] is never closed", section.name.substr(0, kMaxQuoted)));
@@ -98,7 +103,9 @@ public:
     void value(std::string_view key, std::string_view text) {
         const std::size_t position = positionOf(key);
         if (open_.empty()) return add(position, quoted(key) + " stands outside of all sections");
-        if (text.find('\n') != std::string_view::npos)
+        // A value may well go on in the next line; another key there was meant to be one.
+        const std::size_t end = text.find('\n');
+        if (end != std::string_view::npos && text.find('=', end) != std::string_view::npos)
             add(position, fmt::format("the value of {} runs over the end of its line: is a \";\" "
                                       "missing?",
                                       quoted(key)));
@@ -106,12 +113,15 @@ public:
             add(position, fmt::format("{} is given twice: the last one counts", quoted(key)));
         if (open_.size() > 1 || !io::equalsIgnoringCase(open_.back().name, io::kUnitInfoSection))
             return;
+        if (isFull()) return;
         const std::string_view likely = likelyKey(io::lowerCased(key));
         if (!likely.empty())
             add(position, fmt::format("unknown key {}: is \"{}\" meant?", quoted(key), likely));
     }
 
     void skipped(std::string_view text) {
+        constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+        if (positionOf(text) == 0 && text == kByteOrderMark) return;
         if (text == ";") return;  // many write one behind a section's end
         add(positionOf(text), quoted(text) + (open_.empty() ? " stands outside of all sections"
                                                             : " is neither key nor section"));
@@ -136,8 +146,10 @@ private:
         return static_cast<std::size_t>(part.data() - text_.data());
     }
 
+    bool isFull() const { return found_.size() >= kMaxFbiWarnings; }
+
     void add(std::size_t position, std::string message) {
-        if (found_.size() < kMaxFbiWarnings) found_.push_back({position, std::move(message)});
+        if (!isFull()) found_.push_back({position, std::move(message)});
     }
 
     std::vector<FbiWarning> located() {

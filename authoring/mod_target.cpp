@@ -13,9 +13,6 @@ namespace {
 
 using io::VfsLayer;
 
-/// An entry of a picture file, which is named after its unit, has room for 32 characters.
-constexpr std::size_t kMaxUnitName = 31;
-
 bool isLoose(const VfsLayer& layer) {
     return layer.kind == io::FileLocation::Kind::loose;
 }
@@ -51,13 +48,19 @@ const VfsLayer& chooseModRoot(const MountedData& data,
     return *first;
 }
 
-const VfsLayer& rootOfDefinition(const MountedData& data, const io::FileLocation& definition) {
-    const std::string stem = fileStem(definition);
-    const auto found = data.files.locateInLayers(io::kUnitFiles.path(stem));
-    if (!found) throw sourceNotFound(stem);
+const VfsLayer* rootOf(const MountedData& data, std::string_view path) {
+    const auto found = data.files.locateInLayers(path);
+    if (!found) return nullptr;
     const auto layers = data.files.layers();
     const auto from = layers.begin() + (found->layer - layers.data());
-    return *std::find_if(from, layers.end(), isLoose);
+    return &*std::find_if(from, layers.end(), isLoose);
+}
+
+const VfsLayer& rootOfDefinition(const MountedData& data, const io::FileLocation& definition) {
+    const std::string stem = fileStem(definition);
+    const VfsLayer* const root = rootOf(data, io::kUnitFiles.path(stem));
+    if (!root) throw sourceNotFound(stem);
+    return *root;
 }
 
 std::optional<io::FileLocation> findInRoot(const MountedData& data, const VfsLayer& root,

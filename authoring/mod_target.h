@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <string_view>
@@ -15,6 +16,9 @@ namespace orb::unitview {
 const io::VfsLayer& chooseModRoot(const MountedData& data,
                                   const std::optional<std::filesystem::path>& folder);
 
+/// The data root that the game reads a virtual path from, or null.
+const io::VfsLayer* rootOf(const MountedData& data, std::string_view path);
+
 /// The data root of the definition file that the stack shows there. Throws RequestError "could not
 /// locate source for …" when it has gone.
 const io::VfsLayer& rootOfDefinition(const MountedData& data, const io::FileLocation& definition);
@@ -27,6 +31,9 @@ std::optional<io::FileLocation> findInRoot(const MountedData& data, const io::Vf
 /// one. Throws RequestError "bad file name: …" for what leads out of the root, as a definition may.
 io::FileLocation placeInRoot(const MountedData& data, const io::VfsLayer& root,
                              std::string_view path);
+
+/// An entry of a picture file, which is named after its unit, has room for 32 characters.
+inline constexpr std::size_t kMaxUnitName = 31;
 
 /// Throws RequestError "bad unit name: …" unless the name has 1 to 31 letters, digits, "_" or "-"
 /// and can be given to files everywhere.

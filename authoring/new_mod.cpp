@@ -85,8 +85,8 @@ std::size_t mountFirst(UnitViewSession& session, const fs::path& mod) {
     const fs::path target = resolved(mod);
     std::erase_if(request.modPaths, [&](const fs::path& path) { return resolved(path) == target; });
     request.modPaths.insert(request.modPaths.begin(), mod);
-    return reportingFailure([&] { return session.setDataRoots(request).catalogue.roster().size(); },
-                            "mount failed: ");
+    reportingFailure([&] { session.mountAgain(request); }, "mount failed: ");
+    return session.data().catalogue.roster().size();
 }
 
 }  // namespace

@@ -44,6 +44,8 @@ public:
                      !io::equalsIgnoringCase(*request.newName, stem_);
         if (!isRenamed_) return;
         requireNewUnitName(*request.newName);
+        if (data_.files.locate(io::kUnitIrFiles.path(unitName_)))
+            throw RequestError("unit was loaded from its IR document");
         result.name = *request.newName;
         if (!request.overwrite && isKnown(result.name))
             throw RequestError("unit exists: " + result.name);
@@ -51,11 +53,13 @@ public:
 
     void collect() {
         const std::vector<PartFile> files = findPartFiles(data_, info_, unitName_, copiedParts());
-        definition_.text = editDefinition(definition_, changes(files)).text;
+        FbiEdit edit = editDefinition(definition_, changes(files));
+        definition_.text = std::move(edit.text);
         const std::string bytes = definitionBytes(definition_);
         const std::string path = io::kUnitFiles.path(isRenamed_ ? result.name : stem_);
         definitionPath = placeInRoot(data_, root_, path).path;
-        add(definition_.source.location, path, io::Bytes(bytes.begin(), bytes.end()));
+        add(definition_.source.location, path, io::Bytes(bytes.begin(), bytes.end()),
+            !edit.changed.empty());
         for (const PartFile& file : files) {
             const std::string& name = isRenamed_ ? result.name : file.name;
             add(file.location, file.pathFor(name), readPartFile(file, name));
@@ -92,9 +96,10 @@ private:
     }
 
     /// Under a new name nothing may hide another file of the stack; the same name hides on purpose.
-    void add(const io::FileLocation& from, const std::string& path, io::Bytes content) {
+    void add(const io::FileLocation& from, const std::string& path, io::Bytes content,
+             bool isChanged = false) {
         io::FileLocation to = placeInRoot(data_, root_, path);
-        if (!isRenamed_ && isSameFile(from, to)) return;
+        if (!isRenamed_ && !isChanged && isSameFile(from, to)) return;
         auto existing = findInRoot(data_, root_, path);
         if (!existing && isRenamed_) existing = data_.files.locate(path);
         if (existing && !request_.overwrite)

@@ -94,13 +94,15 @@ private:
             reportingFailure([&] { io::parseCob(*cob); }, "bad cob_b64: ");
             addPart("script", io::kScriptFiles.path(name), *cob);
         } else if (const auto* const source = std::get_if<ScriptText>(&request_.script)) {
+            const std::string cobPath = io::kScriptFiles.path(name);
             const std::string path = io::kScriptSourceFiles.path(name);
             bos::BosCompilation compiled = reportingFailure([&] {
                 return bos::compileBos(source->bos, path, includeFiles(session_), source->options);
             });
             if (!compiled.ok) failToCompile(compiled.diagnostics);
-            addPart("script", io::kScriptFiles.path(name), io::writeCob(compiled.code.cob));
-            addPart("script-source", path, io::Bytes(source->bos.begin(), source->bos.end()));
+            addPart("script", cobPath, io::writeCob(compiled.code.cob));
+            add("script-source", placeInRoot(session_.data(), rootFor(cobPath), path),
+                io::Bytes(source->bos.begin(), source->bos.end()));
             result.diagnostics = std::move(compiled.diagnostics);
         }
     }
@@ -110,9 +112,12 @@ private:
         if (!request_.model || !working || !working->isDirty()) return;
         auto saved = modelToSave(session_);
         if (!saved) return;
-        if (saved->target.inBaseTa)
-            saved->target = {placeOf(io::kModelFiles.path(fileStem(saved->target.location))),
-                             false};
+        const bool isRenamed = !io::equalsIgnoringCase(info_.objectName, unit_.fbi.objectName);
+        if (isRenamed || saved->target.inBaseTa) {
+            const std::string name = isRenamed ? std::string(io::kModelFiles.stem(info_.objectName))
+                                               : fileStem(saved->target.location);
+            saved->target = {placeOf(io::kModelFiles.path(name)), false};
+        }
         model = saved->target;
         add("model", saved->target.location, std::move(saved->file));
     }
@@ -125,12 +130,15 @@ private:
                     "bad png_b64: "));
     }
 
-    /// Where the game reads a file; in place of the base game's, one of the definition's mod.
+    /// The root that the game reads a file from; in place of the base game, the definition's mod.
+    const io::VfsLayer& rootFor(const std::string& path) const {
+        const io::VfsLayer* const root = rootOf(session_.data(), path);
+        if (root && root->rootKind != io::DataRootKind::base) return *root;
+        return rootOfDefinition(session_.data(), definition_.source.location);
+    }
+
     io::FileLocation placeOf(const std::string& path) const {
-        const MountedData& data = session_.data();
-        const auto found = data.files.locateInLayers(path);
-        if (found && found->layer->rootKind != io::DataRootKind::base) return found->location;
-        return placeInRoot(data, rootOfDefinition(data, definition_.source.location), path);
+        return placeInRoot(session_.data(), rootFor(path), path);
     }
 
     void addPart(std::string_view part, const std::string& path, io::Bytes content) {

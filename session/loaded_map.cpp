@@ -59,7 +59,10 @@ void placeFeatures(LoadedMap& map, const GameTables& tables, const io::TntFile& 
 /// A unit whose files cannot be read is missing.
 std::shared_ptr<const sim::UnitType> unitTypeIfThere(LoadedMap& map, const MountedData& data,
                                                      const std::string& name) {
-    if (std::ranges::find(map.missingUnits, name) != map.missingUnits.end()) return nullptr;
+    const auto isNamed = [&](const std::string& other) {
+        return io::equalsIgnoringCase(other, name);
+    };
+    if (std::ranges::any_of(map.missingUnits, isNamed)) return nullptr;
     try {
         return unitTypeOf(map, data, name);
     } catch (const std::exception& error) {
@@ -170,7 +173,10 @@ SpawnedUnits spawnUnits(LoadedMap& map, const MountedData& data, const UnitSpawn
     for (const sim::GroundPoint& place : sim::blockPlaces(*type, middle, spawn.count)) {
         birth.place = place;
         const sim::SiteFault fault = map.world.testUnit(birth);
-        if (firstFault == sim::SiteFault::none) firstFault = fault;
+        // That the block reaches beyond the map says less than what is wrong on it.
+        if (firstFault == sim::SiteFault::none ||
+            (firstFault == sim::SiteFault::outside && fault != sim::SiteFault::none))
+            firstFault = fault;
         if (fault != sim::SiteFault::none || map.world.isFull()) {
             ++spawned.refused;
             continue;

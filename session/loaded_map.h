@@ -67,6 +67,12 @@ struct LoadedMap {
     /// first asked for.
     std::map<std::string, std::uint32_t, std::less<>> featureTypes;
     std::map<std::string, std::shared_ptr<const sim::UnitType>, std::less<>> unitTypes;
+
+    /// What stands on the map stays as it is; what comes is of the types as the files then say.
+    void forgetTypes() {
+        featureTypes.clear();
+        unitTypes.clear();
+    }
 };
 
 /// Throws std::runtime_error: what `readMapFiles` does, or "schema not found: N".

@@ -41,7 +41,9 @@ std::optional<ScriptPause> findPause(UnitViewSession& session) {
     const auto stands = std::ranges::find_if(instance.threads, [&](const auto& thread) {
         return thread->state == CobThreadState::runnable && thread->pc == pause.offset;
     });
-    if (stands != instance.threads.end()) pause.thread = (*stands)->id;
+    // The pause outlives its thread, of which there is nothing to tell then.
+    if (stands == instance.threads.end()) return pause;
+    pause.thread = (*stands)->id;
     pause.script = instance.scriptNameAt(pause.offset);
     findLine(session, pause);
     return pause;

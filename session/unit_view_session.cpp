@@ -30,17 +30,22 @@ void requireUnitName(const std::string& name) {
 
 const MountedData& UnitViewSession::setDataRoots(const DataRootsRequest& request,
                                                  const io::Progress& progress) {
-    auto mounted = mountDataRoots(request, palette(), progress);
-    lintSuppressions_ = loadLintSuppressions(mounted->roots);
-    data_ = std::move(mounted);
+    mount(request, progress);
     map_.reset();
-    LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
-                            << data_->catalogue.roster().size() << " units";
     return *data_;
 }
 
-void UnitViewSession::mountAgain() {
-    setDataRoots(data().request);
+void UnitViewSession::mountAgain(const DataRootsRequest& request) {
+    mount(request, {});
+    if (map_) map_->forgetTypes();
+}
+
+void UnitViewSession::mount(const DataRootsRequest& request, const io::Progress& progress) {
+    auto mounted = mountDataRoots(request, palette(), progress);
+    lintSuppressions_ = loadLintSuppressions(mounted->roots);
+    data_ = std::move(mounted);
+    LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
+                            << data_->catalogue.roster().size() << " units";
 }
 
 void UnitViewSession::clearDataRoots() {
@@ -178,8 +183,7 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(
     std::span<const io::FileLocation> written) {
     if (written.empty()) return std::nullopt;
     readAgain(written);
-    // What stands on the map stays as it is; what comes is made from the files as they are now.
-    if (map_) map_->unitTypes.clear();
+    if (map_) map_->forgetTypes();
     if (std::ranges::none_of(written, [&](const io::FileLocation& file) {
             return isLoadedFrom(file) || wouldLoadFrom(file);
         }))

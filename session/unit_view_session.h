@@ -28,9 +28,9 @@ public:
     const MountedData& setDataRoots(const DataRootsRequest& request,
                                     const io::Progress& progress = {});
 
-    /// Mounts the same roots again, for what other programs have changed in them since. Throws what
-    /// setDataRoots throws, and RequestError "data roots not set".
-    void mountAgain();
+    /// Mounts the roots as they are now, changed by other programs or joined by another one; the
+    /// loaded unit and map stay. Throws what setDataRoots throws.
+    void mountAgain(const DataRootsRequest& request);
 
     /// Drops the mounted data, the loaded unit and the loaded map.
     void clearDataRoots();
@@ -105,6 +105,7 @@ public:
     const io::Palette& palette() const;
 
 private:
+    void mount(const DataRootsRequest& request, const io::Progress& progress);
     void unloadUnit();
     void readAgain(std::span<const io::FileLocation> written);
     bool isLoadedFrom(const io::FileLocation& written) const;

@@ -25,7 +25,7 @@ class Checker:
         self.editor = Editor.of(program, patience_s=patience_s)
         self.is_shown = sys.stderr.isatty()
 
-    def ask(self, kind, **data):
+    def ask(self, kind, /, **data):
         """The reply's data. Errors end the check, events show the progress."""
         self.editor.seq += 1
         self.editor.send_line(request_line(kind, self.editor.seq, data))
@@ -106,14 +106,18 @@ def table(found, shows_all):
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="check", add_help=False)
+    parser = argparse.ArgumentParser(prog="check")
     parser.add_argument("--json", action="store_true")
     parser.add_argument("--all", action="store_true")
     parser.add_argument("program")
     parser.add_argument("game")
     parser.add_argument("mods", nargs="*")
     arguments = parser.parse_args()
-    checker = Checker(arguments.program)
+    try:
+        checker = Checker(arguments.program)
+    except OSError as error:
+        print(f"check: {error}", file=sys.stderr)
+        return 2
     try:
         found = check(checker, os.path.abspath(arguments.game),
                       [os.path.abspath(mod) for mod in arguments.mods])
@@ -124,6 +128,9 @@ def main():
         return 2
     print(json.dumps(found, ensure_ascii=False, indent=1) if arguments.json
           else table(found, arguments.all))
+    if found["summary"]["units"] == 0:
+        print("check: there are no units to check", file=sys.stderr)
+        return 2
     return 0 if found["summary"]["missing"] == 0 else 1
 
 

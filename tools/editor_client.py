@@ -86,7 +86,7 @@ class Editor:
         with open(log, "wb") as errors:
             return cls(lambda channel: spawn([program], channel, stderr=errors), log, **options)
 
-    def ask(self, kind, **data):
+    def ask(self, kind, /, **data):
         """Sends a request and returns its reply; events that come before it go to `events`."""
         self.seq += 1
         self.send_line(request_line(kind, self.seq, data))

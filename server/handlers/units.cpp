@@ -34,7 +34,8 @@ Reply listUnits(UnitViewSession& session, const Payload& payload) {
     const std::string search = payload.textIfString("search").value_or("");
     const bool refresh = option(payload, "refresh");
     session.data();
-    if (refresh) reportingFailure([&] { session.mountAgain(); }, "mount failed: ");
+    if (refresh)
+        reportingFailure([&] { session.mountAgain(session.data().request); }, "mount failed: ");
     json units = json::array();
     for (const UnitDeclaration* unit : searchUnits(session.data().catalogue, side, search))
         units.push_back(encodeListedUnit(*unit));
