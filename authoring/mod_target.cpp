@@ -25,6 +25,8 @@ bool isNameCharacter(char c) {
            c == '-';
 }
 
+}  // namespace
+
 /// A root's archives lie just before its loose files.
 std::span<const VfsLayer> layersOf(const MountedData& data, const VfsLayer& root) {
     const std::span<const VfsLayer> layers = data.files.layers();
@@ -33,8 +35,6 @@ std::span<const VfsLayer> layersOf(const MountedData& data, const VfsLayer& root
     while (first > 0 && !isLoose(layers[first - 1])) --first;
     return layers.subspan(first, last - first + 1);
 }
-
-}  // namespace
 
 const VfsLayer& chooseModRoot(const MountedData& data,
                               const std::optional<std::filesystem::path>& folder) {

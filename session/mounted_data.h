@@ -70,4 +70,10 @@ struct MountedData {
 std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
                                             const io::Palette& palette);
 
+/// The same for one archive in front of the game directory, as it is for who gets it as a file.
+/// Throws what opening the archive throws too.
+std::unique_ptr<MountedData> mountPack(const std::filesystem::path& pack,
+                                       const std::filesystem::path& taDataPath,
+                                       const io::Palette& palette);
+
 }  // namespace orb::unitview
