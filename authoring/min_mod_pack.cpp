@@ -23,8 +23,6 @@ constexpr std::string_view kSameInBase = "the base game has the same";
 /// How sections of one table get into a pack.
 struct PackedTable {
     NamedTable GameTables::*table;
-    /// Its sections have this role, perhaps among others.
-    DependencyRole role;
     /// Where the gathered sections go. Without a folder the game reads one file only, and the whole
     /// of it is packed.
     io::GameFiles gathered = {};
@@ -33,11 +31,12 @@ struct PackedTable {
 };
 
 constexpr PackedTable kPackedTables[] = {
-    {&GameTables::weapons, DependencyRole::weapon, io::kWeaponFiles},
-    {&GameTables::features, DependencyRole::feature, {"features/corpses", ".tdf"}},
-    {&GameTables::downloads, DependencyRole::buildMenu, io::kDownloadFiles, "MENUENTRY"},
-    {&GameTables::movementClasses, DependencyRole::movementClass},
-    {&GameTables::soundCategories, DependencyRole::soundCategory},
+    {&GameTables::weapons, io::kWeaponFiles},
+    {&GameTables::features, {"features/corpses", ".tdf"}},
+    {&GameTables::downloads, io::kDownloadFiles, "MENUENTRY"},
+    {&GameTables::movementClasses},
+    {&GameTables::soundCategories},
+    {&GameTables::sideData},
 };
 
 /// A pack's name as files inside archives can have it.
@@ -108,10 +107,11 @@ private:
         if (file.source.inBaseTa) return leaveOut(file.path, kSameInBase);
         io::Bytes bytes = read(file.path);
         if (readOrNone(*base_, file.path) == bytes) return leaveOut(file.path, kSameInBase);
-        take({file.path, file.roles, file.usedBy, bytes.size()}, std::move(bytes));
+        take({file.path, file.roles, file.usedBy, 0}, std::move(bytes));
     }
 
     void take(MinPackFile file, io::Bytes bytes) {
+        file.size = bytes.size();
         inputs.push_back({file.path, std::move(bytes)});
         result.files.push_back(std::move(file));
         if (inputs.size() % kFilesPerLogLine == 0)
@@ -128,8 +128,8 @@ private:
         std::map<std::string, bool> files;
         const auto sameInBase = baseSections(table);
         for (const NeededSection& section : dependencies_.sections) {
-            if (!section.roles.contains(table.role)) continue;
-            const bool isNeeded = !sameInBase(*section.entry);
+            if (section.table != table.table) continue;
+            const bool isNeeded = !sameInBase(section);
             files[section.entry->file.path] |= isNeeded;
             if (isNeeded) needed.push_back(&section);
         }
@@ -147,19 +147,43 @@ private:
     }
 
     /// Whether the base game by itself reads the same section.
-    std::function<bool(const TableEntry&)> baseSections(const PackedTable& table) const {
+    std::function<bool(const NeededSection&)> baseSections(const PackedTable& table) const {
         const NamedTable& sections = base_->tables.*table.table;
+        if (table.table == &GameTables::sideData)
+            return [this](const NeededSection& section) { return baseMenusHoldAllOf(section); };
         if (table.numberedName.empty())
-            return [&sections](const TableEntry& entry) {
-                const TableEntry* const known = sections.find(entry.name);
-                return known && io::tdfText("", known->section) == io::tdfText("", entry.section);
+            return [&sections](const NeededSection& section) {
+                const TableEntry* const known = sections.find(section.entry->name);
+                return known &&
+                       io::tdfText("", known->section) == io::tdfText("", section.entry->section);
             };
         std::unordered_set<std::string> texts;
         for (const TableEntry* const entry : sections.visible())
             texts.insert(io::tdfText("", entry->section));
-        return [texts = std::move(texts)](const TableEntry& entry) {
-            return texts.contains(io::tdfText("", entry.section));
+        return [texts = std::move(texts)](const NeededSection& section) {
+            return texts.contains(io::tdfText("", section.entry->section));
         };
+    }
+
+    /// Of the places in menus that [CANBUILD] gives, those of or for the packed units.
+    bool baseMenusHoldAllOf(const NeededSection& section) const {
+        const auto isPacked = [&](std::string_view name) {
+            return std::ranges::any_of(section.usedBy, [&](const std::string& unit) {
+                return io::equalsIgnoringCase(unit, name);
+            });
+        };
+        const auto isKnown = [&](std::string_view builder, std::string_view built) {
+            const auto menu = base_->tables.buildMenus.of(builder);
+            return std::ranges::any_of(menu, [&](const BuildMenuEntry& entry) {
+                return io::equalsIgnoringCase(entry.unit, built);
+            });
+        };
+        for (const auto& [builder, menu] : data_.tables.buildMenus.builders())
+            for (const BuildMenuEntry& entry : menu)
+                if (*entry.file == section.entry->file &&
+                    (isPacked(builder) || isPacked(entry.unit)) && !isKnown(builder, entry.unit))
+                    return false;
+        return true;
     }
 
     /// A file that hides none of the base game's, whose other sections would be lost; empty for a
@@ -182,7 +206,6 @@ private:
             text += io::tdfText(name, section->entry->section);
             addUse(file, *section);
         }
-        file.size = text.size();
         take(std::move(file), io::Bytes(text.begin(), text.end()));
     }
 
@@ -194,9 +217,7 @@ private:
             names += (names.empty() ? "" : ", ") + section->entry->name;
             addUse(file, *section);
         }
-        io::Bytes bytes = read(path);
-        file.size = bytes.size();
-        take(std::move(file), std::move(bytes));
+        take(std::move(file), read(path));
         result.warnings.push_back(fmt::format(
             "{} takes the place of the base game's table: it is needed for {}", path, names));
     }

@@ -89,8 +89,7 @@ std::vector<MapEntry> listMaps(const io::CompositeVirtualFileSystem& files) {
 MapFiles readMapFiles(const io::CompositeVirtualFileSystem& files, const std::string& name) {
     const std::string path = io::kMapFiles.path(name);
     const auto source = findSource(files, path);
-    const auto bytes =
-        source && io::isPlainComponent(name) ? files.readFile(path) : std::nullopt;
+    const auto bytes = source && io::isPlainComponent(name) ? files.readFile(path) : std::nullopt;
     if (!bytes) throw std::runtime_error("map not found: " + name);
     return {fileStem(source->location), io::parseTnt(*bytes), readDescription(files, name)};
 }

@@ -97,7 +97,7 @@ private:
     void visit(const UnitDeclaration& unit);
     void followTextures(const std::string& modelPath);
     void followWeapon(std::string_view name);
-    void followSection(const TableEntry& entry, DependencyRole role);
+    void followSection(NamedTable GameTables::*table, const TableEntry& entry, DependencyRole role);
     void followKeys(const TableEntry& entry, std::span<const SectionRole> roles);
     void indexDownloads();
     bool add(const std::string& path, DependencyRole role, bool isTable = false);
@@ -268,7 +268,7 @@ void Walk::findSoundCategory(const UnitDeclaration& unit, DependencyRole role) {
     if (isAbsent(name)) return;
     const TableEntry* const entry = data_.tables.soundCategories.find(name);
     if (!entry) return miss(role, name);
-    followSection(*entry, role);
+    followSection(&GameTables::soundCategories, *entry, role);
     for (const auto& [event, sound] : entry->section.values)
         followSound(sound, DependencyRole::sound);
 }
@@ -277,7 +277,7 @@ void Walk::findMovementClass(const UnitDeclaration& unit, DependencyRole role) {
     const std::string& name = unit.info.movementClass;
     if (isAbsent(name)) return;
     if (const TableEntry* const entry = data_.tables.movementClasses.find(name))
-        return followSection(*entry, role);
+        return followSection(&GameTables::movementClasses, *entry, role);
     if (!unit.info.canFly) miss(role, name);
 }
 
@@ -288,7 +288,7 @@ void Walk::findCorpse(const UnitDeclaration& unit, DependencyRole role) {
     const UnitDeclaration* const wreck = data_.catalogue.find(name);
     if (!feature && !wreck) return miss(role, name);
     if (feature) {
-        followSection(*feature, role);
+        followSection(&GameTables::features, *feature, role);
         followFeature(name, DependencyRole::feature);
     }
     if (!wreck) return;
@@ -326,21 +326,24 @@ void Walk::indexDownloads() {
 void Walk::findBuildMenus(const UnitDeclaration& unit, DependencyRole role) {
     indexDownloads();
     const auto [first, last] = downloadsOf_.equal_range(io::upperCased(unit.name));
-    for (auto entry = first; entry != last; ++entry) followSection(*entry->second, role);
+    for (auto entry = first; entry != last; ++entry)
+        followSection(&GameTables::downloads, *entry->second, role);
     const auto [begin, end] = downloadsBy_.equal_range(io::upperCased(unit.name));
     for (auto entry = begin; entry != end; ++entry) {
         const auto built = entry->second->section.getString("UNITNAME").value_or("");
         const bool comesAlong =
             data_.catalogue.findBase(built) || (recursive_ && data_.catalogue.findLoadable(built));
-        if (comesAlong) followSection(*entry->second, role);
+        if (comesAlong) followSection(&GameTables::downloads, *entry->second, role);
     }
+    if (const TableEntry* const canBuild = findCanBuild(data_.tables, unit.name))
+        followSection(&GameTables::sideData, *canBuild, role);
 }
 
 void Walk::followWeapon(std::string_view name) {
     if (isAbsent(name) || !isNew(DependencyRole::weapon, name)) return;
     const TableEntry* const entry = data_.tables.weapons.find(name);
     if (!entry) return miss(DependencyRole::weapon, name);
-    followSection(*entry, DependencyRole::weapon);
+    followSection(&GameTables::weapons, *entry, DependencyRole::weapon);
     followKeys(*entry, kWeaponRoles);
 }
 
@@ -356,7 +359,7 @@ void Walk::followFeature(std::string_view name, DependencyRole role) {
             miss(role, feature);
             continue;
         }
-        followSection(*entry, role);
+        followSection(&GameTables::features, *entry, role);
         for (const SectionRole& row : kFeatureRoles) {
             const std::string value(entry->section.getString(row.key).value_or(""));
             if (row.role == DependencyRole::feature)
@@ -372,10 +375,11 @@ void Walk::followKeys(const TableEntry& entry, std::span<const SectionRole> role
         (this->*row.find)(entry.section.getString(row.key).value_or(""), row.role);
 }
 
-void Walk::followSection(const TableEntry& entry, DependencyRole role) {
+void Walk::followSection(NamedTable GameTables::*table, const TableEntry& entry,
+                         DependencyRole role) {
     add(entry.file.path, role, true);
     const auto [place, isNewSection] = sections_.try_emplace(&entry, result_.sections.size());
-    if (isNewSection) result_.sections.push_back({&entry, {}, {}});
+    if (isNewSection) result_.sections.push_back({table, &entry, {}, {}});
     NeededSection& section = result_.sections[place->second];
     section.roles.insert(role);
     section.usedBy.insert(user_);

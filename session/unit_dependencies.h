@@ -69,6 +69,7 @@ struct DamagedDependency {
 
 /// A section of a text table that units need; it lives as long as the tables.
 struct NeededSection {
+    NamedTable GameTables::*table = nullptr;
     const TableEntry* entry = nullptr;
     std::set<DependencyRole> roles;
     std::set<std::string> usedBy;
