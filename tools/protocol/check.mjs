@@ -34,7 +34,6 @@ const NEVER_SEEN = [
     'reply RestoredSource.warning', // a backup that cannot be removed
     'reply RestoredSource.reloadError',
     'reply ModPack.reloadError',
-    'reply MinModPack.reloadError',
     'reply Thread.state = dead', // such threads are gone when a tick ends
     'reply issues.kind = bad-index', // the sample models are checked when they are written
 ];
