@@ -12,8 +12,6 @@ namespace {
 namespace fs = std::filesystem;
 using Step = io::ReplaceFailure::Step;
 
-constexpr const char* kOldSuffix = ".orb-write-old";
-
 [[noreturn]] void fail(const char* what, const fs::path& path) {
     throw std::runtime_error(what + io::textFromPath(path));
 }

@@ -10,6 +10,9 @@
 
 namespace orb::unitview {
 
+/// What is appended to a file's name for its old content while others are being written.
+inline constexpr const char* kOldSuffix = ".orb-write-old";
+
 /// Whole new content for a file on disk: a loose one, or an archive.
 struct FileReplacement {
     std::filesystem::path path;

@@ -29,6 +29,19 @@ const io::VfsLayer& requireModFolder(const MountedData& data, const fs::path& fo
     return *found;
 }
 
+fs::path resolved(const fs::path& path) {
+    std::error_code error;
+    fs::path result = fs::weakly_canonical(fs::absolute(path, error), error);
+    return error ? path : result;
+}
+
+bool liesIn(const fs::path& path, const fs::path& folder) {
+    const fs::path inner = resolved(path), outer = resolved(folder);
+    // A separator at the end would count as a component.
+    const auto end = outer.has_filename() ? outer.end() : std::prev(outer.end());
+    return std::mismatch(outer.begin(), end, inner.begin(), inner.end()).first == end;
+}
+
 io::FileLocation looseFileIn(const io::VfsLayer& root, std::string_view path) {
     if (auto existing = root.files->locate(path)) return *existing;
     fs::path target = root.path;

@@ -26,6 +26,9 @@ RequestError badFileName(std::string_view path) {
     return RequestError("bad file name: " + std::string(path));
 }
 
+}  // namespace
+
+
 /// A root's archives lie just before its loose files.
 std::span<const VfsLayer> layersOf(const MountedData& data, const VfsLayer& root) {
     const std::span<const VfsLayer> layers = data.files.layers();
@@ -34,8 +37,6 @@ std::span<const VfsLayer> layersOf(const MountedData& data, const VfsLayer& root
     while (first > 0 && !isLoose(layers[first - 1])) --first;
     return layers.subspan(first, last - first + 1);
 }
-
-}  // namespace
 
 const VfsLayer& chooseModRoot(const MountedData& data,
                               const std::optional<std::filesystem::path>& folder) {

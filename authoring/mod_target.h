@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string_view>
 
 #include "session/mounted_data.h"
@@ -22,6 +23,9 @@ const io::VfsLayer* rootOf(const MountedData& data, std::string_view path);
 /// The data root of the definition file that the stack shows there. Throws RequestError "could not
 /// locate source for …" when it has gone.
 const io::VfsLayer& rootOfDefinition(const MountedData& data, const io::FileLocation& definition);
+
+/// A root's archives, in the order in which they are asked, and then its loose files.
+std::span<const io::VfsLayer> layersOf(const MountedData& data, const io::VfsLayer& root);
 
 /// What a root itself has of a virtual path, be it a loose file or an entry of one of its archives.
 std::optional<io::FileLocation> findInRoot(const MountedData& data, const io::VfsLayer& root,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "authoring/mod_folder.h"
 #include "io/files/replace_file.h"
 #include "io/game_paths.h"
 #include "io/path_text.h"
@@ -19,19 +20,6 @@ constexpr std::string_view kSubfolders[] = {io::kUnitFiles.folder, io::kModelFil
 
 [[noreturn]] void failToCreate(const std::error_code& error) {
     throw RequestError("create dir: " + error.message());
-}
-
-/// With its links followed as far as it exists.
-fs::path resolved(const fs::path& path) {
-    std::error_code error;
-    fs::path result = fs::weakly_canonical(fs::absolute(path, error), error);
-    return error ? path : result;
-}
-
-bool liesIn(const fs::path& path, const fs::path& folder) {
-    const fs::path inner = resolved(path), outer = resolved(folder);
-    return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first ==
-           outer.end();
 }
 
 /// Folders made one after the other, and removed again unless they are kept.

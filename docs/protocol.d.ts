@@ -157,10 +157,10 @@ export interface Messages {
     "unit-clone": Message<CloneRequest, "unit-cloned", ClonedUnit>;
     "save-unit": Message<SaveUnitRequest, "unit-saved", SavedUnit>;
     "create-mod-folder": Message<{ path: string; mount?: boolean }, "mod-folder-created", ModFolder>;
-    "export-mod-pack": Unbuilt<"mod-pack-exported">;
-    "unit-deps": Unbuilt<"unit-deps">;
-    "export-min-mod-pack": Unbuilt<"min-mod-pack-exported">;
-    "validate-mod-pack": Unbuilt<"mod-pack-validated">;
+    "export-mod-pack": Message<ModPackRequest, "mod-pack-exported", ModPack>;
+    "unit-deps": Message<{ units?: string[]; recursive?: boolean }, "unit-deps", UnitDependencies>;
+    "export-min-mod-pack": Message<MinModPackRequest, "min-mod-pack-exported", MinModPack>;
+    "validate-mod-pack": Message<{ path: string }, "mod-pack-validated", PackValidation>;
 
     // Diagnostics
     "unit-health": Message<HealthRequest, "unit-health", UnitHealth>;
@@ -1072,6 +1072,80 @@ export interface SavedUnit extends WriteResult {
     }[];
     /** Of a script that was compiled. */
     diagnostics?: BosDiagnostic[];
+}
+
+// ---- Packs ----
+
+/** What a file is to a unit: "definition", "model", "weapon-model", … as docs/protocol.md lists. */
+export type DependencyRole = string;
+
+export interface MissingDependency {
+    role: DependencyRole;
+    /** Of a file its path, else the name that is referred to. */
+    name: string;
+    usedBy: string[];
+}
+
+export interface UnitDependencies {
+    units: string[];
+    files: {
+        path: string;
+        roles: DependencyRole[];
+        usedBy: string[];
+        source: Source;
+        size: number;
+    }[];
+    missing: MissingDependency[];
+    damaged: { path: string; message: string }[];
+    totalSize: number;
+}
+
+interface PackRequest {
+    destination: string;
+    overwrite?: boolean;
+    compression?: "zlib" | "lz77" | "none";
+}
+
+interface ModPackRequest extends PackRequest {
+    /** The first mod when absent. */
+    modPath?: string;
+}
+
+interface MinModPackRequest extends PackRequest {
+    units: string[];
+    recursive?: boolean;
+}
+
+export interface ModPack {
+    path: string;
+    fileCount: number;
+    /** On the disk. */
+    byteSize: number;
+    leftOut: { path: string; reason: string }[];
+    /** Where the pack took the place of a mounted archive: why the unit cannot be loaded again. */
+    reloadError?: string;
+}
+
+export interface MinModPack extends ModPack {
+    files: { path: string; roles: DependencyRole[]; usedBy: string[]; size: number }[];
+    missing: MissingDependency[];
+    /** Tables of the base game that the pack replaces as a whole. */
+    warnings: string[];
+}
+
+export interface PackValidation {
+    path: string;
+    isValid: boolean;
+    fileCount: number;
+    unitCount: number;
+    findings: {
+        severity: "error" | "warning" | "info";
+        code: string;
+        path?: string;
+        unit?: string;
+        message: string;
+    }[];
+    units: { name: string; isReady: boolean; missing: number; warnings: number }[];
 }
 
 // ---- Texture edits ----

@@ -35,8 +35,8 @@ struct FileLister {
     }
 };
 
-/// True when a name from an archive may become one on disk: every component stays below the
-/// destination on every platform.
+}  // namespace
+
 bool isSafePath(std::string_view path) {
     constexpr std::string_view kForbidden("\\:\0", 3);
     if (path.find_first_of(kForbidden) != std::string_view::npos) return false;
@@ -48,6 +48,8 @@ bool isSafePath(std::string_view path) {
         begin = end + 1;
     }
 }
+
+namespace {
 
 void writeNew(const fs::path& path, io::ByteView bytes, bool overwrite) {
     if (!overwrite && fs::exists(fs::symlink_status(path)))

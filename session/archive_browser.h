@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "io/archive/hpi_archive.h"
@@ -22,6 +23,10 @@ struct ArchiveFile {
     std::string path;
     const io::HpiFileEntry* entry = nullptr;
 };
+
+/// True when a path from an archive may become one on disk: every component stays below the
+/// destination on every platform.
+bool isSafePath(std::string_view path);
 
 /// The file that a path names. Throws RequestError "not in archive: …".
 ArchiveFile findArchiveFile(const io::HpiArchive& archive, const std::string& internalPath);

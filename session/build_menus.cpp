@@ -69,6 +69,17 @@ std::span<const BuildMenuEntry> BuildMenus::of(std::string_view builder) const {
     return found->second;
 }
 
+const TableEntry* findCanBuild(const GameTables& tables, std::string_view unit) {
+    const TableEntry* const canBuild = tables.sideData.find(kCanBuildSection);
+    if (!canBuild) return nullptr;
+    for (const auto& [builder, entries] : tables.buildMenus.builders())
+        for (const BuildMenuEntry& entry : entries)
+            if (*entry.file == canBuild->file &&
+                (io::equalsIgnoringCase(builder, unit) || io::equalsIgnoringCase(entry.unit, unit)))
+                return canBuild;
+    return nullptr;
+}
+
 std::vector<std::string> buildableUnits(const io::FbiUnitInfo& definition,
                                         std::span<const BuildMenuEntry> menu) {
     std::vector<std::string> units = definition.buildOptions;

@@ -14,6 +14,7 @@
 namespace orb::unitview {
 
 class NamedTable;
+struct GameTables;
 
 /// One unit that the menus let a builder build.
 struct BuildMenuEntry {
@@ -47,6 +48,10 @@ private:
 
     BuilderIndex builders_;
 };
+
+/// The [CANBUILD] section that the game reads, if it names the unit as builder or as built; else
+/// null.
+const TableEntry* findCanBuild(const GameTables& tables, std::string_view unit);
 
 /// All that a unit may build: what its definition lists, as it does, and then what the menus add.
 std::vector<std::string> buildableUnits(const io::FbiUnitInfo& definition,

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "io/vfs/hpi_file_system.h"
 #include "server/logger.h"
 #include "session/game_palette.h"
 
@@ -51,6 +52,21 @@ std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
     }
     mounted->palette = palette;
     mounted->readAgain([](const io::VfsLayer&) { return true; }, progress);
+    return mounted;
+}
+
+std::unique_ptr<MountedData> mountPack(const std::filesystem::path& pack,
+                                       const std::filesystem::path& taDataPath,
+                                       const io::Palette& palette) {
+    auto mounted = std::make_unique<MountedData>();
+    mounted->request.taDataPath = taDataPath;
+    mounted->files.append({std::make_unique<io::HpiFileSystem>(pack),
+                           io::FileLocation::Kind::archive, pack, io::DataRootKind::mod});
+    mounted->result.baseArchives =
+        io::mountRoot(mounted->files, {io::DataRootKind::base, taDataPath}, logProgress);
+    mounted->roots = {taDataPath};
+    mounted->palette = palette;
+    mounted->readAgain([](const io::VfsLayer&) { return true; });
     return mounted;
 }
 

@@ -72,4 +72,10 @@ std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
                                             const io::Palette& palette,
                                             const io::Progress& progress = {});
 
+/// The same for one archive in front of the game directory, as it is for who gets it as a file.
+/// Throws what opening the archive throws too.
+std::unique_ptr<MountedData> mountPack(const std::filesystem::path& pack,
+                                       const std::filesystem::path& taDataPath,
+                                       const io::Palette& palette);
+
 }  // namespace orb::unitview

@@ -7,6 +7,7 @@
 #include <zlib.h>
 
 #include "io/archive/hpi_format.h"
+#include "io/archive/hpi_lz77.h"
 
 namespace orb::io {
 namespace {
@@ -47,38 +48,14 @@ std::uint32_t byteSum(ByteView bytes) {
     return sum;
 }
 
-/// Undoes the LZ77 coding: a tag byte announces eight items, lowest bit first, each a literal byte
-/// (bit clear) or a u16 of 12 bits window position and 4 bits length - 2 (bit set); position 0 ends
-/// the stream. Returns how much of `output` was filled; a truncated stream just ends early.
-std::size_t decodeLz77(ByteView input, std::span<std::uint8_t> output) {
-    constexpr std::size_t kWindowMask = 0xFFF;
-    std::array<std::uint8_t, kWindowMask + 1> window{};
-    std::size_t windowEnd = 1;
-    std::size_t in = 0;
-    std::size_t out = 0;
-    const auto emit = [&](std::uint8_t byte) {
-        output[out++] = byte;
-        window[windowEnd++ & kWindowMask] = byte;
-    };
-    while (out < output.size() && in < input.size()) {
-        unsigned tag = input[in++];
-        for (int item = 0; item < 8; ++item, tag >>= 1) {
-            if (in >= input.size() || out == output.size()) return out;
-            if ((tag & 1) == 0) {
-                emit(input[in++]);
-                continue;
-            }
-            if (in + 1 >= input.size()) return out;
-            const unsigned reference = input[in] | unsigned{input[in + 1]} << 8;
-            in += 2;
-            const std::size_t source = reference >> 4;
-            if (source == 0) return out;
-            const std::size_t announced = (reference & 0xF) + 2;
-            const std::size_t length = std::min(announced, output.size() - out);
-            for (std::size_t i = 0; i < length; ++i) emit(window[(source + i) & kWindowMask]);
-        }
-    }
-    return out;
+/// Empty when that fails.
+Bytes deflated(ByteView input) {
+    uLongf length = compressBound(static_cast<uLong>(input.size()));
+    Bytes result(length);
+    const int status = compress2(result.data(), &length, input.data(),
+                                 static_cast<uLong>(input.size()), Z_DEFAULT_COMPRESSION);
+    result.resize(status == Z_OK ? length : 0);
+    return result;
 }
 
 /// A zlib stream is deflated data between these two.
@@ -202,22 +179,18 @@ void HpiChunkDecoder::append(std::span<std::uint8_t> chunk, Bytes& result) {
     result.resize(begin + length);
 }
 
-Bytes encodeHpiChunk(ByteView input) {
-    uLongf length = compressBound(static_cast<uLong>(input.size()));
-    Bytes payload(length);
-    const int result = compress2(payload.data(), &length, input.data(),
-                                 static_cast<uLong>(input.size()), Z_DEFAULT_COMPRESSION);
-    const bool compressed = result == Z_OK && length < input.size();
-    if (compressed)
-        payload.resize(length);
-    else
-        payload.assign(input.begin(), input.end());
+Bytes encodeHpiChunk(ByteView input, HpiMethod method) {
+    Bytes payload;
+    if (method == HpiMethod::zlib) payload = deflated(input);
+    if (method == HpiMethod::lz77) payload = encodeLz77(input);
+    const bool compressed = !payload.empty() && payload.size() < input.size();
+    if (!compressed) payload.assign(input.begin(), input.end());
     scramble(payload);
 
     ByteWriter chunk;
     chunk.u32(kHpiChunkMagic);
     chunk.u8(2);
-    chunk.u8(static_cast<std::uint8_t>(compressed ? HpiMethod::zlib : HpiMethod::stored));
+    chunk.u8(static_cast<std::uint8_t>(compressed ? method : HpiMethod::stored));
     chunk.u8(1);
     chunk.u32(static_cast<std::uint32_t>(payload.size()));
     chunk.u32(static_cast<std::uint32_t>(input.size()));

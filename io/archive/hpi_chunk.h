@@ -34,9 +34,9 @@ private:
     std::unique_ptr<z_stream_s, InflateEnd> inflater_;
 };
 
-/// One scrambled chunk, header included, of up to 65,536 bytes: compressed with zlib, or stored
-/// where that does not make it shorter.
-Bytes encodeHpiChunk(ByteView input);
+/// One scrambled chunk, header included, of up to 65,536 bytes: compressed by that method, or
+/// stored where that does not make it shorter.
+Bytes encodeHpiChunk(ByteView input, HpiMethod method = HpiMethod::zlib);
 
 /// XORs each byte with `key` and with the low byte of its position in the archive, the first one
 /// standing at `offset`. Applying it twice restores the bytes.

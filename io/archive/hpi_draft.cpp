@@ -113,13 +113,14 @@ void HpiDraft::addFile(const VirtualPath& path, const File& file) {
     directory->children.push_back({std::string(components.back()), file});
 }
 
-void appendHpiChunks(ByteWriter& out, ByteView content) {
+void appendHpiChunks(ByteWriter& out, ByteView content, HpiMethod method) {
     const std::size_t chunkCount = hpiChunkCount(content.size());
     const std::size_t table = out.position();
     out.zeros(chunkCount * 4);
     for (std::size_t i = 0; i < chunkCount; ++i) {
         const ByteView rest = content.subspan(i * kHpiChunkSize);
-        const Bytes chunk = encodeHpiChunk(rest.first(std::min(rest.size(), kHpiChunkSize)));
+        const Bytes chunk =
+            encodeHpiChunk(rest.first(std::min(rest.size(), kHpiChunkSize)), method);
         out.patchU32(table + 4 * i, static_cast<std::uint32_t>(chunk.size()));
         out.bytes(chunk);
     }

@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "io/archive/hpi_chunk.h"
 #include "io/byte_cursor.h"
 #include "io/virtual_path.h"
 
@@ -52,7 +53,7 @@ struct HpiDraft {
 };
 
 /// Appends a file's content in chunks, their size table in front.
-void appendHpiChunks(ByteWriter& out, ByteView content);
+void appendHpiChunks(ByteWriter& out, ByteView content, HpiMethod method = HpiMethod::zlib);
 
 /// Throws std::runtime_error "HPI archive too large" for what 32 bits do not hold.
 std::uint32_t checkedHpiSize(std::uint64_t size);

@@ -71,18 +71,18 @@ private:
 
 }  // namespace
 
-Bytes writeHpi(std::span<const HpiInputFile> files) {
+Bytes writeHpi(std::span<const HpiInputFile> files, HpiMethod method) {
     HpiDraft draft;
     std::uint64_t expectedSize = kReservedForStructure;
     for (const HpiInputFile& file : files) {
         expectedSize += file.content.size();
         const std::uint32_t size = file.decodedSize.value_or(checkedHpiSize(file.content.size()));
         draft.addFile(file.path, {size, 1, draft.blobs.size()});
-        draft.blobs.emplace_back([&file](ByteWriter& out) {
+        draft.blobs.emplace_back([&file, method](ByteWriter& out) {
             if (file.decodedSize)
                 out.bytes(file.content);
             else
-                appendHpiChunks(out, file.content);
+                appendHpiChunks(out, file.content, method);
         });
     }
     return layOutHpi(draft, kHpiVersion, expectedSize);

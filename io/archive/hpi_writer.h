@@ -21,14 +21,14 @@ struct HpiInputFile {
     std::optional<std::uint32_t> decodedSize = std::nullopt;
 };
 
-/// A whole archive, not scrambled by position, with every file in zlib chunks. Directories whose
-/// paths differ in case only become one, spelled as first met; entries keep the order of the input.
-/// Of two files with the same path readers find the first.
+/// A whole archive, not scrambled by position, with every file in chunks compressed by `method`.
+/// Directories whose paths differ in case only become one, spelled as first met; entries keep the
+/// order of the input. Of two files with the same path readers find the first.
 ///
 /// Throws std::runtime_error "HPI path not writable: <path>" for a path that no reader would find
 /// (no components, "." or "..", a NUL, nested too deep), and "HPI archive too large" when offsets
 /// or sizes exceed 32 bits.
-Bytes writeHpi(std::span<const HpiInputFile> files);
+Bytes writeHpi(std::span<const HpiInputFile> files, HpiMethod method = HpiMethod::zlib);
 
 /// New content for a file inside an archive.
 struct HpiReplacement {

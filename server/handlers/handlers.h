@@ -132,4 +132,10 @@ Reply unitClone(UnitViewSession&, const Payload&);
 Reply createCorpseStub(UnitViewSession&, const Payload&);
 Reply saveUnit(UnitViewSession&, const Payload&);
 
+// mod_packs.cpp: what units need, and archives of it
+Reply unitDeps(UnitViewSession&, const Payload&);
+Reply exportModPack(UnitViewSession&, const Payload&);
+Reply exportMinModPack(UnitViewSession&, const Payload&);
+Reply validateModPack(UnitViewSession&, const Payload&);
+
 }  // namespace orb::unitview::ipc::handlers

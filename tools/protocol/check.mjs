@@ -33,6 +33,7 @@ const FORGIVEN = [
 const NEVER_SEEN = [
     'reply RestoredSource.warning', // a backup that cannot be removed
     'reply RestoredSource.reloadError',
+    'reply ModPack.reloadError',
     'reply Thread.state = dead', // such threads are gone when a tick ends
 ];
 

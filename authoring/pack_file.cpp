@@ -1,0 +1,75 @@
+#include "authoring/pack_file.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "authoring/mod_folder.h"
+#include "io/files/replace_file.h"
+#include "io/path_text.h"
+#include "io/virtual_path.h"
+#include "server/logger.h"
+#include "session/request_error.h"
+
+namespace orb::unitview {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::pair<std::string_view, io::HpiMethod> kCompressions[] = {
+    {"zlib", io::HpiMethod::zlib}, {"lz77", io::HpiMethod::lz77}, {"none", io::HpiMethod::stored}};
+
+/// The archive that is mounted from this file, or null.
+const io::VfsLayer* mountedArchive(const UnitViewSession& session, const fs::path& file) {
+    const auto layers = session.data().files.layers();
+    const auto found = std::ranges::find_if(layers, [&](const io::VfsLayer& layer) {
+        return layer.kind == io::FileLocation::Kind::archive &&
+               resolved(layer.path) == resolved(file);
+    });
+    return found == layers.end() ? nullptr : &*found;
+}
+
+}  // namespace
+
+io::HpiMethod compressionNamed(const std::string& name) {
+    for (const auto& [word, method] : kCompressions)
+        if (word == name) return method;
+    throw RequestError("unknown compression: " + name);
+}
+
+void requirePackDestination(const UnitViewSession& session, const PackRequest& request) {
+    const fs::path& path = request.destination;
+    const std::string text = io::textFromPath(path);
+    std::error_code ignored;
+    if (fs::is_directory(path, ignored)) throw RequestError("destination is a folder: " + text);
+    const std::string name = io::textFromPath(path.filename());
+    if (!io::isPlainComponent(name) || !io::isFileName(name) || io::isDeviceName(name))
+        throw RequestError("bad file name: " + text);
+    const fs::path folder = path.has_parent_path() ? path.parent_path() : ".";
+    if (!fs::is_directory(folder, ignored))
+        throw RequestError("folder not found: " + io::textFromPath(folder));
+    if (liesIn(path, session.data().request.taDataPath))
+        throw RequestError("destination lies in the game directory: " + text);
+    if (!request.overwrite && fs::exists(fs::symlink_status(path, ignored)))
+        throw RequestError("file exists: " + text);
+}
+
+WrittenPack writePack(UnitViewSession& session, const PackRequest& request,
+                      std::vector<io::HpiInputFile>& files, io::FileOps& ops) {
+    std::ranges::sort(files, {}, &io::HpiInputFile::path);
+    const fs::path& path = request.destination;
+    WrittenPack pack{path, files.size(), 0, {}};
+    reportingFailure([&] {
+        const io::Bytes bytes = io::writeHpi(files, request.compression);
+        pack.byteSize = bytes.size();
+        io::replaceFile(ops, path, bytes);
+    });
+    LogLine(LogLevel::info) << "[pack] " << io::textFromPath(path) << ": " << pack.fileCount
+                            << " files, " << pack.byteSize << " bytes";
+    if (const io::VfsLayer* const mounted = mountedArchive(session, path)) {
+        const io::FileLocation written{mounted->kind, mounted->path, {}};
+        pack.reloadError = session.refreshAfterWrite(written);
+    }
+    return pack;
+}
+
+}  // namespace orb::unitview

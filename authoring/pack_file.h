@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "io/archive/hpi_writer.h"
+#include "io/files/file_ops.h"
+#include "session/unit_view_session.h"
+
+/// Archives that are made to be given to others.
+namespace orb::unitview {
+
+struct PackRequest {
+    std::filesystem::path destination;
+    bool overwrite = false;
+    io::HpiMethod compression = io::HpiMethod::zlib;
+};
+
+/// A file that is not in a pack, and why.
+struct LeftOutFile {
+    std::string path;
+    std::string reason;
+};
+
+struct WrittenPack {
+    std::filesystem::path path;
+    std::size_t fileCount = 0;
+    std::uint64_t byteSize = 0;
+    /// Why the loaded unit cannot be loaded any more, where the pack took the place of a mounted
+    /// archive.
+    std::optional<std::string> reloadError;
+};
+
+/// "zlib", "lz77" or "none". Throws RequestError "unknown compression: …".
+io::HpiMethod compressionNamed(const std::string& name);
+
+/// Throws RequestError unless a pack may be written there: "bad file name: …", "folder not found:
+/// …", "destination lies in the game directory: …", "destination is a folder: …" or, unless it is
+/// to be overwritten, "file exists: …".
+void requirePackDestination(const UnitViewSession& session, const PackRequest& request);
+
+/// Writes the files, which get sorted by path, as one archive: afterwards the destination is what
+/// it was or the whole pack. A mounted archive is mounted anew; references into the session's data
+/// end then. Throws RequestError with the text of what failed.
+WrittenPack writePack(UnitViewSession& session, const PackRequest& request,
+                      std::vector<io::HpiInputFile>& files, io::FileOps& ops = io::systemFileOps());
+
+}  // namespace orb::unitview
