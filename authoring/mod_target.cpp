@@ -28,7 +28,6 @@ RequestError badFileName(std::string_view path) {
 
 }  // namespace
 
-
 /// A root's archives lie just before its loose files.
 std::span<const VfsLayer> layersOf(const MountedData& data, const VfsLayer& root) {
     const std::span<const VfsLayer> layers = data.files.layers();
