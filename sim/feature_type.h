@@ -10,7 +10,7 @@ inline constexpr std::int32_t kMaxFootprint = 32;
 
 /// What can lie on a map without being a unit: a tree, a rock, a deposit, a vent, a wreck.
 struct FeatureType {
-    std::string name;
+    std::string name = {};
     /// No definition was found; the rest are defaults then.
     bool isMissing = false;
     std::int32_t footprintX = 1;
