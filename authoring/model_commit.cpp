@@ -9,9 +9,14 @@ namespace {
 UnitSource modelTarget(const UnitViewSession& session) {
     const LoadedUnit& unit = session.requireUnit();
     if (unit.loadedFromIR) throw RequestError("unit was loaded from its IR document");
-    if (auto source = findModelSource(session.data().files, unit.fbi.objectName))
-        return std::move(*source);
-    throw sourceNotFound(unit.name);
+    auto source = findModelSource(session.data().files, unit.fbi.objectName);
+    if (!source) throw sourceNotFound(unit.name);
+    // Since other roots were set the name may mean another model, which must not be overwritten.
+    if (unit.modelSource &&
+        locationText(unit.modelSource->location) != locationText(source->location))
+        throw RequestError("model was loaded from elsewhere: " +
+                           locationText(unit.modelSource->location));
+    return std::move(*source);
 }
 
 bool readsBackAs(const io::Bytes& file, const io::Model3doObject& model) {

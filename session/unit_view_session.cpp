@@ -86,7 +86,8 @@ void UnitViewSession::editModel(const std::function<void(WorkingModel&)>& edit) 
     std::optional<WorkingModel> begun;
     if (!workingModel_) begun.emplace(unit.model);
     edit(begun ? *begun : *workingModel_);
-    if (begun && begun->hasEdits()) workingModel_ = std::move(begun);
+    // A model too large for a history is edited all the same.
+    if (begun && (begun->hasEdits() || begun->isDirty())) workingModel_ = std::move(begun);
     cob_.setModelPieces(pieceNames(requireModel()));
 }
 
