@@ -1,5 +1,6 @@
 #include "authoring/model_commit.h"
 
+#include "authoring/source_file.h"
 #include "model/edit/model_values.h"
 #include "session/model_file.h"
 
@@ -12,8 +13,7 @@ UnitSource modelTarget(const UnitViewSession& session) {
     auto source = findModelSource(session.data().files, unit.fbi.objectName);
     if (!source) throw sourceNotFound(unit.name);
     // Since other roots were set the name may mean another model, which must not be overwritten.
-    if (unit.modelSource &&
-        locationText(unit.modelSource->location) != locationText(source->location))
+    if (unit.modelSource && !isSamePlace(unit.modelSource->location, source->location))
         throw RequestError("model was loaded from elsewhere: " +
                            locationText(unit.modelSource->location));
     return std::move(*source);

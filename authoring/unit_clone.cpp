@@ -3,16 +3,13 @@
 #include <algorithm>
 
 #include "authoring/mod_target.h"
+#include "authoring/source_file.h"
 #include "io/ascii.h"
 #include "io/game_paths.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {
 namespace {
-
-bool isSameFile(const io::FileLocation& a, const io::FileLocation& b) {
-    return a.path == b.path && a.internalPath == b.internalPath;
-}
 
 /// The keys of a definition that name a part.
 struct PartKey {
@@ -99,7 +96,7 @@ private:
     void add(const io::FileLocation& from, const std::string& path, io::Bytes content,
              bool isChanged = false) {
         io::FileLocation to = placeInRoot(data_, root_, path);
-        if (!isRenamed_ && !isChanged && isSameFile(from, to)) return;
+        if (!isRenamed_ && !isChanged && isSamePlace(from, to)) return;
         auto existing = findInRoot(data_, root_, path);
         if (!existing && isRenamed_) existing = data_.files.locate(path);
         if (existing && !request_.overwrite)
