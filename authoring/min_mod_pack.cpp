@@ -11,13 +11,11 @@
 #include "io/formats/tdf_writer.h"
 #include "io/game_paths.h"
 #include "io/path_text.h"
-#include "server/logger.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {
 namespace {
 
-constexpr std::size_t kFilesPerLogLine = 500;
 constexpr std::string_view kSameInBase = "the base game has the same";
 
 /// How sections of one table get into a pack.
@@ -66,16 +64,21 @@ std::optional<io::Bytes> readOrNone(const MountedData& base, const std::string& 
 
 class MinPack {
 public:
-    MinPack(const MountedData& data, const MinPackRequest& request)
-        : data_(data),
-          base_(mountDataRoots({data.request.taDataPath, {}, {}}, data.palette)),
-          stem_(packStem(request.pack.destination)),
-          dependencies_(findUnitDependencies(data, request.units, request.recursive)) {}
+    MinPack(const MountedData& data, const MinPackRequest& request, const io::Progress& progress)
+        : content(request.pack.compression),
+          data_(data),
+          progress_(progress),
+          dependencies_(findUnitDependencies(data, request.units, request.recursive, progress)),
+          base_(mountDataRoots({data.request.taDataPath, {}, {}}, data.palette, progress)),
+          stem_(packStem(request.pack.destination)) {}
 
     void gather() {
         refuseDamaged();
-        for (const Dependency& file : dependencies_.files)
+        std::size_t done = 0;
+        for (const Dependency& file : dependencies_.files) {
+            progress_(file.path, done++, dependencies_.files.size());
             if (!file.isTable) takeFile(file);
+        }
         for (const PackedTable& table : kPackedTables) takeTable(table);
         for (MissingDependency& missing : dependencies_.missing)
             result.missing.push_back(std::move(missing));
@@ -84,7 +87,7 @@ public:
     }
 
     MinPackResult result;
-    std::vector<io::HpiInputFile> inputs;
+    PackContent content;
 
 private:
     using Sections = std::vector<const NeededSection*>;
@@ -105,17 +108,15 @@ private:
     void takeFile(const Dependency& file) {
         // What wins over nothing else is what the base game reads by itself.
         if (file.source.inBaseTa) return leaveOut(file.path, kSameInBase);
-        io::Bytes bytes = read(file.path);
+        const io::Bytes bytes = read(file.path);
         if (readOrNone(*base_, file.path) == bytes) return leaveOut(file.path, kSameInBase);
-        take({file.path, file.roles, file.usedBy, 0}, std::move(bytes));
+        take({file.path, file.roles, file.usedBy, 0}, bytes);
     }
 
-    void take(MinPackFile file, io::Bytes bytes) {
+    void take(MinPackFile file, io::ByteView bytes) {
         file.size = bytes.size();
-        inputs.push_back({file.path, std::move(bytes)});
+        content.add(file.path, bytes);
         result.files.push_back(std::move(file));
-        if (inputs.size() % kFilesPerLogLine == 0)
-            LogLine(LogLevel::info) << "[pack] " << inputs.size() << " files read";
     }
 
     void leaveOut(const std::string& path, std::string_view reason) {
@@ -206,7 +207,7 @@ private:
             text += io::tdfText(name, section->entry->section);
             addUse(file, *section);
         }
-        take(std::move(file), io::Bytes(text.begin(), text.end()));
+        take(std::move(file), io::asBytes(text));
     }
 
     void takeWholeTable(const std::string& path, const Sections& needed) {
@@ -228,21 +229,22 @@ private:
     }
 
     const MountedData& data_;
+    const io::Progress& progress_;
+    UnitDependencies dependencies_;
     std::unique_ptr<MountedData> base_;
     std::string stem_;
-    UnitDependencies dependencies_;
 };
 
 }  // namespace
 
 MinPackResult exportMinModPack(UnitViewSession& session, const MinPackRequest& request,
-                               io::FileOps& ops) {
+                               const io::Progress& progress, io::FileOps& ops) {
     const MountedData& data = session.data();
     requirePackDestination(session, request.pack);
-    MinPack pack(data, request);
+    MinPack pack(data, request, progress);
     pack.gather();
     MinPackResult result = std::move(pack.result);
-    result.pack = writePack(session, request.pack, pack.inputs, ops);
+    result.pack = writePack(session, request.pack, std::move(pack.content), ops);
     return result;
 }
 

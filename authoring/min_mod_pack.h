@@ -40,6 +40,7 @@ struct MinPackResult {
 /// one file, that file. Throws RequestError: findUnitDependencies', requirePackDestination's and
 /// writePack's, or "damaged file: …" and "cannot read: …" for one that would go into the pack.
 MinPackResult exportMinModPack(UnitViewSession& session, const MinPackRequest& request,
+                               const io::Progress& progress = {},
                                io::FileOps& ops = io::systemFileOps());
 
 }  // namespace orb::unitview

@@ -17,8 +17,8 @@
 #include "io/files/replace_file.h"
 #include "io/path_text.h"
 #include "io/vfs/data_roots.h"
+#include "io/vfs/folder_index.h"
 #include "io/virtual_path.h"
-#include "server/logger.h"
 #include "session/lint_suppressions.h"
 #include "session/request_error.h"
 
@@ -29,7 +29,6 @@ namespace fs = std::filesystem;
 
 /// Links can let a folder contain itself.
 constexpr std::size_t kMaxFolders = 65'536;
-constexpr std::size_t kFilesPerLogLine = 1'000;
 
 /// Why files whose names end so stay behind.
 struct LeftOutEnding {
@@ -75,19 +74,27 @@ private:
         return folder.path.empty() ? name : folder.path + "/" + name;
     }
 
+    /// Of names that differ in case only the one that counts comes first.
+    static std::vector<std::string> inOrder(const io::VfsLayer& layer,
+                                            std::vector<std::string> names) {
+        if (layer.kind == io::FileLocation::Kind::loose)
+            std::ranges::sort(names, io::isPreferredSpelling);
+        return names;
+    }
+
     void walkLayer(const io::VfsLayer& layer) {
         std::vector<Folder> folders = {{}};
         for (std::size_t i = 0; i < folders.size(); ++i) {
             const Folder folder = folders[i];
             addFolders(layer, folder, folders);
-            for (const std::string& name : layer.files->listFiles(folder.path, ""))
+            for (const std::string& name : inOrder(layer, layer.files->listFiles(folder.path, "")))
                 addFile(layer, folder, name);
         }
     }
 
     void addFolders(const io::VfsLayer& layer, const Folder& folder, std::vector<Folder>& folders) {
         std::unordered_set<std::string> names;
-        for (const std::string& name : layer.files->listDirectories(folder.path)) {
+        for (const std::string& name : inOrder(layer, layer.files->listDirectories(folder.path))) {
             const std::string path = inFolder(folder, name);
             if (!names.insert(io::upperCased(name)).second)
                 leftOut.emplace(path, "another folder of that name comes first");
@@ -121,8 +128,10 @@ private:
             return;
         }
         const auto [known, isNew] = files.try_emplace(io::upperCased(path), Found{&layer, path});
-        if (!isNew)
-            leftOut.emplace(path, "hidden behind " + io::textFromPath(known->second.layer->path));
+        if (isNew) return;
+        const io::VfsLayer* const winner = known->second.layer;
+        leftOut.emplace(path, winner == &layer ? "another file of that name comes first"
+                                               : "hidden behind " + io::textFromPath(winner->path));
     }
 
     std::string whyNoFile(const io::VfsLayer& layer, const Folder& folder,
@@ -161,24 +170,22 @@ io::Bytes readFound(const ModWalk::Found& file) {
 }  // namespace
 
 ModPackResult exportModPack(UnitViewSession& session, const std::optional<fs::path>& modPath,
-                            const PackRequest& request, io::FileOps& ops) {
+                            const PackRequest& request, const io::Progress& progress,
+                            io::FileOps& ops) {
     const MountedData& data = session.data();
     const io::VfsLayer& root = chooseModRoot(data, modPath);
     requirePackDestination(session, request);
     ModWalk walk(layersOf(data, root), request.destination);
     reportingFailure([&] { walk.run(); });
 
-    std::vector<io::HpiInputFile> files;
-    files.reserve(walk.files.size());
+    PackContent content(request.compression);
     for (const auto& [key, found] : walk.files) {
-        files.push_back({found.path, readFound(found)});
-        if (files.size() % kFilesPerLogLine == 0)
-            LogLine(LogLevel::info)
-                << "[pack] " << files.size() << " of " << walk.files.size() << " files read";
+        progress(found.path, content.fileCount(), walk.files.size());
+        content.add(found.path, readFound(found));
     }
     ModPackResult result;
     for (auto& [path, reason] : walk.leftOut) result.leftOut.push_back({path, reason});
-    result.pack = writePack(session, request, files, ops);
+    result.pack = writePack(session, request, std::move(content), ops);
     return result;
 }
 

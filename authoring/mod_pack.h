@@ -20,6 +20,7 @@ struct ModPackResult {
 /// writePack's, "cannot read: …" and the path of a file, or "too many folders in: …".
 ModPackResult exportModPack(UnitViewSession& session,
                             const std::optional<std::filesystem::path>& modPath,
-                            const PackRequest& request, io::FileOps& ops = io::systemFileOps());
+                            const PackRequest& request, const io::Progress& progress = {},
+                            io::FileOps& ops = io::systemFileOps());
 
 }  // namespace orb::unitview

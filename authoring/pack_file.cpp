@@ -15,6 +15,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::size_t kFilesPerLogLine = 1'000;
+
 constexpr std::pair<std::string_view, io::HpiMethod> kCompressions[] = {
     {"zlib", io::HpiMethod::zlib}, {"lz77", io::HpiMethod::lz77}, {"none", io::HpiMethod::stored}};
 
@@ -53,13 +55,25 @@ void requirePackDestination(const UnitViewSession& session, const PackRequest& r
         throw RequestError("file exists: " + text);
 }
 
-WrittenPack writePack(UnitViewSession& session, const PackRequest& request,
-                      std::vector<io::HpiInputFile>& files, io::FileOps& ops) {
-    std::ranges::sort(files, {}, &io::HpiInputFile::path);
+void PackContent::add(std::string path, io::ByteView content) {
+    files_.push_back(reportingFailure(
+        [&] { return io::compressedHpiFile(std::move(path), content, compression_); }));
+    if (files_.size() % kFilesPerLogLine == 0)
+        LogLine(LogLevel::info) << "[pack] " << files_.size() << " files compressed";
+}
+
+std::vector<io::HpiInputFile> PackContent::takeSorted() {
+    std::ranges::sort(files_, {}, &io::HpiInputFile::path);
+    return std::exchange(files_, {});
+}
+
+WrittenPack writePack(UnitViewSession& session, const PackRequest& request, PackContent content,
+                      io::FileOps& ops) {
+    const std::vector<io::HpiInputFile> files = content.takeSorted();
     const fs::path& path = request.destination;
     WrittenPack pack{path, files.size(), 0, {}};
     reportingFailure([&] {
-        const io::Bytes bytes = io::writeHpi(files, request.compression);
+        const io::Bytes bytes = io::writeHpi(files);
         pack.byteSize = bytes.size();
         io::replaceFile(ops, path, bytes);
     });

@@ -37,15 +37,32 @@ struct WrittenPack {
 /// "zlib", "lz77" or "none". Throws RequestError "unknown compression: …".
 io::HpiMethod compressionNamed(const std::string& name);
 
+/// The files of a pack, each compressed as soon as it is known: memory is needed for the pack, not
+/// for what it holds.
+class PackContent {
+public:
+    explicit PackContent(io::HpiMethod compression) : compression_(compression) {}
+
+    /// Throws RequestError "HPI archive too large".
+    void add(std::string path, io::ByteView content);
+    std::size_t fileCount() const { return files_.size(); }
+    /// By path; nothing is left here.
+    std::vector<io::HpiInputFile> takeSorted();
+
+private:
+    io::HpiMethod compression_;
+    std::vector<io::HpiInputFile> files_;
+};
+
 /// Throws RequestError unless a pack may be written there: "bad file name: …", "folder not found:
 /// …", "destination lies in the game directory: …", "destination is a folder: …" or, unless it is
 /// to be overwritten, "file exists: …".
 void requirePackDestination(const UnitViewSession& session, const PackRequest& request);
 
-/// Writes the files, which get sorted by path, as one archive: afterwards the destination is what
-/// it was or the whole pack. A mounted archive is mounted anew; references into the session's data
-/// end then. Throws RequestError with the text of what failed.
-WrittenPack writePack(UnitViewSession& session, const PackRequest& request,
-                      std::vector<io::HpiInputFile>& files, io::FileOps& ops = io::systemFileOps());
+/// Writes the files as one archive: afterwards the destination is what it was or the whole pack. A
+/// mounted archive is mounted anew; references into the session's data end then. Throws
+/// RequestError with the text of what failed.
+WrittenPack writePack(UnitViewSession& session, const PackRequest& request, PackContent content,
+                      io::FileOps& ops = io::systemFileOps());
 
 }  // namespace orb::unitview

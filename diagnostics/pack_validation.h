@@ -43,6 +43,7 @@ struct PackValidation {
 /// Looks at a pack as the game meets it: alone over the base game. Nothing that is mounted changes.
 /// Throws RequestError with the text of an archive that cannot be opened.
 PackValidation validateModPack(const std::filesystem::path& pack,
-                               const std::filesystem::path& taDataPath, const io::Palette& palette);
+                               const std::filesystem::path& taDataPath, const io::Palette& palette,
+                               const io::Progress& progress = {});
 
 }  // namespace orb::unitview

@@ -158,9 +158,9 @@ export interface Messages {
     "save-unit": Message<SaveUnitRequest, "unit-saved", SavedUnit>;
     "create-mod-folder": Message<{ path: string; mount?: boolean }, "mod-folder-created", ModFolder>;
     "export-mod-pack": Message<ModPackRequest, "mod-pack-exported", ModPack>;
-    "unit-deps": Message<{ units?: string[]; recursive?: boolean }, "unit-deps", UnitDependencies>;
+    "unit-deps": Message<{ units?: string[]; name?: string; recursive?: boolean }, "unit-deps", UnitDependencies>;
     "export-min-mod-pack": Message<MinModPackRequest, "min-mod-pack-exported", MinModPack>;
-    "validate-mod-pack": Message<{ path: string }, "mod-pack-validated", PackValidation>;
+    "validate-mod-pack": Message<PackToValidate, "mod-pack-validated", PackValidation>;
 
     // Diagnostics
     "unit-health": Message<HealthRequest, "unit-health", UnitHealth>;
@@ -249,7 +249,7 @@ export interface DataRoots extends MaybeLong {
 
 export interface MountedRoots {
     /** For a request with `report`: all roots in mount order. */
-    allLayers?: { kind: "mod" | "base" | "maps"; path: string; archiveCount: number; exists: boolean }[];
+    allLayers?: { kind: "mod" | "base" | "maps"; path: string; archiveCount: number; exists: boolean; unreadable?: { path: string; message: string }[] }[];
     modArchives: number;
     baseArchives: number;
     mapsLayered: boolean;
@@ -1100,7 +1100,7 @@ export interface UnitDependencies {
     totalSize: number;
 }
 
-interface PackRequest {
+interface PackRequest extends MaybeLong {
     destination: string;
     overwrite?: boolean;
     compression?: "zlib" | "lz77" | "none";
@@ -1131,6 +1131,11 @@ export interface MinModPack extends ModPack {
     missing: MissingDependency[];
     /** Tables of the base game that the pack replaces as a whole. */
     warnings: string[];
+}
+
+interface PackToValidate extends MaybeLong {
+    /** Absolute, or relative to any data root. */
+    path: string;
 }
 
 export interface PackValidation {
@@ -1509,7 +1514,7 @@ export interface MapEntry {
     source: Source;
 }
 
-export interface MapRequest {
+export interface MapRequest extends MaybeLong {
     name: string;
     /** Default 0. */
     schema?: number;

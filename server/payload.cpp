@@ -200,7 +200,12 @@ std::optional<std::string> textOption(const Payload& payload, const char* key) {
 
 std::optional<std::int64_t> integerOption(const Payload& payload, const char* key) {
     if (!payload.isObject()) return std::nullopt;
-    return naming(key, [&] { return payload.integer(key); });
+    return naming(key, [&] {
+        const json* const value = payload.member(key);
+        if (value && value->is_number_float())
+            throw PayloadError("type must be integer, but is fraction");
+        return payload.integer(key);
+    });
 }
 
 void failRequired(std::string_view what) {

@@ -101,6 +101,7 @@ auto naming(std::string_view member, Decode&& decode) {
 /// that is no object has none of them. Those of another type are named.
 bool option(const Payload& payload, const char* key);
 std::optional<std::string> textOption(const Payload& payload, const char* key);
+/// Fractions are of another type.
 std::optional<std::int64_t> integerOption(const Payload& payload, const char* key);
 
 /// What `require` gives, for a member that must not be empty either.

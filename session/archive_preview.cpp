@@ -19,9 +19,6 @@ namespace {
 
 constexpr std::size_t kHexBytes = 256;
 
-/// No model or sound of the game comes near this size.
-constexpr std::size_t kMaxWholeBytes = 64 << 20;
-
 /// Animation files of the game have a few hundred entries; of more, the rest is only named.
 constexpr std::size_t kMaxDescribedEntries = 4'096;
 
@@ -33,13 +30,20 @@ struct PreviewInput {
     ArchivePreview& preview;
 };
 
+/// Where a character begins, at or before `end`.
+std::size_t characterBefore(std::string_view text, std::size_t end) {
+    const auto isContinuation = [](char c) { return (c & 0xC0) == 0x80; };
+    while (end > 0 && isContinuation(text[end])) --end;
+    return end;
+}
+
 void previewText(const PreviewInput& input) {
-    std::string text = io::decodeGameText(io::asText(input.bytes)).utf8;
+    std::string_view read = io::asText(input.bytes);
+    // A character that is cut off would make another encoding of all.
+    if (input.preview.truncated) read = read.substr(0, characterBefore(read, read.size() - 1));
+    std::string text = io::decodeGameText(read).utf8;
     if (text.size() > input.options.maxBytes) {
-        std::size_t end = input.options.maxBytes;
-        const auto isContinuation = [](char c) { return (c & 0xC0) == 0x80; };
-        while (end > 0 && isContinuation(text[end])) --end;
-        text.resize(end);
+        text.resize(characterBefore(text, input.options.maxBytes));
         input.preview.truncated = true;
     }
     input.preview.content = TextPreview{std::move(text)};
@@ -128,16 +132,16 @@ void previewBinary(const PreviewInput& input) {
     for (std::size_t i = 0; i < shown; ++i)
         fmt::format_to(std::back_inserter(binary.hex), "{:02x}", input.bytes[i]);
     input.preview.content = std::move(binary);
-    input.preview.truncated = shown < input.bytes.size();
+    input.preview.truncated |= shown < input.bytes.size();
 }
 
 /// A form that is asked for, of the files that have it.
-void requireForm(const std::string& path, const io::Bytes& bytes, const PreviewOptions& options) {
+void requireForm(const std::string& path, std::uint64_t size, const PreviewOptions& options) {
     if (options.form == PreviewOptions::Form::glb && !io::endsWithIgnoringCase(path, ".3do"))
         throw RequestError("not a model: " + path);
     if (options.form == PreviewOptions::Form::wave && !io::endsWithIgnoringCase(path, ".wav"))
         throw RequestError("not a sound: " + path);
-    if (options.form != PreviewOptions::Form::usual && bytes.size() > kMaxWholeBytes)
+    if (options.form != PreviewOptions::Form::usual && size > kMaxPreviewBytes)
         throw RequestError("too large to show: " + path);
 }
 
@@ -155,10 +159,10 @@ constexpr PreviewKind kPreviewKinds[] = {
 
 }  // namespace
 
-ArchivePreview previewFile(const std::string& path, const io::Bytes& bytes,
+ArchivePreview previewFile(const std::string& path, const io::Bytes& bytes, std::uint64_t size,
                            const PreviewOptions& options, const PreviewColors& colors) {
-    requireForm(path, bytes, options);
-    ArchivePreview preview{path, bytes.size(), false, {}};
+    requireForm(path, size, options);
+    ArchivePreview preview{path, size, bytes.size() < size, {}};
     if (options.form == PreviewOptions::Form::wave) {
         preview.content = SoundPreview{bytes};
         return preview;
@@ -167,6 +171,8 @@ ArchivePreview previewFile(const std::string& path, const io::Bytes& bytes,
         return io::endsWithIgnoringCase(path, row.extension);
     });
     const auto decode = kind == std::end(kPreviewKinds) ? previewBinary : kind->decode;
+    if (preview.truncated && decode != previewText && decode != previewBinary)
+        throw RequestError("too large to show: " + path);
     decode({bytes, options, colors, preview});
     return preview;
 }

@@ -60,7 +60,7 @@ struct ArchivePreview {
     /// As stored in the archive.
     std::string internalPath;
     /// Decoded length of the whole file in bytes.
-    std::size_t size = 0;
+    std::uint64_t size = 0;
     /// The preview does not show the whole file.
     bool truncated = false;
     std::variant<TextPreview, PngPicture, ModelPreview, ScriptPreview, BinaryPreview, SoundPreview>
@@ -77,10 +77,14 @@ struct PreviewColors {
     const TextureLibrary& textures;
 };
 
-/// Decodes a file as its name's extension says. A damaged picture, model or script throws its
+/// So much of a file is read to be shown. No model, sound or picture of the game comes near it.
+inline constexpr std::size_t kMaxPreviewBytes = 64 << 20;
+
+/// Decodes a file of `size` bytes, of which `bytes` are the first kMaxPreviewBytes or all, as its
+/// name's extension says. A damaged picture, model or script throws its
 /// reader's text; what it does not hold RequestError "no such entry: …", "no such frame: …", "not a
-/// model: …" or "not a sound: …".
-ArchivePreview previewFile(const std::string& path, const io::Bytes& bytes,
+/// model: …", "not a sound: …" or "too large to show: …".
+ArchivePreview previewFile(const std::string& path, const io::Bytes& bytes, std::uint64_t size,
                            const PreviewOptions& options, const PreviewColors& colors);
 
 }  // namespace orb::unitview

@@ -1,6 +1,7 @@
 #include "session/browsed_files.h"
 
 #include <algorithm>
+#include <fstream>
 #include <functional>
 #include <unordered_set>
 
@@ -59,18 +60,23 @@ public:
 
     void add(BrowsedFile file) {
         std::string key = sortKey(file.path);
-        if (!directory_.empty() && !key.starts_with(directory_ + '\1')) return;
-        if (isFull() || !known_.insert(key).second) return;
+        if (!isWanted(key) || known_.contains(key)) return;
+        isCut_ = isCut_ || found_.size() >= kMaxBrowsedFiles;
+        if (isCut_) return;
+        known_.insert(key);
         found_.push_back({std::move(key), std::move(file)});
     }
-    bool isFull() const { return found_.size() >= kMaxBrowsedFiles; }
+    void addUnseen(const std::string& folder) {
+        if (isWanted(sortKey(folder))) unseenFolders_.push_back(folder);
+    }
+    bool isCut() const { return isCut_; }
 
-    std::vector<BrowsedFile> take() {
+    BrowsedListing take() {
         std::ranges::sort(found_, {}, &Found::key);
-        std::vector<BrowsedFile> files;
-        files.reserve(found_.size());
-        for (Found& each : found_) files.push_back(std::move(each.file));
-        return files;
+        BrowsedListing listing{{}, std::move(unseenFolders_), isCut_};
+        listing.files.reserve(found_.size());
+        for (Found& each : found_) listing.files.push_back(std::move(each.file));
+        return listing;
     }
 
 private:
@@ -78,9 +84,16 @@ private:
         std::string key;
         BrowsedFile file;
     };
+
+    bool isWanted(const std::string& key) const {
+        return directory_.empty() || key.starts_with(directory_ + '\1');
+    }
+
     std::string directory_;
     std::unordered_set<std::string> known_;
     std::vector<Found> found_;
+    std::vector<std::string> unseenFolders_;
+    bool isCut_ = false;
 };
 
 void collectArchive(const io::HpiArchive& archive, bool inBaseTa, Collector& collector) {
@@ -94,19 +107,19 @@ void collectArchive(const io::HpiArchive& archive, bool inBaseTa, Collector& col
     }
 }
 
-/// Asked of what symbolic links lead to.
+/// Asked of files, and of what symbolic links lead to.
 using MayShow = std::function<bool(const fs::path&)>;
 
 /// Visits the files below a folder without recursing.
 class FolderWalk {
 public:
-    FolderWalk(const fs::path& root, bool inBaseTa, MayShow mayShow)
-        : inBaseTa_(inBaseTa), mayShow_(std::move(mayShow)) {
+    FolderWalk(const fs::path& root, bool inBaseTa, MayShow mayFollow, MayShow mayList)
+        : inBaseTa_(inBaseTa), mayFollow_(std::move(mayFollow)), mayList_(std::move(mayList)) {
         pending_.push_back({root, "", 0});
     }
 
     void collect(Collector& collector) {
-        while (!pending_.empty() && !collector.isFull()) {
+        while (!pending_.empty() && !collector.isCut()) {
             const Pending folder = std::move(pending_.back());
             pending_.pop_back();
             const fs::path place = canonicalPath(folder.path);
@@ -124,7 +137,7 @@ private:
 
     static std::vector<fs::directory_entry> entriesOf(const fs::path& folder) {
         try {
-            return io::sortedEntries(folder);
+            return io::distinctEntries(folder);
         } catch (const fs::filesystem_error&) {
             return {};  // one that cannot be listed shows nothing
         }
@@ -138,7 +151,9 @@ private:
         if (entry.is_directory(ignored)) {
             if (folder.depth < kMaxFolderNesting)
                 pending_.push_back({entry.path(), path + "/", folder.depth + 1});
-        } else if (entry.is_regular_file(ignored)) {
+            else
+                collector.addUnseen(path);
+        } else if (entry.is_regular_file(ignored) && mayList_(entry.path())) {
             const std::uintmax_t size = entry.file_size(ignored);
             collector.add({std::move(path),
                            ignored ? 0 : size,
@@ -150,21 +165,23 @@ private:
     /// Not to a folder around the link, which would have no end.
     bool mayFollow(const fs::path& link, const fs::path& place) const {
         const fs::path target = canonicalPath(link);
-        return !target.empty() && !isWithin(place, target) && mayShow_(target);
+        return !target.empty() && !isWithin(place, target) && mayFollow_(target);
     }
 
     bool inBaseTa_;
-    MayShow mayShow_;
+    MayShow mayFollow_;
+    MayShow mayList_;
     std::vector<Pending> pending_;
 };
 
-void collectLayer(const io::VfsLayer& layer, const MayShow& mayShow, Collector& collector) {
+void collectLayer(const io::VfsLayer& layer, const MayShow& mayFollow, const MayShow& mayList,
+                  Collector& collector) {
     const bool inBaseTa = layer.rootKind == io::DataRootKind::base;
     if (layer.kind == Kind::archive)
         collectArchive(static_cast<const io::HpiFileSystem&>(*layer.files).archive(), inBaseTa,
                        collector);
     else
-        FolderWalk(layer.path, inBaseTa, mayShow).collect(collector);
+        FolderWalk(layer.path, inBaseTa, mayFollow, mayList).collect(collector);
 }
 
 /// A found file's path as its layer or folder spells it.
@@ -194,22 +211,32 @@ bool BrowsedFiles::isOutside(const fs::path& file) const {
         data_->roots, [&](const fs::path& root) { return isWithin(place, canonicalPath(root)); });
 }
 
-std::vector<BrowsedFile> BrowsedFiles::list(const std::string& directory) const {
+bool BrowsedFiles::isLayer(const fs::path& file) const {
+    return std::ranges::any_of(data_->files.layers(), [&](const io::VfsLayer& layer) {
+        return layer.kind == Kind::archive && layer.path.native() == file.native();
+    });
+}
+
+BrowsedListing BrowsedFiles::list(const std::string& directory) const {
     const io::VirtualPath wanted(directory);
     if (!wanted.isPlain()) throw notFound(directory);
     std::string plain;
     for (const std::string_view component : wanted.components())
         plain.append(plain.empty() ? "" : "/").append(component);
     Collector collector(plain);
-    const auto mayShow = [&](const fs::path& target) { return !isOutside(target); };
+    const auto mayFollow = [&](const fs::path& target) { return !isOutside(target); };
     if (folder_)
-        FolderWalk(folder_->path, false, mayShow).collect(collector);
+        FolderWalk(folder_->path, false, mayFollow, [](const fs::path&) {
+            return true;
+        }).collect(collector);
     else
         for (const io::VfsLayer& layer : data_->files.layers())
-            collectLayer(layer, mayShow, collector);
-    std::vector<BrowsedFile> found = collector.take();
-    if (found.empty() && !plain.empty()) throw notFound(directory);
-    return found;
+            collectLayer(
+                layer, mayFollow, [&](const fs::path& file) { return !isLayer(file); }, collector);
+    BrowsedListing listing = collector.take();
+    if (listing.files.empty() && listing.unseenFolders.empty() && !plain.empty())
+        throw notFound(directory);
+    return listing;
 }
 
 BrowsedFile BrowsedFiles::find(const std::string& path) const {
@@ -218,7 +245,8 @@ BrowsedFile BrowsedFiles::find(const std::string& path) const {
     bool inBaseTa = false;
     if (isStack()) {
         const auto found = data_->files.locateInLayers(path);
-        if (!found) throw notFound(path);
+        if (!found || (found->location.kind == Kind::loose && isLayer(found->location.path)))
+            throw notFound(path);
         location = found->location;
         root = found->layer->path;
         inBaseTa = found->layer->rootKind == io::DataRootKind::base;
@@ -238,6 +266,23 @@ io::Bytes BrowsedFiles::read(const BrowsedFile& file) const {
     return std::move(*bytes);
 }
 
+BrowsedContent BrowsedFiles::readBeginning(const BrowsedFile& file, std::size_t maxBytes) const {
+    const fs::path& path = file.source.location.path;
+    std::error_code error;
+    const std::uintmax_t size =
+        file.source.location.kind == Kind::loose ? fs::file_size(path, error) : 0;
+    if (error || size <= maxBytes) {
+        io::Bytes bytes = read(file);
+        const std::uint64_t length = bytes.size();
+        return {std::move(bytes), length};
+    }
+    std::ifstream stream(path, std::ios::binary);
+    io::Bytes bytes(maxBytes);
+    stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(maxBytes));
+    bytes.resize(static_cast<std::size_t>(stream.gcount()));
+    return {std::move(bytes), size};
+}
+
 ExtractedFile extractFile(const BrowsedFiles& files, const std::string& path,
                           const fs::path& destination, bool overwrite) {
     const BrowsedFile file = files.find(path);
@@ -249,7 +294,11 @@ ExtractionResult extractDirectory(const BrowsedFiles& files, const std::string& 
                                   const fs::path& destination, bool overwrite,
                                   const io::Progress& progress) {
     ExtractionResult result;
-    const std::vector<BrowsedFile> listed = files.list(directory);
+    const BrowsedListing listing = files.list(directory);
+    const std::vector<BrowsedFile>& listed = listing.files;
+    for (const std::string& folder : listing.unseenFolders)
+        result.skipped.push_back({folder, "folders nest too deep"});
+    if (listing.isCut) result.skipped.push_back({directory, "too many files"});
     for (std::size_t i = 0; i < listed.size(); ++i) {
         progress(listed[i].path, i, listed.size());
         try {

@@ -29,7 +29,25 @@ struct BrowsedFile {
 inline constexpr std::size_t kMaxBrowsedFiles = 500'000;
 inline constexpr std::size_t kMaxFolderNesting = 64;
 
-/// The files of a folder or of the stack. Borrows the mounted data.
+/// Files in the order of their paths in any case, and what is missing among them.
+struct BrowsedListing {
+    std::vector<BrowsedFile> files;
+    /// Folders that lie too deep to be looked into.
+    std::vector<std::string> unseenFolders;
+    /// There are more files than are listed.
+    bool isCut = false;
+
+    bool isWhole() const { return !isCut && unseenFolders.empty(); }
+};
+
+/// A file's content, or the beginning of a large one.
+struct BrowsedContent {
+    io::Bytes bytes;
+    std::uint64_t size = 0;
+};
+
+/// The files of a folder or of the stack, of which the archives that it is made of are none.
+/// Borrows the mounted data.
 class BrowsedFiles {
 public:
     /// The whole stack.
@@ -40,9 +58,9 @@ public:
 
     bool isStack() const { return !folder_; }
 
-    /// Every file below a directory (empty: all), the winning one of each path, in the order of the
-    /// paths in any case. Throws RequestError "not found: …" for a directory that is none.
-    std::vector<BrowsedFile> list(const std::string& directory) const;
+    /// Every file below a directory (empty: all), the winning one of each path. Throws RequestError
+    /// "not found: …" for a directory that is none.
+    BrowsedListing list(const std::string& directory) const;
 
     /// The file that a path names, in any case; its size is not told. Throws RequestError "not
     /// found: …".
@@ -51,6 +69,9 @@ public:
     /// Throws RequestError "not found: …" or a damaged archive's text.
     io::Bytes read(const BrowsedFile& file) const;
 
+    /// The same, but of a loose file not more than `maxBytes`.
+    BrowsedContent readBeginning(const BrowsedFile& file, std::size_t maxBytes) const;
+
 private:
     struct Folder {
         std::filesystem::path path;
@@ -58,6 +79,8 @@ private:
     };
 
     bool isOutside(const std::filesystem::path& file) const;
+    /// Whether the stack is made of this archive.
+    bool isLayer(const std::filesystem::path& file) const;
 
     const MountedData* data_;
     /// None for the stack.

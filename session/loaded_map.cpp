@@ -39,9 +39,11 @@ void noteCut(LoadedMap& map, MapList list, std::size_t given, std::size_t kept) 
 
 /// The features that the cells of the ground name, in the cells' order, and then the schema's.
 void placeFeatures(LoadedMap& map, const GameTables& tables, const io::TntFile& ground,
-                   const io::OtaSchema& schema) {
+                   const io::OtaSchema& schema, const io::Progress& progress) {
     std::size_t given = 0;
     for (std::size_t i = 0; i < ground.cells.size(); ++i) {
+        if (i % ground.size.width == 0)
+            progress("features", i / ground.size.width, ground.size.height);
         const std::uint16_t word = ground.cells[i].feature;
         if (word >= ground.featureNames.size()) continue;
         ++given;
@@ -73,9 +75,11 @@ std::shared_ptr<const sim::UnitType> unitTypeIfThere(LoadedMap& map, const Mount
 }
 
 /// Units of a schema stand where it says, whatever is there.
-void placeUnits(LoadedMap& map, const MountedData& data, const io::OtaSchema& schema) {
-    std::size_t missing = 0;
+void placeUnits(LoadedMap& map, const MountedData& data, const io::OtaSchema& schema,
+                const io::Progress& progress) {
+    std::size_t missing = 0, done = 0;
     for (const io::OtaUnit& unit : schema.units.kept) {
+        progress(unit.name, done++, schema.units.kept.size());
         const auto type = unitTypeIfThere(map, data, unit.name);
         if (!type) {
             ++missing;
@@ -130,7 +134,8 @@ sim::GroundPoint pointAt(double x, double z) {
 
 }  // namespace
 
-std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& request) {
+std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& request,
+                                   const io::Progress& progress) {
     auto [name, ground, ownDescription] = readMapFiles(data.files, request.name);
     const io::OtaFile description = std::move(ownDescription).value_or(io::OtaFile());
     const io::OtaSchema& schema = chooseSchema(description, request.schema);
@@ -145,8 +150,8 @@ std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& re
     noteCut(*map, MapList::schemas, description.schemas.size() + description.schemasLeftOut,
             description.schemas.size());
     noteCut(*map, MapList::startPositions, schema.startPositions.given, map->startPositions.size());
-    placeFeatures(*map, data.tables, ground, schema);
-    if (request.placesUnits) placeUnits(*map, data, schema);
+    placeFeatures(*map, data.tables, ground, schema, progress);
+    if (request.placesUnits) placeUnits(*map, data, schema, progress);
     ground.cells = {};
     map->picture = std::move(ground);
     LogLine(LogLevel::info) << "[maps] " << name << " loaded: " << map->world.features().size()

@@ -76,7 +76,8 @@ struct LoadedMap {
 };
 
 /// Throws std::runtime_error: what `readMapFiles` does, or "schema not found: N".
-std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& request);
+std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& request,
+                                   const io::Progress& progress = {});
 
 /// Units to be put on a map.
 struct UnitSpawn {

@@ -9,9 +9,13 @@
 namespace orb::unitview {
 namespace {
 
-void logProgress(std::size_t index, std::size_t count, const std::string& archiveName) {
-    LogLine(LogLevel::info) << "[mount] archive " << index + 1 << " of " << count << ": "
-                            << archiveName;
+/// Logs each archive and tells who listens.
+io::MountProgress mountProgress(const io::Progress& progress) {
+    return [&progress](std::size_t index, std::size_t count, const std::string& archiveName) {
+        LogLine(LogLevel::info) << "[mount] archive " << index + 1 << " of " << count << ": "
+                                << archiveName;
+        progress(archiveName, index, count);
+    };
 }
 
 /// What is read besides the units.
@@ -36,12 +40,8 @@ std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
 
     auto mounted = std::make_unique<MountedData>();
     mounted->request = request;
-    mounted->result =
-        io::buildLayers(mounted->files, request.modPaths, request.taDataPath, request.mapsPath,
-                        [&](std::size_t index, std::size_t count, const std::string& archiveName) {
-                            logProgress(index, count, archiveName);
-                            progress(archiveName, index, count);
-                        });
+    mounted->result = io::buildLayers(mounted->files, request.modPaths, request.taDataPath,
+                                      request.mapsPath, mountProgress(progress));
     mounted->roots = request.modPaths;
     mounted->roots.push_back(request.taDataPath);
     mounted->layers.push_back(
@@ -57,16 +57,17 @@ std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
 
 std::unique_ptr<MountedData> mountPack(const std::filesystem::path& pack,
                                        const std::filesystem::path& taDataPath,
-                                       const io::Palette& palette) {
+                                       const io::Palette& palette, const io::Progress& progress) {
     auto mounted = std::make_unique<MountedData>();
     mounted->request.taDataPath = taDataPath;
     mounted->files.append({std::make_unique<io::HpiFileSystem>(pack),
                            io::FileLocation::Kind::archive, pack, io::DataRootKind::mod});
     mounted->result.baseArchives =
-        io::mountRoot(mounted->files, {io::DataRootKind::base, taDataPath}, logProgress);
+        io::mountRoot(mounted->files, {io::DataRootKind::base, taDataPath}, mountProgress(progress))
+            .archives;
     mounted->roots = {taDataPath};
     mounted->palette = palette;
-    mounted->readAgain([](const io::VfsLayer&) { return true; });
+    mounted->readAgain([](const io::VfsLayer&) { return true; }, progress);
     return mounted;
 }
 

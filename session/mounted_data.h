@@ -76,6 +76,7 @@ std::unique_ptr<MountedData> mountDataRoots(const DataRootsRequest& request,
 /// Throws what opening the archive throws too.
 std::unique_ptr<MountedData> mountPack(const std::filesystem::path& pack,
                                        const std::filesystem::path& taDataPath,
-                                       const io::Palette& palette);
+                                       const io::Palette& palette,
+                                       const io::Progress& progress = {});
 
 }  // namespace orb::unitview

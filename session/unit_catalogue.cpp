@@ -8,6 +8,7 @@
 
 #include "io/ascii.h"
 #include "io/game_paths.h"
+#include "io/vfs/folder_index.h"
 #include "server/logger.h"
 
 namespace orb::unitview {
@@ -40,9 +41,8 @@ std::shared_ptr<UnitCatalogue::LayerUnits> UnitCatalogue::readLayer(const io::Vf
         contents->fileStems.push_back(io::upperCased(stem));
         const auto [first, isFirst] = firstPaths.try_emplace(contents->fileStems.back(), file.path);
         if (!isFirst) {
-            constexpr std::string_view kFirst = io::kUnitFiles.extension;
             std::string& path = contents->preferredPaths.insert(*first).first->second;
-            if (!path.ends_with(kFirst) && name.ends_with(kFirst)) path = file.path;
+            if (io::isPreferredSpelling(file.path, path)) path = file.path;
         }
         if (!content) {
             LogLine(LogLevel::warn)

@@ -53,7 +53,7 @@ public:
     const UnitDeclaration* findLoadable(std::string_view name) const;
 
     /// The path of the definition file that a stem in any case means, where its folder holds
-    /// several spellings of the name (".fbi" comes first, then the first by name); else null.
+    /// several spellings of the name (io::isPreferredSpelling); else null.
     const std::string* preferredPath(std::string_view stem) const;
 
     /// The base game's own declaration of a unit, shadowed or not, or null.

@@ -69,7 +69,7 @@ class Walk {
 public:
     Walk(const MountedData& data, bool recursive) : data_(data), recursive_(recursive) {}
 
-    UnitDependencies run(std::span<const std::string> units);
+    UnitDependencies run(std::span<const std::string> units, const io::Progress& progress);
 
     // Of units.
     void findDefinition(const UnitDeclaration& unit, DependencyRole role);
@@ -162,9 +162,10 @@ constexpr SectionRole kFeatureRoles[] = {
     {"featureburnt", DependencyRole::feature, &Walk::followFeature},
 };
 
-UnitDependencies Walk::run(std::span<const std::string> units) {
+UnitDependencies Walk::run(std::span<const std::string> units, const io::Progress& progress) {
     for (const std::string& name : units) requireUnit(name);
     for (std::size_t i = 0; i < units_.size(); ++i) {
+        progress(units_[i]->name, i, units_.size());
         result_.units.push_back(units_[i]->name);
         visit(*units_[i]);
     }
@@ -441,8 +442,8 @@ std::uint64_t UnitDependencies::totalSize() const {
 }
 
 UnitDependencies findUnitDependencies(const MountedData& data, std::span<const std::string> units,
-                                      bool recursive) {
-    return Walk(data, recursive).run(units);
+                                      bool recursive, const io::Progress& progress) {
+    return Walk(data, recursive).run(units, progress);
 }
 
 }  // namespace orb::unitview

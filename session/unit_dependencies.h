@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "io/progress.h"
 #include "session/mounted_data.h"
 #include "session/table_entry.h"
 #include "session/unit_source.h"
@@ -93,6 +94,6 @@ struct UnitDependencies {
 /// may be cyclic. Throws RequestError "FBI not found for unit: …", "FBI has no [UNITINFO] section:
 /// …" or the text of a damaged archive for one of `units`; what is wrong further on is listed.
 UnitDependencies findUnitDependencies(const MountedData& data, std::span<const std::string> units,
-                                      bool recursive);
+                                      bool recursive, const io::Progress& progress = {});
 
 }  // namespace orb::unitview

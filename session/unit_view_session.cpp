@@ -198,10 +198,10 @@ std::optional<std::string> UnitViewSession::refreshAfterWrite(
     return std::nullopt;
 }
 
-const LoadedMap& UnitViewSession::loadMap(const MapRequest& request) {
+const LoadedMap& UnitViewSession::loadMap(const MapRequest& request, const io::Progress& progress) {
     if (request.name.empty()) throw RequestError("map name is required");
     const MountedData& mounted = data();
-    map_ = reportingFailure([&] { return unitview::loadMap(mounted, request); });
+    map_ = reportingFailure([&] { return unitview::loadMap(mounted, request, progress); });
     return *map_;
 }
 

@@ -85,7 +85,7 @@ public:
 
     /// Loads a map in place of the loaded one. Throws RequestError: "map name is required", "data
     /// roots not set" or what `unitview::loadMap` throws; then the loaded map stays.
-    const LoadedMap& loadMap(const MapRequest& request);
+    const LoadedMap& loadMap(const MapRequest& request, const io::Progress& progress = {});
     /// Drops the loaded map; false when there was none.
     bool exitMap();
     /// The loaded map. Throws RequestError "no map loaded; call map-load first".

@@ -4,9 +4,9 @@
 usage: check.py [--json] [--all] PROGRAM GAME [MOD...]
 
 A table has a line for each unit that something is wrong with (with --all for every unit), then what
-is wrong, the conflicts and the sums; --json writes the same as one JSON object. With mods, what is
-listed are the mods' units. The status is 1 when a unit cannot be shipped, 2 when nothing could be
-checked.
+is wrong, archives that cannot be read, the conflicts and the sums; --json writes the same as one JSON
+object. With mods, what is listed are the mods' units and archives. The status is 1 when a unit cannot
+be shipped or an archive cannot be read, 2 when nothing could be checked.
 """
 import argparse
 import json
@@ -55,6 +55,8 @@ def check(checker, game, mods):
     gone = [root["path"] for root in roots["allLayers"] if not root["exists"]]
     if gone:
         raise EditorError(f"no such folder: {', '.join(gone)}")
+    archives = [{"archive": each["path"], "message": each["message"]} for root in roots["allLayers"]
+                if root["kind"] == ("mod" if mods else "base") for each in root.get("unreadable", [])]
     names = [unit["name"] for unit in checker.ask("list-units")["units"]]
     files = [name[:-4] for name in checker.ask("list-vfs-dir", path="units")["files"]
              if name.lower().endswith(".fbi")]
@@ -73,9 +75,9 @@ def check(checker, game, mods):
     listed = {unit["unit"].upper() for unit in units}
     conflicts = [each for each in conflicts
                  if not mods or each.get("unitName", "").upper() in listed or "unitName" not in each]
-    return {"units": units, "conflicts": conflicts,
+    return {"archives": archives, "units": units, "conflicts": conflicts,
             "summary": {"units": len(units), "ready": sum(unit["ready"] for unit in units),
-                        "missing": sum(unit["missing"] for unit in units),
+                        "missing": len(archives) + sum(unit["missing"] for unit in units),
                         "warnings": sum(unit["warnings"] for unit in units),
                         "conflicts": len(conflicts)}}
 
@@ -96,6 +98,7 @@ def table(found, shows_all):
             continue
         lines.append(f"{unit['unit'][:16]:16} {unit['missing']:8} {unit['warnings']:8}")
         lines += [f"    {row['status']:8}{row['category']}: {row['detail']}" for row in unit["checks"]]
+    lines += [f"unreadable archive  {each['archive']}: {each['message']}" for each in found["archives"]]
     for each in found["conflicts"]:
         subject = each.get("unitName") or each.get("asset", "")
         lines.append(f"conflict  {each['kind']}  {subject}: {each['detail']}")

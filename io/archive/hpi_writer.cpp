@@ -71,6 +71,13 @@ private:
 
 }  // namespace
 
+HpiInputFile compressedHpiFile(std::string path, ByteView content, HpiMethod method) {
+    const std::uint32_t size = checkedHpiSize(content.size());
+    ByteWriter out;
+    appendHpiChunks(out, content, method);
+    return {std::move(path), out.take(), size};
+}
+
 Bytes writeHpi(std::span<const HpiInputFile> files, HpiMethod method) {
     HpiDraft draft;
     std::uint64_t expectedSize = kReservedForStructure;

@@ -21,6 +21,11 @@ struct HpiInputFile {
     std::optional<std::uint32_t> decodedSize = std::nullopt;
 };
 
+/// A file for a new archive that is compressed here and now, so that until the archive is written
+/// only its stored form takes memory. Throws std::runtime_error "HPI archive too large" for a
+/// content of more than 32 bits.
+HpiInputFile compressedHpiFile(std::string path, ByteView content, HpiMethod method);
+
 /// A whole archive, not scrambled by position, with every file in chunks compressed by `method`.
 /// Directories whose paths differ in case only become one, spelled as first met; entries keep the
 /// order of the input. Of two files with the same path readers find the first.

@@ -73,32 +73,27 @@ int archiveRank(const fs::path& path) {
     return extensionRank(textFromPath(path.extension()));
 }
 
-std::uint32_t mountArchives(CompositeVirtualFileSystem& composite, const DataRoot& root,
-                            const MountProgress& progress) {
-    if (!isPresent(root.path)) return 0;
+MountedRoot mountRoot(CompositeVirtualFileSystem& composite, const DataRoot& root,
+                      const MountProgress& progress) {
+    MountedRoot mounted{root};
+    mounted.exists = isPresent(root.path);
+    if (!mounted.exists) return mounted;
     const std::vector<fs::path> archives = archivesIn(root.path);
-    std::uint32_t mounted = 0;
     for (std::size_t i = 0; i < archives.size(); ++i) {
         const std::string name = textFromPath(archives[i].filename());
         if (progress) progress(i, archives.size(), name);
         try {
             composite.append({std::make_unique<HpiFileSystem>(archives[i]),
                               FileLocation::Kind::archive, archives[i], root.kind});
-            ++mounted;
+            ++mounted.archives;
         } catch (const std::exception& error) {
             LogLine(LogLevel::warn) << "Failed to mount " << name << ": " << error.what();
+            mounted.unreadable.push_back({archives[i], error.what()});
         }
     }
-    return mounted;
-}
-
-std::uint32_t mountRoot(CompositeVirtualFileSystem& composite, const DataRoot& root,
-                        const MountProgress& progress) {
-    if (!isPresent(root.path)) return 0;
-    const std::uint32_t archives = mountArchives(composite, root, progress);
     composite.append({std::make_unique<DirectoryFileSystem>(root.path), FileLocation::Kind::loose,
                       root.path, root.kind});
-    return archives;
+    return mounted;
 }
 
 MountResult buildLayers(CompositeVirtualFileSystem& composite, std::span<const fs::path> modPaths,
@@ -106,10 +101,8 @@ MountResult buildLayers(CompositeVirtualFileSystem& composite, std::span<const f
                         const MountProgress& progress) {
     MountResult result;
     const auto mount = [&](const DataRoot& root) {
-        const bool exists = isPresent(root.path);
-        const std::uint32_t archives = mountRoot(composite, root, progress);
-        result.roots.push_back({root, archives, exists});
-        return archives;
+        result.roots.push_back(mountRoot(composite, root, progress));
+        return result.roots.back().archives;
     };
     for (const fs::path& mod : modPaths)
         result.modArchives += mount({modRootKind(mod, taDataPath), mod});

@@ -24,10 +24,17 @@ struct DataRoot {
     std::filesystem::path path;
 };
 
+/// An archive that could not be mounted, and why.
+struct UnreadableArchive {
+    std::filesystem::path path;
+    std::string message;
+};
+
 /// A data root as it was found.
 struct MountedRoot {
     DataRoot root;
     std::uint32_t archives = 0;
+    std::vector<UnreadableArchive> unreadable = {};
     /// False for a root that is not there, which is no failure.
     bool exists = false;
 };
@@ -48,15 +55,12 @@ bool isArchiveExtension(std::string_view extension);
 /// ".ccx" 3, ".hpi" 4, anything else 5. Lower ranks shadow higher ones.
 int archiveRank(const std::filesystem::path& path);
 
-/// Appends the archives that lie directly in the root, by rank and then by name; returns how many.
-/// One that cannot be mounted is left out with a warning in the log. A root that is empty or does
-/// not exist has none; one that cannot be listed raises std::filesystem::filesystem_error.
-std::uint32_t mountArchives(CompositeVirtualFileSystem& composite, const DataRoot& root,
-                            const MountProgress& progress = {});
-
-/// Appends the root's archives, then its loose files; returns the number of archives.
-std::uint32_t mountRoot(CompositeVirtualFileSystem& composite, const DataRoot& root,
-                        const MountProgress& progress = {});
+/// Appends the archives that lie directly in the root, by rank and then by name, and behind them
+/// its loose files. An archive that cannot be mounted is left out with a warning in the log. A root
+/// that is empty or does not exist has nothing; one that cannot be listed raises
+/// std::filesystem::filesystem_error.
+MountedRoot mountRoot(CompositeVirtualFileSystem& composite, const DataRoot& root,
+                      const MountProgress& progress = {});
 
 /// Fills an empty stack: the mods in the given order, the game directory, then the maps folder
 /// unless it is empty, missing or the game directory itself.

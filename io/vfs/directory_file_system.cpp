@@ -1,6 +1,7 @@
 #include "io/vfs/directory_file_system.h"
 
 #include <fstream>
+#include <stdexcept>
 
 #include "io/ascii.h"
 #include "io/path_text.h"
@@ -17,11 +18,14 @@ bool isRegularFile(const fs::directory_entry& entry) {
     return entry.is_regular_file(ignored);
 }
 
-/// The content of a regular file; none when it cannot be opened or is too large.
+/// The content of a regular file; none when it cannot be opened. Throws std::runtime_error "file
+/// too large: …".
 std::optional<Bytes> readWholeFile(const fs::path& path) {
     std::ifstream file(path, std::ios::binary | std::ios::ate);
     const std::streamoff length = file ? static_cast<std::streamoff>(file.tellg()) : -1;
-    if (length < 0 || length > kMaxLooseFileBytes) return std::nullopt;
+    if (length < 0) return std::nullopt;
+    if (length > kMaxLooseFileBytes)
+        throw std::runtime_error("file too large: " + textFromPath(path));
     Bytes content(static_cast<std::size_t>(length));
     file.seekg(0);
     file.read(reinterpret_cast<char*>(content.data()), length);
@@ -95,8 +99,14 @@ void DirectoryFileSystem::visitFiles(const VirtualPath& directory, std::string_v
         const std::string name = nameOf(entry);
         if (!endsWithIgnoringCase(name, suffix) || !isRegularFile(entry)) continue;
         if (wanted && !wanted(name)) continue;
-        std::optional<Bytes> content = readWholeFile(entry.path());
-        if (content) visit(name, std::move(content), {});
+        std::optional<Bytes> content;
+        std::string error;
+        try {
+            content = readWholeFile(entry.path());
+        } catch (const std::runtime_error& tooLarge) {
+            error = tooLarge.what();
+        }
+        if (content || !error.empty()) visit(name, std::move(content), error);
     }
 }
 

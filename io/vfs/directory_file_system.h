@@ -12,9 +12,9 @@
 namespace orb::io {
 
 /// The loose files below one directory, listed by name in byte order. A component is taken in its
-/// exact spelling where that exists, else as the first name that matches in any case. Only regular
-/// files are ever opened; an entry whose status cannot be told counts as absent. A directory that
-/// cannot be listed raises std::filesystem::filesystem_error.
+/// exact spelling where that exists, else as the preferred one that matches in any case. Only
+/// regular files are ever opened; an entry whose status cannot be told counts as absent. A
+/// directory that cannot be listed raises std::filesystem::filesystem_error.
 class DirectoryFileSystem : public AbstractVirtualFileSystem {
 public:
     explicit DirectoryFileSystem(std::filesystem::path root) : root_(std::move(root)) {}

@@ -28,6 +28,15 @@ std::vector<fs::directory_entry> entriesOf(const fs::path& folder) {
     return {entry, fs::directory_iterator()};
 }
 
+bool isLowerCased(std::string_view text) {
+    return std::ranges::none_of(text, [](char c) { return c >= 'A' && c <= 'Z'; });
+}
+
+/// What follows the last dot, or the whole name.
+std::string_view endingOf(std::string_view name) {
+    return name.substr(name.rfind('.') + 1);
+}
+
 bool isPresent(const fs::path& path) {
     std::error_code ignored;
     return fs::exists(path, ignored);
@@ -45,16 +54,40 @@ std::vector<fs::directory_entry> sortedEntries(const fs::path& folder) {
     return entries;
 }
 
+bool isPreferredSpelling(std::string_view name, std::string_view other) {
+    const bool isLower = isLowerCased(endingOf(name));
+    return isLower == isLowerCased(endingOf(other)) ? name < other : isLower;
+}
+
+std::vector<fs::directory_entry> distinctEntries(const fs::path& folder) {
+    std::vector<fs::directory_entry> entries = sortedEntries(folder);
+    std::unordered_map<std::string, std::string> preferred;
+    preferred.reserve(entries.size());
+    for (const fs::directory_entry& entry : entries) {
+        const auto [known, isNew] = preferred.try_emplace(lowerCased(nameOf(entry)), nameOf(entry));
+        if (!isNew && isPreferredSpelling(nameOf(entry), known->second))
+            known->second = nameOf(entry);
+    }
+    if (preferred.size() < entries.size())
+        std::erase_if(entries, [&](const fs::directory_entry& entry) {
+            return preferred.at(lowerCased(nameOf(entry))) != nameOf(entry);
+        });
+    return entries;
+}
+
 FolderListing::FolderListing(const fs::path& folder) {
     for (const fs::directory_entry& entry : entriesOf(folder)) names_.push_back(nameOf(entry));
     std::ranges::sort(names_);
-    firstInAnyCase_.reserve(names_.size());
-    for (const std::string& name : names_) firstInAnyCase_.emplace(name, &name);
+    preferred_.reserve(names_.size());
+    for (const std::string& name : names_) {
+        const auto [known, isNew] = preferred_.emplace(name, &name);
+        if (!isNew && isPreferredSpelling(name, *known->second)) known->second = &name;
+    }
 }
 
 const std::string* FolderListing::find(std::string_view name) const {
-    const auto found = firstInAnyCase_.find(name);
-    if (found == firstInAnyCase_.end()) return nullptr;
+    const auto found = preferred_.find(name);
+    if (found == preferred_.end()) return nullptr;
     const auto exact = std::lower_bound(names_.begin(), names_.end(), name);
     return exact != names_.end() && *exact == name ? &*exact : found->second;
 }

@@ -21,20 +21,28 @@ std::string nameOf(const std::filesystem::directory_entry& entry);
 /// raises std::filesystem::filesystem_error.
 std::vector<std::filesystem::directory_entry> sortedEntries(const std::filesystem::path& folder);
 
+/// Of several spellings of one name in a folder, the one that counts however the name is asked for
+/// comes first: that whose extension (or, without one, that which) is in lower case, as the game's
+/// files are asked for, then the first in byte order. An order of all names.
+bool isPreferredSpelling(std::string_view name, std::string_view other);
+
+/// As sortedEntries; of several spellings of a name only the one that counts.
+std::vector<std::filesystem::directory_entry> distinctEntries(const std::filesystem::path& folder);
+
 /// The names in a folder at one moment.
 class FolderListing {
 public:
     /// Throws what `sortedEntries` throws.
     explicit FolderListing(const std::filesystem::path& folder);
 
-    /// `name` in that spelling, else the first by name that matches in any case, or null.
+    /// `name` in that spelling, else the preferred one that matches in any case, or null.
     const std::string* find(std::string_view name) const;
     std::size_t size() const { return names_.size(); }
 
 private:
     std::vector<std::string> names_;
     std::unordered_map<std::string_view, const std::string*, IgnoringCaseHash, IgnoringCaseEqual>
-        firstInAnyCase_;
+        preferred_;
 };
 
 /// Finds names in folders in any case, and remembers what the folders listed while their stamps

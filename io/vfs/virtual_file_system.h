@@ -34,7 +34,8 @@ public:
     virtual ~AbstractVirtualFileSystem() = default;
 
     /// The whole content of one file, or none when this file system has no such file. Damaged
-    /// archive data throws the archive reader's std::runtime_error.
+    /// archive data throws the archive reader's std::runtime_error, and a loose file beyond all
+    /// measure "file too large: …".
     virtual std::optional<Bytes> readFile(const VirtualPath& path) const = 0;
 
     /// Names (last component, case as stored) of the regular files directly in `directory` whose

@@ -253,17 +253,19 @@ const TextureLibrary& texturesOf(const UnitViewSession& session) {
 
 struct FileContent {
     std::string path;
-    io::Bytes bytes;
+    BrowsedContent content;
 };
 
 FileContent readBrowsed(const Browsed& browsed, const std::string& internalPath) {
     return std::visit(Visit{[&](const ArchivePtr& archive) -> FileContent {
                                 ArchiveFile file = findArchiveFile(*archive, internalPath);
-                                return {file.path, archive->openReader().readFile(*file.entry)};
+                                io::Bytes bytes = archive->openReader().readFile(*file.entry);
+                                const std::uint64_t size = bytes.size();
+                                return {file.path, {std::move(bytes), size}};
                             },
                             [&](const BrowsedFiles& files) -> FileContent {
                                 BrowsedFile file = files.find(internalPath);
-                                return {file.path, files.read(file)};
+                                return {file.path, files.readBeginning(file, kMaxPreviewBytes)};
                             }},
                       browsed);
 }
@@ -276,6 +278,7 @@ Reply listArchiveContents(UnitViewSession& session, const Payload& payload) {
     const Browsed browsed = openBrowsed(session, *path);
     json entries = json::array();
     std::size_t count = 0;
+    bool isWhole = true;
     if (const auto* const archive = std::get_if<ArchivePtr>(&browsed)) {
         const auto files = listArchiveFiles(**archive, "");
         count = files.size();
@@ -283,16 +286,18 @@ Reply listArchiveContents(UnitViewSession& session, const Payload& payload) {
             entries.push_back(encodeFile("path", file.path, *file.entry));
     } else {
         const auto& tree = std::get<BrowsedFiles>(browsed);
-        const auto files = tree.list("");
-        count = files.size();
-        for (const BrowsedFile& file : std::span(files).first(std::min(count, kMaxListedEntries)))
+        const BrowsedListing listing = tree.list("");
+        count = listing.files.size();
+        isWhole = listing.isWhole();
+        for (const BrowsedFile& file :
+             std::span(listing.files).first(std::min(count, kMaxListedEntries)))
             entries.push_back(encodeFile("path", file.path, file, tree.isStack()));
     }
     Reply reply{{{"path", io::textFromPath(*path)},
                  {"bank", isBank(browsed)},
                  {"entryCount", count},
                  {"entries", std::move(entries)},
-                 {"truncated", count > kMaxListedEntries}}};
+                 {"truncated", !isWhole || count > kMaxListedEntries}}};
     if (path->empty()) reply.data["archives"] = encodeArchives(session.data());
     return reply;
 }
@@ -302,12 +307,15 @@ Reply archiveBrowseOpen(UnitViewSession& session, const Payload& payload) {
     require("path", path);
     const Browsed browsed = openBrowsed(session, *path);
     Totals totals;
+    bool isWhole = true;
     json root =
         std::visit(Visit{[&](const ArchivePtr& archive) {
                              return encodeTree("", archive->root().entries, totals);
                          },
                          [&](const BrowsedFiles& files) {
-                             return encodeTree("", files.list(""), 0, files.isStack(), totals);
+                             const BrowsedListing listing = files.list("");
+                             isWhole = listing.isWhole();
+                             return encodeTree("", listing.files, 0, files.isStack(), totals);
                          }},
                    browsed);
     Reply reply{{{"path", io::textFromPath(*path)},
@@ -315,7 +323,7 @@ Reply archiveBrowseOpen(UnitViewSession& session, const Payload& payload) {
                  {"fileCount", totals.files},
                  {"directoryCount", totals.directories},
                  {"totalSize", totals.bytes},
-                 {"truncated", totals.isFull()},
+                 {"truncated", !isWhole || totals.isFull()},
                  {"root", std::move(root)}}};
     if (path->empty()) reply.data["archives"] = encodeArchives(session.data());
     return reply;
@@ -330,8 +338,9 @@ Reply archiveBrowsePreview(UnitViewSession& session, const Payload& payload) {
     const Browsed browsed = openBrowsed(session, *path);
     return reportingFailure([&]() -> Reply {
         const FileContent file = readBrowsed(browsed, *internalPath);
-        return {encodePreview(*path, previewFile(file.path, file.bytes, options,
-                                                 {session.palette(), texturesOf(session)}))};
+        return {
+            encodePreview(*path, previewFile(file.path, file.content.bytes, file.content.size,
+                                             options, {session.palette(), texturesOf(session)}))};
     });
 }
 

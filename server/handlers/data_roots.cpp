@@ -39,11 +39,15 @@ json encodeLayers(const std::vector<LayerReport>& layers) {
 
 json encodeRoots(const std::vector<io::MountedRoot>& roots) {
     json result = json::array();
-    for (const io::MountedRoot& each : roots)
-        result.push_back({{"kind", layerWord(each.root.kind)},
-                          {"path", io::textFromPath(each.root.path)},
-                          {"archiveCount", each.archives},
-                          {"exists", each.exists}});
+    for (const io::MountedRoot& each : roots) {
+        json row = {{"kind", layerWord(each.root.kind)},
+                    {"path", io::textFromPath(each.root.path)},
+                    {"archiveCount", each.archives},
+                    {"exists", each.exists}};
+        for (const auto& [path, message] : each.unreadable)
+            row["unreadable"].push_back({{"path", io::textFromPath(path)}, {"message", message}});
+        result.push_back(std::move(row));
+    }
     return result;
 }
 

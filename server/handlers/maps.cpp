@@ -108,7 +108,7 @@ Reply mapLoad(UnitViewSession& session, const Payload& payload) {
     request.name = payload.text("name").value_or("");
     request.schema = payload.integer("schema").value_or(0);
     request.placesUnits = payload.flag("placeUnits").value_or(true);
-    return {encodeLoadedMap(session.loadMap(request))};
+    return {encodeLoadedMap(session.loadMap(request, payload.progress()))};
 }
 
 Reply mapExit(UnitViewSession& session, const Payload&) {

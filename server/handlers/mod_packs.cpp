@@ -79,7 +79,10 @@ json encodeFinding(const PackFinding& finding) {
 
 Reply unitDeps(UnitViewSession& session, const Payload& payload) {
     auto units = payload.texts("units");
+    const auto name = textOption(payload, "name");
     const bool recursive = payload.flag("recursive").value_or(false);
+    if (units && name) throw RequestError("units and name exclude each other");
+    if (name) units = {requireFilled("unit name", name)};
     if (!units) units = {session.requireUnit().definitionName()};
     const UnitDependencies found = findUnitDependencies(session.data(), *units, recursive);
     json files = json::array(), damaged = json::array();
@@ -101,7 +104,9 @@ Reply unitDeps(UnitViewSession& session, const Payload& payload) {
 Reply exportModPack(UnitViewSession& session, const Payload& payload) {
     const auto modPath = payload.path("modPath");
     const PackMembers members(payload);
-    const ModPackResult result = unitview::exportModPack(session, modPath, members.request());
+    const io::Progress progress = payload.progress();
+    const ModPackResult result =
+        unitview::exportModPack(session, modPath, members.request(), progress);
     json data = encodePack(result.pack);
     data["leftOut"] = encodeLeftOut(result.leftOut);
     return {std::move(data)};
@@ -111,8 +116,9 @@ Reply exportMinModPack(UnitViewSession& session, const Payload& payload) {
     const auto units = payload.texts("units");
     const bool recursive = payload.flag("recursive").value_or(false);
     const PackMembers members(payload);
+    const io::Progress progress = payload.progress();
     const MinPackRequest request{requireFilled("units", units), recursive, members.request()};
-    const MinPackResult result = unitview::exportMinModPack(session, request);
+    const MinPackResult result = unitview::exportMinModPack(session, request, progress);
     json data = encodePack(result.pack);
     data["files"] = json::array();
     for (const MinPackFile& file : result.files)
@@ -128,10 +134,11 @@ Reply exportMinModPack(UnitViewSession& session, const Payload& payload) {
 
 Reply validateModPack(UnitViewSession& session, const Payload& payload) {
     const auto path = payload.path("path");
+    const io::Progress progress = payload.progress();
     requireFilled("path", path);
     const MountedData& data = session.data();
-    const PackValidation report = unitview::validateModPack(resolveArchivePath(*path, data.roots),
-                                                            data.request.taDataPath, data.palette);
+    const PackValidation report = unitview::validateModPack(
+        resolveArchivePath(*path, data.roots), data.request.taDataPath, data.palette, progress);
     json findings = json::array(), units = json::array();
     for (const PackFinding& finding : report.findings) findings.push_back(encodeFinding(finding));
     for (const PackUnit& unit : report.units)

@@ -90,7 +90,7 @@ TEST_F(ModPacksTest, WhateverFailsTheDestinationIsTheOldOrTheNewPack) {
         FaultyFileOps ops(step, FaultyFileOps::Fault::fail);
         bool isWritten = true;
         try {
-            exportMinModPack(session, minimal(true), ops);
+            exportMinModPack(session, minimal(true), {}, ops);
         } catch (const RequestError&) {
             isWritten = false;
         }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "io/path_text.h"
 #include "session/request_error.h"
 #include "session/unit_view_session.h"
 #include "tests/platform.h"
@@ -40,7 +41,7 @@ protected:
     static std::vector<std::string> pathsIn(const BrowsedFiles& files,
                                             const std::string& directory = "") {
         std::vector<std::string> paths;
-        for (const BrowsedFile& file : files.list(directory)) paths.push_back(file.path);
+        for (const BrowsedFile& file : files.list(directory).files) paths.push_back(file.path);
         return paths;
     }
 
@@ -70,6 +71,38 @@ TEST_F(BrowsedFilesTest, ShowsTheFilesThatWin) {
     EXPECT_EQ(pathsIn(BrowsedFiles(mount(), "UNITS")), Paths{"toy.FBI"});
 }
 
+TEST_F(BrowsedFilesTest, TellsWhatItDoesNotShow) {
+    std::string deep;
+    for (std::size_t i = 0; i <= kMaxFolderNesting; ++i) deep += "d/";
+    write("game/" + deep + "file", "");
+    const BrowsedFiles stack(mount());
+    const BrowsedListing listing = stack.list("");
+    EXPECT_FALSE(listing.isWhole());
+    EXPECT_EQ(listing.unseenFolders, Paths{deep.substr(0, deep.size() - 1)});
+    EXPECT_TRUE(stack.list("units").isWhole());
+    const auto result = extractDirectory(stack, "", folder_ / "to", false, {});
+    ASSERT_EQ(result.skipped.size(), 1U);
+    EXPECT_EQ(result.skipped[0].reason, "folders nest too deep");
+}
+
+TEST_F(BrowsedFilesTest, ReadsTheBeginningOfALargeFileAndTellsThatOneIsTooLarge) {
+    const auto size = (std::uint64_t{1} << 30) + 1;
+    write("game/long.txt", "begins");
+    fs::resize_file(folder_ / "game" / "long.txt", size);  // takes no room on most disks
+    const BrowsedFiles stack(mount());
+    const BrowsedFile file = stack.find("long.txt");
+    const BrowsedContent content = stack.readBeginning(file, 6);
+    EXPECT_EQ(io::asText(content.bytes), "begins");
+    EXPECT_EQ(content.size, size);
+    try {
+        stack.read(file);
+        ADD_FAILURE() << "was read";
+    } catch (const std::runtime_error& error) {
+        EXPECT_EQ(std::string(error.what()),
+                  "file too large: " + io::textFromPath(folder_ / "game" / "long.txt"));
+    }
+}
+
 TEST_F(BrowsedFilesTest, StaysInTheDataRoots) {
     EXPECT_EQ(errorOf(folder_ / "game" / "UNITS"), "");
     for (const fs::path& outside : {folder_, folder_ / "outside", fs::path("../outside"),
@@ -82,6 +115,21 @@ TEST_F(BrowsedFilesTest, StaysInTheDataRoots) {
 }
 
 #if ORB_TEST_HAS_POSIX
+TEST_F(BrowsedFilesTest, ShowsOfSeveralSpellingsTheOneThatCounts) {
+    write("game/UNITS/toy.fbi", "counts");
+    write("game/UNITS/BEE.FBI", "counts");
+    write("game/UNITS/bee.FBI", "does not");
+    write("game/units/other.fbi", "in the folder that counts");
+    write("mod/units/TOY.FBI", "does not");
+    EXPECT_EQ(pathsIn(BrowsedFiles(mount())),
+              (Paths{"units/other.fbi", "units/TOY.fbi", "units.txt"}));
+    fs::remove_all(folder_ / "game" / "units");
+    const BrowsedFiles units(mount(), folder_ / "game" / "UNITS");
+    EXPECT_EQ(pathsIn(units), (Paths{"BEE.FBI", "toy.fbi"}));
+    EXPECT_EQ(io::asText(units.read(units.find("TOY.fbi"))), "counts");
+    EXPECT_EQ(io::asText(units.read(units.find("toy.FBI"))), "game");  // in its own spelling
+}
+
 TEST_F(BrowsedFilesTest, FollowsNoLinkOutAndNoLoop) {
     fs::create_directory_symlink(folder_ / "outside", folder_ / "game" / "out");
     fs::create_symlink(folder_ / "outside" / "secret.txt", folder_ / "game" / "secret.txt");
