@@ -16,9 +16,9 @@ constexpr int kTicksPerStep = 1;
 
 }  // namespace
 
-CobLineMap::CobLineMap(std::span<const CobLineSpan> spans, std::vector<std::string> files)
-    : files_(std::move(files)) {
-    for (std::size_t i = spans.size(); i > 0; --i) paint(spans[i - 1]);
+CobLineMap::CobLineMap(std::vector<CobLineSpan> spans, std::vector<std::string> files)
+    : spans_(std::move(spans)), files_(std::move(files)) {
+    for (std::size_t i = spans_.size(); i > 0; --i) paint(spans_[i - 1]);
 }
 
 void CobLineMap::paint(const CobLineSpan& span) {
@@ -52,11 +52,9 @@ CobInstance& CobDebugger::instance() const {
     return *instance_;
 }
 
-void CobDebugger::setBreakpoints(std::set<std::uint32_t> offsets,
-                                 const std::vector<CobLineSpan>& lineSpans,
-                                 std::vector<std::string> files) {
+void CobDebugger::setBreakpoints(std::set<std::uint32_t> offsets, CobLineMap lines) {
     breakpoints_ = std::move(offsets);
-    lines_ = CobLineMap(lineSpans, std::move(files));
+    lines_ = std::move(lines);
     limitQuestions();
 }
 

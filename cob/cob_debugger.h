@@ -29,7 +29,11 @@ public:
     CobLineMap() = default;
     /// Where spans overlap, the first one says the line; a span that ends before it begins is
     /// empty. `files` are the paths that the spans' files count.
-    explicit CobLineMap(std::span<const CobLineSpan> spans, std::vector<std::string> files = {});
+    explicit CobLineMap(std::vector<CobLineSpan> spans, std::vector<std::string> files = {});
+
+    /// As they were given.
+    const std::vector<CobLineSpan>& spans() const { return spans_; }
+    const std::vector<std::string>& files() const { return files_; }
 
     /// Line 0 for code without a line.
     CobSourceLine at(std::uint32_t pc) const { return std::prev(lines_.upper_bound(pc))->second; }
@@ -43,6 +47,7 @@ private:
 
     /// Each line holds from its offset up to the next one.
     std::map<std::uint64_t, CobSourceLine> lines_{{0, {}}};
+    std::vector<CobLineSpan> spans_;
     std::vector<std::string> files_;
 };
 
@@ -71,8 +76,7 @@ public:
     /// keeps ownership and attaches another one, or none, before destroying it.
     void attach(CobInstance* instance);
 
-    void setBreakpoints(std::set<std::uint32_t> offsets, const std::vector<CobLineSpan>& lineSpans,
-                        std::vector<std::string> files = {});
+    void setBreakpoints(std::set<std::uint32_t> offsets, CobLineMap lines);
     void clearBreakpoints() { setBreakpoints({}, {}); }
 
     /// Runs up to `count` ticks, fewer when the instance pauses. Nothing happens without an

@@ -57,6 +57,16 @@ void CobSession::loadTemporary(io::ByteView file) {
     }
 }
 
+void CobSession::setBreakpoints(std::set<std::uint32_t> offsets, CobLineMap lines) {
+    debugger_.setBreakpoints(std::move(offsets), std::move(lines));
+    hasTemporaryLines_ = instance_ && !runsUnitScript();
+}
+
+const CobLineMap& CobSession::setLines() const {
+    static const CobLineMap kNone;
+    return hasTemporaryLines_ && runsUnitScript() ? kNone : debugger_.lines();
+}
+
 void CobSession::write(const CobWrites& writes) {
     check(writes);
     CobInstance& instance = requireInstance();

@@ -63,6 +63,12 @@ public:
     /// What scripts read as unit values, until the next unit; others read 0.
     const std::map<std::int32_t, std::int32_t>& unitValues() const { return unitValues_; }
 
+    /// Sets breakpoints of the script that runs, with what is known of its lines.
+    void setBreakpoints(std::set<std::uint32_t> offsets, CobLineMap lines);
+    /// The lines set with the breakpoints; none where they are those of a temporary script and the
+    /// unit's own runs again.
+    const CobLineMap& setLines() const;
+
     /// The unit's own script runs, no temporary one.
     bool runsUnitScript() const { return instance_ && &instance_->file() == unitCob_.get(); }
     /// The lines of the unit's own script: none until `findPause` needed them for the first time.
@@ -87,6 +93,7 @@ private:
     std::unique_ptr<CobInstance> instance_;
     std::map<std::int32_t, std::int32_t> unitValues_;
     std::uint64_t lastTraceSeq_ = 0;
+    bool hasTemporaryLines_ = false;
     CobDebugger debugger_;
 };
 

@@ -11,20 +11,25 @@ namespace {
 CobLineMap readUnitLines(const UnitViewSession& session) {
     try {
         UnitBos bos = readUnitBos(session, std::nullopt);
-        if (bos.lineSpans) return CobLineMap(*bos.lineSpans, std::move(bos.files));
+        if (bos.lineSpans) return CobLineMap(std::move(*bos.lineSpans), std::move(bos.files));
     } catch (const RequestError&) {
         // Whoever asks for the source is told why there is none.
     }
     return {};
 }
 
-void findLine(UnitViewSession& session, ScriptPause& pause) {
+/// None for a temporary script.
+const CobLineMap& unitLines(UnitViewSession& session) {
+    static const CobLineMap kNone;
     CobSession& cob = session.cob();
-    const CobLineMap* lines = &cob.debugger().lines();
-    if (lines->at(pause.offset).line == 0 && cob.runsUnitScript()) {
-        if (!cob.unitLines) cob.unitLines = readUnitLines(session);
-        lines = &*cob.unitLines;
-    }
+    if (!cob.runsUnitScript()) return kNone;
+    if (!cob.unitLines) cob.unitLines = readUnitLines(session);
+    return *cob.unitLines;
+}
+
+void findLine(UnitViewSession& session, ScriptPause& pause) {
+    const CobLineMap* lines = &session.cob().setLines();
+    if (lines->at(pause.offset).line == 0) lines = &unitLines(session);
     const CobSourceLine at = lines->at(pause.offset);
     pause.line = at.line;
     if (const std::string* const file = lines->fileOf(at)) pause.file = *file;
@@ -47,6 +52,11 @@ std::optional<ScriptPause> findPause(UnitViewSession& session) {
     pause.script = instance.scriptNameAt(pause.offset);
     findLine(session, pause);
     return pause;
+}
+
+const CobLineMap& knownLines(UnitViewSession& session) {
+    const CobLineMap& set = session.cob().setLines();
+    return set.spans().empty() ? unitLines(session) : set;
 }
 
 }  // namespace orb::unitview

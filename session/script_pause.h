@@ -26,4 +26,8 @@ struct ScriptPause {
 /// is read at the first such pause and kept.
 std::optional<ScriptPause> findPause(UnitViewSession& session);
 
+/// What is known of the running script's lines: those set with the breakpoints, else of the unit's
+/// own script what `readUnitBos` gives.
+const CobLineMap& knownLines(UnitViewSession& session);
+
 }  // namespace orb::unitview

@@ -98,7 +98,7 @@ def table(found, shows_all):
             continue
         lines.append(f"{unit['unit'][:16]:16} {unit['missing']:8} {unit['warnings']:8}")
         lines += [f"    {row['status']:8}{row['category']}: {row['detail']}" for row in unit["checks"]]
-    lines += [f"unreadable archive  {each['archive']}: {each['message']}" for each in found["archives"]]
+    lines += [f"unreadable archive  {os.path.basename(each['archive'])}: {each['message']}" for each in found["archives"]]
     for each in found["conflicts"]:
         subject = each.get("unitName") or each.get("asset", "")
         lines.append(f"conflict  {each['kind']}  {subject}: {each['detail']}")

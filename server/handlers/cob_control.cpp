@@ -8,6 +8,7 @@
 #include "server/handlers/encode_cob.h"
 #include "server/handlers/handlers.h"
 #include "session/request_error.h"
+#include "session/script_pause.h"
 
 namespace orb::unitview::ipc::handlers {
 namespace {
@@ -120,12 +121,14 @@ Reply cobStepLine(UnitViewSession& session, const Payload& payload) {
 
 Reply cobSetBreakpoints(UnitViewSession& session, const Payload& payload) {
     BreakpointRequest request = decodeBreakpoints(payload);
+    CobLineMap spans = request.spans   ? std::move(*request.spans)
+                       : request.lines ? knownLines(session)
+                                       : CobLineMap();
     Reply reply;
     if (request.lines)
         reply.data["breakpoints"] =
-            placeLines(*request.lines, CobLineStarts(request.spans), request.offsets);
-    session.cob().debugger().setBreakpoints(std::move(request.offsets), request.spans,
-                                            std::move(request.files));
+            placeLines(*request.lines, CobLineStarts(spans.spans()), request.offsets);
+    session.cob().setBreakpoints(std::move(request.offsets), std::move(spans));
     return reply;
 }
 

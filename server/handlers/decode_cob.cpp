@@ -101,6 +101,28 @@ std::vector<std::uint32_t> decodeLines(const json& value) {
     return lines;
 }
 
+std::optional<CobLineMap> decodeSpans(const Payload& payload) {
+    const auto objects = payload.objects("lineSpans");
+    if (!objects) return std::nullopt;
+    std::vector<CobLineSpan> spans;
+    std::vector<std::string> files(1);
+    std::unordered_map<std::string, std::uint32_t> fileNumbers;
+    spans.reserve(objects->size());
+    for (const Payload& span : *objects) {
+        spans.push_back({decodeOffset(span.requiredInteger("from")),
+                         decodeOffset(span.requiredInteger("to")),
+                         decodeOffset(span.requiredInteger("line"))});
+        const json* const file = span.member("file");
+        if (!file) continue;
+        if (!file->is_string()) failType("lineSpans: file", "string", *file);
+        const auto [found, isNew] = fileNumbers.try_emplace(
+            file->get<std::string>(), static_cast<std::uint32_t>(files.size()));
+        if (isNew) files.push_back(found->first);
+        spans.back().file = found->second;
+    }
+    return CobLineMap(std::move(spans), std::move(files));
+}
+
 void requireOrder(std::vector<CobLineSpan> spans) {
     std::ranges::stable_sort(spans, {}, &CobLineSpan::from);
     for (std::size_t i = 0; i < spans.size(); ++i) {
@@ -152,24 +174,11 @@ BreakpointRequest decodeBreakpoints(const Payload& payload) {
     BreakpointRequest request;
     for (const auto offset : payload.integers("offsets").value_or(std::vector<std::int64_t>{}))
         request.offsets.insert(decodeOffset(offset));
-    request.files.emplace_back();
-    std::unordered_map<std::string, std::uint32_t> fileNumbers;
-    for (const Payload& span : payload.objects("lineSpans").value_or(std::vector<Payload>{})) {
-        CobLineSpan& last = request.spans.emplace_back(CobLineSpan{
-            decodeOffset(span.requiredInteger("from")), decodeOffset(span.requiredInteger("to")),
-            decodeOffset(span.requiredInteger("line"))});
-        const json* const file = span.member("file");
-        if (!file) continue;
-        if (!file->is_string()) failType("lineSpans: file", "string", *file);
-        const auto [found, isNew] = fileNumbers.try_emplace(
-            file->get<std::string>(), static_cast<std::uint32_t>(request.files.size()));
-        if (isNew) request.files.push_back(found->first);
-        last.file = found->second;
-    }
+    request.spans = decodeSpans(payload);
     const json* const lines = payload.member("lines");
     if (!lines) return request;
     request.lines = decodeLines(*lines);
-    requireOrder(request.spans);
+    if (request.spans) requireOrder(request.spans->spans());
     return request;
 }
 

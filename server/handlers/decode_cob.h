@@ -20,9 +20,9 @@ std::optional<CobWrites> decodeWrites(const Payload& payload);
 /// What cob-set-breakpoints sets.
 struct BreakpointRequest {
     std::set<std::uint32_t> offsets;
-    std::vector<CobLineSpan> spans;
-    /// The source's place, which has no name here, and the included files that spans name.
-    std::vector<std::string> files;
+    /// Its files are the source's place, which has no name here, and the included files that spans
+    /// name. None when the request tells none.
+    std::optional<CobLineMap> spans;
     std::optional<std::vector<std::uint32_t>> lines;
 };
 

@@ -59,7 +59,7 @@ TEST_F(Debugger, ABreakpointStopsBothScriptsAndAResumePassesIt) {
 TEST_F(Debugger, StepsGoByInstructionAndByLine) {
     debugger.stopAll();
     debugger.startScript("First", {});
-    debugger.setBreakpoints({2}, {{0, 4, 10}, {5, 6, 11}, {7, 11, 0}});
+    debugger.setBreakpoints({2}, CobLineMap({{0, 4, 10}, {5, 6, 11}, {7, 11, 0}}));
     debugger.advanceTicks(1);
     ASSERT_EQ(debugger.pausedOffset(), 2U);
 

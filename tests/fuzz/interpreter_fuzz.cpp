@@ -122,7 +122,7 @@ private:
             breakpoints_.insert(offset);
             lines.push_back({offset, offset + choices.byte(), choices.byte()});
         }
-        debugger_.setBreakpoints(breakpoints_, lines);
+        debugger_.setBreakpoints(breakpoints_, CobLineMap(std::move(lines)));
     }
 
     void call(Choices& choices) {
