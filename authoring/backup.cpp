@@ -59,11 +59,21 @@ bool hasBackup(io::FileOps& ops, const fs::path& file) {
     return fs::is_regular_file(ops.status(backupPath(file), ignored));
 }
 
-void ensureBackup(io::FileOps& ops, const fs::path& file) {
+bool ensureBackup(io::FileOps& ops, const fs::path& file) {
     const io::FolderLock lock(file);
     // What a process left that died while it made this backup.
     io::removeIfPossible(ops, io::temporaryPath(backupPath(file)));
-    if (!hasBackup(ops, file)) makeBackup(ops, file, backupPath(file));
+    if (hasBackup(ops, file)) return false;
+    makeBackup(ops, file, backupPath(file));
+    return true;
+}
+
+void takeBackBackup(io::FileOps& ops, const fs::path& file) {
+    std::error_code error;
+    const io::Bytes content = ops.read(file, error);
+    if (error) return;
+    const io::Bytes kept = ops.read(backupPath(file), error);
+    if (!error && kept == content) io::removeIfPossible(ops, backupPath(file));
 }
 
 std::optional<std::string> restoreFromBackup(io::FileOps& ops, const fs::path& file) {

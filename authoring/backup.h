@@ -15,9 +15,13 @@ std::filesystem::path backupPath(const std::filesystem::path& file);
 
 bool hasBackup(io::FileOps& ops, const std::filesystem::path& file);
 
-/// Makes the backup of a file that has none yet. Throws std::runtime_error "backup failed: " and
-/// the system's text.
-void ensureBackup(io::FileOps& ops, const std::filesystem::path& file);
+/// Makes the backup of a file that has none yet; false when it has. Throws std::runtime_error
+/// "backup failed: " and the system's text.
+bool ensureBackup(io::FileOps& ops, const std::filesystem::path& file);
+
+/// Takes back a backup made for a write that failed, so that the next write asks for consent again;
+/// not where the file is no longer what the backup holds.
+void takeBackBackup(io::FileOps& ops, const std::filesystem::path& file);
 
 /// Puts the backup of a file in its place, which uses it up. Returns the warning "restored but
 /// couldn't remove backup: …" when it is still there. Throws RequestError "no backup at …" or

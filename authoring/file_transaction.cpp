@@ -1,9 +1,12 @@
 #include "authoring/file_transaction.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <vector>
 
+#include "io/content_version.h"
 #include "io/files/replace_file.h"
+#include "io/files/write_plan.h"
 #include "io/path_text.h"
 
 namespace orb::unitview {
@@ -50,6 +53,25 @@ public:
             if (files_[i].replacement->existing) keepOldContent(files_[i]);
     }
 
+    /// From here on whoever comes next can finish the write. A file that is written in place has
+    /// nothing to be moved.
+    void plan() {
+        if (files_.size() < 2 || !std::ranges::all_of(files_, &StagedFile::hasTemporary)) return;
+        std::vector<io::PlannedFile> planned;
+        planned.reserve(files_.size());
+        for (const StagedFile& file : files_) {
+            std::optional<std::string> oldVersion;
+            std::error_code error;
+            if (file.replacement->existing)
+                oldVersion = io::contentVersion(ops_.read(file.target, error));
+            if (error) return;
+            planned.push_back(
+                {file.target, oldVersion, io::contentVersion(file.replacement->content)});
+        }
+        plan_ = io::planPath(files_.front().target.parent_path());
+        io::writePlan(ops_, plan_, planned);
+    }
+
     void moveIntoPlace() {
         for (StagedFile& file : files_) {
             current_ = file.replacement->path;
@@ -69,11 +91,13 @@ public:
     }
 
     void forgetOldContents() {
+        dropPlan();
         for (const StagedFile& file : files_)
             if (!file.oldName.empty()) io::removeIfPossible(ops_, file.oldName);
     }
 
     void undo() {
+        dropPlan();
         for (auto file = files_.rbegin(); file != files_.rend(); ++file) {
             if (file->hasTemporary) io::removeIfPossible(ops_, io::temporaryPath(file->target));
             if (file->isReplaced) putBack(*file);
@@ -84,6 +108,10 @@ public:
     }
 
 private:
+    void dropPlan() {
+        if (!plan_.empty()) io::removeIfPossible(ops_, plan_);
+    }
+
     void stageArchive(const FileReplacement& file) {
         std::error_code error;
         StagedFile staged{&file, ops_.followLink(file.path, error), {}, {}};
@@ -136,8 +164,7 @@ private:
 
     void keepOldContent(StagedFile& file) {
         current_ = file.replacement->path;
-        fs::path name = file.target;
-        name += kOldSuffix;
+        fs::path name = io::oldContentPath(file.target);
         io::removeIfPossible(ops_, name);
         std::error_code error;
         ops_.hardLink(file.target, name, error);
@@ -172,6 +199,8 @@ private:
     io::FileOps& ops_;
     fs::path& current_;
     std::vector<StagedFile> files_;
+    /// Empty until there is one.
+    fs::path plan_;
     /// Folders that were missing, each behind the one that holds it.
     std::vector<fs::path> newFolders_;
 };
@@ -183,6 +212,7 @@ void replaceFiles(io::FileOps& ops, std::span<const FileReplacement> files, fs::
     try {
         for (const FileReplacement& file : files) transaction.stage(file);
         transaction.keepOldContents();
+        transaction.plan();
         transaction.moveIntoPlace();
     } catch (...) {
         transaction.undo();

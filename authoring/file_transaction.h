@@ -10,9 +10,6 @@
 
 namespace orb::unitview {
 
-/// What is appended to a file's name for its old content while others are being written.
-inline constexpr const char* kOldSuffix = ".orb-write-old";
-
 /// Whole new content for a file on disk: a loose one, or an archive.
 struct FileReplacement {
     std::filesystem::path path;
@@ -24,8 +21,10 @@ struct FileReplacement {
 
 /// Writes all of the files or, when one cannot be written, none: those before it are put back or
 /// removed, and so are folders made for them. All are written beside their places before the first
-/// is moved into its own. Their folders should be locked. Throws std::runtime_error with one of the
-/// texts of WriteResult, and sets `failed` to the file that it tells of.
+/// is moved into its own. Their folders should be locked. Where the process dies, io::finishWrite
+/// moves the rest into place, unless there is room for no new file beside one of them. Throws
+/// std::runtime_error with one of the texts of WriteResult, and sets `failed` to the file that it
+/// tells of.
 void replaceFiles(io::FileOps& ops, std::span<const FileReplacement> files,
                   std::filesystem::path& failed);
 

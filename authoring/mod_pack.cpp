@@ -9,12 +9,12 @@
 #include <fmt/format.h>
 
 #include "authoring/backup.h"
-#include "authoring/file_transaction.h"
 #include "authoring/mod_folder.h"
 #include "authoring/mod_target.h"
 #include "io/archive/hpi_format.h"
 #include "io/ascii.h"
 #include "io/files/replace_file.h"
+#include "io/files/write_plan.h"
 #include "io/path_text.h"
 #include "io/vfs/data_roots.h"
 #include "io/vfs/folder_index.h"
@@ -40,7 +40,7 @@ const std::vector<LeftOutEnding>& leftOutEndings() {
     static const std::vector<LeftOutEnding> kEndings = {
         {backupPath("").string(), "backup"},
         {io::temporaryPath("").string(), "temporary file"},
-        {kOldSuffix, "temporary file"}};
+        {io::oldContentPath("").string(), "temporary file"}};
     return kEndings;
 }
 

@@ -59,8 +59,8 @@ io::Bytes rewriteArchive(const Target& target) {
     }
 }
 
-/// Either all are written, or what is thrown tells why none is; `result.resolvedPath` names the
-/// file in question.
+/// Either all are written, or what is thrown tells why none is (then no backup is new either);
+/// `result.resolvedPath` names the file in question.
 void writeTargets(io::FileOps& ops, std::span<Target> targets, bool allowBackupCreation,
                   WriteResult& result) {
     const fs::path first = result.resolvedPath;
@@ -80,11 +80,17 @@ void writeTargets(io::FileOps& ops, std::span<Target> targets, bool allowBackupC
                          target.kind == Kind::archive ? rewriteArchive(target)
                                                       : target.writes.front()->content});
     }
-    for (const Target& target : targets) {
-        result.resolvedPath = target.path;
-        if (target.existing) ensureBackup(ops, target.path);
+    std::vector<fs::path> backedUp;
+    try {
+        for (const Target& target : targets) {
+            result.resolvedPath = target.path;
+            if (target.existing && ensureBackup(ops, target.path)) backedUp.push_back(target.path);
+        }
+        replaceFiles(ops, files, result.resolvedPath);
+    } catch (...) {
+        for (const fs::path& file : backedUp) takeBackBackup(ops, file);
+        throw;
     }
-    replaceFiles(ops, files, result.resolvedPath);
     result.resolvedPath = first;
 }
 

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include "bos/included_files.h"
 #include "io/ascii.h"
 #include "io/game_paths.h"
 #include "io/path_text.h"
@@ -63,6 +64,11 @@ std::string storedPath(const io::LayeredLocation& found) {
 
 bool isAbsent(std::string_view name) {
     return name == "-1" || isAbsentName(name);
+}
+
+/// The value of a switch, no name.
+bool isNumber(std::string_view value) {
+    return value.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 class Walk {
@@ -148,11 +154,10 @@ constexpr SectionRole kWeaponRoles[] = {
     {"explosionart", DependencyRole::explosionSprite, &Walk::followAnimation},
     {"waterexplosiongaf", DependencyRole::explosionSprite, &Walk::followAnimationFile},
     {"waterexplosionart", DependencyRole::explosionSprite, &Walk::followAnimation},
-    {"soundstart", DependencyRole::sound, &Walk::followSound},
-    {"soundhit", DependencyRole::sound, &Walk::followSound},
-    {"soundwater", DependencyRole::sound, &Walk::followSound},
-    {"soundtrigger", DependencyRole::sound, &Walk::followSound},
 };
+/// Every key of a weapon with this in it names a sound: soundstart or startsound, soundhit,
+/// soundwater and others. Some of them are switches.
+constexpr std::string_view kSoundKey = "SOUND";
 
 constexpr SectionRole kFeatureRoles[] = {
     {"object", DependencyRole::featureModel, &Walk::followModel},
@@ -246,7 +251,17 @@ void Walk::findScript(const UnitDeclaration& unit, DependencyRole role) {
 }
 
 void Walk::findScriptSource(const UnitDeclaration& unit, DependencyRole role) {
-    add(io::kScriptSourceFiles.path(scriptName(unit.info, unit.name)), role);
+    const std::string path = io::kScriptSourceFiles.path(scriptName(unit.info, unit.name));
+    if (!add(path, role)) return;
+    try {
+        const auto source = data_.files.readFile(path);
+        if (!source) return;
+        for (const std::string& included :
+             bos::includedFiles(io::asText(*source), path, data_.files))
+            add(included, role);
+    } catch (const std::exception& error) {
+        damage(path, error.what());
+    }
 }
 
 void Walk::findPictures(const UnitDeclaration& unit, DependencyRole role) {
@@ -346,6 +361,8 @@ void Walk::followWeapon(std::string_view name) {
     if (!entry) return miss(DependencyRole::weapon, name);
     followSection(&GameTables::weapons, *entry, DependencyRole::weapon);
     followKeys(*entry, kWeaponRoles);
+    for (const auto& [key, value] : entry->section.values)
+        if (key.find(kSoundKey) != std::string::npos) followSound(value, DependencyRole::sound);
 }
 
 /// Features may turn into each other in circles, and in long rows.
@@ -426,7 +443,7 @@ void Walk::followAnimationFile(std::string_view name, DependencyRole role) {
 void Walk::followSound(std::string_view name, DependencyRole role) {
     if (isAbsent(name)) return;
     const std::string path = io::kSoundFiles.path(io::kSoundFiles.stem(name));
-    if (!add(path, role)) miss(role, path);
+    if (!add(path, role) && !isNumber(name)) miss(role, path);
 }
 
 }  // namespace

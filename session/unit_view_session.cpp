@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "io/files/write_plan.h"
 #include "io/path_text.h"
 #include "model/edit/model_values.h"
 #include "model/piece_list.h"
@@ -20,6 +21,24 @@ namespace fs = std::filesystem;
 bool isSameFile(const io::FileLocation& file, const io::FileLocation& written) {
     return file.path == written.path &&
            (written.internalPath.empty() || file.internalPath == written.internalPath);
+}
+
+/// Edits of a mod that died on the way are finished before it is mounted; the first file of one
+/// lies in the mod's folder or one right below.
+void finishWrites(const fs::path& mod) {
+    std::vector<fs::path> folders = {mod};
+    std::error_code error;
+    for (fs::directory_iterator entry(mod, error), end; !error && entry != end;
+         entry.increment(error))
+        if (std::error_code ignored; entry->is_directory(ignored)) folders.push_back(entry->path());
+    for (const fs::path& folder : folders) {
+        const auto unfinished = io::finishWrite(io::systemFileOps(), folder);
+        if (unfinished == io::UnfinishedWrite::none) continue;
+        const bool isFinished = unfinished == io::UnfinishedWrite::finished;
+        LogLine(LogLevel::warn) << "[mount] an edit in " << io::textFromPath(folder)
+                                << (isFinished ? " that had been interrupted is finished"
+                                               : " was interrupted and cannot be finished");
+    }
 }
 
 void requireUnitName(const std::string& name) {
@@ -41,6 +60,7 @@ void UnitViewSession::mountAgain(const DataRootsRequest& request) {
 }
 
 void UnitViewSession::mount(const DataRootsRequest& request, const io::Progress& progress) {
+    for (const fs::path& mod : request.modPaths) finishWrites(mod);
     auto mounted = mountDataRoots(request, palette(), progress);
     lintSuppressions_ = loadLintSuppressions(mounted->roots);
     data_ = std::move(mounted);

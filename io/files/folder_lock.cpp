@@ -19,6 +19,9 @@ namespace orb::io {
 // A file that is open elsewhere can be neither removed nor renamed there.
 class FolderLock::Descriptor {};
 FolderLock::FolderLock(const std::filesystem::path&) {}
+bool FolderLock::isHeld() const {
+    return false;
+}
 
 #else
 
@@ -50,11 +53,12 @@ public:
         return {status.st_dev, status.st_ino};
     }
 
-    void lock() const {
+    void lock() {
         const auto end = std::chrono::steady_clock::now() + kLongestWait;
-        while (::flock(number_, LOCK_EX | LOCK_NB) != 0 && std::chrono::steady_clock::now() < end)
+        while (!tryLock() && std::chrono::steady_clock::now() < end)
             std::this_thread::sleep_for(kPause);
     }
+    bool isLocked() const { return isLocked_; }
 
     /// Those that are locked now.
     static std::map<FolderId, std::weak_ptr<Descriptor> >& locked() {
@@ -63,7 +67,10 @@ public:
     }
 
 private:
+    bool tryLock() { return isLocked_ = ::flock(number_, LOCK_EX | LOCK_NB) == 0; }
+
     int number_;
+    bool isLocked_ = false;
 };
 
 FolderLock::FolderLock(const std::filesystem::path& file) {
@@ -77,6 +84,10 @@ FolderLock::FolderLock(const std::filesystem::path& file) {
     if (held_) return;
     opened->lock();
     locked[id] = held_ = opened;
+}
+
+bool FolderLock::isHeld() const {
+    return held_ && held_->isLocked();
 }
 
 #endif

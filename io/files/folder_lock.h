@@ -18,6 +18,9 @@ public:
     FolderLock& operator=(const FolderLock&) = delete;
     ~FolderLock();
 
+    /// False where another process has the folder, or it cannot be locked.
+    bool isHeld() const;
+
 private:
     class Descriptor;
     /// Shared by the locks of one folder.

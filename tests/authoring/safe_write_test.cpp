@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include <fmt/format.h>
@@ -9,6 +10,7 @@
 
 #include "authoring/backup.h"
 #include "io/archive/hpi_writer.h"
+#include "io/files/write_plan.h"
 #include "io/path_text.h"
 #include "session/request_error.h"
 #include "tests/authoring/faulty_file_ops.h"
@@ -274,6 +276,10 @@ public:
         return true;
     }
 
+    const fs::path& root() const { return root_; }
+    bool hasBackups() const {
+        return fs::exists(backupPath(root_ / "A.FBI")) || fs::exists(backupPath(root_ / "a.ufo"));
+    }
     bool hasNewFolders() const { return fs::exists(root_ / "objects3d"); }
 
 private:
@@ -302,6 +308,7 @@ TEST(SafeWriteTest, SeveralFilesAreWrittenTogetherOrNotAtAll) {
             }
             if (message.empty()) continue;
             EXPECT_FALSE(files.hasNewFolders());
+            EXPECT_FALSE(files.hasBackups()) << "the next write asks again";
             EXPECT_EQ(failureOf([&] { files.run(io::systemFileOps()); }), "");
             EXPECT_EQ(files.state(), "new new new ");
         }
@@ -309,8 +316,9 @@ TEST(SafeWriteTest, SeveralFilesAreWrittenTogetherOrNotAtAll) {
 }
 
 #if ORB_TEST_HAS_POSIX
-TEST(SafeWriteTest, EachOfSeveralFilesIsWholeWhereTheProcessDies) {
+TEST(SafeWriteTest, SeveralFilesAreOldOrNewTogetherWhereTheProcessDiesAndTheWriteIsFinished) {
     const io::TestFolder folder;
+    std::set<std::string> met;
     for (int step = 0;; ++step) {
         const SeveralFiles files(folder);
         const pid_t child = fork();
@@ -321,9 +329,35 @@ TEST(SafeWriteTest, EachOfSeveralFilesIsWholeWhereTheProcessDies) {
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         EXPECT_EQ(files.state().find("(damaged)"), std::string::npos) << step;
+        const std::string dead = files.state();
+        const auto finished = io::finishWrite(io::systemFileOps(), files.root());
+        EXPECT_NE(finished, io::UnfinishedWrite::givenUp) << step;
+        EXPECT_EQ(files.state(), finished == io::UnfinishedWrite::finished ? "new new new " : dead);
+        met.insert(files.state());
         if (WEXITSTATUS(status) != FaultyFileOps::kDeathStatus) break;
         EXPECT_EQ(failureOf([&] { files.run(io::systemFileOps()); }), "");
         EXPECT_TRUE(files.isTidy()) << "the next write clears up";
+    }
+    EXPECT_EQ(met, (std::set<std::string>{"old old old ", "new new new "}));
+}
+
+TEST(SafeWriteTest, AnUnfinishedWriteLeavesAloneWhatOthersHaveChanged) {
+    const io::TestFolder folder;
+    for (int step = 0;; ++step) {
+        const SeveralFiles files(folder);
+        const pid_t child = fork();
+        if (child == 0) {
+            FaultyFileOps ops(step, Fault::die);
+            ::_exit(failureOf([&] { files.run(ops); }).empty() ? 0 : 1);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        if (WEXITSTATUS(status) != FaultyFileOps::kDeathStatus) break;
+        if (!fs::exists(io::planPath(files.root()))) continue;
+        folder.write("several/A.FBI", "another program's");
+        EXPECT_EQ(io::finishWrite(io::systemFileOps(), files.root()), io::UnfinishedWrite::givenUp);
+        EXPECT_EQ(readAll(files.root() / "A.FBI"), "another program's");
+        EXPECT_EQ(io::finishWrite(io::systemFileOps(), files.root()), io::UnfinishedWrite::none);
     }
 }
 #endif
@@ -412,7 +446,7 @@ TEST(SafeWriteTest, AFullDiskLeavesTheOldFile) {
     };
     EXPECT_EQ(fill(1 << 20).message, "write failed: " + io::textFromPath(file));
     EXPECT_EQ(readAll(file), kOld);
-    EXPECT_EQ(readAll(backupPath(file)), kOld);
+    EXPECT_EQ(readAll(backupPath(file)), "(none)");
     EXPECT_EQ(fill(200 << 10).outcome, WriteOutcome::ok);
     fs::remove(backupPath(file));
     EXPECT_TRUE(fill(10).message.starts_with("backup failed: "));

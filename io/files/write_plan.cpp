@@ -1,0 +1,144 @@
+#include "io/files/write_plan.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <vector>
+
+#include "io/content_version.h"
+#include "io/files/folder_lock.h"
+#include "io/files/replace_file.h"
+#include "io/path_text.h"
+
+namespace orb::io {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Hidden, so that it goes into no pack.
+constexpr const char* kPlanName = ".orb-write-plan";
+constexpr const char* kOldSuffix = ".orb-write-old";
+constexpr std::uint32_t kMagic = 0x4E4C5042;  // "BPLN"
+/// Some hundred files.
+constexpr std::uintmax_t kMaxPlanBytes = 1 << 20;
+
+// magic, count, and of each file: path from the plan's folder, old version or nothing, new version;
+// each text with its length in front.
+
+void append(ByteWriter& out, std::string_view text) {
+    out.u32(static_cast<std::uint32_t>(text.size()));
+    out.text(text);
+}
+
+std::string take(ByteCursor& in) {
+    const std::uint32_t length = in.u32();
+    return std::string(asText(in.take(length)));
+}
+
+fs::path relativeTo(const fs::path& folder, const fs::path& target) {
+    std::error_code ignored;
+    const fs::path whole = fs::absolute(target, ignored);
+    const fs::path relative = whole.lexically_relative(fs::absolute(folder, ignored));
+    return relative.empty() ? whole : relative;
+}
+
+/// Throws std::runtime_error for what is no plan.
+std::vector<PlannedFile> parsePlan(ByteView bytes, const fs::path& folder) {
+    ByteCursor in(bytes, "no plan");
+    if (in.u32() != kMagic) throw std::runtime_error("no plan");
+    std::vector<PlannedFile> files;
+    for (std::uint32_t left = in.u32(); left > 0; --left) {
+        PlannedFile& file = files.emplace_back();
+        file.target = folder / pathFromText(take(in));
+        if (std::string version = take(in); !version.empty()) file.oldVersion = version;
+        file.newVersion = take(in);
+    }
+    return files;
+}
+
+std::optional<std::vector<PlannedFile>> readPlan(FileOps& ops, const fs::path& plan) {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(plan, error);
+    if (error || size > kMaxPlanBytes) return std::nullopt;
+    const Bytes bytes = ops.read(plan, error);
+    if (error) return std::nullopt;
+    try {
+        return parsePlan(bytes, plan.parent_path());
+    } catch (const std::runtime_error&) {
+        return std::nullopt;
+    }
+}
+
+/// Of the file's content as it stands; none where there is no file.
+std::optional<std::string> versionOf(FileOps& ops, const fs::path& file) {
+    std::error_code error;
+    const auto status = statusOfExisting(ops, file, error);
+    if (error || !status) return std::nullopt;
+    if (!fs::is_regular_file(*status)) return "";
+    const Bytes bytes = ops.read(file, error);
+    return error ? "" : contentVersion(bytes);
+}
+
+bool isNew(FileOps& ops, const PlannedFile& file) {
+    return versionOf(ops, file.target) == file.newVersion;
+}
+
+bool canBecomeNew(FileOps& ops, const PlannedFile& file) {
+    return isNew(ops, file) || (versionOf(ops, file.target) == file.oldVersion &&
+                                versionOf(ops, temporaryPath(file.target)) == file.newVersion);
+}
+
+/// `error` is set where a file cannot be moved into place.
+UnfinishedWrite finish(FileOps& ops, const std::vector<PlannedFile>& files,
+                       std::error_code& error) {
+    for (const PlannedFile& file : files)
+        if (!canBecomeNew(ops, file)) return UnfinishedWrite::givenUp;
+    for (const PlannedFile& file : files) {
+        if (isNew(ops, file)) continue;
+        ops.rename(temporaryPath(file.target), file.target, error);
+        if (error) return UnfinishedWrite::givenUp;
+        syncFolderOf(ops, file.target);
+    }
+    for (const PlannedFile& file : files) removeIfPossible(ops, oldContentPath(file.target));
+    return UnfinishedWrite::finished;
+}
+
+}  // namespace
+
+fs::path planPath(const fs::path& folder) {
+    return folder / kPlanName;
+}
+
+fs::path oldContentPath(const fs::path& target) {
+    fs::path path = target;
+    path += kOldSuffix;
+    return path;
+}
+
+bool writePlan(FileOps& ops, const fs::path& plan, std::span<const PlannedFile> files) {
+    ByteWriter out;
+    out.u32(kMagic);
+    out.u32(static_cast<std::uint32_t>(files.size()));
+    for (const PlannedFile& file : files) {
+        append(out, textFromPath(relativeTo(plan.parent_path(), file.target)));
+        append(out, file.oldVersion.value_or(""));
+        append(out, file.newVersion);
+    }
+    return !replaceByTemporary(ops, plan, std::nullopt, out.view());
+}
+
+UnfinishedWrite finishWrite(FileOps& ops, const fs::path& folder) {
+    const fs::path plan = planPath(folder);
+    std::error_code error;
+    if (!fs::is_regular_file(ops.status(plan, error))) return UnfinishedWrite::none;
+    // Who is writing holds the lock.
+    const FolderLock lock(plan);
+    if (!lock.isHeld() || !fs::is_regular_file(ops.status(plan, error)))
+        return UnfinishedWrite::none;
+    const auto files = readPlan(ops, plan);
+    const UnfinishedWrite result = files ? finish(ops, *files, error) : UnfinishedWrite::givenUp;
+    // Where a file could not be moved, the next time may succeed.
+    if (!error) removeIfPossible(ops, plan);
+    return result;
+}
+
+}  // namespace orb::io
