@@ -134,6 +134,21 @@ def main():
                    allowBackupCreation=True)
         editor.ask("create-corpse-stub")
         print(f"    {editor.ask('unit-health')['summary']['verdict']}")
+
+        note("What does it need? The smallest pack of it for a friend, as the friend's game meets it.")
+        for file in editor.ask("unit-deps")["files"]:
+            whose = "the game's" if file["source"]["inBaseTa"] else "the mod's"
+            print(f"    {file['path']:34} {DIM}{', '.join(file['roles'])}; {whose}{OFF}")
+        friend = os.path.join(scratch, "friend")
+        os.mkdir(friend)
+        pack = editor.ask("export-min-mod-pack", units=["MYWADE"], destination=os.path.join(friend, "mywade.ufo"))
+        for file in pack["files"]:
+            print(f"    {file['size']:7} bytes  {file['path']}")
+        for finding in editor.ask("validate-mod-pack", path=pack["path"])["findings"]:
+            print(f"    {finding['severity']:8} {finding['message']}")
+        editor.ask("set-data-roots", taDataPath=f"{DATA}/game", modPaths=[friend])
+        editor.ask("load-unit", name="MYWADE")
+        print(f"    {editor.ask('unit-health')['summary']['verdict']}")
         editor.ask("set-data-roots", taDataPath=f"{DATA}/game", modPaths=[f"{DATA}/mod", f"{DATA}/faulty"])
 
     note("What goes wrong is told, and the session goes on.")
