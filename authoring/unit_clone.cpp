@@ -25,6 +25,17 @@ constexpr PartKey kPartKeys[] = {
     {UnitPart::picture, "BuildPic", &io::FbiUnitInfo::buildPic},
 };
 
+/// Whether the unit's files are not what is shown of it.
+bool isShownFromIr(const UnitViewSession& session, const std::string& unit) {
+    if (!session.data().files.locate(io::kUnitIrFiles.path(unit))) return false;
+    try {
+        UnitFaults ignored;
+        return session.readUnit(unit, &ignored).loadedFromIR;
+    } catch (const RequestError&) {
+        return false;
+    }
+}
+
 class Cloning {
 public:
     Cloning(const UnitViewSession& session, const CloneRequest& request)
@@ -41,7 +52,7 @@ public:
                      !io::equalsIgnoringCase(*request.newName, stem_);
         if (!isRenamed_) return;
         requireNewUnitName(*request.newName);
-        if (data_.files.locate(io::kUnitIrFiles.path(unitName_)))
+        if (isShownFromIr(session, unitName_))
             throw RequestError("unit was loaded from its IR document");
         result.name = *request.newName;
         if (!request.overwrite && isKnown(result.name))

@@ -33,6 +33,7 @@ struct ReadFolder {
 const std::vector<ReadFolder>& readFolders() {
     static const std::vector<ReadFolder> kFolders = {
         {io::kUnitFiles.folder, {io::kUnitFiles.extension}},
+        {"unitse", {io::kUnitFiles.extension}},
         {io::kModelFiles.folder, {io::kModelFiles.extension}},
         {io::kScriptFiles.folder, {io::kScriptFiles.extension}},
         {io::kBuildPictureFiles.folder, {io::kBuildPictureFiles.extension}},
