@@ -1,6 +1,8 @@
 // Scans a game of 3,000 units in 40 archives and 3 mods for conflicts, against listing and reading
 // the same definitions once, and reports the health of its units, against units of a game of 30 in
-// as many archives, against the same units in loose files and against plainly reading those.
+// as many archives, against the same units in loose files and against plainly reading those; at
+// last that of all units, each read for it, against plainly reading their definitions, models and
+// scripts.
 
 #include <filesystem>
 
@@ -43,11 +45,26 @@ std::size_t reportUnits(UnitViewSession& session, const std::vector<unitview::Lo
     return rows;
 }
 
+std::string unitNamed(std::size_t number) {
+    return fmt::format("UNIT{:04}", number);
+}
+
+/// As when a front end asks for each unit by its name.
+std::size_t reportEach(const UnitViewSession& session) {
+    std::size_t rows = 0;
+    for (std::size_t i = 0; i < kUnits; ++i) {
+        unitview::HealthOptions options;
+        const unitview::LoadedUnit unit = session.readUnit(unitNamed(i), &options.faults);
+        rows += unitview::checkUnitHealth(session.data(), unit, {}, options).rows.size();
+    }
+    return rows;
+}
+
 std::vector<unitview::LoadedUnit> loadUnits(const UnitViewSession& session, std::size_t count) {
     std::vector<unitview::LoadedUnit> units;
     for (std::size_t i = 0; i < kReports; ++i)
         units.push_back(unitview::loadUnitFiles(session.data().files, session.data().catalogue,
-                                                fmt::format("UNIT{:04}", i * 7919 % count)));
+                                                unitNamed(i * 7919 % count)));
     return units;
 }
 
@@ -95,5 +112,19 @@ int main() {
                       looseReport[1], kReports);
     bench::reportTime("health of a unit, loose files / plain read of them", looseReport[0], "us",
                       looseReport[2], kReports);
+
+    std::vector<std::string> names;
+    std::vector<fs::path> looseFiles;
+    for (std::size_t i = 0; i < kUnits; ++i) {
+        names.push_back(unitNamed(i));
+        for (auto& path : bench::listLooseUnitFiles(looseGame, unitNamed(i)))
+            looseFiles.push_back(std::move(path));
+    }
+    const auto archived = bench::listUnitReads(large.game, names);
+    const auto each =
+        bench::measure({[&] { reportEach(archives); }, [&] { bench::readPlainly(archived); },
+                        [&] { reportEach(loose); }, [&] { bench::readPlainly(looseFiles); }});
+    bench::reportTime("health of 3000 units in archives / plain read", each[0], "ms", each[1]);
+    bench::reportTime("health of 3000 loose units / plain read", each[2], "ms", each[3]);
     return 0;
 }

@@ -65,7 +65,7 @@ void benchLoading(UnitViewSession& session, const fs::path& game) {
         {bench::makeLargeDataRoot(bench::dataFolder() / "small", {30, 1, 1'000'000}).game, {}, {}});
     std::vector<bench::PlainArchive> reads;
     for (std::size_t i = 0; i < kLoadedUnits; ++i)
-        for (auto& read : bench::listUnitReads(game, fmt::format("UNIT{:04}", i * 7919 % kUnits)))
+        for (auto& read : bench::listUnitReads(game, {fmt::format("UNIT{:04}", i * 7919 % kUnits)}))
             reads.push_back(std::move(read));
     const auto timings =
         bench::measure({[&] { loadUnits(session, kUnits); }, [&] { readPlainly(reads); },

@@ -79,14 +79,16 @@ std::vector<PlainArchive> listMountReadsOf(const fs::path& game) {
     return archives;
 }
 
-std::vector<PlainArchive> listUnitReads(const fs::path& game, std::string_view unit) {
+std::vector<PlainArchive> listUnitReads(const fs::path& game,
+                                        const std::vector<std::string>& units) {
     std::vector<PlainArchive> archives;
     for (const fs::path& path : archivesOf(game)) {
         const io::HpiArchive archive(path);
         PlainArchive plain{path, {}};
-        for (const char* pattern : kUnitFiles)
-            if (const auto* entry = archive.findFile(fmt::format(fmt::runtime(pattern), unit)))
-                addFile(plain, *entry);
+        for (const std::string& unit : units)
+            for (const char* pattern : kUnitFiles)
+                if (const auto* entry = archive.findFile(fmt::format(fmt::runtime(pattern), unit)))
+                    addFile(plain, *entry);
         if (!plain.files.empty()) archives.push_back(std::move(plain));
     }
     return archives;

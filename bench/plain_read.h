@@ -23,8 +23,9 @@ struct PlainArchive {
 PlainArchive listMountReads(const std::filesystem::path& archive);
 /// The same of all archives of a game directory.
 std::vector<PlainArchive> listMountReadsOf(const std::filesystem::path& game);
-/// The definition, model and script of a unit.
-std::vector<PlainArchive> listUnitReads(const std::filesystem::path& game, std::string_view unit);
+/// The definition, model and script of each unit.
+std::vector<PlainArchive> listUnitReads(const std::filesystem::path& game,
+                                        const std::vector<std::string>& units);
 
 /// The size of all files.
 std::size_t byteCount(const std::vector<PlainArchive>& archives);
