@@ -1,8 +1,7 @@
 // Scans a game of 3,000 units in 40 archives and 3 mods for conflicts, against listing and reading
 // the same definitions once, and reports the health of its units, against units of a game of 30 in
 // as many archives, against the same units in loose files and against plainly reading those; at
-// last that of all units, each read for it, against plainly reading their definitions, models and
-// scripts.
+// last that of all units, each read for it, against plainly reading their files.
 
 #include <filesystem>
 
@@ -117,10 +116,10 @@ int main() {
     std::vector<fs::path> looseFiles;
     for (std::size_t i = 0; i < kUnits; ++i) {
         names.push_back(unitNamed(i));
-        for (auto& path : bench::listLooseUnitFiles(looseGame, unitNamed(i)))
+        for (auto& path : bench::listLooseUnitFiles(looseGame, unitNamed(i), bench::UnitFiles::all))
             looseFiles.push_back(std::move(path));
     }
-    const auto archived = bench::listUnitReads(large.game, names);
+    const auto archived = bench::listUnitReads(large.game, names, bench::UnitFiles::all);
     const auto each =
         bench::measure({[&] { reportEach(archives); }, [&] { bench::readPlainly(archived); },
                         [&] { reportEach(loose); }, [&] { bench::readPlainly(looseFiles); }});

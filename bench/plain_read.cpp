@@ -1,7 +1,9 @@
 #include "bench/plain_read.h"
 
 #include <algorithm>
+#include <array>
 #include <fstream>
+#include <span>
 
 #include <fmt/format.h>
 #include <zlib.h>
@@ -55,7 +57,12 @@ std::vector<fs::path> archivesOf(const fs::path& game) {
     return paths;
 }
 
-constexpr const char* kUnitFiles[] = {"units/{}.fbi", "objects3d/{}.3do", "scripts/{}.cob"};
+constexpr std::array kUnitFiles = {"units/{}.fbi", "objects3d/{}.3do", "scripts/{}.cob",
+                                   "unitpics/{}.pcx"};
+
+std::span<const char* const> patternsOf(UnitFiles which) {
+    return std::span(kUnitFiles).first(which == UnitFiles::all ? 4 : 3);
+}
 
 void addFile(PlainArchive& plain, const io::HpiEntry& entry) {
     if (const io::HpiFileEntry* const file = entry.file())
@@ -79,14 +86,14 @@ std::vector<PlainArchive> listMountReadsOf(const fs::path& game) {
     return archives;
 }
 
-std::vector<PlainArchive> listUnitReads(const fs::path& game,
-                                        const std::vector<std::string>& units) {
+std::vector<PlainArchive> listUnitReads(const fs::path& game, const std::vector<std::string>& units,
+                                        UnitFiles which) {
     std::vector<PlainArchive> archives;
     for (const fs::path& path : archivesOf(game)) {
         const io::HpiArchive archive(path);
         PlainArchive plain{path, {}};
         for (const std::string& unit : units)
-            for (const char* pattern : kUnitFiles)
+            for (const char* pattern : patternsOf(which))
                 if (const auto* entry = archive.findFile(fmt::format(fmt::runtime(pattern), unit)))
                     addFile(plain, *entry);
         if (!plain.files.empty()) archives.push_back(std::move(plain));
@@ -114,9 +121,10 @@ std::size_t readPlainly(const std::vector<PlainArchive>& archives) {
     return total;
 }
 
-std::vector<fs::path> listLooseUnitFiles(const fs::path& game, std::string_view unit) {
+std::vector<fs::path> listLooseUnitFiles(const fs::path& game, std::string_view unit,
+                                         UnitFiles which) {
     std::vector<fs::path> files;
-    for (const char* pattern : kUnitFiles)
+    for (const char* pattern : patternsOf(which))
         files.push_back(loosePath(game, fmt::format(fmt::runtime(pattern), unit)));
     return files;
 }

@@ -23,9 +23,18 @@ struct PlainArchive {
 PlainArchive listMountReads(const std::filesystem::path& archive);
 /// The same of all archives of a game directory.
 std::vector<PlainArchive> listMountReadsOf(const std::filesystem::path& game);
-/// The definition, model and script of each unit.
+/// The files of a unit that are read.
+enum class UnitFiles {
+    /// Definition, model and script.
+    loaded,
+    /// Its build picture too.
+    all
+};
+
+/// The files of each unit.
 std::vector<PlainArchive> listUnitReads(const std::filesystem::path& game,
-                                        const std::vector<std::string>& units);
+                                        const std::vector<std::string>& units,
+                                        UnitFiles which = UnitFiles::loaded);
 
 /// The size of all files.
 std::size_t byteCount(const std::vector<PlainArchive>& archives);
@@ -34,9 +43,10 @@ std::size_t byteCount(const std::vector<PlainArchive>& archives);
 /// format allows, and forgets them. Returns their size.
 std::size_t readPlainly(const std::vector<PlainArchive>& archives);
 
-/// The paths of a unit's definition, model and script in a game of loose files.
+/// The paths of a unit's files in a game of loose files.
 std::vector<std::filesystem::path> listLooseUnitFiles(const std::filesystem::path& game,
-                                                      std::string_view unit);
+                                                      std::string_view unit,
+                                                      UnitFiles which = UnitFiles::loaded);
 
 /// The baseline of everything that reads loose files: opens and reads them, and forgets them.
 /// Returns their size.
