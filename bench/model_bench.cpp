@@ -62,16 +62,22 @@ io::Model3doObject spheres(std::size_t count) {
 std::uint64_t castEverything(const SightScene& scene, const std::vector<Occluder>& triangles,
                              std::size_t step) {
     std::uint64_t rays = 0, reached = 0;
-    for (std::size_t i = 0; i < scene.targets.size(); i += step) {
-        const SightScene::Target& target = scene.targets[i];
-        for (const Vec3d& direction : viewDirections({})) {
+    for (const Vec3d& direction : viewDirections({})) {
+        const SightFrame frame(direction);
+        std::vector<MetTriangle> met;
+        met.reserve(triangles.size());
+        for (const Occluder& triangle : triangles) met.emplace_back(triangle, frame);
+        for (std::size_t i = 0; i < scene.targets.size(); i += step) {
+            const SightScene::Target& target = scene.targets[i];
             if (dot(target.normal, direction) >= 0) continue;
             for (const Vec3d& point : target.points) {
                 ++rays;
-                reached += std::ranges::none_of(triangles, [&](const Occluder& triangle) {
-                    return triangle.face != target.face &&
-                           MetTriangle(triangle, direction).hides(point, scene.contact);
-                });
+                const Vec3d seen = frame.of(point);
+                bool isHidden = false;
+                for (std::size_t t = 0; t < met.size() && !isHidden; ++t)
+                    isHidden =
+                        triangles[t].face != target.face && met[t].hides(seen, scene.contact);
+                reached += !isHidden;
             }
         }
     }

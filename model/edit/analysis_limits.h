@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "io/formats/model3do.h"
 
@@ -21,16 +23,18 @@ void requireAnalysable(const io::Model3doObject& root);
 /// Steps that a search may take, whatever is in the file.
 class WorkBudget {
 public:
-    explicit WorkBudget(std::uint64_t steps) : left_(steps) {}
+    explicit WorkBudget(std::uint64_t steps, std::string text = kTooLargeToAnalyse)
+        : left_(steps), text_(std::move(text)) {}
 
-    /// Throws std::runtime_error "model too large to analyse" when there are not that many left.
+    /// Throws std::runtime_error with the text when there are not that many left.
     void spend(std::uint64_t steps) {
-        if (steps > left_) throw std::runtime_error(kTooLargeToAnalyse);
+        if (steps > left_) throw std::runtime_error(text_);
         left_ -= steps;
     }
 
 private:
     std::uint64_t left_;
+    std::string text_;
 };
 
 }  // namespace orb::unitview
