@@ -236,10 +236,10 @@ BleedThrough findBleedThrough(const Model3doObject& root, const BleedThroughView
     const std::vector<Bundle> bundles = bundlesOf(scene);
     WorkBudget budget(
         kMaxSteps, fmt::format("model too large to look at from {} directions", view.directions));
+    budget.spend(view.directions * tree.triangleCount() * kStepsToTurn);
     std::vector<Sighted> sighted(scene.targets.size());
     for (const Vec3d& direction : viewDirections(view)) {
         tree.lookAlong(direction);
-        budget.spend(tree.triangleCount() * kStepsToTurn);
         followAll(tree, scene, bundles, sighted, budget);
     }
     return reportOf(scene, sighted);

@@ -7,7 +7,7 @@
 namespace orb::unitview {
 namespace {
 
-constexpr std::size_t kLeafBoxes = 4;
+constexpr std::size_t kLeafBoxes = 2;
 constexpr std::size_t kBins = 16;
 /// Deeper down boxes are halved by number, which takes at most 32 levels more.
 constexpr std::size_t kMaxBinnedDepth = 32;

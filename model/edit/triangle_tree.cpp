@@ -24,6 +24,17 @@ Box boxOf(const Occluder& triangle) {
     return box;
 }
 
+/// Without branches, which no processor could foresee.
+void dropHidden(std::vector<Vec3d>& points, const MetTriangle& triangle, double contact) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const Vec3d point = points[i];
+        points[kept] = point;
+        kept += triangle.hides(point, contact) ? 0 : 1;
+    }
+    points.resize(kept);
+}
+
 }  // namespace
 
 SightFrame::SightFrame(const Vec3d& direction) : across_(planeAxes(direction)), along_(direction) {}
@@ -44,9 +55,10 @@ bool MetTriangle::hides(const Vec3d& point, double contact) const {
     const double x = point[0] - corner_[0], y = point[1] - corner_[1];
     const double u = x * partA_[0] + y * partA_[1];
     const double v = x * partB_[0] + y * partB_[1];
-    if (!(u >= -kSeam && v >= -kSeam && u + v <= 1 + kSeam)) return false;  // nor NaN
     const double distance = corner_[2] + u * alongA_ + v * alongB_ - point[2];
-    return distance > (showsFront_ ? -contact : contact);
+    // false for NaN
+    return (u >= -kSeam) & (v >= -kSeam) & (u + v <= 1 + kSeam) &
+           (distance > (showsFront_ ? -contact : contact));
 }
 
 void TriangleTree::Window::include(const Vec3d& point) {
@@ -120,13 +132,15 @@ void TriangleTree::removeHidden(std::vector<Vec3d>& points, std::uint32_t face,
         for (std::uint32_t i = node.first; i < node.first + node.count; ++i) {
             if (met_[i].face == face) continue;
             steps += points.size();
-            std::erase_if(points, [&](const Vec3d& point) {
-                return met_[i].triangle.hides(point, contact_);
-            });
+            dropHidden(points, met_[i].triangle, contact_);
         }
         if (node.count > 0 || nodes_.size() == 1) continue;
-        for (const std::uint32_t child : {node.first + 1, node.first})
+        // what lies further along hides more
+        const bool isFirstFar = nodes_[node.first].window.far > nodes_[node.first + 1].window.far;
+        for (const bool isFirst : {!isFirstFar, isFirstFar}) {
+            const std::uint32_t child = isFirst ? node.first : node.first + 1;
             if (mayHide(nodes_[child].window)) waiting[count++] = child;
+        }
     }
 }
 

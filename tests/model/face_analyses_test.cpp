@@ -320,6 +320,19 @@ TEST(BleedThrough, TellsHolesFromWhatNobodySees) {
     EXPECT_TRUE(findBleedThrough(open, {}, over).faces.empty());
 }
 
+TEST(BleedThrough, StopsBeforeItTakesTooLong) {
+    Model3doObject large = box();
+    const std::vector<Model3doPrimitive> sides = large.primitives;
+    while (large.primitives.size() < 30'000)
+        large.primitives.insert(large.primitives.end(), sides.begin(), sides.end());
+    try {
+        findBleedThrough(large, {true, kMaxDirections});
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "model too large to look at from 4096 directions");
+    }
+}
+
 TEST(Placement, TurnsAboutYThenXThenZ) {
     Model3doObject root;
     root.position = {10, 0, 0};
