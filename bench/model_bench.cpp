@@ -29,16 +29,14 @@ io::Model3doObject spheres(std::size_t count) {
     for (std::size_t sphere = 0; sphere < count; ++sphere) {
         auto piece = std::make_unique<io::Model3doObject>();
         piece->name = fmt::format("p{}", sphere);
-        piece->position = {static_cast<float>(sphere % 5) * 3, 0,
-                           static_cast<float>(sphere / 5) * 3};
+        piece->position = {static_cast<double>(sphere % 5) * 3, 0,
+                           static_cast<double>(sphere / 5) * 3};
         for (std::size_t ring = 0; ring <= kRings; ++ring) {
             for (std::size_t side = 0; side < kSides; ++side) {
                 const double tilt = 3.14159265 * static_cast<double>(ring) / kRings;
                 const double turn = 6.2831853 * static_cast<double>(side) / kSides;
-                piece->vertices.push_back(
-                    {static_cast<float>(2 * std::sin(tilt) * std::cos(turn)),
-                     static_cast<float>(2 * std::cos(tilt)),
-                     static_cast<float>(2 * std::sin(tilt) * std::sin(turn))});
+                piece->vertices.push_back({2 * std::sin(tilt) * std::cos(turn), 2 * std::cos(tilt),
+                                           2 * std::sin(tilt) * std::sin(turn)});
             }
         }
         for (std::size_t ring = 0; ring < kRings; ++ring) {

@@ -102,7 +102,7 @@ public:
             if (!isDrawn(piece, i)) continue;
             PlacedPolygon face = placeFace(piece, i, placement);
             addTriangles(face.corners);
-            if (roles[i].isPlain() && !roles[i].hasTwin && face.area > 0) {
+            if (!roles[i].isTwin && !roles[i].hasTwin && face.area > 0) {
                 scene_.targets.push_back({pieceIndex, i, faceCount_, face.normal, {}});
                 polygons_.push_back(std::move(face));
             }

@@ -79,7 +79,6 @@ BoxTree::BoxTree(std::span<const Box> boxes) : boxes_(boxes), order_(boxes.size(
     nodes_.reserve(boxes.size() + 1);
     nodes_.emplace_back();
     split(0, order_, 0, 0);
-    boxes_ = {};
 }
 
 void BoxTree::split(std::uint32_t node, std::span<std::uint32_t> items, std::uint32_t first,
