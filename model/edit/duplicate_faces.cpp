@@ -21,6 +21,8 @@ constexpr double kParallel = 0.01;
 /// triangle by another. Some tenths of a second; real pieces need thousands.
 constexpr std::uint64_t kMaxSteps = std::uint64_t{1} << 26;
 constexpr std::uint64_t kStepsToCut = 16;
+/// So that no more than 65,536 overlaps of a piece are told.
+constexpr std::uint64_t kStepsToTell = 1024;
 
 /// A face where it lies.
 struct PlacedFace {
@@ -107,9 +109,9 @@ std::vector<DuplicateGroup> findOverlaps(const std::vector<PlacedFace>& faces, d
     WorkBudget budget(kMaxSteps);
     forMeeting(faces, tolerance, budget, [&](std::size_t a, std::size_t b) {
         const double share = overlapShare(faces[a].shape, faces[b].shape, tolerance, budget);
-        if (share >= kLeastOverlap)
-            result.push_back(
-                {DuplicateKind::overlap, {faces[a].primIndex, faces[b].primIndex}, share});
+        if (share < kLeastOverlap) return;
+        budget.spend(kStepsToTell);
+        result.push_back({DuplicateKind::overlap, {faces[a].primIndex, faces[b].primIndex}, share});
     });
     return result;
 }

@@ -157,7 +157,12 @@ Reply modelRevert(UnitViewSession& session, const Payload&) {
 }
 
 Reply modelCommit(UnitViewSession& session, const Payload& payload) {
-    return {encodeEdit(commitModel(session, decodeTerms(payload)))};
+    EditTerms terms;
+    terms.allowBackupCreation = naming("allowBackupCreation", [&] {
+                                    return payload.flag("allowBackupCreation");
+                                }).value_or(false);
+    terms.ifVersion = decodeText(payload, "ifVersion");
+    return {encodeEdit(commitModel(session, terms))};
 }
 
 }  // namespace orb::unitview::ipc::handlers
