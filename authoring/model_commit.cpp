@@ -1,6 +1,8 @@
 #include "authoring/model_commit.h"
 
 #include "authoring/source_file.h"
+#include "io/content_version.h"
+#include "io/files/folder_lock.h"
 #include "model/edit/model_values.h"
 #include "session/model_file.h"
 
@@ -33,24 +35,37 @@ std::optional<ModelToSave> modelToSave(const UnitViewSession& session) {
     UnitSource target = modelTarget(session);
     const WorkingModel* const working = session.workingModel();
     if (!working || !working->isDirty()) return std::nullopt;
+    if (lacksPieces(working->model())) throw RequestError("3DO has pieces that would be lost");
     io::Bytes file =
         reportingFailure([&] { return io::write3do(working->model()); }, "write3do failed: ");
     if (!readsBackAs(file, working->model())) throw RequestError("3DO would not read back");
-    return ModelToSave{std::move(target), std::move(file)};
+    return ModelToSave{std::move(target), std::move(file), working->savedVersion()};
 }
 
-EditResult commitModel(UnitViewSession& session, bool allowBackupCreation) {
+std::optional<std::string> otherVersionOnDisk(const ModelToSave& model,
+                                              const std::optional<std::string>& ifVersion) {
+    const auto content = reportingFailure([&] { return readSourceFile(model.target.location); });
+    std::string version = content ? io::contentVersion(*content) : std::string();
+    if (version == ifVersion.value_or(model.editedVersion)) return std::nullopt;
+    return version;
+}
+
+EditResult commitModel(UnitViewSession& session, const EditTerms& terms) {
     const auto saved = modelToSave(session);
-    if (!saved) return {EditOutcome::ok, modelTarget(session).location.path, {}};
-    if (saved->target.inBaseTa)
-        return {EditOutcome::refusedForBase, saved->target.location.path, {}};
-    const FileWrite write = saved->asWrite();
-    WriteResult written = writeSources(io::systemFileOps(), {&write, 1}, allowBackupCreation);
-    if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
-    if (written.outcome == WriteOutcome::needsBackupConsent)
-        return {EditOutcome::needsBackupConsent, std::move(written.resolvedPath), {}};
-    return {EditOutcome::ok, std::move(written.resolvedPath),
-            session.refreshAfterModelWrite(saved->target)};
+    if (!saved) return {EditOutcome::ok, modelTarget(session).location.path, {}, terms.ifVersion};
+    const io::FileLocation& file = saved->target.location;
+    if (saved->target.inBaseTa) return {EditOutcome::refusedForBase, file.path};
+    // What another program writes between reading and writing would be lost.
+    const io::FolderLock lock(file.path);
+    if (auto other = otherVersionOnDisk(*saved, terms.ifVersion))
+        return {EditOutcome::changedOnDisk, file.path, {}, std::move(other)};
+    const FileWrite write{file, saved->file};
+    EditResult result = writeUnitFiles(session, {&write, 1}, terms.allowBackupCreation,
+                                       io::systemFileOps(), saved->target);
+    if (terms.ifVersion)
+        result.version =
+            result.outcome == EditOutcome::ok ? io::contentVersion(saved->file) : *terms.ifVersion;
+    return result;
 }
 
 }  // namespace orb::unitview

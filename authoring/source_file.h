@@ -5,11 +5,6 @@
 
 namespace orb::unitview {
 
-/// Whether both are one loose file, or one entry of one archive.
-inline bool isSamePlace(const io::FileLocation& a, const io::FileLocation& b) {
-    return a.path == b.path && a.internalPath == b.internalPath;
-}
-
 /// A file as it stands on disk now, an archive's entry from the archive opened afresh; none when it
 /// has gone. Throws the text of a damaged archive.
 std::optional<io::Bytes> readSourceFile(const io::FileLocation& location);

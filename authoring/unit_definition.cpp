@@ -122,10 +122,13 @@ EditResult writeUnitFiles(UnitViewSession& session, std::span<const FileWrite> f
     if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
     if (written.outcome == WriteOutcome::needsBackupConsent)
         return {EditOutcome::needsBackupConsent, std::move(written.resolvedPath), {}};
-    if (model) session.takeModelAsSaved(*model);
     std::vector<FileLocation> locations;
     locations.reserve(files.size());
-    for (const FileWrite& file : files) locations.push_back(file.target);
+    for (const FileWrite& file : files) {
+        locations.push_back(file.target);
+        if (model && isSamePlace(file.target, model->location))
+            session.takeModelAsSaved(*model, io::contentVersion(file.content));
+    }
     return {EditOutcome::ok, std::move(written.resolvedPath), session.refreshAfterWrite(locations)};
 }
 
@@ -176,7 +179,7 @@ RestoredSource restoreUnitSource(UnitViewSession& session, const std::string& na
     }
     RestoredSource result{file.path, restoreFromBackup(io::systemFileOps(), file.path), {}};
     file.internalPath.clear();
-    result.reloadError = session.refreshAfterWrite({&file, 1});
+    result.reload = session.refreshAfterWrite({&file, 1});
     return result;
 }
 

@@ -49,8 +49,7 @@ enum class EditOutcome { ok, needsBackupConsent, refusedForBase, changedOnDisk, 
 struct EditResult {
     EditOutcome outcome = EditOutcome::ok;
     std::filesystem::path resolvedPath;
-    /// Why the loaded unit, reloaded from what was written, is not loaded any more.
-    std::optional<std::string> reloadError = {};
+    Reload reload = {};
     /// The version that the file has now, for an edit that was bound to one.
     std::optional<std::string> version = {};
 };
@@ -98,7 +97,7 @@ PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::s
 struct RestoredSource {
     std::filesystem::path restoredPath;
     std::optional<std::string> warning;
-    std::optional<std::string> reloadError;
+    Reload reload = {};
 };
 
 /// Restores the file (or archive) that a unit's definition lies in from its backup. Throws

@@ -62,6 +62,8 @@ public:
     std::string version;
     /// Where the working model is written, if it is.
     std::optional<UnitSource> model;
+    /// Of its file on disk, when the edits are for another one.
+    std::optional<std::string> otherModelVersion;
 
 private:
     void takeDefinition() {
@@ -117,6 +119,9 @@ private:
             const std::string name = isRenamed ? std::string(io::kModelFiles.stem(info_.objectName))
                                                : fileStem(saved->target.location);
             saved->target = {placeOf(io::kModelFiles.path(name)), false};
+        } else {
+            modelLock_.emplace(saved->target.location.path);
+            otherModelVersion = otherVersionOnDisk(*saved, request_.ifModelVersion);
         }
         model = saved->target;
         add("model", saved->target.location, std::move(saved->file));
@@ -157,6 +162,8 @@ private:
     /// As they are saved.
     io::FbiUnitInfo info_;
     std::string name_;
+    /// What another program writes between reading and writing would be lost.
+    std::optional<io::FolderLock> modelLock_;
 };
 
 }  // namespace
@@ -173,6 +180,14 @@ SaveResult saveUnit(UnitViewSession& session, const SaveRequest& request, io::Fi
     if (terms.ifVersion && *terms.ifVersion != definition.version)
         return {{}, {}, {EditOutcome::changedOnDisk, file.path, {}, definition.version}};
     Saving saving(session, request, std::move(definition));
+    if (saving.otherModelVersion) {
+        SaveResult refused;
+        refused.edit.outcome = EditOutcome::changedOnDisk;
+        refused.edit.resolvedPath = saving.model->location.path;
+        refused.edit.version = terms.ifVersion;
+        refused.modelVersion = std::move(saving.otherModelVersion);
+        return refused;
+    }
     SaveResult result = std::move(saving.result);
     result.edit =
         writeUnitFiles(session, saving.writes, terms.allowBackupCreation, ops, saving.model);

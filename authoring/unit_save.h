@@ -27,8 +27,10 @@ struct SaveRequest {
     std::variant<std::monostate, io::Bytes, ScriptText> script;
     /// A PNG of any size.
     std::optional<io::Bytes> picture = {};
-    /// The edits of the model, if there are any.
+    /// The edits of the model, if there are any; for this version of its file only, by default the
+    /// one that was loaded or saved last.
     bool model = true;
+    std::optional<std::string> ifModelVersion = {};
     /// `checkOnly` is none of them.
     EditTerms terms = {};
 };
@@ -45,6 +47,9 @@ struct SaveResult {
     /// Of a source that was compiled.
     std::optional<std::vector<bos::BosDiagnostic>> diagnostics;
     EditResult edit;
+    /// The version of the model's file now, when that is another one than its edits are for;
+    /// nothing is written then.
+    std::optional<std::string> modelVersion = {};
 };
 
 /// Saves parts of the loaded unit, all or none. Each is written where the game reads it; what it

@@ -29,16 +29,14 @@ io::Model3doObject spheres(std::size_t count) {
     for (std::size_t sphere = 0; sphere < count; ++sphere) {
         auto piece = std::make_unique<io::Model3doObject>();
         piece->name = fmt::format("p{}", sphere);
-        piece->position = {static_cast<float>(sphere % 5) * 3, 0,
-                           static_cast<float>(sphere / 5) * 3};
+        piece->position = {static_cast<double>(sphere % 5) * 3, 0,
+                           static_cast<double>(sphere / 5) * 3};
         for (std::size_t ring = 0; ring <= kRings; ++ring) {
             for (std::size_t side = 0; side < kSides; ++side) {
                 const double tilt = 3.14159265 * static_cast<double>(ring) / kRings;
                 const double turn = 6.2831853 * static_cast<double>(side) / kSides;
-                piece->vertices.push_back(
-                    {static_cast<float>(2 * std::sin(tilt) * std::cos(turn)),
-                     static_cast<float>(2 * std::cos(tilt)),
-                     static_cast<float>(2 * std::sin(tilt) * std::sin(turn))});
+                piece->vertices.push_back({2 * std::sin(tilt) * std::cos(turn), 2 * std::cos(tilt),
+                                           2 * std::sin(tilt) * std::sin(turn)});
             }
         }
         for (std::size_t ring = 0; ring < kRings; ++ring) {
@@ -62,16 +60,22 @@ io::Model3doObject spheres(std::size_t count) {
 std::uint64_t castEverything(const SightScene& scene, const std::vector<Occluder>& triangles,
                              std::size_t step) {
     std::uint64_t rays = 0, reached = 0;
-    for (std::size_t i = 0; i < scene.targets.size(); i += step) {
-        const SightScene::Target& target = scene.targets[i];
-        for (const Vec3d& direction : viewDirections({})) {
+    for (const Vec3d& direction : viewDirections({})) {
+        const SightFrame frame(direction);
+        std::vector<MetTriangle> met;
+        met.reserve(triangles.size());
+        for (const Occluder& triangle : triangles) met.emplace_back(triangle, frame);
+        for (std::size_t i = 0; i < scene.targets.size(); i += step) {
+            const SightScene::Target& target = scene.targets[i];
             if (dot(target.normal, direction) >= 0) continue;
             for (const Vec3d& point : target.points) {
                 ++rays;
-                reached += std::ranges::none_of(triangles, [&](const Occluder& triangle) {
-                    return triangle.face != target.face &&
-                           MetTriangle(triangle, direction).hides(point, scene.contact);
-                });
+                const Vec3d seen = frame.of(point);
+                bool isHidden = false;
+                for (std::size_t t = 0; t < met.size() && !isHidden; ++t)
+                    isHidden =
+                        triangles[t].face != target.face && met[t].hides(seen, scene.contact);
+                reached += !isHidden;
             }
         }
     }

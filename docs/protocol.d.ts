@@ -178,7 +178,7 @@ export interface Messages {
     "model-undo": Message<None, "model-undo", UndoneFix>;
     "model-redo": Message<None, "model-redo", UndoneFix>;
     "model-revert": Message<None, "model-reverted", { hadEdits: boolean }>;
-    "model-commit": Message<{ allowBackupCreation?: boolean }, "model-committed", WriteResult>;
+    "model-commit": Message<CommitRequest, "model-committed", WriteResult>;
 
     // Texture edits
     "texture-suggest-remap": Message<
@@ -399,6 +399,10 @@ export interface LoadedUnit {
     unitName: string;
     /** From a document unit-ir/NAME.json. */
     loadedFromIR: boolean;
+    /** Edits of its model that had waited are there again. */
+    hasEdits?: true;
+    /** Edits of a model that had waited have ended: it is another one. */
+    editsDropped?: true;
     source?: Source;
     fbi: Fbi;
     /** The base game's definition, when a mod's is loaded. */
@@ -965,6 +969,8 @@ export interface RestoredSource {
     warning?: string;
     /** Why the loaded unit is not loaded any more. */
     reloadError?: string;
+    /** The edits of the loaded unit's model have ended, for its model is another one now. */
+    editsDropped?: true;
 }
 
 export interface RawDefinition {
@@ -1004,7 +1010,9 @@ export interface WriteResult {
     resolvedPath: string;
     /** Why the loaded unit is not loaded any more. */
     reloadError?: string;
-    /** For a request with `ifVersion` that was not refused for the base game: the file's now. */
+    /** The edits of the loaded unit's model have ended, for its model is another one now. */
+    editsDropped?: true;
+    /** Of a request with `ifVersion` that was not refused for the base game, and of every "changed-on-disk": the file's now. */
     version?: string;
 }
 
@@ -1063,6 +1071,8 @@ interface SaveUnitRequest extends WriteRequest {
     picture?: { png_b64: string };
     /** Whether the edits of the model are saved too; true when absent. */
     model?: boolean;
+    /** Of a refusal: writes the model only over that content. */
+    ifModelVersion?: string;
 }
 
 export interface SavedUnit extends WriteResult {
@@ -1072,6 +1082,8 @@ export interface SavedUnit extends WriteResult {
     }[];
     /** Of a script that was compiled. */
     diagnostics?: BosDiagnostic[];
+    /** Of the model's file as it is now, when that is why the outcome is "changed-on-disk". */
+    modelVersion?: string;
 }
 
 // ---- Packs ----
@@ -1124,6 +1136,8 @@ export interface ModPack {
     leftOut: { path: string; reason: string }[];
     /** Where the pack took the place of a mounted archive: why the unit cannot be loaded again. */
     reloadError?: string;
+    /** The edits of the loaded unit's model have ended, for its model is another one now. */
+    editsDropped?: true;
 }
 
 export interface MinModPack extends ModPack {
@@ -1371,7 +1385,9 @@ export interface FaceKey {
 
 export type FaceIssue =
     | "degenerate" | "non-planar" | "concave" | "duplicate" | "overlap" | "missing-texture" | "bad-index";
-export type PieceIssue = "unused-vertex" | "no-selection" | "piece-name" | "unscripted-piece";
+export type PieceIssue =
+    | "unused-vertex" | "no-selection" | "piece-name" | "unscripted-piece" | "lost-pieces";
+export type UnknownIssue = "overlap";
 
 export interface EditState {
     undoDepth: number;
@@ -1396,6 +1412,8 @@ export interface ModelSummary extends EditState {
     bounds: { min: Point; max: Point };
     pieces: (ModelPieceHead & { vertexCount: number; faceCount: number; issueCount: number })[];
     issues: { kind: FaceIssue | PieceIssue; count: number }[];
+    /** Kinds that were not searched for in every piece. */
+    unknown?: UnknownIssue[];
 }
 
 interface ModelPieceHead {
@@ -1405,6 +1423,8 @@ interface ModelPieceHead {
     parent?: number;
     /** From the parent. */
     position: Point;
+    /** Kinds that were not searched for, because it would take too long. */
+    unknown?: UnknownIssue[];
 }
 
 export interface ModelPiece extends ModelPieceHead {
@@ -1447,6 +1467,8 @@ export interface DuplicateFaces {
         share: number;
     }[];
     faceCount: number;
+    /** Indices of pieces whose overlaps were not searched for. */
+    unknown?: number[];
 }
 
 interface BleedThroughRequest {
@@ -1490,6 +1512,13 @@ export interface AppliedFix extends EditState {
 
 export interface UndoneFix extends EditState {
     label: string;
+}
+
+interface CommitRequest {
+    /** Consent to the first write's backup; false when absent. */
+    allowBackupCreation?: boolean;
+    /** Of a refusal: writes only over that content. */
+    ifVersion?: string;
 }
 
 // ---- Maps ----

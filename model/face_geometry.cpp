@@ -55,11 +55,11 @@ bool isDrawn(const Model3doObject& piece, std::size_t primIndex) {
            !hasBadIndex(piece, face);
 }
 
-std::vector<Vec3d> cornersOf(const Model3doPrimitive& face, const std::vector<io::Vec3>& vertices) {
+std::vector<Vec3d> cornersOf(const Model3doPrimitive& face,
+                             const std::vector<io::ModelPoint>& vertices) {
     std::vector<Vec3d> corners;
     corners.reserve(face.vertexIndices.size());
-    for (const std::uint16_t index : face.vertexIndices)
-        corners.push_back(toDouble(vertices[index]));
+    for (const std::uint16_t index : face.vertexIndices) corners.push_back(vertices[index]);
     return corners;
 }
 

@@ -21,7 +21,7 @@ bool isDrawn(const io::Model3doObject& piece, std::size_t primIndex);
 
 /// The corners' places; all must be there.
 std::vector<Vec3d> cornersOf(const io::Model3doPrimitive& face,
-                             const std::vector<io::Vec3>& vertices);
+                             const std::vector<io::ModelPoint>& vertices);
 
 /// Points to the side that a polygon shows; its length is the polygon's area.
 Vec3d areaVector(std::span<const Vec3d> corners);

@@ -15,6 +15,7 @@
 #include "io/product.h"
 #include "model/mesh.h"
 #include "model/piece_list.h"
+#include "model/vectors.h"
 #include "server/logger.h"
 
 // Binary glTF 2.0, little-endian.
@@ -268,7 +269,7 @@ json encodeNodes(const std::vector<PieceRef>& pieces) {
     json nodes = json::array();
     for (const auto& [piece, parent] : pieces) {
         json node = {{"name", piece->name}};
-        if (piece->position != io::Vec3{}) node["translation"] = piece->position;
+        if (piece->position != io::ModelPoint{}) node["translation"] = toFloat(piece->position);
         if (parent >= 0)
             nodes[static_cast<std::size_t>(parent)]["children"].push_back(nodes.size());
         nodes.push_back(std::move(node));

@@ -14,7 +14,6 @@ namespace {
 
 using io::Model3doObject;
 using io::Model3doPrimitive;
-using io::Vec3;
 
 constexpr std::size_t kQuadCorners = 4;
 constexpr std::array<TexCoord, kQuadCorners> kQuadTexCoords = {{{0, 0}, {1, 0}, {1, 1}, {0, 1}}};
@@ -52,7 +51,7 @@ std::vector<TexCoord> projectedTexCoords(const std::vector<Vec3d>& corners) {
 }
 
 std::vector<TexCoord> texCoordsOf(const Model3doPrimitive& face,
-                                  const std::vector<Vec3>& vertices) {
+                                  const std::vector<io::ModelPoint>& vertices) {
     if (!face.textureName) return std::vector<TexCoord>(face.vertexIndices.size());
     if (face.vertexIndices.size() == kQuadCorners)
         return {kQuadTexCoords.begin(), kQuadTexCoords.end()};
@@ -95,7 +94,7 @@ private:
         const std::vector<TexCoord> texCoords = texCoordsOf(face, piece.vertices);
         for (std::size_t i = 1; i + 1 < face.vertexIndices.size(); ++i) {
             for (const std::size_t corner : {std::size_t{0}, i + 1, i}) {
-                mesh_.positions.push_back(piece.vertices[face.vertexIndices[corner]]);
+                mesh_.positions.push_back(toFloat(piece.vertices[face.vertexIndices[corner]]));
                 mesh_.texCoords.push_back(texCoords[corner]);
             }
         }

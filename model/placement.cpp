@@ -25,7 +25,7 @@ std::vector<Placement> placePieces(const std::vector<PieceRef>& pieces,
         Placement placement =
             parent < 0 ? Placement{} : placements[static_cast<std::size_t>(parent)];
         const PiecePose moved = i < pose.size() ? pose[i] : PiecePose{};
-        placement.origin = placement.apply(toDouble(piece->position) + toDouble(moved.offset));
+        placement.origin = placement.apply(piece->position + toDouble(moved.offset));
         for (const std::size_t axis : {1, 0, 2})
             turnAxes(placement.axes, axis, double{moved.angle[axis]});
         placement.isVisible = moved.isVisible;

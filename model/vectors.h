@@ -15,6 +15,9 @@ using Vec3d = std::array<double, 3>;
 inline Vec3d toDouble(const io::Vec3& v) {
     return {v[0], v[1], v[2]};
 }
+inline io::Vec3 toFloat(const Vec3d& v) {
+    return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])};
+}
 inline Vec3d operator+(const Vec3d& a, const Vec3d& b) {
     return {a[0] + b[0], a[1] + b[1], a[2] + b[2]};
 }

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "io/ascii.h"
+#include "io/content_version.h"
 #include "io/game_paths.h"
 #include "model/piece_list.h"
 #include "server/logger.h"
@@ -118,7 +119,9 @@ LoadedUnit loadFromGameFiles(const io::CompositeVirtualFileSystem& files,
     readPart(reading, &UnitFaults::model, [&] {
         if (unit.fbi.objectName.empty())
             throw std::runtime_error("FBI has no objectName for unit: " + name);
-        unit.model = readModel(files, unit.fbi.objectName);
+        const io::Bytes file = readModelFile(files, unit.fbi.objectName);
+        unit.model = io::parse3do(file);
+        unit.modelVersion = io::contentVersion(file);
         unit.modelSource = findModelSource(files, unit.fbi.objectName);
     });
     readPart(reading, &UnitFaults::script,

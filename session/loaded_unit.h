@@ -26,6 +26,8 @@ struct LoadedUnit {
     io::Model3doObject model;
     /// The model's file; none when no layer can tell, or an IR document holds the model itself.
     std::optional<UnitSource> modelSource;
+    /// Tells the content of that file from others.
+    std::string modelVersion;
     /// None when the unit has no script file.
     std::shared_ptr<const io::CobFile> cob;
 

@@ -20,11 +20,15 @@ std::string_view modelFileName(const io::AbstractVirtualFileSystem& files, std::
     });
 }
 
-io::Model3doObject readModel(const io::AbstractVirtualFileSystem& files, std::string_view name) {
+io::Bytes readModelFile(const io::AbstractVirtualFileSystem& files, std::string_view name) {
     const std::string path = modelPath(files, name);
-    const auto file = files.readFile(path);
+    auto file = files.readFile(path);
     if (!file) throw RequestError("3DO not found: " + path);
-    return io::parse3do(*file);
+    return std::move(*file);
+}
+
+io::Model3doObject readModel(const io::AbstractVirtualFileSystem& files, std::string_view name) {
+    return io::parse3do(readModelFile(files, name));
 }
 
 std::optional<UnitSource> findModelSource(const io::CompositeVirtualFileSystem& files,

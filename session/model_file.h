@@ -23,8 +23,11 @@ std::string_view modelFileName(std::string_view name, Exists&& exists) {
 /// The same for a model in the stack.
 std::string_view modelFileName(const io::AbstractVirtualFileSystem& files, std::string_view name);
 
-/// The model that a unit's or a weapon's definition names. Throws RequestError "3DO not found: …",
-/// or what reading the file throws.
+/// The file of the model that a definition names. Throws RequestError "3DO not found: …".
+io::Bytes readModelFile(const io::AbstractVirtualFileSystem& files, std::string_view name);
+
+/// The model that a unit's or a weapon's definition names. Throws what readModelFile and reading
+/// the file throw.
 io::Model3doObject readModel(const io::AbstractVirtualFileSystem& files, std::string_view name);
 
 /// Where that model's file lies, or none.

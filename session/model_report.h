@@ -54,7 +54,7 @@ PieceReport describePiece(const UnitViewSession& session, const PieceKey& key);
 struct PieceDuplicates {
     std::string_view piece;
     std::size_t pieceIndex = 0;
-    std::vector<DuplicateGroup> groups;
+    DuplicateFaces found;
 };
 /// Of one piece or all. Throws RequestError "bad tolerance: …" as well.
 std::vector<PieceDuplicates> findModelDuplicates(const UnitViewSession& session,

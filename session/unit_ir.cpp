@@ -61,13 +61,14 @@ public:
         return value_.get<Integer>();
     }
 
-    io::Vec3 point() const {
+    io::ModelPoint point() const {
         if (!value_.is_array() || value_.size() != 3) fail("must be an array of 3 numbers");
-        io::Vec3 result{};
+        io::ModelPoint result{};
         for (std::size_t axis = 0; axis < 3; ++axis) {
             if (!value_[axis].is_number()) fail("must be an array of 3 numbers");
-            result[axis] = value_[axis].get<float>();
-            if (!std::isfinite(result[axis])) fail("is out of range");
+            const auto coordinate = value_[axis].get<float>();
+            if (!std::isfinite(coordinate)) fail("is out of range");
+            result[axis] = double{coordinate};
         }
         return result;
     }

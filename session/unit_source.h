@@ -16,6 +16,11 @@ struct UnitSource {
     bool inBaseTa = false;
 };
 
+/// Whether both are one loose file, or one entry of one archive.
+inline bool isSamePlace(const io::FileLocation& a, const io::FileLocation& b) {
+    return a.path == b.path && a.internalPath == b.internalPath;
+}
+
 /// "could not locate source for UNIT".
 RequestError sourceNotFound(const std::string& unitName);
 

@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "io/ascii.h"
 #include "io/files/write_plan.h"
 #include "io/path_text.h"
 #include "model/edit/model_values.h"
@@ -70,6 +71,7 @@ void UnitViewSession::mount(const DataRootsRequest& request, const io::Progress&
 
 void UnitViewSession::clearDataRoots() {
     unloadUnit();
+    waitingEdits_.reset();
     data_.reset();
     map_.reset();
     lintSuppressions_ = {};
@@ -79,6 +81,18 @@ void UnitViewSession::unloadUnit() {
     cob_.clear();
     workingModel_.reset();
     unit_.reset();
+}
+
+void UnitViewSession::load(const std::string& name) {
+    const MountedData& mounted = data();
+    unloadUnit();
+    try {
+        unit_ = loadUnitFiles(mounted.files, mounted.catalogue, name);
+        cob_.setUnit(*unit_);
+    } catch (const std::exception& error) {
+        unloadUnit();
+        throw RequestError(error.what());
+    }
 }
 
 const MountedData& UnitViewSession::data() const {
@@ -104,7 +118,7 @@ const io::Model3doObject& UnitViewSession::requireModel() const {
 void UnitViewSession::editModel(const std::function<void(WorkingModel&)>& edit) {
     const LoadedUnit& unit = requireUnit();
     std::optional<WorkingModel> begun;
-    if (!workingModel_) begun.emplace(unit.model);
+    if (!workingModel_) begun.emplace(unit.model, unit.modelVersion);
     edit(begun ? *begun : *workingModel_);
     // A model too large for a history is edited all the same.
     if (begun && (begun->hasEdits() || begun->isDirty())) workingModel_ = std::move(begun);
@@ -119,15 +133,10 @@ bool UnitViewSession::revertModel() {
     return hadEdits;
 }
 
-void UnitViewSession::takeModelAsSaved(const UnitSource& file) {
-    if (workingModel_) workingModel_->markSaved();
+void UnitViewSession::takeModelAsSaved(const UnitSource& file, const std::string& version) {
+    if (workingModel_) workingModel_->markSaved(version);
     // It may have been loaded from elsewhere, before other roots were set.
     if (unit_) unit_->modelSource = file;
-}
-
-std::optional<std::string> UnitViewSession::refreshAfterModelWrite(const UnitSource& written) {
-    takeModelAsSaved(written);
-    return refreshAfterWrite(written.location);
 }
 
 UnitSource UnitViewSession::resolveUnitSource(const std::string& name) const {
@@ -159,12 +168,37 @@ bool UnitViewSession::isLoadedFrom(const io::FileLocation& written) const {
             (unit_->modelSource && isSameFile(unit_->modelSource->location, written)));
 }
 
-void UnitViewSession::reloadUnit() {
-    std::optional<WorkingModel> working = std::exchange(workingModel_, std::nullopt);
-    loadUnit(fileStem(unit_->source->location));
-    if (!working || !isSameModel(working->saved(), unit_->model)) return;
+// Whatever may come to the unit's files, edits that are not saved are work of hours.
+bool UnitViewSession::takeUp(WaitingEdits edits) {
+    WorkingModel& working = edits.model;
+    const auto isSameFile = [&] {
+        if (!io::equalsIgnoringCase(edits.unitName, unit_->name) ||
+            edits.modelSource.has_value() != unit_->modelSource.has_value())
+            return false;
+        return !edits.modelSource ||
+               isSamePlace(edits.modelSource->location, unit_->modelSource->location);
+    };
+    if (isSameModel(working.saved(), unit_->model))
+        working.setSavedVersion(unit_->modelVersion);
+    else if (!working.isDirty() || !isSameFile())
+        return false;
     workingModel_ = std::move(working);
     cob_.setModelPieces(pieceNames(workingModel_->model()));
+    return true;
+}
+
+/// False when edits have ended.
+bool UnitViewSession::reloadUnit() {
+    std::optional<WaitingEdits> edits;
+    if (workingModel_)
+        edits = {unit_->name, unit_->modelSource, *std::exchange(workingModel_, std::nullopt)};
+    try {
+        load(fileStem(unit_->source->location));
+    } catch (...) {
+        waitingEdits_ = std::move(edits);
+        throw;
+    }
+    return !edits || takeUp(std::move(*edits));
 }
 
 bool UnitViewSession::wouldLoadFrom(const io::FileLocation& written) const {
@@ -200,22 +234,20 @@ void UnitViewSession::readAgain(std::span<const io::FileLocation> written) {
     }
 }
 
-std::optional<std::string> UnitViewSession::refreshAfterWrite(
-    std::span<const io::FileLocation> written) {
-    if (written.empty()) return std::nullopt;
+Reload UnitViewSession::refreshAfterWrite(std::span<const io::FileLocation> written) {
+    if (written.empty()) return {};
     readAgain(written);
     if (map_) map_->forgetTypes();
     if (std::ranges::none_of(written, [&](const io::FileLocation& file) {
             return isLoadedFrom(file) || wouldLoadFrom(file);
         }))
-        return std::nullopt;
+        return {};
     try {
-        reloadUnit();
+        return {.endedEdits = !reloadUnit()};
     } catch (const RequestError& error) {
         LogLine(LogLevel::warn) << "[refresh] unit unloaded: " << error.what();
-        return error.what();
+        return {error.what()};
     }
-    return std::nullopt;
 }
 
 const LoadedMap& UnitViewSession::loadMap(const MapRequest& request, const io::Progress& progress) {
@@ -243,15 +275,10 @@ LoadedUnit UnitViewSession::readUnit(const std::string& name, UnitFaults* faults
 
 const LoadedUnit& UnitViewSession::loadUnit(const std::string& name) {
     requireUnitName(name);
-    const MountedData& mounted = data();
-    unloadUnit();
-    try {
-        unit_ = loadUnitFiles(mounted.files, mounted.catalogue, name);
-        cob_.setUnit(*unit_);
-    } catch (const std::exception& error) {
-        unloadUnit();
-        throw RequestError(error.what());
-    }
+    load(name);
+    if (auto edits = std::exchange(waitingEdits_, std::nullopt);
+        edits && io::equalsIgnoringCase(edits->unitName, unit_->name))
+        takeUp(std::move(*edits));
     return *unit_;
 }
 

@@ -18,6 +18,22 @@
 
 namespace orb::unitview {
 
+/// What became of the loaded unit when files of its were written.
+struct Reload {
+    /// Why it cannot be loaded any more; it is not loaded then, and the edits of its model wait.
+    std::optional<std::string> error = {};
+    /// The edits of its model have ended: its model is another one now.
+    bool endedEdits = false;
+};
+
+/// Edits of a model while their unit is not loaded.
+struct WaitingEdits {
+    std::string unitName;
+    /// None for a unit from its IR document.
+    std::optional<UnitSource> modelSource;
+    WorkingModel model;
+};
+
 /// The one session of the process: the mounted game data, the loaded unit and what hangs from them.
 /// Message handlers borrow from it for the length of one request.
 class UnitViewSession {
@@ -47,16 +63,18 @@ public:
     /// Takes over files that were written behind the mounted data: reopens the archives (an empty
     /// internal path stands for all entries), reads catalogue and tables anew where files may have
     /// changed (those archives and all loose files), and reloads the loaded unit when one of the
-    /// files is, or has become, its definition, model or script; a working model stays when that
-    /// model reads as it was saved. References into `data()` end. Returns why that unit cannot be
-    /// loaded any more (it is not loaded then), or none.
-    std::optional<std::string> refreshAfterWrite(std::span<const io::FileLocation> written);
-    std::optional<std::string> refreshAfterWrite(const io::FileLocation& written) {
+    /// files is, or has become, its definition, model or script. A working model stays when the
+    /// model reads as it was saved, and, with edits that are not saved, as long as the model's file
+    /// is the same, whatever is in it now. References into `data()` end.
+    Reload refreshAfterWrite(std::span<const io::FileLocation> written);
+    Reload refreshAfterWrite(const io::FileLocation& written) {
         return refreshAfterWrite({&written, 1});
     }
 
-    /// Loads a unit in place of the loaded one. Throws RequestError: "unit name is required" and
-    /// "data roots not set" leave the loaded unit, any other failure leaves none.
+    /// Loads a unit in place of the loaded one, whose edits end. Edits that wait since their unit
+    /// could not be loaded again are taken up with it, or end with another one. Throws
+    /// RequestError: "unit name is required" and "data roots not set" leave the loaded unit, any
+    /// other failure leaves none.
     const LoadedUnit& loadUnit(const std::string& name);
 
     /// Reads a unit for one request: nothing is loaded, logged or changed. Throws what loadUnit
@@ -71,17 +89,18 @@ public:
     /// The loaded unit's model as it stands: the working model, else the one that was loaded.
     /// Throws as requireUnit does.
     const io::Model3doObject& requireModel() const;
-    /// The edits of the loaded unit's model, or null. They end with load-unit and clear-data-roots.
+    /// Edits of a unit that could not be loaded again wait for the next loadUnit.
+    bool hasWaitingEdits() const { return waitingEdits_.has_value(); }
+    /// The edits of the loaded unit's model, or null.
     const WorkingModel* workingModel() const { return workingModel_ ? &*workingModel_ : nullptr; }
     /// Runs `edit` with the edits, which begin here without any, and lets the script's pieces
     /// follow the names. Without a step in the end there are none again.
     void editModel(const std::function<void(WorkingModel&)>& edit);
     /// Drops the edits; false when there were none.
     bool revertModel();
-    /// The working model was written to this file, which refreshAfterWrite is told of next.
-    void takeModelAsSaved(const UnitSource& file);
-    /// Takes over that the working model was written to a file, as refreshAfterWrite does.
-    std::optional<std::string> refreshAfterModelWrite(const UnitSource& written);
+    /// The working model was written to this file as the content of that version;
+    /// refreshAfterWrite is told of the file next.
+    void takeModelAsSaved(const UnitSource& file, const std::string& version);
 
     /// Loads a map in place of the loaded one. Throws RequestError: "map name is required", "data
     /// roots not set" or what `unitview::loadMap` throws; then the loaded map stays.
@@ -110,12 +129,16 @@ private:
     void readAgain(std::span<const io::FileLocation> written);
     bool isLoadedFrom(const io::FileLocation& written) const;
     bool wouldLoadFrom(const io::FileLocation& written) const;
-    void reloadUnit();
+    bool reloadUnit();
+    void load(const std::string& name);
+    bool takeUp(WaitingEdits edits);
 
     std::unique_ptr<MountedData> data_;
     LintSuppressions lintSuppressions_;
     std::optional<LoadedUnit> unit_;
     std::optional<WorkingModel> workingModel_;
+    /// Of a unit that could not be loaded again.
+    std::optional<WaitingEdits> waitingEdits_;
     CobSession cob_;
     std::unique_ptr<LoadedMap> map_;
 };

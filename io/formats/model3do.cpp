@@ -32,7 +32,7 @@ constexpr std::size_t kIndexSize = 2;
 constexpr std::uint32_t kVersion = 1;
 constexpr std::uint32_t kFlagsTag = 0xC13D0000;
 constexpr std::uint32_t kFlagsTagMask = 0xFFFF0000;
-constexpr float kUnit = 65536.0F;
+constexpr double kUnit = 65536;
 constexpr const char* kTooSmall = "3DO data too small";
 
 // Header fields that the writer fills in late.
@@ -41,11 +41,11 @@ constexpr std::size_t kPrimitiveOffsetField = 40;
 constexpr std::size_t kSiblingField = 44;
 constexpr std::size_t kChildField = 48;
 
-Vec3 readPoint(ByteCursor& cursor) {
-    const auto coordinate = [&] { return static_cast<float>(cursor.i32()) / kUnit; };
-    const float x = coordinate();
-    const float y = coordinate();
-    return {x, y, 0.0F - coordinate()};  // a plain minus would turn 0 into -0
+ModelPoint readPoint(ByteCursor& cursor) {
+    const auto coordinate = [&] { return cursor.i32() / kUnit; };
+    const double x = coordinate();
+    const double y = coordinate();
+    return {x, y, 0.0 - coordinate()};  // a plain minus would turn 0 into -0
 }
 
 class Reader {
@@ -55,7 +55,9 @@ public:
 
     Model3doObject readRoot() {
         enter(0);
-        return std::move(readObject(0, 1).object);
+        auto [root, sibling] = readObject(0, 1);
+        if (isHeader(sibling) && !visited_.contains(sibling)) root.isIncomplete = true;
+        return std::move(root);
     }
 
 private:
@@ -71,6 +73,9 @@ private:
         --headersLeft_;
         return true;
     }
+
+    /// False for a link that leads nowhere.
+    bool isHeader(std::uint32_t offset) const { return offset != 0 && offset < file_.size(); }
 
     /// A cursor on an array after checking that it lies in the file and within the copying limit.
     ByteCursor arrayAt(std::uint32_t offset, std::uint32_t count, std::size_t recordSize) {
@@ -103,12 +108,19 @@ private:
     }
 
     void readChildren(Model3doObject& parent, std::uint32_t offset, int depth) {
-        if (depth > kMax3doNesting) return;
-        while (offset != 0 && offset < file_.size() && enter(offset)) {
+        std::vector<std::uint32_t> chain;
+        while (isHeader(offset)) {
+            if (depth > kMax3doNesting || !enter(offset)) {
+                parent.isIncomplete = !open_.contains(offset);
+                break;
+            }
+            open_.insert(offset);
+            chain.push_back(offset);
             Linked child = readObject(offset, depth);
             parent.children.push_back(std::make_unique<Model3doObject>(std::move(child.object)));
             offset = child.siblingOffset;
         }
+        for (const std::uint32_t read : chain) open_.erase(read);
     }
 
     void readVertices(Model3doObject& object, std::uint32_t offset, std::uint32_t count) {
@@ -148,12 +160,14 @@ private:
     ByteCursor file_;
     NameReader names_{file_};
     std::unordered_set<std::uint32_t> visited_;
+    /// Those whose chain of siblings is being read: a link back to one goes round in a circle.
+    std::unordered_set<std::uint32_t> open_;
     std::size_t headersLeft_;
     std::size_t arrayBytesLeft_ = kMax3doArrayBytes;
 };
 
-std::int32_t toFixed(float value) {
-    const double scaled = double{value} * double{kUnit};
+std::int32_t toFixed(double value) {
+    const double scaled = value * kUnit;
     if (std::isnan(scaled)) return 0;
     using Limits = std::numeric_limits<std::int32_t>;
     if (scaled >= double{Limits::max()}) return Limits::max();
@@ -176,7 +190,7 @@ public:
         out_.zeros(header + kHeaderSize - out_.position());
         out_.cString(object.name);
         out_.patchU32(header + kVertexOffsetField, here());
-        for (const Vec3& vertex : object.vertices) writePoint(vertex);
+        for (const ModelPoint& vertex : object.vertices) writePoint(vertex);
         writePrimitives(object.primitives, header + kPrimitiveOffsetField);
         std::size_t link = header + kChildField;
         for (const auto& child : object.children) {
@@ -201,7 +215,7 @@ private:
     }
     std::uint32_t here() const { return static_cast<std::uint32_t>(out_.position()); }
 
-    void writePoint(const Vec3& point) {
+    void writePoint(const ModelPoint& point) {
         out_.i32(toFixed(point[0]));
         out_.i32(toFixed(point[1]));
         out_.i32(toFixed(-point[2]));

@@ -11,8 +11,12 @@
 
 namespace orb::io {
 
-/// A point in model units, axes x, y, z; z is the negation of the file's z.
+/// Three single-precision numbers, along the axes x, y, z.
 using Vec3 = std::array<float, 3>;
+
+/// A point in model units, axes x, y, z; z is the negation of the file's z. Every coordinate of a
+/// file is held exactly, which a float would not beyond 256.
+using ModelPoint = std::array<double, 3>;
 
 /// One face of a piece.
 struct Model3doPrimitive {
@@ -30,12 +34,15 @@ struct Model3doPrimitive {
 struct Model3doObject {
     std::string name;
     /// Offset from the parent piece.
-    Vec3 position{};
-    std::vector<Vec3> vertices;
+    ModelPoint position{};
+    std::vector<ModelPoint> vertices;
     std::vector<Model3doPrimitive> primitives;
     /// Index into `primitives` of the face that the game uses as the selection outline.
     std::optional<std::int32_t> selectionPrimitive;
     std::vector<std::unique_ptr<Model3doObject>> children;
+    /// The file hangs pieces here that were left out: nested too deep, siblings of the root, or
+    /// pieces that hang elsewhere too. A file written from this model would lack them.
+    bool isIncomplete = false;
 };
 
 /// Pieces nest at most this deep, the root included; the reader leaves deeper children out.
@@ -51,7 +58,8 @@ inline constexpr std::size_t k3doPrimitiveSize = 32;
 
 /// Reads a 3DO file. Throws std::runtime_error "3DO data too small" when the buffer is shorter than
 /// one header, an array runs past its end, or shared arrays exceed `kMax3doArrayBytes`. A header
-/// that the tree meets again ends the chain of siblings it stands in.
+/// that the tree meets again ends the chain of siblings it stands in; unless it leads round in a
+/// circle, so that nothing is missing, the piece is marked as incomplete.
 Model3doObject parse3do(ByteView bytes);
 
 /// Writes a model in the layout that `parse3do` reads. Coordinates are clamped to what 16.16 fixed

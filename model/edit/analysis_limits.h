@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "io/formats/model3do.h"
 
@@ -18,19 +20,27 @@ inline constexpr std::size_t kMaxAnalysedParts = std::size_t{1} << 19;
 /// Throws std::runtime_error "model too large to analyse" beyond that.
 void requireAnalysable(const io::Model3doObject& root);
 
+/// A search would take too long.
+class WorkBudgetSpent : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// Steps that a search may take, whatever is in the file.
 class WorkBudget {
 public:
-    explicit WorkBudget(std::uint64_t steps) : left_(steps) {}
+    explicit WorkBudget(std::uint64_t steps, std::string text = kTooLargeToAnalyse)
+        : left_(steps), text_(std::move(text)) {}
 
-    /// Throws std::runtime_error "model too large to analyse" when there are not that many left.
+    /// Throws WorkBudgetSpent with the text when there are not that many left.
     void spend(std::uint64_t steps) {
-        if (steps > left_) throw std::runtime_error(kTooLargeToAnalyse);
+        if (steps > left_) throw WorkBudgetSpent(text_);
         left_ -= steps;
     }
 
 private:
     std::uint64_t left_;
+    std::string text_;
 };
 
 }  // namespace orb::unitview

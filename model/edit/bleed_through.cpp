@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+#include <fmt/format.h>
+
 #include "model/edit/analysis_limits.h"
 #include "model/edit/corner_keys.h"
 #include "model/edit/triangle_tree.h"
@@ -22,8 +24,10 @@ constexpr double kContact = 2.0 / 65536;
 constexpr double kContactShare = 1e-9;
 /// Points of one face within this share of the model's size are followed together.
 constexpr double kNearby = 0.125;
-/// Boxes and triangles that all rays together may look at: some seconds.
-constexpr std::uint64_t kMaxSteps = std::uint64_t{1} << 32;
+/// Boxes and triangles that all rays together may look at: less than ten seconds.
+constexpr std::uint64_t kMaxSteps = std::uint64_t{3} << 29;
+/// What turning the tree to another direction takes for each triangle.
+constexpr std::uint64_t kStepsToTurn = 16;
 
 /// The turn between neighbours of a Fibonacci lattice: 2 - the golden ratio.
 constexpr double kGoldenTurn = 2 - std::numbers::phi;
@@ -98,7 +102,7 @@ public:
             if (!isDrawn(piece, i)) continue;
             PlacedPolygon face = placeFace(piece, i, placement);
             addTriangles(face.corners);
-            if (roles[i].isPlain() && !roles[i].hasTwin && face.area > 0) {
+            if (!roles[i].isTwin && !roles[i].hasTwin && face.area > 0) {
                 scene_.targets.push_back({pieceIndex, i, faceCount_, face.normal, {}});
                 polygons_.push_back(std::move(face));
             }
@@ -130,15 +134,26 @@ private:
     std::uint32_t faceCount_ = 0;
 };
 
-/// The points of a face together, or, when they lie far apart, one by one.
-std::vector<std::span<const Vec3d>> bundlesOf(const SightScene::Target& target, double sceneSize) {
-    const std::span<const Vec3d> points(target.points);
-    Box bounds;
-    for (const Vec3d& point : points) bounds.include(point);
-    if (bounds.diagonal() < kNearby * sceneSize) return {points};
-    std::vector<std::span<const Vec3d>> single;
-    for (std::size_t i = 0; i < points.size(); ++i) single.push_back(points.subspan(i, 1));
-    return single;
+/// Points of a face that are followed together.
+struct Bundle {
+    std::size_t target = 0;
+    std::span<const Vec3d> points;
+};
+
+/// The points of each face together, or, when they lie far apart, one by one.
+std::vector<Bundle> bundlesOf(const SightScene& scene) {
+    std::vector<Bundle> bundles;
+    bundles.reserve(scene.targets.size());
+    for (std::size_t target = 0; target < scene.targets.size(); ++target) {
+        const std::span<const Vec3d> points(scene.targets[target].points);
+        Box bounds;
+        for (const Vec3d& point : points) bounds.include(point);
+        const bool isClose = bounds.diagonal() < kNearby * scene.size;
+        const std::size_t size = isClose ? points.size() : 1;
+        for (std::size_t first = 0; first < points.size(); first += size)
+            bundles.push_back({target, points.subspan(first, size)});
+    }
+    return bundles;
 }
 
 TriangleTree makeTree(const SightScene& scene) {
@@ -150,6 +165,42 @@ TriangleTree makeTree(const SightScene& scene) {
         occluders.push_back({corners[0], a, b, cross(b, a), face});
     }
     return {std::move(occluders), scene.contact};
+}
+
+/// The lines of sight to a face.
+struct Sighted {
+    std::uint64_t rays = 0;
+    std::uint64_t reached = 0;
+};
+
+/// Follows the lines of the tree's direction to the backs of faces.
+void followAll(const TriangleTree& tree, const SightScene& scene,
+               const std::vector<Bundle>& bundles, std::vector<Sighted>& sighted,
+               WorkBudget& budget) {
+    std::vector<Vec3d> left;
+    for (const Bundle& bundle : bundles) {
+        const SightScene::Target& target = scene.targets[bundle.target];
+        if (dot(target.normal, tree.frame().direction()) >= 0) continue;  // sees the front
+        left.clear();
+        for (const Vec3d& point : bundle.points) left.push_back(tree.frame().of(point));
+        std::uint64_t steps = 0;
+        tree.removeHidden(left, target.face, steps);
+        budget.spend(steps);
+        sighted[bundle.target].rays += bundle.points.size();
+        sighted[bundle.target].reached += left.size();
+    }
+}
+
+BleedThrough reportOf(const SightScene& scene, const std::vector<Sighted>& sighted) {
+    BleedThrough result;
+    for (std::size_t i = 0; i < sighted.size(); ++i) {
+        const auto& [rays, reached] = sighted[i];
+        result.rayCount += rays;
+        if (reached > 0)
+            result.faces.push_back({scene.targets[i].pieceIndex, scene.targets[i].primIndex,
+                                    static_cast<double>(reached) / static_cast<double>(rays)});
+    }
+    return result;
 }
 
 }  // namespace
@@ -181,27 +232,17 @@ SightScene makeSightScene(const Model3doObject& root, std::span<const PiecePose>
 BleedThrough findBleedThrough(const Model3doObject& root, const BleedThroughView& view,
                               std::span<const PiecePose> pose) {
     const SightScene scene = makeSightScene(root, pose);
-    const TriangleTree tree = makeTree(scene);
-    const std::vector<Vec3d> directions = viewDirections(view);
-    WorkBudget budget(kMaxSteps);
-    BleedThrough result;
-    for (const SightScene::Target& target : scene.targets) {
-        const auto bundles = bundlesOf(target, scene.size);
-        std::uint64_t rays = 0, reached = 0;
-        for (const Vec3d& direction : directions) {
-            if (dot(target.normal, direction) >= 0) continue;  // sees the front
-            std::uint64_t steps = 0;
-            for (const auto& bundle : bundles)
-                reached += tree.countReached({bundle, direction, target.face}, steps);
-            rays += target.points.size();
-            budget.spend(steps);
-        }
-        result.rayCount += rays;
-        if (reached > 0)
-            result.faces.push_back({target.pieceIndex, target.primIndex,
-                                    static_cast<double>(reached) / static_cast<double>(rays)});
+    TriangleTree tree = makeTree(scene);
+    const std::vector<Bundle> bundles = bundlesOf(scene);
+    WorkBudget budget(
+        kMaxSteps, fmt::format("model too large to look at from {} directions", view.directions));
+    budget.spend(view.directions * tree.triangleCount() * kStepsToTurn);
+    std::vector<Sighted> sighted(scene.targets.size());
+    for (const Vec3d& direction : viewDirections(view)) {
+        tree.lookAlong(direction);
+        followAll(tree, scene, bundles, sighted, budget);
     }
-    return result;
+    return reportOf(scene, sighted);
 }
 
 }  // namespace orb::unitview

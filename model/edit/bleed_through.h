@@ -38,7 +38,8 @@ struct BleedThrough {
 /// Finds where one looks through a model, since viewers draw only the fronts of faces: parallel
 /// lines for each direction, to points spread over each face. Twins, faces that have one and the
 /// selection outline are not asked about; the outline, and hidden pieces, hide nothing. The same
-/// model gives the same result. Throws std::runtime_error "model too large to analyse".
+/// model gives the same result. Throws std::runtime_error "model too large to analyse", or "model
+/// too large to look at from N directions" when it would take too long.
 BleedThrough findBleedThrough(const io::Model3doObject& root, const BleedThroughView& view = {},
                               std::span<const PiecePose> pose = {});
 

@@ -11,32 +11,32 @@
 namespace orb::unitview {
 namespace {
 
-/// A cube of space. Points within one edge of each other lie in the same or in neighbouring ones.
-using Cell = std::array<std::int64_t, 3>;
+/// A cube of space by its place, in edges. Points within one edge of each other lie in the same or
+/// in neighbouring ones. Whole numbers, in doubles because they may be of any size.
+using Cell = std::array<double, 3>;
 
-/// Half a step of the file's coordinates; smaller cells would find nothing more.
-constexpr double kLeastCell = 1.0 / 131072;
-/// Cells further out count as one; their numbers must have neighbours.
-constexpr double kLastCell = 9e18;
+/// The step of the file's coordinates: within less of each other lies only what is equal.
+constexpr double kLeastTolerance = 1.0 / 65536;
 
+/// The vertices that stand for others, by cells as long as the tolerance. As they lie further from
+/// each other than that, a cell holds few.
 class VertexGrid {
 public:
-    VertexGrid(const std::vector<io::Vec3>& vertices, double tolerance)
-        : vertices_(vertices), tolerance_(tolerance), cell_(std::max(tolerance, kLeastCell)) {}
+    VertexGrid(const std::vector<io::ModelPoint>& vertices, double tolerance)
+        : vertices_(vertices), tolerance_(tolerance) {}
 
     /// The vertex that stands for this one.
     std::uint32_t join(std::uint32_t index) {
-        const Vec3d point = toDouble(vertices_[index]);
+        const Vec3d& point = vertices_[index];
         const Cell center = cellOf(point);
         std::uint32_t first = index;
         for (int neighbour = 0; neighbour < 27; ++neighbour) {
             const auto found =
-                standing_.find({center[0] + neighbour % 3 - 1, center[1] + neighbour / 3 % 3 - 1,
-                                center[2] + neighbour / 9 - 1});
+                standing_.find({center[0] + neighbour % 3 - 1,  //
+                                center[1] + neighbour / 3 % 3 - 1, center[2] + neighbour / 9 - 1});
             if (found == standing_.end()) continue;
             for (const std::uint32_t other : found->second)
-                if (other < first && length(toDouble(vertices_[other]) - point) <= tolerance_)
-                    first = other;
+                if (other < first && length(vertices_[other] - point) <= tolerance_) first = other;
         }
         if (first == index) standing_[center].push_back(index);
         return first;
@@ -46,16 +46,26 @@ private:
     Cell cellOf(const Vec3d& point) const {
         Cell cell;
         for (std::size_t axis = 0; axis < 3; ++axis)
-            cell[axis] = static_cast<std::int64_t>(
-                std::clamp(std::floor(point[axis] / cell_), -kLastCell, kLastCell));
+            cell[axis] = std::floor(point[axis] / tolerance_) + 0.0;  // no -0
         return cell;
     }
 
-    const std::vector<io::Vec3>& vertices_;
+    const std::vector<io::ModelPoint>& vertices_;
     double tolerance_;
-    double cell_;
     std::unordered_map<Cell, std::vector<std::uint32_t>, CellHash> standing_;
 };
+
+/// For each vertex the first one that equals it.
+std::vector<std::uint32_t> equalVertices(const std::vector<io::ModelPoint>& vertices) {
+    std::unordered_map<io::ModelPoint, std::uint32_t, CellHash> first;
+    first.reserve(vertices.size());
+    std::vector<std::uint32_t> joined(vertices.size());
+    for (std::uint32_t i = 0; i < joined.size(); ++i) {
+        const io::ModelPoint place = vertices[i] + io::ModelPoint{};  // 0 for -0
+        joined[i] = first.try_emplace(place, i).first->second;
+    }
+    return joined;
+}
 
 /// Where the rotation of a list begins that is the least of all, in linear time: two candidates run
 /// against each other, and the one that loses skips what it has lost.
@@ -84,7 +94,9 @@ CornerKey fromLeast(CornerKey corners) {
 
 }  // namespace
 
-std::vector<std::uint32_t> joinedVertices(const std::vector<io::Vec3>& vertices, double tolerance) {
+std::vector<std::uint32_t> joinedVertices(const std::vector<io::ModelPoint>& vertices,
+                                          double tolerance) {
+    if (tolerance < kLeastTolerance) return equalVertices(vertices);
     VertexGrid grid(vertices, tolerance);
     std::vector<std::uint32_t> joined(vertices.size());
     for (std::uint32_t i = 0; i < joined.size(); ++i) joined[i] = grid.join(i);
@@ -119,7 +131,8 @@ std::vector<FaceRole> faceRoles(const io::Model3doObject& piece) {
     const auto joined = joinedVertices(piece.vertices, 0);
     std::map<CornerKey, std::vector<std::size_t>> plain;
     for (std::size_t i = 0; i < roles.size(); ++i)
-        if (roles[i].isPlain()) plain[cornerKey(piece.primitives[i], joined)].push_back(i);
+        if (!roles[i].isTwin && !roles[i].isSelection)
+            plain[cornerKey(piece.primitives[i], joined)].push_back(i);
     plain.erase(CornerKey{});
     for (std::size_t i = 0; i < roles.size(); ++i) {
         if (!roles[i].isTwin) continue;

@@ -1,12 +1,11 @@
 #include "model/edit/duplicate_faces.h"
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <map>
-#include <unordered_map>
 
 #include "model/edit/analysis_limits.h"
-#include "model/edit/cell_hash.h"
+#include "model/edit/box_tree.h"
 #include "model/edit/corner_keys.h"
 #include "model/edit/polygon_overlap.h"
 #include "model/face_geometry.h"
@@ -18,17 +17,17 @@ using io::Model3doObject;
 
 /// The length between the unit normals of faces of one plane: about half a degree.
 constexpr double kParallel = 0.01;
-/// Pairs of faces whose places are compared, and of triangles that are cut by each other, in one
-/// piece. Real pieces need thousands.
-constexpr std::size_t kMaxComparedPairs = std::size_t{1} << 27;
-constexpr std::size_t kMaxCutTriangles = std::size_t{1} << 23;
+/// Steps that a search for overlaps in one piece may take: looking at a box, and cutting one
+/// triangle by another. Some tenths of a second; real pieces need thousands.
+constexpr std::uint64_t kMaxSteps = std::uint64_t{1} << 26;
+constexpr std::uint64_t kStepsToCut = 16;
+/// So that no more than 65,536 overlaps of a piece are told.
+constexpr std::uint64_t kStepsToTell = 1024;
 
 /// A face where it lies.
 struct PlacedFace {
     std::size_t primIndex = 0;
     FaceShape shape;
-    /// Normal and distance from the piece's middle, in cells.
-    std::array<std::int64_t, 4> cell{};
 };
 
 using FacesByCorners = std::map<CornerKey, std::vector<std::size_t>>;
@@ -46,67 +45,34 @@ FacesByCorners groupByCorners(const Model3doObject& piece, double tolerance) {
     return groups;
 }
 
-/// A grid over normals and distances of planes. Two faces that share a plane differ by at most
-/// kParallel in each part of the normal, and so by at most kParallel times the piece's radius and
-/// the tolerance in their distance from its middle: their cells are the same or neighbours.
-class PlaneGrid {
-public:
-    PlaneGrid(const std::vector<PlacedFace>& faces, double tolerance)
-        : faces_(faces), tolerance_(tolerance) {
-        for (std::size_t i = 0; i < faces.size(); ++i) cells_[faces[i].cell].push_back(i);
+/// Calls with each pair of faces whose boxes come within the tolerance of each other, the earlier
+/// one first.
+template <typename Use>
+void forMeeting(const std::vector<PlacedFace>& faces, double tolerance, WorkBudget& budget,
+                Use&& use) {
+    std::vector<Box> boxes;
+    boxes.reserve(faces.size());
+    for (const PlacedFace& face : faces) boxes.push_back(face.shape.bounds);
+    const BoxTree tree(boxes);
+    for (std::size_t i = 0; i < faces.size(); ++i) {
+        std::uint64_t steps = 0;
+        tree.forMeeting(boxes[i], tolerance, steps, [&](std::size_t other) {
+            if (other < i) use(other, i);
+        });
+        budget.spend(steps);
     }
+}
 
-    /// Calls with each face before the i-th whose plane may be the same.
-    template <typename Use>
-    void forNeighbours(std::size_t i, Use&& use) {
-        constexpr int kNeighbours = 81;
-        for (int neighbour = 0; neighbour < kNeighbours; ++neighbour) {
-            std::array<std::int64_t, 4> cell = faces_[i].cell;
-            for (int part = 0, rest = neighbour; part < 4; ++part, rest /= 3)
-                cell[static_cast<std::size_t>(part)] += rest % 3 - 1;
-            const auto found = cells_.find(cell);
-            if (found == cells_.end()) continue;
-            for (const std::size_t other : found->second) {
-                if (other >= i) break;
-                budget_.spend(1);
-                if (faces_[i].shape.bounds.meets(faces_[other].shape.bounds, tolerance_))
-                    use(other);
-            }
-        }
-    }
-
-private:
-    const std::vector<PlacedFace>& faces_;
-    double tolerance_;
-    std::unordered_map<std::array<std::int64_t, 4>, std::vector<std::size_t>, CellHash> cells_;
-    WorkBudget budget_{kMaxComparedPairs};
-};
-
-/// The faces in their cells, in the order of their indices.
-std::vector<PlacedFace> placeFaces(const Model3doObject& piece, const FacesByCorners& groups,
-                                   double tolerance) {
+/// Of those with the same corners the first, in the order of their indices.
+std::vector<PlacedFace> placeFaces(const Model3doObject& piece, const FacesByCorners& groups) {
     std::vector<PlacedFace> faces;
-    Box bounds;
+    faces.reserve(groups.size());
     for (const auto& [key, members] : groups) {
-        faces.push_back({members.front(), shapeOf(piece, piece.primitives[members.front()]), {}});
-        bounds.include(faces.back().shape.bounds);
+        PlacedFace face{members.front(), shapeOf(piece, piece.primitives[members.front()])};
         // one whose parts cancel each other out lies in no plane
-        if (faces.back().shape.normal == Vec3d{}) faces.pop_back();
+        if (face.shape.normal != Vec3d{}) faces.push_back(std::move(face));
     }
     std::ranges::sort(faces, {}, &PlacedFace::primIndex);
-    const Vec3d middle = (bounds.least + bounds.greatest) * 0.5;
-    const double step = bounds.diagonal() / 2 * kParallel + tolerance;
-    for (PlacedFace& face : faces) {
-        const auto cellOf = [](double value) {
-            return static_cast<std::int64_t>(std::floor(std::clamp(value, -1e18, 1e18)));
-        };
-        Vec3d center{};
-        for (const Vec3d& corner : face.shape.corners) center = center + (corner - middle);
-        center = center * (1.0 / static_cast<double>(face.shape.corners.size()));
-        for (std::size_t axis = 0; axis < 3; ++axis)
-            face.cell[axis] = cellOf(face.shape.normal[axis] / kParallel);
-        face.cell[3] = cellOf(dot(face.shape.normal, center) / step);
-    }
     return faces;
 }
 
@@ -120,12 +86,12 @@ bool isInPlaneOf(const FaceShape& face, const FaceShape& plane, double tolerance
 }
 
 /// The share of the smaller face that lies in the larger one; 0 when they are not in one plane.
-double overlapShare(const FaceShape& a, const FaceShape& b, double tolerance, WorkBudget& cuts) {
+double overlapShare(const FaceShape& a, const FaceShape& b, double tolerance, WorkBudget& budget) {
     if (length(a.normal - b.normal) > kParallel) return 0;
     const FaceShape& smaller = a.area < b.area ? a : b;
     const FaceShape& larger = a.area < b.area ? b : a;
     if (!isInPlaneOf(smaller, larger, tolerance)) return 0;
-    cuts.spend(a.corners.size() * b.corners.size());
+    budget.spend((a.corners.size() - 2) * (b.corners.size() - 2) * kStepsToCut);
     const auto axes = planeAxes(larger.normal);
     // near zero, where coordinates are fine
     std::vector<Vec3d> from = smaller.corners, onto = larger.corners;
@@ -137,27 +103,29 @@ double overlapShare(const FaceShape& a, const FaceShape& b, double tolerance, Wo
     return area > 0 ? std::min(commonArea(cut, flattened(onto, axes)) / area, 1.0) : 0;
 }
 
-void addOverlaps(const std::vector<PlacedFace>& faces, double tolerance,
-                 std::vector<DuplicateGroup>& result) {
-    PlaneGrid grid(faces, tolerance);
-    WorkBudget cuts(kMaxCutTriangles);
-    for (std::size_t i = 0; i < faces.size(); ++i) {
-        grid.forNeighbours(i, [&](std::size_t other) {
-            const double share = overlapShare(faces[other].shape, faces[i].shape, tolerance, cuts);
-            if (share >= kLeastOverlap)
-                result.push_back(
-                    {DuplicateKind::overlap, {faces[other].primIndex, faces[i].primIndex}, share});
-        });
-    }
+/// Throws when it takes too long.
+std::vector<DuplicateGroup> findOverlaps(const std::vector<PlacedFace>& faces, double tolerance) {
+    std::vector<DuplicateGroup> result;
+    WorkBudget budget(kMaxSteps);
+    forMeeting(faces, tolerance, budget, [&](std::size_t a, std::size_t b) {
+        const double share = overlapShare(faces[a].shape, faces[b].shape, tolerance, budget);
+        if (share < kLeastOverlap) return;
+        budget.spend(kStepsToTell);
+        result.push_back({DuplicateKind::overlap, {faces[a].primIndex, faces[b].primIndex}, share});
+    });
+    return result;
 }
 
-}  // namespace
+std::vector<DuplicateGroup> sameFacesOf(const FacesByCorners& groups) {
+    std::vector<DuplicateGroup> result;
+    for (const auto& [key, faces] : groups)
+        if (faces.size() > 1) result.push_back({DuplicateKind::same, faces});
+    return result;
+}
 
-std::vector<DuplicateGroup> findDuplicates(const Model3doObject& piece, double tolerance) {
-    const FacesByCorners groups = groupByCorners(piece, tolerance);
+std::vector<DuplicateGroup> oppositeFacesOf(const FacesByCorners& groups) {
     std::vector<DuplicateGroup> result;
     for (const auto& [key, faces] : groups) {
-        if (faces.size() > 1) result.push_back({DuplicateKind::same, faces});
         const CornerKey reversed = reversedKey(key);
         const auto behind = key < reversed ? groups.find(reversed) : groups.end();
         if (behind == groups.end()) continue;
@@ -166,11 +134,30 @@ std::vector<DuplicateGroup> findDuplicates(const Model3doObject& piece, double t
         std::ranges::sort(both);
         result.push_back({DuplicateKind::opposite, std::move(both)});
     }
-    addOverlaps(placeFaces(piece, groups, tolerance), tolerance, result);
-    std::ranges::sort(result, [](const DuplicateGroup& a, const DuplicateGroup& b) {
+    return result;
+}
+
+}  // namespace
+
+DuplicateFaces findDuplicates(const Model3doObject& piece, double tolerance) {
+    const FacesByCorners byCorners = groupByCorners(piece, tolerance);
+    DuplicateFaces found;
+    found.groups = sameFacesOf(byCorners);
+    std::ranges::move(oppositeFacesOf(byCorners), std::back_inserter(found.groups));
+    try {
+        std::ranges::move(findOverlaps(placeFaces(piece, byCorners), tolerance),
+                          std::back_inserter(found.groups));
+    } catch (const WorkBudgetSpent&) {
+        found.areOverlapsKnown = false;
+    }
+    std::ranges::sort(found.groups, [](const DuplicateGroup& a, const DuplicateGroup& b) {
         return a.kind != b.kind ? a.kind < b.kind : a.faces < b.faces;
     });
-    return result;
+    return found;
+}
+
+std::vector<DuplicateGroup> findSameFaces(const Model3doObject& piece, double tolerance) {
+    return sameFacesOf(groupByCorners(piece, tolerance));
 }
 
 }  // namespace orb::unitview

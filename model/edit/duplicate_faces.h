@@ -29,9 +29,17 @@ inline constexpr double kDefaultTolerance = 0.001;
 /// A common part counts from this share of the smaller face's area on.
 inline constexpr double kLeastOverlap = 0.01;
 
-/// The groups among the faces of one piece that are drawn and no twins: kind by kind, and by their
-/// faces. Throws std::runtime_error "model too large to analyse" when too many faces lie in one
-/// plane.
-std::vector<DuplicateGroup> findDuplicates(const io::Model3doObject& piece, double tolerance);
+struct DuplicateFaces {
+    /// Kind by kind, and by their faces.
+    std::vector<DuplicateGroup> groups;
+    /// False when too many faces lie in one place to compare them all; no group is an overlap then.
+    bool areOverlapsKnown = true;
+};
+
+/// Searches among the faces of one piece that are drawn and not another face's twin.
+DuplicateFaces findDuplicates(const io::Model3doObject& piece, double tolerance);
+
+/// Its groups of kind `same` alone.
+std::vector<DuplicateGroup> findSameFaces(const io::Model3doObject& piece, double tolerance);
 
 }  // namespace orb::unitview

@@ -151,7 +151,9 @@ std::size_t addTwins(EditedModel& model, const ModelFix& fix) {
         const std::vector<FaceRole> roles = faceRoles(piece);
         Faces twins;
         for (const std::size_t i : faces) {
-            if (roles[i].isTwin || roles[i].hasTwin) continue;
+            if (roles[i].isTwin || roles[i].hasTwin ||
+                isDegenerate(shapeOf(piece, piece.primitives[i])))
+                continue;
             twins.push_back(piece.primitives[i]);
             reverseCorners(twins.back());
             twins.back().flags[kTwinFlag] = true;
@@ -198,8 +200,7 @@ std::size_t removeDuplicates(EditedModel& model, const ModelFix& fix) {
     for (std::size_t piece = 0; piece < model.pieces.size(); ++piece) {
         if (candidates && !candidates->contains(piece)) continue;
         for (const DuplicateGroup& group :
-             findDuplicates(*model.pieces[piece], fix.tolerance.value_or(kDefaultTolerance))) {
-            if (group.kind != DuplicateKind::same) continue;
+             findSameFaces(*model.pieces[piece], fix.tolerance.value_or(kDefaultTolerance))) {
             for (std::size_t i = 1; i < group.faces.size(); ++i)
                 if (!candidates ||
                     std::ranges::binary_search(candidates->at(piece), group.faces[i]))

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "model/edit/model_fix.h"
+#include "model/edit/model_values.h"
 
 /// The functions behind the table of kinds. Each makes its change and returns how many faces,
 /// vertices or pieces it changed.
@@ -33,8 +34,13 @@ FaceSelection selectFaces(const EditedModel& model, const std::vector<FaceKey>& 
 /// "piece NAME"; for error texts.
 std::string pieceText(const io::Model3doObject& piece);
 
-/// A number of a request on the grid of the file. Throws ModelFixError "bad MEMBER: …".
-float gridNumber(double value, const char* member);
+/// A coordinate on the grid of the file. Throws ModelFixError with what `complain` makes of one
+/// that the file cannot hold.
+template <typename Complain>
+double gridNumber(double value, Complain&& complain) {
+    if (const auto number = onFileGrid(value)) return *number;
+    throw ModelFixError(complain(value));
+}
 
 // face_fixes.cpp
 std::size_t addTwins(EditedModel&, const ModelFix&);

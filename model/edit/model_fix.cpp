@@ -73,6 +73,15 @@ Complaint checkPoint(const std::optional<std::array<double, 3>>& point) {
     return fmt::format("[{}, {}, {}]", (*point)[0], (*point)[1], (*point)[2]);
 }
 
+/// Corners are counted, vertices are moved along three axes.
+Complaint checkBy(const ModelFix& fix) {
+    if (fix.kind == "turn-corners" && fix.byUnits && !fix.byCorners)
+        return "an array instead of a number of corners";
+    if (fix.kind == "move-vertices" && fix.byCorners && !fix.byUnits)
+        return "a number instead of [x, y, z]";
+    return checkPoint(fix.byUnits);
+}
+
 struct Member {
     std::string_view name;
     bool (*isGiven)(const ModelFix&);
@@ -97,8 +106,7 @@ constexpr Member kMembers[] = {
          const std::int64_t color = fix.color.value_or(0);
          return color < 0 || color > 255 ? std::to_string(color) : "";
      }},
-    {"by", [](const ModelFix& fix) { return fix.byUnits.has_value(); },
-     [](const ModelFix& fix) { return checkPoint(fix.byUnits); }},
+    {"by", [](const ModelFix& fix) { return fix.byUnits || fix.byCorners; }, checkBy},
     {"position", [](const ModelFix& fix) { return fix.position.has_value(); },
      [](const ModelFix& fix) { return checkPoint(fix.position); }},
     {"texture", [](const ModelFix& fix) { return fix.texture.has_value(); },
@@ -196,11 +204,6 @@ FaceSelection selectFaces(const EditedModel& model, const std::vector<FaceKey>& 
 
 std::string pieceText(const Model3doObject& piece) {
     return "piece " + piece.name;
-}
-
-float gridNumber(double value, const char* member) {
-    if (const auto number = onFileGrid(value)) return *number;
-    throw ModelFixError(fmt::format("bad {}: {} is beyond 16.16 fixed point", member, value));
 }
 
 }  // namespace orb::unitview

@@ -26,13 +26,14 @@ struct CheckedPiece {
     const IssueContext& context;
     /// One for each face.
     std::vector<FaceShape> shapes;
-    std::vector<DuplicateGroup> duplicates;
+    DuplicateFaces duplicates;
 };
 
 /// What one kind finds in a piece.
 struct Findings {
     bool inPiece = false;
-    std::vector<std::size_t> faces;
+    std::vector<std::size_t> faces = {};
+    bool isUnknown = false;
 };
 
 template <typename Predicate>
@@ -50,10 +51,10 @@ Findings drawnFacesWhere(const CheckedPiece& checked, bool (*isAtFault)(const Fa
     });
 }
 
-Findings facesOfGroups(const CheckedPiece& checked, std::initializer_list<DuplicateKind> kinds) {
+Findings facesOfGroups(const CheckedPiece& checked, DuplicateKind kind) {
     Findings found;
-    for (const DuplicateGroup& group : checked.duplicates)
-        if (std::ranges::find(kinds, group.kind) != kinds.end())
+    for (const DuplicateGroup& group : checked.duplicates.groups)
+        if (group.kind == kind)
             found.faces.insert(found.faces.end(), group.faces.begin(), group.faces.end());
     return found;
 }
@@ -74,11 +75,13 @@ Findings findConcave(const CheckedPiece& checked) {
 }
 
 Findings findDuplicated(const CheckedPiece& checked) {
-    return facesOfGroups(checked, {DuplicateKind::same});
+    return facesOfGroups(checked, DuplicateKind::same);
 }
 
 Findings findOverlapping(const CheckedPiece& checked) {
-    return facesOfGroups(checked, {DuplicateKind::overlap});
+    Findings found = facesOfGroups(checked, DuplicateKind::overlap);
+    found.isUnknown = !checked.duplicates.areOverlapsKnown;
+    return found;
 }
 
 Findings findMissingTextures(const CheckedPiece& checked) {
@@ -90,7 +93,7 @@ Findings findMissingTextures(const CheckedPiece& checked) {
 }
 
 Findings findUnusedVertices(const CheckedPiece& checked) {
-    return {!unusedVertices(checked.piece).empty(), {}};
+    return {!unusedVertices(checked.piece).empty()};
 }
 
 Findings findBadIndices(const CheckedPiece& checked) {
@@ -102,21 +105,23 @@ Findings findBadIndices(const CheckedPiece& checked) {
 Findings findNoSelection(const CheckedPiece& checked) {
     const auto& plate = checked.piece.selectionPrimitive;
     return {checked.isRoot &&
-                !(plate && static_cast<std::size_t>(*plate) < checked.piece.primitives.size()),
-            {}};
+            !(plate && static_cast<std::size_t>(*plate) < checked.piece.primitives.size())};
 }
 
 Findings findBadName(const CheckedPiece& checked) {
     const std::string& name = checked.piece.name;
     const bool isAscii = std::ranges::all_of(name, [](char c) { return (c & 0x80) == 0; });
     return {name.empty() || name.size() > kMaxPieceName || !isAscii ||
-                checked.nameCounts.at(io::upperCased(name)) > 1,
-            {}};
+            checked.nameCounts.at(io::upperCased(name)) > 1};
 }
 
 Findings findUnscripted(const CheckedPiece& checked) {
     const auto& scripted = checked.context.scriptPieces;
-    return {scripted && !scripted->contains(io::upperCased(checked.piece.name)), {}};
+    return {scripted && !scripted->contains(io::upperCased(checked.piece.name))};
+}
+
+Findings findLostPieces(const CheckedPiece& checked) {
+    return {checked.piece.isIncomplete};
 }
 
 struct IssueKind {
@@ -136,6 +141,7 @@ constexpr IssueKind kIssueKinds[] = {
     {"no-selection", findNoSelection},
     {"piece-name", findBadName},
     {"unscripted-piece", findUnscripted},
+    {"lost-pieces", findLostPieces},
 };
 
 PieceIssues issuesOf(const CheckedPiece& checked) {
@@ -144,6 +150,7 @@ PieceIssues issuesOf(const CheckedPiece& checked) {
     for (std::size_t kind = 0; kind < std::size(kIssueKinds); ++kind) {
         const Findings found = kIssueKinds[kind].find(checked);
         if (found.inPiece) issues.ofPiece.add(kind);
+        if (found.isUnknown) issues.unknown.add(kind);
         for (const std::size_t face : found.faces) issues.ofFaces[face].add(kind);
     }
     return issues;

@@ -23,6 +23,8 @@ public:
     void add(std::size_t kind) { bits_ |= bitOf(kind); }
     bool has(std::size_t kind) const { return (bits_ & bitOf(kind)) != 0; }
     std::size_t count() const;
+    void add(const IssueSet& others) { bits_ |= others.bits_; }
+    bool isEmpty() const { return bits_ == 0; }
     /// The names, in the order of `issueKinds`.
     std::vector<std::string_view> names() const;
 
@@ -33,6 +35,8 @@ private:
 
 struct PieceIssues {
     IssueSet ofPiece;
+    /// Kinds that were not searched for in the piece, because it would take too long.
+    IssueSet unknown;
     /// One for each face.
     std::vector<IssueSet> ofFaces;
 

@@ -1,5 +1,6 @@
 #include "model/edit/model_values.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "io/formats/name_reader.h"
@@ -35,6 +36,7 @@ Model3doObject copyModel(const Model3doObject& root) {
     copy.vertices = root.vertices;
     copy.primitives = root.primitives;
     copy.selectionPrimitive = root.selectionPrimitive;
+    copy.isIncomplete = root.isIncomplete;
     copy.children.reserve(root.children.size());
     for (const auto& child : root.children)
         copy.children.push_back(std::make_unique<Model3doObject>(copyModel(*child)));
@@ -44,13 +46,14 @@ Model3doObject copyModel(const Model3doObject& root) {
 bool isSameModel(const Model3doObject& a, const Model3doObject& b) {
     return a.name == b.name && a.position == b.position && a.vertices == b.vertices &&
            a.selectionPrimitive == b.selectionPrimitive && a.primitives == b.primitives &&
+           a.isIncomplete == b.isIncomplete &&
            std::equal(a.children.begin(), a.children.end(), b.children.begin(), b.children.end(),
                       [](const auto& x, const auto& y) { return isSameModel(*x, *y); });
 }
 
 std::size_t memoryOf(const Model3doObject& root) {
     std::size_t size = sizeof root + heapSize(root.name) +
-                       root.vertices.capacity() * sizeof(io::Vec3) +
+                       root.vertices.capacity() * sizeof(io::ModelPoint) +
                        root.children.capacity() * sizeof(root.children[0]);
     for (const Model3doPrimitive& face : root.primitives) size += memoryOf(face);
     for (const auto& child : root.children) size += memoryOf(*child);
@@ -71,11 +74,16 @@ bool fitsIntoFile(const Model3doObject& root) {
     return arrayBytes <= io::kMax3doArrayBytes && nameBytes < io::kMaxNameBytesPerFile;
 }
 
-std::optional<float> onFileGrid(double coordinate) {
-    if (!(std::abs(coordinate) < kEndOfGrid)) return std::nullopt;  // nor NaN
+bool lacksPieces(const Model3doObject& root) {
+    return root.isIncomplete || std::ranges::any_of(root.children, [](const auto& child) {
+               return lacksPieces(*child);
+           });
+}
+
+std::optional<double> onFileGrid(double coordinate) {
     const double steps = std::round(coordinate * kStepsPerUnit);
-    if (steps == 0) return 0.0F;
-    return static_cast<float>(steps / kStepsPerUnit);
+    if (!(std::abs(steps) < kEndOfGrid * kStepsPerUnit)) return std::nullopt;  // nor NaN
+    return steps == 0 ? 0 : steps / kStepsPerUnit;
 }
 
 }  // namespace orb::unitview

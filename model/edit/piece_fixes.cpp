@@ -10,7 +10,7 @@ namespace {
 
 using io::Model3doObject;
 using io::Model3doPrimitive;
-using Plate = std::array<io::Vec3, 4>;
+using Plate = std::array<io::ModelPoint, 4>;
 
 constexpr std::size_t kMaxIndexedVertices = 65536;
 
@@ -22,12 +22,17 @@ Plate groundPlate(const Model3doObject& root, const Footprint& footprint) {
             fmt::format("unit has no footprint: {} x {} cells", footprint.x, footprint.z));
     const double x = static_cast<double>(footprint.x) * kUnitsPerCell / 2;
     const double z = static_cast<double>(footprint.z) * kUnitsPerCell / 2;
+    const auto onGrid = [](double value) {
+        return gridNumber(value, [](double beyond) {
+            return fmt::format("bad footprint: the plate would reach {}, beyond 16.16 fixed point",
+                               beyond);
+        });
+    };
     Plate plate;
     std::size_t corner = 0;
     for (const auto& [signX, signZ] : {std::pair{-1, -1}, {1, -1}, {1, 1}, {-1, 1}})
-        plate[corner++] = {gridNumber(signX * x - double{root.position[0]}, "footprint"),
-                           gridNumber(-double{root.position[1]}, "footprint"),
-                           gridNumber(signZ * z - double{root.position[2]}, "footprint")};
+        plate[corner++] = {onGrid(signX * x - root.position[0]), onGrid(-root.position[1]),
+                           onGrid(signZ * z - root.position[2])};
     return plate;
 }
 
@@ -60,7 +65,7 @@ void appendCorners(Model3doObject& piece, Model3doPrimitive& face, const Plate& 
     if (piece.vertices.size() + corners.size() > kMaxIndexedVertices)
         throw ModelFixError(fmt::format("{} has too many vertices", pieceText(piece)));
     face.vertexIndices.clear();
-    for (const io::Vec3& corner : corners) {
+    for (const io::ModelPoint& corner : corners) {
         face.vertexIndices.push_back(static_cast<std::uint16_t>(piece.vertices.size()));
         piece.vertices.push_back(corner);
     }
@@ -76,10 +81,12 @@ std::size_t renamePiece(EditedModel& model, const ModelFix& fix) {
 }
 
 std::size_t movePiece(EditedModel& model, const ModelFix& fix) {
-    io::Vec3& position = model.piece(fix.piece.value()).position;
-    const io::Vec3 before = position;
+    io::ModelPoint& position = model.piece(fix.piece.value()).position;
+    const io::ModelPoint before = position;
     for (std::size_t axis = 0; axis < 3; ++axis)
-        position[axis] = gridNumber(fix.position.value()[axis], "position");
+        position[axis] = gridNumber(fix.position.value()[axis], [](double value) {
+            return fmt::format("bad position: {} is beyond 16.16 fixed point", value);
+        });
     return position == before ? 0 : 1;
 }
 
@@ -107,7 +114,7 @@ std::size_t makeSelection(EditedModel& model, const ModelFix&) {
     }
     bool isChanged = false;
     for (std::size_t i = 0; i < corners.size(); ++i) {
-        io::Vec3& vertex = root.vertices[plate.vertexIndices[i]];
+        io::ModelPoint& vertex = root.vertices[plate.vertexIndices[i]];
         isChanged |= vertex != corners[i];
         vertex = corners[i];
     }

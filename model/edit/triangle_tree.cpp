@@ -2,16 +2,19 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
+
+#include "model/face_geometry.h"
 
 namespace orb::unitview {
 namespace {
 
-constexpr std::size_t kLeafTriangles = 2;
-/// Halving 2^32 triangles leaves one after 32 levels; a level leaves one box waiting.
-constexpr std::size_t kMaxWaiting = 40;
 /// How far beyond its edges a triangle still hides, in parts of them: nothing shows through the
 /// seam of two triangles.
 constexpr double kSeam = 1e-9;
+/// Windows are wider than what they cover by so many times the distance of what touches; that is
+/// more than seams and roundings make up.
+constexpr double kMargin = 4;
 
 Box boxOf(const Occluder& triangle) {
     Box box;
@@ -21,123 +24,124 @@ Box boxOf(const Occluder& triangle) {
     return box;
 }
 
-Vec3d middleOf(const Occluder& triangle) {
-    return triangle.corner + (triangle.edgeA + triangle.edgeB) * (1.0 / 3);
-}
-
-/// A line that is as thick as the box around several points.
-struct ThickLine {
-    Vec3d center{};
-    Vec3d reach{};
-    Vec3d inverse{};
-
-    bool meets(const Box& box) const {
-        double from = 0, to = HUGE_VAL;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const double a = (box.least[axis] - reach[axis] - center[axis]) * inverse[axis];
-            const double b = (box.greatest[axis] + reach[axis] - center[axis]) * inverse[axis];
-            from = std::max(from, std::min(a, b));
-            to = std::min(to, std::max(a, b));
-        }
-        return from <= to;
+/// Without branches, which no processor could foresee.
+void dropHidden(std::vector<Vec3d>& points, const MetTriangle& triangle, double contact) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const Vec3d point = points[i];
+        points[kept] = point;
+        kept += triangle.hides(point, contact) ? 0 : 1;
     }
-};
-
-Vec3d inverseOf(const Vec3d& direction) {
-    constexpr double kAlmostZero = 1e-300;  // its inverse is finite, so that no NaN comes of it
-    Vec3d inverse;
-    for (std::size_t axis = 0; axis < 3; ++axis)
-        inverse[axis] =
-            1 / (std::abs(direction[axis]) < kAlmostZero ? kAlmostZero : direction[axis]);
-    return inverse;
-}
-
-ThickLine lineAround(const RayBundle& rays, double margin) {
-    Box box;
-    for (const Vec3d& point : rays.points) box.include(point);
-    const Vec3d center = (box.least + box.greatest) * 0.5;
-    return {center, box.greatest - center + Vec3d{margin, margin, margin},
-            inverseOf(rays.direction)};
+    points.resize(kept);
 }
 
 }  // namespace
 
-MetTriangle::MetTriangle(const Occluder& triangle, const Vec3d& direction)
-    : triangle_(triangle), direction_(direction), across_(cross(direction, triangle.edgeB)) {
-    const double volume = dot(triangle.edgeA, across_);
-    if (volume != 0) inverse_ = 1 / volume;
+SightFrame::SightFrame(const Vec3d& direction) : across_(planeAxes(direction)), along_(direction) {}
+
+MetTriangle::MetTriangle(const Occluder& triangle, const SightFrame& frame)
+    : corner_(frame.of(triangle.corner)), showsFront_(dot(triangle.normal, frame.direction()) > 0) {
+    const Vec3d a = frame.of(triangle.edgeA);
+    const Vec3d b = frame.of(triangle.edgeB);
+    const double area = a[0] * b[1] - a[1] * b[0];
+    const double inverse = area != 0 ? 1 / area : std::numeric_limits<double>::quiet_NaN();
+    partA_ = {b[1] * inverse, -b[0] * inverse};
+    partB_ = {-a[1] * inverse, a[0] * inverse};
+    alongA_ = a[2];
+    alongB_ = b[2];
 }
 
 bool MetTriangle::hides(const Vec3d& point, double contact) const {
-    if (inverse_ == 0) return false;
-    const Vec3d offset = point - triangle_.corner;
-    const double u = dot(offset, across_) * inverse_;
-    if (!(u >= -kSeam && u <= 1 + kSeam)) return false;
-    const Vec3d q = cross(offset, triangle_.edgeA);
-    const double v = dot(direction_, q) * inverse_;
-    if (!(v >= -kSeam && u + v <= 1 + kSeam)) return false;
-    const double distance = dot(triangle_.edgeB, q) * inverse_;
-    if (distance > contact) return true;
-    return distance >= -contact && dot(triangle_.normal, direction_) > 0;
+    const double x = point[0] - corner_[0], y = point[1] - corner_[1];
+    const double u = x * partA_[0] + y * partA_[1];
+    const double v = x * partB_[0] + y * partB_[1];
+    const double distance = corner_[2] + u * alongA_ + v * alongB_ - point[2];
+    // false for NaN
+    return (u >= -kSeam) & (v >= -kSeam) & (u + v <= 1 + kSeam) &
+           (distance > (showsFront_ ? -contact : contact));
 }
 
-TriangleTree::TriangleTree(std::vector<Occluder> triangles, double contact)
-    : triangles_(std::move(triangles)), contact_(contact) {
-    nodes_.reserve(triangles_.size() + 1);
-    nodes_.emplace_back();
-    split(0, triangles_, 0);
+void TriangleTree::Window::include(const Vec3d& point) {
+    left = std::min(left, point[0]);
+    right = std::max(right, point[0]);
+    low = std::min(low, point[1]);
+    high = std::max(high, point[1]);
+    far = std::max(far, point[2]);
 }
 
-// Halves the triangles along the longest side of the box around their middles, so it goes as deep
-// as their number has bits.
-void TriangleTree::split(std::uint32_t node, std::span<Occluder> triangles, std::uint32_t first) {
-    Box box, middles;
-    for (const Occluder& triangle : triangles) {
-        box.include(boxOf(triangle));
-        middles.include(middleOf(triangle));
+void TriangleTree::Window::include(const Window& other) {
+    left = std::min(left, other.left);
+    right = std::max(right, other.right);
+    low = std::min(low, other.low);
+    high = std::max(high, other.high);
+    far = std::max(far, other.far);
+}
+
+TriangleTree::TriangleTree(std::vector<Occluder> triangles, double contact) : contact_(contact) {
+    std::vector<Box> boxes;
+    boxes.reserve(triangles.size());
+    for (const Occluder& triangle : triangles) boxes.push_back(boxOf(triangle));
+    const BoxTree tree(boxes);
+    triangles_.reserve(triangles.size());
+    for (const std::uint32_t place : tree.order()) triangles_.push_back(triangles[place]);
+    nodes_.reserve(tree.nodes().size());
+    for (const BoxTree::Node& node : tree.nodes()) nodes_.push_back({{}, node.first, node.count});
+    met_.resize(triangles_.size());
+}
+
+void TriangleTree::lookAlong(const Vec3d& direction) {
+    frame_ = SightFrame(direction);
+    for (std::size_t i = 0; i < triangles_.size(); ++i)
+        met_[i] = {MetTriangle(triangles_[i], frame_), triangles_[i].face};
+    // children stand behind their parents
+    for (std::size_t i = nodes_.size(); i-- > 0;) {
+        Node& node = nodes_[i];
+        node.window = {};
+        for (std::uint32_t t = node.first; t < node.first + node.count; ++t) {
+            const Vec3d corner = frame_.of(triangles_[t].corner);
+            node.window.include(corner);
+            node.window.include(corner + frame_.of(triangles_[t].edgeA));
+            node.window.include(corner + frame_.of(triangles_[t].edgeB));
+        }
+        if (node.count > 0 || nodes_.size() == 1) continue;
+        node.window.include(nodes_[node.first].window);
+        node.window.include(nodes_[node.first + 1].window);
     }
-    nodes_[node].box = box;
-    if (triangles.size() <= kLeafTriangles) {
-        nodes_[node].first = first;
-        nodes_[node].count = static_cast<std::uint32_t>(triangles.size());
-        return;
-    }
-    const Vec3d extent = middles.greatest - middles.least;
-    const auto axis = static_cast<std::size_t>(std::ranges::max_element(extent) - extent.begin());
-    const std::size_t half = triangles.size() / 2;
-    std::ranges::nth_element(triangles, triangles.begin() + static_cast<std::ptrdiff_t>(half), {},
-                             [&](const Occluder& triangle) { return middleOf(triangle)[axis]; });
-    const auto children = static_cast<std::uint32_t>(nodes_.size());
-    nodes_[node].first = children;
-    nodes_.resize(nodes_.size() + 2);
-    split(children, triangles.first(half), first);
-    split(children + 1, triangles.subspan(half), first + static_cast<std::uint32_t>(half));
 }
 
-std::size_t TriangleTree::countReached(const RayBundle& rays, std::uint64_t& steps) const {
-    std::vector<Vec3d> left(rays.points.begin(), rays.points.end());
-    if (triangles_.empty()) return left.size();
-    const ThickLine line = lineAround(rays, contact_);
-    std::array<std::uint32_t, kMaxWaiting> waiting;
+void TriangleTree::removeHidden(std::vector<Vec3d>& points, std::uint32_t face,
+                                std::uint64_t& steps) const {
+    Window around;
+    double near = HUGE_VAL;
+    for (const Vec3d& point : points) {
+        around.include(point);
+        near = std::min(near, point[2]);
+    }
+    const double margin = kMargin * contact_;
+    const auto mayHide = [&](const Window& window) {
+        return window.left <= around.right + margin && window.right >= around.left - margin &&
+               window.low <= around.high + margin && window.high >= around.low - margin &&
+               window.far >= near - margin;
+    };
+    std::array<std::uint32_t, BoxTree::kMaxWaiting> waiting;
     std::size_t count = 0;
     waiting[count++] = 0;
-    while (count > 0 && !left.empty()) {
+    while (count > 0 && !points.empty()) {
         const Node& node = nodes_[waiting[--count]];
         ++steps;
-        if (!line.meets(node.box)) continue;
-        if (node.count == 0) {
-            waiting[count++] = node.first + 1;
-            waiting[count++] = node.first;
-            continue;
-        }
         for (std::uint32_t i = node.first; i < node.first + node.count; ++i) {
-            if (triangles_[i].face == rays.face) continue;
-            steps += left.size();
-            const MetTriangle met(triangles_[i], rays.direction);
-            std::erase_if(left, [&](const Vec3d& point) { return met.hides(point, contact_); });
+            if (met_[i].face == face) continue;
+            steps += points.size();
+            dropHidden(points, met_[i].triangle, contact_);
+        }
+        if (node.count > 0 || nodes_.size() == 1) continue;
+        // what lies further along hides more
+        const bool isFirstFar = nodes_[node.first].window.far > nodes_[node.first + 1].window.far;
+        for (const bool isFirst : {!isFirstFar, isFirstFar}) {
+            const std::uint32_t child = isFirst ? node.first : node.first + 1;
+            if (mayHide(nodes_[child].window)) waiting[count++] = child;
         }
     }
-    return left.size();
 }
 
 }  // namespace orb::unitview

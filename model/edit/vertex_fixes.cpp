@@ -51,26 +51,32 @@ std::size_t weld(Model3doObject& piece, double tolerance) {
 }
 
 /// Sets a point to what a change makes of it; tells whether it is another one now.
-template <typename Change>
-bool changePoint(io::Vec3& point, const char* member, Change&& change) {
-    const io::Vec3 before = point;
+template <typename Change, typename Complain>
+bool changePoint(io::ModelPoint& point, Change&& change, Complain&& complain) {
+    const io::ModelPoint before = point;
     for (std::size_t axis = 0; axis < 3; ++axis)
-        point[axis] = gridNumber(change(double{point[axis]}, axis), member);
+        point[axis] = gridNumber(change(point[axis], axis), complain);
     return point != before;
+}
+
+bool scalePoint(const Model3doObject& piece, io::ModelPoint& point, double factor) {
+    return changePoint(
+        point, [&](double value, std::size_t) { return value * factor; },
+        [&](double value) {
+            return fmt::format("bad factor: {} would reach {}, beyond 16.16 fixed point",
+                               pieceText(piece), value);
+        });
 }
 
 bool scaleVertices(Model3doObject& piece, double factor) {
     bool isChanged = false;
-    for (io::Vec3& vertex : piece.vertices)
-        isChanged |= changePoint(vertex, "factor",
-                                 [&](double value, std::size_t) { return value * factor; });
+    for (io::ModelPoint& vertex : piece.vertices) isChanged |= scalePoint(piece, vertex, factor);
     return isChanged;
 }
 
 /// A piece with its offset and all that hangs from it, as deep as the model nests.
 std::size_t scaleTree(Model3doObject& piece, double factor) {
-    const bool isMoved = changePoint(piece.position, "factor",
-                                     [&](double value, std::size_t) { return value * factor; });
+    const bool isMoved = scalePoint(piece, piece.position, factor);
     const bool isChanged = scaleVertices(piece, factor) || isMoved;
     std::size_t count = isChanged ? 1 : 0;
     for (const auto& child : piece.children) count += scaleTree(*child, factor);
@@ -103,8 +109,12 @@ std::size_t moveVertices(EditedModel& model, const ModelFix& fix) {
         if (index < 0 || static_cast<std::uint64_t>(index) >= piece.vertices.size())
             throw ModelFixError(fmt::format("{} has no vertex {}", pieceText(piece), index));
         const bool isMoved = changePoint(
-            piece.vertices[static_cast<std::size_t>(index)], "by",
-            [&](double value, std::size_t axis) { return value + fix.byUnits.value()[axis]; });
+            piece.vertices[static_cast<std::size_t>(index)],
+            [&](double value, std::size_t axis) { return value + fix.byUnits.value()[axis]; },
+            [&](double value) {
+                return fmt::format("bad by: {} vertex {} would lie at {}, beyond 16.16 fixed point",
+                                   pieceText(piece), index, value);
+            });
         if (isMoved) ++count;
     }
     return count;

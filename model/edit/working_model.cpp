@@ -6,8 +6,9 @@ namespace orb::unitview {
 
 using io::Model3doObject;
 
-WorkingModel::WorkingModel(const Model3doObject& saved)
-    : saved_(std::make_shared<const Model3doObject>(copyModel(saved))) {
+WorkingModel::WorkingModel(const Model3doObject& saved, std::string version)
+    : saved_(std::make_shared<const Model3doObject>(copyModel(saved))),
+      savedVersion_(std::move(version)) {
     bytes_ = memoryOf(*saved_);
     steps_.push_back({saved_, {}, bytes_});
 }

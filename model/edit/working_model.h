@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "model/edit/model_fix.h"
 
@@ -18,8 +19,8 @@ inline constexpr std::size_t kMaxHistoryBytes = std::size_t{64} << 20;
 /// A unit's model under change: the whole models that it has been, and the one that it is.
 class WorkingModel {
 public:
-    /// Begins with a copy of a model, which counts as saved.
-    explicit WorkingModel(const io::Model3doObject& saved);
+    /// Begins with a copy of a model, which counts as saved in a file of that content version.
+    explicit WorkingModel(const io::Model3doObject& saved, std::string version = {});
 
     const io::Model3doObject& model() const { return *steps_[position_].model; }
 
@@ -42,8 +43,14 @@ public:
     /// What all kept models take, in bytes.
     std::size_t memory() const { return bytes_; }
 
-    /// Marks the present model as saved.
-    void markSaved() { saved_ = steps_[position_].model; }
+    /// Marks the present model as saved in a file of that content version.
+    void markSaved(std::string version = {}) {
+        saved_ = steps_[position_].model;
+        savedVersion_ = std::move(version);
+    }
+    /// The file that holds the saved model has another content now, which reads the same.
+    void setSavedVersion(std::string version) { savedVersion_ = std::move(version); }
+    const std::string& savedVersion() const { return savedVersion_; }
     /// The model that was saved last.
     const io::Model3doObject& saved() const { return *saved_; }
     /// The present model is another one than was saved. Going back to that makes it clean again; a
@@ -64,6 +71,7 @@ private:
     std::size_t position_ = 0;
     std::size_t bytes_ = 0;
     std::shared_ptr<const io::Model3doObject> saved_;
+    std::string savedVersion_;
 };
 
 }  // namespace orb::unitview

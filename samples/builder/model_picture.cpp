@@ -41,15 +41,17 @@ Vec3 normal(const DrawnFace& face) {
 }
 
 void collect(const io::Model3doObject& piece, Vec3 origin, std::vector<DrawnFace>& faces) {
-    for (std::size_t k = 0; k < 3; ++k) origin[k] += piece.position[k];
+    for (std::size_t k = 0; k < 3; ++k) origin[k] += static_cast<float>(piece.position[k]);
     for (std::size_t i = 0; i < piece.primitives.size(); ++i) {
         const auto& primitive = piece.primitives[i];
         if (piece.selectionPrimitive && static_cast<std::size_t>(*piece.selectionPrimitive) == i)
             continue;
         DrawnFace face{.color = primitive.color.value_or(0)};
         for (const std::size_t index : primitive.vertexIndices) {
-            const Vec3& v = piece.vertices[index];
-            face.corners.push_back(view({origin[0] + v[0], origin[1] + v[1], origin[2] + v[2]}));
+            Vec3 corner = origin;
+            for (std::size_t k = 0; k < 3; ++k)
+                corner[k] += static_cast<float>(piece.vertices[index][k]);
+            face.corners.push_back(view(corner));
         }
         if (face.corners.size() >= 3 && normal(face)[2] > 0) faces.push_back(std::move(face));
     }

@@ -20,6 +20,10 @@ constexpr std::array<std::array<std::uint16_t, 4>, 6> kBoxFaces = {
 constexpr int kMaxTubeSides = 64;
 constexpr float kTurn = 6.2831853F;
 
+io::ModelPoint exactly(const Vec3& v) {
+    return {v[0], v[1], v[2]};
+}
+
 class ModelReader {
 public:
     ModelReader(SourceText& source, const NamedPalette& palette)
@@ -31,7 +35,7 @@ private:
     void readPiece();
     void readVertex() {
         written_.push_back(piece_->vertices.size());
-        piece_->vertices.push_back(vec(1));
+        piece_->vertices.push_back(exactly(vec(1)));
     }
     void readFace();
     void readBox();
@@ -90,7 +94,7 @@ void ModelReader::readPiece() {
         source_.fail("the first piece has no parent: write -");
     }
     target->name = name;
-    target->position = vec(3);
+    target->position = exactly(vec(3));
     if (!pieces_.emplace(name, target).second)
         source_.fail(fmt::format("piece '{}' is there already", name));
     piece_ = target;
@@ -148,9 +152,9 @@ void ModelReader::readBox() {
         const bool top = (corner & 4) != 0;
         const float x = size[0] / 2 * (top ? static_cast<float>(taperX) : 1.0F);
         const float z = size[2] / 2 * (top ? static_cast<float>(taperZ) : 1.0F);
-        piece_->vertices.push_back({center[0] + ((corner & 1) != 0 ? x : -x),
-                                    center[1] + (top ? size[1] / 2 : -size[1] / 2),
-                                    center[2] + ((corner & 2) != 0 ? z : -z)});
+        piece_->vertices.push_back(exactly({center[0] + ((corner & 1) != 0 ? x : -x),
+                                            center[1] + (top ? size[1] / 2 : -size[1] / 2),
+                                            center[2] + ((corner & 2) != 0 ? z : -z)}));
     }
     for (const auto& corners : kBoxFaces) addFace(base, corners);
 }
@@ -173,9 +177,9 @@ void ModelReader::readTube() {
         Vec3 v = start;
         v[(axis + 1) % 3] += radius * std::cos(angle);
         v[(axis + 2) % 3] += radius * std::sin(angle);
-        piece_->vertices.push_back(v);
+        piece_->vertices.push_back(exactly(v));
         v[axis] += length;
-        piece_->vertices.push_back(v);
+        piece_->vertices.push_back(exactly(v));
         startCap.push_back(2 * i);
         endCap.insert(endCap.begin(), 2 * i + 1);
     }
@@ -192,7 +196,7 @@ void ModelReader::readGround() {
     const float y = source_.number(3, "the height");
     const auto base = static_cast<std::uint16_t>(piece_->vertices.size());
     for (const Vec3& corner : {Vec3{-x, y, -z}, Vec3{x, y, -z}, Vec3{x, y, z}, Vec3{-x, y, z}})
-        piece_->vertices.push_back(corner);
+        piece_->vertices.push_back(exactly(corner));
     Model3doPrimitive plate;
     plate.color = 0;
     for (int i = 0; i < 4; ++i) plate.vertexIndices.push_back(static_cast<std::uint16_t>(base + i));

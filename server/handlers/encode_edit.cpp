@@ -24,10 +24,15 @@ EditTerms decodeTerms(const Payload& payload) {
     return terms;
 }
 
+void addReload(json& data, const Reload& reload) {
+    if (reload.error) data["reloadError"] = *reload.error;
+    if (reload.endedEdits) data["editsDropped"] = true;
+}
+
 json encodeEdit(const EditResult& edit) {
     json data = {{"outcome", kOutcomeWords.at(static_cast<std::size_t>(edit.outcome))},
                  {"resolvedPath", io::textFromPath(edit.resolvedPath)}};
-    if (edit.reloadError) data["reloadError"] = *edit.reloadError;
+    addReload(data, edit.reload);
     if (edit.version) data["version"] = *edit.version;
     return data;
 }

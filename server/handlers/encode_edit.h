@@ -11,8 +11,11 @@ namespace orb::unitview::ipc {
 /// "allowBackupCreation" and "ifVersion".
 EditTerms decodeTerms(const Payload& payload);
 
-/// {"outcome", "resolvedPath", "reloadError" (when the loaded unit is not loaded any more),
-/// "version" (when the request was bound to one)}.
+/// "reloadError" (when the loaded unit is not loaded any more) and "editsDropped" (when the edits
+/// of its model have ended), as members of `data`.
+void addReload(nlohmann::json& data, const Reload& reload);
+
+/// {"outcome", "resolvedPath", what addReload adds, "version" (when the request was bound to one)}.
 nlohmann::json encodeEdit(const EditResult& edit);
 
 }  // namespace orb::unitview::ipc

@@ -14,8 +14,19 @@ using nlohmann::json;
 /// By DuplicateKind.
 constexpr std::array<std::string_view, 3> kDuplicateWords = {"same", "opposite", "overlap"};
 
-json encodePoint(const io::Vec3& point) {
-    return {shortestDouble(point[0]), shortestDouble(point[1]), shortestDouble(point[2])};
+/// As floats are told, or, where one does not hold it, exactly.
+double encodeCoordinate(double value) {
+    const auto rounded = static_cast<float>(value);
+    return double{rounded} == value ? shortestDouble(rounded) : value;
+}
+
+json encodePoint(const io::ModelPoint& point) {
+    return {encodeCoordinate(point[0]), encodeCoordinate(point[1]), encodeCoordinate(point[2])};
+}
+
+/// Kinds of issues that were not searched for, if there are such.
+void addUnknown(json& data, const IssueSet& kinds) {
+    if (!kinds.isEmpty()) data["unknown"] = kinds.names();
 }
 
 json encodePieceHead(const ReportedPiece& reported) {
@@ -23,6 +34,7 @@ json encodePieceHead(const ReportedPiece& reported) {
                  {"name", reported.piece->name},
                  {"position", encodePoint(reported.piece->position)}};
     if (reported.parent) data["parent"] = *reported.parent;
+    addUnknown(data, reported.issues.unknown);
     return data;
 }
 
@@ -72,27 +84,31 @@ void addEditState(json& data, const UnitViewSession& session) {
 
 json encodeSummary(const ModelSummary& summary) {
     json pieces = json::array();
+    IssueSet unknown;
     for (const ReportedPiece& reported : summary.pieces) {
+        unknown.add(reported.issues.unknown);
         json piece = encodePieceHead(reported);
         piece["vertexCount"] = reported.piece->vertices.size();
         piece["faceCount"] = reported.piece->primitives.size();
         piece["issueCount"] = reported.issues.count();
         pieces.push_back(std::move(piece));
     }
-    return {{"unitName", summary.unitName},
-            {"pieceCount", summary.pieces.size()},
-            {"vertexCount", summary.vertexCount},
-            {"faceCount", summary.faceCount},
-            {"triangleCount", summary.triangleCount},
-            {"textureCount", summary.textureCount},
-            {"bounds", {{"min", summary.least}, {"max", summary.greatest}}},
-            {"pieces", std::move(pieces)},
-            {"issues", countIssues(summary.pieces)}};
+    json data = {{"unitName", summary.unitName},
+                 {"pieceCount", summary.pieces.size()},
+                 {"vertexCount", summary.vertexCount},
+                 {"faceCount", summary.faceCount},
+                 {"triangleCount", summary.triangleCount},
+                 {"textureCount", summary.textureCount},
+                 {"bounds", {{"min", summary.least}, {"max", summary.greatest}}},
+                 {"pieces", std::move(pieces)},
+                 {"issues", countIssues(summary.pieces)}};
+    addUnknown(data, unknown);
+    return data;
 }
 
 json encodePiece(const PieceReport& report) {
     json vertices = json::array();
-    for (const io::Vec3& vertex : report.piece.piece->vertices)
+    for (const io::ModelPoint& vertex : report.piece.piece->vertices)
         vertices.push_back(encodePoint(vertex));
     json faces = json::array();
     for (std::size_t i = 0; i < report.roles.size(); ++i) faces.push_back(encodeFace(report, i));
@@ -105,9 +121,11 @@ json encodePiece(const PieceReport& report) {
 
 json encodeDuplicates(const std::vector<PieceDuplicates>& pieces) {
     json groups = json::array();
+    json unknown = json::array();
     std::size_t faceCount = 0;
     for (const PieceDuplicates& piece : pieces) {
-        for (const DuplicateGroup& group : piece.groups) {
+        if (!piece.found.areOverlapsKnown) unknown.push_back(piece.pieceIndex);
+        for (const DuplicateGroup& group : piece.found.groups) {
             faceCount += group.faces.size();
             groups.push_back({{"piece", piece.piece},
                               {"pieceIndex", piece.pieceIndex},
@@ -116,7 +134,9 @@ json encodeDuplicates(const std::vector<PieceDuplicates>& pieces) {
                               {"share", group.share}});
         }
     }
-    return {{"groups", std::move(groups)}, {"faceCount", faceCount}};
+    json data = {{"groups", std::move(groups)}, {"faceCount", faceCount}};
+    if (!unknown.empty()) data["unknown"] = std::move(unknown);
+    return data;
 }
 
 }  // namespace orb::unitview::ipc

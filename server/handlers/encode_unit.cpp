@@ -13,8 +13,10 @@ namespace {
 
 using nlohmann::json;
 
-json encodePoint(const io::Vec3& point) {
-    return {shortestDouble(point[0]), shortestDouble(point[1]), shortestDouble(point[2])};
+json encodePoint(const io::ModelPoint& point) {
+    return {shortestDouble(static_cast<float>(point[0])),
+            shortestDouble(static_cast<float>(point[1])),
+            shortestDouble(static_cast<float>(point[2]))};
 }
 
 template <typename Value>

@@ -65,6 +65,7 @@ SaveRequest decodeSave(const Payload& payload) {
     request.name = payload.text("name");
     request.model = payload.flag("model").value_or(true);
     request.terms = decodeTerms(payload);
+    request.ifModelVersion = textOption(payload, "ifModelVersion");
     const auto script = payload.object("script");
     const auto picture = payload.object("picture");
     std::optional<std::string> png;
@@ -128,6 +129,7 @@ Reply saveUnit(UnitViewSession& session, const Payload& payload) {
         data["files"].push_back(
             {{"part", file.part}, {"resolvedPath", io::textFromPath(file.location.path)}});
     if (saved.diagnostics) data["diagnostics"] = encodeDiagnostics(*saved.diagnostics);
+    if (saved.modelVersion) data["modelVersion"] = *saved.modelVersion;
     return {std::move(data)};
 }
 

@@ -1,5 +1,6 @@
 #include "authoring/unit_definition.h"
 #include "io/path_text.h"
+#include "server/handlers/encode_edit.h"
 #include "server/handlers/encode_source.h"
 #include "server/handlers/handlers.h"
 #include "session/request_error.h"
@@ -31,7 +32,7 @@ Reply restoreSourceFromBackup(UnitViewSession& session, const Payload& payload) 
     const RestoredSource restored = restoreUnitSource(session, name);
     json data = {{"name", name}, {"restoredPath", io::textFromPath(restored.restoredPath)}};
     if (restored.warning) data["warning"] = *restored.warning;
-    if (restored.reloadError) data["reloadError"] = *restored.reloadError;
+    addReload(data, restored.reload);
     return {std::move(data)};
 }
 

@@ -45,8 +45,8 @@ TEST(Model3do, WritesWhatItReads) {
     const Bytes written = write3do(sampleModel());
     const Model3doObject read = parse3do(written);
     EXPECT_EQ(write3do(read), written);
-    EXPECT_EQ(read.position, (Vec3{1.5F, -0.25F, -1.0F}));
-    EXPECT_EQ(read.vertices[1], (Vec3{1, 2, 3}));
+    EXPECT_EQ(read.position, (ModelPoint{1.5F, -0.25F, -1.0F}));
+    EXPECT_EQ(read.vertices[1], (ModelPoint{1, 2, 3}));
     EXPECT_FALSE(std::signbit(read.vertices[0][2]));
     EXPECT_EQ(read.primitives[0].color, 44);
     EXPECT_EQ(read.primitives[0].flags, (std::array{true, false, true}));
@@ -86,13 +86,24 @@ TEST(Model3do, ReadsFieldsAsStored) {
 }
 
 TEST(Model3do, ClampsCoordinatesToTheFormat) {
-    constexpr float kInf = std::numeric_limits<float>::infinity();
+    constexpr double kInf = std::numeric_limits<double>::infinity();
     Model3doObject model;
-    model.vertices = {{kInf, -kInf, NAN}, {32768, -32768, 32768}, {0.9999F / 65536, 0, 0}};
+    model.vertices = {{kInf, -kInf, NAN}, {32768, -32768, 32768}, {0.9999 / 65536, 0, 0}};
     const auto read = parse3do(write3do(model)).vertices;
-    EXPECT_EQ(read[0], (Vec3{32768, -32768, 0}));  // 0x7FFFFFFF rounds up as a float
-    EXPECT_EQ(read[1], (Vec3{32768, -32768, 32768}));
-    EXPECT_EQ(read[2], (Vec3{0, 0, 0}));
+    constexpr double kLast = 0x7FFFFFFF / 65536.0;
+    EXPECT_EQ(read[0], (ModelPoint{kLast, -32768, 0}));
+    EXPECT_EQ(read[1], (ModelPoint{kLast, -32768, 32768}));
+    EXPECT_EQ(read[2], (ModelPoint{0, 0, 0}));
+}
+
+TEST(Model3do, KeepsEveryCoordinateOfAFile) {
+    Bytes file = write3do(sampleModel());
+    for (const std::uint32_t coordinate :
+         {0x01000001U, 0x7FFFFFFFU, 0x80000000U, 0x80000001U, 0xFFFFFFFFU}) {
+        for (const std::size_t field : {16, 20, 24, 57, 61, 65})
+            file = patched(std::move(file), field, coordinate);
+        EXPECT_EQ(write3do(parse3do(file)), file);
+    }
 }
 
 TEST(Model3do, RefusesArraysOutsideTheFile) {
@@ -121,8 +132,23 @@ TEST(Model3do, VisitsEachHeaderOnce) {
     const Bytes file = write3do(sampleModel());
     const std::uint32_t turret = wordAt(file, 48);
     const std::uint32_t leg = wordAt(file, turret + 44);
+    const std::uint32_t barrel = wordAt(file, turret + 48);
+    EXPECT_FALSE(parse3do(file).isIncomplete);
+    // round in a circle: nothing is missing
     EXPECT_EQ(parse3do(patched(file, leg + 44, turret)).children.size(), 2U);
-    EXPECT_EQ(parse3do(patched(file, leg + 48, turret)).children[1]->children.size(), 0U);
+    EXPECT_FALSE(parse3do(patched(file, leg + 44, turret)).isIncomplete);
+    const Model3doObject circle = parse3do(patched(file, leg + 48, turret));
+    EXPECT_EQ(circle.children[1]->children.size(), 0U);
+    EXPECT_FALSE(circle.children[1]->isIncomplete);
+    // in two places, and beside the root
+    const Model3doObject shared = parse3do(patched(file, leg + 48, barrel));
+    EXPECT_EQ(shared.children[1]->children.size(), 0U);
+    EXPECT_TRUE(shared.children[1]->isIncomplete);
+    EXPECT_FALSE(shared.isIncomplete);
+    EXPECT_FALSE(parse3do(patched(file, 44, leg)).isIncomplete);
+    Bytes beside = patched(file, 44, static_cast<std::uint32_t>(file.size()));
+    beside.resize(beside.size() + 52);
+    EXPECT_TRUE(parse3do(beside).isIncomplete);
 }
 
 TEST(Model3do, BoundsNestingAndSharedArrays) {
@@ -142,8 +168,11 @@ TEST(Model3do, BoundsNestingAndSharedArrays) {
     file.resize(file.size() + 52);
     const Model3doObject root = parse3do(file);
     int depth = 1;
-    for (const auto* p = &root; !p->children.empty(); p = p->children[0].get()) ++depth;
+    const Model3doObject* deepest = &root;
+    for (; !deepest->children.empty(); deepest = deepest->children[0].get()) ++depth;
     EXPECT_EQ(depth, kMax3doNesting);
+    EXPECT_TRUE(deepest->isIncomplete);
+    EXPECT_FALSE(root.isIncomplete);
 
     // every face uses one array of 1 MiB: as many as the limit holds, then one more
     for (const std::uint32_t faces : {63U, 64U}) {

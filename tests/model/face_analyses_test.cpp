@@ -13,6 +13,7 @@ namespace {
 
 using io::Model3doObject;
 using io::Model3doPrimitive;
+using io::ModelPoint;
 using io::Vec3;
 using Corners = std::vector<std::uint16_t>;
 
@@ -126,8 +127,8 @@ Model3doObject flatPiece(ModelDraw& draw) {
     Model3doObject piece;
     for (int plane = 0; plane < 3; ++plane) {
         for (int i = 0; i < 8; ++i) {
-            Vec3 corners[4];
-            for (Vec3& corner : corners) {
+            ModelPoint corners[4];
+            for (ModelPoint& corner : corners) {
                 corner = draw.point();
                 if (plane < 2) corner[static_cast<std::size_t>(plane)] = 1;
                 if (plane == 2) corner[0] = corner[1] + corner[2];  // lies askew
@@ -164,7 +165,7 @@ TEST(DuplicateFaces, OverlapWhereCountedPointsSaySo) {
                       [&](const auto& drawn) { return !isSimple(shapeOf(piece, drawn)); });
         const PlainOverlaps plain(piece);
         std::map<std::vector<std::size_t>, double> found;
-        for (const DuplicateGroup& group : findDuplicates(piece, kDefaultTolerance))
+        for (const DuplicateGroup& group : findDuplicates(piece, kDefaultTolerance).groups)
             found[group.faces] = group.kind == DuplicateKind::opposite ? 0 : group.share;
         for (std::size_t a = 0; a < piece.primitives.size(); ++a) {
             for (std::size_t b = a + 1; b < piece.primitives.size(); ++b) {
@@ -181,40 +182,83 @@ TEST(DuplicateFaces, OverlapWhereCountedPointsSaySo) {
 TEST(DuplicateFaces, AreGroupedByTheirCorners) {
     Model3doObject piece;
     // each corner twice, the second time a little off
-    for (const float off : {0.0F, 0.0005F})
-        for (const Vec3& corner : {Vec3{0, 0, 0}, {4, 0, 0}, {4, 0, 4}, {0, 0, 4}})
+    for (const double off : {0.0, 0.0005})
+        for (const ModelPoint& corner : {ModelPoint{0, 0, 0}, {4, 0, 0}, {4, 0, 4}, {0, 0, 4}})
             piece.vertices.push_back({corner[0] + off, corner[1], corner[2]});
     piece.primitives = {face({3, 2, 1, 0}), face({6, 5, 4, 7}),    // the same, from another corner
                         face({4, 5, 6, 7}),                        // its back
                         face({0, 1, 2, 3}, {true, false, false}),  // a twin takes no part
                         face({3, 2, 1, 0})};
     piece.selectionPrimitive = 4;
-    const auto groups = findDuplicates(piece, kDefaultTolerance);
+    const auto groups = findDuplicates(piece, kDefaultTolerance).groups;
     ASSERT_EQ(groups.size(), 2U);
     EXPECT_EQ(groups[0].kind, DuplicateKind::same);
     EXPECT_EQ(groups[0].faces, (std::vector<std::size_t>{0, 1}));
     EXPECT_EQ(groups[1].kind, DuplicateKind::opposite);
     EXPECT_EQ(groups[1].faces, (std::vector<std::size_t>{0, 1, 2}));
 
-    const auto strict = findDuplicates(piece, 0);
+    const auto strict = findDuplicates(piece, 0).groups;
     ASSERT_EQ(strict.size(), 2U);  // one in place of the other, moved by a hair
     EXPECT_EQ(strict[0].faces, (std::vector<std::size_t>{1, 2}));
     EXPECT_EQ(strict[1].kind, DuplicateKind::overlap);
     EXPECT_EQ(strict[1].faces, (std::vector<std::size_t>{0, 1}));
     EXPECT_NEAR(strict[1].share, 1, 0.001);
-    EXPECT_TRUE(findDuplicates(piece, 100).empty());
+    EXPECT_TRUE(findDuplicates(piece, 100).groups.empty());
+
+    // a twin that has lost its face is a face like others
+    piece.primitives = {face({3, 2, 1, 0}, {true, false, false}),
+                        face({7, 6, 5, 4}, {true, false, false})};
+    piece.selectionPrimitive.reset();
+    ASSERT_EQ(findDuplicates(piece, kDefaultTolerance).groups.size(), 1U);
+    EXPECT_EQ(findSameFaces(piece, kDefaultTolerance).size(), 1U);
 }
 
-TEST(DuplicateFaces, StopInPlanesThatHoldTooMuch) {
-    Model3doObject piece;
+/// Adds a triangle at the end of a piece.
+void addTriangle(Model3doObject& piece, const std::array<ModelPoint, 3>& corners) {
+    const auto base = static_cast<std::uint16_t>(piece.vertices.size());
+    piece.vertices.insert(piece.vertices.end(), corners.begin(), corners.end());
+    piece.primitives.push_back(
+        face({base, static_cast<std::uint16_t>(base + 1), static_cast<std::uint16_t>(base + 2)}));
+}
+
+TEST(DuplicateFaces, AreFoundInLargePlates) {
+    Model3doObject plate;
+    plate.name = "base";
+    for (int x = 0; x < 140; ++x)
+        for (int z = 0; z < 140; ++z) {
+            const ModelPoint at = {x * 2.0, 0, z * 2.0};
+            addTriangle(plate, {at, ModelPoint{at[0] + 1, 0, at[2]}, {at[0], 0, at[2] + 1}});
+        }
+    addTriangle(plate, {ModelPoint{80.5, 0, 80}, {81.5, 0, 80}, {80.5, 0, 81}});
+    const DuplicateFaces found = findDuplicates(plate, kDefaultTolerance);
+    EXPECT_TRUE(found.areOverlapsKnown);
+    ASSERT_EQ(found.groups.size(), 1U);
+    EXPECT_EQ(found.groups[0].faces, (std::vector<std::size_t>{40 * 140 + 40, 140 * 140}));
+    EXPECT_DOUBLE_EQ(found.groups[0].share, 0.25);
+
+    // all in one place: too many to tell, but only that
+    Model3doObject heap;
     for (int i = 0; i < 20'000; ++i) {
-        const auto base = static_cast<std::uint16_t>(piece.vertices.size());
-        const auto x = static_cast<float>(i) * 0.001F;
-        piece.vertices.insert(piece.vertices.end(), {{x, 0, 0}, {x + 90, 0, 0}, {x, 0, 90}});
-        piece.primitives.push_back(face(
-            {base, static_cast<std::uint16_t>(base + 1), static_cast<std::uint16_t>(base + 2)}));
+        const double x = i * 0.001;
+        addTriangle(heap, {ModelPoint{x, 0, 0}, {x + 90, 0, 0}, {x, 0, 90}});
     }
-    EXPECT_THROW(findDuplicates(piece, kDefaultTolerance), std::runtime_error);
+    heap.primitives.push_back(heap.primitives[7]);
+    EXPECT_FALSE(findDuplicates(heap, kDefaultTolerance).areOverlapsKnown);
+    const auto issues = findIssues(heap, {});
+    EXPECT_EQ(issues[0].unknown.names(), (std::vector<std::string_view>{"overlap"}));
+    EXPECT_EQ(issues[0].ofFaces[7].names(), (std::vector<std::string_view>{"duplicate"}));
+}
+
+TEST(JoinedVertices, AreFoundWhereverTheyCrowd) {
+    std::vector<ModelPoint> crowd;
+    for (int i = 0; i < 100'000; ++i) crowd.push_back({i * 1e-12, 0, 0});
+    crowd.push_back({0, 0, -0.0});
+    const auto apart = joinedVertices(crowd, 0);
+    EXPECT_EQ(apart[99'999], 99'999U);
+    EXPECT_EQ(apart.back(), 0U);
+    EXPECT_EQ(joinedVertices(crowd, 1.0 / 65536)[99'999], 0U);
+    for (ModelPoint& point : crowd) point = {1e30 + point[0] * 1e40, 1, 1};  // beyond all cells
+    EXPECT_EQ(joinedVertices(crowd, 0.001)[99'999], 99'999U);
 }
 
 /// A second opinion: every ray against every triangle, by the volumes that its line spans with the
@@ -248,7 +292,8 @@ TEST(BleedThrough, SeesWhatEveryRayAgainstEveryTriangleSees) {
         const Model3doObject model = draw.model();
         const BleedThroughView view{draw.isOneIn(2), 16 + draw.below(30)};
         std::vector<PiecePose> pose(draw.below(4));
-        for (PiecePose& moved : pose) moved = {draw.point(), draw.point(), !draw.isOneIn(5)};
+        for (PiecePose& moved : pose)
+            moved = {toFloat(draw.point()), toFloat(draw.point()), !draw.isOneIn(5)};
         const SightScene scene = makeSightScene(model, pose);
         const BleedThrough result = findBleedThrough(model, view, pose);
 
@@ -318,6 +363,19 @@ TEST(BleedThrough, TellsHolesFromWhatNobodySees) {
     // turned by half a turn about x, the open box lies on its hole
     const std::vector<PiecePose> over = {{{}, {3.14159265F, 0, 0}, true}};
     EXPECT_TRUE(findBleedThrough(open, {}, over).faces.empty());
+}
+
+TEST(BleedThrough, StopsBeforeItTakesTooLong) {
+    Model3doObject large = box();
+    const std::vector<Model3doPrimitive> sides = large.primitives;
+    while (large.primitives.size() < 30'000)
+        large.primitives.insert(large.primitives.end(), sides.begin(), sides.end());
+    try {
+        findBleedThrough(large, {true, kMaxDirections});
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "model too large to look at from 4096 directions");
+    }
 }
 
 TEST(Placement, TurnsAboutYThenXThenZ) {

@@ -10,7 +10,8 @@ namespace {
 using io::Model3doObject;
 using io::Vec3;
 
-Model3doObject pieceOf(std::vector<Vec3> vertices, std::optional<std::string> texture = {}) {
+Model3doObject pieceOf(std::vector<io::ModelPoint> vertices,
+                       std::optional<std::string> texture = {}) {
     Model3doObject piece;
     piece.vertices = std::move(vertices);
     piece.primitives.resize(1);
@@ -33,7 +34,7 @@ TEST(Mesh, LaysTexturesOverFaces) {
     using Coords = std::vector<TexCoord>;
     const struct {
         const char* what;
-        std::vector<Vec3> corners;
+        std::vector<io::ModelPoint> corners;
         Coords expected;  // in the order of the emitted triangles
     } cases[] = {
         {"a quad, wherever its corners lie",
@@ -79,7 +80,7 @@ TEST(Mesh, LeavesOutWhatIsNotDrawn) {
 
 TEST(Mesh, SplitsFacesThatShortIndicesCannotNumber) {
     for (const std::size_t triangles : {21'845U, 21'846U}) {
-        const ModelMesh mesh = buildMesh(pieceOf(std::vector<Vec3>(triangles + 2)));
+        const ModelMesh mesh = buildMesh(pieceOf(std::vector<io::ModelPoint>(triangles + 2)));
         ASSERT_EQ(mesh.ranges.size(), triangles == 21'845U ? 1U : 2U);
         EXPECT_EQ(mesh.ranges[0].vertexCount, 65'535U);
         EXPECT_EQ(mesh.ranges.back().primIndex, 0U);
@@ -89,13 +90,14 @@ TEST(Mesh, SplitsFacesThatShortIndicesCannotNumber) {
 }
 
 TEST(Mesh, RefusesModelsThatAreTooLarge) {
-    Model3doObject corners = pieceOf(std::vector<Vec3>(60'002));  // 180,000 triangle corners
+    Model3doObject corners =
+        pieceOf(std::vector<io::ModelPoint>(60'002));  // 180,000 triangle corners
     corners.primitives.resize(24, corners.primitives[0]);
     EXPECT_THROW(buildMesh(corners), std::runtime_error);
     corners.primitives.resize(23);
     EXPECT_EQ(buildMesh(corners).positions.size(), 4'140'000U);
 
-    Model3doObject faces = pieceOf(std::vector<Vec3>(3));
+    Model3doObject faces = pieceOf(std::vector<io::ModelPoint>(3));
     faces.primitives.resize(kMaxMeshRanges, faces.primitives[0]);
     EXPECT_EQ(buildMesh(faces).ranges.size(), kMaxMeshRanges);
     faces.primitives.push_back(faces.primitives[0]);

@@ -109,6 +109,7 @@ TEST(ModelFix, TwinsComeInPairs) {
     EXPECT_EQ(roles[4].twinOf, 0U);
     EXPECT_TRUE(roles[3].hasTwin && !roles[1].hasTwin);
     EXPECT_EQ(Fixed(fixOf("add-twins", {0, 4}), copyModel(twins.model)).changed, 0U);
+    EXPECT_EQ(Fixed(fixOf("add-twins", {2})).changed, 0U);  // nothing to see from any side
 
     // cut alike, both stay pairs
     const Fixed cut(fixOf("triangulate", {0, 4}), copyModel(twins.model));
@@ -165,7 +166,7 @@ TEST(ModelFix, ChangesVerticesAndPieces) {
     const Fixed welded(fixOf("weld-vertices"));
     EXPECT_EQ(welded.changed, 1U);
     EXPECT_EQ(welded.model.vertices.size(), 5U);
-    EXPECT_EQ(welded.model.vertices[4], (io::Vec3{9, 9, 9}));
+    EXPECT_EQ(welded.model.vertices[4], (io::ModelPoint{9, 9, 9}));
     EXPECT_EQ(welded.corners(3), (Corners{3, 2, 1, 0}));
     ModelFix unused;
     unused.kind = "remove-unused-vertices";
@@ -178,18 +179,18 @@ TEST(ModelFix, ChangesVerticesAndPieces) {
     move.byUnits = {0.1, 0, -9};
     const Fixed moved(move);
     EXPECT_EQ(moved.changed, 2U);
-    EXPECT_EQ(moved.model.vertices[1], (io::Vec3{4 + 6554 / 65536.0F, 0, -9}));  // on the grid
+    EXPECT_EQ(moved.model.vertices[1], (io::ModelPoint{4 + 6554 / 65536.0, 0, -9}));  // on the grid
 
     ModelFix scale = fixOf("scale");
     scale.factor = 3;
     const Fixed piece(scale);
     EXPECT_EQ(piece.changed, 2U);
-    EXPECT_EQ(piece.model.position, (io::Vec3{0, 2, 0}));
-    EXPECT_EQ(piece.model.vertices[2], (io::Vec3{12, 0, 12}));
-    EXPECT_EQ(piece.model.children[0]->position, (io::Vec3{3, 0, 0}));
-    EXPECT_EQ(piece.model.children[0]->vertices[0], (io::Vec3{0, 0, 3}));
+    EXPECT_EQ(piece.model.position, (io::ModelPoint{0, 2, 0}));
+    EXPECT_EQ(piece.model.vertices[2], (io::ModelPoint{12, 0, 12}));
+    EXPECT_EQ(piece.model.children[0]->position, (io::ModelPoint{3, 0, 0}));
+    EXPECT_EQ(piece.model.children[0]->vertices[0], (io::ModelPoint{0, 0, 3}));
     scale.piece.reset();
-    EXPECT_EQ(Fixed(scale).model.position, (io::Vec3{0, 6, 0}));
+    EXPECT_EQ(Fixed(scale).model.position, (io::ModelPoint{0, 6, 0}));
 
     ModelFix rename = fixOf("rename-piece");
     rename.name = "hull";
@@ -198,7 +199,7 @@ TEST(ModelFix, ChangesVerticesAndPieces) {
     shift.position = {0, 2, 0};
     EXPECT_EQ(Fixed(shift).changed, 0U);
     shift.position = {0, 0.00001, 0};
-    EXPECT_EQ(Fixed(shift).model.position[1], 1 / 65536.0F);
+    EXPECT_EQ(Fixed(shift).model.position[1], 1 / 65536.0);
 }
 
 TEST(ModelFix, MakesAPlateOnTheGround) {
@@ -244,8 +245,7 @@ TEST(ModelFix, CutsOutlinesWithoutLosingArea) {
         for (std::size_t i = 0; i < count; ++i) {
             const double angle = -6.283185307 * static_cast<double>(i) / static_cast<double>(count);
             const double radius = 0.2 + static_cast<double>(draw.below(20));
-            piece.vertices.push_back({static_cast<float>(radius * std::cos(angle)),
-                                      static_cast<float>(radius * std::sin(angle)), 1});
+            piece.vertices.push_back({radius * std::cos(angle), radius * std::sin(angle), 1});
             corners.push_back(static_cast<std::uint16_t>(i));
         }
         piece.primitives = {face(corners)};
@@ -286,7 +286,7 @@ TEST(ModelFix, RefusesWhatDoesNotFit) {
         EXPECT_EQ(with("scale", [&](ModelFix& fix) { fix.factor = factor; }),
                   fmt::format("bad factor: {}", factor));
     EXPECT_EQ(with("scale", [&](ModelFix& fix) { fix.factor = 10000; }),
-              "bad factor: 40000 is beyond 16.16 fixed point");
+              "bad factor: piece base would reach 40000, beyond 16.16 fixed point");
     EXPECT_EQ(with("weld-vertices", [&](ModelFix& fix) { fix.tolerance = nan; }),
               "bad tolerance: nan");
     EXPECT_EQ(with("move-piece",
@@ -307,7 +307,19 @@ TEST(ModelFix, RefusesWhatDoesNotFit) {
     };
     EXPECT_EQ(moving(6, 1), "piece base has no vertex 6");
     EXPECT_EQ(moving(-1, 1), "piece base has no vertex -1");
-    EXPECT_EQ(moving(1, 32767), "bad by: 32771 is beyond 16.16 fixed point");
+    EXPECT_EQ(moving(1, 32767),
+              "bad by: piece base vertex 1 would lie at 32771, beyond 16.16 fixed point");
+    EXPECT_EQ(with("move-vertices",
+                   [](ModelFix& fix) {
+                       fix.vertices = {0};
+                       fix.byCorners = 1;
+                   }),
+              "bad by: a number instead of [x, y, z]");
+    EXPECT_EQ(with("turn-corners",
+                   [](ModelFix& fix) {
+                       fix.byUnits = {1, 0, 0};
+                   }),
+              "bad by: an array instead of a number of corners");
     const auto naming = [&](const std::string& name) {
         return with("rename-piece", [&](ModelFix& fix) { fix.name = name; });
     };
@@ -330,6 +342,8 @@ TEST(ModelFix, RefusesWhatDoesNotFit) {
     Model3doObject full;
     full.name = "base";
     full.vertices.resize(io::kMax3doArrayBytes / io::k3doVertexSize - 5);
+    full.vertices[1] = {1, 0, 0};
+    full.vertices[2] = {0, 0, 1};
     full.primitives.push_back(face({0, 1, 2}));
     EXPECT_EQ(refusal(fixOf("flip-faces", {0}), copyModel(full)), "");
     EXPECT_EQ(refusal(fixOf("add-twins", {0}), std::move(full)), "model too large for a 3DO file");

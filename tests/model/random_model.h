@@ -102,10 +102,10 @@ public:
         return fix;
     }
 
-    io::Vec3 point() {
-        // quarters, as 16.16 holds them exactly
-        const auto coordinate = [&] { return static_cast<float>(below(9)) * 0.5F - 2; };
-        const float x = coordinate(), y = coordinate();
+    io::ModelPoint point() {
+        // as 16.16 holds them exactly
+        const auto coordinate = [&] { return static_cast<double>(below(9)) * 0.5 - 2; };
+        const double x = coordinate(), y = coordinate();
         return {x, y, coordinate()};
     }
 
@@ -154,8 +154,8 @@ private:
         constexpr std::uint16_t kFaces[6][4] = {{4, 5, 7, 6}, {0, 2, 3, 1}, {6, 7, 3, 2},
                                                 {5, 4, 0, 1}, {4, 6, 2, 0}, {7, 5, 1, 3}};
         const auto base = static_cast<std::uint16_t>(piece.vertices.size());
-        const io::Vec3 low = point();
-        const auto size = static_cast<float>(1 + below(3));
+        const io::ModelPoint low = point();
+        const auto size = static_cast<double>(1 + below(3));
         for (int corner = 0; corner < 8; ++corner)
             piece.vertices.push_back({low[0] + ((corner & 1) != 0 ? size : 0),
                                       low[1] + ((corner & 4) != 0 ? size : 0),

@@ -7,7 +7,7 @@ A transcript (*.session, or the fenced `session` blocks of a Markdown page) is a
     > {"type":"ping","seq":1}            a request, sent as it stands
     < {"data":{},"seq":1,"type":"pong"}  the next line of output must hold this
     ! {"type":"piece-transforms"}        the same for an event (a line with seq 0)
-    + $DATA/mod $TMP/mod                 copies a folder before going on
+    + $DATA/mod $TMP/mod                 copies a folder before going on, over what is there
     = $TMP/mod/units/TOY.fbi [UNITINFO]  another program writes that text into a file
     - $TMP/mod/units/TOY.fbi             another program removes a file
     ~ 4                                  a binary frame of that many bytes must have arrived;
@@ -185,7 +185,7 @@ def play(platform, data, path, recorder=None):
                     if sign == "<":
                         reply = actual
                 elif sign == "+":
-                    shutil.copytree(*fill(text, str).split())
+                    shutil.copytree(*fill(text, str).split(), dirs_exist_ok=True)
                 elif sign == "=":
                     name, content = fill(text, str).split(" ", 1)
                     os.makedirs(os.path.dirname(name), exist_ok=True)
