@@ -25,7 +25,7 @@ constexpr double kContactShare = 1e-9;
 /// Points of one face within this share of the model's size are followed together.
 constexpr double kNearby = 0.125;
 /// Boxes and triangles that all rays together may look at: less than ten seconds.
-constexpr std::uint64_t kMaxSteps = std::uint64_t{3} << 29;
+constexpr std::uint64_t kMaxSteps = std::uint64_t{5} << 28;
 /// What turning the tree to another direction takes for each triangle.
 constexpr std::uint64_t kStepsToTurn = 16;
 

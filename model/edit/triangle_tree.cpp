@@ -109,20 +109,26 @@ void TriangleTree::lookAlong(const Vec3d& direction) {
     }
 }
 
-void TriangleTree::removeHidden(std::vector<Vec3d>& points, std::uint32_t face,
-                                std::uint64_t& steps) const {
-    Window around;
-    double near = HUGE_VAL;
+TriangleTree::Sought::Sought(const std::vector<Vec3d>& points, double margin) {
     for (const Vec3d& point : points) {
         around.include(point);
         near = std::min(near, point[2]);
     }
-    const double margin = kMargin * contact_;
-    const auto mayHide = [&](const Window& window) {
-        return window.left <= around.right + margin && window.right >= around.left - margin &&
-               window.low <= around.high + margin && window.high >= around.low - margin &&
-               window.far >= near - margin;
-    };
+    around.left -= margin;
+    around.right += margin;
+    around.low -= margin;
+    around.high += margin;
+    near -= margin;
+}
+
+bool TriangleTree::Sought::isMetBy(const Window& window) const {
+    return window.left <= around.right && window.right >= around.left &&
+           window.low <= around.high && window.high >= around.low && window.far >= near;
+}
+
+void TriangleTree::removeHidden(std::vector<Vec3d>& points, std::uint32_t face,
+                                std::uint64_t& steps) const {
+    const Sought sought(points, kMargin * contact_);
     std::array<std::uint32_t, BoxTree::kMaxWaiting> waiting;
     std::size_t count = 0;
     waiting[count++] = 0;
@@ -139,7 +145,7 @@ void TriangleTree::removeHidden(std::vector<Vec3d>& points, std::uint32_t face,
         const bool isFirstFar = nodes_[node.first].window.far > nodes_[node.first + 1].window.far;
         for (const bool isFirst : {!isFirstFar, isFirstFar}) {
             const std::uint32_t child = isFirst ? node.first : node.first + 1;
-            if (mayHide(nodes_[child].window)) waiting[count++] = child;
+            if (sought.isMetBy(nodes_[child].window)) waiting[count++] = child;
         }
     }
 }

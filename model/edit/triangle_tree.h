@@ -87,6 +87,14 @@ private:
         void include(const Vec3d& point);
         void include(const Window& other);
     };
+    /// Where points are that something may hide.
+    struct Sought {
+        Window around;
+        double near = HUGE_VAL;
+
+        Sought(const std::vector<Vec3d>& points, double margin);
+        bool isMetBy(const Window& window) const;
+    };
     /// The triangles of a leaf, or its children.
     struct Node {
         Window window;

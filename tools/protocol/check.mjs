@@ -34,6 +34,10 @@ const NEVER_SEEN = [
     'reply RestoredSource.warning', // a backup that cannot be removed
     'reply RestoredSource.reloadError',
     'reply ModPack.reloadError',
+    'reply ModPack.editsDropped',
+    'reply ModelSummary.unknown', // tens of thousands of faces in one place
+    'reply ModelPieceHead.unknown',
+    'reply DuplicateFaces.unknown',
     'reply Thread.state = dead', // such threads are gone when a tick ends
 ];
 
