@@ -44,6 +44,10 @@ struct SectionRole {
     void (Walk::*find)(std::string_view name, DependencyRole role);
 };
 
+/// What a wreck becomes in the end is a few features away; a row of thousands is made to keep a
+/// walk busy, for each unit anew.
+constexpr std::size_t kMaxFeaturesInARow = 256;
+
 std::uint64_t sizeOf(const io::LayeredLocation& found) {
     if (found.location.kind == io::FileLocation::Kind::loose) {
         std::error_code error;
@@ -207,15 +211,19 @@ bool Walk::isNew(DependencyRole role, std::string_view name) {
 }
 
 bool Walk::add(const std::string& path, DependencyRole role, bool isTable) {
-    const auto found = data_.files.locateInLayers(path);
-    if (!found) return false;
-    Dependency& file = files_[io::upperCased(path)];
-    if (file.path.empty()) {
+    std::string key = io::upperCased(path);
+    auto known = files_.find(key);
+    if (known == files_.end()) {
+        const auto found = data_.files.locateInLayers(path);
+        if (!found) return false;
+        known = files_.emplace(std::move(key), Dependency{}).first;
+        Dependency& file = known->second;
         file.path = storedPath(*found);
         file.source = {found->location, found->layer->rootKind == io::DataRootKind::base};
         file.size = sizeOf(*found);
         file.isTable = isTable;
     }
+    Dependency& file = known->second;
     file.roles.insert(role);
     file.usedBy.insert(user_);
     return true;
@@ -368,6 +376,7 @@ void Walk::followWeapon(std::string_view name) {
 /// Features may turn into each other in circles, and in long rows.
 void Walk::followFeature(std::string_view name, DependencyRole role) {
     std::vector<std::string> names = {std::string(name)};
+    std::size_t followed = 0;
     while (!names.empty()) {
         const std::string feature = std::move(names.back());
         names.pop_back();
@@ -377,6 +386,10 @@ void Walk::followFeature(std::string_view name, DependencyRole role) {
             miss(role, feature);
             continue;
         }
+        if (++followed > kMaxFeaturesInARow)
+            return damage(
+                entry->file.path,
+                fmt::format("more than {} features turn into each other", kMaxFeaturesInARow));
         followSection(&GameTables::features, *entry, role);
         for (const SectionRole& row : kFeatureRoles) {
             const std::string value(entry->section.getString(row.key).value_or(""));

@@ -20,6 +20,8 @@ constexpr const char* kOldSuffix = ".orb-write-old";
 constexpr std::uint32_t kMagic = 0x4E4C5042;  // "BPLN"
 /// Some hundred files.
 constexpr std::uintmax_t kMaxPlanBytes = 1 << 20;
+/// What is larger is no file of an edit; plans come with mods, too.
+constexpr std::uintmax_t kMaxPlannedFileBytes = 1 << 30;
 
 // magic, count, and of each file: path from the plan's folder, old version or nothing, new version;
 // each text with its length in front.
@@ -73,7 +75,8 @@ std::optional<std::string> versionOf(FileOps& ops, const fs::path& file) {
     std::error_code error;
     const auto status = statusOfExisting(ops, file, error);
     if (error || !status) return std::nullopt;
-    if (!fs::is_regular_file(*status)) return "";
+    if (!fs::is_regular_file(*status) || fs::file_size(file, error) > kMaxPlannedFileBytes)
+        return "";
     const Bytes bytes = ops.read(file, error);
     return error ? "" : contentVersion(bytes);
 }

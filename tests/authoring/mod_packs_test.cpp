@@ -67,6 +67,23 @@ TEST_F(ModPacksTest, TheSmallestPackHoldsTheSectionsThatTheBaseGameLacksAndHides
     EXPECT_FALSE(io::HpiFileSystem(pack()).locate("units/TWO.fbi"));
 }
 
+TEST_F(ModPacksTest, FeaturesMayTurnIntoEachOtherInCirclesButNotWithoutEnd) {
+    const auto write = [&](int count) {
+        std::string features;
+        for (int i = 0; i < count; ++i)
+            features += fmt::format("[F{}]{{featuredead=F{};}}", i, (i + 1) % count);
+        folder.write("mod/features/f.tdf", features);
+        folder.write("mod/units/ONE.fbi", "[UNITINFO]{UnitName=ONE;ObjectName=shared;Corpse=F0;}");
+        session.setDataRoots({folder.path() / "game", {folder.path() / "mod"}, {}});
+    };
+    write(200);
+    exportMinModPack(session, minimal(false));
+    const auto text = io::HpiFileSystem(pack()).readFile("features/corpses/all.tdf");
+    EXPECT_EQ(io::parseTdf(io::asText(text.value())).order.size(), 200U);
+    write(10'000);
+    EXPECT_THROW(exportMinModPack(session, minimal(false)), RequestError);
+}
+
 TEST_F(ModPacksTest, EveryCompressionReadsBackAndGivesTheSameBytesTwice) {
     for (const char* name : {"zlib", "lz77", "none"}) {
         const PackRequest request{pack(), true, compressionNamed(name)};

@@ -10,6 +10,7 @@
 
 #include "authoring/backup.h"
 #include "io/archive/hpi_writer.h"
+#include "io/content_version.h"
 #include "io/files/write_plan.h"
 #include "io/path_text.h"
 #include "session/request_error.h"
@@ -339,6 +340,27 @@ TEST(SafeWriteTest, SeveralFilesAreOldOrNewTogetherWhereTheProcessDiesAndTheWrit
         EXPECT_TRUE(files.isTidy()) << "the next write clears up";
     }
     EXPECT_EQ(met, (std::set<std::string>{"old old old ", "new new new "}));
+}
+
+TEST(SafeWriteTest, WhatIsNoPlanFinishesNothing) {
+    const io::TestFolder folder;
+    const auto target = folder.write("A.FBI", kOld);
+    folder.write("A.FBI.orb-write-tmp", kNew);
+    const auto versionOf = [](const std::string& text) {
+        return io::contentVersion(io::asBytes(text));
+    };
+    const fs::path plan = io::planPath(folder.path());
+    const io::PlannedFile planned[] = {{target, versionOf(kOld), versionOf(kNew)},
+                                       {folder.path() / "gone", std::nullopt, versionOf(kNew)}};
+    ASSERT_TRUE(io::writePlan(io::systemFileOps(), plan, planned));
+    std::string bytes = readAll(plan);
+    for (; !bytes.empty(); bytes.pop_back()) {  // the whole one cannot be finished either
+        folder.write(io::textFromPath(plan.filename()), bytes);
+        EXPECT_EQ(io::finishWrite(io::systemFileOps(), folder.path()),
+                  io::UnfinishedWrite::givenUp);
+        EXPECT_EQ(readAll(target), kOld);
+        EXPECT_FALSE(fs::exists(plan));
+    }
 }
 
 TEST(SafeWriteTest, AnUnfinishedWriteLeavesAloneWhatOthersHaveChanged) {
