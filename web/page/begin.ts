@@ -1,0 +1,45 @@
+// What happens by itself: the first roots and unit, a new back end after the old has ended, changed files.
+import type { Roots } from "../wire";
+import { say, startConnection } from "./store/connection";
+import { startHealthSweep } from "./store/health_sweep";
+import { openRoots, refreshUnits, roots, setStart, units } from "./store/roots";
+import { resetTrace } from "./store/trace";
+import { openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
+import { messageOf } from "./work/newest";
+
+export function begin(): void {
+    startConnection({
+        started(start) {
+            setStart(start);
+            void openAndShow(start.roots);
+        },
+        revived: () => void reopen(),
+        filesChanged: () => void refreshUnits(),
+    });
+    startHealthSweep();
+}
+
+/** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */
+export async function openAndShow(wanted: Roots): Promise<void> {
+    await openRoots(wanted);
+    const names = units.peek().map(({ name }) => name);
+    const before = wantedUnit.peek();
+    resetUnit();
+    const [first] = names;
+    if (names.includes(before)) await openUnit(before);
+    else if (first !== undefined) await openUnit(first);
+}
+
+/** A new process knows nothing: it gets the roots and the unit that the old one had. */
+async function reopen(): Promise<void> {
+    resetTrace();
+    const before = roots.peek();
+    if (!before) return;
+    try {
+        await openRoots(before);
+        if (wantedUnit.peek()) await reloadUnit();
+        say("The editor had ended and was started again; everything is open as before");
+    } catch (error) {
+        say(messageOf(error));
+    }
+}

@@ -1,0 +1,8 @@
+import { render } from "preact";
+import { App } from "./app";
+import { listenToKeys } from "./keys";
+import { begin } from "./begin";
+
+render(<App />, document.querySelector(".app")!);
+listenToKeys(document);
+begin();

@@ -1,0 +1,45 @@
+// Lifetime: the opened roots. The health of every unit, looked at one after the other in the background.
+import { effect, signal } from "@preact/signals";
+import { askInBackground } from "../ask";
+import { newestNext } from "../work/newest";
+import { isAlive } from "./connection";
+import { generation, units } from "./roots";
+
+export interface ListedHealth {
+    status: "ok" | "warn" | "missing";
+    verdict: string;
+}
+
+/** Each unit's row is drawn anew only in portions: a signal's value is replaced as a whole. */
+const PORTION = 8;
+
+const found = signal<ReadonlyMap<string, ListedHealth>>(new Map());
+
+export const healthOf = (name: string): ListedHealth | undefined => found.value.get(name);
+
+const sweep = newestNext(async () => {
+    const asked = generation.peek();
+    let next = new Map<string, ListedHealth>();
+    for (const { name } of units.peek()) {
+        if (asked !== generation.peek() || !isAlive.peek()) return;
+        next.set(name, await look(name));
+        if (next.size % PORTION === 0) found.value = next = new Map(next);
+    }
+    found.value = next;
+});
+
+async function look(name: string): Promise<ListedHealth> {
+    try {
+        const { summary } = await askInBackground("unit-health", { name });
+        return { status: summary.missing > 0 ? "missing" : summary.warnings > 0 ? "warn" : "ok", verdict: summary.verdict };
+    } catch (error) {
+        return { status: "missing", verdict: error instanceof Error ? error.message : String(error) };
+    }
+}
+
+/** Sweeps whenever the list has changed. */
+export function startHealthSweep(): void {
+    effect(() => {
+        if (generation.value > 0 && isAlive.value) void sweep();
+    });
+}
