@@ -1,4 +1,5 @@
 import { FindDialog } from "./dialogs/find";
+import { QuestionDialog } from "./dialogs/question";
 import { RootsDialog } from "./dialogs/roots";
 import { bottomPanes } from "./panes/registry";
 import { PiecesPane } from "./panes/pieces";
@@ -46,6 +47,7 @@ export function App() {
             <StatusBar />
             {openDialog.value === "roots" && <RootsDialog />}
             {openDialog.value === "find" && <FindDialog />}
+            <QuestionDialog />
         </div>
     );
 }
