@@ -3,6 +3,7 @@ import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
 import { startHealthSweep } from "./store/health_sweep";
 import { openRoots, refreshUnits, roots, setStart, units } from "./store/roots";
+import { followUnit } from "./store/script";
 import { resetTrace } from "./store/trace";
 import { openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
 import { messageOf } from "./work/newest";
@@ -17,6 +18,7 @@ export function begin(): void {
         filesChanged: () => void refreshUnits(),
     });
     startHealthSweep();
+    followUnit();
 }
 
 /** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */

@@ -3,13 +3,21 @@ import { bottomPanes } from "./panes/registry";
 import { restartEditor } from "./store/connection";
 import { refreshUnits } from "./store/roots";
 import { isPlaying, isStopped, pause, play, report, resetScript, resume, stepTick, stopThreads } from "./store/run";
+import { isEdited, isTemporary, endTry, saveText, source, toggleComparing, tryText } from "./store/script";
 import { reloadUnit, wantedUnit } from "./store/unit";
 import { camera, setCamera, showDialog, showTab } from "./store/view";
+import { toggleAtCursor } from "./editor/cursor";
 import { fitView } from "./view3d/handle";
 
 /** Something is done only with a unit that has a script. */
 const withScript = (verb: () => unknown) => (): boolean => {
     if (!report.peek()) return false;
+    void verb();
+    return true;
+};
+
+const withSource = (verb: () => unknown) => (): boolean => {
+    if (source.shown.peek().state !== "ready") return false;
     void verb();
     return true;
 };
@@ -42,6 +50,14 @@ export const commands: readonly Command[] = [
         run: withScript(() => isStopped.peek() && resume("cob-step-instruction")) },
     { id: "reset-script", key: "Shift+F8", where: "page", title: "Start the script over, at rest", run: withScript(resetScript) },
     { id: "stop-threads", where: "page", title: "End every thread of the script", run: withScript(stopThreads) },
+
+    { id: "try-script", key: "Ctrl+Enter", where: "script", title: "Try the script: run this text, write nothing", run: withSource(tryText) },
+    { id: "end-try", where: "page", title: "Back to the unit's own script",
+        run: () => { if (!isTemporary.peek()) return false; void endTry(); return true; } },
+    { id: "save-script", key: "Ctrl+S", where: "script", title: "Save the script and its code",
+        run: withSource(() => isEdited.peek() && saveText()) },
+    { id: "compare-script", where: "page", title: "Show what differs from the saved script", run: withSource(toggleComparing) },
+    { id: "breakpoint", key: "F9", where: "script", title: "Stop in this line, or no longer", run: toggleAtCursor },
 
     { id: "camera", key: "C", where: "view", title: "Change between orbit and game camera",
         run: () => setCamera(camera.peek() === "orbit" ? "game" : "orbit") },

@@ -1,5 +1,5 @@
 import { render } from "preact";
-import { App } from "./app";
+import { App } from "./frame/app";
 import { listenToKeys } from "./keys";
 import { begin } from "./begin";
 

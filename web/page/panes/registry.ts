@@ -3,7 +3,10 @@ import type { FunctionComponent } from "preact";
 import type { ReadonlySignal } from "@preact/signals";
 import { LogPane } from "./log";
 import { SoundsPane } from "./sounds";
+import { ThreadsPane } from "./threads";
 import { TracePane } from "./trace";
+import { UnitValuesPane } from "./unit_values";
+import { VariablesPane } from "./variables";
 
 export interface Pane {
     id: string;
@@ -19,4 +22,11 @@ export const bottomPanes: readonly Pane[] = [
     { id: "sounds", title: "Sounds", hint: "What the unit's sound category plays", view: SoundsPane },
     { id: "trace", title: "Trace", hint: "What the script did, newest last", view: TracePane },
     { id: "log", title: "Log", hint: "What the editor writes about its work", view: LogPane },
+];
+
+/** Below the script. */
+export const debugPanes: readonly Pane[] = [
+    { id: "threads", title: "Threads", hint: "Who runs, who waits and for what", view: ThreadsPane },
+    { id: "variables", title: "Variables", hint: "Variables by name; they can be written", view: VariablesPane },
+    { id: "unit-values", title: "Unit values", hint: "What scripts read of the unit; they can be written", view: UnitValuesPane },
 ];

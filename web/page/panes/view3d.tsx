@@ -11,7 +11,6 @@ import { Button } from "../widgets/button";
 import { Failure } from "../widgets/states";
 import { messageOf } from "../work/newest";
 import { hexOf, readHex } from "../work/colors";
-import { Transport } from "./transport";
 
 /** The unit as it stands, and what drives it. */
 export function View3dPane() {
@@ -34,7 +33,7 @@ export function View3dPane() {
     const name = loadedUnit.value?.unitName;
     const { state } = unit.value;
     return (
-        <section class="view3d" data-region="view" aria-label="3D view">
+        <section class="view3d" aria-label="3D view">
             <div class="stage">
                 <canvas ref={canvas} class="view-canvas" tabIndex={0} role="img" data-shown={shown.value}
                     aria-label={name ? `${name} in 3D; drag turns it, a click chooses a piece` : "No unit is shown"} />
@@ -51,7 +50,6 @@ export function View3dPane() {
                 {unit.value.state === "failed" && <div class="middle"><Failure message={unit.value.message} /></div>}
                 {failure.value && <div class="middle"><Failure message={failure.value} /></div>}
             </div>
-            <Transport />
         </section>
     );
 }

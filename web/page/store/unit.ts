@@ -95,7 +95,8 @@ const load = newestNext(async () => {
     const before = loadedUnit.peek();
     unitSignal.value = before ? { state: "loading", before } : { state: "loading" };
     try {
-        // both are sent at once: they are answered in order
+        // those of the unit before outlive it; all are sent at once, since they are answered in order
+        void ask("cob-clear-breakpoints").catch(() => {});
         const [loaded, fetched] = await Promise.all(
             [ask("load-unit", { name, report: true }), models.get(name) ?? fetchModel(name)]);
         if (wantedSignal.peek() !== name) return;

@@ -1,16 +1,17 @@
-import { FindDialog } from "./dialogs/find";
-import { QuestionDialog } from "./dialogs/question";
-import { RootsDialog } from "./dialogs/roots";
-import { bottomPanes } from "./panes/registry";
-import { PiecesPane } from "./panes/pieces";
-import { RootsBar } from "./panes/roots_bar";
-import { StatusBar } from "./panes/status_bar";
-import { UnitsPane } from "./panes/units";
-import { View3dPane } from "./panes/view3d";
-import { ScriptColumn } from "./panes/script_column";
-import { openDialog, showTab, sizeOf, tab } from "./store/view";
-import { clampSize, Splitter, type SplitterProps } from "./widgets/splitter";
-import { Tabs } from "./widgets/tabs";
+import { FindDialog } from "../dialogs/find";
+import { QuestionDialog } from "../dialogs/question";
+import { RootsDialog } from "../dialogs/roots";
+import { bottomPanes } from "../panes/registry";
+import { PiecesPane } from "../panes/pieces";
+import { RootsBar } from "./roots_bar";
+import { StatusBar } from "./status_bar";
+import { Transport } from "../panes/transport";
+import { UnitsPane } from "../panes/units";
+import { View3dPane } from "../panes/view3d";
+import { ScriptColumn } from "./script_column";
+import { openDialog, showTab, sizeOf, tab } from "../store/view";
+import { clampSize, Splitter, type SplitterProps } from "../widgets/splitter";
+import { Tabs } from "../widgets/tabs";
 
 const LEFT: SplitterProps = { id: "left", label: "Width of the lists", usual: 260, least: 160, most: 480, of: "before", direction: "row" };
 const RIGHT: SplitterProps = { id: "right", label: "Width of the script", usual: 440, least: 240, most: 900, of: "behind", direction: "row" };
@@ -36,7 +37,10 @@ export function App() {
                 <Splitter {...LEFT} />
                 <div class="column" style={{ gridTemplateRows: tracks(BOTTOM) }}>
                     <div class="across" style={{ gridTemplateColumns: tracks(RIGHT) }}>
-                        <View3dPane />
+                        <div class="viewing" data-region="view">
+                            <View3dPane />
+                            <Transport />
+                        </div>
                         <Splitter {...RIGHT} />
                         <ScriptColumn />
                     </div>
