@@ -13,10 +13,13 @@ import { openDialog, showTab, sizeOf, tab } from "../store/view";
 import { clampSize, Splitter, type SplitterProps } from "../widgets/splitter";
 import { Tabs } from "../widgets/tabs";
 
-const LEFT: SplitterProps = { id: "left", label: "Width of the lists", usual: 260, least: 160, most: 480, of: "before", direction: "row" };
-const RIGHT: SplitterProps = { id: "right", label: "Width of the script", usual: 440, least: 240, most: 900, of: "behind", direction: "row" };
-const BOTTOM: SplitterProps = { id: "bottom", label: "Height of the tabs", usual: 260, least: 80, most: 700, of: "behind", direction: "column" };
-const PIECES: SplitterProps = { id: "pieces", label: "Height of the pieces", usual: 280, least: 80, most: 700, of: "behind", direction: "column" };
+/** At first the unit is the largest thing, on small screens too. */
+const atMost = (pixels: number, share: number, of: number): number => Math.round(Math.min(pixels, share * of));
+
+const LEFT: SplitterProps = { id: "left", label: "Width of the lists", usual: atMost(260, 0.2, innerWidth), least: 160, most: 480, of: "before", direction: "row" };
+const RIGHT: SplitterProps = { id: "right", label: "Width of the script", usual: atMost(440, 0.32, innerWidth), least: 240, most: 900, of: "behind", direction: "row" };
+const BOTTOM: SplitterProps = { id: "bottom", label: "Height of the tabs", usual: atMost(250, 0.28, innerHeight), least: 80, most: 700, of: "behind", direction: "column" };
+const PIECES: SplitterProps = { id: "pieces", label: "Height of the pieces", usual: atMost(280, 0.33, innerHeight), least: 80, most: 700, of: "behind", direction: "column" };
 
 const tracks = (splitter: SplitterProps): string => {
     const size = `${clampSize(sizeOf(splitter.id, splitter.usual), splitter.least, splitter.most)}px`;

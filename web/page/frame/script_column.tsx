@@ -5,7 +5,7 @@ import { sizeOf } from "../store/view";
 import { clampSize, Splitter, type SplitterProps } from "../widgets/splitter";
 import { Tabs } from "../widgets/tabs";
 
-const INSIDES: SplitterProps = { id: "insides", label: "Height of the threads", usual: 180, least: 60, most: 500, of: "behind", direction: "column" };
+const INSIDES: SplitterProps = { id: "insides", label: "Height of the threads", usual: Math.round(Math.min(180, 0.2 * innerHeight)), least: 60, most: 500, of: "behind", direction: "column" };
 
 /** The script's source, and what its threads hold. */
 export function ScriptColumn() {

@@ -8,6 +8,7 @@ import { Button } from "../widgets/button";
 import { List } from "../widgets/list";
 import { States } from "../widgets/states";
 import { spanAt } from "../work/lines";
+import { counted } from "../work/words";
 
 /** Who runs, who waits and for what. */
 export function ThreadsPane() {
@@ -27,9 +28,9 @@ export function ThreadsPane() {
                                 ? <span class="status warn">stopped</span> : stateOf(thread) },
                             { title: "Line", width: "44px", isNumber: true, cell: lineOf },
                         ]} />
-                    <p class="foot"><span>{threads.length} threads</span>
+                    <div class="foot"><span>{counted(threads.length, "thread")}</span>
                         <Button title="Show who called whom" isPressed={isWide.value} onPress={() => { isWide.value = !isWide.peek(); }}>Calls</Button>
-                        <Button title="End every thread; pose and variables stay" disabled={threads.length === 0 && "No thread runs"} onPress={stopThreads}>End all</Button></p>
+                        <Button title="End every thread; pose and variables stay" disabled={threads.length === 0 && "No thread runs"} onPress={stopThreads}>End all</Button></div>
                 </div>
             )}
         </States>

@@ -1,8 +1,9 @@
 import { useSignal } from "@preact/signals";
-import { isPlaying, isStopped, pause, play, report, resetScript, resume, runFailure, setSpeed, SPEEDS, speed, startScript, stepTick } from "../store/run";
+import { isPlaying, isStopped, pause, play, report, resetScript, resume, setSpeed, SPEEDS, speed, startScript, stepTick } from "../store/run";
 import { loadedUnit } from "../store/unit";
 import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
+import { Icon } from "../widgets/icon";
 import { readArguments } from "../work/arguments";
 
 /** Below the view: run, pause, step, start a script. */
@@ -12,20 +13,15 @@ export function Transport() {
     return (
         <div class="toolbar transport" role="toolbar" aria-label="Script">
             <Button kind="icon" verb="play" disabled={none} title={isPlaying.value ? "Pause" : isStopped.value ? "Continue" : "Run"}
-                onPress={() => isPlaying.peek() ? pause() : void play()}>{isPlaying.value ? "⏸" : "▶"}</Button>
-            <Button kind="icon" verb="step-line" disabled={none} title={isStopped.value ? "Step one line" : "Step one tick"} onPress={stepTick}>⏭</Button>
+                onPress={() => isPlaying.peek() ? pause() : void play()}><Icon name={isPlaying.value ? "pause" : "play"} /></Button>
+            <Button kind="icon" verb="step-line" disabled={none} title={isStopped.value ? "Step one line" : "Step one tick"} onPress={stepTick}><Icon name="step" /></Button>
             {isStopped.value && <Button kind="icon" verb="step-instruction" title="Step one instruction"
-                onPress={() => resume("cob-step-instruction")}>⤓</Button>}
-            <Button kind="icon" verb="reset-script" disabled={none} title="Start over" onPress={resetScript}>⏮</Button>
+                onPress={() => resume("cob-step-instruction")}><Icon name="instruction" /></Button>}
+            <Button kind="icon" verb="reset-script" disabled={none} title="Start over" onPress={resetScript}><Icon name="reset" /></Button>
             <Choice label="Speed" isCompact value={String(speed.value)} onChange={(value) => setSpeed(Number(value))}
                 options={SPEEDS.map((value) => ({ value: String(value), text: `${value}×` }))} />
             <span class="tick" aria-label="Tick">{now ? `tick ${now.tick}` : ""}</span>
             <StartScript isDisabled={none} />
-            <span class="state">
-                {runFailure.value ? <span class="status missing">{runFailure.value}</span>
-                    : isStopped.value ? <span class="status warn">stopped in {now?.script ?? "a script"}{now?.line === undefined ? "" : `, line ${now.line}`}</span>
-                    : now ? `${now.threadCount} threads` : ""}
-            </span>
         </div>
     );
 }

@@ -7,6 +7,7 @@ import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
 import { List } from "../widgets/list";
 import { filterUnits } from "../work/filter_units";
+import { counted } from "../work/words";
 
 /** Every unit of the opened roots. Arrows load. */
 export function UnitsPane() {
@@ -32,10 +33,10 @@ export function UnitsPane() {
                     { width: "minmax(0, 1.2fr)", cell: (one) => <span class="quiet" title={one.title}>{one.displayName || one.title}</span> },
                 ]}
                 empty={units.value.length === 0 ? "0 units here." : "No unit has that in its name or title."} />
-            <p class="foot">
-                <span>{shown.value.length === units.value.length ? `${units.value.length} units` : `${shown.value.length} of ${units.value.length} units`}</span>
+            <div class="foot">
+                <span>{shown.value.length === units.value.length ? "" : `${shown.value.length} of `}{counted(units.value.length, "unit")}</span>
                 {units.value.length === 0 && <Button title="Open a game and mods" verb="open-roots" onPress={() => showDialog("roots")}>Open…</Button>}
-            </p>
+            </div>
         </section>
     );
 }

@@ -2,15 +2,16 @@ import { effect, useSignal } from "@preact/signals";
 import { useEffect, useRef } from "preact/hooks";
 import { ask } from "../ask";
 import { isAlive } from "../store/connection";
-import { report } from "../store/run";
+import { report, runFailure } from "../store/run";
 import { loadedUnit, markedFaces, model, selectedPiece, selectPiece, setTeamColor, teamColor, unit } from "../store/unit";
 import { camera, setCamera } from "../store/view";
 import { createUnitView, type UnitView } from "../view3d/unit_view";
 import { fitView, setView } from "../view3d/handle";
 import { Button } from "../widgets/button";
-import { Failure } from "../widgets/states";
+import { Failure, StatusMark } from "../widgets/states";
 import { messageOf } from "../work/newest";
 import { hexOf, readHex } from "../work/colors";
+import { counted } from "../work/words";
 
 /** The unit as it stands, and what drives it. */
 export function View3dPane() {
@@ -46,12 +47,22 @@ export function View3dPane() {
                             onChange={(event) => setTeamColor(readHex(event.currentTarget.value))} />
                     </label>
                 </div>
+                <ScriptState />
                 {state === "empty" && <p class="empty middle">Choose a unit in the list.</p>}
                 {unit.value.state === "failed" && <div class="middle"><Failure message={unit.value.message} /></div>}
                 {failure.value && <div class="middle"><Failure message={failure.value} /></div>}
             </div>
         </section>
     );
+}
+
+/** What the script is at. */
+function ScriptState() {
+    const now = report.value;
+    if (runFailure.value) return <div class="under"><StatusMark status="missing" word={runFailure.value} /></div>;
+    if (!now) return null;
+    const place = `stopped in ${now.script ?? "a script"}${now.line === undefined ? "" : `, ${now.file ? `${now.file} ` : ""}line ${now.line}`}`;
+    return <div class="under">{now.isPaused ? <StatusMark status="warn" word={place} /> : counted(now.threadCount, "thread")}</div>;
 }
 
 /** The store reaches the view by effects; returns what ends them. */

@@ -19,11 +19,11 @@ export const healthOf = (name: string): ListedHealth | undefined => found.value.
 
 const sweep = newestNext(async () => {
     const asked = generation.peek();
-    let next = new Map<string, ListedHealth>();
+    const next = new Map<string, ListedHealth>();
     for (const { name } of units.peek()) {
         if (asked !== generation.peek() || !isAlive.peek()) return;
         next.set(name, await look(name));
-        if (next.size % PORTION === 0) found.value = next = new Map(next);
+        if (next.size % PORTION === 0) found.value = new Map(next);
     }
     found.value = next;
 });

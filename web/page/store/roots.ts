@@ -4,6 +4,7 @@ import type { ListedUnit, MountedRoots } from "protocol";
 import type { Roots, ServerStart } from "../../wire";
 import { ask } from "../ask";
 import { messageOf, newestNext } from "../work/newest";
+import { counted } from "../work/words";
 import { keep, kept, say } from "./connection";
 import type { Loaded } from "./resource";
 
@@ -48,7 +49,7 @@ export async function openRoots(wanted: Roots): Promise<void> {
     }
     keep("recent", [wanted, ...recent.peek().filter((one) => !isSame(one, wanted))].slice(0, MAX_RECENT));
     void ask("server-watch", { paths: pathsOf(wanted) }).catch(() => {});
-    say(`${unitsSignal.peek().length} units`);
+    say(`${counted(unitsSignal.peek().length, "unit")} mounted`);
 }
 
 /** Sees what other programs, or our own writes, have changed. */
