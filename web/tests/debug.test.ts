@@ -3,8 +3,8 @@ import assert from "node:assert/strict";
 import { eventually, flow, openUnit } from "./bench";
 import type { Page } from "playwright-core";
 
-const LINE_WITHOUT_CODE = 35;
-const LINE_OF_TURN = 37;
+const LINE_WITHOUT_CODE = 36;
+const LINE_OF_TURN = 38;
 
 async function clickGutter(page: Page, line: number): Promise<void> {
     const code = page.getByLabel("Script source");
@@ -66,11 +66,15 @@ flow("names variables at a stop and writes them", {}, async ({ page }) => {
 
 flow("unit values that are set are what the script reads", {}, async ({ page }) => {
     await openUnit(page, "KILCART");
+    await page.getByRole("tab", { name: "Trace" }).click();
+    await page.getByRole("button", { name: "Run", exact: true }).click();
+    const entries = page.getByRole("listbox", { name: "Trace" }).getByRole("option");
+    await entries.filter({ hasText: /emit-sfx/ }).first().waitFor(); // it smokes, for health is 0
     await page.getByRole("tab", { name: "Unit values" }).click();
     const health = page.getByLabel("Value of HEALTH", { exact: true });
     await health.fill("100");
     await health.press("Enter");
-    await page.getByRole("tab", { name: "Trace" }).click();
-    await page.getByRole("button", { name: "Run", exact: true }).click();
-    await page.getByRole("listbox", { name: "Trace" }).getByRole("option", { name: /HEALTH = 100/ }).first().waitFor();
+    await page.getByRole("button", { name: "Clear" }).click();
+    await eventually(async () => await entries.filter({ hasText: /sleep 700ms/ }).count() >= 2, true);
+    assert.equal(await entries.filter({ hasText: /emit-sfx/ }).count(), 0);
 });
