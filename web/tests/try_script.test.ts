@@ -68,5 +68,5 @@ flow("saves source and code into the mod after consent", {}, async ({ page, data
     await page.getByText(/the script of FENRAFT is written to/).waitFor();
     assert.deepEqual(readFileSync(join(data, "mod/marshmod.ufo.orbbackup")), before);
     await page.getByLabel("Script source").getByText("// mine").waitFor();
-    assert.equal(await page.getByRole("button", { name: "Save" }).getAttribute("aria-disabled"), "true");
+    await eventually(() => page.getByRole("button", { name: "Save" }).getAttribute("aria-disabled"), "true");
 });
