@@ -11,14 +11,13 @@ const SIZES = [{ width: 1440, height: 900 }, { width: 1024, height: 700 }];
 /** A unit in the middle of aiming, its script stopped. */
 async function stage({ page }: Bench): Promise<void> {
     await openUnit(page, "KILCART");
-    await page.getByLabel("Script source").getByText("wait-for-turn turret around y-axis;").click();
+    await page.getByLabel("Script source").getByText("wait-for-turn sling around x-axis;").first().click();
     await page.keyboard.press("F9");
     await page.getByTitle("stops here").waitFor();
     await page.getByLabel("Script to start").selectOption("AimPrimary");
     await page.getByLabel("Arguments").fill("-6000 0");
     await page.getByRole("button", { name: "Start", exact: true }).click();
     await page.locator("[aria-current=step]").waitFor();
-    await page.keyboard.press("F10");
     await eventually(() => page.locator(".dot.unknown").count(), 0);
 }
 
