@@ -1,6 +1,6 @@
 import { useSignal } from "@preact/signals";
 import { isPlaying, isStopped, pause, play, report, resetScript, resume, setSpeed, SPEEDS, speed, startScript, stepTick } from "../store/run";
-import { scriptNames } from "../store/script";
+import { parametersOf, scriptNames } from "../store/script";
 import { loadedUnit } from "../store/unit";
 import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
@@ -41,7 +41,8 @@ function StartScript({ isDisabled }: { isDisabled: string | false }) {
             <Choice label="Script to start" isCompact value={name} onChange={(value) => { chosen.value = value; }}
                 options={names.map((value) => ({ value, text: value }))} />
             <Field label="Arguments" isCompact value={text.value} onInput={(value) => { text.value = value; }} onEnter={begin}
-                error={typeof args === "string" ? args : undefined} hint="Whole numbers between blanks or commas" />
+                error={typeof args === "string" ? args : undefined} hint="Whole numbers between blanks or commas"
+                placeholder={parametersOf(name).join(", ") || undefined} />
             <Button title="Start this script" disabled={isDisabled || (typeof args === "string" && args)} onPress={begin}>Start</Button>
         </>
     );
