@@ -1,5 +1,6 @@
 import { useSignal } from "@preact/signals";
-import { isPlaying, isStopped, pause, play, report, resetScript, resume, setSpeed, SPEEDS, speed, startScript, stepTick } from "../store/run";
+import { isPlaying, isStopped, pause, play, report, resetScript, resume, setSpeed, SPEEDS, speed, startScript } from "../store/run";
+import { stepLine } from "../store/step";
 import { parametersOf, scriptNames } from "../store/script";
 import { loadedUnit } from "../store/unit";
 import { Button } from "../widgets/button";
@@ -15,7 +16,7 @@ export function Transport() {
         <div class="toolbar transport" role="toolbar" aria-label="Script">
             <Button kind="icon" verb="play" disabled={none} title={isPlaying.value ? "Pause" : isStopped.value ? "Continue" : "Run"}
                 onPress={() => isPlaying.peek() ? pause() : void play()}><Icon name={isPlaying.value ? "pause" : "play"} /></Button>
-            <Button kind="icon" verb="step-line" disabled={none} title={isStopped.value ? "Step one line" : "Step one tick"} onPress={stepTick}><Icon name="step" /></Button>
+            <Button kind="icon" verb="step-line" disabled={none} title={isStopped.value ? "Step one line" : "Step one tick"} onPress={stepLine}><Icon name="step" /></Button>
             {isStopped.value && <Button kind="icon" verb="step-instruction" title="Step one instruction"
                 onPress={() => resume("cob-step-instruction")}><Icon name="instruction" /></Button>}
             <Button kind="icon" verb="reset-script" disabled={none} title="Start over" onPress={resetScript}><Icon name="reset" /></Button>
