@@ -1,0 +1,52 @@
+// What happens by itself: the first roots and unit, a new back end after the old has ended, changed files.
+import { effect } from "@preact/signals";
+import type { Roots } from "../wire";
+import { say, startConnection } from "./store/connection";
+import { startHealthSweep } from "./store/health_sweep";
+import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
+import { isOwnWrite } from "./store/question";
+import { draftCount, followUnit } from "./store/script";
+import { resetTrace } from "./store/trace";
+import { loadedUnit, noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
+import { messageOf } from "./work/newest";
+
+export function begin(): void {
+    startConnection({
+        started(start) {
+            setStart(start);
+            void openAndShow(start.roots);
+        },
+        revived: () => void reopen(),
+        filesChanged(paths) {
+            void refreshUnits();
+            if (!isOwnWrite()) noteChangedFiles(paths);
+        },
+    });
+    startHealthSweep();
+    followUnit();
+    effect(() => { document.title = `${loadedUnit.value ? `${loadedUnit.value.unitName} – ` : ""}Unit Editor`; });
+    addEventListener("beforeunload", (event) => { if (draftCount.peek() > 0) event.preventDefault(); });
+}
+
+/** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */
+export async function openAndShow(wanted: Roots): Promise<void> {
+    await openRoots(wanted);
+    const names = units.peek().map(({ name }) => name);
+    const before = wantedUnit.peek();
+    resetUnit();
+    const [first] = names;
+    if (names.includes(before)) await openUnit(before);
+    else if (first !== undefined) await openUnit(first);
+}
+
+/** A new process knows nothing: it gets the roots and the unit that the old one had. */
+async function reopen(): Promise<void> {
+    resetTrace();
+    try {
+        if (!await reopenRoots()) return;
+        if (wantedUnit.peek()) await reloadUnit();
+        say("The editor had ended and was started again; everything is open as before");
+    } catch (error) {
+        say(messageOf(error));
+    }
+}

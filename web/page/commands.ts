@@ -1,0 +1,69 @@
+import type { Command } from "./key_names";
+import { bottomPanes } from "./panes/registry";
+import { restartEditor } from "./store/connection";
+import { refreshUnits } from "./store/roots";
+import { isPlaying, isStopped, pause, play, report, resetScript, resume, stopThreads } from "./store/run";
+import { stepLine } from "./store/step";
+import { isEdited, isTemporary, endTry, saveText, source, toggleComparing, tryText } from "./store/script";
+import { reloadUnit, wantedUnit } from "./store/unit";
+import { camera, setCamera, showDialog, showTab } from "./store/view";
+import { toggleAtCursor } from "./editor/cursor";
+import { fitView } from "./view3d/handle";
+
+/** Something is done only with a unit that has a script. */
+const withScript = (verb: () => unknown) => (): boolean => {
+    if (!report.peek()) return false;
+    void verb();
+    return true;
+};
+
+const withSource = (verb: () => unknown) => (): boolean => {
+    if (source.shown.peek().state !== "ready") return false;
+    void verb();
+    return true;
+};
+
+const focus = (selector: string) => (): boolean => {
+    const element = document.querySelector<HTMLElement>(selector);
+    element?.focus();
+    return element !== null;
+};
+
+export const commands: readonly Command[] = [
+    { id: "find", key: "Ctrl+K", where: "page", title: "Find a unit or a command", run: () => showDialog("find") },
+    { id: "open-roots", key: "Ctrl+O", where: "page", title: "Open a game and mods", run: () => showDialog("roots") },
+    { id: "refresh", where: "page", title: "Look again what lies in the folders", run: () => { void refreshUnits(); } },
+    { id: "reload-unit", key: "Ctrl+Shift+L", where: "page", title: "Load the unit again",
+        run: () => { if (!wantedUnit.peek()) return false; void reloadUnit(); return true; } },
+    { id: "restart-editor", where: "page", title: "Start the editor again", run: restartEditor },
+
+    { id: "go-units", key: "Alt+1", where: "page", title: "Go to the units", run: focus('[aria-label="Units"].scroller') },
+    { id: "go-pieces", key: "Alt+2", where: "page", title: "Go to the pieces", run: focus('[aria-label="Pieces"].scroller') },
+    { id: "go-view", key: "Alt+3", where: "page", title: "Go to the 3D view", run: focus(".view-canvas") },
+    { id: "go-script", key: "Alt+4", where: "page", title: "Go to the script", run: focus('[data-region="script"] .cm-content') },
+    { id: "go-tabs", key: "Alt+5", where: "page", title: "Go to the tabs", run: focus('.bottom [role=tab][aria-selected=true]') },
+
+    { id: "play", key: "F8", where: "page", title: "Run or pause the script",
+        run: withScript(() => isPlaying.peek() ? pause() : play()) },
+    { id: "step-line", key: "F10", where: "page", title: "Step one line, or one tick while nothing is stopped",
+        run: withScript(stepLine) },
+    { id: "step-instruction", key: "Shift+F10", where: "page", title: "Step one instruction",
+        run: withScript(() => isStopped.peek() && resume("cob-step-instruction")) },
+    { id: "reset-script", key: "Shift+F8", where: "page", title: "Start the script over, at rest", run: withScript(resetScript) },
+    { id: "stop-threads", where: "page", title: "End every thread of the script", run: withScript(stopThreads) },
+
+    { id: "try-script", key: "Ctrl+Enter", where: "script", title: "Try the script: run this text, write nothing", run: withSource(tryText) },
+    { id: "end-try", where: "page", title: "Back to the unit's own script",
+        run: () => { if (!isTemporary.peek()) return false; void endTry(); return true; } },
+    { id: "save-script", key: "Ctrl+S", where: "script", title: "Save the script and its code",
+        run: withSource(() => isEdited.peek() && saveText()) },
+    { id: "compare-script", where: "page", title: "Show what differs from the saved script", run: withSource(toggleComparing) },
+    { id: "breakpoint", key: "F9", where: "script", title: "Stop in this line, or no longer", run: toggleAtCursor },
+
+    { id: "camera", key: "C", where: "view", title: "Change between orbit and game camera",
+        run: () => setCamera(camera.peek() === "orbit" ? "game" : "orbit") },
+    { id: "fit", key: "F", where: "view", title: "Bring the whole unit into view", run: fitView },
+
+    ...bottomPanes.map((pane): Command =>
+        ({ id: `tab-${pane.id}`, where: "page", title: `Show ${pane.title}`, run: () => showTab(pane.id) })),
+];

@@ -1,0 +1,73 @@
+import { FindDialog } from "../dialogs/find";
+import { QuestionDialog } from "../dialogs/question";
+import { RootsDialog } from "../dialogs/roots";
+import { bottomPanes } from "../panes/registry";
+import { PiecesPane } from "../panes/pieces";
+import { RootsBar } from "./roots_bar";
+import { StatusBar } from "./status_bar";
+import { Transport } from "../panes/transport";
+import { UnitsPane } from "../panes/units";
+import { View3dPane } from "../panes/view3d";
+import { ScriptColumn } from "./script_column";
+import { openDialog, showTab, sizeOf, tab } from "../store/view";
+import { clampSize, Splitter, type SplitterProps } from "../widgets/splitter";
+import { Tabs } from "../widgets/tabs";
+
+/** At first the unit is the largest thing, on small screens too. */
+const atMost = (pixels: number, share: number, of: number): number => Math.round(Math.min(pixels, share * of));
+
+const LEFT: SplitterProps = { id: "left", label: "Width of the lists", usual: atMost(260, 0.2, innerWidth), least: 160, most: 480, of: "before", direction: "row" };
+const RIGHT: SplitterProps = { id: "right", label: "Width of the script", usual: atMost(440, 0.32, innerWidth), least: 240, most: 900, of: "behind", direction: "row" };
+const BOTTOM: SplitterProps = { id: "bottom", label: "Height of the tabs", usual: atMost(250, 0.28, innerHeight), least: 80, most: 700, of: "behind", direction: "column" };
+const PIECES: SplitterProps = { id: "pieces", label: "Height of the pieces", usual: atMost(280, 0.33, innerHeight), least: 80, most: 700, of: "behind", direction: "column" };
+
+const tracks = (splitter: SplitterProps): string => {
+    const size = `${clampSize(sizeOf(splitter.id, splitter.usual), splitter.least, splitter.most)}px`;
+    return splitter.of === "before" ? `minmax(0, ${size}) 1px minmax(0, 1fr)` : `minmax(0, 1fr) 1px minmax(0, ${size})`;
+};
+
+/** The frame: lists at the left, the unit in the middle, its script at the right, everything else in tabs. */
+export function App() {
+    return (
+        <div class="frame">
+            <RootsBar />
+            <main style={{ gridTemplateColumns: tracks(LEFT) }}>
+                <div class="column" style={{ gridTemplateRows: tracks(PIECES) }}>
+                    <UnitsPane />
+                    <Splitter {...PIECES} />
+                    <PiecesPane />
+                </div>
+                <Splitter {...LEFT} />
+                <div class="column" style={{ gridTemplateRows: tracks(BOTTOM) }}>
+                    <div class="across" style={{ gridTemplateColumns: tracks(RIGHT) }}>
+                        <div class="viewing" data-region="view">
+                            <View3dPane />
+                            <Transport />
+                        </div>
+                        <Splitter {...RIGHT} />
+                        <ScriptColumn />
+                    </div>
+                    <Splitter {...BOTTOM} />
+                    <BottomTabs />
+                </div>
+            </main>
+            <StatusBar />
+            {openDialog.value === "roots" && <RootsDialog />}
+            {openDialog.value === "find" && <FindDialog />}
+            <QuestionDialog />
+        </div>
+    );
+}
+
+function BottomTabs() {
+    const pane = bottomPanes.find(({ id }) => id === tab.value) ?? bottomPanes[0]!;
+    const View = pane.view;
+    return (
+        <div class="bottom">
+            <Tabs label="Panes" chosen={pane.id} onChoose={showTab}
+                tabs={bottomPanes.map(({ id, title, hint, note }) => ({ id, title, hint, note: note?.value }))}>
+                <View key={pane.id} />
+            </Tabs>
+        </div>
+    );
+}

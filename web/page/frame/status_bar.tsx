@@ -1,0 +1,32 @@
+import { editor, restartEditor, said } from "../store/connection";
+import { draftCount } from "../store/script";
+import { isStale, loadedUnit, reloadUnit } from "../store/unit";
+import { Button } from "../widgets/button";
+import { baseName } from "../work/paths";
+import { counted } from "../work/words";
+
+/** Where the unit lies, what is unsaved, whether the editor is there. */
+export function StatusBar() {
+    const source = loadedUnit.value?.source;
+    return (
+        <footer class="status-bar">
+            {source && <span class="file" title={source.kind === "archive" ? `${source.path} :: ${source.internalPath}` : source.path}>
+                {source.kind === "archive" ? `${baseName(source.path)} :: ${source.internalPath}` : source.path}
+            </span>}
+            {source && <span>{source.inBaseTa ? "base game, copied into a mod for changes" : "writable"}</span>}
+            {isStale.value && <span class="status warn">changed on disk <Button title="Load the unit again" verb="reload-unit" onPress={reloadUnit}>Load again</Button></span>}
+            {draftCount.value > 0 && <span class="status warn" title="Scripts that differ from what is saved">{counted(draftCount.value, "script")} unsaved</span>}
+            <span class="said" role="status" aria-live="polite">{said.value}</span>
+            <EditorPart />
+        </footer>
+    );
+}
+
+function EditorPart() {
+    const now = editor.value;
+    if (now.state === "alive") return <span class="status ok" title={`Process ${now.pid}`} data-pid={now.pid}>editor alive</span>;
+    if (now.state === "failed")
+        return <span role="alert"><span class="status missing">{now.reason}</span> <Button title="Start the editor again" onPress={restartEditor}>Start again</Button></span>;
+    const word = { connecting: "connecting…", lost: "the server is gone; trying again…", ended: "editor ended; starting again…" }[now.state];
+    return <span class="status warn" role="alert">{word}</span>;
+}

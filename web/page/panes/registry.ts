@@ -1,0 +1,32 @@
+// The tabs of the frame, one file each. A new pane is a file here and a row below.
+import type { FunctionComponent } from "preact";
+import type { ReadonlySignal } from "@preact/signals";
+import { LogPane } from "./log";
+import { SoundsPane } from "./sounds";
+import { ThreadsPane } from "./threads";
+import { TracePane } from "./trace";
+import { UnitValuesPane } from "./unit_values";
+import { VariablesPane } from "./variables";
+
+export interface Pane {
+    id: string;
+    title: string;
+    hint: string;
+    view: FunctionComponent;
+    /** A count beside the title. */
+    note?: ReadonlySignal<string | undefined>;
+}
+
+/** Below the 3D view and the script, in this order. */
+export const bottomPanes: readonly Pane[] = [
+    { id: "sounds", title: "Sounds", hint: "What the unit's sound category plays", view: SoundsPane },
+    { id: "trace", title: "Trace", hint: "What the script did, newest last", view: TracePane },
+    { id: "log", title: "Log", hint: "What the editor writes about its work", view: LogPane },
+];
+
+/** Below the script. */
+export const debugPanes: readonly Pane[] = [
+    { id: "threads", title: "Threads", hint: "Who runs, who waits and for what", view: ThreadsPane },
+    { id: "variables", title: "Variables", hint: "Variables by name; they can be written", view: VariablesPane },
+    { id: "unit-values", title: "Unit values", hint: "What scripts read of the unit; they can be written", view: UnitValuesPane },
+];

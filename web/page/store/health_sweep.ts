@@ -1,0 +1,53 @@
+// Lifetime: the opened roots. The health of every unit, looked at one after the other in the background.
+import { effect, signal } from "@preact/signals";
+import { askInBackground } from "../ask";
+import { newestNext } from "../work/newest";
+import { isAlive } from "./connection";
+import { generation, units } from "./roots";
+
+export interface ListedHealth {
+    status: "ok" | "warn" | "missing";
+    verdict: string;
+}
+
+/** Each unit's row is drawn anew only in portions: a signal's value is replaced as a whole. */
+const PORTION = 8;
+
+const found = signal<ReadonlyMap<string, ListedHealth>>(new Map());
+
+export const healthOf = (name: string): ListedHealth | undefined => found.value.get(name);
+
+const sweep = newestNext(async () => {
+    const asked = generation.peek();
+    const listed = units.peek();
+    const names = new Set(listed.map(({ name }) => name));
+    // what was found before stays in sight until it is looked at again
+    const next = new Map([...found.peek()].filter(([name]) => names.has(name)));
+    for (const [i, { name }] of listed.entries()) {
+        await idle();
+        if (asked !== generation.peek() || !isAlive.peek()) return;
+        next.set(name, await look(name));
+        if (i % PORTION === 0) found.value = new Map(next);
+    }
+    found.value = next;
+});
+
+async function look(name: string): Promise<ListedHealth> {
+    try {
+        const { summary } = await askInBackground("unit-health", { name });
+        return { status: summary.missing > 0 ? "missing" : summary.warnings > 0 ? "warn" : "ok", verdict: summary.verdict };
+    } catch (error) {
+        return { status: "missing", verdict: error instanceof Error ? error.message : String(error) };
+    }
+}
+
+/** What the user does comes first. */
+const idle = (): Promise<unknown> => new Promise((resolve) =>
+    "requestIdleCallback" in window ? requestIdleCallback(resolve, { timeout: 1_000 }) : setTimeout(resolve, 20));
+
+/** Sweeps whenever the list has changed. */
+export function startHealthSweep(): void {
+    effect(() => {
+        if (generation.value > 0 && isAlive.value) void sweep();
+    });
+}

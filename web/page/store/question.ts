@@ -1,0 +1,80 @@
+// Lifetime: a question to the user, and the writes that ask one.
+import { type ReadonlySignal, signal } from "@preact/signals";
+import type { WriteResult } from "protocol";
+import { ask } from "../ask";
+import { say } from "./connection";
+import { refreshUnits, roots } from "./roots";
+import { reloadUnit } from "./unit";
+
+export interface Question {
+    title: string;
+    /** One paragraph each. */
+    text: readonly string[];
+    /** What the button says that goes on. */
+    yes: string;
+}
+
+export interface OpenQuestion extends Question {
+    answer(isYes: boolean): void;
+}
+
+const questionSignal = signal<OpenQuestion | undefined>(undefined);
+export const question: ReadonlySignal<OpenQuestion | undefined> = questionSignal;
+
+/** Changes that are told so soon after a write are that write. */
+const OWN_WRITE_MS = 1_500;
+let lastWrite = -Infinity;
+export const isOwnWrite = (): boolean => Date.now() - lastWrite < OWN_WRITE_MS;
+
+/** Resolves with whether the user agrees; a question that is still open is declined. */
+export function askUser(asked: Question): Promise<boolean> {
+    questionSignal.peek()?.answer(false);
+    return new Promise((resolve) => {
+        questionSignal.value = { ...asked, answer(isYes) { questionSignal.value = undefined; resolve(isYes); } };
+    });
+}
+
+/**
+ * Carries out a write whose first try may need consent to a backup, or meet the base game: then the unit is copied
+ * into the first mod, if the user agrees, and the write repeated. Resolves with the last result: only "ok" has
+ * written, and then lists and unit are fetched anew. "changed-on-disk" is for the caller to solve.
+ */
+export async function write<T extends WriteResult>(
+    unitName: string, what: string, request: (allowBackupCreation: boolean) => Promise<T>,
+): Promise<T> {
+    lastWrite = Date.now();
+    let result = await request(false);
+    if (result.outcome === "base-ta-refused" && await promote(unitName, result.resolvedPath)) result = await request(false);
+    if (result.outcome === "needs-backup-consent" && await agreesToBackup(what, result.resolvedPath)) result = await request(true);
+    if (result.outcome !== "ok") return result;
+    say(result.reloadError ? `${what} is written, but the unit cannot be loaded: ${result.reloadError}` : `${what} is written to ${result.resolvedPath}`);
+    lastWrite = Date.now();
+    await refreshUnits();
+    await reloadUnit();
+    return result;
+}
+
+export const agreesToBackup = (what: string, path: string): Promise<boolean> => askUser({
+    title: `Write ${what}?`,
+    text: [`${path} is changed.`, `Before that it is copied to ${path}.orbbackup, from which it can be restored.`],
+    yes: "Back up and write",
+});
+
+/** Copies a unit of the base game into the first mod, when the user agrees. */
+export async function promote(unitName: string, path: string): Promise<boolean> {
+    const [modPath] = roots.peek()?.modPaths ?? [];
+    if (modPath === undefined) {
+        await askUser({ title: `${unitName} belongs to the base game`, yes: "I see",
+            text: [`${path} is never changed. Open a mod folder over the game (Ctrl+O): the unit can then be copied into it.`] });
+        return false;
+    }
+    const agrees = await askUser({
+        title: `Copy ${unitName} into a mod?`, yes: "Copy into the mod",
+        text: [`${path} belongs to the base game and is never changed.`, `A copy of the definition goes into ${modPath} and hides it.`],
+    });
+    if (!agrees) return false;
+    const clone = (allowBackupCreation: boolean) => ask("unit-clone", { name: unitName, modPath, allowBackupCreation });
+    let copied = await clone(false);
+    if (copied.outcome === "needs-backup-consent" && await agreesToBackup(`the copy of ${unitName}`, copied.resolvedPath)) copied = await clone(true);
+    return copied.outcome === "ok";
+}

@@ -1,0 +1,46 @@
+import type { ComponentChildren } from "preact";
+import { useSignal } from "@preact/signals";
+import { keyText } from "../keys";
+import { asError } from "../work/newest";
+import { say } from "../store/connection";
+
+export interface ButtonProps {
+    children: ComponentChildren;
+    /** What it does; for an icon also its name. */
+    title: string;
+    /** Of a row in the table of keys: the title then names its key. */
+    verb?: string;
+    /** May be asynchronous: the button waits, and an error is told. */
+    onPress: () => unknown;
+    /** Why it cannot be pressed now. */
+    disabled?: string | false | undefined;
+    kind?: "plain" | "main" | "icon";
+    isPressed?: boolean;
+    tabIndex?: number;
+}
+
+export function Button({ children, title, verb, onPress, disabled, kind = "plain", isPressed, tabIndex }: ButtonProps) {
+    const isBusy = useSignal(false);
+    const key = verb ? keyText(verb) : "";
+
+    async function press(event: Event): Promise<void> {
+        event.stopPropagation();
+        if (disabled || isBusy.peek()) return;
+        isBusy.value = true;
+        try {
+            await onPress();
+        } catch (error) {
+            say(asError(error).message);
+        } finally {
+            isBusy.value = false;
+        }
+    }
+
+    return (
+        <button type="button" class={`button ${kind}`} title={(disabled || title) + (key && ` (${key})`)}
+            aria-label={kind === "icon" ? title : undefined} aria-disabled={disabled ? true : undefined}
+            aria-pressed={isPressed} aria-busy={isBusy.value || undefined} tabIndex={tabIndex} onClick={press}>
+            {children}
+        </button>
+    );
+}

@@ -1,0 +1,154 @@
+// A session a page: one back end that it drives, one more over the same roots for work in the background.
+import type { WebSocket } from "ws";
+import type { PageRequest, Roots, ServerEvent, ServerLine } from "../wire";
+import { type Answer, type Editor, startEditor } from "./editor";
+import { type Watch, watchFolders } from "./watch";
+
+/** So many ends within so short a time mean that starting again does not help. */
+const MAX_ENDS = 4;
+const ENDS_WITHIN_MS = 5_000;
+
+/** Messages after which the background's roots may no longer be what is on the disk. */
+const CHANGES_FILES = /^(save-|fbi-patch|restore-|unit-clone|create-|export-|texture-apply|model-commit|lint-)/;
+
+export interface SessionOptions {
+    program: string;
+    /** The server's own messages. */
+    own: (type: string, data: unknown) => Promise<unknown> | undefined;
+    /** For tests: holds a request back until it resolves. */
+    hold?: (type: string) => Promise<void> | undefined;
+}
+
+export function openSession(socket: WebSocket, options: SessionOptions): void {
+    const send = (line: ServerLine): void => socket.send(JSON.stringify(line));
+    const log = batched((lines: string[]) => send({ event: "log", lines }));
+    const ids = new Map<number, number>(); // seq → the page's id
+    const ends: number[] = [];
+    let isOpen = true;
+    let main: Editor | undefined;
+    let background: Editor | undefined;
+    let watch: Watch | undefined;
+    let roots: Roots | undefined;
+    let mountedInBackground: Roots | undefined;
+
+    function startMain(): void {
+        main = startEditor(options.program, {
+            progress: (seq, label, done, total) =>
+                send({ event: "progress", id: ids.get(seq) ?? 0, label, done, total }),
+            log,
+            ended(reason) {
+                main = undefined;
+                ids.clear();
+                if (isOpen) revive(reason);
+            },
+        });
+        if (main.pid) send({ event: "editor", state: "alive", pid: main.pid });
+    }
+
+    function revive(reason: string): void {
+        const now = Date.now();
+        ends.push(now);
+        const isHopeless = ends.filter((at) => now - at < ENDS_WITHIN_MS).length >= MAX_ENDS;
+        send({ event: "editor", state: isHopeless ? "failed" : "ended", reason });
+        if (!isHopeless) startMain();
+    }
+
+    async function askMain(id: number, type: string, data: unknown): Promise<Answer> {
+        if (!main) throw new Error("the editor is not running");
+        let number = 0;
+        const answer = await main.ask(type, data, (seq) => { number = seq; ids.set(seq, id); })
+            .finally(() => ids.delete(number));
+        if (type === "set-data-roots") roots = data as Roots;
+        if (CHANGES_FILES.test(type)) mountedInBackground = undefined;
+        return answer;
+    }
+
+    async function askBackground(type: string, data: unknown): Promise<Answer> {
+        background ??= startEditor(options.program, {
+            progress() {}, log() {},
+            ended() { background = mountedInBackground = undefined; },
+        });
+        const editor = background;
+        if (roots && mountedInBackground !== roots) {
+            mountedInBackground = roots;
+            const { taDataPath, modPaths, mapsPath } = roots;
+            await editor.ask("set-data-roots", { taDataPath, modPaths, mapsPath });
+        }
+        return editor.ask(type, data);
+    }
+
+    const changed = (paths: string[]): void => {
+        mountedInBackground = undefined;
+        send({ event: "files-changed", paths });
+    };
+
+    async function answer({ id, type, data, inBackground }: PageRequest): Promise<Answer> {
+        if (type === "server-watch") {
+            watch?.close();
+            watch = watchFolders((data as { paths: string[] }).paths, changed);
+            return { data: {} };
+        }
+        if (type === "server-restart") {
+            ends.length = 0;
+            if (!main) startMain();
+            return { data: {} };
+        }
+        const own = options.own(type, data);
+        if (own) return { data: await own };
+        if (type === "shutdown") throw new Error("a page does not shut the editor down");
+        await options.hold?.(type);
+        return inBackground ? askBackground(type, data) : askMain(id, type, data);
+    }
+
+    async function serve(request: PageRequest): Promise<void> {
+        try {
+            const { data, frame } = await answer(request);
+            if (!isOpen) return;
+            if (frame) socket.send(withId(request.id, frame));
+            send({ id: request.id, data });
+        } catch (error) {
+            if (isOpen) send({ id: request.id, error: error instanceof Error ? error.message : String(error) });
+        }
+    }
+
+    socket.on("message", (text) => {
+        const request = readRequest(String(text));
+        if (request) void serve(request);
+        else socket.close(1003, "not a request");
+    });
+    socket.on("error", () => {}); // "close" follows
+    socket.on("close", () => {
+        isOpen = false;
+        watch?.close();
+        main?.close();
+        background?.close();
+    });
+    startMain();
+
+    function withId(id: number, frame: Buffer): Buffer {
+        const head = Buffer.alloc(4);
+        head.writeUInt32LE(id);
+        return Buffer.concat([head, frame]);
+    }
+}
+
+function readRequest(text: string): PageRequest | undefined {
+    try {
+        const value: unknown = JSON.parse(text);
+        const { id, type } = value as PageRequest;
+        return Number.isSafeInteger(id) && typeof type === "string" ? value as PageRequest : undefined;
+    } catch {
+        return undefined;
+    }
+}
+
+/** Gathers what comes within a tenth of a second; a steady stream does not hold it up. */
+function batched(tell: (items: string[]) => void): (items: string[]) => void {
+    let gathered: string[] = [];
+    return (items) => {
+        if (gathered.length === 0) setTimeout(() => { const all = gathered; gathered = []; tell(all); }, 100).unref();
+        gathered.push(...items);
+    };
+}
+
+export type { ServerEvent };
