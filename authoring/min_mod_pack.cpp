@@ -72,10 +72,13 @@ public:
           stem_(packStem(request.pack.destination)),
           dependencies_(findUnitDependencies(data, request.units, request.recursive)) {}
 
-    void gather() {
+    void gather(const io::Progress& progress) {
         refuseDamaged();
-        for (const Dependency& file : dependencies_.files)
-            if (!file.isTable) takeFile(file);
+        const auto& files = dependencies_.files;
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            progress(files[i].path, i, files.size());
+            if (!files[i].isTable) takeFile(files[i]);
+        }
         for (const PackedTable& table : kPackedTables) takeTable(table);
         for (MissingDependency& missing : dependencies_.missing)
             result.missing.push_back(std::move(missing));
@@ -240,7 +243,7 @@ MinPackResult exportMinModPack(UnitViewSession& session, const MinPackRequest& r
     const MountedData& data = session.data();
     requirePackDestination(session, request.pack);
     MinPack pack(data, request);
-    pack.gather();
+    pack.gather(request.pack.progress);
     MinPackResult result = std::move(pack.result);
     result.pack = writePack(session, request.pack, pack.inputs, ops);
     return result;

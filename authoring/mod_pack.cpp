@@ -171,6 +171,7 @@ ModPackResult exportModPack(UnitViewSession& session, const std::optional<fs::pa
     std::vector<io::HpiInputFile> files;
     files.reserve(walk.files.size());
     for (const auto& [key, found] : walk.files) {
+        request.progress(found.path, files.size(), walk.files.size());
         files.push_back({found.path, readFound(found)});
         if (files.size() % kFilesPerLogLine == 0)
             LogLine(LogLevel::info)

@@ -92,8 +92,9 @@ bool isAscii(std::string_view text) {
 
 class Validation {
 public:
-    explicit Validation(const MountedData& data)
+    Validation(const MountedData& data, const io::Progress& progress)
         : data_(data),
+          progress_(progress),
           pack_(data.files.layers().front()),
           archive_(dynamic_cast<const io::HpiFileSystem&>(*pack_.files).archive()) {}
 
@@ -121,7 +122,9 @@ private:
         std::uint64_t bytesLeft = reader.maxDecodedBytes();
         const std::vector<ArchiveFile> files = listArchiveFiles(archive_, "");
         result_.fileCount = files.size();
-        for (const ArchiveFile& file : files) {
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            const ArchiveFile& file = files[i];
+            progress_(file.path, i, files.size());
             checkName(file);
             try {
                 if (file.entry->fileSize > bytesLeft)
@@ -172,14 +175,16 @@ private:
     }
 
     void checkUnits() {
+        std::vector<const UnitDeclaration*> packed;
         for (const auto& [name, declarations] : data_.catalogue.declarations())
-            for (const UnitDeclaration* const unit : declarations) {
-                if (!isPacked(unit->file) || unit->isShadowed) continue;
-                checkUnit(*unit);
-                if (result_.units.size() % kUnitsPerLogLine == 0)
-                    LogLine(LogLevel::info)
-                        << "[pack] " << result_.units.size() << " units validated";
-            }
+            for (const UnitDeclaration* const unit : declarations)
+                if (isPacked(unit->file) && !unit->isShadowed) packed.push_back(unit);
+        for (const UnitDeclaration* const unit : packed) {
+            progress_(unit->name, result_.units.size(), packed.size());
+            checkUnit(*unit);
+            if (result_.units.size() % kUnitsPerLogLine == 0)
+                LogLine(LogLevel::info) << "[pack] " << result_.units.size() << " units validated";
+        }
     }
 
     void checkUnit(const UnitDeclaration& unit) {
@@ -254,6 +259,7 @@ private:
     }
 
     const MountedData& data_;
+    const io::Progress& progress_;
     const io::VfsLayer& pack_;
     const io::HpiArchive& archive_;
     PackValidation result_;
@@ -271,11 +277,11 @@ bool PackValidation::isValid() const {
 }
 
 PackValidation validateModPack(const std::filesystem::path& pack,
-                               const std::filesystem::path& taDataPath,
-                               const io::Palette& palette) {
+                               const std::filesystem::path& taDataPath, const io::Palette& palette,
+                               const io::Progress& progress) {
     return reportingFailure([&] {
         const auto mounted = mountPack(pack, taDataPath, palette);
-        return Validation(*mounted).run();
+        return Validation(*mounted, progress).run();
     });
 }
 

@@ -160,7 +160,7 @@ export interface Messages {
     "export-mod-pack": Message<ModPackRequest, "mod-pack-exported", ModPack>;
     "unit-deps": Message<{ units?: string[]; recursive?: boolean }, "unit-deps", UnitDependencies>;
     "export-min-mod-pack": Message<MinModPackRequest, "min-mod-pack-exported", MinModPack>;
-    "validate-mod-pack": Message<{ path: string }, "mod-pack-validated", PackValidation>;
+    "validate-mod-pack": Message<{ path: string } & MaybeLong, "mod-pack-validated", PackValidation>;
 
     // Diagnostics
     "unit-health": Message<HealthRequest, "unit-health", UnitHealth>;
@@ -1100,7 +1100,7 @@ export interface UnitDependencies {
     totalSize: number;
 }
 
-interface PackRequest {
+interface PackRequest extends MaybeLong {
     destination: string;
     overwrite?: boolean;
     compression?: "zlib" | "lz77" | "none";

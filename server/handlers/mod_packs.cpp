@@ -49,16 +49,18 @@ struct PackMembers {
     explicit PackMembers(const Payload& payload)
         : destination(payload.path("destination")),
           overwrite(payload.flag("overwrite").value_or(false)),
-          compression(payload.text("compression").value_or(kDefaultCompression)) {}
+          compression(payload.text("compression").value_or(kDefaultCompression)),
+          progress(payload.progress()) {}
 
     PackRequest request() const {
-        return {requireFilled("destination", destination), overwrite,
-                compressionNamed(compression)};
+        return {requireFilled("destination", destination), overwrite, compressionNamed(compression),
+                progress};
     }
 
     std::optional<std::filesystem::path> destination;
     bool overwrite;
     std::string compression;
+    io::Progress progress;
 };
 
 std::string_view nameOf(PackSeverity severity) {
@@ -128,10 +130,11 @@ Reply exportMinModPack(UnitViewSession& session, const Payload& payload) {
 
 Reply validateModPack(UnitViewSession& session, const Payload& payload) {
     const auto path = payload.path("path");
+    const io::Progress progress = payload.progress();
     requireFilled("path", path);
     const MountedData& data = session.data();
-    const PackValidation report = unitview::validateModPack(resolveArchivePath(*path, data.roots),
-                                                            data.request.taDataPath, data.palette);
+    const PackValidation report = unitview::validateModPack(
+        resolveArchivePath(*path, data.roots), data.request.taDataPath, data.palette, progress);
     json findings = json::array(), units = json::array();
     for (const PackFinding& finding : report.findings) findings.push_back(encodeFinding(finding));
     for (const PackUnit& unit : report.units)
