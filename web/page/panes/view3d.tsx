@@ -22,9 +22,9 @@ export function View3dPane() {
     useEffect(() => {
         try {
             const view = createUnitView(canvas.current!, (hit) => selectPiece(hit?.pieceIndex));
-            setView(view);
+            const unset = setView(view);
             const stop = followStore(view, (text) => { failure.value = text; }, (name) => { shown.value = name; });
-            return () => { stop(); setView(undefined); view.free(); };
+            return () => { stop(); unset(); view.free(); };
         } catch (error) {
             failure.value = `this browser draws no 3D: ${messageOf(error)}`;
             return undefined;

@@ -25,8 +25,6 @@ export interface UnitView {
     recolor(): void;
     fit(): void;
     free(): void;
-    /** For tests: what the graphics hold, and frames so far. */
-    memory(): { geometries: number; textures: number; frames: number };
 }
 
 /** A cell of footprints, in model units. */
@@ -64,7 +62,8 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
             frames++;
             camera.update();
             renderer.render(scene, camera.camera);
-            canvas.dataset["frames"] = String(frames);
+            // for tests
+            Object.assign(canvas.dataset, { frames, geometries: renderer.info.memory.geometries, textures: renderer.info.memory.textures });
             for (const tell of drawn.splice(0)) tell();
         });
     }
@@ -161,7 +160,6 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
             for (const one of Object.values(cameras)) one.free();
             renderer.dispose();
         },
-        memory: () => ({ ...renderer.info.memory, frames }),
     };
 }
 
