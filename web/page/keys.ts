@@ -3,7 +3,7 @@
 import { commands } from "./commands";
 
 /** Where a key counts: everywhere, or while the focus is within a region of that name. */
-export type Where = "page" | "view" | "script";
+export type Where = "page" | "view" | "script" | "definition";
 
 export interface Command {
     id: string;

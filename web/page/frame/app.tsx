@@ -1,4 +1,7 @@
+import { CopyUnitDialog } from "../dialogs/copy_unit";
+import { ExtractDialog } from "../dialogs/extract";
 import { FindDialog } from "../dialogs/find";
+import { MergeDialog } from "../dialogs/merge";
 import { QuestionDialog } from "../dialogs/question";
 import { RootsDialog } from "../dialogs/roots";
 import { bottomPanes } from "../panes/registry";
@@ -54,6 +57,9 @@ export function App() {
             <StatusBar />
             {openDialog.value === "roots" && <RootsDialog />}
             {openDialog.value === "find" && <FindDialog />}
+            {openDialog.value === "merge" && <MergeDialog />}
+            {openDialog.value === "extract" && <ExtractDialog />}
+            <CopyUnitDialog />
             <QuestionDialog />
         </div>
     );

@@ -1,0 +1,16 @@
+import type { ComponentChildren } from "preact";
+import { sizeOf } from "../store/view";
+import { clampSize, Splitter, type SplitterProps } from "./splitter";
+
+/** Two parts with a line between them that can be moved. */
+export function Split({ children: [first, second], ...splitter }: SplitterProps & { children: [ComponentChildren, ComponentChildren] }) {
+    const size = `${clampSize(sizeOf(splitter.id, splitter.usual), splitter.least, splitter.most)}px`;
+    const tracks = splitter.of === "before" ? `minmax(0, ${size}) 1px minmax(0, 1fr)` : `minmax(0, 1fr) 1px minmax(0, ${size})`;
+    return (
+        <div class="split" style={splitter.direction === "row" ? { gridTemplateColumns: tracks } : { gridTemplateRows: tracks }}>
+            <div class="part">{first}</div>
+            <Splitter {...splitter} />
+            <div class="part">{second}</div>
+        </div>
+    );
+}
