@@ -6,6 +6,7 @@ import { tmpdir } from "node:os";
 import { join, resolve } from "node:path";
 import { test as nodeTest } from "node:test";
 import { type Browser, type BrowserContextOptions, chromium, type Page } from "playwright-core";
+import { startEditor } from "../server/editor";
 import { type RunningServer, serve, type ServerOptions } from "../server/main";
 import type { Roots } from "../wire";
 
@@ -178,4 +179,13 @@ export async function outlinePixels(page: Page): Promise<number> {
             if (Math.abs(data[i]! - r!) + Math.abs(data[i + 1]! - g!) + Math.abs(data[i + 2]! - b!) > 90) count++;
         return count;
     }, picture.toString("base64"));
+}
+
+/** The exported model, straight from the program. */
+export async function askEditorForGlb(data: string, name: string): Promise<Buffer> {
+    const editor = startEditor(join(BUILD, "orb-unit-editor"), { progress() {}, log() {}, ended() {} });
+    await editor.ask("set-data-roots", { taDataPath: join(data, "game") });
+    const { frame } = await editor.ask("get-unit-glb", { name });
+    editor.close();
+    return frame!;
 }

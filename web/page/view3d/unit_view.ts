@@ -6,8 +6,7 @@ import {
 import type { PieceTransform, RenderConstants } from "protocol";
 import type { Camera as CameraKind } from "../store/view";
 import { createGameCamera, createOrbitCamera, type ViewCamera } from "./cameras";
-import { readGlb } from "./glb";
-import { buildModel, type UnitModel3d } from "./unit_model";
+import { buildModel, sampleOfMaterials, type UnitModel3d } from "./unit_model";
 
 export interface Hit {
     pieceIndex: number;
@@ -122,10 +121,11 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
     }
 
     recolor();
+    renderer.compile(sampleOfMaterials(), cameras.orbit.camera, scene);
     return {
         async show(glb, newFootprint, isSame) {
             const mine = ++age;
-            const next = glb && await buildModel(readGlb(glb));
+            const next = glb && await buildModel(glb);
             if (mine !== age) return next?.free();
             model?.free();
             model = next;
