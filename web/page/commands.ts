@@ -7,7 +7,7 @@ import { isEdited, isTemporary, endTry, saveText, source, toggleComparing, tryTe
 import { askCopy } from "./store/copy_unit";
 import { isDefinitionEdited, saveDefinition } from "./store/definition";
 import { reloadUnit, wantedUnit } from "./store/unit";
-import { camera, setCamera, showDialog, showTab } from "./store/view";
+import { camera, setCamera, showDialog, showTab, toggleTall } from "./store/view";
 import { toggleAtCursor } from "./editor/cursor";
 import { fitView } from "./view3d/handle";
 
@@ -70,6 +70,7 @@ export const commands: readonly Command[] = [
         run: () => setCamera(camera.peek() === "orbit" ? "game" : "orbit") },
     { id: "fit", key: "F", where: "view", title: "Bring the whole unit into view", run: fitView },
 
+    { id: "tall-tabs", key: "Alt+6", where: "page", title: "Give the tabs most of the room, or no longer", run: toggleTall },
     ...bottomPanes.map((pane): Command =>
         ({ id: `tab-${pane.id}`, where: "page", title: `Show ${pane.title}`, run: () => showTab(pane.id) })),
 ];

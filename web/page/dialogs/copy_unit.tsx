@@ -71,7 +71,7 @@ function CopyUnit({ wish }: { wish: OpenCopy }) {
             {isToEdit || <Field label="New name" value={newName.value} isFocused onInput={(text) => { newName.value = text; }} onEnter={() => void copy()}
                 hint="Up to 31 letters, digits, “_” or “-”; empty keeps the name" />}
             {isRenamed && <Field label="Name that players see" value={displayName.value} onInput={(text) => { displayName.value = text; }} onEnter={() => void copy()} />}
-            <div class="field"><span>Together with its own copy of</span><div class="line">
+            <div class="field"><span>Together with its own copy of</span><div class="line checks">
                 {PARTS.map((part) => <Check key={part} label={part} value={parts.value.includes(part)}
                     onChange={(on) => { parts.value = PARTS.filter((one) => one === part ? on : parts.peek().includes(one)); }} />)}
             </div></div>

@@ -87,8 +87,8 @@ function Archive() {
             <div class="toolbar">
                 <Choice label="What to pack" isCompact value={what.value} onChange={(value) => { what.value = value; }}
                     options={[{ value: ONLY_NEEDED, text: "only what the units need" }, ...mods.map((mod) => ({ value: mod, text: `all of ${mod}` }))]} />
-                <Field label="Archive" isCompact value={destination.value} onInput={(text) => { destination.value = text; }} onEnter={begin}
-                    hint="Of the pack to be written or looked at, as /folder/mymod.ufo" />
+                <div class="wide"><Field label="Archive" isCompact value={destination.value} onInput={(text) => { destination.value = text; }} onEnter={begin}
+                    hint="Of the pack to be written or looked at, as /folder/mymod.ufo" /></div>
                 <Choice label="Compression" isCompact value={compression.value} onChange={(value) => { compression.value = value as Compression; }}
                     options={[{ value: "zlib", text: "zlib" }, { value: "lz77", text: "LZ77" }, { value: "none", text: "not compressed" }]} />
                 <Check label="Overwrite" title="Take the place of a file that is there" value={overwrite.value} onChange={(on) => { overwrite.value = on; }} />

@@ -24,7 +24,7 @@ export function FilePreview() {
             <States of={preview.shown.value} retry={preview.load}
                 empty={file?.folder ? `${file.path} is a folder of ${counted(file.folder.files.length, "file")} and ${counted(file.folder.directories.length, "folder")}.` : "Choose a file: what it holds is shown here."}>
                 {(shown) => <>
-                    <p class="toolbar"><b>{shown.internalPath}</b> <span class="quiet">{factsOf(shown)}</span>
+                    <p class="toolbar one-line"><b>{shown.internalPath}</b> <span class="quiet">{factsOf(shown)}</span>
                         {file?.file?.source && <span class="quiet end" title={locationOf(file.file.source)}>{locationOf(file.file.source)}</span>}</p>
                     <Content shown={shown} />
                 </>}
