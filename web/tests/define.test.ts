@@ -51,7 +51,7 @@ flow("underlines what is surely not meant while it is typed", found, async ({ pa
     await text(page).getByText("MaxDamage").click();
     await page.keyboard.press("Home");
     await page.keyboard.type("Buildr=1;");
-    await pane(page).getByRole("status").filter({ hasText: 'line 18: unknown key "Buildr": is "builder" meant?' }).waitFor();
+    await pane(page).getByRole("status").filter({ hasText: 'line 19: unknown key "Buildr": is "builder" meant?' }).waitFor();
     await page.locator(".cm-lintRange-warning").waitFor();
     await page.keyboard.press("Control+a");
     await page.keyboard.type("nothing");

@@ -39,7 +39,7 @@ flow("makes the wreck that a definition names, and the report is a fresh one", f
 flow("says which file is at fault when a unit cannot be loaded", faulty, async ({ page }) => {
     await page.getByLabel("Search units").fill("FLTCHUNK");
     await page.getByRole("option", { name: /FLTCHUNK/ }).click();
-    await eventually(async () => (await rows(page))[0], "missing | Model (3DO) | objects3d/FLTCHUNK.3do");
+    await eventually(async () => (await rows(page))[0], "missing | Model (3DO) | FLTCHUNK");
     await health(page).getByRole("row").first().click();
     await page.getByRole("tabpanel", { name: /^Health/ }).getByText(/HPI chunk checksum mismatch/).first().waitFor();
 });

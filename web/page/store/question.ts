@@ -41,9 +41,9 @@ export async function write<T extends WriteResult>(
     if (result.outcome === "base-ta-refused" && await askCopy({ unitName, isToEdit: true })) result = await request(false);
     if (result.outcome === "needs-backup-consent" && await agreesToBackup(what, result.resolvedPath)) result = await request(true);
     if (result.outcome !== "ok") return result;
-    say(result.reloadError ? `${what} is written, but the unit cannot be loaded: ${result.reloadError}` : `${what} is written to ${result.resolvedPath}`);
     await refreshUnits();
     await reloadUnit();
+    say(result.reloadError ? `${what} is written, but the unit cannot be loaded: ${result.reloadError}` : `${what} is written to ${result.resolvedPath}`);
     return result;
 }
 
