@@ -2,7 +2,7 @@
 import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
 import { startHealthSweep } from "./store/health_sweep";
-import { openRoots, refreshUnits, roots, setStart, units } from "./store/roots";
+import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
 import { followUnit } from "./store/script";
 import { resetTrace } from "./store/trace";
 import { openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
@@ -35,10 +35,8 @@ export async function openAndShow(wanted: Roots): Promise<void> {
 /** A new process knows nothing: it gets the roots and the unit that the old one had. */
 async function reopen(): Promise<void> {
     resetTrace();
-    const before = roots.peek();
-    if (!before) return;
     try {
-        await openRoots(before);
+        if (!await reopenRoots()) return;
         if (wantedUnit.peek()) await reloadUnit();
         say("The editor had ended and was started again; everything is open as before");
     } catch (error) {

@@ -30,8 +30,24 @@ export function setStart(value: ServerStart): void {
     startSignal.value = value;
 }
 
-/** Mounts these roots. On failure those that were mounted stay, and the error is thrown. */
-export async function openRoots(wanted: Roots): Promise<void> {
+let opening: Promise<unknown> = Promise.resolve();
+
+/** Mounts these roots, one wish after the other. On failure those that were mounted stay, and the error is thrown. */
+export function openRoots(wanted: Roots): Promise<void> {
+    const mounted = opening.then(() => mount(wanted));
+    opening = mounted.catch(() => {});
+    return mounted;
+}
+
+/** Mounts again, in a new process, what the user has wished for last. */
+export async function reopenRoots(): Promise<boolean> {
+    await opening;
+    const last = rootsSignal.peek();
+    if (last) await openRoots(last);
+    return last !== undefined;
+}
+
+async function mount(wanted: Roots): Promise<void> {
     const before = mountedSignal.peek();
     mountedSignal.value = { state: "loading" };
     try {
