@@ -15,6 +15,8 @@ flow("compares definitions key for key, and says which unit is not there", {}, a
     await page.getByText("Add units: their definitions stand side by side here.").waitFor();
     await page.getByRole("button", { name: "Add FENDOCK" }).click();
     await add(page, "FENWADE");
+    await compared(page).focus();
+    await page.keyboard.press("End");
     await compared(page).getByRole("option", { name: "unitname FENDOCK FENWADE" }).waitFor();
     await eventually(() => compared(page).getByRole("option", { name: /^side / }).count(), 0);
     await page.getByLabel("Only what differs").uncheck();

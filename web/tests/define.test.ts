@@ -67,7 +67,7 @@ flow("copies a unit of the base game into a new mod when its definition is saved
     const dialog = page.getByRole("dialog", { name: "Copy FENWADE into a mod?" });
     await dialog.getByLabel("Into").selectOption({ label: "a new mod folder" });
     await dialog.getByLabel("New mod folder").fill(join(scratch, "mine"));
-    await dialog.getByRole("button", { name: "Copy", exact: true }).click();
+    await dialog.getByRole("button", { name: "Copy into the mod" }).click();
     await consent(page, join(scratch, "mine/units/FENWADE.fbi"));
     const file = join(scratch, "mine/units/FENWADE.fbi");
     await eventually(() => existsSync(file) && /MaxDamage=777;/.test(readFileSync(file, "utf8")), true);

@@ -88,3 +88,12 @@ flow("goes on with its files after its editor has been killed", {}, async ({ pag
     await choose(page, "objects3d/FENTILL.3do");
     await preview(page).getByRole("img", { name: "objects3d/FENTILL.3do in 3D" }).waitFor();
 });
+
+flow("says in the reader's words that a file is damaged", { roots: (data) => ({ taDataPath: join(data, "game"), modPaths: [join(data, "faulty")] }) },
+    async ({ page }) => {
+        await open(page);
+        await choose(page, "objects3d/FLTCHUNK.3do");
+        await preview(page).getByRole("alert").filter({ hasText: "HPI chunk checksum mismatch" }).waitFor();
+        await choose(page, "units/FLTCHUNK.fbi");
+        await preview(page).getByLabel("Text of units/FLTCHUNK.fbi").waitFor();
+    });

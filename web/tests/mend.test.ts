@@ -49,7 +49,7 @@ flow("copies a unit of the base game into a mod from its finding", faulty, async
     await health(page).getByRole("button", { name: "Copy into a mod…" }).click();
     const dialog = page.getByRole("dialog", { name: "Copy FENWADE into a mod?" });
     await dialog.getByLabel("Into").selectOption({ label: join(data, "mod") });
-    await dialog.getByRole("button", { name: "Copy", exact: true }).click();
+    await dialog.getByRole("button", { name: "Copy into the mod" }).click();
     await dialog.waitFor({ state: "detached" });
     await eventually(() => health(page).getByRole("button", { name: "Copy into a mod…" }).count(), 0);
     assert.ok(existsSync(join(data, "mod/units/FENWADE.fbi")));

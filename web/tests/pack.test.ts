@@ -36,6 +36,8 @@ flow("packs what a unit needs, says what it left out and why, and validates it",
     const rows = archive(page).getByRole("listbox", { name: "What was packed" });
     await rows.getByRole("option", { name: /left out.*the base game has the same/ }).first().waitFor();
     await rows.getByRole("option", { name: /warning.*gamedata\/sidedata.tdf takes the place/ }).waitFor();
+    await rows.focus();
+    await page.keyboard.press("End");
     await rows.getByRole("option", { name: /packed.*units\/GLDCRAB.fbi/ }).waitFor();
     await archive(page).getByRole("button", { name: "Validate" }).click();
     await archive(page).getByRole("status").filter({ hasText: "can be given to others: 1 unit, 9 files" }).waitFor();

@@ -60,7 +60,7 @@ function CopyUnit({ wish }: { wish: OpenCopy }) {
     return (
         <Dialog title={isToEdit ? `Copy ${unitName} into a mod?` : `Copy ${unitName}`} onClose={() => done(false)} actions={<>
             <Button title="Leave everything as it is" onPress={() => done(false)}>Cancel</Button>
-            <Button kind="main" title="Write the copy" disabled={lacks} onPress={copy}>Copy</Button>
+            <Button kind="main" title="Write the copy" disabled={lacks} onPress={copy}>{isToEdit ? "Copy into the mod" : "Copy"}</Button>
         </>}>
             <p>{isToEdit ? `${unitName} belongs to the base game, which is never changed. A copy of its definition in a mod hides it there, and can be edited.`
                 : "Without a new name the definition goes into the mod and hides the base game's there."}</p>

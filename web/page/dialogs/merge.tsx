@@ -1,4 +1,5 @@
 import { type Signal, useComputed, useSignal } from "@preact/signals";
+import { useMemo } from "preact/hooks";
 import { definitionBase, definitionText, takeMerged, theirDefinition } from "../store/definition";
 import { closeDialog } from "../store/view";
 import { fbi } from "../lang/fbi";
@@ -9,11 +10,15 @@ import { Choice as ChoiceField } from "../widgets/field";
 import { type Choice, isConflict, merge3, mergedText, type MergePart } from "../work/merge";
 import { counted } from "../work/words";
 
+/** As they are when the dialog opens; saving notices what changes later. */
+function bothChanges() {
+    const [theirs, base] = [theirDefinition.peek(), definitionBase.peek()];
+    return { theirs, base, parts: theirs && base ? merge3(base.text, definitionText.peek(), theirs.text) : [] };
+}
+
 /** Our edits and another program's, brought together; where both changed the same lines the user says whose hold. */
 export function MergeDialog() {
-    const theirs = theirDefinition.peek();
-    const base = definitionBase.peek();
-    const parts = useComputed(() => theirs && base ? merge3(base.text, definitionText.peek(), theirs.text) : []).value;
+    const { theirs, base, parts } = useMemo(bothChanges, []);
     const conflicts = parts.filter(isConflict);
     const choices = useSignal<readonly Choice[]>(conflicts.map(() => "mine"));
     const merged = useComputed(() => mergedText(parts, choices.value));

@@ -33,9 +33,9 @@ export function HealthPane() {
                         <List label="Health" items={rows} keyOf={({ key }) => key} selected={chosen.value} onSelect={({ key }) => { chosen.value = key; }}
                             textOf={({ check }) => check.category} hasControls rowClass={({ status }) => status === "suppressed" ? "suppressed" : ""}
                             empty="Nothing is wrong." columns={[
-                                { title: "Status", width: "100px", cell: ({ status }) => <StatusMark {...LOOKS[status]} /> },
-                                { title: "Check", width: "130px", cell: ({ check }) => check.category },
-                                { title: "Of", width: "minmax(60px, 180px)", cell: ({ check }) => <span title={check.ref}>{check.ref}</span> },
+                                { title: "Status", width: "96px", cell: ({ status }) => <StatusMark {...LOOKS[status]} /> },
+                                { title: "Check", width: "112px", cell: ({ check }) => check.category },
+                                { title: "Of", width: "minmax(48px, 0.3fr)", cell: ({ check }) => <span title={check.ref}>{check.ref}</span> },
                                 { title: "Finding", width: "minmax(0, 1fr)", cell: ({ check }) => <span title={check.detail}>{check.detail}</span> },
                                 { title: "Mend", width: "190px", cell: ({ check }, isActive) => check.action && <Actions action={check.action} isActive={isActive} /> },
                             ]} />

@@ -14,6 +14,7 @@ import { States, StatusMark, type Status } from "../widgets/states";
 import { TaskLine } from "../widgets/task_line";
 import { Tree } from "../widgets/tree";
 import { type DependencyNode, dependencyTree } from "../work/dependency_rows";
+import { baseName } from "../work/paths";
 import { counted } from "../work/words";
 
 /** What units need, and one archive of it or of a whole mod. */
@@ -85,8 +86,8 @@ function Archive() {
     return (
         <section class="pane flow" aria-label="Archive">
             <div class="toolbar">
-                <Choice label="What to pack" isCompact value={what.value} onChange={(value) => { what.value = value; }}
-                    options={[{ value: ONLY_NEEDED, text: "only what the units need" }, ...mods.map((mod) => ({ value: mod, text: `all of ${mod}` }))]} />
+                <div class="wide"><Choice label="What to pack" isCompact value={what.value} onChange={(value) => { what.value = value; }}
+                    options={[{ value: ONLY_NEEDED, text: "what the units need" }, ...mods.map((mod) => ({ value: mod, text: `all of ${baseName(mod)}` }))]} /></div>
                 <div class="wide"><Field label="Archive" isCompact value={destination.value} onInput={(text) => { destination.value = text; }} onEnter={begin}
                     hint="Of the pack to be written or looked at, as /folder/mymod.ufo" /></div>
                 <Choice label="Compression" isCompact value={compression.value} onChange={(value) => { compression.value = value as Compression; }}
@@ -116,7 +117,7 @@ interface PackRow {
 function Written({ pack }: { pack: ModPack | MinModPack }) {
     const rows: PackRow[] = [
         ...("missing" in pack ? pack.missing.map(({ role, name, usedBy }) => row("missing", "missing", `${role} ${name}`, `used by ${usedBy.join(", ")}`)) : []),
-        ...("warnings" in pack ? pack.warnings.map((text) => row("warn", "warning", text, "")) : []),
+        ...("warnings" in pack ? pack.warnings.map((text) => row("warn", "warning", "a whole table", text)) : []),
         ...pack.leftOut.map(({ path, reason }) => row("info", "left out", path, reason)),
         ...("files" in pack ? pack.files.map(({ path, roles, size }) => row("ok", "packed", path, `${roles.join(", ")}, ${counted(size, "byte")}`)) : []),
     ];

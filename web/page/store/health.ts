@@ -54,7 +54,7 @@ export async function mend(action: HealthAction): Promise<void> {
         }
         case "palette-remap":
             textureSignal.value = action.textureName;
-            showTab("remap");
+            showTab("textures");
             return;
     }
     await health.load();

@@ -73,10 +73,17 @@ function Picture({ shown }: { shown: Of<"image"> }) {
                 {frames > 1 && <Choice label="Frame" isCompact value={String(frame)} onChange={(value) => void showFrame(entry, Number(value))}
                     options={Array.from({ length: frames }, (_, i) => ({ value: String(i), text: `frame ${i + 1} of ${frames}` }))} />}
             </div>}
-            <img src={`data:image/png;base64,${shown.png_b64}`} alt={`Picture ${shown.internalPath}`} />
+            <img src={`data:image/png;base64,${shown.png_b64}`} alt={`Picture ${shown.internalPath}`} style={{ width: `${shown.width * enlargement(shown)}px` }} />
         </div>
     );
 }
+
+const AT_LEAST_PX = 96;
+const MOST_TIMES = 8;
+
+/** Small pictures are shown in whole multiples of their size. */
+const enlargement = ({ width, height }: Of<"image">): number =>
+    Math.min(Math.max(Math.floor(AT_LEAST_PX / Math.max(width, height, 1)), 1), MOST_TIMES);
 
 function Model({ shown }: { shown: Of<"model"> }) {
     const glb = useMemo(() => shown.glb_b64 === undefined ? undefined : bytesOfBase64(shown.glb_b64), [shown.glb_b64]);
