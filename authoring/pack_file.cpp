@@ -59,7 +59,7 @@ WrittenPack writePack(UnitViewSession& session, const PackRequest& request,
     const fs::path& path = request.destination;
     WrittenPack pack{path, files.size(), 0, {}};
     reportingFailure([&] {
-        const io::Bytes bytes = io::writeHpi(files, request.compression);
+        const io::Bytes bytes = io::writeHpi(files, request.compression, request.progress);
         pack.byteSize = bytes.size();
         io::replaceFile(ops, path, bytes);
     });

@@ -18,7 +18,7 @@ struct PackRequest {
     std::filesystem::path destination;
     bool overwrite = false;
     io::HpiMethod compression = io::HpiMethod::zlib;
-    /// Told of each file that is read for the pack.
+    /// Told of each file that is read for the pack, and then of each that is compressed.
     io::Progress progress = {};
 };
 

@@ -71,14 +71,15 @@ private:
 
 }  // namespace
 
-Bytes writeHpi(std::span<const HpiInputFile> files, HpiMethod method) {
+Bytes writeHpi(std::span<const HpiInputFile> files, HpiMethod method, const Progress& progress) {
     HpiDraft draft;
     std::uint64_t expectedSize = kReservedForStructure;
     for (const HpiInputFile& file : files) {
         expectedSize += file.content.size();
         const std::uint32_t size = file.decodedSize.value_or(checkedHpiSize(file.content.size()));
         draft.addFile(file.path, {size, 1, draft.blobs.size()});
-        draft.blobs.emplace_back([&file, method](ByteWriter& out) {
+        draft.blobs.emplace_back([&, method](ByteWriter& out) {
+            progress(file.path, static_cast<std::size_t>(&file - files.data()), files.size());
             if (file.decodedSize)
                 out.bytes(file.content);
             else
