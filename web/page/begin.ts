@@ -3,9 +3,10 @@ import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
 import { startHealthSweep } from "./store/health_sweep";
 import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
-import { followUnit } from "./store/script";
+import { isOwnWrite } from "./store/question";
+import { draftCount, followUnit } from "./store/script";
 import { resetTrace } from "./store/trace";
-import { openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
+import { noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
 import { messageOf } from "./work/newest";
 
 export function begin(): void {
@@ -15,10 +16,14 @@ export function begin(): void {
             void openAndShow(start.roots);
         },
         revived: () => void reopen(),
-        filesChanged: () => void refreshUnits(),
+        filesChanged(paths) {
+            void refreshUnits();
+            if (!isOwnWrite()) noteChangedFiles(paths);
+        },
     });
     startHealthSweep();
     followUnit();
+    addEventListener("beforeunload", (event) => { if (draftCount.peek() > 0) event.preventDefault(); });
 }
 
 /** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */

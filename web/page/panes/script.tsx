@@ -10,7 +10,7 @@ import { showStop, stoppedLineMark } from "../editor/stopped_line";
 import { bos } from "../lang/bos";
 import {
     breakpoints, diagnostics, edit, endTry, isComparing, isEdited, isTemporary, moveBreakpoints, original, revertText, saveText,
-    scriptFailure, source, stoppedLine, text, toggleBreakpoint, toggleComparing, tryText,
+    scriptFailure, scriptOwner, source, stoppedLine, text, toggleBreakpoint, toggleComparing, tryText,
 } from "../store/script";
 import { Button } from "../widgets/button";
 import { CodeEditor } from "../widgets/code_editor";
@@ -38,7 +38,7 @@ export function ScriptPane() {
             )}
             {scriptFailure.value && <p class="failure" role="alert">{scriptFailure.value}</p>}
             <States of={source.shown.value} empty="Choose a unit: its script comes here." retry={source.load}>
-                {() => <CodeEditor label="Script source" text={text} onChange={edit} extensions={EXTENSIONS} follow={followStore} />}
+                {() => <CodeEditor key={scriptOwner.value} label="Script source" text={text} onChange={edit} extensions={EXTENSIONS} follow={followStore} />}
             </States>
             {diagnostics.value.length > 0 && <Problems found={diagnostics.value} />}
         </section>

@@ -52,7 +52,7 @@ async function mount(wanted: Roots): Promise<void> {
     mountedSignal.value = { state: "loading" };
     try {
         const mountedNow = await ask("set-data-roots", { ...wanted, report: true, progress: true });
-        const { units: listed } = await ask("list-units");
+        const { units: listed } = await ask("list-units", { report: true });
         batch(() => {
             rootsSignal.value = wanted;
             mountedSignal.value = { state: "ready", value: mountedNow };
@@ -71,7 +71,7 @@ async function mount(wanted: Roots): Promise<void> {
 /** Sees what other programs, or our own writes, have changed. */
 export const refreshUnits = newestNext(async () => {
     if (!rootsSignal.peek()) return;
-    const { units: listed } = await ask("list-units", { refresh: true });
+    const { units: listed } = await ask("list-units", { refresh: true, report: true });
     batch(() => {
         unitsSignal.value = listed;
         generationSignal.value++;

@@ -42,14 +42,18 @@ export function resetRun(first: ScriptReport | undefined): void {
     });
 }
 
+/** As "stopped in AimPrimary, line 30". */
+export function placeOfStop({ script, line, file }: ScriptReport): string {
+    return `stopped in ${script ?? "a script"}${line === undefined ? "" : `, ${file ? `${file} ` : ""}line ${line}`}`;
+}
+
 /** What a reply tells about the script. */
 export function takeReport(next: ScriptReport | undefined): void {
     if (!next) return;
-    const wasStopped = isStopped.peek();
     reportSignal.value = next;
-    if (next.isPaused && !wasStopped) {
+    if (next.isPaused) {
         playingSignal.value = false;
-        say(`stopped in ${next.script ?? "a script"}${next.line === undefined ? "" : `, line ${next.line}`}`);
+        say(placeOfStop(next));
     }
     const now = Date.now();
     if (playingSignal.peek() && now - inspectedAt < INSPECT_MS) return;
