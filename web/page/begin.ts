@@ -1,6 +1,7 @@
 // What happens by itself: the first roots and unit, a new back end after the old has ended, changed files.
 import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
+import { definitionDrafts } from "./store/definition";
 import { startHealthSweep } from "./store/health_sweep";
 import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
 import { isOwnWrite } from "./store/question";
@@ -23,7 +24,7 @@ export function begin(): void {
     });
     startHealthSweep();
     followUnit();
-    addEventListener("beforeunload", (event) => { if (draftCount.peek() > 0) event.preventDefault(); });
+    addEventListener("beforeunload", (event) => { if (draftCount.peek() + definitionDrafts.peek() > 0) event.preventDefault(); });
 }
 
 /** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */

@@ -37,9 +37,11 @@ flow("form and text are one; saving names the file and its backup, which can be 
     await openDefinition(page, "GLDYARD");
     await setKey(page, "MaxDamage", "1900");
     await eventuallyMatches(() => text(page).textContent(), /MaxDamage=1900;/);
+    await page.getByText("1 definition unsaved").waitFor();
     await save(page);
     await consent(page, file);
     await eventually(() => readFileSync(file, "utf8"), before.replace("MaxDamage=1800", "MaxDamage=1900"));
+    await page.getByText("1 definition unsaved").waitFor({ state: "detached" });
     await pane(page).getByRole("button", { name: "Restore backup…" }).click();
     await page.getByRole("dialog", { name: `Restore ${file}?` }).getByRole("button", { name: "Restore" }).click();
     await eventuallyMatches(() => text(page).textContent(), /MaxDamage=1800;/);

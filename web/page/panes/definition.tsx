@@ -36,7 +36,7 @@ export function DefinitionPane() {
                     <Toolbar />
                     <Messages />
                     <Split id="definition" label="Width of the form" usual={460} least={240} most={900} of="before" direction="row">
-                        {[<Form />, <CodeEditor label="Definition text" text={definitionText} onChange={editDefinition} extensions={fbi} follow={followWarnings} />]}
+                        {[<Form />, <CodeEditor key={definitionBase.value?.name} label="Definition text" text={definitionText} onChange={editDefinition} extensions={fbi} follow={followWarnings} />]}
                     </Split>
                 </div>
             )}
