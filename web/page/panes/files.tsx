@@ -6,7 +6,7 @@ import { generation, roots } from "../store/roots";
 import { showDialog } from "../store/view";
 import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
-import { FilePreview } from "../widgets/file_preview";
+import { FilePreview } from "../parts/file_preview";
 import { Split } from "../widgets/split";
 import { States } from "../widgets/states";
 import { Tree } from "../widgets/tree";

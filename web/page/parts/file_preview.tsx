@@ -8,11 +8,11 @@ import { bytesOfBase64 } from "../work/base64";
 import { hexRows } from "../work/hex";
 import { locationOf } from "../work/locations";
 import { counted } from "../work/words";
-import { CodeEditor } from "./code_editor";
-import { Choice } from "./field";
-import { List } from "./list";
-import { ModelPreview } from "./model_preview";
-import { States } from "./states";
+import { CodeEditor } from "../widgets/code_editor";
+import { Choice } from "../widgets/field";
+import { List } from "../widgets/list";
+import { ModelPreview } from "../widgets/model_preview";
+import { States } from "../widgets/states";
 
 type Of<K extends ArchivePreview["kind"]> = Extract<ArchivePreview, { kind: K }>;
 
