@@ -1,4 +1,5 @@
 // What happens by itself: the first roots and unit, a new back end after the old has ended, changed files.
+import { effect } from "@preact/signals";
 import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
 import { definitionDrafts } from "./store/definition";
@@ -7,7 +8,7 @@ import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/r
 import { isOwnWrite } from "./store/question";
 import { draftCount, followUnit } from "./store/script";
 import { resetTrace } from "./store/trace";
-import { noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
+import { loadedUnit, noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
 import { messageOf } from "./work/newest";
 
 export function begin(): void {
@@ -24,6 +25,7 @@ export function begin(): void {
     });
     startHealthSweep();
     followUnit();
+    effect(() => { document.title = `${loadedUnit.value ? `${loadedUnit.value.unitName} – ` : ""}Unit Editor`; });
     addEventListener("beforeunload", (event) => { if (draftCount.peek() + definitionDrafts.peek() > 0) event.preventDefault(); });
 }
 

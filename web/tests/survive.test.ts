@@ -107,6 +107,8 @@ flow("names with markup are text everywhere", {
 }, async ({ page }) => {
     await openUnit(page, "ODD");
     await page.getByRole("option").getByText(MARKUP).waitFor();
+    await page.getByText("This unit has no script.").waitFor();
+    assert.equal(await page.getByRole("button", { name: "Run", exact: true }).getAttribute("title"), "This unit has no script (F8)");
     assert.equal(await page.locator("img, .app script").count(), 0);
     assert.deepEqual(await page.getByLabel("Side", { exact: true }).locator("option").allTextContents(), ["All sides", "<b>S</b>", "FEN", "KILN", "NEUTRAL"]);
 });

@@ -79,12 +79,11 @@ export async function play(): Promise<void> {
     await followTime();
 }
 
-/** One tick. */
 export function stepTick(): Promise<void> {
-    return isStopped.peek() ? resume("cob-step-line") : carryOut(() => ask("cob-tick", { ticks: 1, report: true }));
+    return carryOut(() => ask("cob-tick", { ticks: 1, report: true }));
 }
 
-export function resume(type: "cob-continue" | "cob-step-instruction" | "cob-step-line"): Promise<void> {
+export function resume(type: "cob-continue" | "cob-step-instruction"): Promise<void> {
     return carryOut(() => ask(type, { report: true }));
 }
 
@@ -107,7 +106,7 @@ export async function setValues(set: NonNullable<Requests["cob-inspect"]["set"]>
 }
 
 /** A request whose reply reports; one that fails says why and changes nothing. */
-async function carryOut(request: () => Promise<{ report?: ScriptReport }>): Promise<void> {
+export async function carryOut(request: () => Promise<{ report?: ScriptReport }>): Promise<void> {
     const asked = age;
     try {
         const { report: next } = await request();

@@ -61,6 +61,11 @@ export const isEdited = computed(() => source.shown.value.state === "ready" && t
 export const isTemporary = computed(() => runningSignal.value?.temporaryScripts !== undefined);
 /** Those that can be started. */
 export const scriptNames = computed(() => runningSignal.value?.temporaryScripts ?? loadedUnit.value?.cobFunctions ?? []);
+/** What a script calls its parameters. */
+export function parametersOf(script: string): readonly string[] {
+    return runningSignal.value?.symbols?.scripts.find(({ name }) => name === script)?.parameters ?? [];
+}
+
 /** The stopped line of the text that runs; none in an included file. */
 export const stoppedLine = computed(() => {
     const now = report.value;
@@ -84,7 +89,7 @@ async function open(name: string): Promise<void> {
         diagnosticsSignal.value = [];
         failureSignal.value = "";
     });
-    await source.load();
+    if (loadedUnit.peek()?.report) await source.load();
     if (opening !== name) return;
     const known = valueOf(source.shown.peek());
     batch(() => {
