@@ -8,6 +8,7 @@
 
 #include "io/archive/hpi_writer.h"
 #include "io/files/file_ops.h"
+#include "io/progress.h"
 #include "session/unit_view_session.h"
 
 /// Archives that are made to be given to others.
@@ -17,6 +18,8 @@ struct PackRequest {
     std::filesystem::path destination;
     bool overwrite = false;
     io::HpiMethod compression = io::HpiMethod::zlib;
+    /// Told of each file that is read for the pack, and then of each that is compressed.
+    io::Progress progress = {};
 };
 
 /// A file that is not in a pack, and why.

@@ -50,16 +50,18 @@ struct PackMembers {
     explicit PackMembers(const Payload& payload)
         : destination(payload.path("destination")),
           overwrite(payload.flag("overwrite").value_or(false)),
-          compression(payload.text("compression").value_or(kDefaultCompression)) {}
+          compression(payload.text("compression").value_or(kDefaultCompression)),
+          progress(payload.progress()) {}
 
     PackRequest request() const {
-        return {requireFilled("destination", destination), overwrite,
-                compressionNamed(compression)};
+        return {requireFilled("destination", destination), overwrite, compressionNamed(compression),
+                progress};
     }
 
     std::optional<std::filesystem::path> destination;
     bool overwrite;
     std::string compression;
+    io::Progress progress;
 };
 
 std::string_view nameOf(PackSeverity severity) {

@@ -2,6 +2,7 @@
 import { effect } from "@preact/signals";
 import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
+import { definitionDrafts } from "./store/definition";
 import { startHealthSweep } from "./store/health_sweep";
 import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
 import { isOwnWrite } from "./store/question";
@@ -25,7 +26,7 @@ export function begin(): void {
     startHealthSweep();
     followUnit();
     effect(() => { document.title = `${loadedUnit.value ? `${loadedUnit.value.unitName} – ` : ""}Unit Editor`; });
-    addEventListener("beforeunload", (event) => { if (draftCount.peek() > 0) event.preventDefault(); });
+    addEventListener("beforeunload", (event) => { if (draftCount.peek() + definitionDrafts.peek() > 0) event.preventDefault(); });
 }
 
 /** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */

@@ -5,8 +5,10 @@ import { refreshUnits } from "./store/roots";
 import { isPlaying, isStopped, pause, play, report, resetScript, resume, stopThreads } from "./store/run";
 import { stepLine } from "./store/step";
 import { isEdited, isTemporary, endTry, saveText, source, toggleComparing, tryText } from "./store/script";
+import { askCopy } from "./store/copy_unit";
+import { isDefinitionEdited, saveDefinition } from "./store/definition";
 import { reloadUnit, wantedUnit } from "./store/unit";
-import { camera, setCamera, showDialog, showTab } from "./store/view";
+import { camera, setCamera, showDialog, showTab, toggleTall } from "./store/view";
 import { toggleAtCursor } from "./editor/cursor";
 import { fitView } from "./view3d/handle";
 
@@ -60,10 +62,16 @@ export const commands: readonly Command[] = [
     { id: "compare-script", where: "page", title: "Show what differs from the saved script", run: withSource(toggleComparing) },
     { id: "breakpoint", key: "F9", where: "script", title: "Stop in this line, or no longer", run: toggleAtCursor },
 
+    { id: "save-definition", key: "Ctrl+S", where: "definition", title: "Save the definition",
+        run: () => { if (!isDefinitionEdited.peek()) return true; void saveDefinition(); return true; } },
+    { id: "copy-unit", where: "page", title: "Copy the unit into a mod, or under a new name",
+        run: () => { if (!wantedUnit.peek()) return false; void askCopy({ unitName: wantedUnit.peek(), isToEdit: false }); return true; } },
+
     { id: "camera", key: "C", where: "view", title: "Change between orbit and game camera",
         run: () => setCamera(camera.peek() === "orbit" ? "game" : "orbit") },
     { id: "fit", key: "F", where: "view", title: "Bring the whole unit into view", run: fitView },
 
+    { id: "tall-tabs", key: "Alt+6", where: "page", title: "Give the tabs most of the room, or no longer", run: toggleTall },
     ...bottomPanes.map((pane): Command =>
         ({ id: `tab-${pane.id}`, where: "page", title: `Show ${pane.title}`, run: () => showTab(pane.id) })),
 ];

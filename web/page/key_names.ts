@@ -1,7 +1,7 @@
 // What keys are called, and what is wrong with a table of them.
 
 /** Where a key counts: everywhere, or while the focus is within a region of that name. */
-export type Where = "page" | "view" | "script";
+export type Where = "page" | "view" | "script" | "definition";
 
 export interface Command {
     id: string;

@@ -1,15 +1,13 @@
 import { useSignal } from "@preact/signals";
-import { useEffect } from "preact/hooks";
-import { ask } from "../ask";
 import { openAndShow } from "../begin";
 import { pathsOf, recent, roots, start } from "../store/roots";
 import { closeDialog } from "../store/view";
-import type { FolderListing, Roots } from "../../wire";
-import { messageOf, newestNext } from "../work/newest";
+import type { Roots } from "../../wire";
+import { messageOf } from "../work/newest";
 import { baseName } from "../work/paths";
 import { Button } from "../widgets/button";
 import { Dialog } from "../widgets/dialog";
-import { Field } from "../widgets/field";
+import { FolderField } from "../widgets/folder_field";
 import { List } from "../widgets/list";
 
 /** Which game, which mods over it, in which order. */
@@ -74,30 +72,6 @@ export function RootsDialog() {
             {failure.value && <p class="failure" role="alert">{failure.value}</p>}
         </Dialog>
     );
-}
-
-/** A path with suggestions; says at once when nothing is there. */
-function FolderField({ label, value, onInput, onEnter, isFocused }:
-    { label: string; value: string; onInput: (text: string) => void; onEnter?: () => void; isFocused?: boolean }) {
-    const listing = useSignal<FolderListing | undefined>(undefined);
-    const below = useSignal<FolderListing | undefined>(undefined);
-    useEffect(() => {
-        let isOver = false;
-        void newestNext(async () => {
-            const path = value.trim();
-            const [own, parent] = path === "" ? [undefined, undefined]
-                : await Promise.all([ask("server-folders", { path }), ask("server-folders", { path: path.replace(/[^\\/]*$/, "") || "/" })]);
-            if (isOver) return;
-            listing.value = own;
-            below.value = own?.exists ? own : parent;
-        })();
-        return () => { isOver = true; };
-    }, [value]);
-    const isMissing = value.trim() !== "" && listing.value?.exists === false;
-    const here = below.value;
-    return <Field label={label} value={value} onInput={onInput} {...(onEnter ? { onEnter } : {})} {...(isFocused ? { isFocused } : {})}
-        error={isMissing ? "no such folder" : undefined}
-        choices={here?.exists ? here.folders.slice(0, 200).map((name) => `${here.path.replace(/\/$/, "")}/${name}`) : []} />;
 }
 
 function moved(paths: readonly string[], path: string, by: number): readonly string[] {

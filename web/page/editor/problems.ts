@@ -21,3 +21,14 @@ export function showProblems(view: EditorView, found: readonly BosDiagnostic[]):
     const file = found[0]?.file ?? "";
     view.dispatch(setDiagnostics(view.state, marksOf(view.state.doc.toString(), found, file)));
 }
+
+/** What the reader of definitions says; columns count bytes there, too. */
+export function showWarnings(view: EditorView, found: readonly { line: number; column: number; message: string }[]): void {
+    const text = view.state.doc.toString();
+    const marks = found.map(({ line, column, message }): Diagnostic => {
+        const from = placeOf(text, line, column);
+        const word = /^[^\s=;{}]+/.exec(text.slice(from, from + 64))?.[0].length ?? 1;
+        return { from, to: Math.min(text.length, from + word), severity: "warning", message };
+    });
+    view.dispatch(setDiagnostics(view.state, marks));
+}

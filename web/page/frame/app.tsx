@@ -1,4 +1,7 @@
+import { CopyUnitDialog } from "../dialogs/copy_unit";
+import { ExtractDialog } from "../dialogs/extract";
 import { FindDialog } from "../dialogs/find";
+import { MergeDialog } from "../dialogs/merge";
 import { QuestionDialog } from "../dialogs/question";
 import { RootsDialog } from "../dialogs/roots";
 import { bottomPanes } from "../panes/registry";
@@ -9,8 +12,10 @@ import { Transport } from "../panes/transport";
 import { UnitsPane } from "../panes/units";
 import { View3dPane } from "../panes/view3d";
 import { ScriptColumn } from "./script_column";
-import { openDialog, showTab, sizeOf, tab } from "../store/view";
+import { isTall, openDialog, showTab, sizeOf, tab, toggleTall } from "../store/view";
 import { clampSize, Splitter, type SplitterProps } from "../widgets/splitter";
+import { Button } from "../widgets/button";
+import { Icon } from "../widgets/icon";
 import { Tabs } from "../widgets/tabs";
 
 /** At first the unit is the largest thing, on small screens too. */
@@ -20,6 +25,8 @@ const LEFT: SplitterProps = { id: "left", label: "Width of the lists", usual: at
 const RIGHT: SplitterProps = { id: "right", label: "Width of the script", usual: atMost(440, 0.32, innerWidth), least: 240, most: 900, of: "behind", direction: "row" };
 const BOTTOM: SplitterProps = { id: "bottom", label: "Height of the tabs", usual: atMost(250, 0.28, innerHeight), least: 80, most: 700, of: "behind", direction: "column" };
 const PIECES: SplitterProps = { id: "pieces", label: "Height of the pieces", usual: atMost(280, 0.33, innerHeight), least: 80, most: 700, of: "behind", direction: "column" };
+
+const TALL = "minmax(0, 1fr) 1px minmax(0, 3fr)";
 
 const tracks = (splitter: SplitterProps): string => {
     const size = `${clampSize(sizeOf(splitter.id, splitter.usual), splitter.least, splitter.most)}px`;
@@ -38,7 +45,7 @@ export function App() {
                     <PiecesPane />
                 </div>
                 <Splitter {...LEFT} />
-                <div class="column" style={{ gridTemplateRows: tracks(BOTTOM) }}>
+                <div class="column" style={{ gridTemplateRows: isTall.value ? TALL : tracks(BOTTOM) }}>
                     <div class="across" style={{ gridTemplateColumns: tracks(RIGHT) }}>
                         <div class="viewing" data-region="view">
                             <View3dPane />
@@ -54,6 +61,9 @@ export function App() {
             <StatusBar />
             {openDialog.value === "roots" && <RootsDialog />}
             {openDialog.value === "find" && <FindDialog />}
+            {openDialog.value === "merge" && <MergeDialog />}
+            {openDialog.value === "extract" && <ExtractDialog />}
+            <CopyUnitDialog />
             <QuestionDialog />
         </div>
     );
@@ -65,7 +75,8 @@ function BottomTabs() {
     return (
         <div class="bottom">
             <Tabs label="Panes" chosen={pane.id} onChoose={showTab}
-                tabs={bottomPanes.map(({ id, title, hint, note }) => ({ id, title, hint, note: note?.value }))}>
+                tabs={bottomPanes.map(({ id, title, hint, note }) => ({ id, title, hint, note: note?.value }))}
+                after={<Button kind="icon" verb="tall-tabs" title="Give the tabs most of the room" isPressed={isTall.value} onPress={toggleTall}><Icon name={isTall.value ? "lower" : "raise"} /></Button>}>
                 <View key={pane.id} />
             </Tabs>
         </div>

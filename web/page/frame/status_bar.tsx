@@ -1,4 +1,5 @@
 import { editor, restartEditor, said } from "../store/connection";
+import { definitionDrafts } from "../store/definition";
 import { draftCount } from "../store/script";
 import { isStale, loadedUnit, reloadUnit } from "../store/unit";
 import { Button } from "../widgets/button";
@@ -16,6 +17,7 @@ export function StatusBar() {
             {source && <span>{source.inBaseTa ? "base game, copied into a mod for changes" : "writable"}</span>}
             {isStale.value && <span class="status warn">changed on disk <Button title="Load the unit again" verb="reload-unit" onPress={reloadUnit}>Load again</Button></span>}
             {draftCount.value > 0 && <span class="status warn" title="Scripts that differ from what is saved">{counted(draftCount.value, "script")} unsaved</span>}
+            {definitionDrafts.value > 0 && <span class="status warn" title="Definitions that differ from what is saved">{counted(definitionDrafts.value, "definition")} unsaved</span>}
             <span class="said" role="status" aria-live="polite">{said.value}</span>
             <EditorPart />
         </footer>

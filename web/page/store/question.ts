@@ -1,9 +1,9 @@
 // Lifetime: a question to the user, and the writes that ask one.
 import { type ReadonlySignal, signal } from "@preact/signals";
 import type { WriteResult } from "protocol";
-import { ask } from "../ask";
 import { say } from "./connection";
-import { refreshUnits, roots } from "./roots";
+import { askCopy } from "./copy_unit";
+import { refreshUnits } from "./roots";
 import { reloadUnit } from "./unit";
 
 export interface Question {
@@ -44,13 +44,13 @@ export async function write<T extends WriteResult>(
 ): Promise<T> {
     lastWrite = Date.now();
     let result = await request(false);
-    if (result.outcome === "base-ta-refused" && await promote(unitName, result.resolvedPath)) result = await request(false);
+    if (result.outcome === "base-ta-refused" && await askCopy({ unitName, isToEdit: true })) result = await request(false);
     if (result.outcome === "needs-backup-consent" && await agreesToBackup(what, result.resolvedPath)) result = await request(true);
     if (result.outcome !== "ok") return result;
-    say(result.reloadError ? `${what} is written, but the unit cannot be loaded: ${result.reloadError}` : `${what} is written to ${result.resolvedPath}`);
     lastWrite = Date.now();
     await refreshUnits();
     await reloadUnit();
+    say(result.reloadError ? `${what} is written, but the unit cannot be loaded: ${result.reloadError}` : `${what} is written to ${result.resolvedPath}`);
     return result;
 }
 
@@ -59,22 +59,3 @@ export const agreesToBackup = (what: string, path: string): Promise<boolean> => 
     text: [`${path} is changed.`, `Before that it is copied to ${path}.orbbackup, from which it can be restored.`],
     yes: "Back up and write",
 });
-
-/** Copies a unit of the base game into the first mod, when the user agrees. */
-export async function promote(unitName: string, path: string): Promise<boolean> {
-    const [modPath] = roots.peek()?.modPaths ?? [];
-    if (modPath === undefined) {
-        await askUser({ title: `${unitName} belongs to the base game`, yes: "I see",
-            text: [`${path} is never changed. Open a mod folder over the game (Ctrl+O): the unit can then be copied into it.`] });
-        return false;
-    }
-    const agrees = await askUser({
-        title: `Copy ${unitName} into a mod?`, yes: "Copy into the mod",
-        text: [`${path} belongs to the base game and is never changed.`, `A copy of the definition goes into ${modPath} and hides it.`],
-    });
-    if (!agrees) return false;
-    const clone = (allowBackupCreation: boolean) => ask("unit-clone", { name: unitName, modPath, allowBackupCreation });
-    let copied = await clone(false);
-    if (copied.outcome === "needs-backup-consent" && await agreesToBackup(`the copy of ${unitName}`, copied.resolvedPath)) copied = await clone(true);
-    return copied.outcome === "ok";
-}

@@ -7,12 +7,20 @@ export type Camera = "orbit" | "game";
 const tabSignal = signal("health");
 const cameraSignal = signal<Camera>("orbit");
 const dialogSignal = signal("");
+const tallSignal = signal(false);
 
 /** The id of the pane in front, of those at the bottom. */
 export const tab: ReadonlySignal<string> = tabSignal;
 export const camera: ReadonlySignal<Camera> = cameraSignal;
 /** The id of the dialog that is open, or "". */
 export const openDialog: ReadonlySignal<string> = dialogSignal;
+
+/** The tabs have most of the room, for a while. */
+export const isTall: ReadonlySignal<boolean> = tallSignal;
+
+export function toggleTall(): void {
+    tallSignal.value = !tallSignal.peek();
+}
 
 export function showTab(id: string): void {
     tabSignal.value = id;

@@ -94,6 +94,11 @@ const LOOKS = EditorView.theme({
     ".cm-tooltip": { backgroundColor: "var(--panel)", color: "var(--ink)", border: "1px solid var(--line)" },
 });
 
+/** For texts that are only read. */
+export const READING: Extension = [
+    lineNumbers(), highlightSpecialChars(), syntaxHighlighting(COLORS), LOOKS, EditorState.tabSize.of(4), EditorState.readOnly.of(true),
+];
+
 const BASICS: Extension = [
     lineNumbers(), history(), drawSelection(), highlightSpecialChars(), highlightActiveLine(), bracketMatching(),
     highlightSelectionMatches(), syntaxHighlighting(COLORS), LOOKS, indentUnit.of("\t"), EditorState.tabSize.of(4),

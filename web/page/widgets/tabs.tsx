@@ -35,7 +35,7 @@ export function Tabs({ label, tabs, chosen, onChoose, children, after }: {
                         <button key={tab.id} type="button" role="tab" id={`${id}-${tab.id}`} aria-selected={i === at}
                             aria-controls={`${id}-panel`} tabIndex={i === at ? 0 : -1} title={tab.hint ?? tab.title}
                             onClick={() => onChoose(tab.id)}>
-                            {tab.title}{tab.note && <span class="note">{tab.note}</span>}
+                            {tab.title}{tab.note && <span class="note"> {tab.note}</span>}
                         </button>
                     ))}
                 </div>

@@ -1,7 +1,7 @@
 import type { ComponentChildren } from "preact";
 import { useSignal } from "@preact/signals";
 import { useEffect, useId, useMemo, useRef } from "preact/hooks";
-import { flattenTree } from "../work/tree_rows";
+import { flattenTree, type TreeRow } from "../work/tree_rows";
 import { AT_FIRST, ROW_HEIGHT, rowsInSight, showRow, useSight } from "./rows";
 
 export interface TreeProps<T> {
@@ -13,6 +13,7 @@ export interface TreeProps<T> {
     cell: (node: T) => ComponentChildren;
     selected?: string | undefined;
     onSelect?: (node: T) => void;
+    /** Enter, or a double click, on a leaf; others open and close. */
     onActivate?: (node: T) => void;
     /** Levels that are open at first. */
     openLevels?: number;
@@ -52,6 +53,11 @@ export function Tree<T>(props: TreeProps<T>) {
         toggled.value = next;
     }
 
+    function activate(row: TreeRow<T>): void {
+        if (props.onActivate && row.isOpen === undefined) props.onActivate(row.node);
+        else if (row.isOpen !== undefined) toggle(row.key);
+    }
+
     function press(event: KeyboardEvent): void {
         if (event.ctrlKey || event.altKey || event.metaKey) return;
         const row = rows[at];
@@ -59,7 +65,7 @@ export function Tree<T>(props: TreeProps<T>) {
         if (next !== undefined) choose(next);
         else if (event.key === "ArrowRight" && row) { if (row.isOpen === false) toggle(row.key); else choose(at + 1); }
         else if (event.key === "ArrowLeft" && row) { if (row.isOpen) toggle(row.key); else if (row.parent >= 0) choose(row.parent); }
-        else if (event.key === "Enter" && row) { if (props.onActivate) props.onActivate(row.node); else if (row.isOpen !== undefined) toggle(row.key); }
+        else if (event.key === "Enter" && row) activate(row);
         else if (props.onKey?.(event, row?.node)) { /* handled */ }
         else if (event.key.length === 1 && event.key !== " ") {
             const letter = event.key.toLowerCase();
@@ -82,7 +88,7 @@ export function Tree<T>(props: TreeProps<T>) {
                             aria-level={row.level + 1} aria-expanded={row.isOpen} aria-selected={first + i === at}
                             aria-setsize={row.siblings} aria-posinset={row.place + 1}
                             style={{ top: `${(first + i) * ROW_HEIGHT}px`, paddingLeft: `${row.level * INDENT + 4}px` }}
-                            onClick={() => choose(first + i)} onDblClick={() => props.onActivate?.(row.node)}>
+                            onClick={() => choose(first + i)} onDblClick={() => activate(row)}>
                             <span aria-hidden="true" class={`twist ${row.isOpen === undefined ? "leaf" : row.isOpen ? "open" : "closed"}`}
                                 onClick={(event) => { event.stopPropagation(); if (row.isOpen !== undefined) toggle(row.key); }} />
                             {props.cell(row.node)}

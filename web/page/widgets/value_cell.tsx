@@ -2,20 +2,33 @@ import { useSignal } from "@preact/signals";
 import { say } from "../store/connection";
 import { messageOf } from "../work/newest";
 
-/** A number in a row that can be written: Enter writes, Escape takes back. */
-export function ValueCell({ label, value, isActive, write }:
-    { label: string; value: number; isActive: boolean; write: (value: number) => Promise<void> }) {
+interface CellProps<T> {
+    label: string;
+    value: T;
+    isActive: boolean;
+    write: (value: T) => unknown;
+}
+
+/** A whole number in a row that can be written. */
+export function ValueCell({ label, value, isActive, write }: CellProps<number>) {
+    return <TextCell label={label} value={String(value)} isActive={isActive} isNumber
+        faultOf={(text) => /^-?\d+$/.test(text.trim()) ? "" : "not a whole number"} write={(text) => write(Number(text))} />;
+}
+
+/** A text in a row that can be written: Enter writes, Escape takes back. */
+export function TextCell({ label, value, isActive, write, faultOf, isNumber, isQuiet }:
+    CellProps<string> & { faultOf?: (text: string) => string; isNumber?: boolean; isQuiet?: boolean }) {
     const typed = useSignal<string | undefined>(undefined);
     const error = useSignal("");
 
     async function commit(): Promise<void> {
         const text = typed.peek();
         if (text === undefined) return;
-        if (!/^-?\d+$/.test(text.trim())) { error.value = "not a whole number"; return; }
+        error.value = faultOf?.(text) ?? "";
+        if (error.peek() !== "") return;
         try {
-            await write(Number(text));
+            if (text !== value) await write(text);
             typed.value = undefined;
-            error.value = "";
         } catch (failure) {
             error.value = messageOf(failure);
             say(error.peek());
@@ -23,8 +36,9 @@ export function ValueCell({ label, value, isActive, write }:
     }
 
     return (
-        <input class="value" aria-label={label} title={error.value || `${label}: Enter writes it`} aria-invalid={error.value ? true : undefined}
-            tabIndex={isActive ? 0 : -1} value={typed.value ?? String(value)} inputMode="numeric"
+        <input class={`value ${isNumber ? "number" : ""} ${isQuiet ? "quiet" : ""}`} aria-label={label} spellcheck={false}
+            title={error.value || `${label}: Enter writes it`} aria-invalid={error.value ? true : undefined}
+            tabIndex={isActive ? 0 : -1} value={typed.value ?? value} inputMode={isNumber ? "numeric" : undefined}
             onInput={(event) => { typed.value = event.currentTarget.value; }}
             onKeyDown={(event) => {
                 if (event.key === "Enter") void commit();
