@@ -72,7 +72,7 @@ public:
           base_(mountDataRoots({data.request.taDataPath, {}, {}}, data.palette, progress)),
           stem_(packStem(request.pack.destination)) {}
 
-    void gather(const io::Progress& progress) {
+    void gather() {
         refuseDamaged();
         std::size_t done = 0;
         for (const Dependency& file : dependencies_.files) {

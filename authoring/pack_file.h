@@ -8,7 +8,6 @@
 
 #include "io/archive/hpi_writer.h"
 #include "io/files/file_ops.h"
-#include "io/progress.h"
 #include "session/unit_view_session.h"
 
 /// Archives that are made to be given to others.
@@ -18,8 +17,6 @@ struct PackRequest {
     std::filesystem::path destination;
     bool overwrite = false;
     io::HpiMethod compression = io::HpiMethod::zlib;
-    /// Told of each file that is read for the pack, and then of each that is compressed.
-    io::Progress progress = {};
 };
 
 /// A file that is not in a pack, and why.
@@ -32,8 +29,9 @@ struct WrittenPack {
     std::filesystem::path path;
     std::size_t fileCount = 0;
     std::uint64_t byteSize = 0;
-    /// Of the loaded unit, where the pack took the place of a mounted archive.
-    Reload reload = {};
+    /// Why the loaded unit cannot be loaded any more, where the pack took the place of a mounted
+    /// archive.
+    std::optional<std::string> reloadError;
 };
 
 /// "zlib", "lz77" or "none". Throws RequestError "unknown compression: …".

@@ -5,7 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "io/progress.h"
 #include "session/unit_view_session.h"
 
 namespace orb::unitview {
@@ -42,8 +41,7 @@ struct PackValidation {
 };
 
 /// Looks at a pack as the game meets it: alone over the base game. Nothing that is mounted changes.
-/// `progress` is told of each file that is read and then of each unit that is looked at. Throws
-/// RequestError with the text of an archive that cannot be opened.
+/// Throws RequestError with the text of an archive that cannot be opened.
 PackValidation validateModPack(const std::filesystem::path& pack,
                                const std::filesystem::path& taDataPath, const io::Palette& palette,
                                const io::Progress& progress = {});

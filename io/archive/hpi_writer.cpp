@@ -85,8 +85,7 @@ Bytes writeHpi(std::span<const HpiInputFile> files, HpiMethod method) {
         expectedSize += file.content.size();
         const std::uint32_t size = file.decodedSize.value_or(checkedHpiSize(file.content.size()));
         draft.addFile(file.path, {size, 1, draft.blobs.size()});
-        draft.blobs.emplace_back([&, method](ByteWriter& out) {
-            progress(file.path, static_cast<std::size_t>(&file - files.data()), files.size());
+        draft.blobs.emplace_back([&file, method](ByteWriter& out) {
             if (file.decodedSize)
                 out.bytes(file.content);
             else

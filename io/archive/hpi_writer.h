@@ -8,7 +8,6 @@
 
 #include "io/archive/hpi_archive.h"
 #include "io/byte_cursor.h"
-#include "io/progress.h"
 
 namespace orb::io {
 
@@ -29,14 +28,12 @@ HpiInputFile compressedHpiFile(std::string path, ByteView content, HpiMethod met
 
 /// A whole archive, not scrambled by position, with every file in chunks compressed by `method`.
 /// Directories whose paths differ in case only become one, spelled as first met; entries keep the
-/// order of the input. Of two files with the same path readers find the first. `progress` is told
-/// of each file as it is compressed.
+/// order of the input. Of two files with the same path readers find the first.
 ///
 /// Throws std::runtime_error "HPI path not writable: <path>" for a path that no reader would find
 /// (no components, "." or "..", a NUL, nested too deep), and "HPI archive too large" when offsets
 /// or sizes exceed 32 bits.
-Bytes writeHpi(std::span<const HpiInputFile> files, HpiMethod method = HpiMethod::zlib,
-               const Progress& progress = {});
+Bytes writeHpi(std::span<const HpiInputFile> files, HpiMethod method = HpiMethod::zlib);
 
 /// New content for a file inside an archive.
 struct HpiReplacement {

@@ -4,7 +4,6 @@
 #include "authoring/mod_pack.h"
 #include "diagnostics/pack_validation.h"
 #include "io/path_text.h"
-#include "server/handlers/encode_edit.h"
 #include "server/handlers/encode_source.h"
 #include "server/handlers/handlers.h"
 #include "session/archive_browser.h"
@@ -41,7 +40,7 @@ json encodePack(const WrittenPack& pack) {
     json data = {{"path", io::textFromPath(pack.path)},
                  {"fileCount", pack.fileCount},
                  {"byteSize", pack.byteSize}};
-    addReload(data, pack.reload);
+    if (pack.reloadError) data["reloadError"] = *pack.reloadError;
     return data;
 }
 
@@ -50,18 +49,16 @@ struct PackMembers {
     explicit PackMembers(const Payload& payload)
         : destination(payload.path("destination")),
           overwrite(payload.flag("overwrite").value_or(false)),
-          compression(payload.text("compression").value_or(kDefaultCompression)),
-          progress(payload.progress()) {}
+          compression(payload.text("compression").value_or(kDefaultCompression)) {}
 
     PackRequest request() const {
-        return {requireFilled("destination", destination), overwrite, compressionNamed(compression),
-                progress};
+        return {requireFilled("destination", destination), overwrite,
+                compressionNamed(compression)};
     }
 
     std::optional<std::filesystem::path> destination;
     bool overwrite;
     std::string compression;
-    io::Progress progress;
 };
 
 std::string_view nameOf(PackSeverity severity) {
