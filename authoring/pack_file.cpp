@@ -81,7 +81,7 @@ WrittenPack writePack(UnitViewSession& session, const PackRequest& request, Pack
                             << " files, " << pack.byteSize << " bytes";
     if (const io::VfsLayer* const mounted = mountedArchive(session, path)) {
         const io::FileLocation written{mounted->kind, mounted->path, {}};
-        pack.reloadError = session.refreshAfterWrite(written);
+        pack.reload = session.refreshAfterWrite(written);
     }
     return pack;
 }

@@ -29,9 +29,8 @@ struct WrittenPack {
     std::filesystem::path path;
     std::size_t fileCount = 0;
     std::uint64_t byteSize = 0;
-    /// Why the loaded unit cannot be loaded any more, where the pack took the place of a mounted
-    /// archive.
-    std::optional<std::string> reloadError;
+    /// Of the loaded unit, where the pack took the place of a mounted archive.
+    Reload reload = {};
 };
 
 /// "zlib", "lz77" or "none". Throws RequestError "unknown compression: …".

@@ -4,6 +4,7 @@
 #include "authoring/mod_pack.h"
 #include "diagnostics/pack_validation.h"
 #include "io/path_text.h"
+#include "server/handlers/encode_edit.h"
 #include "server/handlers/encode_source.h"
 #include "server/handlers/handlers.h"
 #include "session/archive_browser.h"
@@ -40,7 +41,7 @@ json encodePack(const WrittenPack& pack) {
     json data = {{"path", io::textFromPath(pack.path)},
                  {"fileCount", pack.fileCount},
                  {"byteSize", pack.byteSize}};
-    if (pack.reloadError) data["reloadError"] = *pack.reloadError;
+    addReload(data, pack.reload);
     return data;
 }
 
