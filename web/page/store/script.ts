@@ -4,6 +4,7 @@ import type { BosDiagnostic, BreakpointsSet, Compilation, LineSpan, SourceSymbol
 import { ask } from "../ask";
 import { pieceNamedIn, toggled } from "../work/lines";
 import { messageOf, newestNext, whenQuiet } from "../work/newest";
+import { afterPaint } from "../work/paint";
 import { say } from "./connection";
 import { write } from "./question";
 import { resource, valueOf } from "./resource";
@@ -89,6 +90,8 @@ async function open(name: string): Promise<void> {
         diagnosticsSignal.value = [];
         failureSignal.value = "";
     });
+    await afterPaint(); // the model comes first
+    if (opening !== name) return;
     if (loadedUnit.peek()?.report) await source.load();
     if (opening !== name) return;
     const known = valueOf(source.shown.peek());
