@@ -54,8 +54,9 @@ export function askFrameInBackground<T extends FrameMessage>(type: T, ...[data]:
 /** For requests with `progress: true`; `told` hears of each step until the reply. */
 export function askWithProgress<T extends MessageType>(
     type: T, data: Replies[T] extends never ? never : Parameters<typeof ask<T>>[1], told: (step: Progress) => void,
+    inBackground = false,
 ): Promise<Answer<T>> {
-    return send<Answer<T>>({ type, data }, told).then(({ reply }) => reply);
+    return send<Answer<T>>({ type, data, inBackground }, told).then(({ reply }) => reply);
 }
 
 function send<T>(request: Omit<PageRequest, "id">, progress?: (step: Progress) => void): Promise<Framed<T>> {

@@ -23,6 +23,7 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
     const send = (line: ServerLine): void => socket.send(JSON.stringify(line));
     const log = batched((lines: string[]) => send({ event: "log", lines }));
     const ids = new Map<number, number>(); // seq → the page's id
+    const idsInBackground = new Map<number, number>();
     const ends: number[] = [];
     let isOpen = true;
     let main: Editor | undefined;
@@ -31,10 +32,12 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
     let roots: Roots | undefined;
     let mountedInBackground: Roots | undefined;
 
+    const progressTo = (known: Map<number, number>) => (seq: number, label: string, done: number, total: number): void =>
+        send({ event: "progress", id: known.get(seq) ?? 0, label, done, total });
+
     function startMain(): void {
         main = startEditor(options.program, {
-            progress: (seq, label, done, total) =>
-                send({ event: "progress", id: ids.get(seq) ?? 0, label, done, total }),
+            progress: progressTo(ids),
             log,
             ended(reason) {
                 main = undefined;
@@ -55,17 +58,20 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
 
     async function askMain(id: number, type: string, data: unknown): Promise<Answer> {
         if (!main) throw new Error("the editor is not running");
-        let number = 0;
-        const answer = await main.ask(type, data, (seq) => { number = seq; ids.set(seq, id); })
-            .finally(() => ids.delete(number));
+        const answer = await askAs(id, ids, main, type, data);
         if (type === "set-data-roots") roots = data as Roots;
         if (CHANGES_FILES.test(type)) mountedInBackground = undefined;
         return answer;
     }
 
-    async function askBackground(type: string, data: unknown): Promise<Answer> {
+    function askAs(id: number, known: Map<number, number>, editor: Editor, type: string, data: unknown): Promise<Answer> {
+        let number = 0;
+        return editor.ask(type, data, (seq) => { number = seq; known.set(seq, id); }).finally(() => known.delete(number));
+    }
+
+    async function askBackground(id: number, type: string, data: unknown): Promise<Answer> {
         background ??= startEditor(options.program, {
-            progress() {}, log() {},
+            progress: progressTo(idsInBackground), log() {},
             ended() { background = mountedInBackground = undefined; },
         });
         const editor = background;
@@ -74,7 +80,7 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
             const { taDataPath, modPaths, mapsPath } = roots;
             await editor.ask("set-data-roots", { taDataPath, modPaths, mapsPath });
         }
-        return editor.ask(type, data);
+        return askAs(id, idsInBackground, editor, type, data);
     }
 
     const changed = (paths: string[]): void => {
@@ -97,7 +103,7 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
         if (own) return { data: await own };
         if (type === "shutdown") throw new Error("a page does not shut the editor down");
         await options.hold?.(type);
-        return inBackground ? askBackground(type, data) : askMain(id, type, data);
+        return inBackground ? askBackground(id, type, data) : askMain(id, type, data);
     }
 
     async function serve(request: PageRequest): Promise<void> {

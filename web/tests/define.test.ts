@@ -125,11 +125,12 @@ flow("lets the user choose where both changed the same line", found, async ({ pa
     await pane(page).getByRole("button", { name: "Save", exact: true, disabled: true }).waitFor();
 });
 
-flow("keeps what was typed when its editor is killed", found, async ({ page, killEditor }) => {
+flow("keeps what was typed when its editor is killed, and saves it with the next one", found, async ({ page, data, killEditor }) => {
     await openDefinition(page, "GLDYARD");
     await setKey(page, "MaxDamage", "1900");
     await killEditor();
-    await openUnit(page, "GLDCRAB");
-    await openDefinition(page, "GLDYARD");
     assert.match(await text(page).textContent() ?? "", /MaxDamage=1900;/);
+    await save(page);
+    await consent(page, join(data, "found/units/GLDYARD.fbi"));
+    await page.getByText("1 definition unsaved").waitFor({ state: "detached" });
 });

@@ -1,7 +1,7 @@
 // Lifetime: the opened roots. What is declared twice or leads to nothing, and the two sides of one conflict.
 import { batch, type ReadonlySignal, signal } from "@preact/signals";
 import type { Conflict, ConflictReport } from "protocol";
-import { ask, askWithProgress, type Progress } from "../ask";
+import { askInBackground, askWithProgress, type Progress } from "../ask";
 import { placeOfLocation } from "../work/locations";
 import { sectionNamed } from "../work/tdf";
 import { resource } from "./resource";
@@ -16,7 +16,7 @@ export const chosenConflict: ReadonlySignal<Conflict | undefined> = chosenSignal
 export const chosenLoser: ReadonlySignal<number> = loserSignal;
 
 export const conflicts = resource<ConflictReport>(() =>
-    askWithProgress("conflict-scan", { progress: true }, (step) => { stepSignal.value = step; })
+    askWithProgress("conflict-scan", { progress: true }, (step) => { stepSignal.value = step; }, true)
         .finally(() => { stepSignal.value = undefined; }));
 
 export interface TwoSides {
@@ -28,7 +28,7 @@ export const sidesOfConflict = resource<TwoSides>(async () => {
     const { files, section } = filesOf(chosenSignal.peek());
     const [winner = "", loser = ""] = await Promise.all([files[0], files[loserSignal.peek()]].map(async (location) => {
         if (location === undefined) return "";
-        const read = await ask("archive-browse-preview", { ...placeOfLocation(location), maxBytes: MAX_TEXT });
+        const read = await askInBackground("archive-browse-preview", { ...placeOfLocation(location), maxBytes: MAX_TEXT });
         if (read.kind !== "text") throw new Error(`not a text: ${location}`);
         return section === undefined ? read.text : sectionNamed(read.text, section) ?? read.text;
     }));

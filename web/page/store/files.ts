@@ -1,7 +1,8 @@
-// Lifetime: the opened roots. What lies in the stack, in a folder or an archive; the file that is looked at.
+// Lifetime: the opened roots. What lies in the stack, in a folder or an archive; the file that is looked at. All in
+// the background: large archives take their time, and scripts run on meanwhile.
 import { batch, computed, type ReadonlySignal, signal } from "@preact/signals";
 import type { ArchivePreview, ArchiveTree, Requests } from "protocol";
-import { ask, askWithProgress } from "../ask";
+import { askInBackground, askWithProgress } from "../ask";
 import type { FileNode } from "../work/locations";
 import { counted } from "../work/words";
 import { resource, valueOf } from "./resource";
@@ -23,12 +24,12 @@ export const look: ReadonlySignal<Look> = lookSignal;
 export const places = computed(() => ["", ...roots.value ? pathsOf(roots.value) : [], ...archivesSignal.value]);
 
 export const tree = resource<ArchiveTree>(async () => {
-    const opened = await ask("archive-browse-open", { path: placeSignal.peek() });
+    const opened = await askInBackground("archive-browse-open", { path: placeSignal.peek() });
     if (opened.archives) archivesSignal.value = opened.archives;
     return opened;
 });
 
-export const preview = resource<ArchivePreview>(() => ask("archive-browse-preview",
+export const preview = resource<ArchivePreview>(() => askInBackground("archive-browse-preview",
     { path: placeSignal.peek(), internalPath: fileSignal.peek()?.path ?? "", ...lookSignal.peek() }));
 
 export const extraction = task();
@@ -87,12 +88,12 @@ export function extract(destination: string, overwrite: boolean): Promise<void> 
     skippedSignal.value = [];
     return extraction.run(`Extracting ${node?.name ?? "everything"}`, async (told) => {
         if (node?.file) {
-            const { writtenPath, byteSize } = await ask("archive-browse-extract-one", { path, internalPath: node.path, destination, overwrite });
+            const { writtenPath, byteSize } = await askInBackground("archive-browse-extract-one", { path, internalPath: node.path, destination, overwrite });
             return `${counted(byteSize, "byte")} in ${writtenPath}`;
         }
         const request = { path, destination, overwrite, progress: true };
-        const result = node ? await askWithProgress("archive-browse-extract-dir", { ...request, directory: node.path }, told)
-            : await askWithProgress("archive-browse-extract-all", request, told);
+        const result = node ? await askWithProgress("archive-browse-extract-dir", { ...request, directory: node.path }, told, true)
+            : await askWithProgress("archive-browse-extract-all", request, told, true);
         skippedSignal.value = result.skipped;
         const left = result.skipped.length > 0 ? `, ${counted(result.skipped.length, "file")} left out` : "";
         return `${counted(result.fileCount, "file")} in ${destination}${left}`;

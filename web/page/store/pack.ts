@@ -1,7 +1,7 @@
 // Lifetime: the opened roots. What units need, the pack that is made of them, what is said of a pack.
 import { batch, type ReadonlySignal, signal } from "@preact/signals";
 import type { MinModPack, ModPack, PackValidation, UnitDependencies } from "protocol";
-import { ask, askWithProgress } from "../ask";
+import { askInBackground, askWithProgress } from "../ask";
 import { counted } from "../work/words";
 import { resource } from "./resource";
 import { refreshUnits } from "./roots";
@@ -20,7 +20,7 @@ export const packing = task();
 export const validating = task();
 
 export const dependencies = resource<UnitDependencies>(() =>
-    ask("unit-deps", { units: [...unitsSignal.peek()], recursive: recursiveSignal.peek() }));
+    askInBackground("unit-deps", { units: [...unitsSignal.peek()], recursive: recursiveSignal.peek() }));
 
 export function setPackUnits(units: readonly string[]): void {
     unitsSignal.value = units;
@@ -54,7 +54,7 @@ export async function exportPack({ modPath, ...wish }: PackWish): Promise<void> 
 export async function validatePack(path: string): Promise<void> {
     validationSignal.value = undefined;
     await validating.run("Looking at the pack", async (told) => {
-        const report = await askWithProgress("validate-mod-pack", { path, progress: true }, told);
+        const report = await askWithProgress("validate-mod-pack", { path, progress: true }, told, true);
         validationSignal.value = report;
         return `${report.isValid ? "can be given to others" : "cannot be given to others as it is"}: ${counted(report.unitCount, "unit")}, ${counted(report.fileCount, "file")}`;
     });

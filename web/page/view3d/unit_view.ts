@@ -1,7 +1,7 @@
 // The 3D view: one unit on a ground grid, two cameras, what lies under the pointer. It draws only when asked.
 import {
     AmbientLight, Box3, BufferGeometry, Color, ColorManagement, DirectionalLight, Float32BufferAttribute, LineBasicMaterial,
-    LineSegments, LinearSRGBColorSpace, type Material, Raycaster, Scene, Vector2, Vector3, WebGLRenderer,
+    LineSegments, LinearSRGBColorSpace, Raycaster, Scene, Vector2, Vector3, WebGLRenderer,
 } from "three";
 import type { PieceTransform, RenderConstants } from "protocol";
 import type { Camera as CameraKind } from "../store/view";
@@ -28,6 +28,8 @@ export interface UnitView {
 
 /** A cell of footprints, in model units. */
 const CELL = 16;
+/** Of the ground, to each side. */
+const MAX_CELLS = 64;
 const TREMBLE_PX = 4;
 
 // the game mixes light and colour as stored, not as linear light
@@ -47,7 +49,11 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
     };
     let camera = cameras.orbit;
     let model: UnitModel3d | undefined;
-    let ground: LineSegments[] = [];
+    // these stay for good: their program would have to be made anew with each model
+    const grid = new LineSegments(new BufferGeometry(), new LineBasicMaterial());
+    const frameLine = new LineSegments(new BufferGeometry(), new LineBasicMaterial());
+    for (const lines of [grid, frameLine]) lines.raycast = () => {};
+    scene.add(grid, frameLine);
     let footprint: [number, number] = [0, 0];
     let frame = 0;
     let frames = 0;
@@ -84,18 +90,16 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
     }
 
     function layGround(): void {
-        for (const one of ground) { one.removeFromParent(); one.geometry.dispose(); (one.material as Material).dispose(); }
-        const box = boundsOf(model);
-        const reach = Math.max(...[box.min.x, box.max.x, box.min.z, box.max.z].map(Math.abs));
-        const cells = Math.min(Math.ceil(reach / CELL) + 2, 64);
-        ground = [linesOf(gridLines(cells), "--grid"), linesOf(frameLines(footprint), "--accent")];
-        for (const one of ground) one.raycast = () => {};
-        scene.add(...ground);
+        const { min, max } = boundsOf(model);
+        const reach = Math.max(...[min.x, max.x, min.z, max.z].map(Math.abs));
+        setPoints(grid, gridLines(Math.min(Math.ceil(reach / CELL) + 2, MAX_CELLS)));
+        setPoints(frameLine, frameLines(footprint));
     }
 
     function recolor(): void {
         scene.background = new Color(colorOf("--sky"));
-        layGround();
+        grid.material.color.set(colorOf("--grid"));
+        frameLine.material.color.set(colorOf("--accent"));
         requestDraw();
     }
 
@@ -120,6 +124,7 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
         return { pieceIndex: piece, primIndex: primIndices[hit.faceIndex] ?? -1 };
     }
 
+    layGround();
     recolor();
     renderer.compile(sampleOfMaterials(), cameras.orbit.camera, scene);
     return {
@@ -156,7 +161,7 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
             size.disconnect();
             cancelAnimationFrame(frame);
             model?.free();
-            for (const one of ground) one.geometry.dispose();
+            for (const lines of [grid, frameLine]) { lines.geometry.dispose(); lines.material.dispose(); }
             for (const one of Object.values(cameras)) one.free();
             renderer.dispose();
         },
@@ -172,9 +177,9 @@ function boundsOf(model: UnitModel3d | undefined): Box3 {
 
 const colorOf = (variable: string): string => getComputedStyle(document.documentElement).getPropertyValue(variable).trim();
 
-function linesOf(points: number[], variable: string): LineSegments {
-    const geometry = new BufferGeometry().setAttribute("position", new Float32BufferAttribute(points, 3));
-    return new LineSegments(geometry, new LineBasicMaterial({ color: colorOf(variable) }));
+function setPoints(lines: LineSegments, points: number[]): void {
+    lines.geometry.dispose();
+    lines.geometry = new BufferGeometry().setAttribute("position", new Float32BufferAttribute(points, 3));
 }
 
 /** So many cells to each side of the middle. */
