@@ -52,7 +52,7 @@ void placeFeatures(LoadedMap& map, const GameTables& tables, const io::TntFile& 
     for (const io::OtaFeature& feature : schema.features.kept)
         map.world.placeFeature(featureTypeOf(map, tables, feature.name),
                                {feature.cellX, feature.cellZ});
-    map.ownFeatureCount = map.world.features().size();
+    map.ownFeatureCount = map.world.features().all().size();
     noteCut(map, MapList::features, given + schema.features.given, map.ownFeatureCount);
 }
 
@@ -92,12 +92,12 @@ void placeUnits(LoadedMap& map, const MountedData& data, const io::OtaSchema& sc
         if (!map.world.isFull() && map.world.testUnit(birth) == sim::SiteFault::none)
             map.world.placeUnit(birth);
     }
-    noteCut(map, MapList::units, schema.units.given - missing, map.world.units().size());
+    noteCut(map, MapList::units, schema.units.given - missing, map.world.units().count());
 }
 
-MapConditions conditionsOf(const io::OtaFile& description, const io::OtaSchema& schema) {
+sim::Conditions conditionsOf(const io::OtaFile& description, const io::OtaSchema& schema) {
     const io::TdfSection& header = description.header;
-    MapConditions conditions;
+    sim::Conditions conditions;
     conditions.gravity = header.getFloat("gravity").value_or(conditions.gravity);
     conditions.minWind = header.getInt("minwindspeed").value_or(conditions.minWind);
     conditions.maxWind = header.getInt("maxwindspeed").value_or(conditions.maxWind);
@@ -135,12 +135,11 @@ std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& re
     const io::OtaFile description = std::move(ownDescription).value_or(io::OtaFile());
     const io::OtaSchema& schema = chooseSchema(description, request.schema);
 
-    auto map = std::make_unique<LoadedMap>(ground);
+    auto map = std::make_unique<LoadedMap>(ground, conditionsOf(description, schema), request.seed);
     map->name = name;
     map->title = headerText(description, "missionname");
     map->schema = request.schema;
     map->schemas = schemaTypes(description);
-    map->conditions = conditionsOf(description, schema);
     map->startPositions = schema.startPositions.kept;
     noteCut(*map, MapList::schemas, description.schemas.size() + description.schemasLeftOut,
             description.schemas.size());
@@ -149,8 +148,9 @@ std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& re
     if (request.placesUnits) placeUnits(*map, data, schema);
     ground.cells = {};
     map->picture = std::move(ground);
-    LogLine(LogLevel::info) << "[maps] " << name << " loaded: " << map->world.features().size()
-                            << " features, " << map->world.units().size() << " units";
+    LogLine(LogLevel::info) << "[maps] " << name
+                            << " loaded: " << map->world.features().all().size() << " features, "
+                            << map->world.units().count() << " units";
     return map;
 }
 
@@ -206,7 +206,7 @@ const sim::Feature& spawnFeature(LoadedMap& map, const MountedData& data,
     if (!spawn.isForced)
         if (const auto fault = world.testFeature(type, cells); fault != sim::SiteFault::none)
             failPlacing(world.featureTypes()[type].name, fault);
-    if (world.features().size() >= sim::kMaxFeatures) throw RequestError("feature limit reached");
+    if (world.features().isFull()) throw RequestError("feature limit reached");
     const sim::Feature* const feature = world.placeFeature(type, cells.corner);
     if (!feature) failPlacing(spawn.feature, sim::SiteFault::outside);
     return *feature;

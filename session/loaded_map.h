@@ -19,16 +19,8 @@ struct MapRequest {
     std::int64_t schema = 0;
     /// Puts the schema's units on the map.
     bool placesUnits = true;
-};
-
-/// What a map's description says of its world, with the game's usual values where it does not.
-struct MapConditions {
-    float gravity = sim::rules::kGravity;
-    std::int32_t minWind = sim::rules::kLeastWind;
-    std::int32_t maxWind = sim::rules::kMostWind;
-    std::int32_t tidalStrength = 0;
-    std::int32_t surfaceMetal = sim::rules::kSurfaceMetal;
-    bool isLavaWorld = false;
+    /// What random numbers hang from.
+    std::uint64_t seed = 1;
 };
 
 /// The lists of a map's files.
@@ -44,14 +36,14 @@ struct CutList {
 
 /// A map with what stands on it. Depends on no mounted data once it is there.
 struct LoadedMap {
-    explicit LoadedMap(const io::TntFile& ground) : world(sim::Terrain(ground)) {}
+    LoadedMap(const io::TntFile& ground, const sim::Conditions& conditions, std::uint64_t seed)
+        : world(sim::Terrain(ground), conditions, seed) {}
 
     std::string name;
     std::string title;
     std::int64_t schema = 0;
     /// `schemaTypes` of its description.
     std::vector<std::string> schemas;
-    MapConditions conditions;
     std::vector<io::OtaStartPosition> startPositions;
     /// Its tiles and small picture; the cells are the world's terrain.
     io::TntFile picture;

@@ -80,7 +80,6 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     type.name = unit.name;
     type.isBuilding = fbi.bmCode == 0;
     type.canFly = fbi.canFly;
-    type.canHover = fbi.canHover;
     type.floats = fbi.floater;
     type.waterline = static_cast<std::int32_t>(std::clamp(fbi.waterline, 0.0F, 255.0F));
     type.maxHealth = std::clamp(fbi.maxDamage, 1, kMaxHealth);
@@ -97,6 +96,7 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     takeFootprint(type, movement ? movement->section : unit.unitInfo());
     type.limits =
         movement ? readLimits(movement->section) : readOwnLimits(unit.unitInfo(), type.floats);
+    type.limits.canHover = fbi.canHover;
     if (type.isBuilding) type.yard = sim::yardOf(fbi.yardMap, type.footprintX, type.footprintZ);
     return type;
 }

@@ -160,6 +160,8 @@ public:
     constexpr std::int64_t raw() const { return raw_; }
     /// The next lower whole number.
     constexpr std::int64_t floor() const { return raw_ >> Fixed::kFractionBits; }
+    /// The next higher one.
+    constexpr std::int64_t ceil() const { return -(-raw_ >> Fixed::kFractionBits); }
     constexpr double toNumber() const { return static_cast<double>(raw_) / Fixed::kOne; }
 
     constexpr auto operator<=>(const Amount&) const = default;

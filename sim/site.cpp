@@ -39,7 +39,7 @@ bool isLevelEnough(const Terrain& terrain, const SiteLimits& limits, Cell cell) 
 }
 
 SiteFault testDepth(const Terrain& terrain, const UnitType& type, const CellRect& cells) {
-    if (type.canHover) return SiteFault::none;
+    if (type.limits.canHover) return SiteFault::none;
     const auto [lowest, highest] = terrain.heightRange(cells);
     const std::int32_t sea = terrain.seaLevel();
     if (type.limits.maxWaterDepth < rules::kNoLimit && sea - lowest > type.limits.maxWaterDepth)

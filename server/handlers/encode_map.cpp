@@ -79,7 +79,7 @@ json encodeLoadedMap(const LoadedMap& map) {
     const sim::World& world = map.world;
     const sim::Terrain& terrain = world.terrain();
     const auto [lowest, highest] = terrain.heightRange();
-    const MapConditions& conditions = map.conditions;
+    const sim::Conditions& conditions = world.conditions();
     json result = {{"name", map.name},
                    {"title", map.title},
                    {"schema", map.schema},
@@ -99,9 +99,9 @@ json encodeLoadedMap(const LoadedMap& map) {
                    {"tidal", conditions.tidalStrength},
                    {"surfaceMetal", conditions.surfaceMetal},
                    {"startPositions", encodeStartPositions(map.startPositions)},
-                   {"featureCount", world.features().size()},
+                   {"featureCount", world.features().all().size()},
                    {"missingFeatures", map.missingFeatures},
-                   {"unitCount", world.units().size()},
+                   {"unitCount", world.units().count()},
                    {"missingUnits", map.missingUnits},
                    {"hasMinimap", !map.picture.minimap.pixels.empty()},
                    {"tick", world.tick()}};
@@ -110,7 +110,6 @@ json encodeLoadedMap(const LoadedMap& map) {
 }
 
 json encodeMapUnit(const sim::Unit& unit, bool withPieces) {
-    const bool isBuilt = unit.buildFraction >= sim::Fixed::fromInt(1);
     json result = {{"unitId", unit.id},
                    {"unitName", unit.type->name},
                    {"player", unit.player},
@@ -121,10 +120,10 @@ json encodeMapUnit(const sim::Unit& unit, bool withPieces) {
                    {"pitch", 0.0},
                    {"roll", 0.0},
                    {"speed", 0.0},
-                   {"health", unit.health},
+                   {"health", unit.health.ceil()},
                    {"maxHealth", unit.type->maxHealth},
                    {"buildFraction", unit.buildFraction.toNumber()},
-                   {"state", isBuilt ? "idle" : "nanoframe"},
+                   {"state", unit.isBuilt() ? "idle" : "nanoframe"},
                    {"active", unit.isActive},
                    {"queued", 0},
                    {"weapons", encodeWeapons(unit.type->weaponSlots)}};

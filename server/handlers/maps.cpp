@@ -89,8 +89,8 @@ bool isAskedFor(const SnapshotRequest& request, const sim::World& world, const s
 /// What came onto the map after it was loaded; nothing takes features away yet.
 json encodeFeatureChanges(const LoadedMap& map) {
     json added = json::array();
-    for (const sim::Feature& feature : map.world.features().subspan(map.ownFeatureCount))
-        added.push_back(encodeMapFeature(feature));
+    for (const sim::Feature& feature : map.world.features().all())
+        if (feature.id > map.ownFeatureCount) added.push_back(encodeMapFeature(feature));
     return {{"added", std::move(added)}, {"removed", json::array()}};
 }
 
@@ -142,7 +142,7 @@ Reply mapFeatures(UnitViewSession& session, const Payload&) {
     json types = json::array(), features = json::array();
     for (const sim::FeatureType& type : world.featureTypes())
         types.push_back(encodeFeatureType(type));
-    for (const sim::Feature& feature : world.features())
+    for (const sim::Feature& feature : world.features().all())
         features.push_back(encodeMapFeature(feature));
     return {{{"types", std::move(types)}, {"features", std::move(features)}}};
 }
