@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdlib>
 #include <utility>
 
 // Sines and arc tangents come from tables of 1,025 values, made by the compiler out of whole
@@ -105,19 +106,24 @@ Fixed cosine(Angle angle) {
     return sine(angle + Angle::fromSteps(kQuarterTurn));
 }
 
-Angle angleOf(Fixed opposite, Fixed along) {
-    const auto size = [](Fixed value) { return std::abs(std::int64_t{value.raw()}); };
-    const std::int64_t across = size(opposite), ahead = size(along);
+Angle angleOf(std::int64_t opposite, std::int64_t along) {
+    std::int64_t across = std::abs(opposite), ahead = std::abs(along);
+    if (across == 0 && ahead == 0) return {};
+    // What is beyond 33 bits cannot be told apart in an angle.
+    constexpr std::int64_t kMost = std::int64_t{1} << 33;
+    while (std::max(across, ahead) >= kMost) {
+        across >>= 1;
+        ahead >>= 1;
+    }
     const auto [smaller, larger] = std::minmax({across, ahead});
-    if (larger == 0) return {};
 
     const std::int64_t tangent = quotient(smaller << kTableBits, larger, Rounding::nearest);
     const std::int64_t fine =
         between(kArcTangents, tangent, kTableOne / static_cast<std::int64_t>(kTableSteps));
     std::int64_t steps = quotient(fine, std::int64_t{1} << kArcTangentBits, Rounding::nearest);
     if (across > ahead) steps = kQuarterTurn - steps;
-    if (along < Fixed()) steps = kHalfTurn - steps;
-    return Angle::fromSteps(opposite < Fixed() ? -steps : steps);
+    if (along < 0) steps = kHalfTurn - steps;
+    return Angle::fromSteps(opposite < 0 ? -steps : steps);
 }
 
 Vector vectorOf(Angle heading, Angle pitch, Fixed length) {

@@ -63,8 +63,11 @@ Fixed sine(Angle angle);
 Fixed cosine(Angle angle);
 
 /// The angle of a right triangle between `along` and the longest side, in all four quadrants, to
-/// the nearest step; 0 when both are 0.
-Angle angleOf(Fixed opposite, Fixed along);
+/// the nearest step; 0 when both are 0. Lengths of any one unit, with up to 62 bits.
+Angle angleOf(std::int64_t opposite, std::int64_t along);
+inline Angle angleOf(Fixed opposite, Fixed along) {
+    return angleOf(std::int64_t{opposite.raw()}, std::int64_t{along.raw()});
+}
 
 /// The heading from one place on the ground to another, by their difference.
 inline Angle headingOf(Fixed x, Fixed z) {

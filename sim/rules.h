@@ -22,4 +22,16 @@ inline constexpr std::int32_t kNoLimit = 255;
 /// floats, means dry land.
 inline constexpr std::int32_t kDryLandDepth = 0;
 
+/// Pixels a tick of a weapon whose definition gives none, so that what it fires leaves the muzzle.
+inline constexpr std::int32_t kLeastShotSpeed = 1;
+/// A shot without a lifetime that may fly beyond its range, or has to turn on its way, lives so
+/// many times as long as a straight way of its range takes. Less, and guided shots burn out on
+/// detours.
+inline constexpr std::int32_t kGuidedLifeShare = 2;
+/// Seconds that what is thrown or dropped may fall without reaching the ground.
+inline constexpr std::int32_t kMostFallSeconds = 120;
+/// Steps of 1/65536 turn within which a weapon without `tolerance` counts as aimed: some 5 degrees.
+/// Half of the known weapons give one, from 200 to 37,152.
+inline constexpr std::int32_t kAimTolerance = 1'000;
+
 }  // namespace orb::sim::rules
