@@ -10,7 +10,7 @@ constexpr std::array<std::ptrdiff_t, kDirections> kOffsets = {-kRow, -kRow + 1, 
                                                               kRow,  kRow - 1,  -1, -kRow - 1};
 
 constexpr std::uint8_t opposite(std::uint8_t direction) {
-    return (direction + kDirections / 2) % kDirections;
+    return static_cast<std::uint8_t>((direction + kDirections / 2) % kDirections);
 }
 
 constexpr std::size_t moved(std::size_t cell, std::size_t direction) {
