@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "sim/script_host.h"
+
 namespace orb::sim {
 namespace {
 
@@ -21,20 +23,25 @@ Amount healthOf(const UnitType& type, float percent) {
         std::max<std::int64_t>(1, std::llround(static_cast<double>(type.maxHealth) * share)));
 }
 
-void takeCells(WorldParts& world, const Unit& unit) {
-    const UnitType& type = *unit.type;
-    if (type.canFly) return;
-    const CellRect cells = unit.cells();
-    forEachCell(cells, [&](Cell cell) {
-        if (takesCell(type, cells, cell)) world.state.occupancy.take(cell, ownerOf(unit));
-    });
-}
-
 }  // namespace
 
 CellOwner ownerOf(const Unit& unit) {
     using Kind = CellOwner::Kind;
     return {unit.type->isBuilding ? Kind::building : Kind::mobile, unit.id};
+}
+
+void takeCells(WorldParts& world, const Unit& unit) {
+    const UnitType& type = *unit.type;
+    if (type.canFly) return;
+    const CellRect cells = unit.cells();
+    forEachCell(cells, [&](Cell cell) {
+        if (takesCell(type, cells, cell, unit.values.isYardOpen))
+            world.state.occupancy.take(cell, ownerOf(unit));
+    });
+}
+
+void releaseCells(WorldParts& world, const Unit& unit) {
+    world.state.occupancy.release(unit.cells(), ownerOf(unit));
 }
 
 SiteFault testUnit(const WorldParts& world, const UnitBirth& birth) {
@@ -58,19 +65,19 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
     unit.standing = {type.moveState, type.fireState};
     takeCells(world, unit);
     world.derived.buckets.add(unit.slot(), unit.place);
-    world.state.scripts.setUp(unit);
+    setUpScript(world, unit);
     return unit;
 }
 
 void removeUnit(WorldParts& world, Unit& unit) {
-    world.state.occupancy.release(unit.cells(), ownerOf(unit));
+    releaseCells(world, unit);
     world.derived.buckets.remove(unit.slot(), unit.place);
     world.state.scripts.remove(unit);
     world.state.units.remove(unit, world.state.tick);
 }
 
 void moveUnitTo(WorldParts& world, Unit& unit, GroundPoint place) {
-    world.state.occupancy.release(unit.cells(), ownerOf(unit));
+    releaseCells(world, unit);
     world.derived.buckets.move(unit.slot(), unit.place, place);
     unit.place = place;
     unit.altitude = restingAltitude(world.frame.terrain, *unit.type, place);

@@ -17,6 +17,9 @@ namespace orb::sim {
 namespace {
 
 constexpr std::string_view kFreeLetters = "yY";
+/// Free while the yard is open, and while it is closed.
+constexpr std::string_view kClosedLetters = "cC";
+constexpr std::string_view kOpenLetters = "O";
 constexpr std::string_view kVentLetters = "gG";
 
 bool isOneOf(std::string_view letters, char letter) {
@@ -49,20 +52,9 @@ SiteFault testDepth(const Terrain& terrain, const UnitType& type, const CellRect
     return SiteFault::none;
 }
 
-}  // namespace
-
-std::string_view textOf(SiteFault fault) {
-    constexpr std::array<std::string_view, 8> kTexts = {"",         "outside the map", "void",
-                                                        "too deep", "too shallow",     "too steep",
-                                                        "no vent",  "occupied"};
-    return kTexts[static_cast<std::size_t>(fault)];
-}
-
-bool takesCell(const UnitType& type, const CellRect& cells, Cell cell) {
-    return !isOneOf(kFreeLetters, letterAt(type, cells, cell));
-}
-
-SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& cells) {
+template <typename IsFree>
+SiteFault testCells(const Ground& ground, const UnitType& type, const CellRect& cells,
+                    IsFree isFree) {
     const Terrain& terrain = ground.terrain;
     if (!terrain.contains(cells)) return SiteFault::outside;
     if (type.canFly) return SiteFault::none;
@@ -81,9 +73,33 @@ SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& c
             return !isOneOf(kVentLetters, letterAt(type, cells, cell)) || ground.isVent(cell);
         }))
         return SiteFault::noVent;
-    if (!solid([&](Cell cell) { return ground.occupancy.isFree(cell); }))
-        return SiteFault::occupied;
+    if (!solid(isFree)) return SiteFault::occupied;
     return SiteFault::none;
+}
+
+}  // namespace
+
+bool takesCell(const UnitType& type, const CellRect& cells, Cell cell, bool isYardOpen) {
+    const char letter = letterAt(type, cells, cell);
+    return !isOneOf(kFreeLetters, letter) &&
+           !isOneOf(isYardOpen ? kClosedLetters : kOpenLetters, letter);
+}
+
+std::string_view textOf(SiteFault fault) {
+    constexpr std::array<std::string_view, 8> kTexts = {"",         "outside the map", "void",
+                                                        "too deep", "too shallow",     "too steep",
+                                                        "no vent",  "occupied"};
+    return kTexts[static_cast<std::size_t>(fault)];
+}
+
+SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& cells) {
+    return testCells(ground, type, cells,
+                     [&](Cell cell) { return ground.occupancy.isFree(cell); });
+}
+
+SiteFault testGround(const Ground& ground, const UnitType& type, const CellRect& cells) {
+    return testCells(ground, type, cells,
+                     [&](Cell cell) { return !ground.occupancy.ownerOf(cell).isStatic(); });
 }
 
 std::string yardOf(std::string_view letters, std::int32_t footprintX, std::int32_t footprintZ) {

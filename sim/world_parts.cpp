@@ -9,8 +9,8 @@ WorldState::WorldState(const Terrain& terrain) : occupancy(terrain.cellsX(), ter
 
 WorldDerived::WorldDerived(const Terrain& terrain) : buckets(terrain.cellsX(), terrain.cellsZ()) {}
 
-WorldParts::WorldParts(Terrain ground)
-    : frame(std::move(ground)), state(frame.terrain), derived(frame.terrain) {}
+WorldParts::WorldParts(Terrain ground, std::size_t threads)
+    : frame(std::move(ground)), state(frame.terrain), derived(frame.terrain), workers(threads) {}
 
 void dropDerived(WorldParts& world) {
     world.derived.buckets.rebuild(world.state.units);
