@@ -12,9 +12,9 @@
 namespace orb::sim {
 
 /// Threads that share the items of a phase. The items are cut into blocks whose borders follow from
-/// their number alone, so that what a block computes does not depend on the number of threads; which
-/// thread takes which block is chance, so an item writes only to what is its own, or to scratch of
-/// its worker that it empties first.
+/// their number alone, so that what a block computes does not depend on the number of threads;
+/// which thread takes which block is chance, so an item writes only to what is its own, or to
+/// scratch of its worker that it empties first.
 class Workers {
 public:
     /// So many threads in all, the calling one among them; at least 1.
@@ -31,7 +31,8 @@ public:
     template <typename Run>
     void forEach(std::size_t items, std::size_t itemsPerBlock, Run&& run) {
         if (items == 0) return;
-        Job job{items, itemsPerBlock, &run, [](void* context, std::size_t item, std::size_t worker) {
+        Job job{items, itemsPerBlock, &run,
+                [](void* context, std::size_t item, std::size_t worker) {
                     (*static_cast<std::remove_reference_t<Run>*>(context))(item, worker);
                 }};
         runJob(job);
