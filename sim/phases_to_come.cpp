@@ -5,7 +5,6 @@ namespace orb::sim {
 
 void stepEconomy(WorldParts&, TickScratch&) {}
 void stepConstruction(WorldParts&, TickScratch&) {}
-void stepRoutes(WorldParts&, TickScratch&) {}
 void stepTargets(WorldParts&, TickScratch&) {}
 void stepWeapons(WorldParts&, TickScratch&) {}
 void stepProjectiles(WorldParts&, TickScratch&) {}
