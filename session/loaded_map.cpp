@@ -1,6 +1,7 @@
 #include "session/loaded_map.h"
 
 #include <algorithm>
+#include <thread>
 
 #include <fmt/format.h>
 
@@ -119,6 +120,12 @@ const io::OtaSchema& chooseSchema(const io::OtaFile& description, std::int64_t n
     throw std::runtime_error(fmt::format("schema not found: {}", number));
 }
 
+/// More gain little: the serial parts of a tick stay as they are.
+std::size_t usualThreads() {
+    constexpr std::size_t kMost = 4;
+    return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMost);
+}
+
 sim::GroundPoint pointAt(double x, double z) {
     return {sim::Fixed::fromNumber(x), sim::Fixed::fromNumber(z)};
 }
@@ -135,7 +142,9 @@ std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& re
     const io::OtaFile description = std::move(ownDescription).value_or(io::OtaFile());
     const io::OtaSchema& schema = chooseSchema(description, request.schema);
 
-    auto map = std::make_unique<LoadedMap>(ground, conditionsOf(description, schema), request.seed);
+    auto map = std::make_unique<LoadedMap>(
+        ground, sim::WorldOptions{conditionsOf(description, schema), request.seed,
+                                  request.threads.value_or(usualThreads())});
     map->name = name;
     map->title = headerText(description, "missionname");
     map->schema = request.schema;

@@ -21,6 +21,8 @@ struct MapRequest {
     bool placesUnits = true;
     /// What random numbers hang from.
     std::uint64_t seed = 1;
+    /// That share the work of a tick; none: as many as the machine has, within reason.
+    std::optional<std::size_t> threads;
 };
 
 /// The lists of a map's files.
@@ -36,8 +38,8 @@ struct CutList {
 
 /// A map with what stands on it. Depends on no mounted data once it is there.
 struct LoadedMap {
-    LoadedMap(const io::TntFile& ground, const sim::Conditions& conditions, std::uint64_t seed)
-        : world(sim::Terrain(ground), conditions, seed) {}
+    LoadedMap(const io::TntFile& ground, const sim::WorldOptions& options)
+        : world(sim::Terrain(ground), options) {}
 
     std::string name;
     std::string title;

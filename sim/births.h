@@ -40,6 +40,10 @@ const Feature* placeFeature(WorldParts& world, std::uint32_t type, Cell northWes
 /// Takes a feature off the map, with its cells.
 void removeFeature(WorldParts& world, std::uint32_t id);
 
+/// Gives a unit the cells that it stands on, as far as they are free, and frees those that it has.
+void takeCells(WorldParts& world, const Unit& unit);
+void releaseCells(WorldParts& world, const Unit& unit);
+
 /// How high a unit of that type stands at a place on the map.
 Fixed restingAltitude(const Terrain& terrain, const UnitType& type, GroundPoint place);
 

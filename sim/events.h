@@ -95,8 +95,10 @@ struct Effect {
     Vector place;
 };
 
+/// By the name of a file or, where a script plays it, by a number.
 struct Sound {
     std::string name;
+    std::int32_t number = -1;
 };
 
 /// The unit's script file lacks a script that the game asks for; told once a type and script.

@@ -41,14 +41,16 @@ enum class OrderKind : std::uint8_t {
 /// One order in a unit's queue; the first one is being carried out.
 struct Order {
     OrderKind kind = OrderKind::move;
-    /// The weapon that attack and fire are about.
-    std::int8_t slot = 0;
-    /// It has begun: what it does once at its beginning is done.
-    bool hasBegun = false;
+    /// The weapon that attack and fire are about, -1 for all of them.
+    std::int8_t slot = -1;
+    /// The weapon that was told to has fired.
+    bool hasFired = false;
     /// Given by the world to make room, not by anybody's request; its end is told to nobody.
     bool isSideStep = false;
     /// Where to; where `target` is none, for attack and fire also what to.
     GroundPoint place = {};
+    /// Where all go that were given the order together.
+    GroundPoint gathering = {};
     /// Above the map's zero, for a place that is attacked.
     Fixed altitude = {};
     UnitRef target = {};
@@ -70,13 +72,14 @@ template <typename Visit>
 void eachField(const Order& order, Visit visit) {
     visit("kind", order.kind);
     visit("slot", order.slot);
-    visit("hasBegun", order.hasBegun);
+    visit("hasFired", order.hasFired);
     visit("isSideStep", order.isSideStep);
     visit("place", order.place);
+    visit("gathering", order.gathering);
     visit("altitude", order.altitude);
     visit("target", order.target);
     visit("feature", order.feature);
 }
-static_assert(sizeof(Order) == 28);
+static_assert(sizeof(Order) == 36);
 
 }  // namespace orb::sim

@@ -4,12 +4,8 @@
 namespace orb::sim {
 
 void stepEconomy(WorldParts&, TickScratch&) {}
-void stepOrders(WorldParts&, TickScratch&) {}
 void stepConstruction(WorldParts&, TickScratch&) {}
-void stepRoutes(WorldParts&, TickScratch&) {}
-void stepMotion(WorldParts&, TickScratch&) {}
 void stepTargets(WorldParts&, TickScratch&) {}
-void stepScripts(WorldParts&, TickScratch&) {}
 void stepWeapons(WorldParts&, TickScratch&) {}
 void stepProjectiles(WorldParts&, TickScratch&) {}
 void stepDamage(WorldParts&, TickScratch&) {}

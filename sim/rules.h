@@ -2,6 +2,9 @@
 
 #include <cstdint>
 
+#include "sim/fixed.h"
+#include "sim/tick.h"
+
 /// How the game behaves where no document of its own tells: one line each, so that it is easy to
 /// correct. Engineering limits stand beside their use instead.
 namespace orb::sim::rules {
@@ -33,5 +36,37 @@ inline constexpr std::int32_t kMostFallSeconds = 120;
 /// Steps of 1/65536 turn within which a weapon without `tolerance` counts as aimed: some 5 degrees.
 /// Half of the known weapons give one, from 200 to 37,152.
 inline constexpr std::int32_t kAimTolerance = 1'000;
+
+/// Kills for each veteran level that a script reads. Known is only that units are veterans from so
+/// many on.
+inline constexpr std::int32_t kKillsOfVeteran = 5;
+
+
+// Going somewhere. No document tells how; higher and lower as said.
+
+/// Who comes so near to his goal is there. Lower makes slow turners circle.
+inline constexpr Fixed kArrivalDistance = Fixed::fromInt(2);
+/// Whose goal is taken by others is there within so many of his footprints, after so many ticks of
+/// standing. Higher ends crowding sooner and leaves looser groups.
+inline constexpr std::int32_t kCrowdedGoalFootprints = 2;
+inline constexpr Tick kCrowdedGoalTicks = 15;
+/// How long somebody goes round before he heads for his goal again, and how far he looks whether
+/// there is room. Longer gets round larger groups and wanders more.
+inline constexpr Tick kDetourTicks = 20;
+inline constexpr Fixed kDetourProbe = Fixed::fromInt(16);
+/// Ticks without getting on after which that is told, and after which the order fails.
+inline constexpr Tick kBlockedTicks = 90;
+inline constexpr Tick kGiveUpTicks = 300;
+/// Who makes room leaves so many cells more than the other needs.
+inline constexpr std::int32_t kSideStepCells = 1;
+
+/// Attackers go so much nearer than their range, so that a shot from the muzzle reaches.
+inline constexpr Fixed kAttackMargin = Fixed::fromInt(16);
+/// Guards keep within this distance, and remember for so long who attacked their ward.
+inline constexpr Fixed kGuardDistance = Fixed::fromInt(96);
+inline constexpr Tick kGuardMemory = 150;
+
+/// The worst way to die, in percent of the health that there was.
+inline constexpr std::int32_t kMostSeverity = 200;
 
 }  // namespace orb::sim::rules

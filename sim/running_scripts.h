@@ -29,8 +29,15 @@ public:
 
     /// Gives the unit an instance at rest whose Create, and Activate, run in the next tick; none,
     /// with a line in the log, for a unit without script or model. In place of the one it had.
-    unitview::CobInstance* setUp(const Unit& unit);
+    unitview::CobInstance* setUp(const Unit& unit, Tick now);
     void remove(const Unit& unit);
+
+    /// The first tick after which its pieces were as they are now.
+    Tick poseTick(const Unit& unit) const {
+        return unit.slot() < slots_.size() ? slots_[unit.slot()].poseTick : 0;
+    }
+    /// Looks whether a tick has moved its pieces.
+    void notePose(const Unit& unit, Tick now);
 
 private:
     struct Slot {
@@ -38,6 +45,9 @@ private:
         unitview::CobInstance* instance = nullptr;
         /// Stays where it is: the instance's callbacks write to it.
         std::unique_ptr<ScriptOutbox> outbox;
+        /// For viewers; no state.
+        std::uint64_t poseVersion = 0;
+        Tick poseTick = 0;
     };
 
     /// By unit name, as the last unit of that name that was set up has it.

@@ -16,27 +16,30 @@ namespace orb::sim {
 struct UnitWish {
     /// Where motion should bring it; none is to stand.
     std::optional<GroundPoint> goal;
-    /// How near is near enough, in map pixels.
-    Fixed nearEnough;
+    /// Where all of its group go.
+    GroundPoint gathering;
     /// What its weapons should attack: a unit, or a place where `target` is none.
     struct Attack {
         UnitRef target;
         Vector place;
         /// The weapon that is meant; -1 is all of them.
         std::int8_t slot = -1;
-        /// One shot that is asked for by name: weapons that never fire by themselves do too.
+        /// One shot that is asked for by name, from weapons too that never fire by themselves. Who
+        /// fires it sets `hasFired` of the unit's first order.
         bool isCommand = false;
     };
     std::optional<Attack> attack;
-    /// Fired at the end of the weapons phase: what was commanded is done.
-    bool hasFired = false;
 };
 
 /// What motion would like to do with a unit: computed by many threads, applied in slot order.
 struct MotionStep {
-    bool moves = false;
     Angle heading;
     Fixed speed;
+    /// Where its way ends, and how far that is in a straight line; none when it is not near.
+    std::optional<GroundPoint> end;
+    Fixed distance;
+    /// The end is not the goal but the nearest place that can be reached.
+    bool isElsewhere = false;
 };
 
 /// How a thread of a unit's script ended that a phase had started with a number.

@@ -8,6 +8,7 @@
 #include "sim/angle.h"
 #include "sim/cell.h"
 #include "sim/order.h"
+#include "sim/route.h"
 #include "sim/tick.h"
 #include "sim/unit_ref.h"
 #include "sim/unit_type.h"
@@ -15,20 +16,29 @@
 
 namespace orb::sim {
 
+/// How far somebody is who goes somewhere.
+enum class Arrival : std::uint8_t {
+    underWay,
+    atGoal,
+    /// The goal cannot be reached; this is as near as it gets.
+    elsewhere,
+    /// Something has stood in its way for too long.
+    givenUp,
+};
+
 /// Where a unit is going and how that goes.
 struct UnitMotion {
     /// In map pixels a tick, along its heading.
     Fixed speed;
     /// The movement class that its ways are looked up in.
-    std::uint32_t movementClass = 0;
-    /// How many ticks ago something first stood in its way, without its getting on since.
+    std::uint32_t movementClass = kNoMovementClass;
+    /// How long it has not got on, in ticks.
     std::int32_t blockedTicks = 0;
-    /// How often it has been told to get out of somebody's way without getting anywhere.
-    std::int32_t sideSteps = 0;
-    /// How it goes round what stands in its way, in steps added to its heading.
+    /// How it goes round what stands in its way: this is added to its heading, for so many ticks.
     Angle detour;
-    /// Its way came to the nearest place that can be reached, not to the goal.
-    bool goesElsewhere = false;
+    std::int16_t detourTicks = 0;
+    /// How the way to its goal ended; for the order that it follows, which looks in the next tick.
+    Arrival arrival = Arrival::underWay;
 
     bool operator==(const UnitMotion&) const = default;
 };
@@ -40,7 +50,7 @@ struct ScriptValues {
     bool isYardOpen = false;
     bool wantsRoom = false;
     bool isArmored = false;
-    /// What its script was last told: that it moves, and what it stands in.
+    /// What its script was last told: whether it moves, and what it stands in.
     bool toldMoving = false;
     std::int8_t toldSurface = -1;
 
@@ -106,9 +116,9 @@ void eachField(const UnitMotion& motion, Visit visit) {
     visit("speed", motion.speed);
     visit("movementClass", motion.movementClass);
     visit("blockedTicks", motion.blockedTicks);
-    visit("sideSteps", motion.sideSteps);
     visit("detour", motion.detour);
-    visit("goesElsewhere", motion.goesElsewhere);
+    visit("detourTicks", motion.detourTicks);
+    visit("arrival", motion.arrival);
 }
 static_assert(sizeof(UnitMotion) == 20);
 

@@ -8,10 +8,10 @@
 
 namespace orb::sim {
 
-World::World(Terrain terrain, const Conditions& conditions, std::uint64_t seed)
-    : parts_(std::move(terrain)) {
-    parts_.frame.conditions = conditions;
-    parts_.frame.seed = seed;
+World::World(Terrain terrain, const WorldOptions& options)
+    : parts_(std::move(terrain), options.threads) {
+    parts_.frame.conditions = options.conditions;
+    parts_.frame.seed = options.seed;
 }
 
 void World::runTick(const std::function<void(std::string_view)>& afterPhase) {

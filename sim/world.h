@@ -16,11 +16,19 @@ namespace orb::sim {
 
 inline constexpr std::int32_t kPlayerCount = 10;
 
+struct WorldOptions {
+    Conditions conditions = {};
+    /// What random numbers hang from.
+    std::uint64_t seed = 1;
+    /// That share the work of a tick, from 1; nothing else depends on it.
+    std::size_t threads = 1;
+};
+
 /// The map with everything on it. It changes in ticks and, between them, by requests. Same
 /// requests, same world: on every machine, with any number of threads, however ticks are cut.
 class World {
 public:
-    explicit World(Terrain terrain, const Conditions& conditions = {}, std::uint64_t seed = 1);
+    explicit World(Terrain terrain, const WorldOptions& options = {});
     World(const World&) = delete;
     World& operator=(const World&) = delete;
 

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "sim/conditions.h"
@@ -8,10 +11,12 @@
 #include "sim/features.h"
 #include "sim/occupancy.h"
 #include "sim/projectiles.h"
+#include "sim/routes.h"
 #include "sim/running_scripts.h"
 #include "sim/terrain.h"
 #include "sim/unit_buckets.h"
 #include "sim/units.h"
+#include "sim/workers.h"
 
 namespace orb::sim {
 
@@ -40,6 +45,8 @@ struct WorldState {
     RunningScripts scripts;
     Features features;
     Projectiles projectiles;
+    /// Queue, ways and searches are state; the graphs among it are derived, see there.
+    Routes routes;
     /// Follows from the rest but for who came first; see there. Not hashed.
     Occupancy occupancy;
 };
@@ -58,11 +65,19 @@ struct WorldParts {
     WorldState state;
     WorldDerived derived;
     EventLog events;
+    /// The scripts whose absence was told, with the names of the types that lack them.
+    std::set<std::pair<std::string, UnitScript>> toldMissing;
+    /// They share the parallel phases.
+    Workers workers;
 
-    explicit WorldParts(Terrain ground);
+    WorldParts(Terrain ground, std::size_t threads);
 
     void tell(const Unit& unit, EventDetail detail) {
         events.add({state.tick, unit.id, unit.type, std::move(detail)});
+    }
+    void tellMissing(const Unit& unit, UnitScript script) {
+        if (toldMissing.emplace(unit.type->name, script).second)
+            tell(unit, ScriptMissing{std::string(nameOf(script))});
     }
 };
 
