@@ -25,10 +25,10 @@ constexpr std::size_t kWalkers = 2'000;
 constexpr std::size_t kPairs = 100;
 constexpr std::size_t kThreads = 2;
 
-const MovementLimits kLimits{.footprintX = 2,
-                             .footprintZ = 2,
-                             .site = {.maxSlope = 18, .maxWaterDepth = 30},
-                             .badSlope = 12};
+const MovementLimits kLimits{
+    .footprintX = 2,
+    .footprintZ = 2,
+    .site = {.maxSlope = 18, .badSlope = 12, .maxWaterDepth = 30}};
 
 /// A star over cells, as straightforward as it gets: the length of the shortest way.
 class CellSearch {

@@ -58,7 +58,7 @@ TEST(ClassGrid, TellsWhereAFootprintFitsCellByCell) {
     for (const std::int32_t side : {1, 2, 5, 8}) {
         MovementLimits limits = sized(side);
         limits.site.maxWaterDepth = 12;
-        limits.badSlope = 7;
+        limits.site.badSlope = 7;
         const ClassGrid grid(terrain, obstacles, limits);
         forEachCell({{0, 0}, 40, 40}, [&](Cell cell) {
             const CellRect footprint{cell, side, side};
