@@ -17,6 +17,11 @@ inline constexpr std::int32_t kSurfaceMetal = 3;
 inline constexpr std::int32_t kLeastWind = 0;
 inline constexpr std::int32_t kMostWind = 5'000;
 
+/// What a player begins with of metal and of energy where a schema does not say: what most say, and
+/// without a description enough for any preview.
+inline constexpr double kUsualStock = 1'000;
+inline constexpr double kStockWithoutDescription = 1'000'000;
+
 /// A unit or movement class stands on a slope when the largest difference of the four corner
 /// heights of each of its cells, in pixels, is no more than this. Keys use 10 to 32, and 255 for no
 /// limit; a class without the key climbs everything, which known classes count on.
@@ -40,7 +45,6 @@ inline constexpr std::int32_t kAimTolerance = 1'000;
 /// Kills for each veteran level that a script reads. Known is only that units are veterans from so
 /// many on.
 inline constexpr std::int32_t kKillsOfVeteran = 5;
-
 
 // Going somewhere. No document tells how; higher and lower as said.
 

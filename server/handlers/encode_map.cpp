@@ -5,8 +5,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "server/handlers/encode_cob.h"
 #include "server/handlers/encode_source.h"
 #include "server/handlers/json_numbers.h"
+#include "server/handlers/order_words.h"
 
 namespace orb::unitview::ipc {
 namespace {
@@ -53,6 +55,16 @@ json encodeWeapons(const std::vector<int>& slots) {
     for (const int slot : slots)
         result.push_back({{"slot", slot}, {"state", "idle"}, {"reload", 0.0}, {"stock", 0}});
     return result;
+}
+
+std::string_view stateWord(const sim::Unit& unit) {
+    if (!unit.isBuilt()) return "nanoframe";
+    if (unit.carrier) return "carried";
+    if (!unit.orders.empty()) {
+        const sim::OrderKind kind = unit.orders.front().kind;
+        if (kind == sim::OrderKind::attack || kind == sim::OrderKind::fire) return "attacking";
+    }
+    return unit.motion.speed != sim::Fixed() || !unit.orders.empty() ? "moving" : "idle";
 }
 
 }  // namespace
@@ -109,7 +121,7 @@ json encodeLoadedMap(const LoadedMap& map) {
     return result;
 }
 
-json encodeMapUnit(const sim::Unit& unit, bool withPieces) {
+json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPieces) {
     json result = {{"unitId", unit.id},
                    {"unitName", unit.type->name},
                    {"player", unit.player},
@@ -117,17 +129,24 @@ json encodeMapUnit(const sim::Unit& unit, bool withPieces) {
                    {"y", unit.altitude.toNumber()},
                    {"z", unit.place.z.toNumber()},
                    {"heading", unit.heading.radians()},
-                   {"pitch", 0.0},
-                   {"roll", 0.0},
-                   {"speed", 0.0},
+                   {"pitch", unit.pitch.radians()},
+                   {"roll", unit.roll.radians()},
+                   {"speed", unit.motion.speed.toNumber() * sim::kTicksPerSecond},
                    {"health", unit.health.ceil()},
                    {"maxHealth", unit.type->maxHealth},
                    {"buildFraction", unit.buildFraction.toNumber()},
-                   {"state", unit.isBuilt() ? "idle" : "nanoframe"},
+                   {"state", stateWord(unit)},
                    {"active", unit.isActive},
-                   {"queued", 0},
+                   {"queued", unit.orders.empty() ? 0 : unit.orders.size() - 1},
                    {"weapons", encodeWeapons(unit.type->weaponSlots)}};
-    if (withPieces) result["transforms"] = encodePiecesAtRest(unit.type->pieces);
+    if (!unit.orders.empty() && !unit.orders.front().isSideStep)
+        result["order"] = orderWord(unit.orders.front().kind);
+    if (unit.carrier) result["carrier"] = unit.carrier.slot + 1;
+    if (withPieces) {
+        const CobInstance* const script = world.scripts().of(unit);
+        result["transforms"] = script ? encodePieces(*script, unit.type->pieces)
+                                      : encodePiecesAtRest(unit.type->pieces);
+    }
     return result;
 }
 
