@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "model/piece_list.h"
+#include "session/weapon_types.h"
 
 namespace orb::unitview {
 namespace {
@@ -64,6 +65,8 @@ sim::FeatureType makeFeatureType(const GameTables& tables, const std::string& na
     type.footprintZ = footprintSide(intOf(section, "footprintz", 1));
     type.height = std::max(0, intOf(section, "height", 0));
     type.isBlocking = intOf(section, "blocking", 0) != 0;
+    if (intOf(section, "indestructible", 0) == 0)
+        type.health = sim::Amount::fromInt(std::clamp(intOf(section, "damage", 0), 0, kMaxHealth));
     type.isReclaimable = intOf(section, "reclaimable", 0) != 0;
     type.isGeothermal = intOf(section, "geothermal", 0) != 0;
     type.metal = section.getFloat("metal").value_or(0.0F);
@@ -86,11 +89,7 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     type.sightDistance = std::clamp(fbi.sightDistance, 0, kMaxSight);
     type.isActiveWhenBuilt = !type.isBuilding || fbi.activateWhenBuilt;
     type.pieces = pieceNames(unit.model);
-    int slot = 0;
-    for (const std::string* weapon : {&fbi.weapon1, &fbi.weapon2, &fbi.weapon3}) {
-        if (tables.weapons.find(*weapon)) type.weaponSlots.push_back(slot);
-        ++slot;
-    }
+    takeWeapons(type, tables, fbi);
 
     const TableEntry* const movement = tables.movementClasses.find(fbi.movementClass);
     takeFootprint(type, movement ? movement->section : unit.unitInfo());

@@ -32,6 +32,10 @@ std::uint8_t stateOf(const OrderRequest& request) {
     return static_cast<std::uint8_t>(std::clamp(request.value, 0.0, 2.0));
 }
 
+std::int32_t severityOf(const OrderRequest& request) {
+    return static_cast<std::int32_t>(std::clamp(request.value, 0.0, 200.0));
+}
+
 void finish(WorldParts& world, Unit& unit) {
     if (unit.isBuilt()) return;
     unit.buildFraction = Fixed::fromInt(1);
@@ -90,7 +94,7 @@ void actAtOnce(WorldParts& world, TickScratch& scratch, Unit& unit, const OrderR
         case OrderKind::damage:
             return damageUnit(world, scratch, unit, request);
         case OrderKind::kill:
-            return removeUnit(world, unit);
+            return killUnit(world, scratch, unit, severityOf(request), DeathKind::killed);
         case OrderKind::finish:
             return finish(world, unit);
         case OrderKind::place:
@@ -203,6 +207,7 @@ std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
         else
             actAtOnce(world, scratch, *unit, request);
     }
+    stepDamage(world, scratch);
     const Order order = orderOf(world, request);
     const bool spreads = request.kind == OrderKind::move || request.kind == OrderKind::patrol;
     const std::vector<GroundPoint> places =
