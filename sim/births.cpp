@@ -23,6 +23,28 @@ Amount healthOf(const UnitType& type, float percent) {
         std::max<std::int64_t>(1, std::llround(static_cast<double>(type.maxHealth) * share)));
 }
 
+/// Ways go round what stays where it is.
+void takeCell(WorldParts& world, Cell cell, CellOwner owner) {
+    if (!world.state.occupancy.isFree(cell)) return;
+    world.state.occupancy.take(cell, owner);
+    if (owner.isStatic()) world.state.routes.setBlocked({cell, 1, 1}, true);
+}
+
+void releaseAll(WorldParts& world, const CellRect& cells, CellOwner owner) {
+    forEachCell(cells, [&](Cell cell) {
+        if (world.state.occupancy.ownerOf(cell) != owner) return;
+        world.state.occupancy.release({cell, 1, 1}, owner);
+        if (owner.isStatic()) world.state.routes.setBlocked({cell, 1, 1}, false);
+    });
+}
+
+std::uint32_t movementClassOf(WorldParts& world, const UnitType& type) {
+    if (!type.canMove || type.canFly || type.isBuilding) return kNoMovementClass;
+    return world.state.routes.classOf(world.frame.terrain,
+                                      {type.footprintX, type.footprintZ, type.limits},
+                                      world.workers);
+}
+
 }  // namespace
 
 CellOwner ownerOf(const Unit& unit) {
@@ -36,12 +58,12 @@ void takeCells(WorldParts& world, const Unit& unit) {
     const CellRect cells = unit.cells();
     forEachCell(cells, [&](Cell cell) {
         if (takesCell(type, cells, cell, unit.values.isYardOpen))
-            world.state.occupancy.take(cell, ownerOf(unit));
+            takeCell(world, cell, ownerOf(unit));
     });
 }
 
 void releaseCells(WorldParts& world, const Unit& unit) {
-    world.state.occupancy.release(unit.cells(), ownerOf(unit));
+    releaseAll(world, unit.cells(), ownerOf(unit));
 }
 
 SiteFault testUnit(const WorldParts& world, const UnitBirth& birth) {
@@ -63,6 +85,7 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
     unit.buildFraction = birth.buildFraction;
     unit.isActive = birth.isActive;
     unit.standing = {type.moveState, type.fireState};
+    unit.motion.movementClass = movementClassOf(world, type);
     takeCells(world, unit);
     world.derived.buckets.add(unit.slot(), unit.place);
     setUpScript(world, unit);
@@ -99,7 +122,10 @@ const Feature* placeFeature(WorldParts& world, std::uint32_t typeIndex, Cell nor
     feature.altitude = terrain.groundHeight(
         terrain.contains(feature.place) ? feature.place : CellRect{northWest, 1, 1}.center());
     const Feature& placed = world.state.features.add(feature);
-    if (type.isBlocking) world.state.occupancy.take(cells, {CellOwner::Kind::feature, placed.id});
+    if (type.isBlocking)
+        forEachCell(cells, [&](Cell cell) {
+            takeCell(world, cell, {CellOwner::Kind::feature, placed.id});
+        });
     if (type.isGeothermal)
         forEachCell(cells, [&](Cell cell) {
             if (terrain.contains({cell, 1, 1}))
@@ -114,8 +140,8 @@ void removeFeature(WorldParts& world, std::uint32_t id) {
     const Feature* const feature = world.state.features.find(id);
     if (!feature) return;
     const FeatureType& type = world.frame.featureTypes[feature->type];
-    world.state.occupancy.release(footprintAt(feature->place, type.footprintX, type.footprintZ),
-                                  {CellOwner::Kind::feature, id});
+    releaseAll(world, footprintAt(feature->place, type.footprintX, type.footprintZ),
+               {CellOwner::Kind::feature, id});
     world.state.features.remove(id);
 }
 

@@ -37,15 +37,11 @@ Fixed turningSpeed(Fixed most, std::int32_t offSteps) {
     return most.times(cosine(Angle::fromSteps(offSteps)), Rounding::down);
 }
 
-RouteStep wayOf(const WorldParts&, const Unit&, const UnitWish& wish) {
-    return {RouteState::whole, *wish.goal, true};
-}
-
 MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& wish) {
     const MoveLimits& limits = unit.type->movement;
     MotionStep step{unit.heading, changedSpeed(unit.motion.speed, {}, limits), {}, {}, false};
     if (!wish.goal) return step;
-    const RouteStep way = wayOf(world, unit, wish);
+    const RouteStep way = world.state.routes.step(unit.slot());
     const Fixed x = way.toward.x - unit.place.x, z = way.toward.z - unit.place.z;
     step.distance = lengthOf(x, z);
     if (way.isEnd) step.end = way.toward;
@@ -210,8 +206,8 @@ Fixed surfaceAt(const WorldParts& world, const Unit& unit, GroundPoint place) {
 
 bool canStandAt(const WorldParts& world, const Unit& unit, GroundPoint place) {
     const CellRect cells = footprintAt(place, unit.type->footprintX, unit.type->footprintZ);
-    return testGround({world.frame.terrain, world.state.occupancy, world.frame.vents}, *unit.type,
-                      cells) == SiteFault::none;
+    return world.frame.terrain.contains(cells) &&
+           world.state.routes.fits(unit.motion.movementClass, cells.corner);
 }
 
 void settleOnGround(const WorldParts& world, Unit& unit) {
@@ -227,6 +223,18 @@ void settleOnGround(const WorldParts& world, Unit& unit) {
     unit.pitch = angleOf(heightAt(unit.heading, halfLength) - heightAt(unit.heading, -halfLength),
                          length);
     unit.roll = angleOf(heightAt(left, halfWidth) - heightAt(left, -halfWidth), width);
+}
+
+void stepRoutes(WorldParts& world, TickScratch& scratch) {
+    Routes& routes = world.state.routes;
+    for (const Unit& unit : world.state.units) {
+        const UnitWish& wish = scratch.wishes[unit.slot()];
+        if (wish.goal && walks(unit))
+            routes.wish({unit.slot(), unit.motion.movementClass, unit.place, *wish.goal,
+                         wish.gathering});
+    }
+    routes.update(world.frame.terrain, world.workers);
+    scratch.counts.nodeVisits += routes.work().visits;
 }
 
 void stepMotion(WorldParts& world, TickScratch& scratch) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 #include <span>
-#include <tuple>
 
 #include "sim/occupancy.h"
 
@@ -12,12 +11,6 @@ namespace {
 
 /// So many steps over usual ground are walked rather than one over bad ground.
 constexpr std::uint8_t kBadStep = 3;
-
-auto asTuple(const MovementLimits& limits) {
-    return std::tie(limits.footprintX, limits.footprintZ, limits.site.maxSlope,
-                    limits.site.maxWaterSlope, limits.site.minWaterDepth, limits.site.maxWaterDepth,
-                    limits.badSlope, limits.badWaterSlope, limits.canHover);
-}
 
 bool isDeepEnoughAndNotTooDeep(const SiteLimits& limits, std::int32_t depth) {
     if (limits.maxWaterDepth < rules::kNoLimit && depth > limits.maxWaterDepth) return false;
@@ -33,12 +26,12 @@ std::uint8_t costOfCell(const Terrain& terrain, const Obstacles& obstacles,
                         const MovementLimits& limits, Cell cell) {
     if (terrain.isVoid(cell) || obstacles.isBlocked(cell)) return kNoStep;
     const std::int32_t depth = terrain.seaLevel() - terrain.heightRange({cell, 1, 1}).lowest;
-    if (!limits.canHover && !isDeepEnoughAndNotTooDeep(limits.site, depth)) return kNoStep;
+    if (!limits.site.canHover && !isDeepEnoughAndNotTooDeep(limits.site, depth)) return kNoStep;
     const std::int32_t slope = terrain.slope(cell);
     const bool isUnderWater = depth > 0;
     if (exceeds(slope, isUnderWater ? limits.site.maxWaterSlope : limits.site.maxSlope))
         return kNoStep;
-    return exceeds(slope, isUnderWater ? limits.badWaterSlope : limits.badSlope) ? kBadStep
+    return exceeds(slope, isUnderWater ? limits.site.badWaterSlope : limits.site.badSlope) ? kBadStep
                                                                                  : kUsualStep;
 }
 
@@ -64,10 +57,6 @@ private:
 };
 
 }  // namespace
-
-bool MovementLimits::operator==(const MovementLimits& other) const {
-    return asTuple(*this) == asTuple(other);
-}
 
 Obstacles::Obstacles(std::int32_t cellsX, std::int32_t cellsZ)
     : cellsX_(cellsX),

@@ -15,13 +15,8 @@ struct MovementLimits {
     std::int32_t footprintX = 1;
     std::int32_t footprintZ = 1;
     SiteLimits site = {};
-    /// Steeper ground than this is only walked where the way round is long.
-    std::int32_t badSlope = rules::kNoLimit;
-    std::int32_t badWaterSlope = rules::kNoLimit;
-    /// Depths do not matter.
-    bool canHover = false;
 
-    bool operator==(const MovementLimits& other) const;
+    bool operator==(const MovementLimits&) const = default;
 };
 
 /// Which cells are taken by what stays where it is.

@@ -5,7 +5,6 @@ namespace orb::sim {
 
 void stepEconomy(WorldParts&, TickScratch&) {}
 void stepConstruction(WorldParts&, TickScratch&) {}
-void stepRoutes(WorldParts&, TickScratch&) {}
 void stepFeatures(WorldParts&, TickScratch&) {}
 void stepSight(WorldParts&, TickScratch&) {}
 

@@ -15,11 +15,9 @@ struct Turn {
 
     /// Turns the first of two axes towards the second.
     void apply(Fixed& first, Fixed& second) const {
-        const auto product = [](Fixed a, Fixed b) {
-            return std::int64_t{a.raw()} * b.raw();
-        };
-        const auto rounded = [](std::int64_t product) {
-            return Fixed::fromWideRaw(quotient(product, Fixed::kOne, Rounding::nearest));
+        const auto product = [](Fixed a, Fixed b) { return std::int64_t{a.raw()} * b.raw(); };
+        const auto rounded = [](std::int64_t sum) {
+            return Fixed::fromWideRaw(quotient(sum, Fixed::kOne, Rounding::nearest));
         };
         const Fixed before = first;
         first = rounded(product(before, cosine) - product(second, sine));

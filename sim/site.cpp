@@ -52,9 +52,22 @@ SiteFault testDepth(const Terrain& terrain, const UnitType& type, const CellRect
     return SiteFault::none;
 }
 
-template <typename IsFree>
-SiteFault testCells(const Ground& ground, const UnitType& type, const CellRect& cells,
-                    IsFree isFree) {
+}  // namespace
+
+bool takesCell(const UnitType& type, const CellRect& cells, Cell cell, bool isYardOpen) {
+    const char letter = letterAt(type, cells, cell);
+    return !isOneOf(kFreeLetters, letter) &&
+           !isOneOf(isYardOpen ? kClosedLetters : kOpenLetters, letter);
+}
+
+std::string_view textOf(SiteFault fault) {
+    constexpr std::array<std::string_view, 8> kTexts = {"",         "outside the map", "void",
+                                                        "too deep", "too shallow",     "too steep",
+                                                        "no vent",  "occupied"};
+    return kTexts[static_cast<std::size_t>(fault)];
+}
+
+SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& cells) {
     const Terrain& terrain = ground.terrain;
     if (!terrain.contains(cells)) return SiteFault::outside;
     if (type.canFly) return SiteFault::none;
@@ -73,33 +86,9 @@ SiteFault testCells(const Ground& ground, const UnitType& type, const CellRect& 
             return !isOneOf(kVentLetters, letterAt(type, cells, cell)) || ground.isVent(cell);
         }))
         return SiteFault::noVent;
-    if (!solid(isFree)) return SiteFault::occupied;
+    if (!solid([&](Cell cell) { return ground.occupancy.isFree(cell); }))
+        return SiteFault::occupied;
     return SiteFault::none;
-}
-
-}  // namespace
-
-bool takesCell(const UnitType& type, const CellRect& cells, Cell cell, bool isYardOpen) {
-    const char letter = letterAt(type, cells, cell);
-    return !isOneOf(kFreeLetters, letter) &&
-           !isOneOf(isYardOpen ? kClosedLetters : kOpenLetters, letter);
-}
-
-std::string_view textOf(SiteFault fault) {
-    constexpr std::array<std::string_view, 8> kTexts = {"",         "outside the map", "void",
-                                                        "too deep", "too shallow",     "too steep",
-                                                        "no vent",  "occupied"};
-    return kTexts[static_cast<std::size_t>(fault)];
-}
-
-SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& cells) {
-    return testCells(ground, type, cells,
-                     [&](Cell cell) { return ground.occupancy.isFree(cell); });
-}
-
-SiteFault testGround(const Ground& ground, const UnitType& type, const CellRect& cells) {
-    return testCells(ground, type, cells,
-                     [&](Cell cell) { return !ground.occupancy.ownerOf(cell).isStatic(); });
 }
 
 std::string yardOf(std::string_view letters, std::int32_t footprintX, std::int32_t footprintZ) {

@@ -32,9 +32,6 @@ struct Ground {
 /// Aircraft stand anywhere on the map.
 SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& cells);
 
-/// The same where those who walk do not count: only what stays where it is.
-SiteFault testGround(const Ground& ground, const UnitType& type, const CellRect& cells);
-
 /// True for the cells of a footprint that a unit takes: all but those that its yard keeps free, for
 /// good or while it is open.
 bool takesCell(const UnitType& type, const CellRect& cells, Cell cell, bool isYardOpen = false);

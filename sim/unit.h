@@ -8,6 +8,7 @@
 #include "sim/angle.h"
 #include "sim/cell.h"
 #include "sim/order.h"
+#include "sim/route.h"
 #include "sim/tick.h"
 #include "sim/unit_ref.h"
 #include "sim/unit_type.h"
@@ -30,7 +31,7 @@ struct UnitMotion {
     /// In map pixels a tick, along its heading.
     Fixed speed;
     /// The movement class that its ways are looked up in.
-    std::uint32_t movementClass = 0;
+    std::uint32_t movementClass = kNoMovementClass;
     /// How long it has not got on, in ticks.
     std::int32_t blockedTicks = 0;
     /// How it goes round what stands in its way: this is added to its heading, for so many ticks.

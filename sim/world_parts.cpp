@@ -5,7 +5,7 @@ namespace orb::sim {
 WorldFrame::WorldFrame(Terrain ground)
     : terrain(std::move(ground)), vents(terrain.heights().size()) {}
 
-WorldState::WorldState(const Terrain& terrain) : occupancy(terrain.cellsX(), terrain.cellsZ()) {}
+WorldState::WorldState(const Terrain& terrain) : routes(terrain), occupancy(terrain.cellsX(), terrain.cellsZ()) {}
 
 WorldDerived::WorldDerived(const Terrain& terrain) : buckets(terrain.cellsX(), terrain.cellsZ()) {}
 
@@ -14,6 +14,7 @@ WorldParts::WorldParts(Terrain ground, std::size_t threads)
 
 void dropDerived(WorldParts& world) {
     world.derived.buckets.rebuild(world.state.units);
+    world.state.routes.dropDerived();
 }
 
 }  // namespace orb::sim

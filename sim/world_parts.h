@@ -11,6 +11,7 @@
 #include "sim/features.h"
 #include "sim/occupancy.h"
 #include "sim/projectiles.h"
+#include "sim/routes.h"
 #include "sim/running_scripts.h"
 #include "sim/terrain.h"
 #include "sim/unit_buckets.h"
@@ -44,6 +45,8 @@ struct WorldState {
     RunningScripts scripts;
     Features features;
     Projectiles projectiles;
+    /// Queue, ways and searches are state; the graphs among it are derived, see there.
+    Routes routes;
     /// Follows from the rest but for who came first; see there. Not hashed.
     Occupancy occupancy;
 };

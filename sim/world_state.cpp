@@ -58,8 +58,9 @@ void putPart(Sink& sink, const WorldState& state, StatePart part) {
             return putState(sink, "projectiles", state.projectiles);
         case StatePart::features:
             return putState(sink, "features", state.features);
-        // Nothing of these is there yet.
         case StatePart::routes:
+            return putState(sink, "routes", state.routes);
+        // Nothing of these is there yet.
         case StatePart::economy:
         case StatePart::sight:
             return;
