@@ -28,10 +28,7 @@ void World::runTick(const std::function<void(std::string_view)>& afterPhase) {
 std::vector<OrderRefusal> World::giveOrder(std::span<const std::int64_t> unitIds,
                                            const OrderRequest& request) {
     scratch_.begin(parts_.state.units.slotCount());
-    auto answers = sim::giveOrder(parts_, scratch_, unitIds, request);
-    // Who is to die does so before anybody looks.
-    stepDamage(parts_, scratch_);
-    return answers;
+    return sim::giveOrder(parts_, scratch_, unitIds, request);
 }
 
 void World::setStocks(std::int32_t player, std::optional<double> metal,
