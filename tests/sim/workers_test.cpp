@@ -1,9 +1,9 @@
 #include "sim/workers.h"
 
-#include <gtest/gtest.h>
-
 #include <numeric>
 #include <stdexcept>
+
+#include <gtest/gtest.h>
 
 namespace orb::sim {
 namespace {
