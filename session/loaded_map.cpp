@@ -55,7 +55,10 @@ std::shared_ptr<const sim::UnitType> unitTypeOf(LoadedMap& map, const MountedDat
     const std::string key = io::upperCased(name);
     if (const auto known = map.unitTypes.find(key); known != map.unitTypes.end())
         return known->second;
-    const LoadedUnit unit = loadUnitFiles(data.files, data.catalogue, name);
+    LoadedUnit unit = loadUnitFiles(data.files, data.catalogue, name);
+    if (const auto script = map.temporaryScripts.find(io::upperCased(unit.name));
+        script != map.temporaryScripts.end())
+        unit.cob = script->second;
     auto type = std::make_shared<sim::UnitType>(makeUnitType(data.tables, unit));
     if (data.tables.features.find(unit.fbi.corpse))
         type->corpse = static_cast<std::int32_t>(featureTypeOf(map, data.tables, unit.fbi.corpse));
@@ -138,6 +141,27 @@ sim::Conditions conditionsOf(const io::OtaFile& description, const io::OtaSchema
     return conditions;
 }
 
+sim::Stock stockOf(const io::OtaSchema& schema, std::string_view key, double usual) {
+    sim::Stock stock;
+    stock.amount = sim::Amount::fromNumber(std::max(
+        0.0, static_cast<double>(schema.values.getFloat(key).value_or(static_cast<float>(usual)))));
+    stock.storage = stock.amount;
+    return stock;
+}
+
+/// What players begin with, and have room for: so previews have something to spend.
+sim::Players playersOf(const io::OtaSchema& schema, bool hasDescription) {
+    const double usual =
+        hasDescription ? sim::rules::kUsualStock : sim::rules::kStockWithoutDescription;
+    sim::Players players;
+    for (sim::Player& player : players) {
+        const bool isFirst = &player == &players.front();
+        player.metal = stockOf(schema, isFirst ? "humanmetal" : "computermetal", usual);
+        player.energy = stockOf(schema, isFirst ? "humanenergy" : "computerenergy", usual);
+    }
+    return players;
+}
+
 /// The schema that a request names; a description without any stands for an empty one.
 const io::OtaSchema& chooseSchema(const io::OtaFile& description, std::int64_t number) {
     static const io::OtaSchema kEmpty;
@@ -168,12 +192,14 @@ sim::GroundPoint pointAt(double x, double z) {
 
 std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& request) {
     auto [name, ground, ownDescription] = readMapFiles(data.files, request.name);
+    const bool hasDescription = ownDescription.has_value();
     const io::OtaFile description = std::move(ownDescription).value_or(io::OtaFile());
     const io::OtaSchema& schema = chooseSchema(description, request.schema);
 
     auto map = std::make_unique<LoadedMap>(
-        ground, sim::WorldOptions{conditionsOf(description, schema), request.seed,
-                                  request.threads.value_or(usualThreads())});
+        ground,
+        sim::WorldOptions{conditionsOf(description, schema), playersOf(schema, hasDescription),
+                          request.seed, request.threads.value_or(usualThreads())});
     map->name = name;
     map->title = headerText(description, "missionname");
     map->schema = request.schema;

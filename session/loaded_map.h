@@ -62,6 +62,9 @@ struct LoadedMap {
     std::map<std::string, std::uint32_t, std::less<>> featureTypes;
     std::map<std::string, std::shared_ptr<const sim::UnitType>, std::less<>> unitTypes;
 
+    /// Scripts that units of those names run in place of their own.
+    std::map<std::string, std::shared_ptr<const io::CobFile>, std::less<>> temporaryScripts;
+
     /// What stands on the map stays as it is; what comes is of the types as the files then say.
     void forgetTypes() {
         featureTypes.clear();

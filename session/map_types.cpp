@@ -36,6 +36,8 @@ sim::SiteLimits readLimits(const io::TdfSection& section) {
     limits.maxWaterSlope = groundLimit(section, "maxwaterslope", limits.maxSlope);
     limits.minWaterDepth = groundLimit(section, "minwaterdepth", 0);
     limits.maxWaterDepth = groundLimit(section, "maxwaterdepth", sim::rules::kNoLimit);
+    limits.badSlope = groundLimit(section, "badslope", sim::rules::kNoLimit);
+    limits.badWaterSlope = groundLimit(section, "badwaterslope", limits.badSlope);
     return limits;
 }
 
@@ -45,6 +47,47 @@ sim::SiteLimits readOwnLimits(const io::TdfSection& section, bool floats) {
     if (!section.getInt("maxwaterdepth") && limits.minWaterDepth == 0 && !floats)
         limits.maxWaterDepth = sim::rules::kDryLandDepth;
     return limits;
+}
+
+sim::Fixed fixedOf(float value) {
+    return sim::Fixed::fromNumber(value);
+}
+
+/// A rate of change; one that is missing or senseless is no limit.
+sim::Fixed rateOf(float value) {
+    const auto most = sim::Fixed::fromInt(sim::kMaxSpeed);
+    return value > 0 ? std::clamp(fixedOf(value), sim::Fixed::fromRaw(1), most) : most;
+}
+
+sim::MoveLimits readMovement(const io::FbiUnitInfo& fbi) {
+    constexpr std::int32_t kHalfTurn = 32'768;
+    sim::MoveLimits movement;
+    movement.maxSpeed =
+        std::clamp(fixedOf(fbi.maxVelocity), sim::Fixed(), sim::Fixed::fromInt(sim::kMaxSpeed));
+    movement.acceleration = rateOf(fbi.acceleration);
+    movement.brakeRate = rateOf(fbi.brakeRate);
+    movement.turnRate = fbi.turnRate > 0 ? std::min(fbi.turnRate, kHalfTurn) : kHalfTurn;
+    movement.isUpright = fbi.upright;
+    return movement;
+}
+
+std::uint8_t standingOrder(std::int32_t state) {
+    return static_cast<std::uint8_t>(std::clamp(state, 0, 2));
+}
+
+/// How the pieces hang together, and how high the model is.
+void takeModel(sim::UnitType& type, const io::Model3doObject& model) {
+    std::vector<float> heights;
+    float highest = 0;
+    for (const auto& [piece, parent] : flattenPieces(model)) {
+        const auto& [x, y, z] = piece->position;
+        type.pieces.push_back(piece->name);
+        type.piecesAtRest.push_back({parent, {fixedOf(x), fixedOf(y), fixedOf(z)}});
+        heights.push_back(y + (parent < 0 ? 0 : heights[static_cast<std::size_t>(parent)]));
+        for (const io::Vec3& vertex : piece->vertices)
+            highest = std::max(highest, heights.back() + vertex[1]);
+    }
+    type.height = fixedOf(highest);
 }
 
 }  // namespace
@@ -88,8 +131,14 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     type.maxHealth = std::clamp(fbi.maxDamage, 1, kMaxHealth);
     type.sightDistance = std::clamp(fbi.sightDistance, 0, kMaxSight);
     type.isActiveWhenBuilt = !type.isBuilding || fbi.activateWhenBuilt;
-    type.pieces = pieceNames(unit.model);
     takeWeapons(type, tables, fbi);
+    type.movement = readMovement(fbi);
+    type.canMove = !type.isBuilding && fbi.canMove && type.movement.maxSpeed > sim::Fixed();
+    type.moveState = standingOrder(fbi.standingMoveOrder);
+    type.fireState = standingOrder(fbi.standingFireOrder);
+    type.script = unit.cob;
+    if (unit.cob) type.scripts = sim::findScripts(*unit.cob);
+    takeModel(type, unit.model);
 
     const TableEntry* const movement = tables.movementClasses.find(fbi.movementClass);
     takeFootprint(type, movement ? movement->section : unit.unitInfo());

@@ -40,9 +40,8 @@ void releaseAll(WorldParts& world, const CellRect& cells, CellOwner owner) {
 
 std::uint32_t movementClassOf(WorldParts& world, const UnitType& type) {
     if (!type.canMove || type.canFly || type.isBuilding) return kNoMovementClass;
-    return world.state.routes.classOf(world.frame.terrain,
-                                      {type.footprintX, type.footprintZ, type.limits},
-                                      world.workers);
+    return world.state.routes.classOf(
+        world.frame.terrain, {type.footprintX, type.footprintZ, type.limits}, world.workers);
 }
 
 }  // namespace

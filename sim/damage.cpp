@@ -216,6 +216,7 @@ void stepDamage(WorldParts& world, TickScratch& scratch) {
     scratch.damage.clear();
     scratch.impacts.clear();
     scratch.deaths.clear();
+    scratch.areaTests = 0;
 }
 
 }  // namespace orb::sim

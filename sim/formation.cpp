@@ -8,8 +8,8 @@
 namespace orb::sim {
 namespace {
 
-/// Places of the grid that are looked at for each unit, on average: beyond water and cliffs there is
-/// hardly one that can be reached.
+/// Places of the grid that are looked at for each unit, on average: beyond water and cliffs there
+/// is hardly one that can be reached.
 constexpr std::size_t kTriesPerUnit = 4;
 constexpr std::size_t kMoreTries = 64;
 

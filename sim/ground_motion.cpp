@@ -81,8 +81,7 @@ bool mayStep(const WorldParts& world, const Unit& unit, const CellRect& from, co
 
 void stepTo(WorldParts& world, Unit& unit, GroundPoint place, const CellRect& from,
             const CellRect& to) {
-    if (from != to && !unit.type->canFly)
-        world.state.occupancy.move(from, to, ownerOf(unit));
+    if (from != to && !unit.type->canFly) world.state.occupancy.move(from, to, ownerOf(unit));
     world.derived.buckets.move(unit.slot(), unit.place, place);
     unit.place = place;
 }
@@ -107,7 +106,7 @@ GroundPoint ahead(const Unit& unit, Angle heading, Fixed length) {
 /// A way round what stands in its way: the first direction in which there is room for a step of a
 /// cell; units take the same side, so that two who meet do not dance.
 void chooseDetour(const WorldParts& world, Unit& unit) {
-    constexpr std::array<std::int32_t, 6> kTries = {8'192,  -8'192,  16'384,
+    constexpr std::array<std::int32_t, 6> kTries = {8'192,   -8'192, 16'384,
                                                     -16'384, 24'576, -24'576};
     const CellRect from = unit.cells();
     const Angle straight = unit.heading - unit.motion.detour;
@@ -193,8 +192,7 @@ void applyStep(WorldParts& world, Unit& unit, const MotionStep& step, bool hasGo
     const bool moved = step.speed > Fixed() && advance(world, unit, step);
     if (hasGoal && hasArrived(unit, step))
         unit.motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
-    noteBlocked(world, unit, moved || turns,
-                hasGoal && unit.motion.arrival == Arrival::underWay);
+    noteBlocked(world, unit, moved || turns, hasGoal && unit.motion.arrival == Arrival::underWay);
     if (moved || turns) settleOnGround(world, unit);
 }
 
@@ -215,13 +213,14 @@ void settleOnGround(const WorldParts& world, Unit& unit) {
     if (unit.type->movement.isUpright || unit.type->canFly) return;
     const Fixed length = Fixed::fromInt(unit.type->footprintZ * kCellPixels);
     const Fixed width = Fixed::fromInt(unit.type->footprintX * kCellPixels);
-    const Fixed halfLength = length.over(2, Rounding::down), halfWidth = width.over(2, Rounding::down);
+    const Fixed halfLength = length.over(2, Rounding::down),
+                halfWidth = width.over(2, Rounding::down);
     const Angle left = unit.heading + Angle::fromSteps(kQuarterTurn);
     const auto heightAt = [&](Angle direction, Fixed distance) {
         return surfaceAt(world, unit, ahead(unit, direction, distance));
     };
-    unit.pitch = angleOf(heightAt(unit.heading, halfLength) - heightAt(unit.heading, -halfLength),
-                         length);
+    unit.pitch =
+        angleOf(heightAt(unit.heading, halfLength) - heightAt(unit.heading, -halfLength), length);
     unit.roll = angleOf(heightAt(left, halfWidth) - heightAt(left, -halfWidth), width);
 }
 
@@ -230,8 +229,8 @@ void stepRoutes(WorldParts& world, TickScratch& scratch) {
     for (const Unit& unit : world.state.units) {
         const UnitWish& wish = scratch.wishes[unit.slot()];
         if (wish.goal && walks(unit))
-            routes.wish({unit.slot(), unit.motion.movementClass, unit.place, *wish.goal,
-                         wish.gathering});
+            routes.wish(
+                {unit.slot(), unit.motion.movementClass, unit.place, *wish.goal, wish.gathering});
     }
     routes.update(world.frame.terrain, world.workers);
     scratch.counts.nodeVisits += routes.work().visits;
@@ -240,11 +239,10 @@ void stepRoutes(WorldParts& world, TickScratch& scratch) {
 void stepMotion(WorldParts& world, TickScratch& scratch) {
     constexpr std::size_t kUnitsPerBlock = 64;
     const WorldParts& before = world;
-    world.workers.forEach(
-        scratch.steps.size(), kUnitsPerBlock, [&](std::size_t slot, std::size_t) {
-            if (const Unit* const unit = before.state.units.at(slot); unit && walks(*unit))
-                scratch.steps[slot] = planStep(before, *unit, scratch.wishes[slot]);
-        });
+    world.workers.forEach(scratch.steps.size(), kUnitsPerBlock, [&](std::size_t slot, std::size_t) {
+        if (const Unit* const unit = before.state.units.at(slot); unit && walks(*unit))
+            scratch.steps[slot] = planStep(before, *unit, scratch.wishes[slot]);
+    });
     for (Unit& unit : world.state.units) {
         if (!walks(unit)) continue;
         applyStep(world, unit, scratch.steps[unit.slot()],

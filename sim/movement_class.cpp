@@ -31,8 +31,9 @@ std::uint8_t costOfCell(const Terrain& terrain, const Obstacles& obstacles,
     const bool isUnderWater = depth > 0;
     if (exceeds(slope, isUnderWater ? limits.site.maxWaterSlope : limits.site.maxSlope))
         return kNoStep;
-    return exceeds(slope, isUnderWater ? limits.site.badWaterSlope : limits.site.badSlope) ? kBadStep
-                                                                                 : kUsualStep;
+    return exceeds(slope, isUnderWater ? limits.site.badWaterSlope : limits.site.badSlope)
+               ? kBadStep
+               : kUsualStep;
 }
 
 /// The worst of a window that moves backwards over cells.

@@ -23,8 +23,7 @@ void goAfter(UnitWish& wish, const Unit& target) {
 }
 
 bool isWithin(const Unit& unit, GroundPoint place, Fixed distance) {
-    return squaredDistance(unit.place.x, unit.place.z, place.x, place.z) <=
-           squaredLength(distance);
+    return squaredDistance(unit.place.x, unit.place.z, place.x, place.z) <= squaredLength(distance);
 }
 
 Progress move(Unit& unit, const Order& order, UnitWish& wish) {
@@ -48,8 +47,8 @@ Fixed rangeOf(const UnitType& type, std::int8_t slot) {
     for (std::size_t i = 0; i < type.weapons.size(); ++i)
         if (type.weapons[i] && !type.weapons[i]->isCommandFire &&
             (slot < 0 || static_cast<std::size_t>(slot) == i))
-            shortest = shortest ? std::min(*shortest, type.weapons[i]->range)
-                                : type.weapons[i]->range;
+            shortest =
+                shortest ? std::min(*shortest, type.weapons[i]->range) : type.weapons[i]->range;
     return shortest.value_or(Fixed());
 }
 
@@ -58,13 +57,13 @@ Progress attack(const WorldParts& world, Unit& unit, const Order& order, UnitWis
     if (order.target && (!target || target->isDying)) return Progress::done;
     const bool isCommand = order.kind == OrderKind::fire;
     if (isCommand && order.hasFired) return Progress::done;
-    const Vector place = target ? target->position()
-                                : Vector{order.place.x, order.altitude, order.place.z};
+    const Vector place =
+        target ? target->position() : Vector{order.place.x, order.altitude, order.place.z};
     wish.attack = {order.target, place, order.slot, isCommand};
     if (isCommand || !unit.type->canMove) return Progress::underWay;
 
-    const Fixed reach = std::max(rangeOf(*unit.type, order.slot) - rules::kAttackMargin,
-                                 rules::kAttackMargin);
+    const Fixed reach =
+        std::max(rangeOf(*unit.type, order.slot) - rules::kAttackMargin, rules::kAttackMargin);
     if (isWithin(unit, {place.x, place.z}, reach)) {
         unit.motion.arrival = Arrival::underWay;
         return Progress::underWay;

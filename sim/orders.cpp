@@ -18,8 +18,7 @@ constexpr OrderRule walk(Aim aim) {
     return {.aim = aim, .needsMobility = true, .needsBuilt = true, .joinsQueue = true};
 }
 constexpr OrderRule shoot() {
-    return {.aim = Aim::targetOrPlace, .needsWeapon = true, .needsBuilt = true,
-            .joinsQueue = true};
+    return {.aim = Aim::targetOrPlace, .needsWeapon = true, .needsBuilt = true, .joinsQueue = true};
 }
 constexpr OrderRule atOnce(Aim aim = Aim::none, bool needsBuilt = false) {
     return {.aim = aim, .needsBuilt = needsBuilt};
@@ -145,9 +144,8 @@ void queueOrder(Unit& unit, const Order& order, bool isQueued) {
     if (!isQueued) unit.orders.clear();
     // Who patrols alone between one place and another begins where he is.
     if (order.kind == OrderKind::patrol &&
-        std::ranges::none_of(unit.orders, [](const Order& other) {
-            return other.kind == OrderKind::patrol;
-        })) {
+        std::ranges::none_of(unit.orders,
+                             [](const Order& other) { return other.kind == OrderKind::patrol; })) {
         Order start = order;
         start.place = start.gathering = unit.place;
         unit.orders.push_back(order);
@@ -162,31 +160,31 @@ void queueOrder(Unit& unit, const Order& order, bool isQueued) {
 
 const OrderRule& orderRule(OrderKind kind) {
     static constexpr std::array<OrderRule, 25> kRules = {{
-        walk(Aim::place),            // move
-        walk(Aim::place),            // patrol
-        atOnce(),                    // stop
-        shoot(),                     // attack
-        shoot(),                     // fire
-        walk(Aim::target),           // guard
-        toCome(Aim::target),         // repair
-        toCome(Aim::target),         // capture
-        toCome(Aim::target),         // load
-        toCome(Aim::place),          // unload
-        toCome(),                    // build
-        toCome(Aim::target),         // reclaim
-        atOnce(Aim::none, true),     // activate
-        atOnce(Aim::none, true),     // deactivate
-        toCome(),                    // cloak
-        toCome(),                    // decloak
-        atOnce(),                    // moveState
-        atOnce(),                    // fireState
-        toCome(),                    // selfDestruct
-        atOnce(),                    // damage
-        atOnce(),                    // kill
-        atOnce(),                    // finish
-        atOnce(Aim::place),          // place
-        atOnce(),                    // script
-        atOnce(),                    // remove
+        walk(Aim::place),         // move
+        walk(Aim::place),         // patrol
+        atOnce(),                 // stop
+        shoot(),                  // attack
+        shoot(),                  // fire
+        walk(Aim::target),        // guard
+        toCome(Aim::target),      // repair
+        toCome(Aim::target),      // capture
+        toCome(Aim::target),      // load
+        toCome(Aim::place),       // unload
+        toCome(),                 // build
+        toCome(Aim::target),      // reclaim
+        atOnce(Aim::none, true),  // activate
+        atOnce(Aim::none, true),  // deactivate
+        toCome(),                 // cloak
+        toCome(),                 // decloak
+        atOnce(),                 // moveState
+        atOnce(),                 // fireState
+        toCome(),                 // selfDestruct
+        atOnce(),                 // damage
+        atOnce(),                 // kill
+        atOnce(),                 // finish
+        atOnce(Aim::place),       // place
+        atOnce(),                 // script
+        atOnce(),                 // remove
     }};
     static_assert(static_cast<std::size_t>(OrderKind::remove) + 1 == kRules.size());
     return kRules.at(static_cast<std::size_t>(kind));
@@ -207,7 +205,6 @@ std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
         else
             actAtOnce(world, scratch, *unit, request);
     }
-    stepDamage(world, scratch);
     const Order order = orderOf(world, request);
     const bool spreads = request.kind == OrderKind::move || request.kind == OrderKind::patrol;
     const std::vector<GroundPoint> places =

@@ -17,6 +17,11 @@ inline constexpr std::int32_t kSurfaceMetal = 3;
 inline constexpr std::int32_t kLeastWind = 0;
 inline constexpr std::int32_t kMostWind = 5'000;
 
+/// What a player begins with of metal and of energy where a schema does not say: what most say, and
+/// without a description enough for any preview.
+inline constexpr double kUsualStock = 1'000;
+inline constexpr double kStockWithoutDescription = 1'000'000;
+
 /// A unit or movement class stands on a slope when the largest difference of the four corner
 /// heights of each of its cells, in pixels, is no more than this. Keys use 10 to 32, and 255 for no
 /// limit; a class without the key climbs everything, which known classes count on.

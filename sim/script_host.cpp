@@ -22,8 +22,7 @@ struct Host {
     /// What the script itself has set in this tick goes before what the world knows.
     std::int32_t value(std::int32_t id, std::int32_t argument) const {
         const auto set = outbox->values.find(id);
-        return set != outbox->values.end() ? set->second
-                                           : scriptValue(*world, *unit, id, argument);
+        return set != outbox->values.end() ? set->second : scriptValue(*world, *unit, id, argument);
     }
     std::int32_t random(std::int32_t low, std::int32_t high) const {
         const RandomKey key{world->frame.seed, unit->id, world->state.tick, RandomPurpose::script,
@@ -60,8 +59,8 @@ void installCallbacks(CobInstance& instance, const Host& host) {
 void actOn(WorldParts& world, Unit& unit, const ScriptDeed& deed) {
     switch (deed.kind) {
         case ScriptDeed::Kind::emit:
-            return world.tell(unit, Effect{deed.second, deed.first,
-                                           pieceInWorld(world, unit, deed.second)});
+            return world.tell(
+                unit, Effect{deed.second, deed.first, pieceInWorld(world, unit, deed.second)});
         case ScriptDeed::Kind::explode:
             return world.tell(unit, Explode{deed.first, deed.second});
         case ScriptDeed::Kind::sound:
@@ -162,11 +161,12 @@ void stepScripts(WorldParts& world, TickScratch& scratch) {
     }
 
     constexpr std::size_t kUnitsPerBlock = 32;
-    world.workers.forEach(state.units.slotCount(), kUnitsPerBlock, [&](std::size_t slot, std::size_t) {
-        const Unit* const unit = state.units.at(slot);
-        if (CobInstance* const instance = unit ? state.scripts.of(*unit) : nullptr)
-            CobVm(*instance).tick(state.tick, kScriptBudget);
-    });
+    world.workers.forEach(
+        state.units.slotCount(), kUnitsPerBlock, [&](std::size_t slot, std::size_t) {
+            const Unit* const unit = state.units.at(slot);
+            if (CobInstance* const instance = unit ? state.scripts.of(*unit) : nullptr)
+                CobVm(*instance).tick(state.tick, kScriptBudget);
+        });
 
     for (Unit& unit : state.units) {
         CobInstance* const instance = state.scripts.of(unit);

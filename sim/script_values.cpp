@@ -149,9 +149,7 @@ constexpr Row kRows[] = {
            return std::int32_t{(headingOf(packedX(word), packedZ(word)) - self.heading).raw()};
        }),
     of(unitview::kXzHypot,
-       [](World, Self, std::int32_t word) {
-           return lengthOf(packedX(word), packedZ(word)).raw();
-       }),
+       [](World, Self, std::int32_t word) { return lengthOf(packedX(word), packedZ(word)).raw(); }),
     of(16,
        [](World world, Self, std::int32_t word) {
            const GroundPoint place{packedX(word), packedZ(word)};
@@ -180,9 +178,7 @@ constexpr Row kRows[] = {
     ofUnit(68, [](World, Self, Other) { return 1; }),
     own(69, [](World, Self) { return 1; }),
     own(70,
-        [](World world, Self) {
-            return static_cast<std::int32_t>(world.state.units.highestId());
-        }),
+        [](World world, Self) { return static_cast<std::int32_t>(world.state.units.highestId()); }),
     own(71, [](World, Self self) { return static_cast<std::int32_t>(self.id); }),
     ofUnit(72, [](World, Self, Other other) { return other.player; }),
     ofUnit(73, [](World, Self, Other other) { return buildPercentLeft(other); }),
@@ -190,7 +186,8 @@ constexpr Row kRows[] = {
     ofUnit(75, [](World, Self, Other) { return 1; }),
     own(76,
         [](World, Self self) {
-            return static_cast<std::int32_t>(std::min<std::int64_t>(self.health.ceil(), 0x7FFFFFFF));
+            return static_cast<std::int32_t>(
+                std::min<std::int64_t>(self.health.ceil(), 0x7FFFFFFF));
         }),
 };
 

@@ -7,8 +7,8 @@
 
 namespace orb::sim {
 
-/// What a script reads under the number `id`, of its own unit or, with an argument, of the map or of
-/// another unit; unknown numbers and units read 0. Reads the world only.
+/// What a script reads under the number `id`, of its own unit or, with an argument, of the map or
+/// of another unit; unknown numbers and units read 0. Reads the world only.
 std::int32_t scriptValue(const WorldParts& world, const Unit& self, std::int32_t id,
                          std::int32_t argument);
 

@@ -9,7 +9,7 @@ constexpr std::ptrdiff_t kRow = kSectorSide + 2;
 constexpr std::array<std::ptrdiff_t, kDirections> kOffsets = {-kRow, -kRow + 1, 1,  kRow + 1,
                                                               kRow,  kRow - 1,  -1, -kRow - 1};
 
-constexpr std::uint8_t opposite(std::uint8_t direction) {
+constexpr std::uint8_t opposite(std::size_t direction) {
     return static_cast<std::uint8_t>((direction + kDirections / 2) % kDirections);
 }
 
@@ -61,17 +61,23 @@ void SectorSearch::reach(std::size_t cell, std::uint32_t length, std::uint8_t di
     ++queued_;
 }
 
+/// Of the cells about one, those behind it are reached no later from the one before it: they touch
+/// that one too, and straight.
 void SectorSearch::expand(std::size_t cell) {
     const std::uint32_t length = lengths_[cell], cost = costs_[cell];
     const std::uint16_t aim = aims_[cell];
-    std::array<std::uint8_t, kDirections> around;
-    for (std::size_t i = 0; i < kDirections; ++i) around[i] = costs_[moved(cell, i)];
-    for (std::uint8_t i = 0; i < kDirections; ++i) {
-        const bool isSlanting = i % 2 == 1;
-        if (around[i] == kNoStep) continue;
-        if (isSlanting && (around[i - 1] == kNoStep || around[(i + 1) % kDirections] == kNoStep))
+    const bool isAim = directions_[cell] == kHere;
+    const std::size_t first = isAim ? 0 : opposite(directions_[cell]) + kDirections - 2U;
+    const std::size_t count = isAim ? kDirections : 5;
+    for (std::size_t i = first; i < first + count; ++i) {
+        const std::size_t direction = i % kDirections;
+        const std::size_t next = moved(cell, direction);
+        if (costs_[next] == kNoStep) continue;
+        const bool isSlanting = direction % 2 == 1;
+        if (isSlanting && (costs_[moved(cell, direction - 1)] == kNoStep ||
+                           costs_[moved(cell, (direction + 1) % kDirections)] == kNoStep))
             continue;
-        reach(moved(cell, i), length + stepLength(isSlanting, cost, around[i]), opposite(i), aim);
+        reach(next, length + stepLength(isSlanting, cost, costs_[next]), opposite(direction), aim);
     }
 }
 

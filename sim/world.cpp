@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "sim/phases.h"
+#include "sim/script_host.h"
 #include "sim/world_state.h"
 
 namespace orb::sim {
@@ -12,6 +13,7 @@ World::World(Terrain terrain, const WorldOptions& options)
     : parts_(std::move(terrain), options.threads) {
     parts_.frame.conditions = options.conditions;
     parts_.frame.seed = options.seed;
+    parts_.state.players = options.players;
 }
 
 void World::runTick(const std::function<void(std::string_view)>& afterPhase) {
@@ -21,6 +23,41 @@ void World::runTick(const std::function<void(std::string_view)>& afterPhase) {
         if (afterPhase) afterPhase(phase.name);
     }
     ++parts_.state.tick;
+}
+
+std::vector<OrderRefusal> World::giveOrder(std::span<const std::int64_t> unitIds,
+                                           const OrderRequest& request) {
+    scratch_.begin(parts_.state.units.slotCount());
+    auto answers = sim::giveOrder(parts_, scratch_, unitIds, request);
+    // Who is to die does so before anybody looks.
+    stepDamage(parts_, scratch_);
+    return answers;
+}
+
+void World::setStocks(std::int32_t player, std::optional<double> metal,
+                      std::optional<double> energy) {
+    Player& changed = parts_.state.players.at(static_cast<std::size_t>(player - 1));
+    const auto set = [](Stock& stock, std::optional<double> amount) {
+        if (!amount) return;
+        stock.amount = Amount::fromNumber(std::max(0.0, *amount));
+        stock.storage = std::max(stock.storage, stock.amount);
+    };
+    set(changed.metal, metal);
+    set(changed.energy, energy);
+}
+
+bool World::replaceTypes(
+    const std::function<std::shared_ptr<const UnitType>(const UnitType&)>& typeFor) {
+    bool hasReplaced = false;
+    for (Unit& unit : parts_.state.units) {
+        auto type = typeFor(*unit.type);
+        if (!type) continue;
+        unit.type = std::move(type);
+        unit.values = {};
+        setUpScript(parts_, unit);
+        hasReplaced = true;
+    }
+    return hasReplaced;
 }
 
 StateHash World::hash() const {

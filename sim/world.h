@@ -8,16 +8,17 @@
 #include <vector>
 
 #include "sim/births.h"
+#include "sim/orders.h"
 #include "sim/state_hash.h"
 #include "sim/tick_scratch.h"
 #include "sim/world_parts.h"
 
 namespace orb::sim {
 
-inline constexpr std::int32_t kPlayerCount = 10;
-
 struct WorldOptions {
     Conditions conditions = {};
+    /// As they begin.
+    Players players = {};
     /// What random numbers hang from.
     std::uint64_t seed = 1;
     /// That share the work of a tick, from 1; nothing else depends on it.
@@ -37,6 +38,9 @@ public:
     const Units& units() const { return parts_.state.units; }
     const Features& features() const { return parts_.state.features; }
     std::span<const FeatureType> featureTypes() const { return parts_.frame.featureTypes; }
+    const Players& players() const { return parts_.state.players; }
+    const Projectiles& projectiles() const { return parts_.state.projectiles; }
+    const RunningScripts& scripts() const { return parts_.state.scripts; }
     Tick tick() const { return parts_.state.tick; }
 
     /// The index of a new type.
@@ -53,10 +57,21 @@ public:
     SiteFault testUnit(const UnitBirth& birth) const { return sim::testUnit(parts_, birth); }
     const Unit& placeUnit(const UnitBirth& birth) { return sim::placeUnit(parts_, birth); }
 
+    /// What `sim::giveOrder` answers.
+    std::vector<OrderRefusal> giveOrder(std::span<const std::int64_t> unitIds,
+                                        const OrderRequest& request);
+    /// What a player, from 1, has from now on; what is none stays.
+    void setStocks(std::int32_t player, std::optional<double> metal, std::optional<double> energy);
+    /// Gives units another type of the same shape, and a running script of it from its beginning:
+    /// those for which `typeFor(type)` is not null. Whether there was one.
+    bool replaceTypes(
+        const std::function<std::shared_ptr<const UnitType>(const UnitType&)>& typeFor);
+
     /// Lets one tick pass. A bench hears the name of each phase when it is over.
     void runTick(const std::function<void(std::string_view)>& afterPhase = {});
     /// What happened since they were last taken.
     EventLog& events() { return parts_.events; }
+    const EventLog& events() const { return parts_.events; }
     /// Of the last tick.
     const WorkCounts& counts() const { return scratch_.counts; }
 

@@ -5,7 +5,8 @@ namespace orb::sim {
 WorldFrame::WorldFrame(Terrain ground)
     : terrain(std::move(ground)), vents(terrain.heights().size()) {}
 
-WorldState::WorldState(const Terrain& terrain) : routes(terrain), occupancy(terrain.cellsX(), terrain.cellsZ()) {}
+WorldState::WorldState(const Terrain& terrain)
+    : routes(terrain), occupancy(terrain.cellsX(), terrain.cellsZ()) {}
 
 WorldDerived::WorldDerived(const Terrain& terrain) : buckets(terrain.cellsX(), terrain.cellsZ()) {}
 

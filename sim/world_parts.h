@@ -10,6 +10,7 @@
 #include "sim/events.h"
 #include "sim/features.h"
 #include "sim/occupancy.h"
+#include "sim/players.h"
 #include "sim/projectiles.h"
 #include "sim/routes.h"
 #include "sim/running_scripts.h"
@@ -44,6 +45,7 @@ struct WorldState {
     Units units;
     RunningScripts scripts;
     Features features;
+    Players players;
     Projectiles projectiles;
     /// Queue, ways and searches are state; the graphs among it are derived, see there.
     Routes routes;

@@ -60,8 +60,9 @@ void putPart(Sink& sink, const WorldState& state, StatePart part) {
             return putState(sink, "features", state.features);
         case StatePart::routes:
             return putState(sink, "routes", state.routes);
-        // Nothing of these is there yet.
         case StatePart::economy:
+            return putState(sink, "players", state.players);
+        // Nothing of this is there yet.
         case StatePart::sight:
             return;
     }

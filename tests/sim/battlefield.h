@@ -34,6 +34,7 @@ public:
     void give(const Unit& unit, const OrderRequest& order) {
         const std::int64_t id = unit.id;
         giveOrder(world, scratch, {&id, 1}, order);
+        stepDamage(world, scratch);
     }
     void tick(int count = 1) {
         for (int i = 0; i < count; ++i) {
