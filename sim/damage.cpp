@@ -32,9 +32,8 @@ Fixed distanceTo(const Unit& unit, const Vector& point) {
 /// In percent of what it can take, how much more than it had the last hit was.
 std::int32_t severityOf(const Unit& unit, Amount hit, Amount before) {
     constexpr std::int64_t kMost = 200;
-    const std::int64_t excess = (hit - before).raw() / std::max(1, unit.type->maxHealth);
-    return static_cast<std::int32_t>(
-        std::clamp<std::int64_t>(excess * 100 / Fixed::kOne, 0, kMost));
+    const std::int64_t percent = (hit - before).raw() * 100 / std::max(1, unit.type->maxHealth);
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(percent / Fixed::kOne, 0, kMost));
 }
 
 void tellScriptOfHit(WorldParts& world, Unit& unit, Angle heading) {
@@ -217,6 +216,7 @@ void stepDamage(WorldParts& world, TickScratch& scratch) {
     scratch.damage.clear();
     scratch.impacts.clear();
     scratch.deaths.clear();
+    scratch.areaTests = 0;
 }
 
 }  // namespace orb::sim

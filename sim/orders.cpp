@@ -205,8 +205,6 @@ std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
         else
             actAtOnce(world, scratch, *unit, request);
     }
-    // Who is to die does so before anybody looks.
-    stepDamage(world, scratch);
     const Order order = orderOf(world, request);
     const bool spreads = request.kind == OrderKind::move || request.kind == OrderKind::patrol;
     const std::vector<GroundPoint> places =

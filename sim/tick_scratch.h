@@ -83,7 +83,6 @@ struct TickScratch {
         damage.clear();
         impacts.clear();
         deaths.clear();
-        areaTests = 0;
     }
 };
 

@@ -28,7 +28,10 @@ void World::runTick(const std::function<void(std::string_view)>& afterPhase) {
 std::vector<OrderRefusal> World::giveOrder(std::span<const std::int64_t> unitIds,
                                            const OrderRequest& request) {
     scratch_.begin(parts_.state.units.slotCount());
-    return sim::giveOrder(parts_, scratch_, unitIds, request);
+    auto answers = sim::giveOrder(parts_, scratch_, unitIds, request);
+    // Who is to die does so before anybody looks.
+    stepDamage(parts_, scratch_);
+    return answers;
 }
 
 void World::setStocks(std::int32_t player, std::optional<double> metal,
