@@ -13,14 +13,41 @@
 namespace orb::unitview {
 namespace {
 
-std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std::string& name) {
-    const auto [known, isNew] = map.featureTypes.try_emplace(io::upperCased(name));
-    if (isNew) {
-        sim::FeatureType type = makeFeatureType(tables, name);
-        if (type.isMissing) map.missingFeatures.push_back(name);
-        known->second = map.world.addFeatureType(std::move(type));
+/// The names of the features that follow each other where the first is destroyed, up to one that
+/// the map knows or that comes a second time: some name themselves.
+std::vector<std::string> chainOf(const LoadedMap& map, const GameTables& tables, std::string name) {
+    std::vector<std::string> chain;
+    const auto isIn = [&](const std::string& other) {
+        return std::ranges::any_of(
+            chain, [&](const std::string& one) { return io::equalsIgnoringCase(one, other); });
+    };
+    while (!isIn(name) && chain.size() <= sim::kMaxFollowers) {
+        const TableEntry* const entry = tables.features.find(name);
+        if (!entry && !chain.empty()) break;
+        chain.push_back(name);
+        if (!entry || map.featureTypes.contains(io::upperCased(name))) break;
+        name = entry->section.getString("featuredead").value_or("");
     }
-    return known->second;
+    return chain;
+}
+
+std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std::string& name) {
+    if (const auto known = map.featureTypes.find(io::upperCased(name));
+        known != map.featureTypes.end())
+        return known->second;
+    const auto chain = chainOf(map, tables, name);
+    std::int32_t follower = -1;
+    for (auto one = chain.rbegin(); one != chain.rend(); ++one) {
+        const auto [known, isNew] = map.featureTypes.try_emplace(io::upperCased(*one));
+        if (isNew) {
+            sim::FeatureType type = makeFeatureType(tables, *one);
+            if (type.isMissing) map.missingFeatures.push_back(*one);
+            type.follower = follower;
+            known->second = map.world.addFeatureType(std::move(type));
+        }
+        follower = static_cast<std::int32_t>(known->second);
+    }
+    return static_cast<std::uint32_t>(follower);
 }
 
 std::shared_ptr<const sim::UnitType> unitTypeOf(LoadedMap& map, const MountedData& data,
@@ -32,8 +59,10 @@ std::shared_ptr<const sim::UnitType> unitTypeOf(LoadedMap& map, const MountedDat
     if (const auto script = map.temporaryScripts.find(io::upperCased(unit.name));
         script != map.temporaryScripts.end())
         unit.cob = script->second;
-    return map.unitTypes[key] =
-               std::make_shared<const sim::UnitType>(makeUnitType(data.tables, unit));
+    auto type = std::make_shared<sim::UnitType>(makeUnitType(data.tables, unit));
+    if (data.tables.features.find(unit.fbi.corpse))
+        type->corpse = static_cast<std::int32_t>(featureTypeOf(map, data.tables, unit.fbi.corpse));
+    return map.unitTypes[key] = std::move(type);
 }
 
 /// Notes a list of which something was left out.

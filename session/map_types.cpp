@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "model/piece_list.h"
+#include "session/weapon_types.h"
 
 namespace orb::unitview {
 namespace {
@@ -107,6 +108,8 @@ sim::FeatureType makeFeatureType(const GameTables& tables, const std::string& na
     type.footprintZ = footprintSide(intOf(section, "footprintz", 1));
     type.height = std::max(0, intOf(section, "height", 0));
     type.isBlocking = intOf(section, "blocking", 0) != 0;
+    if (intOf(section, "indestructible", 0) == 0)
+        type.health = sim::Amount::fromInt(std::clamp(intOf(section, "damage", 0), 0, kMaxHealth));
     type.isReclaimable = intOf(section, "reclaimable", 0) != 0;
     type.isGeothermal = intOf(section, "geothermal", 0) != 0;
     type.metal = section.getFloat("metal").value_or(0.0F);
@@ -135,11 +138,7 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     type.script = unit.cob;
     if (unit.cob) type.scripts = sim::findScripts(*unit.cob);
     takeModel(type, unit.model);
-    int slot = 0;
-    for (const std::string* weapon : {&fbi.weapon1, &fbi.weapon2, &fbi.weapon3}) {
-        if (tables.weapons.find(*weapon)) type.weaponSlots.push_back(slot);
-        ++slot;
-    }
+    takeWeapons(type, tables, fbi);
 
     const TableEntry* const movement = tables.movementClasses.find(fbi.movementClass);
     takeFootprint(type, movement ? movement->section : unit.unitInfo());

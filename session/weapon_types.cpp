@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <sstream>
 
 #include "io/ascii.h"
 #include "sim/rules.h"
@@ -117,6 +118,13 @@ void readDamage(sim::WeaponType& type, const WeaponReader& weapon, const io::Tdf
     std::ranges::sort(type.unitDamage, {}, &sim::UnitDamage::unit);
 }
 
+std::vector<std::string> wordsOf(std::string_view text) {
+    std::vector<std::string> words;
+    std::istringstream stream(io::upperCased(text));
+    for (std::string word; stream >> word;) words.push_back(std::move(word));
+    return words;
+}
+
 }  // namespace
 
 std::shared_ptr<const sim::WeaponType> makeWeaponType(const GameTables& tables,
@@ -131,6 +139,25 @@ std::shared_ptr<const sim::WeaponType> makeWeaponType(const GameTables& tables,
     readFiring(*type, weapon);
     readDamage(*type, weapon, entry->section);
     return type;
+}
+
+void takeWeapons(sim::UnitType& type, const GameTables& tables, const io::FbiUnitInfo& fbi) {
+    // What files may say of armour; 1 is none.
+    constexpr double kMostModifier = 16;
+    const std::array<const std::string*, 3> weapons = {&fbi.weapon1, &fbi.weapon2, &fbi.weapon3};
+    const std::array<const std::string*, 3> badTargets = {
+        &fbi.wpriBadTargetCategory, &fbi.wsecBadTargetCategory, &fbi.wspeBadTargetCategory};
+    for (std::size_t slot = 0; slot < weapons.size(); ++slot) {
+        type.weapons[slot] = makeWeaponType(tables, *weapons[slot]);
+        if (type.weapons[slot]) type.weaponSlots.push_back(static_cast<int>(slot));
+        type.badTargets[slot] = wordsOf(*badTargets[slot]);
+    }
+    type.explodeAs = makeWeaponType(tables, fbi.explodeAs);
+    type.selfDestructAs = makeWeaponType(tables, fbi.selfDestructAs);
+    type.categories = wordsOf(fbi.category);
+    type.damageModifier = sim::Fixed::fromNumber(
+        std::clamp<double>(static_cast<double>(fbi.damageModifier), 0, kMostModifier));
+    type.isImmuneToParalyzer = fbi.immuneToParalyzer;
 }
 
 }  // namespace orb::unitview

@@ -106,7 +106,8 @@ void moveUnitTo(WorldParts& world, Unit& unit, GroundPoint place) {
     takeCells(world, unit);
 }
 
-const Feature* placeFeature(WorldParts& world, std::uint32_t typeIndex, Cell northWest) {
+const Feature* placeFeature(WorldParts& world, std::uint32_t typeIndex, Cell northWest,
+                            Angle heading) {
     const Terrain& terrain = world.frame.terrain;
     const FeatureType& type = world.frame.featureTypes[typeIndex];
     const CellRect cells{northWest, type.footprintX, type.footprintZ};
@@ -114,6 +115,8 @@ const Feature* placeFeature(WorldParts& world, std::uint32_t typeIndex, Cell nor
 
     Feature feature;
     feature.type = typeIndex;
+    feature.heading = heading;
+    feature.health = type.health;
     feature.place = cells.center();
     feature.altitude = terrain.groundHeight(
         terrain.contains(feature.place) ? feature.place : CellRect{northWest, 1, 1}.center());

@@ -35,7 +35,8 @@ void moveUnitTo(WorldParts& world, Unit& unit, GroundPoint place);
 
 /// Puts a feature of its type's footprint on the map, whatever lies there; null when its
 /// north-western cell is not on the map or there are `kMaxFeatures`.
-const Feature* placeFeature(WorldParts& world, std::uint32_t type, Cell northWest);
+const Feature* placeFeature(WorldParts& world, std::uint32_t type, Cell northWest,
+                            Angle heading = {});
 
 /// Takes a feature off the map, with its cells.
 void removeFeature(WorldParts& world, std::uint32_t id);

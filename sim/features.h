@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 #include <vector>
 
+#include "sim/angle.h"
 #include "sim/cell.h"
 #include "sim/feature_type.h"
 #include "sim/order.h"
@@ -24,6 +26,9 @@ struct Feature {
     /// The middle of its footprint.
     GroundPoint place;
     Fixed altitude;
+    /// Wrecks face as what they were did.
+    Angle heading;
+    Amount health;
 };
 
 template <typename Visit>
@@ -32,8 +37,10 @@ void eachField(const Feature& feature, Visit visit) {
     visit("type", feature.type);
     visit("place", feature.place);
     visit("altitude", feature.altitude);
+    visit("heading", feature.heading);
+    visit("health", feature.health);
 }
-static_assert(sizeof(Feature) == 20);
+static_assert(sizeof(Feature) == 32);
 
 /// All features by rising id. References hold until the next one is added or removed.
 class Features {
@@ -41,6 +48,7 @@ public:
     std::span<const Feature> all() const { return all_; }
     bool isFull() const { return all_.size() >= kMaxFeatures; }
     const Feature* find(std::uint32_t id) const;
+    Feature* find(std::uint32_t id) { return const_cast<Feature*>(std::as_const(*this).find(id)); }
     /// The ids of all that were removed, in their order.
     std::span<const std::uint32_t> removed() const { return removed_; }
     std::uint32_t lastId() const { return lastId_; }

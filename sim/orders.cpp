@@ -31,6 +31,10 @@ std::uint8_t stateOf(const OrderRequest& request) {
     return static_cast<std::uint8_t>(std::clamp(request.value, 0.0, 2.0));
 }
 
+std::int32_t severityOf(const OrderRequest& request) {
+    return static_cast<std::int32_t>(std::clamp(request.value, 0.0, double{rules::kMostSeverity}));
+}
+
 void finish(WorldParts& world, Unit& unit) {
     if (unit.isBuilt()) return;
     unit.buildFraction = Fixed::fromInt(1);
@@ -89,7 +93,7 @@ void actAtOnce(WorldParts& world, TickScratch& scratch, Unit& unit, const OrderR
         case OrderKind::damage:
             return damageUnit(world, scratch, unit, request);
         case OrderKind::kill:
-            return removeUnit(world, unit);
+            return killUnit(world, scratch, unit, severityOf(request), DeathKind::killed);
         case OrderKind::finish:
             return finish(world, unit);
         case OrderKind::place:

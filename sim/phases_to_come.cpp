@@ -5,10 +5,6 @@ namespace orb::sim {
 
 void stepEconomy(WorldParts&, TickScratch&) {}
 void stepConstruction(WorldParts&, TickScratch&) {}
-void stepTargets(WorldParts&, TickScratch&) {}
-void stepWeapons(WorldParts&, TickScratch&) {}
-void stepProjectiles(WorldParts&, TickScratch&) {}
-void stepDamage(WorldParts&, TickScratch&) {}
 void stepFeatures(WorldParts&, TickScratch&) {}
 void stepSight(WorldParts&, TickScratch&) {}
 

@@ -41,6 +41,25 @@ inline constexpr std::int32_t kMostFallSeconds = 120;
 /// Steps of 1/65536 turn within which a weapon without `tolerance` counts as aimed: some 5 degrees.
 /// Half of the known weapons give one, from 200 to 37,152.
 inline constexpr std::int32_t kAimTolerance = 1'000;
+/// Pixels that what climbs climbs above its launcher, that what cruises keeps above the ground, and
+/// from the target at which it leaves that height.
+inline constexpr std::int32_t kClimbPixels = 256;
+/// Pixels below the water's surface that torpedoes keep to.
+inline constexpr std::int32_t kTorpedoDepth = 4;
+/// Pixels beyond its range after which a shot is over. Range is measured between the middles of
+/// units, a shot flies from the muzzle; less, and some end before a target at the very edge.
+inline constexpr std::int32_t kRangeSlack = 32;
+/// Shots are stopped by units of the player who fired them. Areas of damage hurt those in any case;
+/// without it dense groups can shoot at all.
+inline constexpr bool kShotsHitFriends = false;
+/// Pixels round a place within which a shot at the place has free way.
+inline constexpr std::int32_t kPlaceRadius = 16;
+/// The muzzle of a unit whose script names none: that part of its height.
+inline constexpr std::int32_t kMuzzleHeightParts = 3;
+inline constexpr std::int32_t kMuzzleHeightWhole = 4;
+/// What HitByWeapon and RockUnit are told at most, in COB angles: 2.7 degrees. Scripts take them as
+/// angles to turn to.
+inline constexpr std::int32_t kMostRocking = 500;
 
 /// Kills for each veteran level that a script reads. Known is only that units are veterans from so
 /// many on.

@@ -115,6 +115,7 @@ void setUpScript(WorldParts& world, Unit& unit) {
     instance->tick = world.state.tick;
     instance->trace.enable(false);
     installCallbacks(*instance, {&world, &unit, &world.state.scripts.outboxOf(unit)});
+    unit.sweetSpot = queryPiece(world, unit, UnitScript::sweetSpot);
 }
 
 bool startScriptIfThere(WorldParts& world, const Unit& unit, UnitScript script,

@@ -68,6 +68,12 @@ struct TickScratch {
     /// By slot, and in the order of their births within a unit.
     std::vector<EndedCall> endedCalls;
     std::vector<Damage> damage;
+    std::vector<Impact> impacts;
+    std::vector<Death> deaths;
+    /// Units and cells that explosions have looked at.
+    std::uint64_t areaTests = 0;
+    /// Slots that a search has found; empty between searches.
+    std::vector<std::uint32_t> found;
     WorkCounts counts;
 
     void begin(std::size_t slotCount) {
@@ -75,6 +81,8 @@ struct TickScratch {
         steps.assign(slotCount, {});
         endedCalls.clear();
         damage.clear();
+        impacts.clear();
+        deaths.clear();
     }
 };
 

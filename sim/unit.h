@@ -93,6 +93,8 @@ struct Unit {
     UnitMotion motion;
     std::vector<Order> orders;
     std::array<WeaponState, kWeaponSlots> weapons;
+    /// The piece that it is aimed at and hit round, as its script said at its birth; -1 for none.
+    std::int32_t sweetSpot = -1;
     UnitRef lastAttacker;
     Tick lastAttackedAt = 0;
     /// It does nothing before this tick.
@@ -161,6 +163,7 @@ void eachField(const Unit& unit, Visit visit) {
     visit("values", unit.values);
     visit("motion", unit.motion);
     visit("weapons", unit.weapons);
+    visit("sweetSpot", unit.sweetSpot);
     visit("lastAttacker", unit.lastAttacker);
     visit("lastAttackedAt", unit.lastAttackedAt);
     visit("stunnedUntil", unit.stunnedUntil);

@@ -88,10 +88,15 @@ struct UnitType {
     /// What its death and its own destruction set off, or null.
     std::shared_ptr<const WeaponType> explodeAs;
     std::shared_ptr<const WeaponType> selfDestructAs;
-    /// The name of the feature that it becomes, empty for none.
-    std::string corpse;
+    /// Index of the feature type that it becomes, -1 for none.
+    std::int32_t corpse = -1;
+    /// What of the damage is left while it is armored.
+    Fixed damageModifier = Fixed::fromInt(1);
+    bool isImmuneToParalyzer = false;
     /// The words of its category, in upper case.
     std::vector<std::string> categories;
+    /// By weapon: of these categories it chooses no targets by itself.
+    std::array<std::vector<std::string>, 3> badTargets;
 
     /// The names of the model's pieces in model order, and how they hang together.
     std::vector<std::string> pieces;

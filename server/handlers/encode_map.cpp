@@ -1,5 +1,6 @@
 #include "server/handlers/encode_map.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -9,6 +10,7 @@
 #include "server/handlers/encode_source.h"
 #include "server/handlers/json_numbers.h"
 #include "server/handlers/order_words.h"
+#include "sim/weapons.h"
 
 namespace orb::unitview::ipc {
 namespace {
@@ -50,10 +52,25 @@ json encodePiecesAtRest(const std::vector<std::string>& pieces) {
     return result;
 }
 
-json encodeWeapons(const std::vector<int>& slots) {
+std::string_view wordOf(sim::WeaponActivity activity) {
+    static constexpr std::array<std::string_view, 5> kWords = {"idle", "aiming", "aimed",
+                                                               "reloading", "firing"};
+    return kWords.at(static_cast<std::size_t>(activity));
+}
+
+json encodeWeapons(const sim::World& world, const sim::Unit& unit) {
     json result = json::array();
-    for (const int slot : slots)
-        result.push_back({{"slot", slot}, {"state", "idle"}, {"reload", 0.0}, {"stock", 0}});
+    for (const int slot : unit.type->weaponSlots) {
+        const sim::WeaponState& weapon = unit.weapons.at(static_cast<std::size_t>(slot));
+        const sim::Tick left = std::max(0, weapon.readyAt - world.tick());
+        json data = {{"slot", slot},
+                     {"state", wordOf(sim::activityOf(weapon, world.tick()))},
+                     {"reload", static_cast<double>(left) / sim::kTicksPerSecond},
+                     {"stock", 0}};
+        if (const sim::Unit* const target = world.units().find(weapon.target))
+            data["target"] = target->id;
+        result.push_back(std::move(data));
+    }
     return result;
 }
 
@@ -138,7 +155,7 @@ json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPiec
                    {"state", stateWord(unit)},
                    {"active", unit.isActive},
                    {"queued", unit.orders.empty() ? 0 : unit.orders.size() - 1},
-                   {"weapons", encodeWeapons(unit.type->weaponSlots)}};
+                   {"weapons", encodeWeapons(world, unit)}};
     if (!unit.orders.empty() && !unit.orders.front().isSideStep)
         result["order"] = orderWord(unit.orders.front().kind);
     if (unit.carrier) result["carrier"] = unit.carrier.slot + 1;
@@ -146,6 +163,23 @@ json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPiec
         const CobInstance* const script = world.scripts().of(unit);
         result["transforms"] = script ? encodePieces(*script, unit.type->pieces)
                                       : encodePiecesAtRest(unit.type->pieces);
+    }
+    return result;
+}
+
+json encodeProjectiles(const sim::World& world) {
+    json result = json::array();
+    for (const sim::Projectile& shot : world.projectiles().all) {
+        json data = {{"projectileId", shot.id},
+                     {"weapon", shot.weapon->name},
+                     {"x", shot.place.x.toNumber()},
+                     {"y", shot.place.y.toNumber()},
+                     {"z", shot.place.z.toNumber()},
+                     {"heading", sim::headingOf(shot.velocity.x, shot.velocity.z).radians()},
+                     {"pitch", sim::pitchOf(shot.velocity).radians()}};
+        if (const sim::Unit* const owner = world.units().find(shot.owner))
+            data["owner"] = owner->id;
+        result.push_back(std::move(data));
     }
     return result;
 }

@@ -158,8 +158,9 @@ Reply mapSnapshot(UnitViewSession& session, const Payload& payload) {
     for (const sim::Unit& unit : world.units())
         if (isAskedFor(request, world, unit))
             units.push_back(encodeMapUnit(world, unit, isPoseAskedFor(unit)));
-    json data = {
-        {"tick", world.tick()}, {"units", std::move(units)}, {"projectiles", json::array()}};
+    json data = {{"tick", world.tick()},
+                 {"units", std::move(units)},
+                 {"projectiles", encodeProjectiles(world)}};
     if (request.withFeatures) data["features"] = encodeFeatureChanges(map);
     return {std::move(data)};
 }
