@@ -131,7 +131,6 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     type.maxHealth = std::clamp(fbi.maxDamage, 1, kMaxHealth);
     type.sightDistance = std::clamp(fbi.sightDistance, 0, kMaxSight);
     type.isActiveWhenBuilt = !type.isBuilding || fbi.activateWhenBuilt;
-    takeWeapons(type, tables, fbi);
     type.movement = readMovement(fbi);
     type.canMove = !type.isBuilding && fbi.canMove && type.movement.maxSpeed > sim::Fixed();
     type.moveState = standingOrder(fbi.standingMoveOrder);
@@ -139,6 +138,7 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     type.script = unit.cob;
     if (unit.cob) type.scripts = sim::findScripts(*unit.cob);
     takeModel(type, unit.model);
+    takeWeapons(type, tables, fbi);
 
     const TableEntry* const movement = tables.movementClasses.find(fbi.movementClass);
     takeFootprint(type, movement ? movement->section : unit.unitInfo());

@@ -32,7 +32,7 @@ std::uint8_t stateOf(const OrderRequest& request) {
 }
 
 std::int32_t severityOf(const OrderRequest& request) {
-    return static_cast<std::int32_t>(std::clamp(request.value, 0.0, 200.0));
+    return static_cast<std::int32_t>(std::clamp(request.value, 0.0, double{rules::kMostSeverity}));
 }
 
 void finish(WorldParts& world, Unit& unit) {
