@@ -67,15 +67,27 @@ void chooseDetour(const WorldParts& world, Unit& unit, Angle wished) {
     }
 }
 
+bool isWithinFootprints(const Unit& unit, const MotionStep& step, std::int32_t footprints) {
+    const std::int32_t cells = footprints * std::max(unit.type->footprintX, unit.type->footprintZ);
+    return step.end && step.distance <= Fixed::fromInt(cells * kCellPixels);
+}
+
 /// It stands beside its goal, which others have taken; the longer it has looked for a way, the
 /// farther that may be.
 bool isNearEnough(const Unit& unit, const MotionStep& step) {
     const std::int32_t footprints =
         std::min(rules::kCrowdedGoalFootprints + unit.motion.detours / rules::kDetoursPerFootprint,
                  rules::kMostCrowdedGoalFootprints);
-    const std::int32_t cells = footprints * std::max(unit.type->footprintX, unit.type->footprintZ);
-    return step.end && step.distance <= Fixed::fromInt(cells * kCellPixels) &&
-           unit.motion.stillTicks >= rules::kCrowdedGoalTicks;
+    return unit.motion.stillTicks >= rules::kCrowdedGoalTicks &&
+           isWithinFootprints(unit, step, footprints);
+}
+
+/// Ends a way that does not go on: among others before the goal it is as good as there.
+void giveUp(Unit& unit, const MotionStep& step) {
+    const bool isThere = isWithinFootprints(unit, step, rules::kMostCrowdedGoalFootprints);
+    unit.motion.arrival = !isThere           ? Arrival::givenUp
+                          : step.isElsewhere ? Arrival::elsewhere
+                                             : Arrival::atGoal;
 }
 
 }  // namespace
@@ -99,10 +111,7 @@ void beBlocked(WorldParts& world, Unit& unit, const MotionStep& step, const Cell
     // A queue gets on as its head does; only where each waits for the other they all count on.
     if (waits)
         motion.blockedTicks = std::min(motion.blockedTicks, blocker->motion.blockedTicks + 1);
-    if (motion.blockedTicks >= rules::kGiveUpTicks) {
-        motion.arrival = Arrival::givenUp;
-        return;
-    }
+    if (motion.blockedTicks >= rules::kGiveUpTicks) return giveUp(unit, step);
     if (blocker) makeRoom(world, *blocker, unit);
     // Who goes on by himself is waited for, each a little longer than the next.
     const Tick patience = waits ? rules::kPatience + static_cast<Tick>(unit.id % 8) : 0;

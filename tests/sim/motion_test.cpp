@@ -58,7 +58,7 @@ TEST(Motion, TurnsSpeedsUpAndBrakesAtItsGoal) {
     EXPECT_EQ(fastest, px(2));
     EXPECT_LT(ticks, 260);
     EXPECT_TRUE(field.all<OrderDone>()[0].hasReached);
-    field.tick(3);
+    field.tick(12);
     EXPECT_LT(distance(unit, 300, 700), 3);
     EXPECT_EQ(unit.motion.speed, Fixed());
     EXPECT_TRUE(field.world.state.occupancy.ownerOf({18, 43}).isUnit());

@@ -130,6 +130,7 @@ TEST(Orders, AttackersGoWithinTheirRange) {
     Battlefield field;
     auto type = runnerType();
     type->weapons[0] = weaponType(Flight::straight, 200);
+    type->height = px(20);
     Unit& unit = field.place(type, 1, 200, 300);
     Unit& target = field.place(dummyType(60), 2, 900, 300);
     field.give(unit, order(OrderKind::attack, target));

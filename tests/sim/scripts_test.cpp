@@ -44,7 +44,7 @@ TEST(Scripts, ReadWhatTheyHaveSetAndTheWorldActsAfterwards) {
         )"),
                              1, 320, 320, 90);
     unit.health = Amount::fromInt(50);
-    unit.buildFraction = px(0.7);
+    unit.buildFraction = px(0.75);
     field.tick();
     EXPECT_EQ(staticOf(field, unit, 0), 0);
     EXPECT_EQ(staticOf(field, unit, 1), 1);
@@ -52,7 +52,7 @@ TEST(Scripts, ReadWhatTheyHaveSetAndTheWorldActsAfterwards) {
     EXPECT_TRUE(unit.values.isArmored);
     EXPECT_EQ(staticOf(field, unit, 2), 0);
     EXPECT_EQ(staticOf(field, unit, 3), 50);
-    EXPECT_EQ(staticOf(field, unit, 4), 30);
+    EXPECT_EQ(staticOf(field, unit, 4), 25);
     EXPECT_EQ(staticOf(field, unit, 5), 1);
     // heading east: forward is +x, and its left is the north
     EXPECT_EQ(staticOf(field, unit, 6), (325 << 16) | 317);
@@ -63,7 +63,7 @@ TEST(Scripts, ReadWhatTheyHaveSetAndTheWorldActsAfterwards) {
 TEST(Scripts, SettableValuesAreNotReadOfOthers) {
     Battlefield field;
     Unit& one = field.place(scripted("piece base, arm; Create() { return (0); }"), 1, 320, 320);
-    Unit& other = field.place(scripted("piece base, arm; Create() { return (0); }"), 2, 600, 320);
+    Unit& other = field.place(scripted("piece base, arm; Create() { return (0); }"), 2, 608, 320);
     other.values.isBusy = true;
     const auto value = [&](std::int32_t id, std::int32_t argument) {
         return scriptValue(field.world, one, id, argument);
@@ -74,7 +74,7 @@ TEST(Scripts, SettableValuesAreNotReadOfOthers) {
             EXPECT_EQ(value(id, otherId), value(id, 0)) << id;
         }
     }
-    EXPECT_EQ(value(9, otherId), (600 << 16) | 320);
+    EXPECT_EQ(value(9, otherId), (608 << 16) | 320);
     EXPECT_EQ(value(72, otherId), 2);
     EXPECT_EQ(value(74, otherId), 0);
     EXPECT_EQ(value(70, 0), 2);
@@ -84,7 +84,7 @@ TEST(Scripts, SettableValuesAreNotReadOfOthers) {
     EXPECT_EQ(value(12, value(9, otherId) - value(9, 0)), 16'384);
     one.heading = Angle::fromDegrees(90);
     EXPECT_EQ(value(12, value(9, otherId) - value(9, 0)), 0);
-    EXPECT_EQ(value(13, value(9, otherId) - value(9, 0)), 280 << 16);
+    EXPECT_EQ(value(13, value(9, otherId) - value(9, 0)), 288 << 16);
 }
 
 TEST(Scripts, AYardStaysOpenWhileSomebodyStandsInIt) {
