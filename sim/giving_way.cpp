@@ -14,13 +14,14 @@ namespace {
 constexpr std::int32_t kQuarterTurn = 16'384;
 constexpr std::int32_t kEighthTurn = kQuarterTurn / 2;
 
-/// Cells of a footprint that somebody else has.
+/// Cells of a footprint that somebody else has or that are not on the map.
 std::int32_t countForeign(const WorldParts& world, const Unit& unit, const CellRect& cells) {
     std::int32_t count = 0;
     const CellOwner self = ownerOf(unit);
     forEachCell(cells, [&](Cell cell) {
         const CellOwner owner = world.state.occupancy.ownerOf(cell);
-        if (owner != CellOwner() && owner != self) ++count;
+        const bool isFree = owner == CellOwner() && world.frame.terrain.contains({cell, 1, 1});
+        if (!isFree && owner != self) ++count;
     });
     return count;
 }
@@ -72,8 +73,7 @@ bool isNearEnough(const Unit& unit, const MotionStep& step) {
     const std::int32_t footprints =
         std::min(rules::kCrowdedGoalFootprints + unit.motion.detours / rules::kDetoursPerFootprint,
                  rules::kMostCrowdedGoalFootprints);
-    const std::int32_t cells =
-        footprints * std::max(unit.type->footprintX, unit.type->footprintZ);
+    const std::int32_t cells = footprints * std::max(unit.type->footprintX, unit.type->footprintZ);
     return step.end && step.distance <= Fixed::fromInt(cells * kCellPixels) &&
            unit.motion.stillTicks >= rules::kCrowdedGoalTicks;
 }
@@ -81,8 +81,7 @@ bool isNearEnough(const Unit& unit, const MotionStep& step) {
 }  // namespace
 
 bool mayStep(const WorldParts& world, const Unit& unit, const CellRect& from, const CellRect& to) {
-    if (!world.frame.terrain.contains(to)) return false;
-    if (unit.type->canFly) return true;
+    if (unit.type->canFly) return world.frame.terrain.contains(to);
     const std::int32_t foreign = countForeign(world, unit, to);
     if (foreign > 0 && foreign >= countForeign(world, unit, from)) return false;
     return canStandAt(world, unit, to.center()) || !canStandAt(world, unit, from.center());
