@@ -82,9 +82,10 @@ bool isNearEnough(const Unit& unit, const MotionStep& step) {
            isWithinFootprints(unit, step, footprints);
 }
 
-/// Ends a way that does not go on: among others before the goal it is as good as there.
-void giveUp(Unit& unit, const MotionStep& step) {
-    const bool isThere = isWithinFootprints(unit, step, rules::kMostCrowdedGoalFootprints);
+/// Ends a way that does not go on: behind friends before the goal it is as good as there.
+void giveUp(Unit& unit, const MotionStep& step, const Unit* blocker) {
+    const bool isThere = blocker && blocker->player == unit.player &&
+                         isWithinFootprints(unit, step, rules::kMostCrowdedGoalFootprints);
     unit.motion.arrival = !isThere           ? Arrival::givenUp
                           : step.isElsewhere ? Arrival::elsewhere
                                              : Arrival::atGoal;
@@ -111,7 +112,7 @@ void beBlocked(WorldParts& world, Unit& unit, const MotionStep& step, const Cell
     // A queue gets on as its head does; only where each waits for the other they all count on.
     if (waits)
         motion.blockedTicks = std::min(motion.blockedTicks, blocker->motion.blockedTicks + 1);
-    if (motion.blockedTicks >= rules::kGiveUpTicks) return giveUp(unit, step);
+    if (motion.blockedTicks >= rules::kGiveUpTicks) return giveUp(unit, step, blocker);
     if (blocker) makeRoom(world, *blocker, unit);
     // Who goes on by himself is waited for, each a little longer than the next.
     const Tick patience = waits ? rules::kPatience + static_cast<Tick>(unit.id % 8) : 0;
