@@ -130,15 +130,16 @@ TEST_F(LoadedMapTest, NewUnitsAreMadeFromTheFilesAsTheyAre) {
     load("one");
     LoadedMap& map = session_.requireMap();
     const auto spawnAt = [&](double x) {
-        spawnUnits(map, session_.data(), {.unit = "CART", .x = x, .z = 8, .isActive = {}});
-        return map.world.units().back().type->maxHealth;
+        const SpawnedUnits spawned =
+            spawnUnits(map, session_.data(), {.unit = "CART", .x = x, .z = 8, .isActive = {}});
+        return map.world.units().withId(spawned.ids.at(0))->type->maxHealth;
     };
     EXPECT_EQ(spawnAt(8), 100);
     writeUnit(250);
     EXPECT_EQ(spawnAt(40), 100);
     session_.refreshAfterWrite({io::FileLocation::Kind::loose, definition, {}});
     EXPECT_EQ(spawnAt(72), 250);
-    EXPECT_EQ(map.world.units().front().type->maxHealth, 100);
+    EXPECT_EQ(map.world.units().withId(1)->type->maxHealth, 100);
 }
 
 }  // namespace
