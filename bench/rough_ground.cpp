@@ -28,13 +28,14 @@ void addHills(std::vector<std::uint32_t>& heights, std::uint32_t side, std::uint
 
 }  // namespace
 
-io::TntFile roughGround(std::uint32_t side) {
+io::TntFile roughGround(std::uint32_t side, std::uint32_t steepness) {
     io::TntFile map;
     map.size = {side, side};
     map.seaLevel = 60;
     std::vector<std::uint32_t> heights(std::size_t{side} * side);
     addHills(heights, side, 48, 150);
-    addHills(heights, side, 7, 110);
+    constexpr std::uint32_t kFineHills = 7;
+    addHills(heights, side, kFineHills, kFineHills * steepness);
     map.cells.reserve(heights.size());
     for (const std::uint32_t height : heights)
         map.cells.push_back(

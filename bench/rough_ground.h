@@ -20,8 +20,8 @@ private:
     std::uint64_t state_;
 };
 
-/// A map of so many cells a side with hills, lakes and slopes that have to be walked round; a good
-/// tenth of it is too steep for most, and nearly all the rest connected.
-io::TntFile roughGround(std::uint32_t side);
+/// A map of so many cells a side with hills, lakes and slopes that have to be walked round. Heights
+/// change by up to `steepness` from one cell to the next, some 15 where most is too steep for many.
+io::TntFile roughGround(std::uint32_t side, std::uint32_t steepness);
 
 }  // namespace orb::bench

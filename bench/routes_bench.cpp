@@ -25,10 +25,9 @@ constexpr std::size_t kWalkers = 2'000;
 constexpr std::size_t kPairs = 100;
 constexpr std::size_t kThreads = 2;
 
-const MovementLimits kLimits{
-    .footprintX = 2,
-    .footprintZ = 2,
-    .site = {.maxSlope = 18, .badSlope = 12, .maxWaterDepth = 30}};
+const MovementLimits kLimits{.footprintX = 2,
+                             .footprintZ = 2,
+                             .site = {.maxSlope = 18, .badSlope = 12, .maxWaterDepth = 30}};
 
 /// A star over cells, as straightforward as it gets: the length of the shortest way.
 class CellSearch {
@@ -237,7 +236,7 @@ void reportCrowd(Crowd& crowd, const std::vector<Pair>& pairs, std::string_view 
 
 int main() {
     const bench::QuietLog quiet;
-    const Terrain terrain(bench::roughGround(kSide));
+    const Terrain terrain(bench::roughGround(kSide, 16));
     Workers workers(kThreads);
     const ClassGrid grid(terrain, Obstacles(kSide, kSide), kLimits);
     const SectorGraph graph(grid, workers);

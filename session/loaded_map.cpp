@@ -1,6 +1,7 @@
 #include "session/loaded_map.h"
 
 #include <algorithm>
+#include <span>
 #include <thread>
 
 #include <fmt/format.h>
@@ -9,6 +10,7 @@
 #include "server/logger.h"
 #include "session/map_types.h"
 #include "session/request_error.h"
+#include "session/walker_switches.h"
 
 namespace orb::unitview {
 namespace {
@@ -31,23 +33,31 @@ std::vector<std::string> chainOf(const LoadedMap& map, const GameTables& tables,
     return chain;
 }
 
+/// The index of the type that follows one of a chain, -1 for the last.
+std::int32_t followerIn(const LoadedMap& map, std::span<const std::string> chain, std::size_t i) {
+    if (i + 1 == chain.size()) return -1;
+    const auto known = map.featureTypes.find(io::upperCased(chain[i + 1]));
+    return known == map.featureTypes.end()
+               ? static_cast<std::int32_t>(map.world.featureTypes().size()) + 1
+               : static_cast<std::int32_t>(known->second);
+}
+
 std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std::string& name) {
     if (const auto known = map.featureTypes.find(io::upperCased(name));
         known != map.featureTypes.end())
         return known->second;
     const auto chain = chainOf(map, tables, name);
-    std::int32_t follower = -1;
-    for (auto one = chain.rbegin(); one != chain.rend(); ++one) {
-        const auto [known, isNew] = map.featureTypes.try_emplace(io::upperCased(*one));
-        if (isNew) {
-            sim::FeatureType type = makeFeatureType(tables, *one);
-            if (type.isMissing) map.missingFeatures.push_back(*one);
-            type.follower = follower;
-            known->second = map.world.addFeatureType(std::move(type));
-        }
-        follower = static_cast<std::int32_t>(known->second);
+    const auto first = static_cast<std::uint32_t>(map.world.featureTypes().size());
+    for (std::size_t i = 0; i < chain.size(); ++i) {
+        const auto [known, isNew] = map.featureTypes.try_emplace(io::upperCased(chain[i]));
+        // Only the last of a chain can be known; what follows is the type added next.
+        if (!isNew) break;
+        sim::FeatureType type = makeFeatureType(tables, chain[i]);
+        if (type.isMissing) map.missingFeatures.push_back(chain[i]);
+        type.follower = followerIn(map, chain, i);
+        known->second = map.world.addFeatureType(std::move(type));
     }
-    return static_cast<std::uint32_t>(follower);
+    return first;
 }
 
 std::shared_ptr<const sim::UnitType> unitTypeOf(LoadedMap& map, const MountedData& data,
@@ -191,6 +201,7 @@ sim::GroundPoint pointAt(double x, double z) {
 }  // namespace
 
 std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& request) {
+    logWalkerSwitches();
     auto [name, ground, ownDescription] = readMapFiles(data.files, request.name);
     const bool hasDescription = ownDescription.has_value();
     const io::OtaFile description = std::move(ownDescription).value_or(io::OtaFile());

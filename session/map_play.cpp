@@ -73,11 +73,15 @@ bool replaceMapScripts(LoadedMap& map, const std::string& unitName,
     const std::string key = io::upperCased(unitName);
     map.temporaryScripts.erase(key);
     if (isTemporary) map.temporaryScripts[key] = script;
+    // One for each that they had: others may be of an older reading of the files.
+    std::vector<std::pair<const sim::UnitType*, std::shared_ptr<const sim::UnitType>>> replaced;
     const auto made = [&](const sim::UnitType& own) {
+        for (const auto& [old, type] : replaced)
+            if (old == &own) return type;
         auto type = std::make_shared<sim::UnitType>(own);
         type->script = script;
         type->scripts = script ? sim::findScripts(*script) : sim::noScripts();
-        return std::shared_ptr<const sim::UnitType>(std::move(type));
+        return replaced.emplace_back(&own, std::move(type)).second;
     };
     // Units that come later run it too.
     if (const auto known = map.unitTypes.find(key); known != map.unitTypes.end())

@@ -14,13 +14,14 @@ namespace {
 constexpr std::int32_t kQuarterTurn = 16'384;
 constexpr std::int32_t kEighthTurn = kQuarterTurn / 2;
 
-/// Cells of a footprint that somebody else has.
+/// Cells of a footprint that somebody else has or that are not on the map.
 std::int32_t countForeign(const WorldParts& world, const Unit& unit, const CellRect& cells) {
     std::int32_t count = 0;
     const CellOwner self = ownerOf(unit);
     forEachCell(cells, [&](Cell cell) {
         const CellOwner owner = world.state.occupancy.ownerOf(cell);
-        if (owner != CellOwner() && owner != self) ++count;
+        const bool isFree = owner == CellOwner() && world.frame.terrain.contains({cell, 1, 1});
+        if (!isFree && owner != self) ++count;
     });
     return count;
 }
@@ -66,23 +67,34 @@ void chooseDetour(const WorldParts& world, Unit& unit, Angle wished) {
     }
 }
 
+bool isWithinFootprints(const Unit& unit, const MotionStep& step, std::int32_t footprints) {
+    const std::int32_t cells = footprints * std::max(unit.type->footprintX, unit.type->footprintZ);
+    return step.end && step.distance <= Fixed::fromInt(cells * kCellPixels);
+}
+
 /// It stands beside its goal, which others have taken; the longer it has looked for a way, the
 /// farther that may be.
 bool isNearEnough(const Unit& unit, const MotionStep& step) {
     const std::int32_t footprints =
         std::min(rules::kCrowdedGoalFootprints + unit.motion.detours / rules::kDetoursPerFootprint,
                  rules::kMostCrowdedGoalFootprints);
-    const std::int32_t cells =
-        footprints * std::max(unit.type->footprintX, unit.type->footprintZ);
-    return step.end && step.distance <= Fixed::fromInt(cells * kCellPixels) &&
-           unit.motion.stillTicks >= rules::kCrowdedGoalTicks;
+    return unit.motion.stillTicks >= rules::kCrowdedGoalTicks &&
+           isWithinFootprints(unit, step, footprints);
+}
+
+/// Ends a way that does not go on: behind friends before the goal it is as good as there.
+void giveUp(Unit& unit, const MotionStep& step, const Unit* blocker) {
+    const bool isThere = blocker && blocker->player == unit.player &&
+                         isWithinFootprints(unit, step, rules::kMostCrowdedGoalFootprints);
+    unit.motion.arrival = !isThere           ? Arrival::givenUp
+                          : step.isElsewhere ? Arrival::elsewhere
+                                             : Arrival::atGoal;
 }
 
 }  // namespace
 
 bool mayStep(const WorldParts& world, const Unit& unit, const CellRect& from, const CellRect& to) {
-    if (!world.frame.terrain.contains(to)) return false;
-    if (unit.type->canFly) return true;
+    if (unit.type->canFly) return world.frame.terrain.contains(to);
     const std::int32_t foreign = countForeign(world, unit, to);
     if (foreign > 0 && foreign >= countForeign(world, unit, from)) return false;
     return canStandAt(world, unit, to.center()) || !canStandAt(world, unit, from.center());
@@ -100,10 +112,7 @@ void beBlocked(WorldParts& world, Unit& unit, const MotionStep& step, const Cell
     // A queue gets on as its head does; only where each waits for the other they all count on.
     if (waits)
         motion.blockedTicks = std::min(motion.blockedTicks, blocker->motion.blockedTicks + 1);
-    if (motion.blockedTicks >= rules::kGiveUpTicks) {
-        motion.arrival = Arrival::givenUp;
-        return;
-    }
+    if (motion.blockedTicks >= rules::kGiveUpTicks) return giveUp(unit, step, blocker);
     if (blocker) makeRoom(world, *blocker, unit);
     // Who goes on by himself is waited for, each a little longer than the next.
     const Tick patience = waits ? rules::kPatience + static_cast<Tick>(unit.id % 8) : 0;

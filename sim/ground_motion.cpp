@@ -82,14 +82,16 @@ GroundPoint ahead(const Unit& unit, Angle heading, Fixed length) {
 }
 
 /// Counts how long it has not got on.
-void noteBlocked(WorldParts& world, Unit& unit, bool hasMoved, bool wantsToMove) {
+void noteProgress(WorldParts& world, Unit& unit, bool getsOn, bool wantsTo) {
     UnitMotion& motion = unit.motion;
     if (motion.detourTicks > 0 && --motion.detourTicks == 0) motion.detour = {};
-    if (!wantsToMove || hasMoved) {
-        motion.blockedTicks = wantsToMove ? std::max(0, motion.blockedTicks - 2) : 0;
+    if (!wantsTo || getsOn) {
+        motion.blockedTicks = wantsTo ? std::max(0, motion.blockedTicks - 2) : 0;
+        motion.stillTicks = 0;
         return;
     }
     ++motion.blockedTicks;
+    motion.stillTicks = static_cast<std::int16_t>(std::min<int>(motion.stillTicks + 1, 0x7FFF));
     if (motion.blockedTicks == rules::kBlockedTicks) world.tell(unit, Blocked{});
 }
 
@@ -146,7 +148,9 @@ void applyStep(WorldParts& world, Unit& unit, const MotionStep& step, bool hasGo
     const bool moved = step.speed > Fixed() && advance(world, unit, step);
     if (hasGoal && hasArrived(unit, step))
         unit.motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
-    noteBlocked(world, unit, moved || turns, hasGoal && unit.motion.arrival == Arrival::underWay);
+    const bool turnsOnly = turns && step.speed == Fixed();
+    noteProgress(world, unit, moved || turnsOnly,
+                 hasGoal && unit.motion.arrival == Arrival::underWay);
     if (moved || turns) settleOnGround(world, unit);
 }
 

@@ -196,14 +196,17 @@ std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
                                     const OrderRequest& request) {
     std::vector<OrderRefusal> answers;
     std::vector<Unit*> takers;
+    std::vector<bool> takes(world.state.units.slotCount());
     answers.reserve(unitIds.size());
     for (const std::int64_t id : unitIds) {
         Unit* const unit = world.state.units.withId(id);
         answers.push_back(testOrder(world, unit, request));
         if (answers.back() != OrderRefusal::none) continue;
-        if (orderRule(request.kind).joinsQueue)
-            takers.push_back(unit);
-        else
+        if (orderRule(request.kind).joinsQueue) {
+            // Who is named twice gets it once.
+            if (!takes[unit->slot()]) takers.push_back(unit);
+            takes[unit->slot()] = true;
+        } else
             actAtOnce(world, scratch, *unit, request);
     }
     const Order order = orderOf(world, request);

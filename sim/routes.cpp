@@ -296,7 +296,8 @@ void Routes::takeSteps(Workers& workers) {
     work_.steps = walkers.size();
     workers.forEach(walkers.size(), kStepsPerBlock, [&](std::size_t i, std::size_t) {
         Way& way = ways_[walkers[i]];
-        way.step = stepAlong(way, grounds_[way.movementClass], limits_[way.movementClass], fields_);
+        way.step = stepAlong(way, walkers[i], grounds_[way.movementClass],
+                             limits_[way.movementClass], fields_);
         way.hasStep = true;
     });
 }

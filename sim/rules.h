@@ -92,7 +92,7 @@ inline constexpr Fixed kArrivalDistance = Fixed::fromInt(2);
 inline constexpr std::int32_t kCrowdedGoalFootprints = 2;
 inline constexpr Tick kCrowdedGoalTicks = 15;
 /// It grows by a footprint with so many detours, up to this many.
-inline constexpr std::int32_t kDetoursPerFootprint = 4;
+inline constexpr std::int32_t kDetoursPerFootprint = 2;
 inline constexpr std::int32_t kMostCrowdedGoalFootprints = 12;
 /// How long somebody goes round before he heads for his goal again, and how far he looks whether
 /// there is room. Longer gets round larger groups and wanders more.

@@ -56,7 +56,6 @@ public:
         return reply;
     }
     sim::World& world() { return session_.requireMap().world; }
-    std::string hash() { return pass(0)["hash"]; }
     /// Of the events so far.
     const std::set<std::string>& kinds() const { return kinds_; }
 

@@ -20,8 +20,8 @@ inline Fixed px(double value) {
 /// A world to fight in: flat and dry unless it is made otherwise.
 class Battlefield {
 public:
-    explicit Battlefield(const io::TntFile& map = flatMap(80, 80, 20, 0))
-        : world(Terrain(map), 1) {}
+    explicit Battlefield(const io::TntFile& map = flatMap(80, 80, 20, 0), std::size_t threads = 1)
+        : world(Terrain(map), threads) {}
 
     Unit& place(const std::shared_ptr<const UnitType>& type, std::int32_t player, double x,
                 double z, double headingDegrees = 0) {

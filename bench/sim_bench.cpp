@@ -1,0 +1,164 @@
+/// A large map on which 2,000 units with the sample game's scripts go to and fro: what each phase
+/// of a tick takes, against sorting numbers in the same run, and how much work it is.
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+#include <fmt/format.h>
+
+#include "bench/figures.h"
+#include "bench/large_data_root.h"
+#include "bench/rough_ground.h"
+#include "session/map_play.h"
+#include "session/unit_view_session.h"
+
+namespace {
+
+using namespace orb;
+namespace fs = std::filesystem;
+
+constexpr std::uint32_t kSide = 1'280;  // 40 x 40 screens: the largest known
+constexpr std::size_t kUnits = 2'000;
+constexpr std::size_t kUnitsPerGroup = 25;
+constexpr std::size_t kThreads = 2;
+constexpr int kTicksBefore = 300, kTicks = 600;
+constexpr const char* kName = "rough";
+
+/// Sorting 100,000 numbers: what the milliseconds are compared with.
+double sortingTime() {
+    std::vector<std::uint32_t> numbers;
+    const auto fill = [&] {
+        bench::Noise noise;
+        numbers.clear();
+        for (int i = 0; i < 100'000; ++i) numbers.push_back(noise.below(1'000'000));
+    };
+    const auto timings = bench::measure({[&] {
+                                             fill();
+                                             std::ranges::sort(numbers);
+                                         },
+                                         fill});
+    return (timings[0].best - timings[1].best) * 1'000;
+}
+
+fs::path writeMaps(const fs::path& root) {
+    fs::remove_all(root);
+    fs::create_directories(root / "maps");
+    std::ofstream(root / "maps" / fmt::format("{}.tnt", kName), std::ios::binary)
+        << io::asText(io::writeTnt(bench::roughGround(kSide, 6)));
+    return root;
+}
+
+/// Groups that patrol from where they are born to elsewhere; all of one player, or of two.
+class Crowd {
+public:
+    Crowd(unitview::UnitViewSession& session, std::int32_t players)
+        : map_(session.requireMap()), data_(session.data()) {
+        constexpr std::array<const char*, 3> kNames = {"FENWADE", "KILCART", "FENTILL"};
+        for (std::size_t group = 0; count() < kUnits; ++group)
+            addGroup(kNames[group % kNames.size()], 1 + static_cast<std::int32_t>(group) % players);
+    }
+    std::size_t count() const { return map_.world.units().count(); }
+    sim::World& world() { return map_.world; }
+
+private:
+    sim::GroundPoint somewhere() {
+        constexpr std::uint32_t kPixels = kSide * 16 - 1'000;
+        const auto coordinate = [&] {
+            return sim::Fixed::fromInt(static_cast<std::int32_t>(500 + noise_.below(kPixels)));
+        };
+        const sim::Fixed x = coordinate();
+        return {x, coordinate()};
+    }
+    void addGroup(const char* name, std::int32_t player) {
+        const sim::GroundPoint place = somewhere();
+        std::vector<std::uint32_t> ids;
+        try {
+            ids = unitview::spawnUnits(map_, data_,
+                                       {.unit = name,
+                                        .x = place.x.toNumber(),
+                                        .z = place.z.toNumber(),
+                                        .player = player,
+                                        .count = std::min(kUnitsPerGroup, kUnits - count()),
+                                        .isActive = {}})
+                      .ids;
+        } catch (const std::exception&) {
+            return;  // a lake
+        }
+        const std::vector<std::int64_t> group(ids.begin(), ids.end());
+        sim::OrderRequest order;
+        order.kind = sim::OrderKind::patrol;
+        order.place = somewhere();
+        unitview::giveOrder(map_, group, order);
+    }
+
+    unitview::LoadedMap& map_;
+    const unitview::MountedData& data_;
+    bench::Noise noise_;
+};
+
+using Clock = std::chrono::steady_clock;
+
+double millisecondsSince(Clock::time_point begin) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+}
+
+void reportTicks(sim::World& world, double sorting) {
+    for (int i = 0; i < kTicksBefore; ++i) world.runTick();
+    std::map<std::string, double> phases;
+    std::vector<std::string> order;
+    sim::WorkCounts counts;
+    double whole = 0, worst = 0;
+    for (int i = 0; i < kTicks; ++i) {
+        const auto begin = Clock::now();
+        auto before = begin;
+        world.runTick([&](std::string_view phase) {
+            const std::string name(phase);
+            if (!phases.contains(name)) order.push_back(name);
+            phases[name] += millisecondsSince(before);
+            before = Clock::now();
+        });
+        const double tick = millisecondsSince(begin);
+        whole += tick;
+        worst = std::max(worst, tick);
+        counts.scriptTicks += world.counts().scriptTicks;
+        counts.nodeVisits += world.counts().nodeVisits;
+        counts.cellsTested += world.counts().cellsTested;
+        counts.pairs += world.counts().pairs;
+        counts.steps += world.counts().steps;
+        world.events().clear();
+    }
+    bench::report("a tick of 2,000 units / sorting 100,000 numbers", whole / kTicks, "ms", sorting);
+    bench::report("  the worst", worst, "ms", sorting);
+    for (const std::string& phase : order)
+        bench::report("  " + phase, phases[phase] / kTicks, "ms", sorting);
+    const auto report = [&](const char* name, std::uint64_t count) {
+        bench::report(fmt::format("  {} a tick / units", name), static_cast<double>(count) / kTicks,
+                      "", static_cast<double>(world.units().count()));
+    };
+    report("scripts run", counts.scriptTicks);
+    report("portals visited", counts.nodeVisits);
+    report("cells tested", counts.cellsTested);
+    report("pairs looked at", counts.pairs);
+    report("steps", counts.steps);
+}
+
+}  // namespace
+
+int main() {
+    const bench::QuietLog quiet;
+    const fs::path maps = writeMaps(bench::dataFolder() / "sim");
+    const double sorting = sortingTime();
+    for (const std::int32_t players : {1, 2}) {
+        unitview::UnitViewSession session;
+        session.setDataRoots({fs::path(ORB_SAMPLE_DATA) / "game", {}, maps});
+        session.loadMap({.name = kName, .threads = kThreads});
+        Crowd crowd(session, players);
+        bench::report(players == 1 ? "walking in peace: units" : "at war: units",
+                      static_cast<double>(crowd.count()), "", kUnits);
+        reportTicks(crowd.world(), sorting);
+    }
+    return 0;
+}

@@ -1,0 +1,183 @@
+#include "sim/orders.h"
+
+#include "sim/battlefield.h"
+
+namespace orb::sim {
+namespace {
+
+std::shared_ptr<UnitType> runnerType() {
+    auto type = std::make_shared<UnitType>();
+    type->name = "RUNNER";
+    type->canMove = true;
+    type->maxHealth = 100;
+    type->movement = {.maxSpeed = px(8),
+                      .acceleration = px(8),
+                      .brakeRate = px(8),
+                      .turnRate = 32'768,
+                      .isUpright = true};
+    return type;
+}
+
+OrderRequest order(OrderKind kind) {
+    OrderRequest request;
+    request.kind = kind;
+    return request;
+}
+OrderRequest order(OrderKind kind, double x, double z, bool isQueued = false) {
+    OrderRequest request = order(kind);
+    request.place = at(x, z);
+    request.isQueued = isQueued;
+    return request;
+}
+OrderRequest order(OrderKind kind, const Unit& target) {
+    OrderRequest request = order(kind);
+    request.target = target.id;
+    return request;
+}
+
+std::vector<OrderRefusal> answers(Battlefield& field, std::vector<std::int64_t> ids,
+                                  const OrderRequest& request) {
+    return giveOrder(field.world, field.scratch, ids, request);
+}
+
+TEST(Orders, AreRefusedForAReason) {
+    using enum OrderRefusal;
+    Battlefield field;
+    Unit& runner = field.place(runnerType(), 1, 300, 300);
+    Unit& post = field.place(dummyType(), 1, 400, 300);
+    Unit& turret = field.place(turretType(weaponType(Flight::straight)), 1, 500, 300);
+    Unit& frame = field.place(runnerType(), 1, 600, 300);
+    frame.buildFraction = px(0.5);
+    Unit& dead = field.place(runnerType(), 1, 700, 300);
+    const std::int64_t deadId = dead.id;
+    field.give(dead, order(OrderKind::remove));
+    const std::vector<std::int64_t> all = {runner.id, post.id, turret.id, frame.id, deadId, -1};
+
+    using Answers = std::vector<OrderRefusal>;
+    EXPECT_EQ(answers(field, all, order(OrderKind::move, 500, 500)),
+              (Answers{none, cannotMove, cannotMove, notBuilt, noSuchUnit, noSuchUnit}));
+    EXPECT_EQ(answers(field, all, order(OrderKind::attack, post)),
+              (Answers{noWeapon, noWeapon, none, noWeapon, noSuchUnit, noSuchUnit}));
+    OrderRequest third = order(OrderKind::attack, post);
+    third.slot = 2;
+    EXPECT_EQ(answers(field, {turret.id}, third), Answers{noWeapon});
+    third.target = deadId;
+    EXPECT_EQ(answers(field, {turret.id}, third), Answers{noSuchTarget});
+    EXPECT_EQ(answers(field, {runner.id}, order(OrderKind::guard, post)), Answers{none});
+    // once given an order to nobody twice is an order once
+    EXPECT_EQ(answers(field, {}, order(OrderKind::stop)), Answers{});
+    for (std::size_t i = 1; i < kMaxOrders; ++i)
+        EXPECT_EQ(answers(field, {runner.id}, order(OrderKind::move, 400, 400, true)),
+                  Answers{none});
+    EXPECT_EQ(answers(field, {runner.id}, order(OrderKind::move, 400, 400, true)),
+              Answers{queueFull});
+    EXPECT_EQ(answers(field, {runner.id}, order(OrderKind::move, 400, 400)), Answers{none});
+    EXPECT_EQ(runner.orders.size(), 1U);
+}
+
+TEST(Orders, FollowEachOtherInTheQueue) {
+    Battlefield field;
+    Unit& unit = field.place(runnerType(), 1, 300, 300);
+    field.give(unit, order(OrderKind::move, 400, 300));
+    field.give(unit, order(OrderKind::move, 400, 400, true));
+    EXPECT_EQ(unit.orders.size(), 2U);
+    ASSERT_TRUE(field.tickUntil<OrderDone>(60));
+    EXPECT_NEAR(unit.place.x.toNumber(), 400, 3);
+    field.forget();
+    ASSERT_TRUE(field.tickUntil<OrderDone>(60));
+    EXPECT_NEAR(unit.place.z.toNumber(), 400, 3);
+    EXPECT_TRUE(unit.orders.empty());
+
+    field.give(unit, order(OrderKind::move, 900, 900));
+    field.tick(10);
+    field.give(unit, order(OrderKind::stop));
+    field.forget();
+    field.tick(30);
+    EXPECT_EQ(unit.motion.speed, Fixed());
+    EXPECT_TRUE(field.all<OrderDone>().empty());
+}
+
+TEST(Orders, PatrolsGoRoundUntilTheyAreStopped) {
+    Battlefield field;
+    Unit& unit = field.place(runnerType(), 1, 300, 300);
+    field.give(unit, order(OrderKind::patrol, 400, 300));
+    field.tick(200);
+    EXPECT_GE(field.all<OrderDone>().size(), 6U);
+    EXPECT_EQ(unit.orders.size(), 2U);
+    EXPECT_GE(unit.place.x, px(297));
+    EXPECT_LE(unit.place.x, px(403));
+    // where it stands already: a tick for each leg, not for ever within one
+    field.give(unit, order(OrderKind::patrol, unit.place.x.toNumber(), unit.place.z.toNumber()));
+    field.tick(20);
+    EXPECT_EQ(unit.orders.size(), 2U);
+}
+
+TEST(Orders, GuardsStayNearUntilTheirWardIsGone) {
+    Battlefield field;
+    Unit& ward = field.place(runnerType(), 1, 300, 300);
+    Unit& guard = field.place(runnerType(), 1, 340, 300);
+    field.give(guard, order(OrderKind::guard, ward));
+    field.give(ward, order(OrderKind::move, 900, 900));
+    field.tick(300);
+    EXPECT_LT(lengthOf(guard.place.x - ward.place.x, guard.place.z - ward.place.z), px(110));
+    field.forget();
+    field.give(ward, order(OrderKind::remove));
+    ASSERT_TRUE(field.tickUntil<OrderFailed>(3));
+    EXPECT_EQ(field.all<OrderFailed>()[0].reason, OrderFailure::targetGone);
+}
+
+TEST(Orders, AttackersGoWithinTheirRange) {
+    Battlefield field;
+    auto type = runnerType();
+    type->weapons[0] = weaponType(Flight::straight, 200);
+    type->height = px(20);
+    Unit& unit = field.place(type, 1, 200, 300);
+    Unit& target = field.place(dummyType(60), 2, 900, 300);
+    field.give(unit, order(OrderKind::attack, target));
+    ASSERT_TRUE(field.tickUntil<Fired>(200));
+    const Fixed apart = target.place.x - unit.place.x;
+    EXPECT_LE(apart, px(200));
+    EXPECT_GE(apart, px(150));
+    ASSERT_TRUE(field.tickUntil<Killed>(300));
+    ASSERT_TRUE(field.tickUntil<OrderDone>(3));
+}
+
+TEST(Orders, PreviewsActAtOnce) {
+    Battlefield field;
+    auto type = turretType(nullptr);
+    type->isActiveWhenBuilt = true;
+    Unit& frame = field.place(type, 1, 300, 300);
+    frame.buildFraction = px(0.25);
+    frame.health = Amount::fromInt(10);
+    field.give(frame, order(OrderKind::finish));
+    EXPECT_TRUE(frame.isBuilt());
+    EXPECT_EQ(frame.health, Amount::fromInt(100));
+    EXPECT_EQ(field.all<Built>().size(), 1U);
+
+    OrderRequest place = order(OrderKind::place, 800, 640);
+    place.heading = Angle::fromDegrees(90);
+    place.hasHeading = true;
+    field.give(frame, place);
+    EXPECT_EQ(frame.place, at(800, 640));
+    EXPECT_EQ(frame.heading, Angle::fromDegrees(90));
+    EXPECT_TRUE(field.world.state.occupancy.ownerOf({49, 39}).isUnit());
+    EXPECT_FALSE(field.world.state.occupancy.ownerOf({18, 18}).isUnit());
+
+    OrderRequest damage = order(OrderKind::damage, 700, 640);
+    damage.value = 30;
+    field.give(frame, damage);
+    EXPECT_EQ(frame.health, Amount::fromInt(70));
+    OrderRequest kill = order(OrderKind::kill);
+    kill.value = 40;
+    const UnitRef ref = frame.ref();
+    field.give(frame, kill);
+    EXPECT_EQ(field.world.state.units.find(ref), nullptr);
+    ASSERT_EQ(field.all<Killed>().size(), 1U);
+    EXPECT_EQ(field.all<Killed>()[0].severity, 40);
+    EXPECT_EQ(field.all<Killed>()[0].corpseType, 2);
+    EXPECT_EQ(field.all<Explode>().size(), 1U);
+    EXPECT_FALSE(field.world.state.occupancy.ownerOf({49, 39}).isUnit());
+}
+
+}  // namespace
+}  // namespace orb::sim
