@@ -1716,7 +1716,7 @@ export type MapEvent = EventBase & (
         reason: "script returned 0" | "no script" | "out of range" | "no line";
     }
     | { kind: "fired"; slot: number; weapon: string } & EventPlace & EventPiece
-    | { kind: "hit"; weapon: string; damaged: { unitId: number; damage: number }[] } & EventPlace
+    | { kind: "hit"; weapon: string; damaged: { unitId: number; damage: number }[]; moreDamaged?: number } & EventPlace
     | { kind: "killed"; severity: number; corpseType: number; corpse?: string }
     | { kind: "corpse"; featureId: number; name: string }
     | { kind: "feature-gone"; featureId: number }

@@ -22,7 +22,7 @@ struct MapRequest {
     /// What random numbers hang from.
     std::uint64_t seed = 1;
     /// That share the work of a tick; none: as many as the machine has, within reason.
-    std::optional<std::size_t> threads;
+    std::optional<std::size_t> threads = {};
 };
 
 /// The lists of a map's files.

@@ -49,7 +49,7 @@ sim::SiteLimits readOwnLimits(const io::TdfSection& section, bool floats) {
     return limits;
 }
 
-sim::Fixed fixedOf(float value) {
+sim::Fixed fixedOf(double value) {
     return sim::Fixed::fromNumber(value);
 }
 
@@ -77,8 +77,8 @@ std::uint8_t standingOrder(std::int32_t state) {
 
 /// How the pieces hang together, and how high the model is.
 void takeModel(sim::UnitType& type, const io::Model3doObject& model) {
-    std::vector<float> heights;
-    float highest = 0;
+    std::vector<double> heights;
+    double highest = 0;
     for (const auto& [piece, parent] : flattenPieces(model)) {
         const auto& [x, y, z] = piece->position;
         type.pieces.push_back(piece->name);

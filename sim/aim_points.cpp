@@ -38,7 +38,11 @@ Vector worldToBody(const Unit& unit, const Vector& way) {
 }
 
 Vector hitCenter(const WorldParts& world, const Unit& unit) {
-    return unit.sweetSpot >= 0 ? pieceInWorld(world, unit, unit.sweetSpot) : onAxis(unit, 1, 2);
+    if (unit.sweetSpot < 0) return onAxis(unit, 1, 2);
+    const Vector spot = pieceInWorld(world, unit, unit.sweetSpot);
+    const bool isNear = squaredDistance(spot.x, spot.z, unit.place.x, unit.place.z) <=
+                        squaredLength(hitRadius(*unit.type));
+    return isNear ? spot : onAxis(unit, 1, 2);
 }
 
 Fixed hitRadius(const UnitType& type) {

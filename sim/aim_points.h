@@ -10,7 +10,8 @@ namespace orb::sim {
 
 // The points of units between which shots fly.
 
-/// Where to aim at a unit, and round which it is hit.
+/// Where to aim at a unit, and round which it is hit: its sweet spot, unless that lies farther
+/// than `hitRadius` to the side of its middle.
 Vector hitCenter(const WorldParts& world, const Unit& unit);
 
 /// A way in the world as the unit's body has it: x to its left, y up, z forward.

@@ -87,6 +87,7 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
     unit.motion.movementClass = movementClassOf(world, type);
     takeCells(world, unit);
     world.derived.buckets.add(unit.slot(), unit.place);
+    noteFootprint(world.derived, type);
     setUpScript(world, unit);
     return unit;
 }

@@ -17,6 +17,9 @@ namespace {
 /// otherwise; a battle of thousands looks at some ten thousand.
 constexpr std::uint64_t kMaxAreaTests = 20'000'000;
 
+/// Of one hit; an explosion as large as the map may hurt thousands, and there may be thousands.
+constexpr std::size_t kMaxVictimsTold = 64;
+
 /// From a point to the nearest of a unit's box: its footprint from its feet to its height.
 Fixed distanceTo(const Unit& unit, const Vector& point) {
     const auto outside = [](Fixed value, Fixed least, Fixed most) {
@@ -91,10 +94,12 @@ private:
 
     void tell() {
         const Unit* const by = world_.state.units.find(impact_.by);
-        Hit hit{weapon().name, impact_.place, {}};
-        hit.damaged.reserve(damages_.size());
-        for (const Damage& damage : damages_)
-            hit.damaged.push_back({damage.victim.slot + 1, damage.amount});
+        Hit hit{weapon().name, impact_.place, {}, 0};
+        const std::size_t told = std::min(damages_.size(), kMaxVictimsTold);
+        hit.damaged.reserve(told);
+        for (std::size_t i = 0; i < told; ++i)
+            hit.damaged.push_back({damages_[i].victim.slot + 1, damages_[i].amount});
+        hit.moreDamaged = damages_.size() - told;
         world_.events.add({world_.state.tick, by ? by->id : 0, nullptr, std::move(hit)});
     }
 
@@ -108,9 +113,9 @@ private:
     void findUnits() {
         if (scratch_.areaTests >= kMaxAreaTests) return;
         // The farthest corner of the largest footprint.
-        constexpr Fixed kLargest = Fixed::fromInt(kMaxFootprint * kCellPixels * 3 / 4);
+        const Fixed largest = Fixed::fromInt(world_.derived.largestFootprint * kCellPixels * 3 / 4);
         world_.derived.buckets.findWithin(world_.state.units, {impact_.place.x, impact_.place.z},
-                                          weapon().damageRadius + kLargest, scratch_.found);
+                                          weapon().damageRadius + largest, scratch_.found);
         scratch_.areaTests += scratch_.found.size();
         for (const std::uint32_t slot : scratch_.found) {
             const Unit& unit = *world_.state.units.at(slot);

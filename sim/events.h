@@ -63,7 +63,10 @@ struct Hit {
     };
     std::string weapon;
     Vector place;
+    /// The first of them.
     std::vector<Victim> damaged;
+    /// How many more there are.
+    std::size_t moreDamaged = 0;
 };
 
 struct Killed {

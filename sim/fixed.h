@@ -1,7 +1,6 @@
 #pragma once
 
 #include <algorithm>
-#include <bit>
 #include <cassert>
 #include <cmath>
 #include <compare>
@@ -36,16 +35,14 @@ constexpr std::int64_t quotient(std::int64_t dividend, std::int64_t divisor, Rou
 }
 
 /// The largest whole number whose square is no larger.
-constexpr std::uint32_t squareRoot(std::uint64_t square) {
-    if (square == 0) return 0;
-    // Newton's steps come down from a start that is no smaller than the root.
-    const int bits = (static_cast<int>(std::bit_width(square)) + 1) / 2;
-    std::uint64_t root = bits == 32 ? 0xFFFFFFFF : std::uint64_t{1} << bits;
-    while (true) {
-        const std::uint64_t next = (root + square / root) / 2;
-        if (next >= root) return static_cast<std::uint32_t>(root);
-        root = next;
-    }
+inline std::uint32_t squareRoot(std::uint64_t square) {
+    // A double's root is near; what it is off by, on whatever machine, is put right in whole
+    // numbers.
+    constexpr std::uint64_t kMost = 0xFFFFFFFF;
+    auto root = std::min(kMost, static_cast<std::uint64_t>(std::sqrt(static_cast<double>(square))));
+    while (root * root > square) --root;
+    while (root < kMost && (root + 1) * (root + 1) <= square) ++root;
+    return static_cast<std::uint32_t>(root);
 }
 
 /// A number with 16 bits before and 16 bits behind the point, the same on every machine. Places are
@@ -221,19 +218,19 @@ struct Vector {
 };
 
 /// Rounded down to a step, and at most the largest number. Three squares of 2^31 fit 64 bits.
-constexpr Fixed lengthOf(const Vector& vector) {
+inline Fixed lengthOf(const Vector& vector) {
     const auto square = [](Fixed part) {
         const std::int64_t raw = part.raw();
         return static_cast<std::uint64_t>(raw * raw);
     };
     return Fixed::fromWideRaw(squareRoot(square(vector.x) + square(vector.y) + square(vector.z)));
 }
-constexpr Fixed lengthOf(Fixed x, Fixed z) {
+inline Fixed lengthOf(Fixed x, Fixed z) {
     return lengthOf(Vector{x, {}, z});
 }
 
 /// `vector` made so long; one without length stays as it is.
-constexpr Vector withLength(const Vector& vector, Fixed length) {
+inline Vector withLength(const Vector& vector, Fixed length) {
     const std::int64_t now = lengthOf(vector).raw();
     if (now == 0) return vector;
     const auto part = [&](Fixed value) {

@@ -6,6 +6,7 @@
 #include "sim/giving_way.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
+#include "sim/weapons.h"
 
 namespace orb::sim {
 namespace {
@@ -41,7 +42,13 @@ MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& w
     MotionStep step;
     step.heading = unit.heading;
     step.speed = changedSpeed(unit.motion.speed, {}, limits);
-    if (!wish.goal) return step;
+    if (!wish.goal) {
+        if (const auto place = placeToFace(world, unit))
+            step.heading = turnedTowards(
+                unit.heading, headingOf(place->x - unit.place.x, place->z - unit.place.z),
+                limits.turnRate);
+        return step;
+    }
     const RouteStep way = world.state.routes.step(unit.slot());
     const Fixed x = way.toward.x - unit.place.x, z = way.toward.z - unit.place.z;
     step.distance = lengthOf(x, z);

@@ -115,6 +115,10 @@ bool canHit(const Projectile& shot, const Unit& unit) {
     return ref == shot.target || unit.player != shot.player || rules::kShotsHitFriends;
 }
 
+bool isWithin(GroundPoint place, GroundPoint other, Fixed distance) {
+    return squaredDistance(place.x, place.z, other.x, other.z) <= squaredLength(distance);
+}
+
 struct UnitContact {
     const Unit* unit = nullptr;
     Fixed share = Fixed::fromInt(1);
@@ -123,20 +127,19 @@ struct UnitContact {
 /// The unit that a shot meets first on its way, the lower slot where two are as near.
 UnitContact firstUnit(const WorldParts& world, TickScratch& scratch, const Projectile& shot,
                       const Vector& way) {
-    constexpr Fixed kLargest = Fixed::fromInt(kMaxFootprint * kCellPixels / 2);
+    // A sphere lies round a middle at most as far from the unit's as it reaches itself.
+    const Fixed farthest = Fixed::fromInt(world.derived.largestFootprint * kCellPixels);
     const Fixed half = lengthOf(way.x, way.z).over(2, Rounding::up);
     const GroundPoint middle{shot.place.x + way.x.over(2, Rounding::down),
                              shot.place.z + way.z.over(2, Rounding::down)};
-    // A sweet spot may be off the unit's middle by as much again.
-    world.derived.buckets.findWithin(world.state.units, middle, half + kLargest + kLargest,
-                                     scratch.found);
+    world.derived.buckets.findWithin(world.state.units, middle, half + farthest, scratch.found);
     UnitContact first;
     for (const std::uint32_t slot : scratch.found) {
         const Unit& unit = *world.state.units.at(slot);
         ++scratch.counts.pairs;
-        if (!canHit(shot, unit)) continue;
-        const auto share =
-            shareToSphere(shot.place, way, hitCenter(world, unit), hitRadius(*unit.type));
+        const Fixed radius = hitRadius(*unit.type);
+        if (!canHit(shot, unit) || !isWithin(unit.place, middle, half + radius + radius)) continue;
+        const auto share = shareToSphere(shot.place, way, hitCenter(world, unit), radius);
         if (share && (!first.unit || *share < first.share)) first = {&unit, *share};
     }
     scratch.found.clear();

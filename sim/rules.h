@@ -41,6 +41,14 @@ inline constexpr std::int32_t kMostFallSeconds = 120;
 /// Steps of 1/65536 turn within which a weapon without `tolerance` counts as aimed: some 5 degrees.
 /// Half of the known weapons give one, from 200 to 37,152.
 inline constexpr std::int32_t kAimTolerance = 1'000;
+/// Differences that no weapon is turned anew for, in steps: 1.4 degrees. Less, and turrets that
+/// follow somebody are told so all the time.
+inline constexpr std::int32_t kLeastTolerance = 256;
+/// Ticks between two looks at where a weapon's target lies, and thus between two starts of AimX. Less
+/// lets shots follow sudden turns sooner and costs scripts.
+inline constexpr std::int32_t kLookEvery = 10;
+/// A weapon without a target looks for one in one tick of so many, half a second.
+inline constexpr std::int32_t kSearchEvery = 16;
 /// Pixels that what climbs climbs above its launcher, that what cruises keeps above the ground, and
 /// from the target at which it leaves that height.
 inline constexpr std::int32_t kClimbPixels = 256;
@@ -60,6 +68,16 @@ inline constexpr std::int32_t kMuzzleHeightWhole = 4;
 /// What HitByWeapon and RockUnit are told at most, in COB angles: 2.7 degrees. Scripts take them as
 /// angles to turn to.
 inline constexpr std::int32_t kMostRocking = 500;
+// Choices about fights that have no number:
+// - Weapons choose the nearest enemy; what is not of the player himself is one.
+// - Straight and thrown shots are aimed at where the target will be if it goes on as it does.
+// - A shot that is not for the water ends on the water's surface.
+// - Damage falls evenly from the middle of an area to its edge, measured to the victim's box.
+// - Features take what a weapon does by default; those without hit points last for ever.
+// - Of two paralyzing hits the one that ends later counts; times do not add up.
+// - The script of a unit that dies is asked for its corpse: 0, or beyond its chain, is none; a unit
+//   without script leaves the first. What was never finished leaves nothing and does not explode.
+// - Features in a chain that comes round end where the first would come a second time.
 
 /// Kills for each veteran level that a script reads. Known is only that units are veterans from so
 /// many on.

@@ -116,6 +116,7 @@ void setUpScript(WorldParts& world, Unit& unit) {
     instance->trace.enable(false);
     installCallbacks(*instance, {&world, &unit, &world.state.scripts.outboxOf(unit)});
     unit.sweetSpot = queryPiece(world, unit, UnitScript::sweetSpot);
+    for (WeaponState& weapon : unit.weapons) weapon.isAimed = weapon.isAsking = false;
 }
 
 bool startScriptIfThere(WorldParts& world, const Unit& unit, UnitScript script,

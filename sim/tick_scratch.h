@@ -61,6 +61,19 @@ struct WorkCounts {
     std::uint64_t steps = 0;
 };
 
+/// A weapon that looks for a target, and what it found.
+struct TargetSearch {
+    std::uint32_t unit = 0;
+    std::size_t weapon = 0;
+    UnitRef target = {};
+};
+
+/// A worker's own: slots that a search has found, empty between searches, and how many it tested.
+struct UnitFinder {
+    std::vector<std::uint32_t> found;
+    std::uint64_t pairs = 0;
+};
+
 /// What phases of one tick hand to later ones of the same tick. Nothing here lives on: it is empty
 /// when a tick begins.
 struct TickScratch {
@@ -69,6 +82,8 @@ struct TickScratch {
     std::vector<MotionStep> steps;
     /// By slot, and in the order of their births within a unit.
     std::vector<EndedCall> endedCalls;
+    std::vector<TargetSearch> searches;
+    std::vector<UnitFinder> finders;
     std::vector<Damage> damage;
     std::vector<Impact> impacts;
     std::vector<Death> deaths;
@@ -82,6 +97,7 @@ struct TickScratch {
         wishes.assign(slotCount, {});
         steps.assign(slotCount, {});
         endedCalls.clear();
+        searches.clear();
         damage.clear();
         impacts.clear();
         deaths.clear();

@@ -8,9 +8,9 @@ namespace orb::sim {
 
 Amount WeaponType::damageTo(std::string_view unitName) const {
     const auto isBefore = [](const UnitDamage& entry, std::string_view wanted) {
-        return std::lexicographical_compare(entry.unit.begin(), entry.unit.end(), wanted.begin(),
-                                            wanted.end(),
-                                            [](char a, char b) { return a < io::toUpper(b); });
+        return std::lexicographical_compare(
+            entry.unit.begin(), entry.unit.end(), wanted.begin(), wanted.end(),
+            [](char a, char b) { return std::char_traits<char>::lt(a, io::toUpper(b)); });
     };
     const auto found = std::lower_bound(unitDamage.begin(), unitDamage.end(), unitName, isBefore);
     return found != unitDamage.end() && io::equalsIgnoringCase(found->unit, unitName)

@@ -16,13 +16,9 @@
 namespace orb::sim {
 namespace {
 
-/// How often a weapon's direction is looked at, and thus the most often that AimX is started.
-constexpr Tick kLookEvery = 10;
 /// Ticks after which a question is repeated whose answer never comes, as when the script that was
 /// asked is not there any more. Turrets go on turning through it.
 constexpr Tick kAskAgainAfter = 150;
-/// Differences that no weapon is turned anew for, in steps: some 1.4 degrees.
-constexpr std::int32_t kLeastTolerance = 256;
 
 /// A question's number and its weapon, as the scripts' threads carry them. The upper bits keep it
 /// apart from other calls with numbers.
@@ -43,7 +39,7 @@ BodyDirection inBody(const Unit& unit, const AimDirection& direction) {
 }
 
 bool isWithin(Angle a, Angle b, std::int32_t tolerance) {
-    return std::abs(shortestDifference(a, b)) <= std::max(tolerance, kLeastTolerance);
+    return std::abs(shortestDifference(a, b)) <= std::max(tolerance, rules::kLeastTolerance);
 }
 
 /// Whether a weapon still points near enough to where it was last turned.
@@ -52,8 +48,13 @@ bool pointsAt(const WeaponType& type, const WeaponState& weapon, const BodyDirec
            isWithin(weapon.askedPitch, wish.pitch, type.pitchTolerance);
 }
 
+/// Turrets turn by themselves, and what climbs first may leave in any direction.
+bool needsFacing(const WeaponType& type) {
+    return !type.isTurret && type.flight != Flight::vertical;
+}
+
 bool bodyFaces(const WeaponType& type, const BodyDirection& wish) {
-    return type.isTurret || isWithin({}, wish.heading, type.tolerance);
+    return !needsFacing(type) || isWithin({}, wish.heading, type.tolerance);
 }
 
 /// Told once until something else happens with the weapon.
@@ -111,7 +112,7 @@ void look(WorldParts& world, Unit& unit, std::size_t slot) {
     WeaponState& weapon = unit.weapons[slot];
     const auto target = targetOf(world, weapon);
     if (!target || world.state.tick < weapon.lookAt) return;
-    weapon.lookAt = world.state.tick + kLookEvery;
+    weapon.lookAt = world.state.tick + rules::kLookEvery;
     const AimSolution solution = solve(world, unit, slot, *target);
     if (solution.failure) {
         weapon.isAimed = false;
@@ -178,7 +179,7 @@ bool tryToFire(WorldParts& world, Unit& unit, std::size_t slot) {
     if (!target) return false;
     const AimSolution solution = solve(world, unit, slot, *target);
     if (solution.failure) {
-        weapon.holdsUntil = now + kLookEvery;
+        weapon.holdsUntil = now + rules::kLookEvery;
         tellFailure(world, unit, slot, *solution.failure);
         return false;
     }
@@ -221,6 +222,16 @@ void aimAt(WorldParts& world, Unit& unit, std::size_t slot, const AimWish& wish)
     if (!losesTarget) return;
     const auto argument = static_cast<std::int32_t>(slot);
     startScriptIfThere(world, unit, UnitScript::targetCleared, {&argument, 1});
+}
+
+std::optional<GroundPoint> placeToFace(const WorldParts& world, const Unit& unit) {
+    for (std::size_t slot = 0; slot < kWeaponSlots; ++slot) {
+        const auto& type = unit.type->weapons[slot];
+        if (!type || (!needsFacing(*type) && hasAimScript(unit, slot))) continue;
+        if (const auto target = targetOf(world, unit.weapons[slot]))
+            return GroundPoint{target->point.x, target->point.z};
+    }
+    return std::nullopt;
 }
 
 void askToAim(WorldParts& world) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 
 #include "sim/tick_scratch.h"
 #include "sim/world_parts.h"
@@ -24,6 +25,9 @@ void aimAt(WorldParts& world, Unit& unit, std::size_t slot, const AimWish& wish)
 
 /// Asks scripts to turn weapons to where their targets are: before scripts run.
 void askToAim(WorldParts& world);
+
+/// Where a unit that stands has to turn to, because one of its weapons cannot.
+std::optional<GroundPoint> placeToFace(const WorldParts& world, const Unit& unit);
 
 /// What a weapon is doing, for those who look on.
 enum class WeaponActivity : std::uint8_t { idle, aiming, aimed, reloading, firing };

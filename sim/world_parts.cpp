@@ -1,5 +1,7 @@
 #include "sim/world_parts.h"
 
+#include <algorithm>
+
 namespace orb::sim {
 
 WorldFrame::WorldFrame(Terrain ground)
@@ -13,8 +15,15 @@ WorldDerived::WorldDerived(const Terrain& terrain) : buckets(terrain.cellsX(), t
 WorldParts::WorldParts(Terrain ground, std::size_t threads)
     : frame(std::move(ground)), state(frame.terrain), derived(frame.terrain), workers(threads) {}
 
+void noteFootprint(WorldDerived& derived, const UnitType& type) {
+    derived.largestFootprint =
+        std::max({derived.largestFootprint, type.footprintX, type.footprintZ});
+}
+
 void dropDerived(WorldParts& world) {
     world.derived.buckets.rebuild(world.state.units);
+    world.derived.largestFootprint = 1;
+    for (const Unit& unit : world.state.units) noteFootprint(world.derived, *unit.type);
     world.state.routes.dropDerived();
 }
 

@@ -59,6 +59,9 @@ struct WorldDerived {
     explicit WorldDerived(const Terrain& terrain);
 
     UnitBuckets buckets;
+    /// Cells along the longer side of the largest unit that there has been. Searches for what
+    /// reaches somewhere look so much farther; who finds more than is needed tests more.
+    std::int32_t largestFootprint = 1;
 };
 
 /// What phases work on: `step…(WorldParts&, TickScratch&)`.
@@ -82,6 +85,9 @@ struct WorldParts {
             tell(unit, ScriptMissing{std::string(nameOf(script))});
     }
 };
+
+/// Looks whether a type is larger than what there was.
+void noteFootprint(WorldDerived& derived, const UnitType& type);
 
 /// Makes all derived data anew.
 void dropDerived(WorldParts& world);

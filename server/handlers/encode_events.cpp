@@ -55,6 +55,7 @@ public:
         for (const auto& [unitId, damage] : hit.damaged)
             damaged.push_back({{"unitId", unitId}, {"damage", damage.toNumber()}});
         data_["damaged"] = std::move(damaged);
+        if (hit.moreDamaged > 0) data_["moreDamaged"] = hit.moreDamaged;
     }
     void operator()(const sim::Killed& killed) {
         data_["severity"] = killed.severity;

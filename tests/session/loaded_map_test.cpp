@@ -58,8 +58,8 @@ TEST_F(LoadedMapTest, CutsWhatHostileDescriptionsPile) {
     const LoadedMap& map = load("Big");
     EXPECT_EQ(map.name, "BIG");
     EXPECT_EQ(map.startPositions.size(), 64U);
-    EXPECT_EQ(map.world.units().size(), 5'000U);
-    EXPECT_EQ(map.world.features().size(), 65'536U);
+    EXPECT_EQ(map.world.units().count(), 5'000U);
+    EXPECT_EQ(map.world.features().all().size(), 65'536U);
     EXPECT_EQ(map.missingFeatures, std::vector<std::string>{"Rock"});
     const std::vector<CutList> cut = {{MapList::startPositions, 1'000, 64},
                                       {MapList::features, 70'000, 65'536},
@@ -81,7 +81,7 @@ TEST_F(LoadedMapTest, LimitsFeaturesOfTheGround) {
     folder_.write("maps/full.tnt", io::writeTnt(ground));
     mount();
     const LoadedMap& map = load("full");
-    EXPECT_EQ(map.world.features().size(), sim::kMaxFeatures);
+    EXPECT_EQ(map.world.features().all().size(), sim::kMaxFeatures);
     ASSERT_EQ(map.cut.size(), 1U);
     EXPECT_EQ(map.cut[0].given, 360'000U);
     try {
@@ -130,15 +130,16 @@ TEST_F(LoadedMapTest, NewUnitsAreMadeFromTheFilesAsTheyAre) {
     load("one");
     LoadedMap& map = session_.requireMap();
     const auto spawnAt = [&](double x) {
-        spawnUnits(map, session_.data(), {.unit = "CART", .x = x, .z = 8, .isActive = {}});
-        return map.world.units().back().type->maxHealth;
+        const SpawnedUnits spawned =
+            spawnUnits(map, session_.data(), {.unit = "CART", .x = x, .z = 8, .isActive = {}});
+        return map.world.units().withId(spawned.ids.at(0))->type->maxHealth;
     };
     EXPECT_EQ(spawnAt(8), 100);
     writeUnit(250);
     EXPECT_EQ(spawnAt(40), 100);
     session_.refreshAfterWrite({io::FileLocation::Kind::loose, definition, {}});
     EXPECT_EQ(spawnAt(72), 250);
-    EXPECT_EQ(map.world.units().front().type->maxHealth, 100);
+    EXPECT_EQ(map.world.units().withId(1)->type->maxHealth, 100);
 }
 
 }  // namespace

@@ -101,6 +101,22 @@ TEST(Aiming, WithoutScriptItShootsWhereTheBodyFaces) {
     EXPECT_EQ(target.health, Amount::fromInt(20));
 }
 
+TEST(Aiming, UnitsTurnWhereTheirWeaponsCannot) {
+    const auto gun = weaponType(Flight::straight);
+    gun->isTurret = false;
+    const auto walker = turretType(gun);
+    walker->isBuilding = false;
+    walker->canMove = true;
+    walker->movement = {
+        .maxSpeed = px(1), .acceleration = px(1), .brakeRate = px(1), .turnRate = 700};
+    Battlefield field;
+    const Unit& unit = field.place(walker, 1, 640, 640);
+    field.place(dummyType(), 2, 500, 640);
+    ASSERT_TRUE(field.tickUntil<Hit>(120));
+    EXPECT_NEAR(unit.heading.steps(), -16'384, 300);
+    EXPECT_EQ(unit.place, at(640, 640));
+}
+
 TEST(Targets, TakesTheNearestThatItMay) {
     Battlefield field;
     const auto gun = turretType(weaponType(Flight::guided));
