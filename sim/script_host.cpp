@@ -6,6 +6,7 @@
 #include "sim/piece_pose.h"
 #include "sim/random.h"
 #include "sim/script_values.h"
+#include "sim/weapons.h"
 
 namespace orb::sim {
 namespace {
@@ -116,7 +117,7 @@ void setUpScript(WorldParts& world, Unit& unit) {
     instance->trace.enable(false);
     installCallbacks(*instance, {&world, &unit, &world.state.scripts.outboxOf(unit)});
     unit.sweetSpot = queryPiece(world, unit, UnitScript::sweetSpot);
-    for (WeaponState& weapon : unit.weapons) weapon.isAimed = weapon.isAsking = false;
+    tellScriptOfWeapons(world, unit);
 }
 
 bool startScriptIfThere(WorldParts& world, const Unit& unit, UnitScript script,

@@ -206,6 +206,19 @@ bool canFight(const WorldParts& world, const Unit& unit) {
     return unit.isPresent() && unit.isBuilt() && world.state.tick >= unit.stunnedUntil;
 }
 
+void tellScriptOfWeapons(WorldParts& world, Unit& unit) {
+    std::int64_t slowest = 0;
+    for (std::size_t slot = 0; slot < kWeaponSlots; ++slot) {
+        unit.weapons[slot].isAimed = unit.weapons[slot].isAsking = false;
+        if (const auto& type = unit.type->weapons[slot])
+            slowest = std::max<std::int64_t>(slowest, type->reload);
+    }
+    if (slowest == 0) return;
+    const auto milliseconds =
+        static_cast<std::int32_t>(quotient(slowest * 1'000, kTicksPerSecond, Rounding::nearest));
+    startScriptIfThere(world, unit, UnitScript::setMaxReloadTime, {&milliseconds, 1});
+}
+
 void aimAt(WorldParts& world, Unit& unit, std::size_t slot, const AimWish& wish) {
     WeaponState& weapon = unit.weapons[slot];
     weapon.isOrdered = wish.isOrdered;

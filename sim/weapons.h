@@ -11,6 +11,9 @@ namespace orb::sim {
 /// It is there, built, and not stunned.
 bool canFight(const WorldParts& world, const Unit& unit);
 
+/// For a script that begins: it hears how long its slowest weapon reloads, and has aimed none yet.
+void tellScriptOfWeapons(WorldParts& world, Unit& unit);
+
 /// What a weapon is to be aimed at.
 struct AimWish {
     AimKind aim = AimKind::nothing;

@@ -101,6 +101,22 @@ TEST(Aiming, WithoutScriptItShootsWhereTheBodyFaces) {
     EXPECT_EQ(target.health, Amount::fromInt(20));
 }
 
+TEST(Aiming, ScriptsHearOfTheirSlowestWeapon) {
+    constexpr std::string_view kListens =
+        "piece base; static-var time; Create() { time = 1; return (0); }"
+        "SetMaxReloadTime(ms) { time = time + ms; return (0); }";
+    Battlefield field;
+    const auto type = turretType(weaponType(Flight::straight), kListens);
+    type->weapons[2] = [] {
+        const auto slow = weaponType(Flight::straight);
+        slow->reload = 100;
+        return slow;
+    }();
+    const Unit& unit = field.place(type, 1, 640, 640);
+    field.tick();
+    EXPECT_EQ(field.world.state.scripts.of(unit)->statics.at(0), 3'334);
+}
+
 TEST(Aiming, UnitsTurnWhereTheirWeaponsCannot) {
     const auto gun = weaponType(Flight::straight);
     gun->isTurret = false;
