@@ -2,6 +2,7 @@
 import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
 import { startHealthSweep } from "./store/health_sweep";
+import { followModel } from "./store/model_edit";
 import { openRoots, refreshUnits, roots, setStart, units } from "./store/roots";
 import { followUnit } from "./store/script";
 import { resetTrace } from "./store/trace";
@@ -19,6 +20,7 @@ export function begin(): void {
     });
     startHealthSweep();
     followUnit();
+    followModel();
 }
 
 /** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */

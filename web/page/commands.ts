@@ -4,7 +4,8 @@ import { restartEditor } from "./store/connection";
 import { refreshUnits } from "./store/roots";
 import { isPlaying, isStopped, pause, play, report, resetScript, resume, stepTick, stopThreads } from "./store/run";
 import { isEdited, isTemporary, endTry, saveText, source, toggleComparing, tryText } from "./store/script";
-import { reloadUnit, wantedUnit } from "./store/unit";
+import { editState, findDuplicates, lookThrough, redo, revertModel, saveModel, undo } from "./store/model_edit";
+import { loadedUnit, reloadUnit, wantedUnit } from "./store/unit";
 import { camera, setCamera, showDialog, showTab } from "./store/view";
 import { toggleAtCursor } from "./editor/cursor";
 import { fitView } from "./view3d/handle";
@@ -18,6 +19,12 @@ const withScript = (verb: () => unknown) => (): boolean => {
 
 const withSource = (verb: () => unknown) => (): boolean => {
     if (source.shown.peek().state !== "ready") return false;
+    void verb();
+    return true;
+};
+
+const withModel = (isPossible: () => boolean, verb: () => unknown) => (): boolean => {
+    if (!loadedUnit.peek() || !isPossible()) return false;
     void verb();
     return true;
 };
@@ -62,6 +69,13 @@ export const commands: readonly Command[] = [
     { id: "camera", key: "C", where: "view", title: "Change between orbit and game camera",
         run: () => setCamera(camera.peek() === "orbit" ? "game" : "orbit") },
     { id: "fit", key: "F", where: "view", title: "Bring the whole unit into view", run: fitView },
+
+    { id: "undo-model", key: "Ctrl+Z", where: "model", title: "Undo the last step of the model", run: withModel(() => editState.peek().undoDepth > 0, undo) },
+    { id: "redo-model", key: "Ctrl+Shift+Z", where: "model", title: "Make the undone step of the model again", run: withModel(() => editState.peek().redoDepth > 0, redo) },
+    { id: "save-model", key: "Ctrl+Shift+S", where: "model", title: "Save the model", run: withModel(() => editState.peek().isDirty, saveModel) },
+    { id: "revert-model", where: "model", title: "Give every step of the model up", run: withModel(() => editState.peek().isDirty, revertModel) },
+    { id: "find-duplicates", where: "page", title: "Find faces that are there twice", run: withModel(() => true, findDuplicates) },
+    { id: "look-through", where: "page", title: "Find faces that one looks through from above", run: withModel(() => true, () => lookThrough("game")) },
 
     ...bottomPanes.map((pane): Command =>
         ({ id: `tab-${pane.id}`, where: "page", title: `Show ${pane.title}`, run: () => showTab(pane.id) })),

@@ -3,7 +3,7 @@
 import { commands } from "./commands";
 
 /** Where a key counts: everywhere, or while the focus is within a region of that name. */
-export type Where = "page" | "view" | "script";
+export type Where = "page" | "view" | "script" | "model" | "map";
 
 export interface Command {
     id: string;
@@ -37,7 +37,8 @@ export function findKeyFaults(rows: readonly Command[]): string[] {
     const faults = rows.filter((row) => row.title === "").map((row) => `${row.id} has no title`);
     rows.forEach((row, i) => rows.slice(i + 1).forEach((other) => {
         if (row.id === other.id) faults.push(`${row.id} is there twice`);
-        const meet = row.where === other.where || row.where === "page" || other.where === "page";
+        const meet = row.where === other.where || row.where === "page" || other.where === "page" ||
+            [row.where, other.where].sort().join() === "model,view"; // the view is a place of both
         if (row.key && row.key === other.key && meet) faults.push(`${row.key} is ${row.id} and ${other.id}`);
     }));
     return faults;
@@ -49,15 +50,19 @@ function isTyping(event: KeyboardEvent): boolean {
     return target?.closest("input, textarea, select, [contenteditable=true], [role=textbox]") != null;
 }
 
+/** What these keys undo is the text, where text is typed. */
+const TEXT_KEYS: ReadonlySet<string> = new Set(["Ctrl+Z", "Ctrl+Y", "Ctrl+Shift+Z", "Delete", "Backspace"]);
+
 /** The page's one listener. */
 export function listenToKeys(root: Document): () => void {
     const press = (event: KeyboardEvent): void => {
         if (event.defaultPrevented) return;
         const name = nameOfKey(event);
         const isBare = name.length === 1;
-        if (isBare && isTyping(event)) return;
-        const region = (event.target as Element | null)?.closest("[data-region]")?.getAttribute("data-region");
-        const command = commands.find((one) => one.key === name && (one.where === "page" || one.where === region));
+        if ((isBare || TEXT_KEYS.has(name)) && isTyping(event)) return;
+        // places that hold others are told in one attribute, as "view model"
+        const regions: readonly string[] = (event.target as Element | null)?.closest("[data-region]")?.getAttribute("data-region")?.split(" ") ?? [];
+        const command = commands.find((one) => one.key === name && (one.where === "page" || regions.includes(one.where)));
         if (command && command.run() !== false) event.preventDefault();
     };
     root.addEventListener("keydown", press);

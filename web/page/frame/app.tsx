@@ -40,7 +40,7 @@ export function App() {
                 <Splitter {...LEFT} />
                 <div class="column" style={{ gridTemplateRows: tracks(BOTTOM) }}>
                     <div class="across" style={{ gridTemplateColumns: tracks(RIGHT) }}>
-                        <div class="viewing" data-region="view">
+                        <div class="viewing" data-region="view model">
                             <View3dPane />
                             <Transport />
                         </div>

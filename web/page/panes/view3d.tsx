@@ -3,7 +3,8 @@ import { useEffect, useRef } from "preact/hooks";
 import { ask } from "../ask";
 import { isAlive } from "../store/connection";
 import { report, runFailure } from "../store/run";
-import { loadedUnit, markedFaces, model, selectedPiece, selectPiece, setTeamColor, teamColor, unit } from "../store/unit";
+import { pickedFaces, pickFace } from "../store/model_edit";
+import { loadedUnit, markedFaces, model, selectedPiece, setTeamColor, teamColor, unit } from "../store/unit";
 import { camera, setCamera } from "../store/view";
 import { createUnitView, type UnitView } from "../view3d/unit_view";
 import { fitView, setView } from "../view3d/handle";
@@ -21,7 +22,7 @@ export function View3dPane() {
 
     useEffect(() => {
         try {
-            const view = createUnitView(canvas.current!, (hit) => selectPiece(hit?.pieceIndex));
+            const view = createUnitView(canvas.current!, pickFace);
             setView(view);
             const stop = followStore(view, (text) => { failure.value = text; }, (name) => { shown.value = name; });
             return () => { stop(); setView(undefined); view.free(); };
@@ -79,12 +80,12 @@ function followStore(view: UnitView, failed: (text: string) => void, shown: (nam
             view.show(next?.glb, [fbi?.footprintx ?? 0, fbi?.footprintz ?? 0], isSame).then(() => {
                 failed("");
                 view.pose(report.peek()?.transforms ?? []);
-                view.mark(selectedPiece.peek(), markedFaces.peek());
+                view.mark(selectedPiece.peek(), pickedFaces.peek(), markedFaces.peek());
                 shown(next?.name ?? "");
             }, (error) => failed(messageOf(error)));
         }),
         effect(() => { if (report.value) view.pose(report.value.transforms); }),
-        effect(() => view.mark(selectedPiece.value, markedFaces.value)),
+        effect(() => view.mark(selectedPiece.value, pickedFaces.value, markedFaces.value)),
         effect(() => view.setCamera(camera.value)),
         effect(() => { if (isAlive.value) ask("render-constants").then(view.setLight, () => {}); }),
         () => dark.removeEventListener("change", view.recolor),

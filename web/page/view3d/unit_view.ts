@@ -18,7 +18,8 @@ export interface UnitView {
     /** Shows a model, or nothing; the one before is freed. Resolves when it has been drawn. */
     show(glb: ArrayBuffer | undefined, footprint: [x: number, z: number], isSame: boolean): Promise<void>;
     pose(transforms: readonly PieceTransform[]): void;
-    mark(piece: number | undefined, faces: readonly Hit[]): void;
+    /** A piece, the faces that were clicked, and those that something was found at. */
+    mark(piece: number | undefined, picked: readonly Hit[], lit: readonly Hit[]): void;
     setCamera(kind: CameraKind): void;
     setLight(constants: RenderConstants): void;
     /** Takes the colours of the style sheet again. */
@@ -36,7 +37,7 @@ const TREMBLE_PX = 4;
 // the game mixes light and colour as stored, not as linear light
 ColorManagement.enabled = false;
 
-export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | undefined) => void): UnitView {
+export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | undefined, isAdding: boolean) => void): UnitView {
     const renderer = new WebGLRenderer({ canvas, antialias: true });
     renderer.outputColorSpace = LinearSRGBColorSpace;
     const scene = new Scene();
@@ -107,7 +108,7 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
         const isClick = pressed && event.button === 0 &&
             Math.hypot(event.clientX - pressed.clientX, event.clientY - pressed.clientY) <= TREMBLE_PX;
         pressed = undefined;
-        if (isClick) picked(pick(event));
+        if (isClick) picked(pick(event), event.shiftKey || event.ctrlKey || event.metaKey);
     });
 
     function pick({ clientX, clientY }: PointerEvent): Hit | undefined {
@@ -137,7 +138,14 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
             await new Promise<void>((resolve) => { drawn.push(resolve); requestDraw(); });
         },
         pose(transforms) { model?.setPose(transforms); requestDraw(); },
-        mark(piece, faces) { model?.mark(piece, faces, colorOf("--accent")); requestDraw(); },
+        mark(piece, picked, lit) {
+            model?.mark([
+                // faces are easier to see when their piece stays as it is
+                { piece: picked.length > 0 ? undefined : piece, color: colorOf("--accent"), opacity: 0.35 },
+                { faces: lit, color: colorOf("--lit"), opacity: 0.7 }, { faces: picked, color: colorOf("--accent"), opacity: 0.8 },
+            ]);
+            requestDraw();
+        },
         setCamera(kind) {
             camera.setActive(false);
             camera = cameras[kind];
