@@ -25,9 +25,9 @@ if (process.argv.includes("--tests")) {
     rmSync(join(out, "tests"), { recursive: true, force: true });
     await build({
         ...node, outdir: join(out, "tests"), outExtension: { ".js": ".mjs" },
-        entryPoints: readdirSync(join(here, "tests")).filter((name) => name.endsWith(".test.ts") || name === "run.ts" || name === "shots.ts")
+        entryPoints: readdirSync(join(here, "tests")).filter((name) => name.endsWith(".test.ts") || ["run.ts", "shots.ts", "measure.ts"].includes(name))
             .map((name) => join(here, "tests", name)),
-        external: ["playwright-core"], splitting: true,
+        external: ["playwright-core", "esbuild"], splitting: true,
     });
     // where the tests find what is not bundled
     if (!existsSync(join(out, "node_modules"))) symlinkSync(join(here, "node_modules"), join(out, "node_modules"));

@@ -6,6 +6,7 @@ import { tmpdir } from "node:os";
 import { join, resolve } from "node:path";
 import { test as nodeTest } from "node:test";
 import { type Browser, type BrowserContextOptions, chromium, type Page } from "playwright-core";
+import { startEditor } from "../server/editor";
 import { type RunningServer, serve, type ServerOptions } from "../server/main";
 import type { Roots } from "../wire";
 
@@ -89,7 +90,7 @@ export async function openBench(options: BenchOptions): Promise<Bench & { errors
         hold(type) { lines.push(type); if (lines.length > 400) lines.shift(); return holds.get(type); },
         ...options.server,
     });
-    const context = await (await browser()).newContext({ viewport: { width: 1440, height: 900 }, ...options.page });
+    const context = await (await browser()).newContext({ viewport: { width: 1200, height: 800 }, ...options.page });
     context.setDefaultTimeout(LIMIT_MS);
 
     async function open(): Promise<Page> {
@@ -144,11 +145,47 @@ export async function eventually<T>(read: () => Promise<T> | T, expected: T, dea
 /** The same for a text that matches. */
 export async function eventuallyMatches(read: () => Promise<string | null>, pattern: RegExp): Promise<void> {
     let last: string | null = "";
-    await eventually(async () => pattern.test(last = await read() ?? ""), true)
-        .catch(() => assert.match(last ?? "", pattern));
+    await eventually(async () => pattern.test(last = await read() ?? "") || last, true as string | boolean);
 }
 
 /** Until the 3D view shows the unit. */
 export async function unitIsShown(page: Page, name: string): Promise<void> {
     await eventually(() => page.locator("canvas").getAttribute("data-shown"), name);
+}
+
+/** Finds a unit as a user does, and waits for its picture and its script. */
+export async function openUnit(page: Page, name: string): Promise<void> {
+    await page.locator("canvas:not([data-shown=''])").waitFor();
+    await page.keyboard.press("Control+k");
+    await page.getByLabel("Search", { exact: true }).fill(name);
+    await page.keyboard.press("Enter");
+    await unitIsShown(page, name);
+    await page.getByText("Loading…").waitFor({ state: "detached" });
+}
+
+/** How many pixels of the 3D view's middle differ from its corner. */
+export async function outlinePixels(page: Page): Promise<number> {
+    const picture = await page.locator("canvas").screenshot();
+    return page.evaluate(async (base64) => {
+        const bytes = Uint8Array.from(atob(base64), (letter) => letter.charCodeAt(0));
+        const bitmap = await createImageBitmap(new Blob([bytes]));
+        const canvas = new OffscreenCanvas(bitmap.width, bitmap.height);
+        const context = canvas.getContext("2d")!;
+        context.drawImage(bitmap, 0, 0);
+        const { data } = context.getImageData(bitmap.width / 4, bitmap.height / 4, bitmap.width / 2, bitmap.height / 2);
+        const [r, g, b] = context.getImageData(2, bitmap.height - 40, 1, 1).data;
+        let count = 0;
+        for (let i = 0; i < data.length; i += 4)
+            if (Math.abs(data[i]! - r!) + Math.abs(data[i + 1]! - g!) + Math.abs(data[i + 2]! - b!) > 90) count++;
+        return count;
+    }, picture.toString("base64"));
+}
+
+/** The exported model, straight from the program. */
+export async function askEditorForGlb(data: string, name: string): Promise<Buffer> {
+    const editor = startEditor(join(BUILD, "orb-unit-editor"), { progress() {}, log() {}, ended() {} });
+    await editor.ask("set-data-roots", { taDataPath: join(data, "game") });
+    const { frame } = await editor.ask("get-unit-glb", { name });
+    editor.close();
+    return frame!;
 }

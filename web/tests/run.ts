@@ -10,7 +10,7 @@ const names = process.argv.slice(2);
 const files = readdirSync(folder).filter((file) => file.endsWith(".test.mjs"))
     .filter((file) => names.length === 0 || names.includes(file.replace(".test.mjs", ""))).map((file) => join(folder, file));
 const server = existsSync(CHROMIUM) ? await chromium.launchServer(launchArguments) : undefined;
-const child = spawn(process.execPath, ["--test", ...files],
+const child = spawn(process.execPath, ["--test", "--test-concurrency=2", ...files],
     { stdio: "inherit", env: { ...process.env, ...(server ? { ORB_BROWSER: server.wsEndpoint() } : {}) } });
 child.on("exit", async (code) => {
     await server?.close();

@@ -15,6 +15,11 @@ class Mark extends GutterMarker {
     }
 }
 
+/** Keeps the gutter's width. */
+class Spacer extends GutterMarker {
+    override toDOM(): Node { return document.createTextNode("●"); }
+}
+
 const setMarks = StateEffect.define<readonly Breakpoint[]>();
 
 const marks = StateField.define<RangeSet<Mark>>({
@@ -43,7 +48,7 @@ export function breakpointGutter(toggle: (line: number) => void, moved: (lines: 
         gutter({
             class: "breakpoints",
             markers: (view) => view.state.field(marks),
-            initialSpacer: () => new Mark(true),
+            initialSpacer: () => new Spacer(),
             domEventHandlers: {
                 mousedown(view, block) {
                     toggle(view.state.doc.lineAt(block.from).number);

@@ -4,8 +4,10 @@ import { toggleBreakpoint } from "../store/script";
 
 let view: EditorView | undefined;
 
-export function setScriptEditor(value: EditorView | undefined): void {
+/** Returns what ends it: the next editor may be there before the last one goes. */
+export function setScriptEditor(value: EditorView): () => void {
     view = value;
+    return () => { if (view === value) view = undefined; };
 }
 
 export function toggleAtCursor(): boolean {

@@ -1,7 +1,7 @@
 import { useComputed } from "@preact/signals";
 import type { Piece, PieceTransform } from "protocol";
 import { report } from "../store/run";
-import { pieces, selectedPiece, selectPiece, unit } from "../store/unit";
+import { pieces, selectedPiece, selectPiece, unitOrNothing } from "../store/unit";
 import { States } from "../widgets/states";
 import { Tree } from "../widgets/tree";
 
@@ -11,7 +11,7 @@ export function PiecesPane() {
     const piece = selected === undefined ? undefined : pieces.value[selected];
     return (
         <section class="pane" aria-label="Pieces">
-            <States of={unit.value} empty="The pieces of the chosen unit come here.">
+            <States of={unitOrNothing.value} empty="The pieces of the chosen unit come here.">
                 {({ pieceTree }) => (
                     <Tree label="Pieces" roots={[pieceTree]} keyOf={(one) => String(one.index)} childrenOf={(one) => one.children}
                         textOf={(one) => one.name} openLevels={99} selected={selected === undefined ? undefined : String(selected)}

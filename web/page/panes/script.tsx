@@ -74,8 +74,8 @@ const EXTENSIONS = [
 ];
 
 function followStore(view: EditorView): () => void {
-    setScriptEditor(view);
     const ends = [
+        setScriptEditor(view),
         effect(() => showBreakpoints(view, breakpoints.value)),
         effect(() => showStop(view, stoppedLine.value)),
         effect(() => showProblems(view, diagnostics.value)),
@@ -84,7 +84,6 @@ function followStore(view: EditorView): () => void {
                 ? unifiedMergeView({ original: original.value, mergeControls: false, highlightChanges: true }) : [];
             view.dispatch({ effects: comparing.reconfigure(difference) });
         }),
-        () => setScriptEditor(undefined),
     ];
     return () => ends.forEach((end) => end());
 }

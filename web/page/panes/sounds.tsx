@@ -1,6 +1,6 @@
 import type { SoundEvent } from "protocol";
 import { askFrame } from "../ask";
-import { unit } from "../store/unit";
+import { unitOrNothing } from "../store/unit";
 import { Button } from "../widgets/button";
 import { List } from "../widgets/list";
 import { States } from "../widgets/states";
@@ -12,7 +12,7 @@ const NAMES: Record<SoundEvent["event"], string> = {
 /** The unit's sounds, each to be heard. */
 export function SoundsPane() {
     return (
-        <States of={unit.value} empty="Choose a unit: its sounds are listed here.">
+        <States of={unitOrNothing.value} empty="Choose a unit: its sounds are listed here.">
             {({ sounds }) => (
                 <div class="pane">
                     <p class="toolbar">{sounds.category ? <>Sound category <b>{sounds.category}</b></> : "The definition names no sound category."}</p>

@@ -1,5 +1,6 @@
 import { useSignal } from "@preact/signals";
 import { isPlaying, isStopped, pause, play, report, resetScript, resume, setSpeed, SPEEDS, speed, startScript, stepTick } from "../store/run";
+import { scriptNames } from "../store/script";
 import { loadedUnit } from "../store/unit";
 import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
@@ -29,7 +30,7 @@ export function Transport() {
 function StartScript({ isDisabled }: { isDisabled: string | false }) {
     const chosen = useSignal("");
     const text = useSignal("");
-    const names = loadedUnit.value?.cobFunctions ?? [];
+    const names = scriptNames.value;
     const name = names.includes(chosen.value) ? chosen.value : names.find((one) => one !== "Create") ?? names[0] ?? "";
     const args = readArguments(text.value);
     const begin = (): void => {

@@ -23,9 +23,9 @@ export function View3dPane() {
     useEffect(() => {
         try {
             const view = createUnitView(canvas.current!, pickFace);
-            setView(view);
+            const unset = setView(view);
             const stop = followStore(view, (text) => { failure.value = text; }, (name) => { shown.value = name; });
-            return () => { stop(); setView(undefined); view.free(); };
+            return () => { stop(); unset(); view.free(); };
         } catch (error) {
             failure.value = `this browser draws no 3D: ${messageOf(error)}`;
             return undefined;
@@ -69,6 +69,9 @@ function ScriptState() {
 /** The store reaches the view by effects; returns what ends them. */
 function followStore(view: UnitView, failed: (text: string) => void, shown: (name: string) => void): () => void {
     let before = "";
+    // the picture follows the unit: until then poses and marks are another model's
+    let drawn: string | undefined;
+    const isDrawn = (): boolean => drawn !== undefined && drawn === model.peek()?.name;
     const dark = matchMedia("(prefers-color-scheme: dark)");
     dark.addEventListener("change", view.recolor);
     const ends = [
@@ -79,13 +82,17 @@ function followStore(view: UnitView, failed: (text: string) => void, shown: (nam
             before = next?.name ?? "";
             view.show(next?.glb, [fbi?.footprintx ?? 0, fbi?.footprintz ?? 0], isSame).then(() => {
                 failed("");
+                drawn = next?.name;
                 view.pose(report.peek()?.transforms ?? []);
                 view.mark(selectedPiece.peek(), pickedFaces.peek(), markedFaces.peek());
                 shown(next?.name ?? "");
             }, (error) => failed(messageOf(error)));
         }),
-        effect(() => { if (report.value) view.pose(report.value.transforms); }),
-        effect(() => view.mark(selectedPiece.value, pickedFaces.value, markedFaces.value)),
+        effect(() => { if (report.value && isDrawn()) view.pose(report.value.transforms); }),
+        effect(() => {
+            const [piece, picked, lit] = [selectedPiece.value, pickedFaces.value, markedFaces.value];
+            if (isDrawn()) view.mark(piece, picked, lit);
+        }),
         effect(() => view.setCamera(camera.value)),
         effect(() => { if (isAlive.value) ask("render-constants").then(view.setLight, () => {}); }),
         () => dark.removeEventListener("change", view.recolor),

@@ -15,7 +15,8 @@ interface Running {
     text: string;
     lineSpans: readonly LineSpan[];
     symbols: SourceSymbols | undefined;
-    isTemporary: boolean;
+    /** Of a temporary script; the unit's own are the unit's. */
+    temporaryScripts: readonly string[] | undefined;
 }
 
 export interface Breakpoint {
@@ -55,7 +56,9 @@ let owner = "";
 export const source = resource<UnitSourceText>(() => ask("cob-get-unit-bos"));
 export const original = computed(() => valueOf(source.shown.value)?.source ?? "");
 export const isEdited = computed(() => source.shown.value.state === "ready" && textSignal.value !== original.value);
-export const isTemporary = computed(() => runningSignal.value?.isTemporary === true);
+export const isTemporary = computed(() => runningSignal.value?.temporaryScripts !== undefined);
+/** Those that can be started. */
+export const scriptNames = computed(() => runningSignal.value?.temporaryScripts ?? loadedUnit.value?.cobFunctions ?? []);
 /** The stopped line of the text that runs; none in an included file. */
 export const stoppedLine = computed(() => {
     const now = report.value;
@@ -65,6 +68,9 @@ const path = computed(() => {
     const known = valueOf(source.shown.value);
     return known?.origin === "file" ? known.path : undefined;
 });
+
+const ownScript = (known: UnitSourceText): Running =>
+    ({ text: known.source, lineSpans: known.lineSpans ?? [], symbols: known.symbols, temporaryScripts: undefined });
 
 /** Fetches the loaded unit's script; a draft of it stays in sight. */
 async function open(name: string): Promise<void> {
@@ -80,7 +86,7 @@ async function open(name: string): Promise<void> {
     const known = valueOf(source.shown.peek());
     if (!known || owner !== name) return;
     batch(() => {
-        runningSignal.value = { text: known.source, lineSpans: known.lineSpans ?? [], symbols: known.symbols, isTemporary: false };
+        runningSignal.value = ownScript(known);
         textSignal.value = drafts.get(name) ?? known.source;
     });
     await setBreakpoints(breakpointsOf.get(name) ?? []);
@@ -125,7 +131,7 @@ export async function tryText(): Promise<boolean> {
         if (tried === textSignal.peek()) diagnosticsSignal.value = compiled.diagnostics;
         if (!compiled.ok) return tellFault(compiled);
         const loaded = await ask("cob-load-temporary", { cob_b64: compiled.cob_b64, report: true });
-        runningSignal.value = { text: tried, lineSpans: compiled.lineSpans, symbols: compiled.symbols, isTemporary: true };
+        runningSignal.value = { text: tried, lineSpans: compiled.lineSpans, symbols: compiled.symbols, temporaryScripts: loaded.scripts };
         takeReport(loaded.report);
         await setBreakpoints(breakpointsSignal.peek().map(({ line }) => line));
         say("The script is loaded for a try; nothing is written");
@@ -146,7 +152,7 @@ function tellFault({ diagnostics: found }: Compilation): false {
 export async function endTry(): Promise<void> {
     const { report: next } = await ask("cob-unload-temporary", { report: true });
     const known = valueOf(source.shown.peek());
-    if (known) runningSignal.value = { text: known.source, lineSpans: known.lineSpans ?? [], symbols: known.symbols, isTemporary: false };
+    if (known) runningSignal.value = ownScript(known);
     takeReport(next);
     await setBreakpoints(breakpointsSignal.peek().map(({ line }) => line));
 }

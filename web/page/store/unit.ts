@@ -32,6 +32,8 @@ let modelsGeneration = -1;
 export const unit: ReadonlySignal<Loaded<LoadedUnit>> = unitSignal;
 /** While another one loads it is still the one before. */
 export const loadedUnit = computed(() => valueOf(unitSignal.value));
+/** For panes that show a part of it: the 3D view tells why a unit cannot be loaded. */
+export const unitOrNothing = computed((): Loaded<LoadedUnit> => unitSignal.value.state === "failed" ? { state: "empty" } : unitSignal.value);
 /** The name that was asked for last; `unit` follows. */
 export const wantedUnit: ReadonlySignal<string> = wantedSignal;
 export const model: ReadonlySignal<UnitModel | undefined> = modelSignal;

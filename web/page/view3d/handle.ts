@@ -3,8 +3,10 @@ import type { UnitView } from "./unit_view";
 
 let view: UnitView | undefined;
 
-export function setView(value: UnitView | undefined): void {
+/** Returns what ends it. */
+export function setView(value: UnitView): () => void {
     view = value;
+    return () => { if (view === value) view = undefined; };
 }
 
 export function fitView(): boolean {

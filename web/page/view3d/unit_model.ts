@@ -4,7 +4,7 @@ import {
     MeshLambertMaterial, NearestFilter, RepeatWrapping, Texture,
 } from "three";
 import type { PieceTransform } from "protocol";
-import type { GlbModel, PieceGeometry } from "./glb";
+import { type GlbModel, type PieceGeometry, readGlb } from "./glb";
 import { AT_REST, pieceMatrix } from "./pose";
 
 export interface UnitModel3d {
@@ -25,8 +25,26 @@ export interface Mark {
     faces?: readonly { pieceIndex: number; primIndex: number }[];
 }
 
-export async function buildModel(glb: GlbModel): Promise<UnitModel3d> {
-    const textures = await Promise.all(glb.images.map(readTexture));
+interface ReadModel {
+    glb: GlbModel;
+    pictures: ImageBitmap[];
+}
+
+/** Read files, for as long as somebody keeps them: a unit that is shown again costs no reading. */
+const readModels = new WeakMap<ArrayBuffer, Promise<ReadModel>>();
+
+function readModel(file: ArrayBuffer): Promise<ReadModel> {
+    let found = readModels.get(file);
+    if (!found) readModels.set(file, found = (async () => {
+        const glb = readGlb(file);
+        return { glb, pictures: await Promise.all(glb.images.map(readPicture)) };
+    })());
+    return found;
+}
+
+export async function buildModel(file: ArrayBuffer): Promise<UnitModel3d> {
+    const { glb, pictures } = await readModel(file);
+    const textures = pictures.map(textureOf);
     const materials = glb.materials.map(({ image }) => materialOf(image === undefined ? undefined : textures[image]));
     const meshes: (Mesh | undefined)[] = [];
     const groups = glb.pieces.map(({ name, geometry }, index) => {
@@ -68,10 +86,7 @@ export async function buildModel(glb: GlbModel): Promise<UnitModel3d> {
     function addMark(index: number, chosen: (primIndex: number) => boolean, color: string, opacity: number): void {
         const geometry = glb.pieces[index]?.geometry;
         if (!geometry) return;
-        const mark = new Mesh(facesOf(geometry, chosen), new MeshBasicMaterial({
-            color, opacity, transparent: true, side: DoubleSide, polygonOffset: true, polygonOffsetFactor: -2,
-            polygonOffsetUnits: -2, depthWrite: false,
-        }));
+        const mark = new Mesh(facesOf(geometry, chosen), markMaterial(color, opacity));
         mark.raycast = () => {}; // invisible to picking
         marks.push(mark);
         groups[index]!.add(mark);
@@ -95,10 +110,7 @@ export async function buildModel(glb: GlbModel): Promise<UnitModel3d> {
             root.removeFromParent();
             for (const mesh of meshes) mesh?.geometry.dispose();
             for (const material of materials) material.dispose();
-            for (const texture of textures) {
-                (texture.image as ImageBitmap).close();
-                texture.dispose();
-            }
+            for (const texture of textures) texture.dispose();
         },
     };
 }
@@ -107,6 +119,11 @@ export async function buildModel(glb: GlbModel): Promise<UnitModel3d> {
 function materialOf(texture: Texture | undefined): Material {
     return texture ? new MeshBasicMaterial({ map: texture, alphaTest: 0.5 }) : new MeshLambertMaterial({ vertexColors: true });
 }
+
+const markMaterial = (color: string, opacity: number): Material => new MeshBasicMaterial({
+    color, opacity, transparent: true, side: DoubleSide, polygonOffset: true, polygonOffsetFactor: -2, polygonOffsetUnits: -2,
+    depthWrite: false,
+});
 
 function geometryOf(piece: PieceGeometry): BufferGeometry {
     const geometry = new BufferGeometry();
@@ -127,13 +144,32 @@ function facesOf({ positions, primIndices }: PieceGeometry, chosen: (primIndex: 
     return new BufferGeometry().setAttribute("position", new BufferAttribute(new Float32Array(kept), 3));
 }
 
-async function readTexture(png: Uint8Array): Promise<Texture> {
+function readPicture(png: Uint8Array): Promise<ImageBitmap> {
     const blob = new Blob([png as Uint8Array<ArrayBuffer>], { type: "image/png" });
-    const texture = new Texture(await createImageBitmap(blob, { premultiplyAlpha: "none", colorSpaceConversion: "none" }));
+    return createImageBitmap(blob, { premultiplyAlpha: "none", colorSpaceConversion: "none" });
+}
+
+function textureOf(picture: ImageBitmap): Texture {
+    const texture = new Texture(picture);
     texture.flipY = false;
     texture.wrapS = texture.wrapT = RepeatWrapping;
     texture.magFilter = NearestFilter; // pixels stay sharp
     texture.minFilter = LinearMipmapLinearFilter;
     texture.needsUpdate = true;
     return texture;
+}
+
+/**
+ * One mesh of each kind of material. Compiled once and never freed, it keeps the graphics' programs, which would
+ * otherwise go with each model and be made anew, at many times the cost of the rest, for the next.
+ */
+export function sampleOfMaterials(): Group {
+    const sample = new Group();
+    const blank = geometryOf({
+        positions: new Float32Array(9), normals: new Float32Array(9), texCoords: new Float32Array(6), colors: new Float32Array(9),
+        groups: [], primIndices: new Int32Array(1),
+    });
+    for (const material of [materialOf(undefined), materialOf(new Texture()), markMaterial("white", 0.5)])
+        sample.add(new Mesh(blank, material));
+    return sample;
 }

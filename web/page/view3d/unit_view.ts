@@ -6,8 +6,7 @@ import {
 import type { PieceTransform, RenderConstants } from "protocol";
 import type { Camera as CameraKind } from "../store/view";
 import { createGameCamera, createOrbitCamera, type ViewCamera } from "./cameras";
-import { readGlb } from "./glb";
-import { buildModel, type UnitModel3d } from "./unit_model";
+import { buildModel, sampleOfMaterials, type UnitModel3d } from "./unit_model";
 
 export interface Hit {
     pieceIndex: number;
@@ -26,8 +25,6 @@ export interface UnitView {
     recolor(): void;
     fit(): void;
     free(): void;
-    /** For tests: what the graphics hold, and frames so far. */
-    memory(): { geometries: number; textures: number; frames: number };
 }
 
 /** A cell of footprints, in model units. */
@@ -65,7 +62,8 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
             frames++;
             camera.update();
             renderer.render(scene, camera.camera);
-            canvas.dataset["frames"] = String(frames);
+            // for tests
+            Object.assign(canvas.dataset, { frames, geometries: renderer.info.memory.geometries, textures: renderer.info.memory.textures });
             for (const tell of drawn.splice(0)) tell();
         });
     }
@@ -124,10 +122,11 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
     }
 
     recolor();
+    renderer.compile(sampleOfMaterials(), cameras.orbit.camera, scene);
     return {
         async show(glb, newFootprint, isSame) {
             const mine = ++age;
-            const next = glb && await buildModel(readGlb(glb));
+            const next = glb && await buildModel(glb);
             if (mine !== age) return next?.free();
             model?.free();
             model = next;
@@ -169,7 +168,6 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
             for (const one of Object.values(cameras)) one.free();
             renderer.dispose();
         },
-        memory: () => ({ ...renderer.info.memory, frames }),
     };
 }
 

@@ -83,7 +83,7 @@ export function Tree<T>(props: TreeProps<T>) {
                             aria-setsize={row.siblings} aria-posinset={row.place + 1}
                             style={{ top: `${(first + i) * ROW_HEIGHT}px`, paddingLeft: `${row.level * INDENT + 4}px` }}
                             onClick={() => choose(first + i)} onDblClick={() => props.onActivate?.(row.node)}>
-                            <span class={`twist ${row.isOpen === undefined ? "leaf" : row.isOpen ? "open" : "closed"}`}
+                            <span aria-hidden="true" class={`twist ${row.isOpen === undefined ? "leaf" : row.isOpen ? "open" : "closed"}`}
                                 onClick={(event) => { event.stopPropagation(); if (row.isOpen !== undefined) toggle(row.key); }} />
                             {props.cell(row.node)}
                         </div>
