@@ -3,8 +3,10 @@ import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
 import { startHealthSweep } from "./store/health_sweep";
 import { followModel } from "./store/model_edit";
+import { followPalette } from "./store/palette";
 import { openRoots, refreshUnits, roots, setStart, units } from "./store/roots";
 import { followUnit } from "./store/script";
+import { followTextures } from "./store/textures";
 import { resetTrace } from "./store/trace";
 import { openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
 import { messageOf } from "./work/newest";
@@ -21,6 +23,8 @@ export function begin(): void {
     startHealthSweep();
     followUnit();
     followModel();
+    followPalette();
+    followTextures();
 }
 
 /** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */

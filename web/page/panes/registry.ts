@@ -1,8 +1,10 @@
 // The tabs of the frame, one file each. A new pane is a file here and a row below.
 import type { FunctionComponent } from "preact";
 import type { ReadonlySignal } from "@preact/signals";
+import { FacesPane } from "./faces";
 import { LogPane } from "./log";
 import { SoundsPane } from "./sounds";
+import { TexturesPane } from "./textures";
 import { ThreadsPane } from "./threads";
 import { TracePane } from "./trace";
 import { UnitValuesPane } from "./unit_values";
@@ -19,6 +21,8 @@ export interface Pane {
 
 /** Below the 3D view and the script, in this order. */
 export const bottomPanes: readonly Pane[] = [
+    { id: "faces", title: "Faces", hint: "The model's faces: what is found at them, and what mends it", view: FacesPane },
+    { id: "textures", title: "Textures", hint: "The model's textures, team colour, the palette", view: TexturesPane },
     { id: "sounds", title: "Sounds", hint: "What the unit's sound category plays", view: SoundsPane },
     { id: "trace", title: "Trace", hint: "What the script did, newest last", view: TracePane },
     { id: "log", title: "Log", hint: "What the editor writes about its work", view: LogPane },

@@ -3,8 +3,8 @@ import { useEffect, useRef } from "preact/hooks";
 import { ask } from "../ask";
 import { isAlive } from "../store/connection";
 import { report, runFailure } from "../store/run";
-import { pickedFaces, pickFace } from "../store/model_edit";
-import { loadedUnit, markedFaces, model, selectedPiece, setTeamColor, teamColor, unit } from "../store/unit";
+import { litFaces, pickedFaces, pickFace } from "../store/model_edit";
+import { loadedUnit, model, selectedPiece, setTeamColor, teamColor, unit } from "../store/unit";
 import { camera, setCamera } from "../store/view";
 import { createUnitView, type UnitView } from "../view3d/unit_view";
 import { fitView, setView } from "../view3d/handle";
@@ -84,13 +84,13 @@ function followStore(view: UnitView, failed: (text: string) => void, shown: (nam
                 failed("");
                 drawn = next?.name;
                 view.pose(report.peek()?.transforms ?? []);
-                view.mark(selectedPiece.peek(), pickedFaces.peek(), markedFaces.peek());
+                view.mark(selectedPiece.peek(), pickedFaces.peek(), litFaces.peek());
                 shown(next?.name ?? "");
             }, (error) => failed(messageOf(error)));
         }),
         effect(() => { if (report.value && isDrawn()) view.pose(report.value.transforms); }),
         effect(() => {
-            const [piece, picked, lit] = [selectedPiece.value, pickedFaces.value, markedFaces.value];
+            const [piece, picked, lit] = [selectedPiece.value, pickedFaces.value, litFaces.value];
             if (isDrawn()) view.mark(piece, picked, lit);
         }),
         effect(() => view.setCamera(camera.value)),

@@ -3,13 +3,17 @@ import { batch, computed, effect, type ReadonlySignal, signal } from "@preact/si
 import type { EditState, ModelFix, ModelPiece } from "protocol";
 import { ask } from "../ask";
 import { type Finding, faceKey, findingOfBleedThrough, findingsOf, findingsOfDuplicates } from "../work/findings";
+import { buildFix, cornersOf, facesConcerned, type FixInput, type FixKind, type FixWord, FIX_FOR } from "../work/model_fixes";
 import { messageOf } from "../work/newest";
 import { counted } from "../work/words";
 import { isAlive, say } from "./connection";
 import { askUser, write } from "./question";
 import { resource, valueOf } from "./resource";
 import { resetScript } from "./run";
-import { type FaceMark, guardLeaving, loadedUnit, markFaces, reloadModel, selectPiece, takeSource, unit } from "./unit";
+import {
+    type FaceMark, guardLeaving, loadedUnit, markedFaces, markFaces, reloadModel, selectedPiece, selectPiece, takeSource, unit,
+} from "./unit";
+import { tab } from "./view";
 
 /** As many as the back end can undo. */
 const MAX_STEPS = 256;
@@ -21,6 +25,8 @@ const pickedSignal = signal<readonly FaceMark[]>([]);
 const analysedSignal = signal<readonly Finding[]>([]);
 const chosenSignal = signal<string | undefined>(undefined);
 const failureSignal = signal("");
+const kindSignal = signal<FixKind>("add-twins");
+const wordsSignal = signal<FixInput["words"]>({});
 
 export const editState: ReadonlySignal<EditState> = stateSignal;
 /** Labels of the steps, those that are undone too; the first `undoDepth` are made. */
@@ -41,6 +47,27 @@ export const findings = computed(() => [...findingsOf(shownPieces.value), ...ana
 export const chosenFinding = computed(() => findings.value.find(({ title }) => title === chosenSignal.value));
 /** The faces that a fix would take: the clicked ones, else those of the chosen finding. */
 export const targets = computed(() => pickedSignal.value.length > 0 ? pickedSignal.value : chosenFinding.value?.faces ?? []);
+
+/** The fix that is prepared, and what is typed for it. */
+export const fixKind: ReadonlySignal<FixKind> = kindSignal;
+export const fixWords: ReadonlySignal<FixInput["words"]> = wordsSignal;
+export const prepared = computed(() => buildFix(kindSignal.value, {
+    faces: targets.value, piece: selectedPiece.value, words: wordsSignal.value,
+    corners: cornersOf(shownPieces.value, targets.value, selectedPiece.value),
+}));
+/** The faces that the prepared fix would change. */
+export const concerned = computed(() => "fix" in prepared.value ? facesConcerned(prepared.value.fix, shownPieces.value) : []);
+/** Faces to light up: while fixes are in front those of the prepared one, else whatever was marked. */
+export const litFaces = computed(() =>
+    tab.value === "faces" && details.shown.value.state !== "empty" && concerned.value.length > 0 ? concerned.value : markedFaces.value);
+
+export function prepareFix(kind: FixKind): void {
+    kindSignal.value = kind;
+}
+
+export function typeFixWord(name: FixWord, text: string): void {
+    wordsSignal.value = { ...wordsSignal.peek(), [name]: text };
+}
 
 /** A click at a face, or beside the model; `isAdding` keeps those that were clicked before. */
 export function pickFace(face: FaceMark | undefined, isAdding: boolean): void {
@@ -63,6 +90,7 @@ export function pickFaces(faces: readonly FaceMark[]): void {
 export function chooseFinding(finding: Finding | undefined): void {
     batch(() => {
         chosenSignal.value = finding?.title;
+        kindSignal.value = FIX_FOR[finding?.kind as keyof typeof FIX_FOR] ?? kindSignal.peek();
         pickedSignal.value = [];
         markFaces(finding?.faces ?? []);
         const [only] = finding?.pieces ?? [];
@@ -199,6 +227,7 @@ function reset(): void {
         pickedSignal.value = [];
         analysedSignal.value = [];
         chosenSignal.value = undefined;
+        wordsSignal.value = {};
         failureSignal.value = "";
         details.reset();
     });

@@ -90,6 +90,13 @@ export function buildFix(kind: FixKind, input: FixInput): { fix: ModelFix } | { 
     }
 }
 
+/** Vertices of a piece that are corners of those of its faces that are chosen. */
+export function cornersOf(pieces: readonly ModelPiece[], faces: readonly FaceMark[], piece: number | undefined): number[] {
+    const chosen = new Set(faces.filter(({ pieceIndex }) => pieceIndex === piece).map(({ primIndex }) => primIndex));
+    const known = piece === undefined ? undefined : pieces[piece];
+    return [...new Set(known?.faces.filter(({ primIndex }) => chosen.has(primIndex)).flatMap(({ indices }) => indices))];
+}
+
 type FaceTest = (face: ModelFace, piece: ModelPiece) => boolean;
 
 /** The faces that a fix changes, for showing them before it is made. */
