@@ -32,12 +32,12 @@ const HOST = "127.0.0.1";
 /** The largest request: the text of a script or a picture in base64. */
 const MAX_REQUEST = 64 * 1024 * 1024;
 
-const FILES: Record<string, string> = {
+const FILES = new Map(Object.entries({
     "": "text/html; charset=utf-8",
     "page.js": "text/javascript; charset=utf-8",
     "page.js.map": "application/json",
     "style.css": "text/css; charset=utf-8",
-};
+}));
 
 // CodeMirror adds its own style sheets; a page's own pictures and sounds are blobs or data.
 const POLICY = "default-src 'none'; script-src 'self'; style-src 'self' 'unsafe-inline'; " +
@@ -62,7 +62,7 @@ export async function serve(options: ServerOptions): Promise<RunningServer> {
 
     async function answer(request: IncomingMessage, response: ServerResponse): Promise<void> {
         const path = pathOf(request);
-        const type = path === undefined ? undefined : FILES[path];
+        const type = path === undefined ? undefined : FILES.get(path);
         if (path === undefined || type === undefined || request.method !== "GET") {
             response.writeHead(path === undefined ? 403 : 404, { "Content-Type": "text/plain" })
                 .end("This is not the address that ./dev web printed.\n");

@@ -4,7 +4,7 @@ import assert from "node:assert/strict";
 import { cpSync, existsSync, mkdirSync, mkdtempSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join, resolve } from "node:path";
-import { test as nodeTest } from "node:test";
+import { test as nodeTest, type TestContext } from "node:test";
 import { type Browser, type BrowserContextOptions, chromium, type Page } from "playwright-core";
 import { startEditor } from "../server/editor";
 import { type RunningServer, serve, type ServerOptions } from "../server/main";
@@ -73,6 +73,18 @@ export function flow(name: string, options: BenchOptions, story: (bench: Bench) 
         }
     });
     nodeTest.after(async () => { await (await shared)?.close(); shared = undefined; });
+}
+
+/** A server alone, over the sample data itself: nothing may be written. */
+export async function openServer(context: TestContext, options: Partial<ServerOptions>): Promise<{ server: RunningServer; scratch: string }> {
+    const scratch = mkdtempSync(join(tmpdir(), "orb-web-"));
+    const data = join(BUILD, "samples/data");
+    const sample = { taDataPath: join(data, "game"), modPaths: [join(data, "mod")] };
+    const server = await serve({
+        program: join(BUILD, "orb-unit-editor"), folder: join(OUT, "page"), roots: sample, sample, state: join(scratch, "state"), ...options,
+    });
+    context.after(async () => { await server.close(); rmSync(scratch, { recursive: true, force: true, maxRetries: 5 }); });
+    return { server, scratch };
 }
 
 export async function openBench(options: BenchOptions): Promise<Bench & { errors(): string[]; lines(): string[]; close(): Promise<void> }> {

@@ -5,6 +5,8 @@ import { join } from "node:path";
 import { chromium } from "playwright-core";
 import { CHROMIUM, launchArguments, OUT } from "./bench";
 
+const LIMIT_MS = 300_000;
+
 const folder = join(OUT, "tests");
 const names = process.argv.slice(2);
 const files = readdirSync(folder).filter((file) => file.endsWith(".test.mjs"))
@@ -12,7 +14,10 @@ const files = readdirSync(folder).filter((file) => file.endsWith(".test.mjs"))
 const server = existsSync(CHROMIUM) ? await chromium.launchServer(launchArguments) : undefined;
 const child = spawn(process.execPath, ["--test", "--test-concurrency=2", ...files],
     { stdio: "inherit", env: { ...process.env, ...(server ? { ORB_BROWSER: server.wsEndpoint() } : {}) } });
+// a test that hangs must not hang whoever waits for it
+const limit = setTimeout(() => { console.error("the tests take too long"); child.kill(); }, LIMIT_MS);
 child.on("exit", async (code) => {
+    clearTimeout(limit);
     await server?.close();
     process.exit(code ?? 1);
 });
