@@ -97,13 +97,13 @@ function Faces({ pieces }: { pieces: readonly ModelPiece[] }) {
                 onKey={(event, row) => addOrLeave(event, row)}
                 empty="This piece has no faces."
                 columns={[
-                    { title: "Piece", width: "minmax(56px, 1fr)", cell: ({ piece }) => piece.name },
+                    { title: "Piece", width: "minmax(56px, 0.8fr)", cell: ({ piece }) => piece.name },
                     { title: "Face", width: "36px", isNumber: true, cell: ({ face }) => face.primIndex },
-                    { title: "Looks", width: "minmax(72px, 1.2fr)", cell: ({ face }) => <Looks face={face} /> },
+                    { title: "Looks", width: "minmax(72px, 0.8fr)", cell: ({ face }) => <Looks face={face} /> },
                     { title: "Corners", width: "52px", isNumber: true, cell: ({ face }) => face.indices.length },
                     { title: "Area", width: "56px", isNumber: true, cell: ({ face }) => face.area.toFixed(1) },
                     { title: shares ? "Share" : "", width: shares ? "44px" : "0", isNumber: true, cell: ({ mark }) => percent(shares?.get(faceKey(mark))) },
-                    { title: "", width: "minmax(0, 1fr)", cell: ({ face }) => <span class="quiet" title={wordsOf(face)}>{wordsOf(face)}</span> },
+                    { title: "", width: "minmax(0, 1.4fr)", cell: ({ face }) => <span class="quiet" title={wordsOf(face)}>{wordsOf(face)}</span> },
                 ]} />
             <div class="foot">
                 <span>{counted(rows.value.length, "face")}{picked.length > 0 && `, ${picked.length} chosen`}</span>

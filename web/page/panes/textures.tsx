@@ -85,7 +85,8 @@ function BeforeAfter({ shown }: { shown: RemapPreview }) {
     return (
         <div class="before-after">
             <figure><Picture png={shown.before_b64} label="Before" /><figcaption>Before</figcaption></figure>
-            <figure><Picture png={shown.after_b64} label="After" /><figcaption>After: {counted(shown.changedPixels, "pixel")} changed, {teamShare(shown.teamPixels, shown.totalPixels)}</figcaption></figure>
+            <figure><Picture png={shown.after_b64} label="After" /><figcaption>After</figcaption></figure>
+            <p role="status" aria-label="What changes">{counted(shown.changedPixels, "pixel")} changed, then {teamShare(shown.teamPixels, shown.totalPixels)}</p>
         </div>
     );
 }

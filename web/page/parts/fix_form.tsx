@@ -14,7 +14,7 @@ export function FixForm() {
     const apply = (): void => { if ("fix" in ready) void applyFix(ready.fix); };
     const piece = selectedPiece.value;
     return (
-        <form class="fix" aria-label="Fix" onSubmit={(event) => event.preventDefault()}>
+        <form class="fix" aria-label="What mends it" onSubmit={(event) => event.preventDefault()}>
             <Choice label="Fix" value={row.kind} onChange={(kind) => prepareFix(kind as FixKind)}
                 options={FIXES.map(({ kind, title }) => ({ value: kind, text: title }))} />
             <p class="quiet">{row.note}</p>
