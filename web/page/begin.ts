@@ -2,6 +2,7 @@
 import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
 import { startHealthSweep } from "./store/health_sweep";
+import { followMaps } from "./store/map";
 import { followModel } from "./store/model_edit";
 import { followPalette } from "./store/palette";
 import { openRoots, refreshUnits, roots, setStart, units } from "./store/roots";
@@ -22,6 +23,7 @@ export function begin(): void {
     });
     startHealthSweep();
     followUnit();
+    followMaps();
     followModel();
     followPalette();
     followTextures();

@@ -8,6 +8,9 @@ import { editState, findDuplicates, lookThrough, redo, revertModel, saveModel, u
 import { loadedUnit, reloadUnit, wantedUnit } from "./store/unit";
 import { camera, setCamera, showDialog, showTab } from "./store/view";
 import { toggleAtCursor } from "./editor/cursor";
+import { fitMap } from "./map3d/handle";
+import { isMapShown, loadedMap, showMap } from "./store/map";
+import { endPointer } from "./store/map_clicks";
 import { fitView } from "./view3d/handle";
 
 /** Something is done only with a unit that has a script. */
@@ -76,6 +79,10 @@ export const commands: readonly Command[] = [
     { id: "revert-model", where: "model", title: "Give every step of the model up", run: withModel(() => editState.peek().isDirty, revertModel) },
     { id: "find-duplicates", where: "page", title: "Find faces that are there twice", run: withModel(() => true, findDuplicates) },
     { id: "look-through", where: "page", title: "Find faces that one looks through from above", run: withModel(() => true, () => lookThrough("game")) },
+
+    { id: "fit-map", key: "F", where: "map", title: "Bring the whole map into view", run: fitMap },
+    { id: "end-placing", key: "Escape", where: "map", title: "End placing; clicks choose units again", run: endPointer },
+    { id: "show-map", where: "page", title: "Show the map, or the unit again", run: () => loadedMap.peek() ? showMap(!isMapShown.peek()) : false },
 
     ...bottomPanes.map((pane): Command =>
         ({ id: `tab-${pane.id}`, where: "page", title: `Show ${pane.title}`, run: () => showTab(pane.id) })),

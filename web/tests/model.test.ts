@@ -98,7 +98,7 @@ flow("asks before another unit ends unsaved steps", {}, async ({ page, killEdito
     await openFaces(page, "FENWADE");
     await page.getByLabel("Fix", { exact: true }).selectOption("make-selection");
     await button(page, "Make a selection plate").click();
-    await eventually(() => history(page), "1. Make a selection plate");
+    await eventually(() => history(page), "1. Make selection plate");
     await page.getByLabel("Search units").fill("KILCART");
     await page.keyboard.press("Enter");
     const dialog = page.getByRole("dialog", { name: "Give up the edits of FENWADE's model?" });

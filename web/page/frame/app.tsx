@@ -3,12 +3,14 @@ import { QuestionDialog } from "../dialogs/question";
 import { RootsDialog } from "../dialogs/roots";
 import { bottomPanes } from "../panes/registry";
 import { PiecesPane } from "../panes/pieces";
+import { MapStage } from "../panes/map_stage";
 import { RootsBar } from "./roots_bar";
 import { StatusBar } from "./status_bar";
 import { Transport } from "../panes/transport";
 import { UnitsPane } from "../panes/units";
 import { View3dPane } from "../panes/view3d";
 import { ScriptColumn } from "./script_column";
+import { isMapShown } from "../store/map";
 import { openDialog, showTab, sizeOf, tab } from "../store/view";
 import { clampSize, Splitter, type SplitterProps } from "../widgets/splitter";
 import { Tabs } from "../widgets/tabs";
@@ -40,10 +42,10 @@ export function App() {
                 <Splitter {...LEFT} />
                 <div class="column" style={{ gridTemplateRows: tracks(BOTTOM) }}>
                     <div class="across" style={{ gridTemplateColumns: tracks(RIGHT) }}>
-                        <div class="viewing" data-region="view model">
+                        {isMapShown.value ? <div class="viewing" data-region="map"><MapStage /></div> : <div class="viewing" data-region="view model">
                             <View3dPane />
                             <Transport />
-                        </div>
+                        </div>}
                         <Splitter {...RIGHT} />
                         <ScriptColumn />
                     </div>

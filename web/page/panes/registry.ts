@@ -3,6 +3,7 @@ import type { FunctionComponent } from "preact";
 import type { ReadonlySignal } from "@preact/signals";
 import { FacesPane } from "./faces";
 import { LogPane } from "./log";
+import { MapPane } from "./map";
 import { SoundsPane } from "./sounds";
 import { TexturesPane } from "./textures";
 import { ThreadsPane } from "./threads";
@@ -25,6 +26,7 @@ export const bottomPanes: readonly Pane[] = [
     { id: "textures", title: "Textures", hint: "The model's textures, team colour, the palette", view: TexturesPane },
     { id: "sounds", title: "Sounds", hint: "What the unit's sound category plays", view: SoundsPane },
     { id: "trace", title: "Trace", hint: "What the script did, newest last", view: TracePane },
+    { id: "map", title: "Map", hint: "Maps, and units that stand, move and fight on them", view: MapPane },
     { id: "log", title: "Log", hint: "What the editor writes about its work", view: LogPane },
 ];
 
