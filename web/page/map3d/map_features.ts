@@ -12,7 +12,10 @@ export type FeaturePicture = (type: number) => Promise<{ png: Blob; width: numbe
 
 const PLAIN_SIZE = 10;
 
-export function createMapFeatures(features: readonly MapFeature[], pictureOf: FeaturePicture, changed: () => void): MapFeatures3d {
+/** `magnify`: points are drawn so many times too small by a camera of a narrow field of view. */
+export function createMapFeatures(
+    features: readonly MapFeature[], pictureOf: FeaturePicture, magnify: number, changed: () => void,
+): MapFeatures3d {
     const root = new Group();
     const textures: Texture[] = [];
     const byType = new Map<number, MapFeature[]>();
@@ -20,7 +23,7 @@ export function createMapFeatures(features: readonly MapFeature[], pictureOf: Fe
     let isOver = false;
 
     for (const [type, all] of byType) {
-        const material = new PointsMaterial({ color: 0x6f7f5a, size: PLAIN_SIZE });
+        const material = new PointsMaterial({ color: 0x6f7f5a, size: PLAIN_SIZE * magnify });
         const points = new Points(geometryAt(all, PLAIN_SIZE / 2), material);
         points.raycast = () => {};
         root.add(points);
@@ -32,7 +35,7 @@ export function createMapFeatures(features: readonly MapFeature[], pictureOf: Fe
             textures.push(texture);
             points.geometry.dispose();
             points.geometry = geometryAt(all, side / 2);
-            material.setValues({ map: texture, color: 0xffffff, size: side, alphaTest: 0.5 });
+            material.setValues({ map: texture, color: 0xffffff, size: side * magnify, alphaTest: 0.5 });
             material.needsUpdate = true;
             changed();
         }).catch(() => {}); // plain points stay
@@ -60,7 +63,7 @@ async function squareTexture(png: Blob, side: number): Promise<Texture> {
     canvas.getContext("2d")!.drawImage(picture, Math.floor((side - picture.width) / 2), side - picture.height);
     picture.close();
     const texture = new Texture(canvas);
-    texture.magFilter = NearestFilter;
+    texture.magFilter = NearestFilter; // pixels stay sharp
     texture.needsUpdate = true;
     return texture;
 }

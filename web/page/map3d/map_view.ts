@@ -105,7 +105,7 @@ export function createMapView(canvas: HTMLCanvasElement, modelOf: ModelSource, c
         },
         setFeatures(all, pictureOf) {
             features?.free();
-            features = createMapFeatures(all, pictureOf, requestDraw);
+            features = createMapFeatures(all, pictureOf, 1 / Math.tan(FIELD_OF_VIEW * Math.PI / 360), requestDraw);
             scene.add(features.root);
             requestDraw();
         },

@@ -93,7 +93,7 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
             model?.mark([
                 // faces are easier to see when their piece stays as it is
                 { piece: picked.length > 0 ? undefined : piece, color: styleColor("--accent"), opacity: 0.35 },
-                { faces: lit, color: styleColor("--lit"), opacity: 0.7 }, { faces: picked, color: styleColor("--accent"), opacity: 0.8 },
+                { faces: lit, color: styleColor("--lit"), opacity: 0.55 }, { faces: picked, color: styleColor("--accent"), opacity: 0.8 },
             ]);
             requestDraw();
         },
