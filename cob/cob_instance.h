@@ -90,6 +90,7 @@ public:
     CobInstance& operator=(const CobInstance&) = delete;
 
     const io::CobFile& file() const { return *file_; }
+    const std::shared_ptr<const io::CobFile>& sharedFile() const { return file_; }
 
     /// Model index of a COB piece; the index itself where `cobPieceOrder` does not hold it. The
     /// result may lie outside `pieces`.

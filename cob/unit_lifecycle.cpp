@@ -34,8 +34,7 @@ std::int32_t mappedResult(const CobInstance& instance, std::int32_t cobPiece) {
     return model < instance.pieces.size() ? static_cast<std::int32_t>(model) : kNoPiece;
 }
 
-/// A query script answers through its one parameter or, failing that, by its result.
-std::int32_t queryPiece(CobInstance& instance, std::string_view script) {
+std::int32_t queriedPiece(CobInstance& instance, std::string_view script) {
     std::int32_t piece = kNoPiece;
     const std::optional<std::int32_t> result =
         CobVm(instance).call(script, std::span(&piece, 1), kCallBudget);
@@ -102,10 +101,15 @@ void UnitLifecycle::deactivate(LifecycleUnit& unit) {
         CobVm(*instance).startScript(kDeactivateScript);
 }
 
+std::int32_t UnitLifecycle::queryPiece(std::int32_t id, std::string_view script) {
+    CobInstance* const instance = instanceOf(id);
+    return instance != nullptr ? queriedPiece(*instance, script) : kNoPiece;
+}
+
 std::int32_t UnitLifecycle::sweetSpot(std::int32_t id) {
     CobInstance* const instance = instanceOf(id);
     return instance != nullptr && holdsScript(*instance, kSweetSpotScript)
-               ? queryPiece(*instance, kSweetSpotScript)
+               ? queriedPiece(*instance, kSweetSpotScript)
                : kNoPiece;
 }
 
@@ -114,7 +118,7 @@ std::int32_t UnitLifecycle::queryWeaponPiece(std::int32_t id, int slot) {
     CobInstance* const instance = instanceOf(id);
     if (scripts == nullptr || instance == nullptr) return kNoPiece;
     for (const std::string_view script : *scripts)
-        if (holdsScript(*instance, script)) return queryPiece(*instance, script);
+        if (holdsScript(*instance, script)) return queriedPiece(*instance, script);
     if (reportedQueries_.emplace(id, slot).second)
         LogLine(LogLevel::warn) << fmt::format(
             "queryWeaponPiece: unit={} slot={} — no {} or {} script in COB; muzzle will use facing "

@@ -45,6 +45,9 @@ public:
     void activate(LifecycleUnit& unit);
     void deactivate(LifecycleUnit& unit);
 
+    /// The piece that a script answers with: through its one parameter or, failing that, by its
+    /// result.
+    std::int32_t queryPiece(std::int32_t id, std::string_view script);
     /// Where to aim at the unit.
     std::int32_t sweetSpot(std::int32_t id);
     /// Where weapon 0, 1 or 2 fires from; a missing script is logged once per unit and slot.

@@ -1601,7 +1601,7 @@ export interface SnapshotRequest {
 export interface Snapshot {
     tick: number;
     units: MapUnit[];
-    projectiles: never[];
+    projectiles: MapProjectile[];
     /** What changed since the map was loaded. */
     features?: { added: MapFeature[]; removed: number[] };
 }
@@ -1626,8 +1626,29 @@ export interface MapUnit {
     active: boolean;
     /** Orders behind the current one. */
     queued: number;
-    weapons: { slot: number; state: "idle"; reload: number; stock: number }[];
+    weapons: {
+        slot: number;
+        state: "idle" | "aiming" | "aimed" | "reloading" | "firing";
+        /** Seconds until it can fire again. */
+        reload: number;
+        stock: number;
+        /** The unit that it is aimed at. */
+        target?: number;
+    }[];
     transforms?: PieceTransform[];
+}
+
+/** What flies: where it is, and where it is going. */
+export interface MapProjectile {
+    projectileId: number;
+    weapon: string;
+    x: number;
+    y: number;
+    z: number;
+    heading: number;
+    pitch: number;
+    /** The unit that fired it, while that lives. */
+    owner?: number;
 }
 
 export interface Heightmap {

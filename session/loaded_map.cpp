@@ -1,6 +1,7 @@
 #include "session/loaded_map.h"
 
 #include <algorithm>
+#include <thread>
 
 #include <fmt/format.h>
 
@@ -12,14 +13,41 @@
 namespace orb::unitview {
 namespace {
 
-std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std::string& name) {
-    const auto [known, isNew] = map.featureTypes.try_emplace(io::upperCased(name));
-    if (isNew) {
-        sim::FeatureType type = makeFeatureType(tables, name);
-        if (type.isMissing) map.missingFeatures.push_back(name);
-        known->second = map.world.addFeatureType(std::move(type));
+/// The names of the features that follow each other where the first is destroyed, up to one that
+/// the map knows or that comes a second time: some name themselves.
+std::vector<std::string> chainOf(const LoadedMap& map, const GameTables& tables, std::string name) {
+    std::vector<std::string> chain;
+    const auto isIn = [&](const std::string& other) {
+        return std::ranges::any_of(
+            chain, [&](const std::string& one) { return io::equalsIgnoringCase(one, other); });
+    };
+    while (!isIn(name) && chain.size() <= sim::kMaxFollowers) {
+        const TableEntry* const entry = tables.features.find(name);
+        if (!entry && !chain.empty()) break;
+        chain.push_back(name);
+        if (!entry || map.featureTypes.contains(io::upperCased(name))) break;
+        name = entry->section.getString("featuredead").value_or("");
     }
-    return known->second;
+    return chain;
+}
+
+std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std::string& name) {
+    if (const auto known = map.featureTypes.find(io::upperCased(name));
+        known != map.featureTypes.end())
+        return known->second;
+    const auto chain = chainOf(map, tables, name);
+    std::int32_t follower = -1;
+    for (auto one = chain.rbegin(); one != chain.rend(); ++one) {
+        const auto [known, isNew] = map.featureTypes.try_emplace(io::upperCased(*one));
+        if (isNew) {
+            sim::FeatureType type = makeFeatureType(tables, *one);
+            if (type.isMissing) map.missingFeatures.push_back(*one);
+            type.follower = follower;
+            known->second = map.world.addFeatureType(std::move(type));
+        }
+        follower = static_cast<std::int32_t>(known->second);
+    }
+    return static_cast<std::uint32_t>(follower);
 }
 
 std::shared_ptr<const sim::UnitType> unitTypeOf(LoadedMap& map, const MountedData& data,
@@ -27,9 +55,14 @@ std::shared_ptr<const sim::UnitType> unitTypeOf(LoadedMap& map, const MountedDat
     const std::string key = io::upperCased(name);
     if (const auto known = map.unitTypes.find(key); known != map.unitTypes.end())
         return known->second;
-    const LoadedUnit unit = loadUnitFiles(data.files, data.catalogue, name);
-    return map.unitTypes[key] =
-               std::make_shared<const sim::UnitType>(makeUnitType(data.tables, unit));
+    LoadedUnit unit = loadUnitFiles(data.files, data.catalogue, name);
+    if (const auto script = map.temporaryScripts.find(io::upperCased(unit.name));
+        script != map.temporaryScripts.end())
+        unit.cob = script->second;
+    auto type = std::make_shared<sim::UnitType>(makeUnitType(data.tables, unit));
+    if (data.tables.features.find(unit.fbi.corpse))
+        type->corpse = static_cast<std::int32_t>(featureTypeOf(map, data.tables, unit.fbi.corpse));
+    return map.unitTypes[key] = std::move(type);
 }
 
 /// Notes a list of which something was left out.
@@ -52,7 +85,7 @@ void placeFeatures(LoadedMap& map, const GameTables& tables, const io::TntFile& 
     for (const io::OtaFeature& feature : schema.features.kept)
         map.world.placeFeature(featureTypeOf(map, tables, feature.name),
                                {feature.cellX, feature.cellZ});
-    map.ownFeatureCount = map.world.features().size();
+    map.ownFeatureCount = map.world.features().all().size();
     noteCut(map, MapList::features, given + schema.features.given, map.ownFeatureCount);
 }
 
@@ -92,12 +125,12 @@ void placeUnits(LoadedMap& map, const MountedData& data, const io::OtaSchema& sc
         if (!map.world.isFull() && map.world.testUnit(birth) == sim::SiteFault::none)
             map.world.placeUnit(birth);
     }
-    noteCut(map, MapList::units, schema.units.given - missing, map.world.units().size());
+    noteCut(map, MapList::units, schema.units.given - missing, map.world.units().count());
 }
 
-MapConditions conditionsOf(const io::OtaFile& description, const io::OtaSchema& schema) {
+sim::Conditions conditionsOf(const io::OtaFile& description, const io::OtaSchema& schema) {
     const io::TdfSection& header = description.header;
-    MapConditions conditions;
+    sim::Conditions conditions;
     conditions.gravity = header.getFloat("gravity").value_or(conditions.gravity);
     conditions.minWind = header.getInt("minwindspeed").value_or(conditions.minWind);
     conditions.maxWind = header.getInt("maxwindspeed").value_or(conditions.maxWind);
@@ -106,6 +139,27 @@ MapConditions conditionsOf(const io::OtaFile& description, const io::OtaSchema& 
     conditions.surfaceMetal =
         schema.values.getInt("surfacemetal").value_or(conditions.surfaceMetal);
     return conditions;
+}
+
+sim::Stock stockOf(const io::OtaSchema& schema, std::string_view key, double usual) {
+    sim::Stock stock;
+    stock.amount = sim::Amount::fromNumber(std::max(
+        0.0, static_cast<double>(schema.values.getFloat(key).value_or(static_cast<float>(usual)))));
+    stock.storage = stock.amount;
+    return stock;
+}
+
+/// What players begin with, and have room for: so previews have something to spend.
+sim::Players playersOf(const io::OtaSchema& schema, bool hasDescription) {
+    const double usual =
+        hasDescription ? sim::rules::kUsualStock : sim::rules::kStockWithoutDescription;
+    sim::Players players;
+    for (sim::Player& player : players) {
+        const bool isFirst = &player == &players.front();
+        player.metal = stockOf(schema, isFirst ? "humanmetal" : "computermetal", usual);
+        player.energy = stockOf(schema, isFirst ? "humanenergy" : "computerenergy", usual);
+    }
+    return players;
 }
 
 /// The schema that a request names; a description without any stands for an empty one.
@@ -117,6 +171,12 @@ const io::OtaSchema& chooseSchema(const io::OtaFile& description, std::int64_t n
             found != description.schemas.end())
             return found->second;
     throw std::runtime_error(fmt::format("schema not found: {}", number));
+}
+
+/// More gain little: the serial parts of a tick stay as they are.
+std::size_t usualThreads() {
+    constexpr std::size_t kMost = 4;
+    return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMost);
 }
 
 sim::GroundPoint pointAt(double x, double z) {
@@ -132,15 +192,18 @@ sim::GroundPoint pointAt(double x, double z) {
 
 std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& request) {
     auto [name, ground, ownDescription] = readMapFiles(data.files, request.name);
+    const bool hasDescription = ownDescription.has_value();
     const io::OtaFile description = std::move(ownDescription).value_or(io::OtaFile());
     const io::OtaSchema& schema = chooseSchema(description, request.schema);
 
-    auto map = std::make_unique<LoadedMap>(ground);
+    auto map = std::make_unique<LoadedMap>(
+        ground,
+        sim::WorldOptions{conditionsOf(description, schema), playersOf(schema, hasDescription),
+                          request.seed, request.threads.value_or(usualThreads())});
     map->name = name;
     map->title = headerText(description, "missionname");
     map->schema = request.schema;
     map->schemas = schemaTypes(description);
-    map->conditions = conditionsOf(description, schema);
     map->startPositions = schema.startPositions.kept;
     noteCut(*map, MapList::schemas, description.schemas.size() + description.schemasLeftOut,
             description.schemas.size());
@@ -149,8 +212,9 @@ std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& re
     if (request.placesUnits) placeUnits(*map, data, schema);
     ground.cells = {};
     map->picture = std::move(ground);
-    LogLine(LogLevel::info) << "[maps] " << name << " loaded: " << map->world.features().size()
-                            << " features, " << map->world.units().size() << " units";
+    LogLine(LogLevel::info) << "[maps] " << name
+                            << " loaded: " << map->world.features().all().size() << " features, "
+                            << map->world.units().count() << " units";
     return map;
 }
 
@@ -206,7 +270,7 @@ const sim::Feature& spawnFeature(LoadedMap& map, const MountedData& data,
     if (!spawn.isForced)
         if (const auto fault = world.testFeature(type, cells); fault != sim::SiteFault::none)
             failPlacing(world.featureTypes()[type].name, fault);
-    if (world.features().size() >= sim::kMaxFeatures) throw RequestError("feature limit reached");
+    if (world.features().isFull()) throw RequestError("feature limit reached");
     const sim::Feature* const feature = world.placeFeature(type, cells.corner);
     if (!feature) failPlacing(spawn.feature, sim::SiteFault::outside);
     return *feature;

@@ -19,16 +19,10 @@ struct MapRequest {
     std::int64_t schema = 0;
     /// Puts the schema's units on the map.
     bool placesUnits = true;
-};
-
-/// What a map's description says of its world, with the game's usual values where it does not.
-struct MapConditions {
-    float gravity = sim::rules::kGravity;
-    std::int32_t minWind = sim::rules::kLeastWind;
-    std::int32_t maxWind = sim::rules::kMostWind;
-    std::int32_t tidalStrength = 0;
-    std::int32_t surfaceMetal = sim::rules::kSurfaceMetal;
-    bool isLavaWorld = false;
+    /// What random numbers hang from.
+    std::uint64_t seed = 1;
+    /// That share the work of a tick; none: as many as the machine has, within reason.
+    std::optional<std::size_t> threads;
 };
 
 /// The lists of a map's files.
@@ -44,14 +38,14 @@ struct CutList {
 
 /// A map with what stands on it. Depends on no mounted data once it is there.
 struct LoadedMap {
-    explicit LoadedMap(const io::TntFile& ground) : world(sim::Terrain(ground)) {}
+    LoadedMap(const io::TntFile& ground, const sim::WorldOptions& options)
+        : world(sim::Terrain(ground), options) {}
 
     std::string name;
     std::string title;
     std::int64_t schema = 0;
     /// `schemaTypes` of its description.
     std::vector<std::string> schemas;
-    MapConditions conditions;
     std::vector<io::OtaStartPosition> startPositions;
     /// Its tiles and small picture; the cells are the world's terrain.
     io::TntFile picture;
@@ -67,6 +61,9 @@ struct LoadedMap {
     /// first asked for.
     std::map<std::string, std::uint32_t, std::less<>> featureTypes;
     std::map<std::string, std::shared_ptr<const sim::UnitType>, std::less<>> unitTypes;
+
+    /// Scripts that units of those names run in place of their own.
+    std::map<std::string, std::shared_ptr<const io::CobFile>, std::less<>> temporaryScripts;
 
     /// What stands on the map stays as it is; what comes is of the types as the files then say.
     void forgetTypes() {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "model/piece_list.h"
+#include "session/weapon_types.h"
 
 namespace orb::unitview {
 namespace {
@@ -35,6 +36,8 @@ sim::SiteLimits readLimits(const io::TdfSection& section) {
     limits.maxWaterSlope = groundLimit(section, "maxwaterslope", limits.maxSlope);
     limits.minWaterDepth = groundLimit(section, "minwaterdepth", 0);
     limits.maxWaterDepth = groundLimit(section, "maxwaterdepth", sim::rules::kNoLimit);
+    limits.badSlope = groundLimit(section, "badslope", sim::rules::kNoLimit);
+    limits.badWaterSlope = groundLimit(section, "badwaterslope", limits.badSlope);
     return limits;
 }
 
@@ -44,6 +47,47 @@ sim::SiteLimits readOwnLimits(const io::TdfSection& section, bool floats) {
     if (!section.getInt("maxwaterdepth") && limits.minWaterDepth == 0 && !floats)
         limits.maxWaterDepth = sim::rules::kDryLandDepth;
     return limits;
+}
+
+sim::Fixed fixedOf(float value) {
+    return sim::Fixed::fromNumber(value);
+}
+
+/// A rate of change; one that is missing or senseless is no limit.
+sim::Fixed rateOf(float value) {
+    const auto most = sim::Fixed::fromInt(sim::kMaxSpeed);
+    return value > 0 ? std::clamp(fixedOf(value), sim::Fixed::fromRaw(1), most) : most;
+}
+
+sim::MoveLimits readMovement(const io::FbiUnitInfo& fbi) {
+    constexpr std::int32_t kHalfTurn = 32'768;
+    sim::MoveLimits movement;
+    movement.maxSpeed =
+        std::clamp(fixedOf(fbi.maxVelocity), sim::Fixed(), sim::Fixed::fromInt(sim::kMaxSpeed));
+    movement.acceleration = rateOf(fbi.acceleration);
+    movement.brakeRate = rateOf(fbi.brakeRate);
+    movement.turnRate = fbi.turnRate > 0 ? std::min(fbi.turnRate, kHalfTurn) : kHalfTurn;
+    movement.isUpright = fbi.upright;
+    return movement;
+}
+
+std::uint8_t standingOrder(std::int32_t state) {
+    return static_cast<std::uint8_t>(std::clamp(state, 0, 2));
+}
+
+/// How the pieces hang together, and how high the model is.
+void takeModel(sim::UnitType& type, const io::Model3doObject& model) {
+    std::vector<float> heights;
+    float highest = 0;
+    for (const auto& [piece, parent] : flattenPieces(model)) {
+        const auto& [x, y, z] = piece->position;
+        type.pieces.push_back(piece->name);
+        type.piecesAtRest.push_back({parent, {fixedOf(x), fixedOf(y), fixedOf(z)}});
+        heights.push_back(y + (parent < 0 ? 0 : heights[static_cast<std::size_t>(parent)]));
+        for (const io::Vec3& vertex : piece->vertices)
+            highest = std::max(highest, heights.back() + vertex[1]);
+    }
+    type.height = fixedOf(highest);
 }
 
 }  // namespace
@@ -64,6 +108,8 @@ sim::FeatureType makeFeatureType(const GameTables& tables, const std::string& na
     type.footprintZ = footprintSide(intOf(section, "footprintz", 1));
     type.height = std::max(0, intOf(section, "height", 0));
     type.isBlocking = intOf(section, "blocking", 0) != 0;
+    if (intOf(section, "indestructible", 0) == 0)
+        type.health = sim::Amount::fromInt(std::clamp(intOf(section, "damage", 0), 0, kMaxHealth));
     type.isReclaimable = intOf(section, "reclaimable", 0) != 0;
     type.isGeothermal = intOf(section, "geothermal", 0) != 0;
     type.metal = section.getFloat("metal").value_or(0.0F);
@@ -80,23 +126,25 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     type.name = unit.name;
     type.isBuilding = fbi.bmCode == 0;
     type.canFly = fbi.canFly;
-    type.canHover = fbi.canHover;
     type.floats = fbi.floater;
     type.waterline = static_cast<std::int32_t>(std::clamp(fbi.waterline, 0.0F, 255.0F));
     type.maxHealth = std::clamp(fbi.maxDamage, 1, kMaxHealth);
     type.sightDistance = std::clamp(fbi.sightDistance, 0, kMaxSight);
     type.isActiveWhenBuilt = !type.isBuilding || fbi.activateWhenBuilt;
-    type.pieces = pieceNames(unit.model);
-    int slot = 0;
-    for (const std::string* weapon : {&fbi.weapon1, &fbi.weapon2, &fbi.weapon3}) {
-        if (tables.weapons.find(*weapon)) type.weaponSlots.push_back(slot);
-        ++slot;
-    }
+    type.movement = readMovement(fbi);
+    type.canMove = !type.isBuilding && fbi.canMove && type.movement.maxSpeed > sim::Fixed();
+    type.moveState = standingOrder(fbi.standingMoveOrder);
+    type.fireState = standingOrder(fbi.standingFireOrder);
+    type.script = unit.cob;
+    if (unit.cob) type.scripts = sim::findScripts(*unit.cob);
+    takeModel(type, unit.model);
+    takeWeapons(type, tables, fbi);
 
     const TableEntry* const movement = tables.movementClasses.find(fbi.movementClass);
     takeFootprint(type, movement ? movement->section : unit.unitInfo());
     type.limits =
         movement ? readLimits(movement->section) : readOwnLimits(unit.unitInfo(), type.floats);
+    type.limits.canHover = fbi.canHover;
     if (type.isBuilding) type.yard = sim::yardOf(fbi.yardMap, type.footprintX, type.footprintZ);
     return type;
 }

@@ -8,6 +8,7 @@
 #include "model/edit/model_values.h"
 #include "model/piece_list.h"
 #include "server/logger.h"
+#include "session/map_play.h"
 #include "session/model_file.h"
 #include "session/request_error.h"
 
@@ -55,7 +56,25 @@ void UnitViewSession::clearDataRoots() {
     lintSuppressions_ = {};
 }
 
+bool UnitViewSession::loadTemporaryScript(io::ByteView file) {
+    cob_.loadTemporary(file);
+    return map_ && replaceMapScripts(*map_, unit_->name, cob_.instance()->sharedFile(), true);
+}
+
+void UnitViewSession::resetScript() {
+    cob_.requireInstance();
+    endTemporaryScript();
+    cob_.reset();
+}
+
+/// On the map; the script of the loaded unit itself is the caller's matter.
+void UnitViewSession::endTemporaryScript() {
+    if (map_ && unit_ && cob_.instance() && !cob_.runsUnitScript())
+        replaceMapScripts(*map_, unit_->name, unit_->cob, false);
+}
+
 void UnitViewSession::unloadUnit() {
+    endTemporaryScript();
     cob_.clear();
     workingModel_.reset();
     unit_.reset();
@@ -202,6 +221,8 @@ const LoadedMap& UnitViewSession::loadMap(const MapRequest& request) {
     if (request.name.empty()) throw RequestError("map name is required");
     const MountedData& mounted = data();
     map_ = reportingFailure([&] { return unitview::loadMap(mounted, request); });
+    if (unit_ && cob_.instance() && !cob_.runsUnitScript())
+        replaceMapScripts(*map_, unit_->name, cob_.instance()->sharedFile(), true);
     return *map_;
 }
 

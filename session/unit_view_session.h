@@ -93,6 +93,12 @@ public:
 
     /// The loaded unit's running script.
     CobSession& cob() { return cob_; }
+    /// Lets a script run in place of the loaded unit's own, for it and for the units of its name on
+    /// the map; whether there are such. Throws what `CobSession::loadTemporary` throws.
+    bool loadTemporaryScript(io::ByteView file);
+    /// Ends that, and begins the loaded unit's own script anew. Throws what `CobSession::reset`
+    /// throws.
+    void resetScript();
 
     /// Read from the roots whenever they are set.
     const LintSuppressions& lintSuppressions() const { return lintSuppressions_; }
@@ -107,6 +113,7 @@ public:
 private:
     void mount(const DataRootsRequest& request, const io::Progress& progress);
     void unloadUnit();
+    void endTemporaryScript();
     void readAgain(std::span<const io::FileLocation> written);
     bool isLoadedFrom(const io::FileLocation& written) const;
     bool wouldLoadFrom(const io::FileLocation& written) const;

@@ -3,10 +3,16 @@
 #include <cstdint>
 #include <string>
 
+#include "sim/fixed.h"
+
 namespace orb::sim {
 
 /// A footprint has 1 to this many cells a side.
 inline constexpr std::int32_t kMaxFootprint = 32;
+
+/// What can follow each other where one is destroyed: a wreck, a heap of it, and so on. Known
+/// chains have three at most.
+inline constexpr std::int32_t kMaxFollowers = 8;
 
 /// What can lie on a map without being a unit: a tree, a rock, a deposit, a vent, a wreck.
 struct FeatureType {
@@ -19,6 +25,10 @@ struct FeatureType {
     std::int32_t height = 0;
     bool isBlocking = false;
     bool isReclaimable = false;
+    /// Hit points; 0 for what cannot be destroyed.
+    Amount health = {};
+    /// Index of the type that is there when one of these is destroyed, -1 for none.
+    std::int32_t follower = -1;
     /// A vent that some buildings must stand on.
     bool isGeothermal = false;
     float metal = 0;

@@ -11,12 +11,25 @@ bool Occupancy::isFree(const CellRect& cells) const {
     return allCells(cells, [&](Cell cell) { return isFree(cell); });
 }
 
-void Occupancy::take(const CellRect& cells, std::uint32_t owner) {
+bool Occupancy::isFreeFor(CellOwner self, const CellRect& cells) const {
+    return allCells(cells, [&](Cell cell) {
+        return contains(cell) &&
+               (owners_[index(cell)] == CellOwner() || owners_[index(cell)] == self);
+    });
+}
+
+void Occupancy::take(const CellRect& cells, CellOwner owner) {
     forEachCell(cells, [&](Cell cell) { take(cell, owner); });
 }
 
-void Occupancy::take(Cell cell, std::uint32_t owner) {
+void Occupancy::take(Cell cell, CellOwner owner) {
     if (isFree(cell)) owners_[index(cell)] = owner;
+}
+
+void Occupancy::release(const CellRect& cells, CellOwner owner) {
+    forEachCell(cells, [&](Cell cell) {
+        if (ownerOf(cell) == owner) owners_[index(cell)] = CellOwner();
+    });
 }
 
 }  // namespace orb::sim

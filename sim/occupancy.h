@@ -7,18 +7,56 @@
 
 namespace orb::sim {
 
-/// Which cells are taken, by a unit or a feature that blocks. No two share a cell.
+/// Who has a cell: nobody, a feature, a building or a mobile unit.
+class CellOwner {
+public:
+    enum class Kind : std::uint8_t { nobody, feature, building, mobile };
+
+    constexpr CellOwner() = default;
+    /// A feature's or a unit's id.
+    constexpr CellOwner(Kind kind, std::uint32_t id)
+        : raw_((static_cast<std::uint32_t>(kind) << kIdBits) | id) {}
+
+    constexpr Kind kind() const { return static_cast<Kind>(raw_ >> kIdBits); }
+    constexpr std::uint32_t id() const { return raw_ & ((1U << kIdBits) - 1); }
+    constexpr bool isUnit() const { return kind() >= Kind::building; }
+    /// It does not go away by itself: ways lead round it.
+    constexpr bool isStatic() const { return kind() == Kind::feature || kind() == Kind::building; }
+    constexpr bool operator==(const CellOwner&) const = default;
+
+private:
+    static constexpr int kIdBits = 30;
+
+    std::uint32_t raw_ = 0;
+};
+
+/// Which cells are taken, by a unit or a feature that blocks. No two share a cell. It follows from
+/// where things stand, but where some were forced onto others also from who came first, so it is
+/// never made anew.
 class Occupancy {
 public:
     Occupancy(std::int32_t cellsX, std::int32_t cellsZ);
 
+    /// Of a cell on the map or beyond.
+    CellOwner ownerOf(Cell cell) const {
+        return contains(cell) ? owners_[index(cell)] : CellOwner();
+    }
     /// All of the cells lie on the map and none is taken.
     bool isFree(const CellRect& cells) const;
-    bool isFree(Cell cell) const { return contains(cell) && owners_[index(cell)] == 0; }
+    bool isFree(Cell cell) const { return contains(cell) && owners_[index(cell)] == CellOwner(); }
+    /// The same, where what `self` has counts as free.
+    bool isFreeFor(CellOwner self, const CellRect& cells) const;
 
-    /// Gives those of the cells that lie on the map and are free to `owner`, which is not 0.
-    void take(const CellRect& cells, std::uint32_t owner);
-    void take(Cell cell, std::uint32_t owner);
+    /// Gives those of the cells that lie on the map and are free to `owner`.
+    void take(const CellRect& cells, CellOwner owner);
+    void take(Cell cell, CellOwner owner);
+    /// Frees those of the cells that are `owner`'s.
+    void release(const CellRect& cells, CellOwner owner);
+    /// Frees what `owner` has of the first cells and gives it what is free of the others.
+    void move(const CellRect& from, const CellRect& to, CellOwner owner) {
+        release(from, owner);
+        take(to, owner);
+    }
 
 private:
     bool contains(Cell cell) const {
@@ -31,8 +69,7 @@ private:
 
     std::int32_t cellsX_;
     std::int32_t cellsZ_;
-    /// 0 is nobody.
-    std::vector<std::uint32_t> owners_;
+    std::vector<CellOwner> owners_;
 };
 
 /// Calls `visit(cell)` for each of the cells, row by row.

@@ -2,6 +2,9 @@
 
 #include <cstdint>
 
+#include "sim/fixed.h"
+#include "sim/tick.h"
+
 /// How the game behaves where no document of its own tells: one line each, so that it is easy to
 /// correct. Engineering limits stand beside their use instead.
 namespace orb::sim::rules {
@@ -14,6 +17,11 @@ inline constexpr std::int32_t kSurfaceMetal = 3;
 inline constexpr std::int32_t kLeastWind = 0;
 inline constexpr std::int32_t kMostWind = 5'000;
 
+/// What a player begins with of metal and of energy where a schema does not say: what most say, and
+/// without a description enough for any preview.
+inline constexpr double kUsualStock = 1'000;
+inline constexpr double kStockWithoutDescription = 1'000'000;
+
 /// A unit or movement class stands on a slope when the largest difference of the four corner
 /// heights of each of its cells, in pixels, is no more than this. Keys use 10 to 32, and 255 for no
 /// limit; a class without the key climbs everything, which known classes count on.
@@ -21,5 +29,67 @@ inline constexpr std::int32_t kNoLimit = 255;
 /// A definition that says neither how deep nor how shallow its unit may stand, and not that it
 /// floats, means dry land.
 inline constexpr std::int32_t kDryLandDepth = 0;
+
+/// Pixels a tick of a weapon whose definition gives none, so that what it fires leaves the muzzle.
+inline constexpr std::int32_t kLeastShotSpeed = 1;
+/// A shot without a lifetime that may fly beyond its range, or has to turn on its way, lives so
+/// many times as long as a straight way of its range takes. Less, and guided shots burn out on
+/// detours.
+inline constexpr std::int32_t kGuidedLifeShare = 2;
+/// Seconds that what is thrown or dropped may fall without reaching the ground.
+inline constexpr std::int32_t kMostFallSeconds = 120;
+/// Steps of 1/65536 turn within which a weapon without `tolerance` counts as aimed: some 5 degrees.
+/// Half of the known weapons give one, from 200 to 37,152.
+inline constexpr std::int32_t kAimTolerance = 1'000;
+/// Pixels that what climbs climbs above its launcher, that what cruises keeps above the ground, and
+/// from the target at which it leaves that height.
+inline constexpr std::int32_t kClimbPixels = 256;
+/// Pixels below the water's surface that torpedoes keep to.
+inline constexpr std::int32_t kTorpedoDepth = 4;
+/// Pixels beyond its range after which a shot is over. Range is measured between the middles of
+/// units, a shot flies from the muzzle; less, and some end before a target at the very edge.
+inline constexpr std::int32_t kRangeSlack = 32;
+/// Shots are stopped by units of the player who fired them. Areas of damage hurt those in any case;
+/// without it dense groups can shoot at all.
+inline constexpr bool kShotsHitFriends = false;
+/// Pixels round a place within which a shot at the place has free way.
+inline constexpr std::int32_t kPlaceRadius = 16;
+/// The muzzle of a unit whose script names none: that part of its height.
+inline constexpr std::int32_t kMuzzleHeightParts = 3;
+inline constexpr std::int32_t kMuzzleHeightWhole = 4;
+/// What HitByWeapon and RockUnit are told at most, in COB angles: 2.7 degrees. Scripts take them as
+/// angles to turn to.
+inline constexpr std::int32_t kMostRocking = 500;
+
+/// Kills for each veteran level that a script reads. Known is only that units are veterans from so
+/// many on.
+inline constexpr std::int32_t kKillsOfVeteran = 5;
+
+// Going somewhere. No document tells how; higher and lower as said.
+
+/// Who comes so near to his goal is there. Lower makes slow turners circle.
+inline constexpr Fixed kArrivalDistance = Fixed::fromInt(2);
+/// Whose goal is taken by others is there within so many of his footprints, after so many ticks of
+/// standing. Higher ends crowding sooner and leaves looser groups.
+inline constexpr std::int32_t kCrowdedGoalFootprints = 2;
+inline constexpr Tick kCrowdedGoalTicks = 15;
+/// How long somebody goes round before he heads for his goal again, and how far he looks whether
+/// there is room. Longer gets round larger groups and wanders more.
+inline constexpr Tick kDetourTicks = 20;
+inline constexpr Fixed kDetourProbe = Fixed::fromInt(16);
+/// Ticks without getting on after which that is told, and after which the order fails.
+inline constexpr Tick kBlockedTicks = 90;
+inline constexpr Tick kGiveUpTicks = 300;
+/// Who makes room leaves so many cells more than the other needs.
+inline constexpr std::int32_t kSideStepCells = 1;
+
+/// Attackers go so much nearer than their range, so that a shot from the muzzle reaches.
+inline constexpr Fixed kAttackMargin = Fixed::fromInt(16);
+/// Guards keep within this distance, and remember for so long who attacked their ward.
+inline constexpr Fixed kGuardDistance = Fixed::fromInt(96);
+inline constexpr Tick kGuardMemory = 150;
+
+/// The worst way to die, in percent of the health that there was.
+inline constexpr std::int32_t kMostSeverity = 200;
 
 }  // namespace orb::sim::rules

@@ -17,6 +17,9 @@ namespace orb::sim {
 namespace {
 
 constexpr std::string_view kFreeLetters = "yY";
+/// Free while the yard is open, and while it is closed.
+constexpr std::string_view kClosedLetters = "cC";
+constexpr std::string_view kOpenLetters = "O";
 constexpr std::string_view kVentLetters = "gG";
 
 bool isOneOf(std::string_view letters, char letter) {
@@ -39,7 +42,7 @@ bool isLevelEnough(const Terrain& terrain, const SiteLimits& limits, Cell cell) 
 }
 
 SiteFault testDepth(const Terrain& terrain, const UnitType& type, const CellRect& cells) {
-    if (type.canHover) return SiteFault::none;
+    if (type.limits.canHover) return SiteFault::none;
     const auto [lowest, highest] = terrain.heightRange(cells);
     const std::int32_t sea = terrain.seaLevel();
     if (type.limits.maxWaterDepth < rules::kNoLimit && sea - lowest > type.limits.maxWaterDepth)
@@ -51,15 +54,17 @@ SiteFault testDepth(const Terrain& terrain, const UnitType& type, const CellRect
 
 }  // namespace
 
+bool takesCell(const UnitType& type, const CellRect& cells, Cell cell, bool isYardOpen) {
+    const char letter = letterAt(type, cells, cell);
+    return !isOneOf(kFreeLetters, letter) &&
+           !isOneOf(isYardOpen ? kClosedLetters : kOpenLetters, letter);
+}
+
 std::string_view textOf(SiteFault fault) {
     constexpr std::array<std::string_view, 8> kTexts = {"",         "outside the map", "void",
                                                         "too deep", "too shallow",     "too steep",
                                                         "no vent",  "occupied"};
     return kTexts[static_cast<std::size_t>(fault)];
-}
-
-bool takesCell(const UnitType& type, const CellRect& cells, Cell cell) {
-    return !isOneOf(kFreeLetters, letterAt(type, cells, cell));
 }
 
 SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& cells) {

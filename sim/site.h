@@ -32,7 +32,8 @@ struct Ground {
 /// Aircraft stand anywhere on the map.
 SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& cells);
 
-/// True for the cells of a footprint that a unit takes: all but those that its yard keeps free.
-bool takesCell(const UnitType& type, const CellRect& cells, Cell cell);
+/// True for the cells of a footprint that a unit takes: all but those that its yard keeps free, for
+/// good or while it is open.
+bool takesCell(const UnitType& type, const CellRect& cells, Cell cell, bool isYardOpen = false);
 
 }  // namespace orb::sim

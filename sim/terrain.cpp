@@ -31,6 +31,14 @@ bool Terrain::contains(const CellRect& cells) const {
            cells.depth <= cellsZ_ - cells.corner.z;
 }
 
+GroundPoint Terrain::clamped(GroundPoint point) const {
+    const auto within = [](Fixed value, std::int32_t cells) {
+        const Fixed last = Fixed::fromRaw(Fixed::fromInt(cells * kCellPixels).raw() - 1);
+        return std::clamp(value, Fixed(), last);
+    };
+    return {within(point.x, cellsX_), within(point.z, cellsZ_)};
+}
+
 HeightRange Terrain::heightRange(const CellRect& cells) const {
     const std::int32_t first = heights_[index(cells.corner)];
     HeightRange range{first, first};

@@ -30,6 +30,8 @@ public:
 
     bool contains(GroundPoint point) const;
     bool contains(const CellRect& cells) const;
+    /// The nearest place on the map.
+    GroundPoint clamped(GroundPoint point) const;
 
     // The rest is for cells and points on the map.
 

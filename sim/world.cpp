@@ -3,115 +3,97 @@
 #include <algorithm>
 #include <cmath>
 
+#include "sim/phases.h"
+#include "sim/script_host.h"
+#include "sim/world_state.h"
+
 namespace orb::sim {
-namespace {
 
-/// Tells units from features among the owners of cells.
-constexpr std::uint32_t kUnitOwner = 0x80000000;
-
-std::size_t cellCount(const Terrain& terrain) {
-    return terrain.heights().size();
+World::World(Terrain terrain, const WorldOptions& options)
+    : parts_(std::move(terrain), options.threads) {
+    parts_.frame.conditions = options.conditions;
+    parts_.frame.seed = options.seed;
+    parts_.state.players = options.players;
 }
 
-CellRect cellsOf(const UnitBirth& birth) {
-    return footprintAt(birth.place, birth.type->footprintX, birth.type->footprintZ);
+void World::runTick(const std::function<void(std::string_view)>& afterPhase) {
+    scratch_.begin(parts_.state.units.slotCount());
+    for (const Phase& phase : kPhases) {
+        phase.step(parts_, scratch_);
+        if (afterPhase) afterPhase(phase.name);
+    }
+    ++parts_.state.tick;
 }
 
-/// Where the unit's middle comes to be.
-GroundPoint placeOf(const UnitBirth& birth) {
-    return birth.type->isBuilding ? cellsOf(birth).center() : birth.place;
+std::vector<OrderRefusal> World::giveOrder(std::span<const std::int64_t> unitIds,
+                                           const OrderRequest& request) {
+    scratch_.begin(parts_.state.units.slotCount());
+    auto answers = sim::giveOrder(parts_, scratch_, unitIds, request);
+    // Who is to die does so before anybody looks.
+    stepDamage(parts_, scratch_);
+    return answers;
 }
 
-std::int32_t healthOf(const UnitType& type, float percent) {
-    const double share = std::clamp<double>(percent, 0, 100) / 100;
-    return std::max(1, static_cast<std::int32_t>(std::round(type.maxHealth * share)));
+void World::setStocks(std::int32_t player, std::optional<double> metal,
+                      std::optional<double> energy) {
+    Player& changed = parts_.state.players.at(static_cast<std::size_t>(player - 1));
+    const auto set = [](Stock& stock, std::optional<double> amount) {
+        if (!amount) return;
+        stock.amount = Amount::fromNumber(std::max(0.0, *amount));
+        stock.storage = std::max(stock.storage, stock.amount);
+    };
+    set(changed.metal, metal);
+    set(changed.energy, energy);
 }
 
-}  // namespace
+bool World::replaceTypes(
+    const std::function<std::shared_ptr<const UnitType>(const UnitType&)>& typeFor) {
+    bool hasReplaced = false;
+    for (Unit& unit : parts_.state.units) {
+        auto type = typeFor(*unit.type);
+        if (!type) continue;
+        unit.type = std::move(type);
+        unit.values = {};
+        setUpScript(parts_, unit);
+        hasReplaced = true;
+    }
+    return hasReplaced;
+}
 
-World::World(Terrain terrain)
-    : terrain_(std::move(terrain)),
-      occupancy_(terrain_.cellsX(), terrain_.cellsZ()),
-      vents_(cellCount(terrain_)) {}
+StateHash World::hash() const {
+    return hashState(parts_);
+}
+
+std::string World::dump() const {
+    return dumpState(parts_);
+}
 
 std::uint32_t World::addFeatureType(FeatureType type) {
-    featureTypes_.push_back(std::move(type));
-    return static_cast<std::uint32_t>(featureTypes_.size() - 1);
+    parts_.frame.featureTypes.push_back(std::move(type));
+    return static_cast<std::uint32_t>(parts_.frame.featureTypes.size() - 1);
 }
 
 CellRect World::featureCells(std::uint32_t type, GroundPoint place) const {
-    return footprintAt(place, featureTypes_[type].footprintX, featureTypes_[type].footprintZ);
+    const FeatureType& found = parts_.frame.featureTypes[type];
+    return footprintAt(place, found.footprintX, found.footprintZ);
 }
 
 SiteFault World::testFeature(std::uint32_t type, const CellRect& cells) const {
-    if (!terrain_.contains(cells)) return SiteFault::outside;
-    if (!allCells(cells, [&](Cell cell) { return !terrain_.isVoid(cell); }))
+    if (!terrain().contains(cells)) return SiteFault::outside;
+    if (!allCells(cells, [&](Cell cell) { return !terrain().isVoid(cell); }))
         return SiteFault::noGround;
-    if (featureTypes_[type].isBlocking && !occupancy_.isFree(cells)) return SiteFault::occupied;
+    if (parts_.frame.featureTypes[type].isBlocking && !parts_.state.occupancy.isFree(cells))
+        return SiteFault::occupied;
     return SiteFault::none;
 }
 
-const Feature* World::placeFeature(std::uint32_t typeIndex, Cell northWest) {
-    const FeatureType& type = featureTypes_[typeIndex];
-    const CellRect cells{northWest, type.footprintX, type.footprintZ};
-    if (!terrain_.contains({northWest, 1, 1}) || features_.size() >= kMaxFeatures) return nullptr;
-
-    Feature feature;
-    feature.id = static_cast<std::uint32_t>(features_.size() + 1);
-    feature.type = typeIndex;
-    feature.place = cells.center();
-    feature.altitude = terrain_.groundHeight(
-        terrain_.contains(feature.place) ? feature.place : CellRect{northWest, 1, 1}.center());
-    if (type.isBlocking) occupancy_.take(cells, feature.id);
-    if (type.isGeothermal)
-        forEachCell(cells, [&](Cell cell) {
-            if (terrain_.contains({cell, 1, 1}))
-                vents_[static_cast<std::size_t>(cell.z) *
-                           static_cast<std::size_t>(terrain_.cellsX()) +
-                       static_cast<std::size_t>(cell.x)] = true;
-        });
-    return &features_.emplace_back(feature);
-}
-
-SiteFault World::testUnit(const UnitBirth& birth) const {
-    if (!terrain_.contains(placeOf(birth))) return SiteFault::outside;
-    if (birth.isForced) return SiteFault::none;
-    return testSite({terrain_, occupancy_, vents_}, *birth.type, cellsOf(birth));
-}
-
-const Unit& World::placeUnit(const UnitBirth& birth) {
-    const UnitType& type = *birth.type;
-    const CellRect cells = cellsOf(birth);
-    const GroundPoint place = placeOf(birth);
-
-    Unit unit;
-    unit.id = static_cast<std::uint32_t>(units_.size() + 1);
-    unit.type = birth.type;
-    unit.player = birth.player;
-    unit.place = place;
-    unit.altitude = altitudeOf(type, place);
-    unit.heading = birth.heading;
-    unit.health = healthOf(type, birth.healthPercent);
-    unit.buildFraction = birth.buildFraction;
-    unit.isActive = birth.isActive;
-    if (!type.canFly)
-        forEachCell(cells, [&](Cell cell) {
-            if (takesCell(type, cells, cell)) occupancy_.take(cell, kUnitOwner | unit.id);
-        });
-    return units_.emplace_back(std::move(unit));
-}
-
-Fixed World::altitudeOf(const UnitType& type, GroundPoint place) const {
-    const Fixed ground = terrain_.groundHeight(place);
-    const auto sea = Fixed::fromInt(terrain_.seaLevel());
-    if (type.canFly || type.canHover) return std::max(ground, sea);
-    if (type.floats) return std::max(ground, sea - Fixed::fromInt(type.waterline));
-    return ground;
+const Feature* World::placeFeature(std::uint32_t type, Cell northWest) {
+    return sim::placeFeature(parts_, type, northWest);
 }
 
 bool World::isSeenBy(const Unit& unit, std::int32_t player) const {
     if (unit.player == player) return true;
-    return std::ranges::any_of(units_, [&](const Unit& own) {
+    return std::any_of(units().begin(), units().end(), [&](const Unit& own) {
         return own.player == player &&
                squaredDistance(own.place.x, own.place.z, unit.place.x, unit.place.z) <=
                    squaredLength(Fixed::fromInt(own.type->sightDistance));

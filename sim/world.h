@@ -1,76 +1,50 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+#include <functional>
 #include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
-#include "sim/angle.h"
-#include "sim/site.h"
+#include "sim/births.h"
+#include "sim/orders.h"
+#include "sim/state_hash.h"
+#include "sim/tick_scratch.h"
+#include "sim/world_parts.h"
 
 namespace orb::sim {
 
-inline constexpr std::size_t kMaxUnits = 5'000;
-/// Far more than any map is known to have (some 10,000); a reply that lists them all stays within a
-/// few megabytes.
-inline constexpr std::size_t kMaxFeatures = 262'144;
-inline constexpr std::int32_t kPlayerCount = 10;
-
-struct Unit {
-    /// From 1.
-    std::uint32_t id = 0;
-    std::shared_ptr<const UnitType> type;
-    /// From 1.
-    std::int32_t player = 1;
-    GroundPoint place;
-    /// Above the map's zero, like heights of the ground.
-    Fixed altitude;
-    Angle heading;
-    std::int32_t health = 1;
-    /// 1 is ready.
-    Fixed buildFraction = Fixed::fromInt(1);
-    bool isActive = true;
+struct WorldOptions {
+    Conditions conditions = {};
+    /// As they begin.
+    Players players = {};
+    /// What random numbers hang from.
+    std::uint64_t seed = 1;
+    /// That share the work of a tick, from 1; nothing else depends on it.
+    std::size_t threads = 1;
 };
 
-struct Feature {
-    /// From 1.
-    std::uint32_t id = 0;
-    /// Index of its type.
-    std::uint32_t type = 0;
-    /// The middle of its footprint.
-    GroundPoint place;
-    Fixed altitude;
-};
-
-/// How a unit comes onto the map.
-struct UnitBirth {
-    std::shared_ptr<const UnitType> type;
-    std::int32_t player = 1;
-    /// Where its middle is wished; buildings move to the nearest place on the grid.
-    GroundPoint place = {};
-    Angle heading = {};
-    float healthPercent = 100;
-    Fixed buildFraction = Fixed::fromInt(1);
-    bool isActive = true;
-    /// Puts it there whatever stands in the way or under it.
-    bool isForced = false;
-};
-
-/// The map with everything on it.
+/// The map with everything on it. It changes in ticks and, between them, by requests. Same
+/// requests, same world: on every machine, with any number of threads, however ticks are cut.
 class World {
 public:
-    explicit World(Terrain terrain);
+    explicit World(Terrain terrain, const WorldOptions& options = {});
+    World(const World&) = delete;
+    World& operator=(const World&) = delete;
 
-    const Terrain& terrain() const { return terrain_; }
-    std::span<const Unit> units() const { return units_; }
-    std::span<const Feature> features() const { return features_; }
-    std::span<const FeatureType> featureTypes() const { return featureTypes_; }
-    /// Game ticks since the map was loaded.
-    std::int32_t tick() const { return tick_; }
+    const Terrain& terrain() const { return parts_.frame.terrain; }
+    const Conditions& conditions() const { return parts_.frame.conditions; }
+    const Units& units() const { return parts_.state.units; }
+    const Features& features() const { return parts_.state.features; }
+    std::span<const FeatureType> featureTypes() const { return parts_.frame.featureTypes; }
+    const Players& players() const { return parts_.state.players; }
+    const Projectiles& projectiles() const { return parts_.state.projectiles; }
+    const RunningScripts& scripts() const { return parts_.state.scripts; }
+    Tick tick() const { return parts_.state.tick; }
 
     /// The index of a new type.
     std::uint32_t addFeatureType(FeatureType type);
-
     /// The cells on which a feature stands whose middle is nearest to a place.
     CellRect featureCells(std::uint32_t type, GroundPoint place) const;
     /// Why a feature cannot lie on those cells, or none.
@@ -79,28 +53,39 @@ public:
     /// north-western cell is not on the map or there are `kMaxFeatures`.
     const Feature* placeFeature(std::uint32_t type, Cell northWest);
 
-    /// There are `kMaxUnits`.
-    bool isFull() const { return units_.size() >= kMaxUnits; }
-    /// Why the unit cannot be placed, or none. A forced one only has to be on the map.
-    SiteFault testUnit(const UnitBirth& birth) const;
-    /// Places a unit that passes `testUnit`, while the world is not full. The reference holds until
-    /// the next one is placed.
-    const Unit& placeUnit(const UnitBirth& birth);
+    bool isFull() const { return units().isFull(); }
+    SiteFault testUnit(const UnitBirth& birth) const { return sim::testUnit(parts_, birth); }
+    const Unit& placeUnit(const UnitBirth& birth) { return sim::placeUnit(parts_, birth); }
+
+    /// What `sim::giveOrder` answers.
+    std::vector<OrderRefusal> giveOrder(std::span<const std::int64_t> unitIds,
+                                        const OrderRequest& request);
+    /// What a player, from 1, has from now on; what is none stays.
+    void setStocks(std::int32_t player, std::optional<double> metal, std::optional<double> energy);
+    /// Gives units another type of the same shape, and a running script of it from its beginning:
+    /// those for which `typeFor(type)` is not null. Whether there was one.
+    bool replaceTypes(
+        const std::function<std::shared_ptr<const UnitType>(const UnitType&)>& typeFor);
+
+    /// Lets one tick pass. A bench hears the name of each phase when it is over.
+    void runTick(const std::function<void(std::string_view)>& afterPhase = {});
+    /// What happened since they were last taken.
+    EventLog& events() { return parts_.events; }
+    const EventLog& events() const { return parts_.events; }
+    /// Of the last tick.
+    const WorkCounts& counts() const { return scratch_.counts; }
+
+    StateHash hash() const;
+    std::string dump() const;
+    /// For tests: see `WorldDerived`.
+    void dropDerived() { sim::dropDerived(parts_); }
 
     /// True when one of the player's own units is near enough, or the unit is his.
     bool isSeenBy(const Unit& unit, std::int32_t player) const;
 
 private:
-    Fixed altitudeOf(const UnitType& type, GroundPoint place) const;
-
-    Terrain terrain_;
-    Occupancy occupancy_;
-    /// A flag a cell.
-    std::vector<bool> vents_;
-    std::vector<FeatureType> featureTypes_;
-    std::vector<Feature> features_;
-    std::vector<Unit> units_;
-    std::int32_t tick_ = 0;
+    WorldParts parts_;
+    TickScratch scratch_;
 };
 
 /// Where the middles of `count` units stand that a block of footprints around a place has, one free

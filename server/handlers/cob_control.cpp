@@ -63,7 +63,7 @@ json describeScript(CobSession& cob) {
 Reply cobReset(UnitViewSession& session, const Payload& payload) {
     const bool withReport = decodeReport(payload);
     return reportingFailure([&] {
-        session.cob().reset();
+        session.resetScript();
         return replyWith(session, threadCount(session.cob()), withReport);
     });
 }
@@ -172,10 +172,9 @@ Reply cobLoadTemporary(UnitViewSession& session, const Payload& payload) {
     const io::Bytes file =
         reportingFailure([&] { return decodeBase64(*encoded); }, "failed to load temporary COB: ");
     return reportingFailure([&] {
-        cob.loadTemporary(file);
+        const bool isOnMap = session.loadTemporaryScript(file);
         json data = describeScript(cob);
-        // There are no units on a map whose scripts would have to be started anew.
-        data["mapRespawned"] = false;
+        data["mapRespawned"] = isOnMap;
         return replyWith(session, std::move(data), withReport);
     });
 }
@@ -183,7 +182,7 @@ Reply cobLoadTemporary(UnitViewSession& session, const Payload& payload) {
 Reply cobUnloadTemporary(UnitViewSession& session, const Payload& payload) {
     const bool withReport = decodeReport(payload);
     return reportingFailure([&] {
-        session.cob().reset();
+        session.resetScript();
         return replyWith(session, describeScript(session.cob()), withReport);
     });
 }

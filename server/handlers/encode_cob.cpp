@@ -70,8 +70,7 @@ json encodeUnitValues(const CobSession& cob) {
 
 }  // namespace
 
-json encodePieceTransforms(const CobInstance& instance,
-                           const std::vector<std::string>& modelPieces) {
+json encodePieces(const CobInstance& instance, const std::vector<std::string>& modelPieces) {
     json transforms = json::array();
     for (std::size_t i = 0; i < instance.pieces.size(); ++i) {
         const auto& [x, y, z] = instance.pieces[i].offset;
@@ -85,9 +84,14 @@ json encodePieceTransforms(const CobInstance& instance,
                               {"rz", shortestDouble(rz)},
                               {"visible", instance.pieces[i].visible != 0}});
     }
+    return transforms;
+}
+
+json encodePieceTransforms(const CobInstance& instance,
+                           const std::vector<std::string>& modelPieces) {
     return {{"tick", instance.tick},
             {"threadCount", instance.threads.size()},
-            {"transforms", std::move(transforms)}};
+            {"transforms", encodePieces(instance, modelPieces)}};
 }
 
 json encodeReport(UnitViewSession& session) {

@@ -7,6 +7,10 @@
 /// JSON forms of a running script.
 namespace orb::unitview::ipc {
 
+/// The pose of every model piece, in model units and radians.
+nlohmann::json encodePieces(const CobInstance& instance,
+                            const std::vector<std::string>& modelPieces);
+
 /// The "piece-transforms" event's payload: the pose of every model piece, in model units and
 /// radians.
 nlohmann::json encodePieceTransforms(const CobInstance& instance,

@@ -1,12 +1,16 @@
 #include "server/handlers/encode_map.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
 #include <nlohmann/json.hpp>
 
+#include "server/handlers/encode_cob.h"
 #include "server/handlers/encode_source.h"
 #include "server/handlers/json_numbers.h"
+#include "server/handlers/order_words.h"
+#include "sim/weapons.h"
 
 namespace orb::unitview::ipc {
 namespace {
@@ -48,11 +52,36 @@ json encodePiecesAtRest(const std::vector<std::string>& pieces) {
     return result;
 }
 
-json encodeWeapons(const std::vector<int>& slots) {
+std::string_view wordOf(sim::WeaponActivity activity) {
+    static constexpr std::array<std::string_view, 5> kWords = {"idle", "aiming", "aimed",
+                                                               "reloading", "firing"};
+    return kWords.at(static_cast<std::size_t>(activity));
+}
+
+json encodeWeapons(const sim::World& world, const sim::Unit& unit) {
     json result = json::array();
-    for (const int slot : slots)
-        result.push_back({{"slot", slot}, {"state", "idle"}, {"reload", 0.0}, {"stock", 0}});
+    for (const int slot : unit.type->weaponSlots) {
+        const sim::WeaponState& weapon = unit.weapons.at(static_cast<std::size_t>(slot));
+        const sim::Tick left = std::max(0, weapon.readyAt - world.tick());
+        json data = {{"slot", slot},
+                     {"state", wordOf(sim::activityOf(weapon, world.tick()))},
+                     {"reload", static_cast<double>(left) / sim::kTicksPerSecond},
+                     {"stock", 0}};
+        if (const sim::Unit* const target = world.units().find(weapon.target))
+            data["target"] = target->id;
+        result.push_back(std::move(data));
+    }
     return result;
+}
+
+std::string_view stateWord(const sim::Unit& unit) {
+    if (!unit.isBuilt()) return "nanoframe";
+    if (unit.carrier) return "carried";
+    if (!unit.orders.empty()) {
+        const sim::OrderKind kind = unit.orders.front().kind;
+        if (kind == sim::OrderKind::attack || kind == sim::OrderKind::fire) return "attacking";
+    }
+    return unit.motion.speed != sim::Fixed() || !unit.orders.empty() ? "moving" : "idle";
 }
 
 }  // namespace
@@ -79,7 +108,7 @@ json encodeLoadedMap(const LoadedMap& map) {
     const sim::World& world = map.world;
     const sim::Terrain& terrain = world.terrain();
     const auto [lowest, highest] = terrain.heightRange();
-    const MapConditions& conditions = map.conditions;
+    const sim::Conditions& conditions = world.conditions();
     json result = {{"name", map.name},
                    {"title", map.title},
                    {"schema", map.schema},
@@ -99,9 +128,9 @@ json encodeLoadedMap(const LoadedMap& map) {
                    {"tidal", conditions.tidalStrength},
                    {"surfaceMetal", conditions.surfaceMetal},
                    {"startPositions", encodeStartPositions(map.startPositions)},
-                   {"featureCount", world.features().size()},
+                   {"featureCount", world.features().all().size()},
                    {"missingFeatures", map.missingFeatures},
-                   {"unitCount", world.units().size()},
+                   {"unitCount", world.units().count()},
                    {"missingUnits", map.missingUnits},
                    {"hasMinimap", !map.picture.minimap.pixels.empty()},
                    {"tick", world.tick()}};
@@ -109,8 +138,7 @@ json encodeLoadedMap(const LoadedMap& map) {
     return result;
 }
 
-json encodeMapUnit(const sim::Unit& unit, bool withPieces) {
-    const bool isBuilt = unit.buildFraction >= sim::Fixed::fromInt(1);
+json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPieces) {
     json result = {{"unitId", unit.id},
                    {"unitName", unit.type->name},
                    {"player", unit.player},
@@ -118,17 +146,41 @@ json encodeMapUnit(const sim::Unit& unit, bool withPieces) {
                    {"y", unit.altitude.toNumber()},
                    {"z", unit.place.z.toNumber()},
                    {"heading", unit.heading.radians()},
-                   {"pitch", 0.0},
-                   {"roll", 0.0},
-                   {"speed", 0.0},
-                   {"health", unit.health},
+                   {"pitch", unit.pitch.radians()},
+                   {"roll", unit.roll.radians()},
+                   {"speed", unit.motion.speed.toNumber() * sim::kTicksPerSecond},
+                   {"health", unit.health.ceil()},
                    {"maxHealth", unit.type->maxHealth},
                    {"buildFraction", unit.buildFraction.toNumber()},
-                   {"state", isBuilt ? "idle" : "nanoframe"},
+                   {"state", stateWord(unit)},
                    {"active", unit.isActive},
-                   {"queued", 0},
-                   {"weapons", encodeWeapons(unit.type->weaponSlots)}};
-    if (withPieces) result["transforms"] = encodePiecesAtRest(unit.type->pieces);
+                   {"queued", unit.orders.empty() ? 0 : unit.orders.size() - 1},
+                   {"weapons", encodeWeapons(world, unit)}};
+    if (!unit.orders.empty() && !unit.orders.front().isSideStep)
+        result["order"] = orderWord(unit.orders.front().kind);
+    if (unit.carrier) result["carrier"] = unit.carrier.slot + 1;
+    if (withPieces) {
+        const CobInstance* const script = world.scripts().of(unit);
+        result["transforms"] = script ? encodePieces(*script, unit.type->pieces)
+                                      : encodePiecesAtRest(unit.type->pieces);
+    }
+    return result;
+}
+
+json encodeProjectiles(const sim::World& world) {
+    json result = json::array();
+    for (const sim::Projectile& shot : world.projectiles().all) {
+        json data = {{"projectileId", shot.id},
+                     {"weapon", shot.weapon->name},
+                     {"x", shot.place.x.toNumber()},
+                     {"y", shot.place.y.toNumber()},
+                     {"z", shot.place.z.toNumber()},
+                     {"heading", sim::headingOf(shot.velocity.x, shot.velocity.z).radians()},
+                     {"pitch", sim::pitchOf(shot.velocity).radians()}};
+        if (const sim::Unit* const owner = world.units().find(shot.owner))
+            data["owner"] = owner->id;
+        result.push_back(std::move(data));
+    }
     return result;
 }
 

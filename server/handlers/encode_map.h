@@ -14,7 +14,10 @@ nlohmann::json encodeMapEntry(const MapEntry& entry);
 nlohmann::json encodeLoadedMap(const LoadedMap& map);
 
 /// One unit of a snapshot; with the poses of its pieces when asked for.
-nlohmann::json encodeMapUnit(const sim::Unit& unit, bool withPieces);
+nlohmann::json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPieces);
+
+/// What flies.
+nlohmann::json encodeProjectiles(const sim::World& world);
 
 /// [id, type, x, y, z].
 nlohmann::json encodeMapFeature(const sim::Feature& feature);

@@ -116,6 +116,10 @@ Reply mapSpawn(UnitViewSession&, const Payload&);
 Reply mapSnapshot(UnitViewSession&, const Payload&);
 Reply mapFeatures(UnitViewSession&, const Payload&);
 
+// map_orders.cpp: what happens on a map
+Reply mapMove(UnitViewSession&, const Payload&);
+Reply mapTick(UnitViewSession&, const Payload&);
+
 // map_pictures.cpp
 Reply mapHeightmap(UnitViewSession&, const Payload&);
 Reply mapMinimap(UnitViewSession&, const Payload&);

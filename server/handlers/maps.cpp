@@ -1,7 +1,9 @@
 #include <algorithm>
 
+#include "server/handlers/decode_order.h"
 #include "server/handlers/encode_map.h"
 #include "server/handlers/handlers.h"
+#include "session/map_play.h"
 #include "session/request_error.h"
 
 namespace orb::unitview::ipc::handlers {
@@ -10,11 +12,14 @@ namespace {
 using nlohmann::json;
 
 constexpr std::int64_t kMaxSpawnCount = 1'000;
+constexpr std::int64_t kMaxThreads = 16;
 
 /// A map-spawn request: of a unit, else of a feature.
 struct Spawn {
     UnitSpawn unit;
     FeatureSpawn feature;
+    /// What the units are told to do.
+    std::optional<sim::OrderRequest> order;
 };
 
 Spawn decodeSpawn(const Payload& payload) {
@@ -33,12 +38,13 @@ Spawn decodeSpawn(const Payload& payload) {
         static_cast<float>(std::clamp(payload.number("health").value_or(100), 1.0, 100.0));
     unit.isActive = payload.flag("active");
     unit.isForced = spawn.feature.isForced = payload.flag("force").value_or(false);
-    const bool hasOrder = payload.object("order").has_value();
+    std::optional<OrderMembers> order;
+    if (const auto members = payload.object("order")) order = decodeOrderMembers(*members);
 
     if (unit.unit.empty() && spawn.feature.feature.empty())
         throw RequestError("unit name is required");
     if (!x || !z) throw RequestError("x and z are required");
-    if (hasOrder) throw RequestError("not implemented: order");
+    if (order) spawn.order = orderOfMembers(std::move(*order));
     unit.x = spawn.feature.x = *x;
     unit.z = spawn.feature.z = *z;
     return spawn;
@@ -48,6 +54,14 @@ json encodeSpawnedUnits(const SpawnedUnits& spawned) {
     return {{"unitIds", spawned.ids},           {"refused", spawned.refused},
             {"unitName", spawned.unitName},     {"x", spawned.place.x.toNumber()},
             {"y", spawned.altitude.toNumber()}, {"z", spawned.place.z.toNumber()}};
+}
+
+/// Gives them the order; who does not take it is told.
+void addRefused(json& data, LoadedMap& map, const SpawnedUnits& spawned,
+                const sim::OrderRequest& order) {
+    const std::vector<std::int64_t> ids(spawned.ids.begin(), spawned.ids.end());
+    json refused = encodeRefused(ids, giveOrder(map, ids, order), order);
+    if (!refused.empty()) data["orderRefused"] = std::move(refused);
 }
 
 json encodeSpawnedFeature(const sim::Feature& feature) {
@@ -86,12 +100,12 @@ bool isAskedFor(const SnapshotRequest& request, const sim::World& world, const s
                                     *request.player, 0, sim::kPlayerCount + 1)));
 }
 
-/// What came onto the map after it was loaded; nothing takes features away yet.
+/// What came onto the map after it was loaded, and what left it.
 json encodeFeatureChanges(const LoadedMap& map) {
     json added = json::array();
-    for (const sim::Feature& feature : map.world.features().subspan(map.ownFeatureCount))
-        added.push_back(encodeMapFeature(feature));
-    return {{"added", std::move(added)}, {"removed", json::array()}};
+    for (const sim::Feature& feature : map.world.features().all())
+        if (feature.id > map.ownFeatureCount) added.push_back(encodeMapFeature(feature));
+    return {{"added", std::move(added)}, {"removed", map.world.features().removed()}};
 }
 
 }  // namespace
@@ -108,6 +122,10 @@ Reply mapLoad(UnitViewSession& session, const Payload& payload) {
     request.name = payload.text("name").value_or("");
     request.schema = payload.integer("schema").value_or(0);
     request.placesUnits = payload.flag("placeUnits").value_or(true);
+    request.seed = static_cast<std::uint64_t>(payload.integer("seed").value_or(1));
+    if (const auto threads = payload.integer("threads"))
+        request.threads =
+            static_cast<std::size_t>(std::clamp<std::int64_t>(*threads, 1, kMaxThreads));
     return {encodeLoadedMap(session.loadMap(request))};
 }
 
@@ -118,8 +136,13 @@ Reply mapExit(UnitViewSession& session, const Payload&) {
 Reply mapSpawn(UnitViewSession& session, const Payload& payload) {
     const Spawn spawn = decodeSpawn(payload);
     LoadedMap& map = session.requireMap();
-    if (!spawn.unit.unit.empty())
-        return {encodeSpawnedUnits(spawnUnits(map, session.data(), spawn.unit))};
+    if (!spawn.unit.unit.empty()) {
+        if (spawn.order) checkOrder(map, *spawn.order);
+        const SpawnedUnits spawned = spawnUnits(map, session.data(), spawn.unit);
+        json data = encodeSpawnedUnits(spawned);
+        if (spawn.order) addRefused(data, map, spawned, *spawn.order);
+        return {std::move(data)};
+    }
     return {encodeSpawnedFeature(spawnFeature(map, session.data(), spawn.feature))};
 }
 
@@ -127,12 +150,17 @@ Reply mapSnapshot(UnitViewSession& session, const Payload& payload) {
     const SnapshotRequest request = decodeSnapshot(payload);
     const LoadedMap& map = session.requireMap();
     const sim::World& world = map.world;
-    const bool withPieces = request.withPieces && request.since.value_or(-1) < world.tick();
+    const auto isPoseAskedFor = [&](const sim::Unit& unit) {
+        return request.withPieces &&
+               (!request.since || world.scripts().poseTick(unit) > *request.since);
+    };
     json units = json::array();
     for (const sim::Unit& unit : world.units())
-        if (isAskedFor(request, world, unit)) units.push_back(encodeMapUnit(unit, withPieces));
-    json data = {
-        {"tick", world.tick()}, {"units", std::move(units)}, {"projectiles", json::array()}};
+        if (isAskedFor(request, world, unit))
+            units.push_back(encodeMapUnit(world, unit, isPoseAskedFor(unit)));
+    json data = {{"tick", world.tick()},
+                 {"units", std::move(units)},
+                 {"projectiles", encodeProjectiles(world)}};
     if (request.withFeatures) data["features"] = encodeFeatureChanges(map);
     return {std::move(data)};
 }
@@ -142,7 +170,7 @@ Reply mapFeatures(UnitViewSession& session, const Payload&) {
     json types = json::array(), features = json::array();
     for (const sim::FeatureType& type : world.featureTypes())
         types.push_back(encodeFeatureType(type));
-    for (const sim::Feature& feature : world.features())
+    for (const sim::Feature& feature : world.features().all())
         features.push_back(encodeMapFeature(feature));
     return {{{"types", std::move(types)}, {"features", std::move(features)}}};
 }

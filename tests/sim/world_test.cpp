@@ -70,7 +70,7 @@ TEST(World, TellsWhyAUnitCannotStand) {
     EXPECT_EQ(fault(world, crawler, 3 * 16 + 8, 32), "too steep");
 
     const auto hover = unitType(2);
-    hover->canHover = true;
+    hover->limits.canHover = true;
     EXPECT_EQ(fault(world, hover, 160, 32), "");
     const auto kite = unitType(2);
     kite->canFly = true;
@@ -131,13 +131,13 @@ TEST(World, UnitsStandOnGroundOrWater) {
     boat->floats = true;
     boat->waterline = 6;
     const auto hover = unitType(1);
-    hover->canHover = true;
+    hover->limits.canHover = true;
     EXPECT_EQ(place(world, boat, 168, 32).altitude, Fixed::fromInt(34));
     EXPECT_EQ(place(world, boat, 8, 32).altitude, Fixed::fromInt(50));
     EXPECT_EQ(place(world, hover, 168, 40).altitude, Fixed::fromInt(40));
     EXPECT_EQ(place(world, unitType(1), 104, 32).altitude, Fixed::fromInt(36));
-    EXPECT_EQ(world.placeUnit({.type = boat, .healthPercent = 0}).health, 1);
-    EXPECT_EQ(world.placeUnit({.type = boat, .healthPercent = 30}).health, 75);
+    EXPECT_EQ(world.placeUnit({.type = boat, .healthPercent = 0}).health, Amount::fromInt(1));
+    EXPECT_EQ(world.placeUnit({.type = boat, .healthPercent = 30}).health, Amount::fromInt(75));
 }
 
 TEST(World, BlocksLeaveOneCellBetween) {
@@ -165,10 +165,10 @@ TEST(World, SeesAsFarAsItsUnits) {
     place(world, scout, 100, 100);
     world.placeUnit({.type = scout, .player = 2, .place = at(200, 100)});
     world.placeUnit({.type = scout, .player = 2, .place = at(201, 100)});
-    EXPECT_TRUE(world.isSeenBy(world.units()[1], 1));
-    EXPECT_FALSE(world.isSeenBy(world.units()[2], 1));
-    EXPECT_TRUE(world.isSeenBy(world.units()[2], 2));
-    EXPECT_FALSE(world.isSeenBy(world.units()[0], 3));
+    EXPECT_TRUE(world.isSeenBy(*world.units().withId(2), 1));
+    EXPECT_FALSE(world.isSeenBy(*world.units().withId(3), 1));
+    EXPECT_TRUE(world.isSeenBy(*world.units().withId(3), 2));
+    EXPECT_FALSE(world.isSeenBy(*world.units().withId(1), 3));
 }
 
 }  // namespace

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "server/payload.h"
+#include "sim/orders.h"
+
+/// Orders to units on a map, as map-move and map-spawn have them.
+namespace orb::unitview::ipc {
+
+/// The members of an order; nothing is checked but their types.
+struct OrderMembers {
+    std::string word;
+    sim::OrderRequest request;
+    std::optional<std::int64_t> slot;
+    std::optional<double> x, z;
+};
+OrderMembers decodeOrderMembers(const Payload& payload);
+
+/// The order that they make. Throws RequestError "unknown order: …", "move needs x and z", "guard
+/// needs a target", "slot must be 0 to 2", "script name is required" or "not implemented: …".
+sim::OrderRequest orderOfMembers(OrderMembers members);
+
+/// [{`unitId`, `reason`}] for those who do not take it.
+nlohmann::json encodeRefused(std::span<const std::int64_t> unitIds,
+                             std::span<const sim::OrderRefusal> answers,
+                             const sim::OrderRequest& request);
+
+}  // namespace orb::unitview::ipc

@@ -1,0 +1,111 @@
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "server/handlers/decode_order.h"
+#include "server/handlers/encode_events.h"
+#include "server/handlers/handlers.h"
+#include "session/map_play.h"
+#include "session/request_error.h"
+
+namespace orb::unitview::ipc::handlers {
+namespace {
+
+using nlohmann::json;
+
+std::vector<PlayRequest::Stocks> decodeStocks(const Payload& payload) {
+    std::vector<PlayRequest::Stocks> stocks;
+    for (const Payload& entry : payload.objects("stocks").value_or(std::vector<Payload>{})) {
+        const std::int64_t player =
+            std::clamp<std::int64_t>(entry.integer("player").value_or(1), 1, sim::kPlayerCount);
+        stocks.push_back(
+            {static_cast<std::int32_t>(player), entry.number("metal"), entry.number("energy")});
+    }
+    return stocks;
+}
+
+PlayUntil untilOf(const std::string& word) {
+    PlayUntil until;
+    until.isIdle = word == "idle";
+    if (until.isIdle) return until;
+    until.eventKind = eventKindOfWord(word);
+    if (!until.eventKind) throw RequestError("unknown event: " + word);
+    return until;
+}
+
+std::string_view endWord(PlayEnd end) {
+    static constexpr std::array<std::string_view, 3> kWords = {"ticks", "until", "time"};
+    return kWords.at(static_cast<std::size_t>(end));
+}
+
+void encodeStock(json& data, const std::string& name, const sim::Stock& stock) {
+    data[name] = stock.amount.toNumber();
+    data[name + "Storage"] = stock.storage.toNumber();
+    data[name + "Income"] = stock.income.toNumber();
+    data[name + "Drain"] = stock.drain.toNumber();
+    data[name + "Share"] = stock.share.toNumber();
+}
+
+json encodePlayers(const sim::World& world) {
+    json players = json::array();
+    for (std::int32_t number = 1; number <= sim::kPlayerCount; ++number) {
+        const bool plays =
+            std::any_of(world.units().begin(), world.units().end(),
+                        [&](const sim::Unit& unit) { return unit.player == number; });
+        if (!plays) continue;
+        const sim::Player& player = world.players()[static_cast<std::size_t>(number - 1)];
+        json data = {{"player", number}};
+        encodeStock(data, "metal", player.metal);
+        encodeStock(data, "energy", player.energy);
+        players.push_back(std::move(data));
+    }
+    return players;
+}
+
+json encodePlay(const sim::World& world, const Play& play) {
+    json events = json::array();
+    for (const sim::Event& event : world.events().events()) events.push_back(encodeEvent(event));
+    return {{"tick", world.tick()},
+            {"ticksDone", play.ticksDone},
+            {"stopped", endWord(play.end)},
+            {"unitCount", world.units().count()},
+            {"projectileCount", world.projectiles().all.size()},
+            {"players", encodePlayers(world)},
+            {"hash", fmt::format("{:016x}", world.hash().whole())},
+            {"events", std::move(events)},
+            {"eventsDropped", world.events().dropped()}};
+}
+
+}  // namespace
+
+Reply mapMove(UnitViewSession& session, const Payload& payload) {
+    auto unitIds = payload.integers("unitIds");
+    const auto unitId = payload.integer("unitId");
+    OrderMembers members = decodeOrderMembers(payload);
+    if (!unitIds && unitId) unitIds = std::vector{*unitId};
+    if (!unitIds || unitIds->empty()) throw RequestError("unit ids are required");
+    const sim::OrderRequest request = orderOfMembers(std::move(members));
+    LoadedMap& map = session.requireMap();
+    const auto answers = giveOrder(map, *unitIds, request);
+    json accepted = json::array();
+    for (std::size_t i = 0; i < answers.size(); ++i)
+        if (answers[i] == sim::OrderRefusal::none) accepted.push_back((*unitIds)[i]);
+    return {{{"accepted", std::move(accepted)},
+             {"refused", encodeRefused(*unitIds, answers, request)}}};
+}
+
+Reply mapTick(UnitViewSession& session, const Payload& payload) {
+    PlayRequest request;
+    request.ticks = payload.integer("ticks").value_or(1);
+    request.keepsEvents = payload.flag("events").value_or(true);
+    const auto until = payload.text("until");
+    request.stocks = decodeStocks(payload);
+    if (until) request.until = untilOf(*until);
+    LoadedMap& map = session.requireMap();
+    const Play play = playTicks(map, request);
+    json data = encodePlay(map.world, play);
+    map.world.events().clear();
+    return {std::move(data)};
+}
+
+}  // namespace orb::unitview::ipc::handlers

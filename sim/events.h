@@ -1,0 +1,172 @@
+#pragma once
+
+#include <bitset>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "sim/fixed.h"
+#include "sim/order.h"
+#include "sim/tick.h"
+#include "sim/unit_type.h"
+
+namespace orb::sim {
+
+// What can happen, a struct each. Names are those of the game's data; a piece is an index into the
+// pieces of the unit that the event names, -1 for none.
+
+/// An order came to its end. `hasReached` is false when its place cannot be reached and the unit
+/// stands as near as it could get.
+struct OrderDone {
+    OrderKind order{};
+    bool hasReached = true;
+};
+
+enum class OrderFailure : std::uint8_t { blocked, targetGone, noWay, cannotDo };
+struct OrderFailed {
+    OrderKind order{};
+    OrderFailure reason{};
+};
+
+/// Something has stood in the unit's way for long.
+struct Blocked {};
+
+/// It is ready.
+struct Built {};
+
+struct Aimed {
+    std::int32_t slot = 0;
+};
+
+enum class AimFailure : std::uint8_t { scriptRefused, noScript, outOfRange, noLine };
+struct AimFailed {
+    std::int32_t slot = 0;
+    AimFailure reason{};
+};
+
+struct Fired {
+    std::int32_t slot = 0;
+    std::string weapon;
+    Vector muzzle;
+    std::int32_t piece = -1;
+};
+
+struct Hit {
+    struct Victim {
+        std::uint32_t unitId = 0;
+        Amount damage;
+    };
+    std::string weapon;
+    Vector place;
+    std::vector<Victim> damaged;
+};
+
+struct Killed {
+    std::int32_t severity = 0;
+    std::int32_t corpseType = 0;
+    /// The name of the corpse that it leaves, empty for none.
+    std::string corpse;
+};
+
+struct CorpseLeft {
+    std::uint32_t featureId = 0;
+    std::string name;
+};
+
+struct FeatureGone {
+    std::uint32_t featureId = 0;
+};
+
+/// A piece of the unit flies off.
+struct Explode {
+    std::int32_t piece = -1;
+    std::int32_t flags = 0;
+};
+
+/// Smoke, fire, wake: what scripts emit.
+struct Effect {
+    std::int32_t piece = -1;
+    std::int32_t type = 0;
+    Vector place;
+};
+
+/// By the name of a file or, where a script plays it, by a number.
+struct Sound {
+    std::string name;
+    std::int32_t number = -1;
+};
+
+/// The unit's script file lacks a script that the game asks for; told once a type and script.
+struct ScriptMissing {
+    std::string script;
+};
+
+/// Its work stands still for want of metal or energy.
+struct Stalled {};
+
+using EventDetail =
+    std::variant<OrderDone, OrderFailed, Blocked, Built, Aimed, AimFailed, Fired, Hit, Killed,
+                 CorpseLeft, FeatureGone, Explode, Effect, Sound, ScriptMissing, Stalled>;
+inline constexpr std::size_t kEventKinds = std::variant_size_v<EventDetail>;
+
+/// The place of an event's struct among the kinds is `kindOf<Fired>`.
+template <typename Detail, std::size_t Index = 0>
+constexpr std::size_t kindIndex() {
+    if constexpr (std::is_same_v<std::variant_alternative_t<Index, EventDetail>, Detail>)
+        return Index;
+    else
+        return kindIndex<Detail, Index + 1>();
+}
+template <typename Detail>
+inline constexpr std::size_t kindOf = kindIndex<Detail>();
+
+struct Event {
+    Tick tick = 0;
+    /// 0 for none.
+    std::uint32_t unitId = 0;
+    /// Of the unit's type: whose pieces the detail counts.
+    std::shared_ptr<const UnitType> unitType;
+    EventDetail detail;
+};
+
+/// Events that are kept until somebody takes them; the others are counted.
+inline constexpr std::size_t kMaxEvents = 4'096;
+
+/// What happened since somebody last looked. No part of the state: nothing in the world reads it.
+class EventLog {
+public:
+    /// Whether events are kept; which kinds come is noted in any case.
+    void keep(bool keeps) { keeps_ = keeps; }
+
+    void add(Event event) {
+        seen_.set(event.detail.index());
+        if (!keeps_) return;
+        if (events_.size() < kMaxEvents)
+            events_.push_back(std::move(event));
+        else
+            ++dropped_;
+    }
+
+    const std::vector<Event>& events() const { return events_; }
+    std::size_t dropped() const { return dropped_; }
+    bool hasSeen(std::size_t kind) const { return seen_.test(kind); }
+
+    void clear() {
+        events_.clear();
+        dropped_ = 0;
+        seen_.reset();
+    }
+
+private:
+    bool keeps_ = true;
+    std::vector<Event> events_;
+    std::size_t dropped_ = 0;
+    std::bitset<kEventKinds> seen_;
+};
+
+}  // namespace orb::sim

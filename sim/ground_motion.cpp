@@ -1,0 +1,254 @@
+#include "sim/ground_motion.h"
+
+#include <algorithm>
+#include <array>
+
+#include "sim/births.h"
+#include "sim/orders.h"
+#include "sim/phases.h"
+#include "sim/rules.h"
+
+namespace orb::sim {
+namespace {
+
+constexpr std::int32_t kQuarterTurn = 16'384;
+/// A move is taken in pieces no longer than this: half a cell, so that none is jumped over.
+constexpr std::int32_t kLongestPiece = kCellPixels / 2;
+
+bool walks(const Unit& unit) {
+    return unit.type->canMove && unit.isPresent() && unit.isBuilt();
+}
+
+/// The fastest from which it can still stop on that way: v²/2b = s.
+Fixed stoppingSpeed(Fixed distance, Fixed brakeRate) {
+    const auto product = static_cast<std::uint64_t>(2 * std::int64_t{distance.raw()}) *
+                         static_cast<std::uint64_t>(brakeRate.raw());
+    return Fixed::fromWideRaw(squareRoot(product));
+}
+
+Fixed changedSpeed(Fixed now, Fixed wished, const MoveLimits& limits) {
+    return now < wished ? std::min(wished, now + limits.acceleration)
+                        : std::max(wished, now - limits.brakeRate);
+}
+
+/// How fast it may go that far off its direction: slower the more it has to turn.
+Fixed turningSpeed(Fixed most, std::int32_t offSteps) {
+    if (offSteps <= -kQuarterTurn || offSteps >= kQuarterTurn) return {};
+    return most.times(cosine(Angle::fromSteps(offSteps)), Rounding::down);
+}
+
+MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& wish) {
+    const MoveLimits& limits = unit.type->movement;
+    MotionStep step{unit.heading, changedSpeed(unit.motion.speed, {}, limits), {}, {}, false};
+    if (!wish.goal) return step;
+    const RouteStep way = world.state.routes.step(unit.slot());
+    const Fixed x = way.toward.x - unit.place.x, z = way.toward.z - unit.place.z;
+    step.distance = lengthOf(x, z);
+    if (way.isEnd) step.end = way.toward;
+    step.isElsewhere = way.state == RouteState::elsewhere;
+    if (step.distance == Fixed()) return step;
+
+    const Angle wished = headingOf(x, z) + unit.motion.detour;
+    step.heading = turnedTowards(unit.heading, wished, limits.turnRate);
+    Fixed most = turningSpeed(limits.maxSpeed, shortestDifference(step.heading, wished));
+    if (way.isEnd)
+        most = std::min({most, step.distance, stoppingSpeed(step.distance, limits.brakeRate)});
+    step.speed = changedSpeed(unit.motion.speed, most, limits);
+    // Whoever brakes badly still does not run past his goal.
+    if (way.isEnd) step.speed = std::min(step.speed, step.distance);
+    return step;
+}
+
+/// Cells of a footprint that somebody else has.
+std::int32_t countForeign(const WorldParts& world, const Unit& unit, const CellRect& cells) {
+    std::int32_t count = 0;
+    const CellOwner self = ownerOf(unit);
+    forEachCell(cells, [&](Cell cell) {
+        const CellOwner owner = world.state.occupancy.ownerOf(cell);
+        if (owner != CellOwner() && owner != self) ++count;
+    });
+    return count;
+}
+
+/// Whoever was forced onto others or onto bad ground may leave, as long as it gets no worse.
+bool mayStep(const WorldParts& world, const Unit& unit, const CellRect& from, const CellRect& to) {
+    if (!world.frame.terrain.contains(to)) return false;
+    if (unit.type->canFly) return true;
+    const std::int32_t foreign = countForeign(world, unit, to);
+    if (foreign > 0 && foreign >= countForeign(world, unit, from)) return false;
+    return canStandAt(world, unit, to.center()) || !canStandAt(world, unit, from.center());
+}
+
+void stepTo(WorldParts& world, Unit& unit, GroundPoint place, const CellRect& from,
+            const CellRect& to) {
+    if (from != to && !unit.type->canFly) world.state.occupancy.move(from, to, ownerOf(unit));
+    world.derived.buckets.move(unit.slot(), unit.place, place);
+    unit.place = place;
+}
+
+/// What stands in its way there, if somebody does.
+const Unit* blockerAt(const WorldParts& world, const Unit& unit, const CellRect& cells) {
+    const Unit* found = nullptr;
+    forEachCell(cells, [&](Cell cell) {
+        const CellOwner owner = world.state.occupancy.ownerOf(cell);
+        if (owner.isUnit() && owner.id() != unit.id && !found)
+            found = world.state.units.withId(owner.id());
+    });
+    return found;
+}
+
+/// Where it would come to be after so long a way in a direction.
+GroundPoint ahead(const Unit& unit, Angle heading, Fixed length) {
+    const Vector way = vectorOf(heading, {}, length);
+    return {unit.place.x + way.x, unit.place.z + way.z};
+}
+
+/// A way round what stands in its way: the first direction in which there is room for a step of a
+/// cell; units take the same side, so that two who meet do not dance.
+void chooseDetour(const WorldParts& world, Unit& unit) {
+    constexpr std::array<std::int32_t, 6> kTries = {8'192,   -8'192, 16'384,
+                                                    -16'384, 24'576, -24'576};
+    const CellRect from = unit.cells();
+    const Angle straight = unit.heading - unit.motion.detour;
+    for (const std::int32_t offset : kTries) {
+        const GroundPoint place =
+            ahead(unit, straight + Angle::fromSteps(offset), rules::kDetourProbe);
+        const CellRect to = footprintAt(place, from.width, from.depth);
+        if (to == from || !mayStep(world, unit, from, to)) continue;
+        unit.motion.detour = Angle::fromSteps(offset);
+        unit.motion.detourTicks = rules::kDetourTicks;
+        return;
+    }
+    unit.motion.detour = {};
+    unit.motion.detourTicks = 0;
+}
+
+void beBlocked(WorldParts& world, Unit& unit, const MotionStep& step, const CellRect& wished) {
+    UnitMotion& motion = unit.motion;
+    motion.speed = motion.speed.over(2, Rounding::down);
+    const Unit* const blocker = blockerAt(world, unit, wished);
+    if (blocker) makeRoom(world, *world.state.units.find(blocker->ref()), unit);
+
+    const Fixed nearEnough = Fixed::fromInt(kCellPixels * rules::kCrowdedGoalFootprints *
+                                            std::max(unit.type->footprintX, unit.type->footprintZ));
+    if (blocker && step.end && step.distance <= nearEnough &&
+        motion.blockedTicks >= rules::kCrowdedGoalTicks) {
+        motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
+        return;
+    }
+    if (motion.detourTicks == 0 && blocker) chooseDetour(world, unit);
+}
+
+/// Counts how long it has not got on.
+void noteBlocked(WorldParts& world, Unit& unit, bool hasMoved, bool wantsToMove) {
+    UnitMotion& motion = unit.motion;
+    if (motion.detourTicks > 0 && --motion.detourTicks == 0) motion.detour = {};
+    if (!wantsToMove) {
+        motion.blockedTicks = 0;
+        return;
+    }
+    if (hasMoved) {
+        motion.blockedTicks = std::max(0, motion.blockedTicks - 1);
+        return;
+    }
+    ++motion.blockedTicks;
+    if (motion.blockedTicks == rules::kBlockedTicks) world.tell(unit, Blocked{});
+    if (motion.blockedTicks >= rules::kGiveUpTicks) motion.arrival = Arrival::givenUp;
+}
+
+/// Takes the step piece by piece up to the first that cannot be; whether it got anywhere.
+bool advance(WorldParts& world, Unit& unit, const MotionStep& step) {
+    const std::int32_t pieces =
+        (unit.motion.speed.raw() + Fixed::fromInt(kLongestPiece).raw() - 1) /
+        Fixed::fromInt(kLongestPiece).raw();
+    const GroundPoint start = unit.place;
+    const Vector whole = vectorOf(unit.heading, {}, unit.motion.speed);
+    for (std::int32_t i = 1; i <= pieces; ++i) {
+        const auto part = [&](Fixed length) {
+            return Fixed::fromWideRaw(
+                quotient(std::int64_t{length.raw()} * i, pieces, Rounding::towardsZero));
+        };
+        const GroundPoint place{start.x + part(whole.x), start.z + part(whole.z)};
+        const CellRect from = unit.cells();
+        const CellRect to = footprintAt(place, from.width, from.depth);
+        if (from != to && !mayStep(world, unit, from, to)) {
+            beBlocked(world, unit, step, to);
+            break;
+        }
+        stepTo(world, unit, place, from, to);
+    }
+    return unit.place != start;
+}
+
+bool hasArrived(const Unit& unit, const MotionStep& step) {
+    return step.end && squaredDistance(unit.place.x, unit.place.z, step.end->x, step.end->z) <=
+                           squaredLength(rules::kArrivalDistance);
+}
+
+void applyStep(WorldParts& world, Unit& unit, const MotionStep& step, bool hasGoal) {
+    const bool turns = unit.heading != step.heading;
+    unit.heading = step.heading;
+    unit.motion.speed = step.speed;
+    const bool moved = step.speed > Fixed() && advance(world, unit, step);
+    if (hasGoal && hasArrived(unit, step))
+        unit.motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
+    noteBlocked(world, unit, moved || turns, hasGoal && unit.motion.arrival == Arrival::underWay);
+    if (moved || turns) settleOnGround(world, unit);
+}
+
+Fixed surfaceAt(const WorldParts& world, const Unit& unit, GroundPoint place) {
+    return restingAltitude(world.frame.terrain, *unit.type, world.frame.terrain.clamped(place));
+}
+
+}  // namespace
+
+bool canStandAt(const WorldParts& world, const Unit& unit, GroundPoint place) {
+    const CellRect cells = footprintAt(place, unit.type->footprintX, unit.type->footprintZ);
+    return world.frame.terrain.contains(cells) &&
+           world.state.routes.fits(unit.motion.movementClass, cells.corner);
+}
+
+void settleOnGround(const WorldParts& world, Unit& unit) {
+    unit.altitude = surfaceAt(world, unit, unit.place);
+    if (unit.type->movement.isUpright || unit.type->canFly) return;
+    const Fixed length = Fixed::fromInt(unit.type->footprintZ * kCellPixels);
+    const Fixed width = Fixed::fromInt(unit.type->footprintX * kCellPixels);
+    const Fixed halfLength = length.over(2, Rounding::down),
+                halfWidth = width.over(2, Rounding::down);
+    const Angle left = unit.heading + Angle::fromSteps(kQuarterTurn);
+    const auto heightAt = [&](Angle direction, Fixed distance) {
+        return surfaceAt(world, unit, ahead(unit, direction, distance));
+    };
+    unit.pitch =
+        angleOf(heightAt(unit.heading, halfLength) - heightAt(unit.heading, -halfLength), length);
+    unit.roll = angleOf(heightAt(left, halfWidth) - heightAt(left, -halfWidth), width);
+}
+
+void stepRoutes(WorldParts& world, TickScratch& scratch) {
+    Routes& routes = world.state.routes;
+    for (const Unit& unit : world.state.units) {
+        const UnitWish& wish = scratch.wishes[unit.slot()];
+        if (wish.goal && walks(unit))
+            routes.wish(
+                {unit.slot(), unit.motion.movementClass, unit.place, *wish.goal, wish.gathering});
+    }
+    routes.update(world.frame.terrain, world.workers);
+    scratch.counts.nodeVisits += routes.work().visits;
+}
+
+void stepMotion(WorldParts& world, TickScratch& scratch) {
+    constexpr std::size_t kUnitsPerBlock = 64;
+    const WorldParts& before = world;
+    world.workers.forEach(scratch.steps.size(), kUnitsPerBlock, [&](std::size_t slot, std::size_t) {
+        if (const Unit* const unit = before.state.units.at(slot); unit && walks(*unit))
+            scratch.steps[slot] = planStep(before, *unit, scratch.wishes[slot]);
+    });
+    for (Unit& unit : world.state.units) {
+        if (!walks(unit)) continue;
+        applyStep(world, unit, scratch.steps[unit.slot()],
+                  scratch.wishes[unit.slot()].goal.has_value());
+        ++scratch.counts.steps;
+    }
+}
+
+}  // namespace orb::sim

@@ -1,0 +1,250 @@
+#include "sim/orders.h"
+
+#include <algorithm>
+
+#include "cob/cob_vm.h"
+#include "sim/births.h"
+#include "sim/formation.h"
+#include "sim/phases.h"
+#include "sim/rules.h"
+#include "sim/script_host.h"
+
+namespace orb::sim {
+namespace {
+
+using Aim = OrderRule::Aim;
+
+constexpr OrderRule walk(Aim aim) {
+    return {.aim = aim, .needsMobility = true, .needsBuilt = true, .joinsQueue = true};
+}
+constexpr OrderRule shoot() {
+    return {.aim = Aim::targetOrPlace, .needsWeapon = true, .needsBuilt = true, .joinsQueue = true};
+}
+constexpr OrderRule atOnce(Aim aim = Aim::none, bool needsBuilt = false) {
+    return {.aim = aim, .needsBuilt = needsBuilt};
+}
+constexpr OrderRule toCome(Aim aim = Aim::none) {
+    return {.aim = aim, .isKnown = false};
+}
+
+std::uint8_t stateOf(const OrderRequest& request) {
+    return static_cast<std::uint8_t>(std::clamp(request.value, 0.0, 2.0));
+}
+
+std::int32_t severityOf(const OrderRequest& request) {
+    return static_cast<std::int32_t>(std::clamp(request.value, 0.0, double{rules::kMostSeverity}));
+}
+
+void finish(WorldParts& world, Unit& unit) {
+    if (unit.isBuilt()) return;
+    unit.buildFraction = Fixed::fromInt(1);
+    unit.health = Amount::fromInt(unit.type->maxHealth);
+    world.tell(unit, Built{});
+    if (unit.isActive) startScriptIfThere(world, unit, UnitScript::activate);
+}
+
+void activate(WorldParts& world, Unit& unit, bool on) {
+    unitview::UnitLifecycle& lifecycle = world.state.scripts.lifecycle();
+    unitview::LifecycleUnit known{unit.type->name, static_cast<std::int32_t>(unit.id), 1.0F,
+                                  unit.isActive};
+    if (on)
+        lifecycle.activate(known);
+    else
+        lifecycle.deactivate(known);
+    unit.isActive = known.active;
+}
+
+void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) {
+    if (request.place) moveUnitTo(world, unit, *request.place);
+    if (request.hasHeading) unit.heading = request.heading;
+    unit.motion.speed = {};
+    unit.motion.blockedTicks = 0;
+}
+
+void startNamedScript(WorldParts& world, Unit& unit, const OrderRequest& request) {
+    if (unitview::CobInstance* const instance = world.state.scripts.of(unit))
+        unitview::CobVm(*instance).startScript(request.script, request.arguments);
+}
+
+void damageUnit(WorldParts&, TickScratch& scratch, Unit& unit, const OrderRequest& request) {
+    Damage damage;
+    damage.victim = unit.ref();
+    damage.amount = Amount::fromNumber(request.value);
+    if (request.place)
+        damage.heading =
+            headingOf(unit.place.x - request.place->x, unit.place.z - request.place->z);
+    scratch.damage.push_back(damage);
+}
+
+void actAtOnce(WorldParts& world, TickScratch& scratch, Unit& unit, const OrderRequest& request) {
+    switch (request.kind) {
+        case OrderKind::stop:
+            unit.orders.clear();
+            return;
+        case OrderKind::activate:
+        case OrderKind::deactivate:
+            return activate(world, unit, request.kind == OrderKind::activate);
+        case OrderKind::moveState:
+            unit.standing.move = stateOf(request);
+            return;
+        case OrderKind::fireState:
+            unit.standing.fire = stateOf(request);
+            return;
+        case OrderKind::damage:
+            return damageUnit(world, scratch, unit, request);
+        case OrderKind::kill:
+            return killUnit(world, scratch, unit, severityOf(request), DeathKind::killed);
+        case OrderKind::finish:
+            return finish(world, unit);
+        case OrderKind::place:
+            return placeElsewhere(world, unit, request);
+        case OrderKind::script:
+            return startNamedScript(world, unit, request);
+        case OrderKind::remove:
+            return removeUnit(world, unit);
+        default:
+            return;
+    }
+}
+
+bool hasWeapon(const UnitType& type, std::int8_t slot) {
+    const auto isThere = [&](const auto& weapon) { return weapon != nullptr; };
+    return slot < 0 ? std::ranges::any_of(type.weapons, isThere)
+                    : isThere(type.weapons.at(static_cast<std::size_t>(slot)));
+}
+
+OrderRefusal testOrder(const WorldParts& world, const Unit* unit, const OrderRequest& request) {
+    const OrderRule& rule = orderRule(request.kind);
+    if (!unit || unit->isDying) return OrderRefusal::noSuchUnit;
+    if (request.target && !world.state.units.withId(*request.target))
+        return OrderRefusal::noSuchTarget;
+    if (rule.needsMobility && !unit->type->canMove) return OrderRefusal::cannotMove;
+    if (rule.needsWeapon && !hasWeapon(*unit->type, request.slot)) return OrderRefusal::noWeapon;
+    if (rule.needsBuilt && !unit->isBuilt()) return OrderRefusal::notBuilt;
+    if (rule.joinsQueue && request.isQueued && unit->orders.size() >= kMaxOrders)
+        return OrderRefusal::queueFull;
+    return OrderRefusal::none;
+}
+
+Order orderOf(const WorldParts& world, const OrderRequest& request) {
+    Order order;
+    order.kind = request.kind;
+    order.slot = request.slot;
+    if (request.place) {
+        order.place = order.gathering = *request.place;
+        order.altitude = world.frame.terrain.groundHeight(*request.place);
+    }
+    if (request.target)
+        if (const Unit* const target = world.state.units.withId(*request.target))
+            order.target = target->ref();
+    return order;
+}
+
+void queueOrder(Unit& unit, const Order& order, bool isQueued) {
+    if (!isQueued) unit.orders.clear();
+    // Who patrols alone between one place and another begins where he is.
+    if (order.kind == OrderKind::patrol &&
+        std::ranges::none_of(unit.orders,
+                             [](const Order& other) { return other.kind == OrderKind::patrol; })) {
+        Order start = order;
+        start.place = start.gathering = unit.place;
+        unit.orders.push_back(order);
+        unit.orders.push_back(start);
+    } else {
+        unit.orders.push_back(order);
+    }
+    if (!isQueued) unit.motion.arrival = Arrival::underWay;
+}
+
+}  // namespace
+
+const OrderRule& orderRule(OrderKind kind) {
+    static constexpr std::array<OrderRule, 25> kRules = {{
+        walk(Aim::place),         // move
+        walk(Aim::place),         // patrol
+        atOnce(),                 // stop
+        shoot(),                  // attack
+        shoot(),                  // fire
+        walk(Aim::target),        // guard
+        toCome(Aim::target),      // repair
+        toCome(Aim::target),      // capture
+        toCome(Aim::target),      // load
+        toCome(Aim::place),       // unload
+        toCome(),                 // build
+        toCome(Aim::target),      // reclaim
+        atOnce(Aim::none, true),  // activate
+        atOnce(Aim::none, true),  // deactivate
+        toCome(),                 // cloak
+        toCome(),                 // decloak
+        atOnce(),                 // moveState
+        atOnce(),                 // fireState
+        toCome(),                 // selfDestruct
+        atOnce(),                 // damage
+        atOnce(),                 // kill
+        atOnce(),                 // finish
+        atOnce(Aim::place),       // place
+        atOnce(),                 // script
+        atOnce(),                 // remove
+    }};
+    static_assert(static_cast<std::size_t>(OrderKind::remove) + 1 == kRules.size());
+    return kRules.at(static_cast<std::size_t>(kind));
+}
+
+std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
+                                    std::span<const std::int64_t> unitIds,
+                                    const OrderRequest& request) {
+    std::vector<OrderRefusal> answers;
+    std::vector<Unit*> takers;
+    answers.reserve(unitIds.size());
+    for (const std::int64_t id : unitIds) {
+        Unit* const unit = world.state.units.withId(id);
+        answers.push_back(testOrder(world, unit, request));
+        if (answers.back() != OrderRefusal::none) continue;
+        if (orderRule(request.kind).joinsQueue)
+            takers.push_back(unit);
+        else
+            actAtOnce(world, scratch, *unit, request);
+    }
+    const Order order = orderOf(world, request);
+    const bool spreads = request.kind == OrderKind::move || request.kind == OrderKind::patrol;
+    const std::vector<GroundPoint> places =
+        spreads ? formation(world, takers, order.place) : std::vector<GroundPoint>();
+    for (std::size_t i = 0; i < takers.size(); ++i) {
+        Order own = order;
+        if (spreads) own.place = places[i];
+        queueOrder(*takers[i], own, request.isQueued);
+    }
+    return answers;
+}
+
+void makeRoom(WorldParts& world, Unit& unit, const Unit& other) {
+    if (!unit.orders.empty() || !unit.type->canMove || !unit.isPresent() || !unit.isBuilt() ||
+        unit.player != other.player)
+        return;
+    // To the side of the other's way on which it stands already.
+    const Vector between = unit.position() - other.position();
+    const Angle away = headingOf(between.x, between.z);
+    const bool isLeft = shortestDifference(other.heading, away) >= 0;
+    const Angle side = other.heading + Angle::fromSteps(isLeft ? 16'384 : -16'384);
+    const std::int32_t cells =
+        std::max(other.type->footprintX, other.type->footprintZ) + rules::kSideStepCells;
+    const Vector step = vectorOf(side, {}, Fixed::fromInt(cells * kCellPixels));
+    Order order;
+    order.kind = OrderKind::move;
+    order.isSideStep = true;
+    order.place = order.gathering =
+        world.frame.terrain.clamped({unit.place.x + step.x, unit.place.z + step.z});
+    unit.orders.push_back(order);
+    unit.motion.arrival = Arrival::underWay;
+}
+
+void clearYard(WorldParts& world, Unit& building) {
+    forEachCell(building.cells(), [&](Cell cell) {
+        const CellOwner owner = world.state.occupancy.ownerOf(cell);
+        if (owner.kind() != CellOwner::Kind::mobile) return;
+        if (Unit* const unit = world.state.units.withId(owner.id()))
+            makeRoom(world, *unit, building);
+    });
+}
+
+}  // namespace orb::sim

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "sim/tick_scratch.h"
+#include "sim/world_parts.h"
+
+namespace orb::sim {
+
+// The phases of a tick, each in the file of its name. They know each other only through the world's
+// state and what the scratch hands on. P marks those whose costly part is computed by all threads:
+// plan (serial), compute (reads the world, writes its own output for each item), apply (serial, in
+// the order of slots or requests).
+//
+//   phase         reads                           writes
+//   economy       requests of the last tick       stocks and shares of players, wind
+//   orders        units, queues                   queues, scratch.wishes
+//   construction  wishes, shares                  progress of sites, yards
+//   routes     P  wishes, static cells            routes' queue and caches
+//   motion     P  wishes, routes, cells           scratch.steps, then places, cells, buckets
+//   targets    P  units by bucket, weapons        targets of weapons
+//   scripts    P  all of the unit's state         running scripts, then values, events; endedCalls
+//   weapons       wishes, endedCalls, poses       weapons, projectiles, scripts that are started
+//   projectiles   units by bucket, ground         projectiles, scratch.damage
+//   damage        scratch.damage                  health, deaths, corpses, scratch.damage
+//   features      features                        features that burn or are used up
+//   sight      P  places                          what players see
+
+void stepEconomy(WorldParts& world, TickScratch& scratch);
+void stepOrders(WorldParts& world, TickScratch& scratch);
+void stepConstruction(WorldParts& world, TickScratch& scratch);
+void stepRoutes(WorldParts& world, TickScratch& scratch);
+void stepMotion(WorldParts& world, TickScratch& scratch);
+void stepTargets(WorldParts& world, TickScratch& scratch);
+void stepScripts(WorldParts& world, TickScratch& scratch);
+void stepWeapons(WorldParts& world, TickScratch& scratch);
+void stepProjectiles(WorldParts& world, TickScratch& scratch);
+void stepDamage(WorldParts& world, TickScratch& scratch);
+void stepFeatures(WorldParts& world, TickScratch& scratch);
+void stepSight(WorldParts& world, TickScratch& scratch);
+
+struct Phase {
+    std::string_view name;
+    void (*step)(WorldParts&, TickScratch&);
+};
+
+/// A tick is these, one after the other.
+inline constexpr std::array<Phase, 12> kPhases = {{
+    {"economy", stepEconomy},
+    {"orders", stepOrders},
+    {"construction", stepConstruction},
+    {"routes", stepRoutes},
+    {"motion", stepMotion},
+    {"targets", stepTargets},
+    {"scripts", stepScripts},
+    {"weapons", stepWeapons},
+    {"projectiles", stepProjectiles},
+    {"damage", stepDamage},
+    {"features", stepFeatures},
+    {"sight", stepSight},
+}};
+
+}  // namespace orb::sim

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "sim/angle.h"
+#include "sim/cell.h"
+#include "sim/damage.h"
+#include "sim/unit_ref.h"
+
+namespace orb::sim {
+
+/// What a unit's order asks the later phases of this tick for.
+struct UnitWish {
+    /// Where motion should bring it; none is to stand.
+    std::optional<GroundPoint> goal;
+    /// Where all of its group go.
+    GroundPoint gathering;
+    /// What its weapons should attack: a unit, or a place where `target` is none.
+    struct Attack {
+        UnitRef target;
+        Vector place;
+        /// The weapon that is meant; -1 is all of them.
+        std::int8_t slot = -1;
+        /// One shot that is asked for by name, from weapons too that never fire by themselves. Who
+        /// fires it sets `hasFired` of the unit's first order.
+        bool isCommand = false;
+    };
+    std::optional<Attack> attack;
+};
+
+/// What motion would like to do with a unit: computed by many threads, applied in slot order.
+struct MotionStep {
+    Angle heading;
+    Fixed speed;
+    /// Where its way ends, and how far that is in a straight line; none when it is not near.
+    std::optional<GroundPoint> end;
+    Fixed distance;
+    /// The end is not the goal but the nearest place that can be reached.
+    bool isElsewhere = false;
+};
+
+/// How a thread of a unit's script ended that a phase had started with a number.
+struct EndedCall {
+    std::uint32_t slot = 0;
+    std::uint32_t callId = 0;
+    std::int32_t value = 0;
+    bool wasSignalled = false;
+};
+
+/// What a bench counts: work done, which time follows from.
+struct WorkCounts {
+    std::uint64_t scriptTicks = 0;
+    std::uint64_t nodeVisits = 0;
+    std::uint64_t cellsTested = 0;
+    std::uint64_t pairs = 0;
+    std::uint64_t steps = 0;
+};
+
+/// What phases of one tick hand to later ones of the same tick. Nothing here lives on: it is empty
+/// when a tick begins.
+struct TickScratch {
+    /// By slot.
+    std::vector<UnitWish> wishes;
+    std::vector<MotionStep> steps;
+    /// By slot, and in the order of their births within a unit.
+    std::vector<EndedCall> endedCalls;
+    std::vector<Damage> damage;
+    std::vector<Impact> impacts;
+    std::vector<Death> deaths;
+    /// Units and cells that explosions have looked at.
+    std::uint64_t areaTests = 0;
+    /// Slots that a search has found; empty between searches.
+    std::vector<std::uint32_t> found;
+    WorkCounts counts;
+
+    void begin(std::size_t slotCount) {
+        wishes.assign(slotCount, {});
+        steps.assign(slotCount, {});
+        endedCalls.clear();
+        damage.clear();
+        impacts.clear();
+        deaths.clear();
+    }
+};
+
+}  // namespace orb::sim

@@ -1,0 +1,175 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "sim/angle.h"
+#include "sim/cell.h"
+#include "sim/order.h"
+#include "sim/route.h"
+#include "sim/tick.h"
+#include "sim/unit_ref.h"
+#include "sim/unit_type.h"
+#include "sim/weapon_state.h"
+
+namespace orb::sim {
+
+/// How far somebody is who goes somewhere.
+enum class Arrival : std::uint8_t {
+    underWay,
+    atGoal,
+    /// The goal cannot be reached; this is as near as it gets.
+    elsewhere,
+    /// Something has stood in its way for too long.
+    givenUp,
+};
+
+/// Where a unit is going and how that goes.
+struct UnitMotion {
+    /// In map pixels a tick, along its heading.
+    Fixed speed;
+    /// The movement class that its ways are looked up in.
+    std::uint32_t movementClass = kNoMovementClass;
+    /// How long it has not got on, in ticks.
+    std::int32_t blockedTicks = 0;
+    /// How it goes round what stands in its way: this is added to its heading, for so many ticks.
+    Angle detour;
+    std::int16_t detourTicks = 0;
+    /// How the way to its goal ended; for the order that it follows, which looks in the next tick.
+    Arrival arrival = Arrival::underWay;
+
+    bool operator==(const UnitMotion&) const = default;
+};
+
+/// What its script sets and reads back, apart from what is told elsewhere in the unit.
+struct ScriptValues {
+    bool isInBuildStance = false;
+    bool isBusy = false;
+    bool isYardOpen = false;
+    bool wantsRoom = false;
+    bool isArmored = false;
+    /// What its script was last told: whether it moves, and what it stands in.
+    bool toldMoving = false;
+    std::int8_t toldSurface = -1;
+
+    bool operator==(const ScriptValues&) const = default;
+};
+
+/// How a unit behaves without orders.
+struct StandingOrders {
+    /// 0 holds its place, 1 and 2 go after enemies a little and far.
+    std::uint8_t move = 2;
+    /// 0 holds its fire, 1 returns it, 2 fires at will.
+    std::uint8_t fire = 2;
+
+    bool operator==(const StandingOrders&) const = default;
+};
+
+/// One unit: plain data, and all of its state but its running script.
+struct Unit {
+    /// Its slot plus 1: for scripts and requests. 0 in a slot that nobody has.
+    std::uint32_t id = 0;
+    std::uint32_t generation = 0;
+    std::shared_ptr<const UnitType> type;
+    /// From 1.
+    std::int32_t player = 1;
+    GroundPoint place;
+    /// Above the map's zero, like heights of the ground.
+    Fixed altitude;
+    Angle heading;
+    /// The tilt: nose up, and the left side up.
+    Angle pitch;
+    Angle roll;
+    Amount health = Amount::fromInt(1);
+    /// 1 is ready.
+    Fixed buildFraction = Fixed::fromInt(1);
+    bool isActive = true;
+    /// Its end is in the queue of damage; nothing else happens to it.
+    bool isDying = false;
+    StandingOrders standing;
+    ScriptValues values;
+    UnitMotion motion;
+    std::vector<Order> orders;
+    std::array<WeaponState, kWeaponSlots> weapons;
+    /// The piece that it is aimed at and hit round, as its script said at its birth; -1 for none.
+    std::int32_t sweetSpot = -1;
+    UnitRef lastAttacker;
+    Tick lastAttackedAt = 0;
+    /// It does nothing before this tick.
+    Tick stunnedUntil = 0;
+    std::int32_t kills = 0;
+    /// What it is aboard of, and at which of its pieces; -1 is in the hold.
+    UnitRef carrier;
+    std::int32_t carrierPiece = -1;
+
+    UnitRef ref() const { return {id - 1, generation}; }
+    std::uint32_t slot() const { return id - 1; }
+    bool isBuilt() const { return buildFraction >= Fixed::fromInt(1); }
+    /// It is there to act and to be acted on.
+    bool isPresent() const { return !isDying && !carrier; }
+    CellRect cells() const { return footprintAt(place, type->footprintX, type->footprintZ); }
+    Vector position() const { return {place.x, altitude, place.z}; }
+};
+
+template <typename Visit>
+void eachField(const UnitMotion& motion, Visit visit) {
+    visit("speed", motion.speed);
+    visit("movementClass", motion.movementClass);
+    visit("blockedTicks", motion.blockedTicks);
+    visit("detour", motion.detour);
+    visit("detourTicks", motion.detourTicks);
+    visit("arrival", motion.arrival);
+}
+static_assert(sizeof(UnitMotion) == 20);
+
+template <typename Visit>
+void eachField(const ScriptValues& values, Visit visit) {
+    visit("isInBuildStance", values.isInBuildStance);
+    visit("isBusy", values.isBusy);
+    visit("isYardOpen", values.isYardOpen);
+    visit("wantsRoom", values.wantsRoom);
+    visit("isArmored", values.isArmored);
+    visit("toldMoving", values.toldMoving);
+    visit("toldSurface", values.toldSurface);
+}
+static_assert(sizeof(ScriptValues) == 7);
+
+template <typename Visit>
+void eachField(const StandingOrders& standing, Visit visit) {
+    visit("move", standing.move);
+    visit("fire", standing.fire);
+}
+static_assert(sizeof(StandingOrders) == 2);
+
+/// All but the orders, which are a part of their own.
+template <typename Visit>
+void eachField(const Unit& unit, Visit visit) {
+    visit("id", unit.id);
+    visit("generation", unit.generation);
+    visit("type", unit.type);
+    visit("player", unit.player);
+    visit("place", unit.place);
+    visit("altitude", unit.altitude);
+    visit("heading", unit.heading);
+    visit("pitch", unit.pitch);
+    visit("roll", unit.roll);
+    visit("health", unit.health);
+    visit("buildFraction", unit.buildFraction);
+    visit("isActive", unit.isActive);
+    visit("isDying", unit.isDying);
+    visit("standing", unit.standing);
+    visit("values", unit.values);
+    visit("motion", unit.motion);
+    visit("weapons", unit.weapons);
+    visit("sweetSpot", unit.sweetSpot);
+    visit("lastAttacker", unit.lastAttacker);
+    visit("lastAttackedAt", unit.lastAttackedAt);
+    visit("stunnedUntil", unit.stunnedUntil);
+    visit("kills", unit.kills);
+    visit("carrier", unit.carrier);
+    visit("carrierPiece", unit.carrierPiece);
+}
+
+}  // namespace orb::sim

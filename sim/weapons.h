@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+
+#include "sim/tick_scratch.h"
+#include "sim/world_parts.h"
+
+namespace orb::sim {
+
+/// It is there, built, and not stunned.
+bool canFight(const WorldParts& world, const Unit& unit);
+
+/// What a weapon is to be aimed at.
+struct AimWish {
+    AimKind aim = AimKind::nothing;
+    bool isOrdered = false;
+    UnitRef target = {};
+    Vector place = {};
+};
+
+/// Aims a weapon; nothing happens while it is what it is aimed at already. A weapon that loses its
+/// target tells its script so.
+void aimAt(WorldParts& world, Unit& unit, std::size_t slot, const AimWish& wish);
+
+/// Asks scripts to turn weapons to where their targets are: before scripts run.
+void askToAim(WorldParts& world);
+
+/// What a weapon is doing, for those who look on.
+enum class WeaponActivity : std::uint8_t { idle, aiming, aimed, reloading, firing };
+WeaponActivity activityOf(const WeaponState& weapon, Tick now);
+
+}  // namespace orb::sim

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "sim/conditions.h"
+#include "sim/events.h"
+#include "sim/features.h"
+#include "sim/occupancy.h"
+#include "sim/players.h"
+#include "sim/projectiles.h"
+#include "sim/routes.h"
+#include "sim/running_scripts.h"
+#include "sim/terrain.h"
+#include "sim/unit_buckets.h"
+#include "sim/units.h"
+#include "sim/workers.h"
+
+namespace orb::sim {
+
+// What the world is made of, by how long it counts. What phases hand to each other within a tick is
+// in tick_scratch.h.
+
+/// Stays as it was loaded; types are added between ticks only.
+struct WorldFrame {
+    explicit WorldFrame(Terrain ground);
+
+    Terrain terrain;
+    Conditions conditions;
+    /// What random numbers hang from.
+    std::uint64_t seed = 1;
+    std::vector<FeatureType> featureTypes;
+    /// A flag a cell.
+    std::vector<bool> vents;
+};
+
+/// All that the next tick depends on. `hashState` and `dumpState` go through it.
+struct WorldState {
+    explicit WorldState(const Terrain& terrain);
+
+    Tick tick = 0;
+    Units units;
+    RunningScripts scripts;
+    Features features;
+    Players players;
+    Projectiles projectiles;
+    /// Queue, ways and searches are state; the graphs among it are derived, see there.
+    Routes routes;
+    /// Follows from the rest but for who came first; see there. Not hashed.
+    Occupancy occupancy;
+};
+
+/// What follows from the state and is kept because it is asked for often. Dropping all of it at any
+/// tick changes nothing: `dropDerived` does.
+struct WorldDerived {
+    explicit WorldDerived(const Terrain& terrain);
+
+    UnitBuckets buckets;
+};
+
+/// What phases work on: `step…(WorldParts&, TickScratch&)`.
+struct WorldParts {
+    WorldFrame frame;
+    WorldState state;
+    WorldDerived derived;
+    EventLog events;
+    /// The scripts whose absence was told, with the names of the types that lack them.
+    std::set<std::pair<std::string, UnitScript>> toldMissing;
+    /// They share the parallel phases.
+    Workers workers;
+
+    WorldParts(Terrain ground, std::size_t threads);
+
+    void tell(const Unit& unit, EventDetail detail) {
+        events.add({state.tick, unit.id, unit.type, std::move(detail)});
+    }
+    void tellMissing(const Unit& unit, UnitScript script) {
+        if (toldMissing.emplace(unit.type->name, script).second)
+            tell(unit, ScriptMissing{std::string(nameOf(script))});
+    }
+};
+
+/// Makes all derived data anew.
+void dropDerived(WorldParts& world);
+
+}  // namespace orb::sim

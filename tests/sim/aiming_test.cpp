@@ -1,0 +1,144 @@
+#include "sim/aiming.h"
+
+#include "sim/battlefield.h"
+#include "sim/piece_pose.h"
+
+namespace orb::sim {
+namespace {
+
+/// How far the target's middle lies beside the line from a turret's barrel through its muzzle.
+double missOfMuzzle(const Battlefield& field, const Unit& turret, const Vector& target) {
+    const Vector pivot = pieceInWorld(field.world, turret, 2);
+    const Vector muzzle = pieceInWorld(field.world, turret, 3);
+    const Vector wanted = withLength(target - pivot, lengthOf(muzzle - pivot));
+    return lengthOf(muzzle - pivot - wanted).toNumber();
+}
+
+TEST(Aiming, PutsTheMuzzleOnTheLineToTheTarget) {
+    // the ground rises to the east; the turret's body faces and tilts in several ways
+    io::TntFile hill = flatMap(80, 80, 20, 0);
+    for (std::size_t z = 0; z < 80; ++z)
+        for (std::size_t x = 46; x < 80; ++x) cellOf(hill, x, z).height = 160;
+    for (const double heading : {0.0, 90.0, 200.0})
+        for (const double pitch : {0.0, 9.0})
+            for (const auto& [x, z] : {std::pair{640.0 + 180, 640.0},
+                                       {640.0, 640.0 - 180},
+                                       {640.0, 640.0 + 180},
+                                       {640.0 - 150, 640.0 + 90}}) {
+                Battlefield field(hill);
+                const auto gun = weaponType(Flight::guided);
+                Unit& turret = field.place(turretType(gun), 1, 640, 640, heading);
+                turret.pitch = Angle::fromDegrees(pitch);
+                turret.roll = Angle::fromDegrees(pitch / 2);
+                const Unit& target = field.place(dummyType(), 2, x, z);
+                ASSERT_TRUE(field.tickUntil<Aimed>(90)) << heading << ' ' << x << ' ' << z;
+                field.tick(2);
+                EXPECT_LT(missOfMuzzle(field, turret, hitCenter(field.world, target)), 0.02)
+                    << heading << ' ' << pitch << ' ' << x << ' ' << z;
+            }
+}
+
+TEST(Aiming, TellsWhyItDoesNotFire) {
+    const auto reasonAfter = [](Battlefield& field) {
+        field.tick(60);
+        const auto failures = field.all<AimFailed>();
+        EXPECT_EQ(failures.size(), 1U);
+        EXPECT_TRUE(field.all<Fired>().empty());
+        return failures.empty() ? AimFailure{} : failures[0].reason;
+    };
+    const auto orderAt = [](Battlefield& field, Unit& turret, const Unit& target) {
+        OrderRequest order;
+        order.kind = OrderKind::attack;
+        order.target = target.id;
+        field.give(turret, order);
+    };
+    {
+        Battlefield field;
+        Unit& turret = field.place(turretType(weaponType(Flight::straight)), 1, 640, 640);
+        orderAt(field, turret, field.place(dummyType(), 2, 640, 1'100));
+        EXPECT_EQ(reasonAfter(field), AimFailure::outOfRange);
+    }
+    {
+        Battlefield field;
+        constexpr std::string_view kRefuses = "piece base; AimPrimary(a, b) { return (0); }";
+        field.place(turretType(weaponType(Flight::straight), kRefuses), 1, 640, 640);
+        field.place(dummyType(), 2, 640, 800);
+        EXPECT_EQ(reasonAfter(field), AimFailure::scriptRefused);
+    }
+    {
+        Battlefield field;
+        field.place(turretType(weaponType(Flight::straight), "piece base; Create() { }"), 1, 640,
+                    640);
+        field.place(dummyType(), 2, 640, 480);  // behind
+        EXPECT_EQ(reasonAfter(field), AimFailure::noScript);
+    }
+    {
+        io::TntFile wall = flatMap(80, 80, 20, 0);
+        for (std::size_t x = 0; x < 80; ++x)
+            for (std::size_t z = 44; z < 47; ++z) cellOf(wall, x, z).height = 200;
+        Battlefield field(wall);
+        field.place(turretType(weaponType(Flight::straight)), 1, 640, 640);
+        field.place(dummyType(), 2, 640, 840);
+        EXPECT_EQ(reasonAfter(field), AimFailure::noLine);
+        // a mortar throws over it
+        Battlefield over(wall);
+        over.place(turretType(weaponType(Flight::ballistic, 600)), 1, 640, 640);
+        over.place(dummyType(), 2, 640, 840);
+        over.tick(330);
+        EXPECT_FALSE(over.all<Fired>().empty());
+        ASSERT_FALSE(over.all<Hit>().empty());
+        EXPECT_EQ(over.all<Hit>()[0].damaged.size(), 1U);
+    }
+}
+
+TEST(Aiming, WithoutScriptItShootsWhereTheBodyFaces) {
+    Battlefield field;
+    field.place(turretType(weaponType(Flight::straight), ""), 1, 640, 640);
+    const Unit& target = field.place(dummyType(), 2, 640, 800);
+    field.tick(70);
+    ASSERT_EQ(field.all<Fired>().size(), 2U);
+    EXPECT_EQ(field.all<Fired>()[0].piece, -1);
+    EXPECT_EQ(target.health, Amount::fromInt(20));
+}
+
+TEST(Targets, TakesTheNearestThatItMay) {
+    Battlefield field;
+    const auto gun = turretType(weaponType(Flight::guided));
+    gun->badTargets[0] = {"VTOL"};
+    Unit& turret = field.place(gun, 1, 640, 640);
+    const auto kite = dummyType();
+    kite->categories = {"FEN", "VTOL"};
+    field.place(kite, 2, 640, 680);
+    field.place(dummyType(), 1, 680, 640);
+    const Unit& far = field.place(dummyType(), 2, 640, 900);
+    const Unit& near = field.place(dummyType(), 2, 640, 500);
+    field.tick(17);
+    EXPECT_EQ(turret.weapons[0].target, near.ref());
+
+    turret.standing.fire = 1;  // returns fire
+    turret.lastAttacker = far.ref();
+    field.place(dummyType(), 3, 600, 640);
+    turret.weapons[0] = {};
+    field.tick(17);
+    EXPECT_EQ(turret.weapons[0].target, far.ref());
+    turret.standing.fire = 0;
+    field.tick(17);
+    EXPECT_EQ(turret.weapons[0].aim, AimKind::nothing);
+
+    // an order goes before all of it
+    OrderRequest order;
+    order.kind = OrderKind::attack;
+    order.target = near.id;
+    field.give(turret, order);
+    field.tick(2);
+    EXPECT_EQ(turret.weapons[0].target, near.ref());
+    // oneself and the dead are nothing to shoot at
+    order.target = turret.id;
+    field.give(turret, order);
+    field.tick(40);
+    EXPECT_EQ(turret.weapons[0].aim, AimKind::nothing);
+    EXPECT_EQ(turret.health, Amount::fromInt(1) + Amount::fromInt(99));
+}
+
+}  // namespace
+}  // namespace orb::sim
