@@ -193,8 +193,8 @@ export interface Messages {
     "map-load": Message<MapRequest, "map-load-reply", LoadedMap>;
     "map-exit": Message<None, "map-exit-reply", { wasLoaded: boolean }>;
     "map-spawn": Message<Spawn, "map-spawn-reply", SpawnedUnits | SpawnedFeature>;
-    "map-move": Unbuilt<"map-move-reply">;
-    "map-tick": Unbuilt<"map-tick-reply">;
+    "map-move": Message<MapOrder, "map-move-reply", OrderAnswer>;
+    "map-tick": Message<MapTimeRequest, "map-tick-reply", MapTime>;
     "map-snapshot": Message<SnapshotRequest, "map-snapshot-reply", Snapshot>;
     "map-heightmap": Message<{ plane?: "height" }, "map-heightmap-reply", Heightmap>;
     /** The frame is a PNG. */
@@ -1622,7 +1622,11 @@ export interface MapUnit {
     maxHealth: number;
     /** 1 is ready. */
     buildFraction: number;
-    state: "idle" | "nanoframe";
+    state: "idle" | "nanoframe" | "moving" | "attacking" | "carried";
+    /** The current one. */
+    order?: OrderWord;
+    /** Id of the unit that carries it. */
+    carrier?: number;
     active: boolean;
     /** Orders behind the current one. */
     queued: number;
@@ -1649,6 +1653,102 @@ export interface MapProjectile {
     pitch: number;
     /** The unit that fired it, while that lives. */
     owner?: number;
+}
+
+export type OrderWord =
+    | "move" | "patrol" | "stop" | "attack" | "fire" | "guard" | "repair" | "capture" | "load" | "unload" | "build" | "reclaim"
+    | "activate" | "deactivate" | "cloak" | "decloak" | "moveState" | "fireState" | "selfDestruct" | "damage" | "kill" | "finish"
+    | "place" | "script" | "remove";
+
+export interface MapOrder {
+    unitIds: number[];
+    /** Default "move". */
+    order?: OrderWord;
+    x?: number;
+    z?: number;
+    /** A unit's id. */
+    target?: number;
+    targetFeature?: number;
+    /** What is built. */
+    unit?: string;
+    count?: number;
+    slot?: number;
+    value?: number;
+    heading?: number;
+    /** Behind the other orders rather than in their place. */
+    queue?: boolean;
+    unrestricted?: boolean;
+    /** A script with its arguments. */
+    name?: string;
+    args?: number[];
+}
+
+export interface OrderAnswer {
+    accepted: number[];
+    refused: { unitId: number; reason: string }[];
+}
+
+export type MapEventKind =
+    | "order-done" | "order-failed" | "blocked" | "built" | "aimed" | "aim-failed" | "fired" | "hit" | "killed" | "corpse"
+    | "feature-gone" | "explode" | "effect" | "sound" | "script-missing" | "stalled";
+
+export interface MapTimeRequest {
+    /** 1 to 600, default 1. */
+    ticks?: number;
+    /** Default true. */
+    events?: boolean;
+    until?: MapEventKind | "idle";
+    stocks?: { player: number; metal?: number; energy?: number }[];
+}
+
+/** Members by kind. */
+export interface MapEvent {
+    kind: MapEventKind;
+    tick: number;
+    unitId?: number;
+    order?: OrderWord;
+    reached?: boolean;
+    reason?: string;
+    slot?: number;
+    weapon?: string;
+    x?: number;
+    y?: number;
+    z?: number;
+    piece?: string;
+    pieceIndex?: number;
+    damaged?: { unitId: number; damage: number }[];
+    severity?: number;
+    corpseType?: number;
+    corpse?: string;
+    featureId?: number;
+    name?: string;
+    number?: number;
+    flags?: number;
+    type?: number;
+    script?: string;
+}
+
+export interface MapTime {
+    tick: number;
+    ticksDone: number;
+    stopped: "ticks" | "until" | "time";
+    unitCount: number;
+    projectileCount: number;
+    /** 16 hexadecimal digits. */
+    hash: string;
+    events: MapEvent[];
+    eventsDropped: number;
+    players: {
+        player: number;
+        metal: number;
+        metalStorage: number;
+        metalIncome: number;
+        metalDrain: number;
+        energy: number;
+        energyStorage: number;
+        energyIncome: number;
+        energyDrain: number;
+    }[];
 }
 
 export interface Heightmap {

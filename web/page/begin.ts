@@ -3,6 +3,7 @@ import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
 import { startHealthSweep } from "./store/health_sweep";
 import { followMaps } from "./store/map";
+import { followMapTime } from "./store/map_play";
 import { followModel } from "./store/model_edit";
 import { followPalette } from "./store/palette";
 import { openRoots, refreshUnits, roots, setStart, units } from "./store/roots";
@@ -24,6 +25,7 @@ export function begin(): void {
     startHealthSweep();
     followUnit();
     followMaps();
+    followMapTime();
     followModel();
     followPalette();
     followTextures();

@@ -10,12 +10,20 @@ import { camera, setCamera, showDialog, showTab } from "./store/view";
 import { toggleAtCursor } from "./editor/cursor";
 import { fitMap } from "./map3d/handle";
 import { isMapShown, loadedMap, showMap } from "./store/map";
+import { stepMap, toggleMapPlay } from "./store/map_play";
 import { endPointer } from "./store/map_clicks";
 import { fitView } from "./view3d/handle";
 
 /** Something is done only with a unit that has a script. */
 const withScript = (verb: () => unknown) => (): boolean => {
     if (!report.peek()) return false;
+    void verb();
+    return true;
+};
+
+/** The map while it is shown, else the script. */
+const withMap = (verb: () => unknown, otherwise: () => boolean) => (): boolean => {
+    if (!isMapShown.peek()) return otherwise();
     void verb();
     return true;
 };
@@ -52,10 +60,10 @@ export const commands: readonly Command[] = [
     { id: "go-script", key: "Alt+4", where: "page", title: "Go to the script", run: focus('[data-region="script"] .cm-content') },
     { id: "go-tabs", key: "Alt+5", where: "page", title: "Go to the tabs", run: focus('.bottom [role=tab][aria-selected=true]') },
 
-    { id: "play", key: "F8", where: "page", title: "Run or pause the script",
-        run: withScript(() => isPlaying.peek() ? pause() : play()) },
+    { id: "play", key: "F8", where: "page", title: "Run or pause the script, or the map",
+        run: withMap(toggleMapPlay, withScript(() => isPlaying.peek() ? pause() : play())) },
     { id: "step-line", key: "F10", where: "page", title: "Step one line, or one tick while nothing is stopped",
-        run: withScript(stepTick) },
+        run: withMap(() => stepMap(1), withScript(stepTick)) },
     { id: "step-instruction", key: "Shift+F10", where: "page", title: "Step one instruction",
         run: withScript(() => isStopped.peek() && resume("cob-step-instruction")) },
     { id: "reset-script", key: "Shift+F8", where: "page", title: "Start the script over, at rest", run: withScript(resetScript) },

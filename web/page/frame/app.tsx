@@ -4,6 +4,7 @@ import { RootsDialog } from "../dialogs/roots";
 import { bottomPanes } from "../panes/registry";
 import { PiecesPane } from "../panes/pieces";
 import { MapStage } from "../panes/map_stage";
+import { MapTransport } from "../panes/map_transport";
 import { RootsBar } from "./roots_bar";
 import { StatusBar } from "./status_bar";
 import { Transport } from "../panes/transport";
@@ -42,7 +43,7 @@ export function App() {
                 <Splitter {...LEFT} />
                 <div class="column" style={{ gridTemplateRows: tracks(BOTTOM) }}>
                     <div class="across" style={{ gridTemplateColumns: tracks(RIGHT) }}>
-                        {isMapShown.value ? <div class="viewing" data-region="map"><MapStage /></div> : <div class="viewing" data-region="view model">
+                        {isMapShown.value ? <div class="viewing" data-region="map"><MapStage /><MapTransport /></div> : <div class="viewing" data-region="view model">
                             <View3dPane />
                             <Transport />
                         </div>}

@@ -1,7 +1,7 @@
 // A map in 3D: its ground, features and units. Dragging moves it, the right button turns it, clicks tell where.
-import { PerspectiveCamera, Vector3 } from "three";
+import { BufferGeometry, Float32BufferAttribute, PerspectiveCamera, Points, PointsMaterial, Vector3 } from "three";
 import { MapControls } from "three/addons/controls/MapControls.js";
-import type { MapFeature, MapUnit, RenderConstants } from "protocol";
+import type { MapFeature, MapProjectile, MapUnit, RenderConstants } from "protocol";
 import { createStage } from "../view3d/stage";
 import type { Heights } from "../work/ground";
 import { buildGround, type GroundMesh } from "./ground_mesh";
@@ -26,6 +26,7 @@ export interface MapView {
     show(heights: Heights | undefined, picture: ArrayBuffer | undefined, seaLevel: number): Promise<void>;
     setFeatures(features: readonly MapFeature[], pictureOf: FeaturePicture): void;
     setUnits(units: readonly MapUnit[], selected: ReadonlySet<number>): void;
+    setProjectiles(projectiles: readonly MapProjectile[]): void;
     setLight(constants: RenderConstants): void;
     /** Looks at a place. */
     lookAt(x: number, z: number, y: number): void;
@@ -36,6 +37,11 @@ export interface MapView {
 }
 
 const FIELD_OF_VIEW = 40;
+/** Points are drawn so many times too small by so narrow a view. */
+const MAGNIFY = 1 / Math.tan(FIELD_OF_VIEW * Math.PI / 360);
+/** What flies, in map pixels. */
+const SHOT_SIZE = 5;
+const SHOT_COLOR = 0xffd24a;
 /** Steeper than this one looks under the ground. */
 const LOWEST_ANGLE = Math.PI * 0.47;
 /** Of the map's depth: so much is seen at first. */
@@ -53,7 +59,10 @@ export function createMapView(canvas: HTMLCanvasElement, modelOf: ModelSource, c
     controls.listenToKeyEvents(canvas);
     controls.addEventListener("change", requestDraw);
     const units = createMapUnits(modelOf, requestDraw);
-    scene.add(units.root);
+    const shots = new Points(new BufferGeometry(), new PointsMaterial({ color: SHOT_COLOR, size: SHOT_SIZE * MAGNIFY }));
+    shots.frustumCulled = false;
+    shots.raycast = () => {};
+    scene.add(units.root, shots);
     let ground: GroundMesh | undefined;
     let features: MapFeatures3d | undefined;
     let size = new Vector3();
@@ -105,11 +114,16 @@ export function createMapView(canvas: HTMLCanvasElement, modelOf: ModelSource, c
         },
         setFeatures(all, pictureOf) {
             features?.free();
-            features = createMapFeatures(all, pictureOf, 1 / Math.tan(FIELD_OF_VIEW * Math.PI / 360), requestDraw);
+            features = createMapFeatures(all, pictureOf, MAGNIFY, requestDraw);
             scene.add(features.root);
             requestDraw();
         },
         setUnits(all, selected) { units.update(all, selected); requestDraw(); },
+        setProjectiles(all) {
+            shots.geometry.dispose();
+            shots.geometry = new BufferGeometry().setAttribute("position", new Float32BufferAttribute(all.flatMap(({ x, y, z }) => [x, y, z]), 3));
+            requestDraw();
+        },
         setLight: ({ light }) => stage.setLight(light),
         lookAt: (x, z, y) => look(new Vector3(x, y, z), Math.min(size.z * NEARNESS, 420)),
         fit,
@@ -119,6 +133,8 @@ export function createMapView(canvas: HTMLCanvasElement, modelOf: ModelSource, c
             ground?.free();
             features?.free();
             units.free();
+            shots.geometry.dispose();
+            shots.material.dispose();
             controls.dispose();
             canvas.removeEventListener("contextmenu", keepMenu);
             stage.free();

@@ -1,6 +1,8 @@
 import { useSignal } from "@preact/signals";
 import type { MapEntry, MapUnit } from "protocol";
 import { lookAtPlace } from "../map3d/handle";
+import { MapEvents } from "../parts/map_events";
+import { OrderForm } from "../parts/order_form";
 import { PlaceForm } from "../parts/place_form";
 import { closeMap, ground, isMapShown, loadedMap, mapFailure, maps, mapUnits, openMap, selectedUnits, selectUnits, showMap, toggleUnit } from "../store/map";
 import { roots } from "../store/roots";
@@ -16,6 +18,8 @@ import { counted } from "../work/words";
 
 const TOOLS = [
     { id: "place", title: "Place", hint: "Put units and features onto the map", view: PlaceForm },
+    { id: "order", title: "Order", hint: "Tell the chosen units what to do", view: OrderForm },
+    { id: "events", title: "Events", hint: "What has happened on the map, newest last", view: MapEvents },
 ] as const;
 
 /** Maps of the game, and what stands on the loaded one. */
@@ -97,7 +101,7 @@ function Units() {
     );
 }
 
-function stateOf({ state, buildFraction, queued }: MapUnit): string {
+function stateOf({ state, order, buildFraction, queued }: MapUnit): string {
     if (state === "nanoframe") return `frame, ${Math.round(buildFraction * 100)} % built`;
-    return queued > 0 ? `${state}, ${queued} queued` : state;
+    return `${order ?? state}${queued > 0 ? `, ${queued} queued` : ""}`;
 }

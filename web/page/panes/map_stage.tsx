@@ -4,7 +4,7 @@ import { ask } from "../ask";
 import { fitMap, lookAtPlace, setMapView } from "../map3d/handle";
 import { createMapView, type MapView } from "../map3d/map_view";
 import { isAlive } from "../store/connection";
-import { ground, groundHeight, loadedMap, mapFeatures, mapUnits, selectedUnits, showMap } from "../store/map";
+import { ground, groundHeight, loadedMap, mapFeatures, mapUnits, selectedUnits, showMap, snapshot } from "../store/map";
 import { clickMap, pointerHint } from "../store/map_clicks";
 import { modelOf, pictureOf } from "../store/map_models";
 import { valueOf } from "../store/resource";
@@ -85,6 +85,7 @@ function followStore(view: MapView, failed: (text: string) => void, shown: (name
             view.setFeatures(mapFeatures.value, (type) => types[type] ? pictureOf(types[type]!) : Promise.resolve(undefined));
         }),
         effect(() => view.setUnits(mapUnits.value, new Set(selectedUnits.value))),
+        effect(() => view.setProjectiles(snapshot.value?.projectiles ?? [])),
         effect(() => { if (isAlive.value) ask("render-constants").then(view.setLight, () => {}); }),
         () => dark.removeEventListener("change", view.recolor),
     ];

@@ -134,11 +134,6 @@ function takeFeatures({ features: changed }: Snapshot): void {
     if (next.length !== before.length || next.some(([id], i) => id !== before[i]![0])) featuresSignal.value = next;
 }
 
-/** The poses of all, as after a script was changed in a unit's place. */
-export function forgetPoses(): void {
-    lastTick = undefined;
-}
-
 export function selectUnits(ids: readonly number[]): void {
     selectedSignal.value = ids;
 }

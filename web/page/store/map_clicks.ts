@@ -2,6 +2,8 @@
 import { computed, type ReadonlySignal, signal } from "@preact/signals";
 import type { Spawn } from "protocol";
 import type { MapClick } from "../map3d/map_view";
+import { meantBy } from "../work/map_orders";
+import { give, preparedOrder } from "./map_play";
 import { mapUnits, place, pointer, selectedUnits, selectUnits, setPointer, toggleUnit } from "./map";
 
 export interface Placing {
@@ -21,7 +23,8 @@ const placingSignal = signal<Placing>({ kind: "unit", name: "", player: 1, count
 export const placing: ReadonlySignal<Placing> = placingSignal;
 export const pointerHint = computed(() => {
     if (pointer.value === "place") return `Click where ${placingSignal.value.name} comes; Escape ends placing`;
-    return selectedUnits.value.length > 0 ? `${selectedUnits.value.length} chosen` : `${mapUnits.value.length} units`;
+    if (pointer.value === "order") return `${preparedOrder.value.title}: click where (Shift: behind the other orders); Escape ends it`;
+    return selectedUnits.value.length > 0 ? `${selectedUnits.value.length} chosen; the right button orders: move, attack, guard` : `${mapUnits.value.length} units`;
 });
 
 export function setPlacing(part: Partial<Placing>): void {
@@ -32,8 +35,12 @@ export const spawnAt = ({ kind, name, player, count, heading, health, built }: P
     [kind]: name, x, z, ...(kind === "unit" ? { player, count, heading: heading * Math.PI / 180, health, buildFraction: built / 100 } : {}),
 });
 
+/** The left button chooses, places, or gives the prepared order; the right one gives the order that is meant. */
 export function clickMap(click: MapClick): void {
-    if (pointer.peek() === "place" && click.button === "left") void place(spawnAt(placingSignal.peek(), click.x, click.z));
+    const chosen = selectedUnits.peek();
+    if (click.button === "right") { if (chosen.length > 0) void give(meantBy(click, mapUnits.peek(), chosen), click.isAdding, click); }
+    else if (pointer.peek() === "order") void give(preparedOrder.peek(), click.isAdding, click);
+    else if (pointer.peek() === "place") void place(spawnAt(placingSignal.peek(), click.x, click.z));
     else if (click.unitId !== undefined && click.isAdding) toggleUnit(click.unitId);
     else selectUnits(click.unitId === undefined ? [] : [click.unitId]);
 }
