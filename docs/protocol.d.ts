@@ -384,6 +384,8 @@ interface ListRequest {
     search?: string;
     /** Mounts the data roots again first. */
     refresh?: boolean;
+    /** Asks for `source`. */
+    report?: boolean;
 }
 
 export interface ListedUnit {
@@ -393,6 +395,8 @@ export interface ListedUnit {
     displayName: string;
     /** The name that its build picture goes by. */
     buildPic: string;
+    /** Where the definition lies, for a request with `report`. */
+    source?: Source;
 }
 
 export interface LoadedUnit {

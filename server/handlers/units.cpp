@@ -11,19 +11,25 @@ namespace {
 
 using nlohmann::json;
 
-json encodeListedUnit(const UnitDeclaration& unit) {
-    return {{"name", unit.name},
-            {"side", unit.info.side},
-            {"title", unit.info.description},
-            {"displayName", displayName(unit)},
-            {"buildPic", buildPictureName(unit.info.buildPic, unit.name)}};
+json encodeDeclared(const UnitDeclaration& unit) {
+    return encodeSource({unit.file.location(), unit.file.isInBaseTa()});
+}
+
+json encodeListedUnit(const UnitDeclaration& unit, bool withSource) {
+    json result = {{"name", unit.name},
+                   {"side", unit.info.side},
+                   {"title", unit.info.description},
+                   {"displayName", displayName(unit)},
+                   {"buildPic", buildPictureName(unit.info.buildPic, unit.name)}};
+    if (withSource) result["source"] = encodeDeclared(unit);
+    return result;
 }
 
 json encodeComparedUnit(const std::string& name, const UnitDeclaration* unit) {
     if (!unit) return {{"name", name}, {"found", false}};
     return {{"name", unit->name},
             {"found", true},
-            {"source", encodeSource({unit->file.location(), unit->file.isInBaseTa()})},
+            {"source", encodeDeclared(*unit)},
             {"fbi", encodeFbi(unit->info)}};
 }
 
@@ -33,12 +39,13 @@ Reply listUnits(UnitViewSession& session, const Payload& payload) {
     const std::string side = payload.textIfString("side").value_or("");
     const std::string search = payload.textIfString("search").value_or("");
     const bool refresh = option(payload, "refresh");
+    const bool withSource = decodeReport(payload);
     session.data();
     if (refresh)
         reportingFailure([&] { session.mountAgain(session.data().request); }, "mount failed: ");
     json units = json::array();
     for (const UnitDeclaration* unit : searchUnits(session.data().catalogue, side, search))
-        units.push_back(encodeListedUnit(*unit));
+        units.push_back(encodeListedUnit(*unit, withSource));
     return {{{"units", std::move(units)}}};
 }
 

@@ -6,7 +6,7 @@ import { followMaps } from "./store/map";
 import { followMapTime } from "./store/map_play";
 import { followModel } from "./store/model_edit";
 import { followPalette } from "./store/palette";
-import { openRoots, refreshUnits, roots, setStart, units } from "./store/roots";
+import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
 import { followUnit } from "./store/script";
 import { followTextures } from "./store/textures";
 import { resetTrace } from "./store/trace";
@@ -45,10 +45,8 @@ export async function openAndShow(wanted: Roots): Promise<void> {
 /** A new process knows nothing: it gets the roots and the unit that the old one had. */
 async function reopen(): Promise<void> {
     resetTrace();
-    const before = roots.peek();
-    if (!before) return;
     try {
-        await openRoots(before);
+        if (!await reopenRoots()) return;
         if (wantedUnit.peek()) await reloadUnit();
         say("The editor had ended and was started again; everything is open as before");
     } catch (error) {

@@ -1,4 +1,4 @@
-import type { Command } from "./keys";
+import type { Command } from "./key_names";
 import { bottomPanes } from "./panes/registry";
 import { restartEditor } from "./store/connection";
 import { refreshUnits } from "./store/roots";

@@ -72,3 +72,10 @@ flow("a unit that cannot be loaded says why, and the next one loads", {
     await page.keyboard.press("Enter");
     await unitIsShown(page, "FENWADE");
 });
+
+flow("shows the units of one folder alone", {}, async ({ page }) => {
+    await unitIsShown(page, "FENDOCK");
+    await page.getByLabel("Folder", { exact: true }).selectOption("mod");
+    await eventually(() => page.getByRole("listbox", { name: "Units" }).getByRole("option").count(), 2);
+    await page.getByText("2 of 11 units").waitFor();
+});

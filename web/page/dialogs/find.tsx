@@ -20,7 +20,7 @@ export function FindDialog() {
     const wanted = useSignal("");
     const chosen = useSignal(0);
     const found = useComputed((): Found[] => [
-        ...filterUnits(units.value, wanted.value, "").map((unit): Found =>
+        ...filterUnits(units.value, wanted.value).map((unit): Found =>
             ({ key: `u ${unit.name}`, text: unit.name, note: unit.displayName || unit.title, run: () => openUnit(unit.name) })),
         ...commands.filter(({ title }) => title.toLowerCase().includes(wanted.value.toLowerCase())).map((command): Found =>
             ({ key: `c ${command.id}`, text: command.title, note: command.key ?? "", run: command.run })),

@@ -23,7 +23,7 @@ export interface Pane {
 /** Below the 3D view and the script, in this order. */
 export const bottomPanes: readonly Pane[] = [
     { id: "faces", title: "Faces", hint: "The model's faces: what is found at them, and what mends it", view: FacesPane },
-    { id: "textures", title: "Textures", hint: "The model's textures, team colour, the palette", view: TexturesPane },
+    { id: "remap", title: "Textures", hint: "The model's textures, team colour, the palette", view: TexturesPane },
     { id: "sounds", title: "Sounds", hint: "What the unit's sound category plays", view: SoundsPane },
     { id: "trace", title: "Trace", hint: "What the script did, newest last", view: TracePane },
     { id: "map", title: "Map", hint: "Maps, and units that stand, move and fight on them", view: MapPane },

@@ -1,19 +1,22 @@
 import { useComputed, useSignal } from "@preact/signals";
 import { healthOf } from "../store/health_sweep";
-import { sides, units } from "../store/roots";
+import { pathsOf, roots, sides, units } from "../store/roots";
 import { openUnit, unit, wantedUnit } from "../store/unit";
 import { showDialog } from "../store/view";
 import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
 import { List } from "../widgets/list";
 import { filterUnits } from "../work/filter_units";
+import { baseName } from "../work/paths";
 import { counted } from "../work/words";
 
 /** Every unit of the opened roots. Arrows load. */
 export function UnitsPane() {
     const search = useSignal("");
     const side = useSignal("");
-    const shown = useComputed(() => filterUnits(units.value, search.value, side.value));
+    const root = useSignal("");
+    const folders = roots.value ? pathsOf(roots.value) : [];
+    const shown = useComputed(() => filterUnits(units.value, search.value, side.value, root.value));
     const failed = unit.value.state === "failed" ? wantedUnit.value : "";
     return (
         <section class="pane" aria-label="Units">
@@ -23,6 +26,8 @@ export function UnitsPane() {
                     onEnter={() => { const [first] = shown.peek(); if (first) void openUnit(first.name); }} />
                 {sides.value.length > 1 && <Choice label="Side" isCompact value={side.value} onChange={(value) => { side.value = value; }}
                     options={[{ value: "", text: "All sides" }, ...sides.value.map((value) => ({ value, text: value }))]} />}
+                {folders.length > 1 && <Choice label="Folder" isCompact value={root.value} onChange={(value) => { root.value = value; }}
+                    options={[{ value: "", text: "All folders" }, ...folders.map((value) => ({ value, text: baseName(value) }))]} />}
             </div>
             <List label="Units" items={shown.value} keyOf={(one) => one.name} textOf={(one) => one.name}
                 selected={wantedUnit.value || undefined} onSelect={(one) => void openUnit(one.name)}

@@ -30,13 +30,29 @@ export function setStart(value: ServerStart): void {
     startSignal.value = value;
 }
 
-/** Mounts these roots. On failure those that were mounted stay, and the error is thrown. */
-export async function openRoots(wanted: Roots): Promise<void> {
+let opening: Promise<unknown> = Promise.resolve();
+
+/** Mounts these roots, one wish after the other. On failure those that were mounted stay, and the error is thrown. */
+export function openRoots(wanted: Roots): Promise<void> {
+    const mounted = opening.then(() => mount(wanted));
+    opening = mounted.catch(() => {});
+    return mounted;
+}
+
+/** Mounts again, in a new process, what the user has wished for last. */
+export async function reopenRoots(): Promise<boolean> {
+    await opening;
+    const last = rootsSignal.peek();
+    if (last) await openRoots(last);
+    return last !== undefined;
+}
+
+async function mount(wanted: Roots): Promise<void> {
     const before = mountedSignal.peek();
     mountedSignal.value = { state: "loading" };
     try {
         const mountedNow = await ask("set-data-roots", { ...wanted, report: true, progress: true });
-        const { units: listed } = await ask("list-units");
+        const { units: listed } = await ask("list-units", { report: true });
         batch(() => {
             rootsSignal.value = wanted;
             mountedSignal.value = { state: "ready", value: mountedNow };
@@ -55,7 +71,7 @@ export async function openRoots(wanted: Roots): Promise<void> {
 /** Sees what other programs, or our own writes, have changed. */
 export const refreshUnits = newestNext(async () => {
     if (!rootsSignal.peek()) return;
-    const { units: listed } = await ask("list-units", { refresh: true });
+    const { units: listed } = await ask("list-units", { refresh: true, report: true });
     batch(() => {
         unitsSignal.value = listed;
         generationSignal.value++;
