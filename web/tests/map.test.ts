@@ -55,11 +55,13 @@ flow("orders a unit by click, lets time pass and tells what happened", {}, async
     await page.getByRole("button", { name: "Move by click" }).click();
     await page.mouse.click(x + 90, y + 60);
     await eventuallyMatches(() => units(page).nth(0).textContent(), /move/);
+    await page.getByLabel("Where").fill("900 900");
+    await page.getByRole("button", { name: "Move", exact: true }).click();
     await page.getByRole("tab", { name: "Events", exact: true }).click();
     await page.getByRole("button", { name: "10 s" }).click();
     await page.getByRole("listbox", { name: "Events" }).getByText(/^move: done/).waitFor();
     assert.notEqual(await placeOf(page, 0), before);
-    await eventually(() => page.getByLabel("Tick").textContent(), "tick 300");
+    await eventually(() => page.getByLabel("Tick", { exact: true }).textContent(), "tick 300");
     assert.match((await page.getByLabel("Hash").textContent())!, /^[0-9a-f]{16}$/);
 });
 
@@ -69,7 +71,7 @@ flow("runs and pauses by key, and a click with the right button orders", {}, asy
     const { x, y } = await middle(page);
     await page.mouse.click(x + 60, y + 80, { button: "right" });
     await page.keyboard.press("F8");
-    await eventuallyMatches(() => page.getByLabel("Tick").textContent(), /tick [1-9]/);
+    await eventuallyMatches(() => page.getByLabel("Tick", { exact: true }).textContent(), /tick [1-9]/);
     await page.keyboard.press("F8");
     await page.getByRole("toolbar", { name: "Map time" }).getByRole("button", { name: "Run", exact: true }).waitFor();
 });

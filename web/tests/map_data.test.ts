@@ -3,7 +3,7 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { MapUnit } from "protocol";
 import { groundGeometry, heightAt, type Heights } from "../page/work/ground";
-import { buildOrder, describeEvent, meantBy, ORDERS } from "../page/work/map_orders";
+import { buildOrder, describeEvent, meantBy, ORDERS, readPlace } from "../page/work/map_orders";
 
 const flat = (columns: number, rows: number, height: (x: number, z: number) => number): Heights => ({
     columns, rows, cellSize: 16, bytes: Uint8Array.from({ length: columns * rows }, (_, i) => height(i % columns, Math.floor(i / columns))),
@@ -39,6 +39,15 @@ test("orders become requests, or say what they need", () => {
     assert.deepEqual(buildOrder(row("kill"), [1], { ...WORDS, value: "40" }, false), { order: { unitIds: [1], order: "kill", value: 40 } });
     assert.deepEqual(buildOrder(row("script"), [1], { ...WORDS, script: "Walk", args: "1 0x10" }, false), { order: { unitIds: [1], order: "script", name: "Walk", args: [1, 16] } });
     assert.deepEqual(buildOrder(row("script"), [1], { ...WORDS, script: "Walk", args: "x" }, false), { missing: "not a whole number: x" });
+});
+
+test("a place is typed as two numbers or as a unit", () => {
+    const units = [{ unitId: 6, x: 100, z: 200 }];
+    assert.equal(readPlace(" ", units), undefined);
+    assert.deepEqual(readPlace("12, 30.5", units), { x: 12, z: 30.5 });
+    assert.deepEqual(readPlace("# 6", units), { x: 100, z: 200, unitId: 6 });
+    assert.deepEqual(["#7", "12", "1 2 3", "a b"].map((text) => readPlace(text, units)),
+        ["no unit 7", ...Array.from({ length: 3 }, () => "not a place: two numbers, or # and a unit's id")]);
 });
 
 test("a click with the right button means attack, guard or move", () => {

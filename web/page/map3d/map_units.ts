@@ -1,5 +1,5 @@
 // The units of a map as three.js draws them: a model each, in its player's colour, with its pose, on its footprint.
-import { BufferGeometry, Float32BufferAttribute, Group, LineBasicMaterial, LineLoop, type Material, type Object3D } from "three";
+import { Box3, BufferGeometry, Float32BufferAttribute, Group, LineBasicMaterial, LineLoop, type Material, type Object3D, Vector3 } from "three";
 import type { MapUnit } from "protocol";
 import { buildModel, type UnitModel3d } from "../view3d/unit_model";
 import { styleColor } from "../view3d/stage";
@@ -25,8 +25,9 @@ interface Shown {
     unit: MapUnit;
 }
 
-/** Half a side of the frame around a unit. */
+/** Half a side of the frame around a unit whose model is not there yet. */
 const FRAME = 12;
+const ROOM = 1.1;
 /** So many models are drawn, the others are frames alone. */
 const MAX_MODELS = 300;
 
@@ -49,9 +50,18 @@ export function createMapUnits(modelOf: ModelSource, changed: () => void): MapUn
             one.model = model;
             model.setPose(one.unit.transforms ?? []);
             one.group.add(model.root);
+            fitFrame(one.frame, model.root);
             changed();
         }).catch(() => {}); // its frame is there
         return one;
+    }
+
+    /** Around the model as it stands at first. */
+    function fitFrame(frame: LineLoop, model: Object3D): void {
+        frame.parent?.updateMatrixWorld(true);
+        const size = new Box3().setFromObject(model).getSize(new Vector3());
+        const side = Math.max(size.x, size.z, FRAME) / 2 * ROOM;
+        frame.scale.set(side / FRAME, 1, side / FRAME);
     }
 
     function remove(id: number, { group, frame, model }: Shown): void {

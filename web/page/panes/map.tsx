@@ -55,9 +55,8 @@ function Maps() {
                             onSelect={(map) => { chosen.value = map.name; schema.value = "0"; }} onActivate={(map) => void open(map)}
                             empty={roots.value?.mapsPath ? "No maps here." : "No maps here. Name a maps folder in Open… (Ctrl+O)."}
                             columns={[
-                                { title: "Map", width: "minmax(64px, 1fr)", cell: (map) => <span title={map.description}>{map.title || map.name}</span> },
-                                { title: "Size", width: "36px", cell: (map) => <span class="quiet">{map.size}</span> },
-                                { title: "Players", width: "44px", isNumber: true, cell: (map) => map.players },
+                                { title: "Map", width: "minmax(64px, 1fr)", cell: (map) => <span title={[map.size, map.description].filter(Boolean).join(": ")}>{map.title || map.name}</span> },
+                                { title: "Players", width: "48px", isNumber: true, cell: (map) => map.players },
                             ]} />
                         <div class="toolbar">
                             {one && one.schemas.length > 1 && <Choice label="Schema" isCompact value={schema.value} onChange={(value) => { schema.value = value; }}

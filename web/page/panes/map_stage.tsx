@@ -39,7 +39,7 @@ export function MapStage() {
                     <Button title="Bring the whole map into view" verb="fit-map" onPress={fitMap}>Fit</Button>
                     <Button title="Show the unit again; the map stays loaded" onPress={() => showMap(false)}>Unit</Button>
                 </div>
-                <div class="under">{pointerHint.value}</div>
+                <div class="under chip" role="status" aria-label="What a click does">{pointerHint.value}</div>
                 <Minimap />
                 {failure.value && <Failure message={failure.value} />}
             </div>

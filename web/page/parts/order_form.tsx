@@ -1,17 +1,21 @@
+import { useSignal } from "@preact/signals";
 import { mapUnits, pointer, selectedUnits, setPointer } from "../store/map";
 import { give, orderWords, preparedOrder, prepareOrder, typeOrderWord } from "../store/map_play";
 import { units } from "../store/roots";
 import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
-import { ORDERS } from "../work/map_orders";
+import { ORDERS, readPlace } from "../work/map_orders";
 
 /** An order for the chosen units; one that needs a place waits for a click on the map. */
 export function OrderForm() {
     const row = preparedOrder.value;
     const words = orderWords.value;
+    const where = useSignal("");
     const chosen = mapUnits.value.filter(({ unitId }) => selectedUnits.value.includes(unitId));
     const none = chosen.length === 0 && "Choose units: click them on the map or in the list";
-    const press = (): unknown => row.aim ? setPointer(pointer.peek() === "order" ? "select" : "order") : give(row, false);
+    const at = row.aim ? readPlace(where.value, mapUnits.value) : undefined;
+    const press = (): unknown => !row.aim || typeof at === "object" ? give(row, false, typeof at === "object" ? at : undefined)
+        : setPointer(pointer.peek() === "order" ? "select" : "order");
     return (
         <form class="fix" aria-label="Order" onSubmit={(event) => event.preventDefault()}>
             <Choice label="Order" value={row.order} onChange={(word) => prepareOrder(ORDERS.find(({ order }) => order === word)!)}
@@ -23,9 +27,11 @@ export function OrderForm() {
                 {row.takes === "script" && <Field label="Script" value={words.script} onInput={(script) => typeOrderWord({ script })} />}
                 {row.takes === "script" && <Field label="Arguments" value={words.args} onInput={(args) => typeOrderWord({ args })} hint="Whole numbers between blanks or commas" />}
             </div>}
+            {row.aim && <Field label="Where" value={where.value} error={typeof at === "string" ? at : undefined} hint="x and z, or # and a unit's id; empty: by click on the map"
+                onInput={(text) => { where.value = text; }} onEnter={() => void press()} />}
             <p>{chosen.length === 0 ? none : `To ${chosen.slice(0, 3).map(({ unitName, unitId }) => `${unitName} ${unitId}`).join(", ")}${chosen.length > 3 ? ` and ${chosen.length - 3} more` : ""}`}</p>
-            <Button kind="main" title={row.note} disabled={none} isPressed={pointer.value === "order"} onPress={press}>
-                {row.aim ? pointer.value === "order" ? "Click where…" : `${row.title} by click` : row.title}</Button>
+            <Button kind="main" title={row.note} disabled={none || (typeof at === "string" && at)} isPressed={pointer.value === "order"} onPress={press}>
+                {row.aim && !at ? pointer.value === "order" ? "Click where…" : `${row.title} by click` : row.title}</Button>
         </form>
     );
 }

@@ -1,11 +1,11 @@
-import { loadedMap, place, pointer, setPointer } from "../store/map";
+import { ground, mapUnits, place, pointer, setPointer } from "../store/map";
 import { type Placing, placing, setPlacing, spawnAt } from "../store/map_clicks";
 import { units } from "../store/roots";
-import { ground } from "../store/map";
 import { valueOf } from "../store/resource";
 import { wantedUnit } from "../store/unit";
 import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
+import { readPlace } from "../work/map_orders";
 import { PLAYERS } from "../work/players";
 
 const NUMBERS: readonly { key: "count" | "heading" | "health" | "built"; label: string; hint: string }[] = [
@@ -18,9 +18,13 @@ export function PlaceForm() {
     const now = placing.value;
     const name = now.name || (now.kind === "unit" ? wantedUnit.value : "");
     const names = now.kind === "unit" ? units.value.map((unit) => unit.name) : valueOf(ground.value)?.features.types.map((type) => type.name) ?? [];
-    const missing = name ? false : `Name a ${now.kind}`;
-    const begin = (): void => { setPlacing({ name }); setPointer(pointer.peek() === "place" ? "select" : "place"); };
-    const map = loadedMap.value;
+    const at = readPlace(now.where, mapUnits.value);
+    const missing = name ? typeof at === "string" && at : `Name a ${now.kind}`;
+    const press = (): unknown => {
+        setPlacing({ name });
+        if (typeof at === "object") return place(spawnAt({ ...now, name }, at.x, at.z));
+        return setPointer(pointer.peek() === "place" ? "select" : "place");
+    };
     return (
         <form class="fix" aria-label="Place" onSubmit={(event) => event.preventDefault()}>
             <div class="words">
@@ -31,13 +35,11 @@ export function PlaceForm() {
                     options={Array.from({ length: PLAYERS }, (_, i) => ({ value: String(i + 1), text: String(i + 1) }))} />}
                 {now.kind === "unit" && NUMBERS.map(({ key, label, hint }) =>
                     <Field key={key} label={label} type="number" value={String(now[key])} hint={hint} onInput={(text) => setPlacing({ [key]: Number(text) || 0 })} />)}
+                <Field label="Where" value={now.where} error={typeof at === "string" ? at : undefined} hint="x and z; empty: by click on the map"
+                    onInput={(where) => setPlacing({ where })} onEnter={() => void press()} />
             </div>
-            <div class="row-buttons">
-                <Button kind="main" title="Then click on the map, as often as you like" disabled={missing} isPressed={pointer.value === "place"} onPress={begin}>
-                    {pointer.value === "place" ? "Placing…" : "Place by click"}</Button>
-                <Button title="In the middle of the map" disabled={missing || (!map && "No map is loaded")}
-                    onPress={() => map && place(spawnAt({ ...now, name }, map.width / 2, map.height / 2))}>Place in the middle</Button>
-            </div>
+            <Button kind="main" title={at ? "At the place that is named" : "Then click on the map, as often as you like"} disabled={missing} isPressed={pointer.value === "place"} onPress={press}>
+                {at ? "Place" : pointer.value === "place" ? "Placing…" : "Place by click"}</Button>
         </form>
     );
 }

@@ -16,9 +16,11 @@ export interface Placing {
     /** Percent. */
     health: number;
     built: number;
+    /** A typed place, instead of a click. */
+    where: string;
 }
 
-const placingSignal = signal<Placing>({ kind: "unit", name: "", player: 1, count: 1, heading: 0, health: 100, built: 100 });
+const placingSignal = signal<Placing>({ kind: "unit", name: "", player: 1, count: 1, heading: 0, health: 100, built: 100, where: "" });
 
 export const placing: ReadonlySignal<Placing> = placingSignal;
 export const pointerHint = computed(() => {

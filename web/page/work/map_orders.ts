@@ -54,6 +54,19 @@ export interface OrderPlace {
     unitId?: number;
 }
 
+/** A typed place: "x z" or "#unit"; nothing when nothing is typed, else what is wrong with it. */
+export function readPlace(text: string, units: readonly Pick<MapUnit, "unitId" | "x" | "z">[]): OrderPlace | string | undefined {
+    if (text.trim() === "") return undefined;
+    const named = /^\s*#\s*(\d+)\s*$/.exec(text);
+    if (named) {
+        const unit = units.find(({ unitId }) => unitId === Number(named[1]));
+        return unit ? { x: unit.x, z: unit.z, unitId: unit.unitId } : `no unit ${named[1]}`;
+    }
+    const [x, z, more] = text.split(/[\s,]+/).filter(Boolean).map(Number);
+    if (x === undefined || z === undefined || more !== undefined || !Number.isFinite(x) || !Number.isFinite(z)) return "not a place: two numbers, or # and a unit's id";
+    return { x, z };
+}
+
 /** The request, or what it still needs. */
 export function buildOrder(row: OrderRow, unitIds: readonly number[], words: OrderWords, queue: boolean, at?: OrderPlace): { order: MapOrder } | { missing: string } {
     if (unitIds.length === 0) return { missing: "Choose units: click them on the map or in the list" };
