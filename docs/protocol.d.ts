@@ -193,8 +193,8 @@ export interface Messages {
     "map-load": Message<MapRequest, "map-load-reply", LoadedMap>;
     "map-exit": Message<None, "map-exit-reply", { wasLoaded: boolean }>;
     "map-spawn": Message<Spawn, "map-spawn-reply", SpawnedUnits | SpawnedFeature>;
-    "map-move": Message<MapOrder, "map-move-reply", OrderAnswer>;
-    "map-tick": Message<MapTimeRequest, "map-tick-reply", MapTime>;
+    "map-move": Message<MoveRequest, "map-move-reply", OrderAnswers>;
+    "map-tick": Message<MapTickRequest, "map-tick-reply", Ticked>;
     "map-snapshot": Message<SnapshotRequest, "map-snapshot-reply", Snapshot>;
     "map-heightmap": Message<{ plane?: "height" }, "map-heightmap-reply", Heightmap>;
     /** The frame is a PNG. */
@@ -209,9 +209,6 @@ interface Message<Payload, ReplyType extends string, Data> {
     replyType: ReplyType;
     reply: Data;
 }
-
-/** Answers the error "not implemented: TYPE" for now. */
-type Unbuilt<ReplyType extends string> = Message<unknown, ReplyType, unknown>;
 
 /** No members. */
 export type None = Record<string, never>;
@@ -1519,6 +1516,10 @@ export interface MapRequest {
     schema?: number;
     /** Default true. */
     placeUnits?: boolean;
+    /** What random numbers hang from; default 1. */
+    seed?: number;
+    /** That share the work of a tick, 1 to 16; nothing else depends on it. */
+    threads?: number;
 }
 
 export interface LoadedMap {
@@ -1570,7 +1571,125 @@ export interface Spawn {
     active?: boolean;
     /** Without testing the site. */
     force?: boolean;
+    /** What the new units are told to do. */
+    order?: UnitOrder;
 }
+
+export type OrderKind =
+    | "move" | "patrol" | "stop" | "attack" | "fire" | "guard" | "repair" | "capture" | "load"
+    | "unload" | "build" | "reclaim" | "activate" | "deactivate" | "cloak" | "decloak" | "moveState"
+    | "fireState" | "selfDestruct" | "damage" | "kill" | "finish" | "place" | "script" | "remove";
+
+export interface UnitOrder {
+    /** Default "move". */
+    order?: OrderKind;
+    x?: number;
+    z?: number;
+    /** A unit's id. */
+    target?: number;
+    /** A feature's id. */
+    targetFeature?: number;
+    /** The weapon, 0 to 2; without it all of them. */
+    slot?: number;
+    /** Of states 0 to 2, hit points, severity in percent. */
+    value?: number;
+    /** Of "place". */
+    heading?: number;
+    /** Behind the orders that there are; default false. */
+    queue?: boolean;
+    /** Of a script. */
+    name?: string;
+    args?: number[];
+}
+
+export interface MoveRequest extends UnitOrder {
+    unitIds?: number[];
+    unitId?: number;
+}
+
+export interface OrderRefusal {
+    unitId: number;
+    reason: string;
+}
+
+export interface OrderAnswers {
+    accepted: number[];
+    refused: OrderRefusal[];
+}
+
+export interface MapTickRequest {
+    /** 1 to 600, default 1. */
+    ticks?: number;
+    /** Default true. */
+    events?: boolean;
+    /** Ends them early. */
+    until?: MapEvent["kind"] | "idle";
+    stocks?: { player: number; metal?: number; energy?: number }[];
+}
+
+export interface Ticked {
+    tick: number;
+    ticksDone: number;
+    /** "time": ask for the rest. */
+    stopped: "ticks" | "until" | "time";
+    unitCount: number;
+    projectileCount: number;
+    players: MapPlayer[];
+    /** 16 hexadecimal digits; equal for equal worlds. */
+    hash: string;
+    events: MapEvent[];
+    eventsDropped: number;
+}
+
+/** Incomes and drains per second; a share is the part of what was asked for that there was. */
+export interface MapPlayer {
+    player: number;
+    metal: number;
+    metalStorage: number;
+    metalIncome: number;
+    metalDrain: number;
+    metalShare: number;
+    energy: number;
+    energyStorage: number;
+    energyIncome: number;
+    energyDrain: number;
+    energyShare: number;
+}
+
+interface EventBase {
+    tick: number;
+    unitId?: number;
+}
+
+interface EventPlace {
+    x: number;
+    y: number;
+    z: number;
+}
+
+interface EventPiece {
+    piece?: string;
+    pieceIndex?: number;
+}
+
+export type MapEvent = EventBase & (
+    | { kind: "order-done"; order: OrderKind; reached: boolean }
+    | { kind: "order-failed"; order: OrderKind; reason: "blocked" | "target gone" | "no way" | "cannot do" }
+    | { kind: "blocked" | "built" | "stalled" }
+    | { kind: "aimed"; slot: number }
+    | {
+        kind: "aim-failed"; slot: number;
+        reason: "script returned 0" | "no script" | "out of range" | "no line";
+    }
+    | { kind: "fired"; slot: number; weapon: string } & EventPlace & EventPiece
+    | { kind: "hit"; weapon: string; damaged: { unitId: number; damage: number }[] } & EventPlace
+    | { kind: "killed"; severity: number; corpseType: number; corpse?: string }
+    | { kind: "corpse"; featureId: number; name: string }
+    | { kind: "feature-gone"; featureId: number }
+    | { kind: "explode"; flags: number } & EventPiece
+    | { kind: "effect"; type: number } & EventPlace & EventPiece
+    | { kind: "sound"; name?: string; number?: number }
+    | { kind: "script-missing"; script: string });
 
 /** The place is that of the first unit. */
 export interface SpawnedUnits {
@@ -1581,6 +1700,8 @@ export interface SpawnedUnits {
     x: number;
     y: number;
     z: number;
+    /** Who does not take the order. */
+    orderRefused?: OrderRefusal[];
 }
 
 export interface SpawnedFeature {
@@ -1626,12 +1747,10 @@ export interface MapUnit {
     maxHealth: number;
     /** 1 is ready. */
     buildFraction: number;
-    state: "idle" | "nanoframe" | "moving" | "attacking" | "carried";
-    /** The current one. */
-    order?: OrderWord;
-    /** Id of the unit that carries it. */
-    carrier?: number;
+    state: "nanoframe" | "idle" | "moving" | "attacking" | "carried";
     active: boolean;
+    /** The current one. */
+    order?: OrderKind;
     /** Orders behind the current one. */
     queued: number;
     weapons: {
@@ -1644,6 +1763,8 @@ export interface MapUnit {
         target?: number;
     }[];
     transforms?: PieceTransform[];
+    /** The unit that it is aboard of. */
+    carrier?: number;
 }
 
 /** What flies: where it is, and where it is going. */
@@ -1657,102 +1778,6 @@ export interface MapProjectile {
     pitch: number;
     /** The unit that fired it, while that lives. */
     owner?: number;
-}
-
-export type OrderWord =
-    | "move" | "patrol" | "stop" | "attack" | "fire" | "guard" | "repair" | "capture" | "load" | "unload" | "build" | "reclaim"
-    | "activate" | "deactivate" | "cloak" | "decloak" | "moveState" | "fireState" | "selfDestruct" | "damage" | "kill" | "finish"
-    | "place" | "script" | "remove";
-
-export interface MapOrder {
-    unitIds: number[];
-    /** Default "move". */
-    order?: OrderWord;
-    x?: number;
-    z?: number;
-    /** A unit's id. */
-    target?: number;
-    targetFeature?: number;
-    /** What is built. */
-    unit?: string;
-    count?: number;
-    slot?: number;
-    value?: number;
-    heading?: number;
-    /** Behind the other orders rather than in their place. */
-    queue?: boolean;
-    unrestricted?: boolean;
-    /** A script with its arguments. */
-    name?: string;
-    args?: number[];
-}
-
-export interface OrderAnswer {
-    accepted: number[];
-    refused: { unitId: number; reason: string }[];
-}
-
-export type MapEventKind =
-    | "order-done" | "order-failed" | "blocked" | "built" | "aimed" | "aim-failed" | "fired" | "hit" | "killed" | "corpse"
-    | "feature-gone" | "explode" | "effect" | "sound" | "script-missing" | "stalled";
-
-export interface MapTimeRequest {
-    /** 1 to 600, default 1. */
-    ticks?: number;
-    /** Default true. */
-    events?: boolean;
-    until?: MapEventKind | "idle";
-    stocks?: { player: number; metal?: number; energy?: number }[];
-}
-
-/** Members by kind. */
-export interface MapEvent {
-    kind: MapEventKind;
-    tick: number;
-    unitId?: number;
-    order?: OrderWord;
-    reached?: boolean;
-    reason?: string;
-    slot?: number;
-    weapon?: string;
-    x?: number;
-    y?: number;
-    z?: number;
-    piece?: string;
-    pieceIndex?: number;
-    damaged?: { unitId: number; damage: number }[];
-    severity?: number;
-    corpseType?: number;
-    corpse?: string;
-    featureId?: number;
-    name?: string;
-    number?: number;
-    flags?: number;
-    type?: number;
-    script?: string;
-}
-
-export interface MapTime {
-    tick: number;
-    ticksDone: number;
-    stopped: "ticks" | "until" | "time";
-    unitCount: number;
-    projectileCount: number;
-    /** 16 hexadecimal digits. */
-    hash: string;
-    events: MapEvent[];
-    eventsDropped: number;
-    players: {
-        player: number;
-        metal: number;
-        metalStorage: number;
-        metalIncome: number;
-        metalDrain: number;
-        energy: number;
-        energyStorage: number;
-        energyIncome: number;
-        energyDrain: number;
-    }[];
 }
 
 export interface Heightmap {

@@ -55,6 +55,7 @@ sim::Flight flightOf(const WeaponReader& weapon) {
 void readFlags(sim::WeaponType& type, const WeaponReader& weapon) {
     type.flight = flightOf(weapon);
     type.isTurret = weapon.flag("turret");
+    type.needsFreeLine = weapon.flag("lineofsight") || type.flight == sim::Flight::straight;
     type.isWaterWeapon = weapon.flag("waterweapon");
     // Interceptors shoot at shots, of which nobody takes notice yet.
     type.isCommandFire = weapon.flag("commandfire") || weapon.flag("interceptor");

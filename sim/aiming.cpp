@@ -95,6 +95,8 @@ AimSolution solveDrop(const WorldParts& world, const Unit& unit, const WeaponTyp
                       const Vector& from, const AimTarget& target, AimDirection direction) {
     Vector velocity = vectorOf(unit.heading, {}, unit.motion.speed), place = from;
     const Fixed gravity = fallPerTick(world.frame.conditions);
+    // From lower it would be hit by its own bomb.
+    if (from.y - target.point.y <= weapon.damageRadius) return failed(AimFailure::outOfRange);
     for (Tick tick = 0; tick < rules::kMostFallSeconds * kTicksPerSecond; ++tick) {
         if (place.y <= target.point.y || gravity == Fixed()) break;
         place = place + fallOneTick(velocity, gravity);
@@ -146,16 +148,17 @@ AimSolution solveAim(const WorldParts& world, const WeaponType& weapon, const Un
             return solveThrow(world, weapon, from, target, direction);
         case Flight::dropped:
             return solveDrop(world, unit, weapon, from, target, direction);
-        case Flight::straight:
-            if (direction.pitch.steps() < weapon.leastPitch) return failed(AimFailure::outOfRange);
-            if (!weapon.slidesOverGround && isBlocked(world, weapon, from, way, target))
-                return failed(AimFailure::noLine);
-            break;
-        case Flight::guided:
         case Flight::vertical:
         case Flight::cruise:
+            return {direction, {}};
+        case Flight::straight:
+        case Flight::guided:
             break;
     }
+    if (direction.pitch.steps() < weapon.leastPitch) return failed(AimFailure::outOfRange);
+    if (weapon.needsFreeLine && !weapon.slidesOverGround &&
+        isBlocked(world, weapon, from, way, target))
+        return failed(AimFailure::noLine);
     return {direction, {}};
 }
 

@@ -48,81 +48,79 @@ Amount effectOn(const Unit& unit, Amount amount) {
                                  : amount;
 }
 
-/// Takes hit points, or time, from a unit; it may die of it. Returns what it took.
-Amount hurt(WorldParts& world, TickScratch& scratch, Unit& unit, const Damage& damage,
-            bool isParalyzer) {
-    if (!unit.isPresent()) return {};
-    const Amount effect = effectOn(unit, damage.amount);
-    tellScriptOfHit(world, unit, damage.heading);
-    if (damage.by) unit.lastAttacker = damage.by;
-    if (isParalyzer) {
-        if (unit.type->isImmuneToParalyzer) return {};
-        const std::int64_t ticks = std::min<std::int64_t>(effect.floor(), kMaxWeaponTicks);
-        unit.stunnedUntil =
-            std::max(unit.stunnedUntil, world.state.tick + static_cast<Tick>(ticks));
-        return effect;
-    }
-    const Amount before = unit.health;
-    unit.health -= effect;
-    if (unit.health > Amount()) return effect;
-    if (Unit* const killer = world.state.units.find(damage.by); killer && killer != &unit)
-        ++killer->kills;
-    killUnit(world, scratch, unit, severityOf(unit, effect, before), DeathKind::killed);
-    return effect;
+void paralyze(const WorldParts& world, Unit& unit, Amount ticks) {
+    if (unit.type->isImmuneToParalyzer) return;
+    const std::int64_t length = std::min<std::int64_t>(ticks.floor(), kMaxWeaponTicks);
+    unit.stunnedUntil = std::max(unit.stunnedUntil, world.state.tick + static_cast<Tick>(length));
 }
 
-/// One impact at work.
+/// Takes hit points, or time, from a unit; it may die of it.
+void hurt(WorldParts& world, TickScratch& scratch, Unit& unit, const Damage& damage,
+          bool isParalyzer) {
+    if (!unit.isPresent()) return;
+    tellScriptOfHit(world, unit, damage.heading);
+    if (damage.by) unit.lastAttacker = damage.by;
+    if (isParalyzer) return paralyze(world, unit, damage.amount);
+    const Amount before = unit.health;
+    unit.health -= damage.amount;
+    if (unit.health > Amount()) return;
+    if (Unit* const killer = world.state.units.find(damage.by); killer && killer != &unit)
+        ++killer->kills;
+    killUnit(world, scratch, unit, severityOf(unit, damage.amount, before), DeathKind::killed);
+}
+
+/// One impact at work: whom it hurts is told before anybody dies of it.
 class Blast {
 public:
     Blast(WorldParts& world, TickScratch& scratch, const Impact& impact)
-        : world_(world), scratch_(scratch), impact_(impact) {
-        hit_.weapon = impact.weapon->name;
-        hit_.place = impact.place;
-    }
+        : world_(world), scratch_(scratch), impact_(impact) {}
 
     void run() {
-        if (Unit* const direct = world_.state.units.find(impact_.direct))
-            hurtUnit(*direct, Fixed(), impact_.heading);
-        if (weapon().damageRadius > Fixed()) hurtUnitsAround();
+        if (const Unit* const direct = world_.state.units.find(impact_.direct))
+            add(*direct, Fixed(), impact_.heading);
+        if (weapon().damageRadius > Fixed()) findUnits();
+        tell();
+        for (const Damage& damage : damages_)
+            hurt(world_, scratch_, *world_.state.units.find(damage.victim), damage,
+                 weapon().isParalyzer);
         if (!weapon().isOnlyForUnits && !weapon().isParalyzer) hurtFeatures();
-        world_.events.add({world_.state.tick, byId(), nullptr, std::move(hit_)});
     }
 
 private:
     const WeaponType& weapon() const { return *impact_.weapon; }
 
-    std::uint32_t byId() const {
+    void tell() {
         const Unit* const by = world_.state.units.find(impact_.by);
-        return by ? by->id : 0;
+        Hit hit{weapon().name, impact_.place, {}};
+        hit.damaged.reserve(damages_.size());
+        for (const Damage& damage : damages_)
+            hit.damaged.push_back({damage.victim.slot + 1, damage.amount});
+        world_.events.add({world_.state.tick, by ? by->id : 0, nullptr, std::move(hit)});
     }
 
-    void hurtUnit(Unit& unit, Fixed distance, Angle heading) {
-        const Amount amount = weapon().damageAt(distance, weapon().damageTo(unit.type->name));
-        if (amount <= Amount() || !unit.isPresent()) return;
-        const Amount taken = hurt(world_, scratch_, unit, {unit.ref(), amount, heading, impact_.by},
-                                  weapon().isParalyzer);
-        if (taken > Amount()) hit_.damaged.push_back({unit.id, taken});
+    void add(const Unit& unit, Fixed distance, Angle heading) {
+        if (!unit.isPresent()) return;
+        const Amount whole = weapon().damageTo(unit.type->name);
+        const Amount effect = effectOn(unit, weapon().damageAt(distance, whole));
+        if (effect > Amount()) damages_.push_back({unit.ref(), effect, heading, impact_.by});
     }
 
-    void hurtUnitsAround() {
+    void findUnits() {
         if (scratch_.areaTests >= kMaxAreaTests) return;
         // The farthest corner of the largest footprint.
         constexpr Fixed kLargest = Fixed::fromInt(kMaxFootprint * kCellPixels * 3 / 4);
-        std::vector<std::uint32_t> found;
-        found.swap(scratch_.found);
         world_.derived.buckets.findWithin(world_.state.units, {impact_.place.x, impact_.place.z},
-                                          weapon().damageRadius + kLargest, found);
-        scratch_.areaTests += found.size();
-        for (const std::uint32_t slot : found) {
-            Unit& unit = *world_.state.units.at(slot);
-            if (!unit.isPresent() || unit.ref() == impact_.direct) continue;
+                                          weapon().damageRadius + kLargest, scratch_.found);
+        scratch_.areaTests += scratch_.found.size();
+        for (const std::uint32_t slot : scratch_.found) {
+            const Unit& unit = *world_.state.units.at(slot);
+            if (unit.ref() == impact_.direct) continue;
             const Fixed distance = distanceTo(unit, impact_.place);
-            if (distance > weapon().damageRadius) continue;
-            hurtUnit(unit, distance,
-                     headingOf(unit.place.x - impact_.place.x, unit.place.z - impact_.place.z));
+            if (distance <= weapon().damageRadius)
+                add(unit, distance,
+                    headingOf(unit.place.x - impact_.place.x, unit.place.z - impact_.place.z));
         }
-        found.clear();
-        scratch_.found.swap(found);
+        scratch_.found.clear();
     }
 
     /// What was hit, and each blocking feature that has a cell within the radius, once.
@@ -170,7 +168,7 @@ private:
     WorldParts& world_;
     TickScratch& scratch_;
     Impact impact_;
-    Hit hit_;
+    std::vector<Damage> damages_;
 };
 
 /// What a unit's script says that it leaves; nothing is left of one that was never finished.
@@ -207,8 +205,11 @@ void killUnit(WorldParts& world, TickScratch& scratch, Unit& unit, std::int32_t 
 
 void stepDamage(WorldParts& world, TickScratch& scratch) {
     for (const Damage& damage : scratch.damage)
-        if (Unit* const unit = world.state.units.find(damage.victim))
-            hurt(world, scratch, *unit, damage, false);
+        if (Unit* const unit = world.state.units.find(damage.victim)) {
+            Damage effect = damage;
+            effect.amount = effectOn(*unit, damage.amount);
+            hurt(world, scratch, *unit, effect, false);
+        }
     // Deaths put their explosions at the end; every unit dies once.
     for (std::size_t i = 0; i < scratch.impacts.size(); ++i)
         Blast(world, scratch, scratch.impacts[i]).run();

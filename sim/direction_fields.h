@@ -25,7 +25,12 @@ public:
     struct Key {
         std::uint32_t movementClass = 0;
         std::uint32_t sector = 0;
+        /// A cell, or the middle of a portal.
         SectorCell aim = 0;
+        /// The straight step out through the portal, anywhere along it; `kHere` for the cell.
+        std::uint8_t exit = kHere;
+        /// Where it goes on beyond the portal, so that it is crossed on the side of that.
+        Cell beyond = {};
         bool operator==(const Key&) const = default;
     };
 
@@ -50,13 +55,11 @@ private:
         bool isUsed = false;
         DirectionField field{};
     };
-    struct Entry {
-        SectorCell aim = 0;
-        std::uint32_t slot = 0;
-    };
-    using Entries = std::vector<Entry>;
+    /// Slots.
+    using Entries = std::vector<std::uint32_t>;
 
     Entries& entriesOf(const Key& key);
+    Entries::const_iterator find(const Entries& entries, const Key& key) const;
     std::uint32_t takeSlot(const Key& key);
     void drop(std::uint32_t slot);
 

@@ -1,10 +1,9 @@
 #include "sim/ground_motion.h"
 
 #include <algorithm>
-#include <array>
 
 #include "sim/births.h"
-#include "sim/orders.h"
+#include "sim/giving_way.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
 
@@ -39,7 +38,9 @@ Fixed turningSpeed(Fixed most, std::int32_t offSteps) {
 
 MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& wish) {
     const MoveLimits& limits = unit.type->movement;
-    MotionStep step{unit.heading, changedSpeed(unit.motion.speed, {}, limits), {}, {}, false};
+    MotionStep step;
+    step.heading = unit.heading;
+    step.speed = changedSpeed(unit.motion.speed, {}, limits);
     if (!wish.goal) return step;
     const RouteStep way = world.state.routes.step(unit.slot());
     const Fixed x = way.toward.x - unit.place.x, z = way.toward.z - unit.place.z;
@@ -48,7 +49,8 @@ MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& w
     step.isElsewhere = way.state == RouteState::elsewhere;
     if (step.distance == Fixed()) return step;
 
-    const Angle wished = headingOf(x, z) + unit.motion.detour;
+    step.wished = headingOf(x, z);
+    const Angle wished = step.wished + unit.motion.detour;
     step.heading = turnedTowards(unit.heading, wished, limits.turnRate);
     Fixed most = turningSpeed(limits.maxSpeed, shortestDifference(step.heading, wished));
     if (way.isEnd)
@@ -59,42 +61,11 @@ MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& w
     return step;
 }
 
-/// Cells of a footprint that somebody else has.
-std::int32_t countForeign(const WorldParts& world, const Unit& unit, const CellRect& cells) {
-    std::int32_t count = 0;
-    const CellOwner self = ownerOf(unit);
-    forEachCell(cells, [&](Cell cell) {
-        const CellOwner owner = world.state.occupancy.ownerOf(cell);
-        if (owner != CellOwner() && owner != self) ++count;
-    });
-    return count;
-}
-
-/// Whoever was forced onto others or onto bad ground may leave, as long as it gets no worse.
-bool mayStep(const WorldParts& world, const Unit& unit, const CellRect& from, const CellRect& to) {
-    if (!world.frame.terrain.contains(to)) return false;
-    if (unit.type->canFly) return true;
-    const std::int32_t foreign = countForeign(world, unit, to);
-    if (foreign > 0 && foreign >= countForeign(world, unit, from)) return false;
-    return canStandAt(world, unit, to.center()) || !canStandAt(world, unit, from.center());
-}
-
 void stepTo(WorldParts& world, Unit& unit, GroundPoint place, const CellRect& from,
             const CellRect& to) {
     if (from != to && !unit.type->canFly) world.state.occupancy.move(from, to, ownerOf(unit));
     world.derived.buckets.move(unit.slot(), unit.place, place);
     unit.place = place;
-}
-
-/// What stands in its way there, if somebody does.
-const Unit* blockerAt(const WorldParts& world, const Unit& unit, const CellRect& cells) {
-    const Unit* found = nullptr;
-    forEachCell(cells, [&](Cell cell) {
-        const CellOwner owner = world.state.occupancy.ownerOf(cell);
-        if (owner.isUnit() && owner.id() != unit.id && !found)
-            found = world.state.units.withId(owner.id());
-    });
-    return found;
 }
 
 /// Where it would come to be after so long a way in a direction.
@@ -103,79 +74,55 @@ GroundPoint ahead(const Unit& unit, Angle heading, Fixed length) {
     return {unit.place.x + way.x, unit.place.z + way.z};
 }
 
-/// A way round what stands in its way: the first direction in which there is room for a step of a
-/// cell; units take the same side, so that two who meet do not dance.
-void chooseDetour(const WorldParts& world, Unit& unit) {
-    constexpr std::array<std::int32_t, 6> kTries = {8'192,   -8'192, 16'384,
-                                                    -16'384, 24'576, -24'576};
-    const CellRect from = unit.cells();
-    const Angle straight = unit.heading - unit.motion.detour;
-    for (const std::int32_t offset : kTries) {
-        const GroundPoint place =
-            ahead(unit, straight + Angle::fromSteps(offset), rules::kDetourProbe);
-        const CellRect to = footprintAt(place, from.width, from.depth);
-        if (to == from || !mayStep(world, unit, from, to)) continue;
-        unit.motion.detour = Angle::fromSteps(offset);
-        unit.motion.detourTicks = rules::kDetourTicks;
-        return;
-    }
-    unit.motion.detour = {};
-    unit.motion.detourTicks = 0;
-}
-
-void beBlocked(WorldParts& world, Unit& unit, const MotionStep& step, const CellRect& wished) {
-    UnitMotion& motion = unit.motion;
-    motion.speed = motion.speed.over(2, Rounding::down);
-    const Unit* const blocker = blockerAt(world, unit, wished);
-    if (blocker) makeRoom(world, *world.state.units.find(blocker->ref()), unit);
-
-    const Fixed nearEnough = Fixed::fromInt(kCellPixels * rules::kCrowdedGoalFootprints *
-                                            std::max(unit.type->footprintX, unit.type->footprintZ));
-    if (blocker && step.end && step.distance <= nearEnough &&
-        motion.blockedTicks >= rules::kCrowdedGoalTicks) {
-        motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
-        return;
-    }
-    if (motion.detourTicks == 0 && blocker) chooseDetour(world, unit);
-}
-
 /// Counts how long it has not got on.
 void noteBlocked(WorldParts& world, Unit& unit, bool hasMoved, bool wantsToMove) {
     UnitMotion& motion = unit.motion;
     if (motion.detourTicks > 0 && --motion.detourTicks == 0) motion.detour = {};
-    if (!wantsToMove) {
-        motion.blockedTicks = 0;
-        return;
-    }
-    if (hasMoved) {
-        motion.blockedTicks = std::max(0, motion.blockedTicks - 1);
+    if (!wantsToMove || hasMoved) {
+        motion.blockedTicks = wantsToMove ? std::max(0, motion.blockedTicks - 2) : 0;
         return;
     }
     ++motion.blockedTicks;
     if (motion.blockedTicks == rules::kBlockedTicks) world.tell(unit, Blocked{});
-    if (motion.blockedTicks >= rules::kGiveUpTicks) motion.arrival = Arrival::givenUp;
+}
+
+/// Takes a piece of a step; where it cannot be, the longer part of it along one axis or else the
+/// other, so that a unit slides along what it grazes. None of it: false.
+bool takePiece(WorldParts& world, Unit& unit, Fixed x, Fixed z) {
+    const CellRect from = unit.cells();
+    const bool isXLonger = absolute(x) >= absolute(z);
+    const GroundPoint alongX{x, {}}, alongZ{{}, z};
+    for (const GroundPoint& way :
+         {GroundPoint{x, z}, isXLonger ? alongX : alongZ, isXLonger ? alongZ : alongX}) {
+        if (way == GroundPoint()) continue;
+        const GroundPoint place{unit.place.x + way.x, unit.place.z + way.z};
+        const CellRect to = footprintAt(place, from.width, from.depth);
+        if (from != to && !mayStep(world, unit, from, to)) continue;
+        stepTo(world, unit, place, from, to);
+        return true;
+    }
+    return false;
 }
 
 /// Takes the step piece by piece up to the first that cannot be; whether it got anywhere.
 bool advance(WorldParts& world, Unit& unit, const MotionStep& step) {
-    const std::int32_t pieces =
-        (unit.motion.speed.raw() + Fixed::fromInt(kLongestPiece).raw() - 1) /
-        Fixed::fromInt(kLongestPiece).raw();
+    const std::int32_t longest = Fixed::fromInt(kLongestPiece).raw();
+    const std::int32_t pieces = (unit.motion.speed.raw() + longest - 1) / longest;
     const GroundPoint start = unit.place;
     const Vector whole = vectorOf(unit.heading, {}, unit.motion.speed);
-    for (std::int32_t i = 1; i <= pieces; ++i) {
+    for (std::int32_t i = 0; i < pieces; ++i) {
         const auto part = [&](Fixed length) {
-            return Fixed::fromWideRaw(
-                quotient(std::int64_t{length.raw()} * i, pieces, Rounding::towardsZero));
+            const auto upTo = [&](std::int32_t count) {
+                return quotient(std::int64_t{length.raw()} * count, pieces, Rounding::towardsZero);
+            };
+            return Fixed::fromWideRaw(upTo(i + 1) - upTo(i));
         };
-        const GroundPoint place{start.x + part(whole.x), start.z + part(whole.z)};
-        const CellRect from = unit.cells();
-        const CellRect to = footprintAt(place, from.width, from.depth);
-        if (from != to && !mayStep(world, unit, from, to)) {
-            beBlocked(world, unit, step, to);
-            break;
-        }
-        stepTo(world, unit, place, from, to);
+        const Fixed x = part(whole.x), z = part(whole.z);
+        if (takePiece(world, unit, x, z)) continue;
+        const GroundPoint wished{unit.place.x + x, unit.place.z + z};
+        beBlocked(world, unit, step,
+                  footprintAt(wished, unit.type->footprintX, unit.type->footprintZ));
+        break;
     }
     return unit.place != start;
 }

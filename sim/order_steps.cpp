@@ -107,8 +107,7 @@ OrderFailure failureOf(const Order& order) {
 void endOrder(WorldParts& world, Unit& unit, Progress progress) {
     const Order order = unit.orders.front();
     unit.orders.erase(unit.orders.begin());
-    unit.motion.arrival = Arrival::underWay;
-    unit.motion.blockedTicks = 0;
+    unit.motion.beginAnew();
     if (order.isSideStep) return;
     if (progress == Progress::failed)
         world.tell(unit, OrderFailed{order.kind, failureOf(order)});

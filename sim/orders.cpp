@@ -5,6 +5,7 @@
 #include "cob/cob_vm.h"
 #include "sim/births.h"
 #include "sim/formation.h"
+#include "sim/giving_way.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
 #include "sim/script_host.h"
@@ -58,7 +59,7 @@ void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) 
     if (request.place) moveUnitTo(world, unit, *request.place);
     if (request.hasHeading) unit.heading = request.heading;
     unit.motion.speed = {};
-    unit.motion.blockedTicks = 0;
+    unit.motion.beginAnew();
 }
 
 void startNamedScript(WorldParts& world, Unit& unit, const OrderRequest& request) {
@@ -153,7 +154,7 @@ void queueOrder(Unit& unit, const Order& order, bool isQueued) {
     } else {
         unit.orders.push_back(order);
     }
-    if (!isQueued) unit.motion.arrival = Arrival::underWay;
+    if (!isQueued) unit.motion.beginAnew();
 }
 
 }  // namespace
@@ -215,27 +216,6 @@ std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
         queueOrder(*takers[i], own, request.isQueued);
     }
     return answers;
-}
-
-void makeRoom(WorldParts& world, Unit& unit, const Unit& other) {
-    if (!unit.orders.empty() || !unit.type->canMove || !unit.isPresent() || !unit.isBuilt() ||
-        unit.player != other.player)
-        return;
-    // To the side of the other's way on which it stands already.
-    const Vector between = unit.position() - other.position();
-    const Angle away = headingOf(between.x, between.z);
-    const bool isLeft = shortestDifference(other.heading, away) >= 0;
-    const Angle side = other.heading + Angle::fromSteps(isLeft ? 16'384 : -16'384);
-    const std::int32_t cells =
-        std::max(other.type->footprintX, other.type->footprintZ) + rules::kSideStepCells;
-    const Vector step = vectorOf(side, {}, Fixed::fromInt(cells * kCellPixels));
-    Order order;
-    order.kind = OrderKind::move;
-    order.isSideStep = true;
-    order.place = order.gathering =
-        world.frame.terrain.clamped({unit.place.x + step.x, unit.place.z + step.z});
-    unit.orders.push_back(order);
-    unit.motion.arrival = Arrival::underWay;
 }
 
 void clearYard(WorldParts& world, Unit& building) {

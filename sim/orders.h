@@ -62,9 +62,6 @@ std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
                                     std::span<const std::int64_t> unitIds,
                                     const OrderRequest& request);
 
-/// Sends an idle unit a little aside, out of the way of `other`; others do not listen.
-void makeRoom(WorldParts& world, Unit& unit, const Unit& other);
-
 /// Sends whoever stands in a building's yard out of it.
 void clearYard(WorldParts& world, Unit& building);
 

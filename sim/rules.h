@@ -73,10 +73,16 @@ inline constexpr Fixed kArrivalDistance = Fixed::fromInt(2);
 /// standing. Higher ends crowding sooner and leaves looser groups.
 inline constexpr std::int32_t kCrowdedGoalFootprints = 2;
 inline constexpr Tick kCrowdedGoalTicks = 15;
+/// It grows by a footprint with so many detours, up to this many.
+inline constexpr std::int32_t kDetoursPerFootprint = 4;
+inline constexpr std::int32_t kMostCrowdedGoalFootprints = 12;
 /// How long somebody goes round before he heads for his goal again, and how far he looks whether
 /// there is room. Longer gets round larger groups and wanders more.
 inline constexpr Tick kDetourTicks = 20;
+inline constexpr Tick kLongestDetourTicks = 90;
 inline constexpr Fixed kDetourProbe = Fixed::fromInt(16);
+/// How long others are waited for who go on by themselves. Longer keeps queues in order.
+inline constexpr Tick kPatience = 10;
 /// Ticks without getting on after which that is told, and after which the order fails.
 inline constexpr Tick kBlockedTicks = 90;
 inline constexpr Tick kGiveUpTicks = 300;

@@ -35,6 +35,8 @@ struct UnitWish {
 struct MotionStep {
     Angle heading;
     Fixed speed;
+    /// Where its way leads, which it may be going round something to get to.
+    Angle wished;
     /// Where its way ends, and how far that is in a straight line; none when it is not near.
     std::optional<GroundPoint> end;
     Fixed distance;

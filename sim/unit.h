@@ -32,13 +32,28 @@ struct UnitMotion {
     Fixed speed;
     /// The movement class that its ways are looked up in.
     std::uint32_t movementClass = kNoMovementClass;
-    /// How long it has not got on, in ticks.
+    /// How long it has not got on, in ticks; where others are in its way who get on themselves, no
+    /// longer than they.
     std::int32_t blockedTicks = 0;
+    /// How long it has not moved at all.
+    std::int16_t stillTicks = 0;
     /// How it goes round what stands in its way: this is added to its heading, for so many ticks.
     Angle detour;
     std::int16_t detourTicks = 0;
+    /// How often it has gone round something on its way to this goal.
+    std::uint8_t detours = 0;
     /// How the way to its goal ended; for the order that it follows, which looks in the next tick.
     Arrival arrival = Arrival::underWay;
+
+    /// Towards another goal.
+    void beginAnew() {
+        blockedTicks = 0;
+        stillTicks = 0;
+        detour = {};
+        detourTicks = 0;
+        detours = 0;
+        arrival = Arrival::underWay;
+    }
 
     bool operator==(const UnitMotion&) const = default;
 };
@@ -118,8 +133,10 @@ void eachField(const UnitMotion& motion, Visit visit) {
     visit("speed", motion.speed);
     visit("movementClass", motion.movementClass);
     visit("blockedTicks", motion.blockedTicks);
+    visit("stillTicks", motion.stillTicks);
     visit("detour", motion.detour);
     visit("detourTicks", motion.detourTicks);
+    visit("detours", motion.detours);
     visit("arrival", motion.arrival);
 }
 static_assert(sizeof(UnitMotion) == 20);

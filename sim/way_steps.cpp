@@ -27,15 +27,32 @@ std::uint32_t lastInIsland(const Way& way, const SectorGraph& graph, std::uint32
     return number;
 }
 
-DirectionFields::Key keyOf(const Way& way, const SectorGraph& graph, std::uint32_t number) {
-    const Cell aim = way.cells[number];
-    return {way.movementClass, static_cast<std::uint32_t>(graph.layout().sectorOf(aim)),
-            SectorLayout::inSector(aim)};
+/// The step from a portal to its partner; `kHere` where a change of the ground has come between.
+std::uint8_t exitBetween(Cell from, Cell to) {
+    for (std::uint8_t side = 0; side < kDirections; side += 2)
+        if (kSteps[side] == Cell{to.x - from.x, to.z - from.z}) return side;
+    return kHere;
 }
 
-bool isWithinLookAhead(Cell a, Cell b) {
-    return std::max(std::abs(a.x - b.x), std::abs(a.z - b.z)) <=
-           static_cast<std::int32_t>(kLookAhead);
+/// The field towards one of the way's cells: the last one in its island.
+DirectionFields::Key keyOf(const Way& way, const SectorGraph& graph, std::uint32_t number) {
+    const Cell aim = way.cells[number];
+    DirectionFields::Key key{way.movementClass,
+                             static_cast<std::uint32_t>(graph.layout().sectorOf(aim)),
+                             SectorLayout::inSector(aim),
+                             kHere,
+                             {}};
+    if (number + 1 == way.cells.size()) return key;
+    key.exit = exitBetween(aim, way.cells[number + 1]);
+    key.beyond = way.cells[lastInIsland(way, graph, number + 1)];
+    return key;
+}
+
+/// Somebody comes so near to the border beyond one of his way's cells that he looks across it.
+bool looksAcross(const Way& way, std::uint32_t number) {
+    const Cell aim = way.cells[number], partner = way.cells[number + 1];
+    const std::int32_t apart = aim.x != partner.x ? way.start.x - aim.x : way.start.z - aim.z;
+    return std::abs(apart) <= static_cast<std::int32_t>(kLookAhead);
 }
 
 /// The cells that a walker comes through, from the one after his own on.
@@ -55,23 +72,20 @@ Ahead lookAhead(const Way& way, const ClassGround& ground, const DirectionFields
     int legs = 1;
     const DirectionField* field = &fields.at(keyOf(way, ground.graph, number));
     while (ahead.count < kLookAhead) {
-        if (cell == way.cells[number]) {
-            ahead.reachesEnd = number + 1 == way.cells.size();
-            if (ahead.reachesEnd || ++legs > 2) break;
-            cell = way.cells[number + 1];  // across the border
-            number = lastInIsland(way, ground.graph, number + 1);
-            field = &fields.at(keyOf(way, ground.graph, number));
-        } else {
-            const std::uint8_t direction = (*field)[SectorLayout::inSector(cell)];
-            if (direction >= kDirections) break;
-            cell = {cell.x + kSteps[direction].x, cell.z + kSteps[direction].z};
-        }
+        const std::uint8_t direction = (*field)[SectorLayout::inSector(cell)];
+        if (direction >= kDirections) break;
+        const std::size_t sector = ground.graph.layout().sectorOf(cell);
+        cell = {cell.x + kSteps[direction].x, cell.z + kSteps[direction].z};
         worst = std::max(worst, ground.grid.cost(cell));
         ahead.cells[ahead.count] = cell;
         ahead.worst[ahead.count] = worst;
         ++ahead.count;
+        if (ground.graph.layout().sectorOf(cell) == sector) continue;
+        if (++legs > 2) break;
+        number = lastInIsland(way, ground.graph, number + 1);
+        field = &fields.at(keyOf(way, ground.graph, number));
     }
-    if (cell == way.cells[number]) ahead.reachesEnd = number + 1 == way.cells.size();
+    ahead.reachesEnd = number + 1 == way.cells.size() && cell == way.cells[number];
     return ahead;
 }
 
@@ -134,13 +148,14 @@ std::optional<std::uint32_t> findNext(const Way& way, const SectorGraph& graph) 
     for (std::uint32_t i = way.next; i < std::min(count, way.next + kReach); ++i)
         if (isIn(graph, way.cells[i], sector, island)) return lastInIsland(way, graph, i);
     for (std::uint32_t back = 1; back <= std::min(way.next, kReach); ++back)
-        if (isIn(graph, way.cells[way.next - back], sector, island)) return way.next - back;
+        if (isIn(graph, way.cells[way.next - back], sector, island))
+            return lastInIsland(way, graph, way.next - back);
     return std::nullopt;
 }
 
 void needFields(const Way& way, const SectorGraph& graph, DirectionFields& fields) {
     fields.need(keyOf(way, graph, way.next));
-    if (way.next + 1 < way.cells.size() && isWithinLookAhead(way.start, way.cells[way.next]))
+    if (way.next + 1 < way.cells.size() && looksAcross(way, way.next))
         fields.need(keyOf(way, graph, lastInIsland(way, graph, way.next + 1)));
 }
 

@@ -53,6 +53,8 @@ struct WeaponType {
 
     /// Turns by itself; otherwise the unit has to face the target.
     bool isTurret = false;
+    /// Fires only where nothing stands between.
+    bool needsFreeLine = false;
     /// Flies under water, at what is in the water.
     bool isWaterWeapon = false;
     /// Fires only when it is told to.

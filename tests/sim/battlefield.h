@@ -134,6 +134,7 @@ inline std::shared_ptr<WeaponType> weaponType(Flight flight, double range = 400)
     weapon->name = "GUN";
     weapon->flight = flight;
     weapon->isTurret = true;
+    weapon->needsFreeLine = flight == Flight::straight;
     weapon->range = px(range);
     weapon->speed = weapon->startSpeed = px(12);
     weapon->turnPerTick = 1'500;

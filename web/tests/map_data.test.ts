@@ -54,6 +54,6 @@ test("a click with the right button means attack, guard or move", () => {
     const units = [{ unitId: 1, player: 1 }, { unitId: 2, player: 1 }, { unitId: 3, player: 2 }] as MapUnit[];
     const words = [undefined, 1, 2, 3].map((unitId) => meantBy({ x: 0, z: 0, ...(unitId === undefined ? {} : { unitId }) }, units, [1]).order);
     assert.deepEqual(words, ["move", "move", "guard", "attack"]);
-    assert.equal(describeEvent({ kind: "hit", tick: 1, weapon: "DART", damaged: [{ unitId: 3, damage: 12.4 }] }), "DART hit 3 (−12)");
+    assert.equal(describeEvent({ kind: "hit", tick: 1, x: 0, y: 0, z: 0, weapon: "DART", damaged: [{ unitId: 3, damage: 12.4 }] }), "DART hit 3 (−12)");
     assert.equal(describeEvent({ kind: "order-done", tick: 1, order: "move", reached: false }), "move: done, not reached");
 });

@@ -1,6 +1,6 @@
 // Lifetime: the loaded map. Time on it: orders, ticks, what happened.
 import { batch, effect, type ReadonlySignal, signal } from "@preact/signals";
-import type { MapEvent, MapOrder, MapTime } from "protocol";
+import type { MapEvent, MoveRequest, Ticked } from "protocol";
 import { ask } from "../ask";
 import { createClock } from "../work/clock";
 import { type OrderRow, buildOrder, type OrderPlace, ORDERS, type OrderWords } from "../work/map_orders";
@@ -9,13 +9,11 @@ import { counted } from "../work/words";
 import { say } from "./connection";
 import { carryOut, loadedMap, lookAtUnits, selectedUnits } from "./map";
 
-export interface NumberedEvent extends MapEvent {
-    row: number;
-}
+export type NumberedEvent = MapEvent & { row: number };
 
 const MAX_EVENTS = 2_000;
 
-const timeSignal = signal<MapTime | undefined>(undefined);
+const timeSignal = signal<Ticked | undefined>(undefined);
 const eventsSignal = signal<readonly NumberedEvent[]>([]);
 const playingSignal = signal(false);
 const speedSignal = signal(1);
@@ -25,7 +23,7 @@ const wordsSignal = signal<OrderWords>({ value: "", unit: "", script: "", args: 
 let lastRow = 0;
 
 /** What the newest ticks told; none before the first. */
-export const mapTime: ReadonlySignal<MapTime | undefined> = timeSignal;
+export const mapTime: ReadonlySignal<Ticked | undefined> = timeSignal;
 export const mapEvents: ReadonlySignal<readonly NumberedEvent[]> = eventsSignal;
 export const isMapPlaying: ReadonlySignal<boolean> = playingSignal;
 export const mapSpeed: ReadonlySignal<number> = speedSignal;
@@ -51,7 +49,7 @@ export function give(row: OrderRow, queue: boolean, at?: OrderPlace): Promise<vo
     });
 }
 
-async function send(order: MapOrder, title: string): Promise<void> {
+async function send(order: MoveRequest, title: string): Promise<void> {
     const { accepted, refused } = await ask("map-move", order);
     const reasons = [...new Set(refused.map(({ reason }) => reason))].join(", ");
     say(`${title}: ${counted(accepted.length, "unit")}${refused.length > 0 ? `; ${refused.length} refused: ${reasons}` : ""}`);

@@ -1,9 +1,9 @@
 // The orders that units on a map take: what each needs, and the request that it becomes.
-import type { MapEvent, MapOrder, MapUnit, OrderWord } from "protocol";
+import type { MapEvent, MapUnit, MoveRequest, OrderKind } from "protocol";
 import { readArguments } from "./arguments";
 
 export interface OrderRow {
-    order: OrderWord;
+    order: OrderKind;
     title: string;
     /** What is clicked; none for orders that are given at once. */
     aim?: "place" | "target" | "either";
@@ -68,7 +68,7 @@ export function readPlace(text: string, units: readonly Pick<MapUnit, "unitId" |
 }
 
 /** The request, or what it still needs. */
-export function buildOrder(row: OrderRow, unitIds: readonly number[], words: OrderWords, queue: boolean, at?: OrderPlace): { order: MapOrder } | { missing: string } {
+export function buildOrder(row: OrderRow, unitIds: readonly number[], words: OrderWords, queue: boolean, at?: OrderPlace): { order: MoveRequest } | { missing: string } {
     if (unitIds.length === 0) return { missing: "Choose units: click them on the map or in the list" };
     const args = readArguments(words.args);
     if (row.takes === "unit" && words.unit.trim() === "") return { missing: "Name the unit that is built" };
@@ -91,26 +91,26 @@ export function buildOrder(row: OrderRow, unitIds: readonly number[], words: Ord
 export function meantBy(at: OrderPlace, units: readonly MapUnit[], chosen: readonly number[]): OrderRow {
     const player = units.find(({ unitId }) => unitId === chosen[0])?.player;
     const target = units.find(({ unitId }) => unitId === at.unitId);
-    const word: OrderWord = !target || chosen.includes(target.unitId) ? "move" : target.player === player ? "guard" : "attack";
+    const word: OrderKind = !target || chosen.includes(target.unitId) ? "move" : target.player === player ? "guard" : "attack";
     return ORDERS.find(({ order }) => order === word)!;
 }
 
 /** An event in words, without tick and unit. */
-export function describeEvent({ kind, order, reached, reason, slot, weapon, damaged, severity, corpse, name, piece, script, number }: MapEvent): string {
-    switch (kind) {
-        case "order-done": return `${order}: done${reached === false ? ", not reached" : ""}`;
-        case "order-failed": return `${order}: ${reason}`;
-        case "aimed": return `aimed, slot ${slot}`;
-        case "aim-failed": return `cannot aim, slot ${slot}: ${reason}`;
-        case "fired": return `fired ${weapon}${piece ? ` from ${piece}` : ""}`;
-        case "hit": return `${weapon} hit${damaged?.length ? ` ${damaged.map((one) => `${one.unitId} (−${Math.round(one.damage)})`).join(", ")}` : " nothing"}`;
-        case "killed": return `killed, severity ${severity}${corpse ? `, leaves ${corpse}` : ""}`;
-        case "corpse": return `left ${name}`;
-        case "feature-gone": return "a feature is gone";
-        case "explode": return `${piece ?? "a piece"} flies off`;
-        case "effect": return `effect${piece ? ` at ${piece}` : ""}`;
-        case "sound": return `sound ${name ?? number}`;
-        case "script-missing": return `has no script ${script}`;
-        default: return kind;
+export function describeEvent(event: MapEvent): string {
+    switch (event.kind) {
+        case "order-done": return `${event.order}: done${event.reached ? "" : ", not reached"}`;
+        case "order-failed": return `${event.order}: ${event.reason}`;
+        case "aimed": return `aimed, slot ${event.slot}`;
+        case "aim-failed": return `cannot aim, slot ${event.slot}: ${event.reason}`;
+        case "fired": return `fired ${event.weapon}${event.piece ? ` from ${event.piece}` : ""}`;
+        case "hit": return `${event.weapon} hit ${event.damaged.map(({ unitId, damage }) => `${unitId} (−${Math.round(damage)})`).join(", ") || "nothing"}`;
+        case "killed": return `killed, severity ${event.severity}${event.corpse ? `, leaves ${event.corpse}` : ""}`;
+        case "corpse": return `left ${event.name}`;
+        case "feature-gone": return `feature ${event.featureId} is gone`;
+        case "explode": return `${event.piece ?? "a piece"} flies off`;
+        case "effect": return `effect${event.piece ? ` at ${event.piece}` : ""}`;
+        case "sound": return `sound ${event.name ?? event.number}`;
+        case "script-missing": return `has no script ${event.script}`;
+        default: return event.kind;
     }
 }
