@@ -10,7 +10,7 @@ import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/r
 import { followUnit } from "./store/script";
 import { followTextures } from "./store/textures";
 import { resetTrace } from "./store/trace";
-import { openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
+import { mayLeaveUnit, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
 import { messageOf } from "./work/newest";
 
 export function begin(): void {
@@ -33,6 +33,7 @@ export function begin(): void {
 
 /** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */
 export async function openAndShow(wanted: Roots): Promise<void> {
+    if (!await mayLeaveUnit()) return;
     await openRoots(wanted);
     const names = units.peek().map(({ name }) => name);
     const before = wantedUnit.peek();

@@ -212,6 +212,8 @@ export function followModel(): void {
         shown = next;
         reset();
     });
+    // the browser asks in its own words
+    addEventListener("beforeunload", (event) => { if (stateSignal.peek().isDirty) event.preventDefault(); });
     effect(() => {
         if (isAlive.value) return;
         const { isDirty, undoDepth } = stateSignal.peek();

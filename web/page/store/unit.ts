@@ -55,7 +55,7 @@ export function markFaces(faces: readonly FaceMark[]): void {
 
 /** Loads a unit; while one loads, only the newest wish is kept. */
 export async function openUnit(name: string): Promise<void> {
-    if (loadedUnit.peek() && !await mayLeave()) return;
+    if (!await mayLeaveUnit()) return;
     wantedSignal.value = name;
     await load();
 }
@@ -63,8 +63,11 @@ export async function openUnit(name: string): Promise<void> {
 /** Loads the unit and its model anew, as after a write or a change on the disk. */
 export async function reloadUnit(): Promise<void> {
     models.clear();
-    if (await mayLeave()) await load();
+    if (await mayLeaveUnit()) await load();
 }
+
+/** Whether nothing stands in the way of loading a unit; may ask the user. */
+export const mayLeaveUnit = async (): Promise<boolean> => !loadedUnit.peek() || await mayLeave();
 
 /** Asked before a unit gives way to another or to itself: false keeps it. For edits that loading would end. */
 export function guardLeaving(ask: () => boolean | Promise<boolean>): void {
