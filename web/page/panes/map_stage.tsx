@@ -47,6 +47,9 @@ export function MapStage() {
     );
 }
 
+/** Of so many units the minimap shows where they are. */
+const MAX_DOTS = 500;
+
 /** A click looks there; its arrows are those of the view. */
 function Minimap() {
     const known = valueOf(ground.value);
@@ -63,7 +66,7 @@ function Minimap() {
                 lookAtPlace(x, z, groundHeight(x, z));
             }}>
             <Picture png={png.current.bytes} label="Minimap" />
-            {mapUnits.value.map(({ unitId, x, z }) =>
+            {mapUnits.value.slice(0, MAX_DOTS).map(({ unitId, x, z }) =>
                 <i key={unitId} class={selectedUnits.value.includes(unitId) ? "chosen" : ""} style={{ left: percent(x, width), top: percent(z, height) }} />)}
         </div>
     );

@@ -134,6 +134,11 @@ function takeFeatures({ features: changed }: Snapshot): void {
     if (next.length !== before.length || next.some(([id], i) => id !== before[i]![0])) featuresSignal.value = next;
 }
 
+/** Asks for every pose the next time: what is done between ticks does not count as later than the last one. */
+export function forgetPoses(): void {
+    lastTick = undefined;
+}
+
 export function selectUnits(ids: readonly number[]): void {
     selectedSignal.value = ids;
 }
@@ -157,6 +162,7 @@ export function groundHeight(x: number, z: number): number {
 export async function place(what: Spawn): Promise<void> {
     await carryOut(async () => {
         const placed = await ask("map-spawn", what);
+        forgetPoses();
         await lookAtUnits();
         if ("featureId" in placed) return say(`${what.feature} placed`);
         selectUnits(placed.unitIds);

@@ -7,7 +7,7 @@ import { type OrderRow, buildOrder, type OrderPlace, ORDERS, type OrderWords } f
 import { messageOf, newestNext } from "../work/newest";
 import { counted } from "../work/words";
 import { say } from "./connection";
-import { carryOut, loadedMap, lookAtUnits, selectedUnits } from "./map";
+import { carryOut, forgetPoses, loadedMap, lookAtUnits, selectedUnits } from "./map";
 
 export type NumberedEvent = MapEvent & { row: number };
 
@@ -53,6 +53,7 @@ async function send(order: MoveRequest, title: string): Promise<void> {
     const { accepted, refused } = await ask("map-move", order);
     const reasons = [...new Set(refused.map(({ reason }) => reason))].join(", ");
     say(`${title}: ${counted(accepted.length, "unit")}${refused.length > 0 ? `; ${refused.length} refused: ${reasons}` : ""}`);
+    forgetPoses();
     await lookAtUnits();
     if (accepted.length === 0 && refused.length > 0) throw new Error(`${title}: ${reasons}`);
 }
