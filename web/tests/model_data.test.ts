@@ -15,7 +15,7 @@ const PIECES = [
     piece(0, [face(0, { isSelection: true, issues: ["degenerate"] }), face(1, { texture: "Fen" })]),
     piece(1, [face(0, { issues: ["concave"] }), face(1, { isTwin: true, indices: [2, 3, 4] }), face(2, { texture: "fen", issues: ["concave"] })], ["unused-vertex"]),
 ];
-const input = (more: Partial<FixInput> = {}): FixInput => ({ faces: [], piece: undefined, corners: [], words: {}, ...more });
+const input = (more: Partial<FixInput> = {}): FixInput => ({ faces: [], piece: undefined, corners: [], position: [1, 2, 3], words: {}, ...more });
 
 test("every fix is built of what is chosen, or says what is missing", () => {
     const whole = input({
@@ -24,6 +24,7 @@ test("every fix is built of what is chosen, or says what is missing", () => {
     });
     for (const { kind } of FIXES) assert.ok("fix" in buildFix(kind, whole), kind);
     assert.deepEqual(buildFix("move-vertices", whole), { fix: { kind: "move-vertices", piece: 1, vertices: [2, 3], by: [1.5, 0, 0] } });
+    assert.deepEqual(buildFix("move-piece", whole), { fix: { kind: "move-piece", piece: 1, position: [1.5, 2, 3] } });
     assert.deepEqual(buildFix("add-twins", input()), { fix: { kind: "add-twins" } });
     for (const [kind, missing] of [["flip-faces", "Choose faces: click them in the 3D view or in the list"], ["rename-piece", "Choose a piece"],
         ["scale", "Name the factor"]] as const) assert.deepEqual(buildFix(kind, input()), { missing });

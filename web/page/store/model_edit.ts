@@ -53,6 +53,7 @@ export const fixKind: ReadonlySignal<FixKind> = kindSignal;
 export const fixWords: ReadonlySignal<FixInput["words"]> = wordsSignal;
 export const prepared = computed(() => buildFix(kindSignal.value, {
     faces: targets.value, piece: selectedPiece.value, words: wordsSignal.value,
+    position: shownPieces.value[selectedPiece.value ?? -1]?.position ?? [0, 0, 0],
     corners: cornersOf(shownPieces.value, targets.value, selectedPiece.value),
 }));
 /** The faces that the prepared fix would change. */

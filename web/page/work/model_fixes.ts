@@ -14,6 +14,8 @@ export interface FixInput {
     piece: number | undefined;
     /** Vertices of that piece that are corners of the chosen faces. */
     corners: readonly number[];
+    /** Of that piece, from its parent. */
+    position: readonly [x: number, y: number, z: number];
     words: Readonly<Partial<Record<FixWord, string>>>;
 }
 
@@ -57,13 +59,13 @@ export const FIXES: readonly FixRow[] = [
     { kind: "weld-vertices", title: "Weld vertices", piece: "some", words: ["tolerance"], note: "Vertices in one place become one.",
         build: (input) => ({ kind: "weld-vertices", ...somePiece(input), ...tolerance(input) }) },
     { kind: "move-vertices", title: "Move vertices", piece: "needed", words: ["vertices", "x", "y", "z"], note: "Of the chosen piece; without numbers the corners of the chosen faces.",
-        build: (input) => ({ kind: "move-vertices", piece: thePiece(input), vertices: theVertices(input), by: point(input) }) },
+        build: (input) => ({ kind: "move-vertices", piece: thePiece(input), vertices: theVertices(input), by: point(input, [0, 0, 0]) }) },
     { kind: "scale", title: "Scale", piece: "some", words: ["factor"], note: "The unit, or a piece and what hangs from it.",
         build: (input) => ({ kind: "scale", factor: number(input, "factor"), ...somePiece(input) }) },
     { kind: "rename-piece", title: "Rename the piece", piece: "needed", words: ["name"], note: "Scripts find pieces by their names.",
         build: (input) => ({ kind: "rename-piece", piece: thePiece(input), name: word(input, "name") }) },
-    { kind: "move-piece", title: "Move the piece", piece: "needed", words: ["x", "y", "z"], note: "To a place counted from its parent.",
-        build: (input) => ({ kind: "move-piece", piece: thePiece(input), position: point(input) }) },
+    { kind: "move-piece", title: "Move the piece", piece: "needed", words: ["x", "y", "z"], note: "To a place counted from its parent; what is empty stays.",
+        build: (input) => ({ kind: "move-piece", piece: thePiece(input), position: point(input, input.position) }) },
     { kind: "set-selection", title: "Make the face the selection plate", faces: "needed", note: "The one chosen face; the game draws the selection by it.",
         build: (input) => {
             const [face, ...more] = theFaces(input);
@@ -187,5 +189,6 @@ function theVertices(input: FixInput): number[] {
     return vertices;
 }
 
-const point = (input: FixInput): [number, number, number] => [number(input, "x", 0), number(input, "y", 0), number(input, "z", 0)];
+const point = (input: FixInput, [x, y, z]: readonly [number, number, number]): [number, number, number] =>
+    [number(input, "x", x), number(input, "y", y), number(input, "z", z)];
 const tolerance = (input: FixInput) => input.words.tolerance?.trim() ? { tolerance: number(input, "tolerance") } : {};
