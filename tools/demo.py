@@ -160,6 +160,8 @@ def main():
         print(f"    {DIM}{line}{OFF}")
     print(f"    {DIM}… {len(lines)} lines in {os.path.relpath(LOG)}{OFF}")
 
+    note("The same to click at, in a browser: ./dev web")
+
 
 if __name__ == "__main__":
     try:

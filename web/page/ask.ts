@@ -122,6 +122,3 @@ function rejectAll(reason: string): void {
     waiting.clear();
     frames.clear();
 }
-
-/** How many requests have no reply yet; tests end when there are none. */
-export const unanswered = (): number => waiting.size;

@@ -1,16 +1,18 @@
 // What happens by itself: the first roots and unit, a new back end after the old has ended, changed files.
+import { effect } from "@preact/signals";
 import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
 import { startHealthSweep } from "./store/health_sweep";
 import { followMaps } from "./store/map";
 import { followMapTime } from "./store/map_play";
-import { followModel } from "./store/model_edit";
+import { editState, followModel } from "./store/model_edit";
 import { followPalette } from "./store/palette";
 import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
-import { followUnit } from "./store/script";
+import { isOwnWrite } from "./store/question";
+import { draftCount, followUnit } from "./store/script";
 import { followTextures } from "./store/textures";
 import { resetTrace } from "./store/trace";
-import { mayLeaveUnit, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
+import { loadedUnit, mayLeaveUnit, noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
 import { messageOf } from "./work/newest";
 
 export function begin(): void {
@@ -20,7 +22,10 @@ export function begin(): void {
             void openAndShow(start.roots);
         },
         revived: () => void reopen(),
-        filesChanged: () => void refreshUnits(),
+        filesChanged(paths) {
+            void refreshUnits();
+            if (!isOwnWrite()) noteChangedFiles(paths);
+        },
     });
     startHealthSweep();
     followUnit();
@@ -29,6 +34,8 @@ export function begin(): void {
     followModel();
     followPalette();
     followTextures();
+    effect(() => { document.title = `${loadedUnit.value ? `${loadedUnit.value.unitName} – ` : ""}Unit Editor`; });
+    addEventListener("beforeunload", (event) => { if (draftCount.peek() > 0 || editState.peek().isDirty) event.preventDefault(); });
 }
 
 /** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */

@@ -2,7 +2,8 @@ import type { Command } from "./key_names";
 import { bottomPanes } from "./panes/registry";
 import { restartEditor } from "./store/connection";
 import { refreshUnits } from "./store/roots";
-import { isPlaying, isStopped, pause, play, report, resetScript, resume, stepTick, stopThreads } from "./store/run";
+import { isPlaying, isStopped, pause, play, report, resetScript, resume, stopThreads } from "./store/run";
+import { stepLine } from "./store/step";
 import { isEdited, isTemporary, endTry, saveText, source, toggleComparing, tryText } from "./store/script";
 import { editState, findDuplicates, lookThrough, redo, revertModel, saveModel, undo } from "./store/model_edit";
 import { loadedUnit, reloadUnit, wantedUnit } from "./store/unit";
@@ -63,7 +64,7 @@ export const commands: readonly Command[] = [
     { id: "play", key: "F8", where: "page", title: "Run or pause the script, or the map",
         run: withMap(toggleMapPlay, withScript(() => isPlaying.peek() ? pause() : play())) },
     { id: "step-line", key: "F10", where: "page", title: "Step one line, or one tick while nothing is stopped",
-        run: withMap(() => stepMap(1), withScript(stepTick)) },
+        run: withMap(() => stepMap(1), withScript(stepLine)) },
     { id: "step-instruction", key: "Shift+F10", where: "page", title: "Step one instruction",
         run: withScript(() => isStopped.peek() && resume("cob-step-instruction")) },
     { id: "reset-script", key: "Shift+F8", where: "page", title: "Start the script over, at rest", run: withScript(resetScript) },

@@ -36,6 +36,12 @@ export interface Bench {
     expectErrors(pattern: RegExp): void;
 }
 
+export interface OpenBench extends Bench {
+    errors(): string[];
+    lines(): string[];
+    close(): Promise<void>;
+}
+
 export interface BenchOptions {
     /** By default the sample game and its mod. */
     roots?: (data: string) => Roots;
@@ -87,7 +93,7 @@ export async function openServer(context: TestContext, options: Partial<ServerOp
     return { server, scratch };
 }
 
-export async function openBench(options: BenchOptions): Promise<Bench & { errors(): string[]; lines(): string[]; close(): Promise<void> }> {
+export async function openBench(options: BenchOptions): Promise<OpenBench> {
     const scratch = mkdtempSync(join(tmpdir(), "orb-web-"));
     const data = join(scratch, "data");
     cpSync(join(BUILD, "samples/data"), data, { recursive: true });
@@ -172,7 +178,7 @@ export async function openUnit(page: Page, name: string): Promise<void> {
     await page.getByLabel("Search", { exact: true }).fill(name);
     await page.keyboard.press("Enter");
     await unitIsShown(page, name);
-    await page.getByText("Loading…").waitFor({ state: "detached" });
+    await eventually(() => page.getByText("Loading…").count(), 0);
 }
 
 /** How many pixels of the 3D view's middle differ from its corner. */

@@ -3,6 +3,8 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import { Euler, Matrix4, Vector3 } from "three";
 import { findKeyFaults, nameOfKey } from "../page/key_names";
+import type { LoadedUnit } from "protocol";
+import { concerns } from "../page/work/unit_files";
 import { readArguments } from "../page/work/arguments";
 import { createClock } from "../page/work/clock";
 import { hexOf, readHex } from "../page/work/colors";
@@ -125,6 +127,13 @@ test("keys have names, and clashes and rows without a title are found", () => {
     const row = (id: string, key: string, where: "page" | "view", title = "t") => ({ id, key, where, title, run: () => {} });
     assert.deepEqual(findKeyFaults([row("a", "F", "page"), row("b", "F", "view"), row("c", "G", "view", "")]),
         ["c has no title", "F is a and b"]);
+});
+
+test("files that concern a unit: what it was loaded from, whatever its case", () => {
+    const unit = { unitName: "FENWADE", source: { kind: "archive", path: "/m/x.ufo", internalPath: "units/a.fbi", inBaseTa: false },
+        fbi: { objectname: "Walker", scriptname: "", script: "" } } as unknown as LoadedUnit;
+    assert.deepEqual(["/m/x.ufo", "/m/scripts/fenwade.BOS", "/m/objects3d/WALKER.3do", "/m/units/.fbi", "/m/unitpics/FENWADE.pcx", "/m/y.ufo"].map((path) => concerns(path, unit)),
+        [true, true, true, false, false, false]);
 });
 
 test("colours go to the picker and back", () => {

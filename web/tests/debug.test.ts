@@ -39,6 +39,8 @@ flow("steps by lines and instructions, and runs on", {}, async ({ page }) => {
     await eventually(async () => (await stopped.textContent())?.trim(), "turn sling to x-axis <-70> speed <900>;");
     await page.keyboard.press("F10");
     await eventually(async () => (await stopped.textContent())?.trim(), "wait-for-turn sling around x-axis;");
+    await page.keyboard.press("F10"); // past what the other thread does meanwhile
+    await eventually(async () => (await stopped.textContent())?.trim(), "hide cup;");
     await page.keyboard.press("Shift+F10");
     await page.getByRole("button", { name: "Continue" }).click();
     await eventually(() => stopped.count(), 0);

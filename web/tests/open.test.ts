@@ -32,3 +32,20 @@ flow("says at once that a folder is not there, and that one holds no units", {},
     await dialog.getByRole("button", { name: "Open", exact: true }).click();
     await page.getByText("0 units here.").waitFor();
 });
+
+flow("mods change places when one is dragged onto the other, and then the other one wins", {
+    roots: (data) => ({ taDataPath: join(data, "game"), modPaths: [join(data, "mod"), join(data, "found")] }),
+}, async ({ page }) => {
+    await unitIsShown(page, "FENDOCK");
+    const names = () => page.getByLabel("Data roots").getByRole("listitem").allTextContents();
+    await eventually(names, ["sample game game", "mod found", "mod mod"]);
+    await page.getByRole("listitem").filter({ hasText: "found" }).dragTo(page.getByRole("listitem").filter({ hasText: "mod mod" }));
+    await eventually(names, ["sample game game", "mod mod", "mod found"]);
+});
+
+flow("a root that is not there is marked, and the others are mounted", {
+    roots: (data) => ({ taDataPath: join(data, "game"), modPaths: [join(data, "gone")] }),
+}, async ({ page }) => {
+    await unitIsShown(page, "FENDOCK");
+    await page.getByRole("listitem").filter({ hasText: "gone" }).getByText("not there").waitFor();
+});

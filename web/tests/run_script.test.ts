@@ -20,6 +20,7 @@ flow("starts a script with arguments, and the pose follows", {}, async ({ page }
     await openUnit(page, "KILCART");
     await page.getByRole("tree", { name: "Pieces" }).getByRole("treeitem", { name: /^turret/ }).click();
     await page.getByLabel("Script to start").selectOption("AimPrimary");
+    await eventually(() => page.getByLabel("Arguments").getAttribute("placeholder"), "heading, pitch");
     await page.getByLabel("Arguments").fill("8192 0");
     await page.getByRole("button", { name: "Start", exact: true }).click();
     await eventuallyMatches(() => page.getByLabel("Pose of turret").textContent(), /turned0\.0°, 45\.0°, 0\.0°/);

@@ -1,6 +1,6 @@
 // What must not matter: editors that end, pages that go, two at once, strange names, folders that vanish.
 import assert from "node:assert/strict";
-import { mkdirSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { appendFileSync, mkdirSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { eventuallyMatches, flow, openUnit, unitIsShown } from "./bench";
 
@@ -107,6 +107,8 @@ flow("names with markup are text everywhere", {
 }, async ({ page }) => {
     await openUnit(page, "ODD");
     await page.getByRole("option").getByText(MARKUP).waitFor();
+    await page.getByText("This unit has no script.").waitFor();
+    assert.equal(await page.getByRole("button", { name: "Run", exact: true }).getAttribute("title"), "This unit has no script (F8)");
     assert.equal(await page.locator("img, .app script").count(), 0);
     assert.deepEqual(await page.getByLabel("Side", { exact: true }).locator("option").allTextContents(), ["All sides", "<b>S</b>", "FEN", "KILN", "NEUTRAL"]);
 });
@@ -117,6 +119,9 @@ flow("what other programs change is seen, also that a mod folder vanishes", {
     await openUnit(page, "GLDCRAB");
     writeFileSync(join(data, "found/units/NEWONE.fbi"), "[UNITINFO]\n{\nUnitName=NEWONE;\nObjectName=KILCART;\n}\n");
     await page.getByRole("option", { name: /NEWONE/ }).waitFor();
+    appendFileSync(join(data, "found/units/GLDCRAB.fbi"), "\n");
+    await page.getByRole("button", { name: "Load again" }).click();
+    await page.getByText("changed on disk").waitFor({ state: "detached" });
     rmSync(join(data, "found"), { recursive: true });
     await page.getByRole("option", { name: /NEWONE/ }).waitFor({ state: "detached" });
     await page.keyboard.press("Control+Shift+l");

@@ -68,5 +68,15 @@ flow("saves source and code into the mod after consent", {}, async ({ page, data
     await page.getByText(/the script of FENRAFT is written to/).waitFor();
     assert.deepEqual(readFileSync(join(data, "mod/marshmod.ufo.orbbackup")), before);
     await page.getByLabel("Script source").getByText("// mine").waitFor();
+    await eventually(() => page.getByRole("button", { name: "Save" }).getAttribute("aria-disabled"), "true");
+});
+
+flow("undo never brings back another unit's text", {}, async ({ page }) => {
+    await openUnit(page, "FENWADE");
+    await openUnit(page, "KILCART");
+    await page.getByLabel("Script source").click();
+    await page.keyboard.press("Control+z");
+    await page.keyboard.press("Control+Home");
+    await page.getByLabel("Script source").getByText("// Coal Cart: four rolling wheels").waitFor();
     assert.equal(await page.getByRole("button", { name: "Save" }).getAttribute("aria-disabled"), "true");
 });

@@ -5,7 +5,7 @@ import { Decoration, type DecorationSet, EditorView } from "@codemirror/view";
 const setLine = StateEffect.define<number | undefined>();
 const LOOK = Decoration.line({ class: "stopped-line", attributes: { "aria-current": "step" } });
 
-export const stoppedLineMark: Extension = StateField.define<DecorationSet>({
+const field = StateField.define<DecorationSet>({
     create: () => Decoration.none,
     update(value, transaction) {
         let next = value.map(transaction.changes);
@@ -17,8 +17,13 @@ export const stoppedLineMark: Extension = StateField.define<DecorationSet>({
         }
         return next;
     },
-    provide: (field) => EditorView.decorations.from(field),
+    provide: (self) => EditorView.decorations.from(self),
 });
+
+// more than the line with the cursor
+const looks = EditorView.theme({ ".cm-line.stopped-line": { backgroundColor: "var(--line-stopped)" } });
+
+export const stoppedLineMark: Extension = [field, looks];
 
 export function showStop(view: EditorView, line: number | undefined): void {
     const isThere = line !== undefined && line >= 1 && line <= view.state.doc.lines;

@@ -1,7 +1,9 @@
 import { editor, restartEditor, said } from "../store/connection";
-import { loadedUnit } from "../store/unit";
+import { draftCount } from "../store/script";
+import { isStale, loadedUnit, reloadUnit } from "../store/unit";
 import { Button } from "../widgets/button";
 import { baseName } from "../work/paths";
+import { counted } from "../work/words";
 
 /** Where the unit lies, what is unsaved, whether the editor is there. */
 export function StatusBar() {
@@ -12,6 +14,8 @@ export function StatusBar() {
                 {source.kind === "archive" ? `${baseName(source.path)} :: ${source.internalPath}` : source.path}
             </span>}
             {source && <span>{source.inBaseTa ? "base game, copied into a mod for changes" : "writable"}</span>}
+            {isStale.value && <span class="status warn">changed on disk <Button title="Load the unit again" verb="reload-unit" onPress={reloadUnit}>Load again</Button></span>}
+            {draftCount.value > 0 && <span class="status warn" title="Scripts that differ from what is saved">{counted(draftCount.value, "script")} unsaved</span>}
             <span class="said" role="status" aria-live="polite">{said.value}</span>
             <EditorPart />
         </footer>

@@ -40,7 +40,7 @@ function PosePart({ piece, pose }: { piece: Piece; pose: PieceTransform | undefi
     const degrees = (radians: number): string => `${(radians * 180 / Math.PI).toFixed(1)}°`;
     return (
         <dl class="facts" aria-label={`Pose of ${piece.name}`}>
-            <dt>from its parent</dt><dd>{piece.position.map((value) => value.toFixed(2)).join(", ")}</dd>
+            <dt title="from its parent, in model units">offset</dt><dd>{piece.position.map((value) => value.toFixed(2)).join(", ")}</dd>
             {pose && <><dt>moved</dt><dd>{[pose.tx, pose.ty, pose.tz].map((value) => value.toFixed(2)).join(", ")}</dd>
                 <dt>turned</dt><dd>{[pose.rx, pose.ry, pose.rz].map(degrees).join(", ")}</dd></>}
         </dl>

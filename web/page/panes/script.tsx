@@ -10,8 +10,9 @@ import { showStop, stoppedLineMark } from "../editor/stopped_line";
 import { bos } from "../lang/bos";
 import {
     breakpoints, diagnostics, edit, endTry, isComparing, isEdited, isTemporary, moveBreakpoints, original, revertText, saveText,
-    scriptFailure, source, stoppedLine, text, toggleBreakpoint, toggleComparing, tryText,
+    scriptFailure, scriptOwner, source, stoppedLine, text, toggleBreakpoint, toggleComparing, tryText,
 } from "../store/script";
+import { loadedUnit } from "../store/unit";
 import { Button } from "../widgets/button";
 import { CodeEditor } from "../widgets/code_editor";
 import { List } from "../widgets/list";
@@ -19,6 +20,7 @@ import { States, StatusMark } from "../widgets/states";
 
 /** The script's source: stop in it, change it, try it, save it. */
 export function ScriptPane() {
+    const hasNone = loadedUnit.value !== undefined && !loadedUnit.value.report;
     const unedited = isEdited.value ? false : "Nothing is changed";
     return (
         <section class="script" aria-label="Script">
@@ -37,9 +39,9 @@ export function ScriptPane() {
                 </div>
             )}
             {scriptFailure.value && <p class="failure" role="alert">{scriptFailure.value}</p>}
-            <States of={source.shown.value} empty="Choose a unit: its script comes here." retry={source.load}>
-                {() => <CodeEditor label="Script source" text={text} onChange={edit} extensions={EXTENSIONS} follow={followStore} />}
-            </States>
+            {hasNone ? <p class="empty">This unit has no script.</p> : <States of={source.shown.value} empty="Choose a unit: its script comes here." retry={source.load}>
+                {() => <CodeEditor key={scriptOwner.value} label="Script source" text={text} onChange={edit} extensions={EXTENSIONS} follow={followStore} />}
+            </States>}
             {diagnostics.value.length > 0 && <Problems found={diagnostics.value} />}
         </section>
     );

@@ -1,6 +1,7 @@
 import { useSignal } from "@preact/signals";
-import { isPlaying, isStopped, pause, play, report, resetScript, resume, setSpeed, SPEEDS, speed, startScript, stepTick } from "../store/run";
-import { scriptNames } from "../store/script";
+import { isPlaying, isStopped, pause, play, report, resetScript, resume, setSpeed, SPEEDS, speed, startScript } from "../store/run";
+import { stepLine } from "../store/step";
+import { parametersOf, scriptNames } from "../store/script";
 import { loadedUnit } from "../store/unit";
 import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
@@ -15,7 +16,7 @@ export function Transport() {
         <div class="toolbar transport" role="toolbar" aria-label="Script">
             <Button kind="icon" verb="play" disabled={none} title={isPlaying.value ? "Pause" : isStopped.value ? "Continue" : "Run"}
                 onPress={() => isPlaying.peek() ? pause() : void play()}><Icon name={isPlaying.value ? "pause" : "play"} /></Button>
-            <Button kind="icon" verb="step-line" disabled={none} title={isStopped.value ? "Step one line" : "Step one tick"} onPress={stepTick}><Icon name="step" /></Button>
+            <Button kind="icon" verb="step-line" disabled={none} title={isStopped.value ? "Step one line" : "Step one tick"} onPress={stepLine}><Icon name="step" /></Button>
             {isStopped.value && <Button kind="icon" verb="step-instruction" title="Step one instruction"
                 onPress={() => resume("cob-step-instruction")}><Icon name="instruction" /></Button>}
             <Button kind="icon" verb="reset-script" disabled={none} title="Start over" onPress={resetScript}><Icon name="reset" /></Button>
@@ -41,7 +42,8 @@ function StartScript({ isDisabled }: { isDisabled: string | false }) {
             <Choice label="Script to start" isCompact value={name} onChange={(value) => { chosen.value = value; }}
                 options={names.map((value) => ({ value, text: value }))} />
             <Field label="Arguments" isCompact value={text.value} onInput={(value) => { text.value = value; }} onEnter={begin}
-                error={typeof args === "string" ? args : undefined} hint="Whole numbers between blanks or commas" />
+                error={typeof args === "string" ? args : undefined} hint="Whole numbers between blanks or commas"
+                placeholder={parametersOf(name).join(", ") || undefined} />
             <Button title="Start this script" disabled={isDisabled || (typeof args === "string" && args)} onPress={begin}>Start</Button>
         </>
     );

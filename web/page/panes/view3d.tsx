@@ -2,7 +2,7 @@ import { effect, useSignal } from "@preact/signals";
 import { useEffect, useRef } from "preact/hooks";
 import { ask } from "../ask";
 import { isAlive } from "../store/connection";
-import { report, runFailure } from "../store/run";
+import { placeOfStop, report, runFailure } from "../store/run";
 import { litFaces, pickedFaces, pickFace } from "../store/model_edit";
 import { loadedUnit, model, selectedPiece, setTeamColor, teamColor, unit } from "../store/unit";
 import { camera, setCamera } from "../store/view";
@@ -62,8 +62,7 @@ function ScriptState() {
     const now = report.value;
     if (runFailure.value) return <div class="under"><StatusMark status="missing" word={runFailure.value} /></div>;
     if (!now) return null;
-    const place = `stopped in ${now.script ?? "a script"}${now.line === undefined ? "" : `, ${now.file ? `${now.file} ` : ""}line ${now.line}`}`;
-    return <div class="under">{now.isPaused ? <StatusMark status="warn" word={place} /> : counted(now.threadCount, "thread")}</div>;
+    return <div class="under">{now.isPaused ? <StatusMark status="warn" word={placeOfStop(now)} /> : counted(now.threadCount, "thread")}</div>;
 }
 
 /** The store reaches the view by effects; returns what ends them. */

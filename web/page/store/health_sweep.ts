@@ -19,11 +19,15 @@ export const healthOf = (name: string): ListedHealth | undefined => found.value.
 
 const sweep = newestNext(async () => {
     const asked = generation.peek();
-    const next = new Map<string, ListedHealth>();
-    for (const { name } of units.peek()) {
+    const listed = units.peek();
+    const names = new Set(listed.map(({ name }) => name));
+    // what was found before stays in sight until it is looked at again
+    const next = new Map([...found.peek()].filter(([name]) => names.has(name)));
+    for (const [i, { name }] of listed.entries()) {
+        await idle();
         if (asked !== generation.peek() || !isAlive.peek()) return;
         next.set(name, await look(name));
-        if (next.size % PORTION === 0) found.value = new Map(next);
+        if (i % PORTION === 0) found.value = new Map(next);
     }
     found.value = next;
 });
@@ -36,6 +40,10 @@ async function look(name: string): Promise<ListedHealth> {
         return { status: "missing", verdict: error instanceof Error ? error.message : String(error) };
     }
 }
+
+/** What the user does comes first. */
+const idle = (): Promise<unknown> => new Promise((resolve) =>
+    "requestIdleCallback" in window ? requestIdleCallback(resolve, { timeout: 1_000 }) : setTimeout(resolve, 20));
 
 /** Sweeps whenever the list has changed. */
 export function startHealthSweep(): void {

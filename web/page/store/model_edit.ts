@@ -161,13 +161,14 @@ export async function saveModel(): Promise<void> {
     const name = loadedUnit.peek()?.unitName;
     if (name === undefined) return;
     await carryOut(async () => {
-        await write(name, `the model of ${name}`, (allowBackupCreation) => ask("save-unit", { name, allowBackupCreation }),
+        const { outcome, resolvedPath } = await write(name, `the model of ${name}`, (allowBackupCreation) => ask("save-unit", { name, allowBackupCreation }),
             async () => {
                 const { source } = await ask("resolve-unit-source", { name });
                 takeSource(source);
                 await resetScript(); // the back end has loaded the unit again: its script is at rest
                 await details.load();
             });
+        if (outcome === "changed-on-disk") throw new Error(`${resolvedPath} was changed by another program; nothing is written`);
     });
 }
 
@@ -213,8 +214,6 @@ export function followModel(): void {
         shown = next;
         reset();
     });
-    // the browser asks in its own words
-    addEventListener("beforeunload", (event) => { if (stateSignal.peek().isDirty) event.preventDefault(); });
     effect(() => {
         if (isAlive.value) return;
         const { isDirty, undoDepth } = stateSignal.peek();

@@ -42,14 +42,18 @@ export function resetRun(first: ScriptReport | undefined): void {
     });
 }
 
+/** As "stopped in AimPrimary, line 30". */
+export function placeOfStop({ script, line, file }: ScriptReport): string {
+    return `stopped in ${script ?? "a script"}${line === undefined ? "" : `, ${file ? `${file} ` : ""}line ${line}`}`;
+}
+
 /** What a reply tells about the script. */
 export function takeReport(next: ScriptReport | undefined): void {
     if (!next) return;
-    const wasStopped = isStopped.peek();
     reportSignal.value = next;
-    if (next.isPaused && !wasStopped) {
+    if (next.isPaused) {
         playingSignal.value = false;
-        say(`stopped in ${next.script ?? "a script"}${next.line === undefined ? "" : `, line ${next.line}`}`);
+        say(placeOfStop(next));
     }
     const now = Date.now();
     if (playingSignal.peek() && now - inspectedAt < INSPECT_MS) return;
@@ -75,12 +79,11 @@ export async function play(): Promise<void> {
     await followTime();
 }
 
-/** One tick. */
 export function stepTick(): Promise<void> {
-    return isStopped.peek() ? resume("cob-step-line") : carryOut(() => ask("cob-tick", { ticks: 1, report: true }));
+    return carryOut(() => ask("cob-tick", { ticks: 1, report: true }));
 }
 
-export function resume(type: "cob-continue" | "cob-step-instruction" | "cob-step-line"): Promise<void> {
+export function resume(type: "cob-continue" | "cob-step-instruction"): Promise<void> {
     return carryOut(() => ask(type, { report: true }));
 }
 
@@ -103,7 +106,7 @@ export async function setValues(set: NonNullable<Requests["cob-inspect"]["set"]>
 }
 
 /** A request whose reply reports; one that fails says why and changes nothing. */
-async function carryOut(request: () => Promise<{ report?: ScriptReport }>): Promise<void> {
+export async function carryOut(request: () => Promise<{ report?: ScriptReport }>): Promise<void> {
     const asked = age;
     try {
         const { report: next } = await request();

@@ -50,8 +50,10 @@ export const scriptFailure: ReadonlySignal<string> = failureSignal;
 export const isComparing: ReadonlySignal<boolean> = isComparingSignal;
 /** Scripts that differ from what is saved. */
 export const draftCount: ReadonlySignal<number> = draftCountSignal;
-/** Of which unit the text is. */
-let owner = "";
+/** Of which unit the text is: the one before until another one's is there. */
+const ownerSignal = signal("");
+export const scriptOwner: ReadonlySignal<string> = ownerSignal;
+let opening = "";
 
 export const source = resource<UnitSourceText>(() => ask("cob-get-unit-bos"));
 export const original = computed(() => valueOf(source.shown.value)?.source ?? "");
@@ -59,6 +61,11 @@ export const isEdited = computed(() => source.shown.value.state === "ready" && t
 export const isTemporary = computed(() => runningSignal.value?.temporaryScripts !== undefined);
 /** Those that can be started. */
 export const scriptNames = computed(() => runningSignal.value?.temporaryScripts ?? loadedUnit.value?.cobFunctions ?? []);
+/** What a script calls its parameters. */
+export function parametersOf(script: string): readonly string[] {
+    return runningSignal.value?.symbols?.scripts.find(({ name }) => name === script)?.parameters ?? [];
+}
+
 /** The stopped line of the text that runs; none in an included file. */
 export const stoppedLine = computed(() => {
     const now = report.value;
@@ -74,7 +81,7 @@ const ownScript = (known: UnitSourceText): Running =>
 
 /** Fetches the loaded unit's script; a draft of it stays in sight. */
 async function open(name: string): Promise<void> {
-    owner = name;
+    opening = name;
     batch(() => {
         source.reset();
         runningSignal.value = undefined;
@@ -82,21 +89,24 @@ async function open(name: string): Promise<void> {
         diagnosticsSignal.value = [];
         failureSignal.value = "";
     });
-    await source.load();
+    if (loadedUnit.peek()?.report) await source.load();
+    if (opening !== name) return;
     const known = valueOf(source.shown.peek());
-    if (!known || owner !== name) return;
     batch(() => {
-        runningSignal.value = ownScript(known);
-        textSignal.value = drafts.get(name) ?? known.source;
+        ownerSignal.value = name;
+        textSignal.value = drafts.get(name) ?? known?.source ?? "";
+        runningSignal.value = known && ownScript(known);
     });
+    if (!known) return;
     await setBreakpoints(breakpointsOf.get(name) ?? []);
     if (isEdited.peek()) check.poke();
 }
 
 export function edit(next: string): void {
     if (next === textSignal.peek()) return;
+    const owner = ownerSignal.peek();
     textSignal.value = next;
-    if (isEdited.peek()) drafts.set(owner, next);
+    if (source.shown.peek().state !== "ready" || isEdited.peek()) drafts.set(owner, next);
     else drafts.delete(owner);
     draftCountSignal.value = drafts.size;
     check.poke();
@@ -159,7 +169,7 @@ export async function endTry(): Promise<void> {
 
 /** Compiles the text and writes source and code into the unit's mod. */
 export async function saveText(): Promise<void> {
-    const name = owner;
+    const name = ownerSignal.peek();
     const saved = textSignal.peek();
     failureSignal.value = "";
     try {
@@ -180,7 +190,7 @@ export function toggleBreakpoint(line: number): Promise<void> {
 /** They moved with the text that they stand in. */
 export function moveBreakpoints(lines: readonly number[]): void {
     breakpointsSignal.value = [...new Set(lines)].map((line) => ({ line, isVerified: false }));
-    breakpointsOf.set(owner, lines);
+    breakpointsOf.set(ownerSignal.peek(), lines);
 }
 
 /** Sets them where the text that is shown is the one that runs; else they wait for it. */
@@ -192,7 +202,7 @@ async function setBreakpoints(lines: readonly number[]): Promise<void> {
             { lines: isWaiting ? [] : [...lines], lineSpans: [...code?.lineSpans ?? []] });
         const asReplied = isWaiting ? lines.map((line) => ({ line, isVerified: false })) : withoutDoubles(reply);
         breakpointsSignal.value = asReplied;
-        breakpointsOf.set(owner, asReplied.map(({ line }) => line));
+        breakpointsOf.set(ownerSignal.peek(), asReplied.map(({ line }) => line));
         if (isWaiting && lines.length > 0) say("The text differs from what runs: try it (Ctrl+Enter), then it stops there");
     } catch (error) {
         failureSignal.value = messageOf(error);

@@ -1,14 +1,13 @@
 // Lifetime: the loaded unit. Its textures, and the change of colours that is prepared for one of them.
 import { batch, computed, effect, type ReadonlySignal, signal } from "@preact/signals";
-import type { IndexChange, RemapPreview, RemapResult, UnitTexture } from "protocol";
+import type { IndexChange, RemapPreview, UnitTexture } from "protocol";
 import { ask } from "../ask";
 import { messageOf } from "../work/newest";
 import { EVERY_INDEX, withChange } from "../work/team_bands";
-import { counted } from "../work/words";
 import { say } from "./connection";
-import { agreesToBackup, askUser } from "./question";
+import { askUser, write } from "./question";
 import { resource, valueOf } from "./resource";
-import { generation, refreshUnits, roots } from "./roots";
+import { generation, roots } from "./roots";
 import { loadedUnit, model, reloadModel, unit } from "./unit";
 
 const chosenSignal = signal("");
@@ -75,44 +74,35 @@ export function suggest(direction: "away" | "toward"): Promise<void> {
 /** Writes the changed texture; one of the base game goes into the first mod. */
 export function applyChanges(): Promise<void> {
     return carryOut(async (textureName) => {
-        const request = { textureName, map: [...changesSignal.peek()] };
-        let into: { modPath?: string } = {};
-        let result = await ask("texture-apply-remap", request);
-        if (result.outcome === "base-ta-refused") {
-            const modPath = await modForTexture(textureName, result);
-            if (modPath === undefined) return;
-            into = { modPath };
-            result = await ask("texture-apply-remap", { ...request, ...into });
-        }
-        if (result.outcome === "needs-backup-consent") {
-            if (!await agreesToBackup(`the texture ${textureName}`, result.resolvedPath)) return;
-            result = await ask("texture-apply-remap", { ...request, ...into, allowBackupCreation: true });
-        }
-        if (result.outcome === "ok") await tellWritten(textureName, result);
+        const chosen = chosenTexture.peek();
+        const isOfBase = chosen?.found === true && chosen.source?.inBaseTa === true;
+        const modPath = isOfBase ? await modForTexture(textureName) : undefined;
+        if (isOfBase && modPath === undefined) return;
+        const request = { textureName, map: [...changesSignal.peek()], ...(modPath === undefined ? {} : { modPath }) };
+        const result = await write(textureName, `the texture ${textureName}`,
+            (allowBackupCreation) => ask("texture-apply-remap", { ...request, allowBackupCreation }), showWritten);
+        if (result.outcome === "ok" && result.alsoChanges.length > 0)
+            say(`${textureName} is written; of the same file ${result.alsoChanges.join(", ")} changed, too`);
     });
 }
 
-async function modForTexture(name: string, { resolvedPath, alsoChanges }: RemapResult): Promise<string | undefined> {
+async function modForTexture(name: string): Promise<string | undefined> {
     const [modPath] = roots.peek()?.modPaths ?? [];
     if (modPath === undefined) {
         await askUser({ title: `${name} belongs to the base game`, yes: "I see",
-            text: [`${resolvedPath} is never changed. Open a mod folder over the game (Ctrl+O): the texture can then be copied into it.`] });
+            text: ["The base game is never changed. Open a mod folder over it (Ctrl+O): the texture can then be copied into it."] });
         return undefined;
     }
     const agrees = await askUser({
         title: `Copy ${name} into a mod?`, yes: "Copy into the mod",
-        text: [`${resolvedPath} belongs to the base game and is never changed.`, `A changed copy of its file goes into ${modPath} and hides it.`,
-            ...(alsoChanges.length > 0 ? [`These textures share pixels and change, too: ${alsoChanges.join(", ")}.`] : [])],
+        text: [`${name} belongs to the base game, which is never changed.`, `A changed copy of its file goes into ${modPath} and hides it.`],
     });
     return agrees ? modPath : undefined;
 }
 
-async function tellWritten(name: string, { changedPixels, resolvedPath, alsoChanges, reloadError }: RemapResult): Promise<void> {
-    say(reloadError ?? `${name}: ${counted(changedPixels, "pixel")} written to ${resolvedPath}` +
-        (alsoChanges.length > 0 ? `; ${alsoChanges.join(", ")} changed, too` : ""));
-    await refreshUnits();
+async function showWritten(): Promise<void> {
     await Promise.all([textures.load(), reloadModel()]);
-    await chooseTexture(name);
+    await chooseTexture(chosenSignal.peek());
 }
 
 async function carryOut(work: (textureName: string) => Promise<void>): Promise<void> {

@@ -3,6 +3,7 @@ import { batch, computed, type ReadonlySignal, signal } from "@preact/signals";
 import type { LoadedUnit, Piece, Source, TeamColor } from "protocol";
 import { ask, askFrame } from "../ask";
 import { messageOf, newestNext } from "../work/newest";
+import { concerns } from "../work/unit_files";
 import { keep, kept, say } from "./connection";
 import { type Loaded, valueOf } from "./resource";
 import { generation } from "./roots";
@@ -26,6 +27,7 @@ const modelSignal = signal<UnitModel | undefined>(undefined);
 const wantedSignal = signal("");
 const pieceSignal = signal<number | undefined>(undefined);
 const facesSignal = signal<readonly FaceMark[]>([]);
+const staleSignal = signal(false);
 const models = new Map<string, UnitModel>();
 let modelsGeneration = -1;
 
@@ -41,6 +43,8 @@ export const model: ReadonlySignal<UnitModel | undefined> = modelSignal;
 export const selectedPiece: ReadonlySignal<number | undefined> = pieceSignal;
 /** Faces that light up. */
 export const markedFaces: ReadonlySignal<readonly FaceMark[]> = facesSignal;
+/** Another program has changed a file of the unit since it was loaded. */
+export const isStale: ReadonlySignal<boolean> = staleSignal;
 /** Pieces by index. */
 export const pieces = computed(() => loadedUnit.value ? flatten(loadedUnit.value.pieceTree) : []);
 export const teamColor = computed(() => readColor(kept.value["teamColor"]));
@@ -96,6 +100,12 @@ export function setTeamColor(color: TeamColor): void {
     if (loadedUnit.peek()) void reloadModel();
 }
 
+/** Files have changed on the disk: the unit stays as it is until the user wants it otherwise. */
+export function noteChangedFiles(paths: readonly string[]): void {
+    const now = loadedUnit.peek();
+    if (now && paths.some((path) => concerns(path, now))) staleSignal.value = true;
+}
+
 export function resetUnit(): void {
     batch(() => {
         unitSignal.value = { state: "empty" };
@@ -124,6 +134,7 @@ const load = newestNext(async () => {
             if (before?.unitName !== loaded.unitName) pieceSignal.value = undefined;
             facesSignal.value = [];
             unitSignal.value = { state: "ready", value: loaded };
+            staleSignal.value = false;
             resetRun(loaded.report);
         });
         say(`${name} is loaded`);

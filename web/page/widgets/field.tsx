@@ -11,6 +11,8 @@ export interface FieldProps {
     /** What is wrong with the value. */
     error?: string | undefined;
     hint?: string;
+    /** What stands in an empty one; by default a compact one's label. */
+    placeholder?: string | undefined;
     type?: "text" | "number" | "search" | "color";
     /** The label is read aloud only; the placeholder shows it. */
     isCompact?: boolean;
@@ -30,7 +32,7 @@ export function Field(props: FieldProps) {
             {isCompact || <label for={id}>{label}</label>}
             <div class="line">
                 <input id={id} type={type} value={value} aria-label={isCompact ? label : undefined}
-                    placeholder={isCompact ? label : undefined} aria-invalid={error ? true : undefined}
+                    placeholder={props.placeholder ?? (isCompact ? label : undefined)} aria-invalid={error ? true : undefined}
                     aria-describedby={error || hint ? `${id}-note` : undefined} title={hint ?? label} spellcheck={false}
                     autocomplete="off" list={choices ? `${id}-choices` : undefined} disabled={props.disabled}
                     autofocus={props.isFocused}

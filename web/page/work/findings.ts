@@ -1,5 +1,5 @@
 // What is found at a model, one row a kind: from its own report, and from the analyses that were asked for.
-import type { BleedThrough, DuplicateFaces, FaceIssue, ModelPiece, PieceIssue } from "protocol";
+import type { BleedThrough, DuplicateFaces, ModelPiece } from "protocol";
 import type { FaceMark } from "../store/unit";
 
 export interface Finding {
@@ -16,7 +16,8 @@ export interface Finding {
 
 export const faceKey = ({ pieceIndex, primIndex }: FaceMark): string => `${pieceIndex} ${primIndex}`;
 
-const KINDS: Readonly<Record<FaceIssue | PieceIssue, { title: string; status: Finding["status"] }>> = {
+/** A kind that stands not here is shown by its own name. */
+const KINDS: Readonly<Record<string, { title: string; status: Finding["status"] }>> = {
     "bad-index": { title: "Corners without a vertex", status: "missing" },
     "degenerate": { title: "No area", status: "warn" },
     "non-planar": { title: "Not flat", status: "warn" },
@@ -27,18 +28,20 @@ const KINDS: Readonly<Record<FaceIssue | PieceIssue, { title: string; status: Fi
     "unused-vertex": { title: "Unused vertices", status: "info" },
     "no-selection": { title: "No selection plate", status: "warn" },
     "piece-name": { title: "Name of a piece", status: "warn" },
+    "lost-pieces": { title: "Pieces that would be lost", status: "missing" },
     "unscripted-piece": { title: "Not in the script", status: "info" },
 };
 
 /** The kinds that the pieces report, in the order of the table. */
 export function findingsOf(pieces: readonly ModelPiece[]): Finding[] {
-    return (Object.keys(KINDS) as (FaceIssue | PieceIssue)[]).flatMap((kind): Finding[] => {
+    const there = pieces.flatMap(({ issues, faces }) => [...issues, ...faces.flatMap((face) => face.issues)]);
+    return [...new Set([...Object.keys(KINDS), ...there])].flatMap((kind): Finding[] => {
         const has = (issues: readonly string[]): boolean => issues.includes(kind);
         const faces = pieces.flatMap((piece) => piece.faces.filter((face) => has(face.issues))
             .map(({ primIndex }) => ({ pieceIndex: piece.index, primIndex })));
         const own = pieces.filter((piece) => has(piece.issues)).map(({ index }) => index);
         const count = faces.length + own.length;
-        return count === 0 ? [] : [{ kind, ...KINDS[kind], count, faces, pieces: own }];
+        return count === 0 ? [] : [{ kind, ...KINDS[kind] ?? { title: kind, status: "warn" }, count, faces, pieces: own }];
     });
 }
 
