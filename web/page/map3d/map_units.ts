@@ -39,7 +39,9 @@ export function createMapUnits(modelOf: ModelSource, changed: () => void): MapUn
     let isOver = false;
 
     function add(unit: MapUnit): Shown {
-        const frame = new LineLoop(square, new LineBasicMaterial());
+        // seen through the ground, which is seldom level
+        const frame = new LineLoop(square, new LineBasicMaterial({ depthTest: false }));
+        frame.renderOrder = 1;
         frame.raycast = () => {};
         const one: Shown = { group: new Group().add(frame), frame, unit };
         one.group.userData["unitId"] = unit.unitId;

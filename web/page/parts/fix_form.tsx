@@ -17,7 +17,6 @@ export function FixForm() {
         <form class="fix" aria-label="What mends it" onSubmit={(event) => event.preventDefault()}>
             <Choice label="Fix" value={row.kind} onChange={(kind) => prepareFix(kind as FixKind)}
                 options={FIXES.map(({ kind, title }) => ({ value: kind, text: title }))} />
-            <p class="quiet">{row.note}</p>
             {row.piece && <p>Piece: {piece === undefined ? row.piece === "some" ? "all" : "none is chosen" : <b>{pieceName(piece)}</b>}</p>}
             {row.words && <div class="words">
                 {row.words.map((name) => <Field key={name} label={wordTitle(name)} value={fixWords.value[name] ?? ""}
@@ -26,6 +25,7 @@ export function FixForm() {
             </div>}
             <p role="status" aria-label="What the fix concerns">{missing || ("fix" in ready && sayConcerned(ready.fix, concerned.value))}</p>
             <Button kind="main" title={row.note} disabled={missing || (details.shown.value.state === "empty" && "No model")} onPress={apply}>{row.title}</Button>
+            <p class="quiet">{row.note}</p>
         </form>
     );
 }

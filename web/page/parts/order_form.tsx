@@ -20,7 +20,6 @@ export function OrderForm() {
         <form class="fix" aria-label="Order" onSubmit={(event) => event.preventDefault()}>
             <Choice label="Order" value={row.order} onChange={(word) => prepareOrder(ORDERS.find(({ order }) => order === word)!)}
                 options={ORDERS.map(({ order, title }) => ({ value: order, text: title }))} />
-            <p class="quiet">{row.note}</p>
             {row.takes && <div class="words">
                 {row.takes === "value" && <Field label="Value" value={words.value} onInput={(value) => typeOrderWord({ value })} />}
                 {row.takes === "unit" && <Field label="Unit" value={words.unit} onInput={(unit) => typeOrderWord({ unit })} choices={units.value.map(({ name }) => name)} />}
@@ -32,6 +31,7 @@ export function OrderForm() {
             <p>{chosen.length === 0 ? none : `To ${chosen.slice(0, 3).map(({ unitName, unitId }) => `${unitName} ${unitId}`).join(", ")}${chosen.length > 3 ? ` and ${chosen.length - 3} more` : ""}`}</p>
             <Button kind="main" title={row.note} disabled={none || (typeof at === "string" && at)} isPressed={pointer.value === "order"} onPress={press}>
                 {row.aim && !at ? pointer.value === "order" ? "Click where…" : `${row.title} by click` : row.title}</Button>
+            <p class="quiet">{row.note}</p>
         </form>
     );
 }
