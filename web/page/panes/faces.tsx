@@ -107,7 +107,8 @@ function Faces({ pieces }: { pieces: readonly ModelPiece[] }) {
                 ]} />
             <div class="foot">
                 <span>{counted(rows.value.length, "face")}{picked.length > 0 && `, ${picked.length} chosen`}</span>
-                <Button title="Choose every face of this list" disabled={rows.value.length === 0 && "No faces"} onPress={() => pickFaces(rows.peek().map(({ mark }) => mark))}>Choose all</Button>
+                <Button title="Choose every face of this list" disabled={rows.value.length === 0 && "No faces"}
+                    onPress={() => pickFaces(rows.peek().map(({ mark }) => mark))}>Choose all</Button>
                 <Button title="Choose none (Escape)" disabled={picked.length === 0 && "None is chosen"} onPress={() => pickFaces([])}>None</Button>
             </div>
         </div>
@@ -131,5 +132,6 @@ function Looks({ face: { texture, color } }: { face: ModelFace }) {
 const percent = (share: number | undefined): string => share === undefined ? "" : `${Math.round(share * 100)} %`;
 
 function wordsOf({ isSelection, isTwin, twinOf, issues }: ModelFace): string {
-    return [isSelection ? "selection plate" : "", isTwin ? twinOf === undefined ? "back" : `back of ${twinOf}` : "", ...issues].filter(Boolean).join(", ");
+    const back = twinOf === undefined ? "back" : `back of ${twinOf}`;
+    return [isSelection ? "selection plate" : "", isTwin ? back : "", ...issues].filter(Boolean).join(", ");
 }

@@ -12,7 +12,9 @@ export function MapTransport() {
     const now = mapTime.value;
     return (
         <div class="toolbar transport" role="toolbar" aria-label="Map time">
-            <Button kind="icon" verb="play" title={isMapPlaying.value ? "Pause" : "Run"} onPress={toggleMapPlay}><Icon name={isMapPlaying.value ? "pause" : "play"} /></Button>
+            <Button kind="icon" verb="play" title={isMapPlaying.value ? "Pause" : "Run"} onPress={toggleMapPlay}>
+                <Icon name={isMapPlaying.value ? "pause" : "play"} />
+            </Button>
             <Button kind="icon" verb="step-line" title="Step one tick" onPress={() => stepMap(1)}><Icon name="step" /></Button>
             <Button title="Let one second pass at once" onPress={() => stepMap(SECOND)}>1 s</Button>
             <Button title="Let ten seconds pass at once" onPress={() => stepMap(10 * SECOND)}>10 s</Button>

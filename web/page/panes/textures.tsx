@@ -64,7 +64,8 @@ function Remap() {
     return (
         <div class="pane" role="group" aria-label={`Colours of ${chosen.name}`}>
             <div class="toolbar">
-                <Button title="Give each team colour the colour that looks most like it" disabled={chosen.teamPixels === 0 && "It has no team colour"} onPress={() => suggest("away")}>Out of team colour</Button>
+                <Button title="Give each team colour the colour that looks most like it" disabled={chosen.teamPixels === 0 && "It has no team colour"}
+                    onPress={() => suggest("away")}>Out of team colour</Button>
                 <Button title="Let its most colourful part take the owner's colour" onPress={() => suggest("toward")}>Into team colour</Button>
                 <Button title="Change no colour" disabled={none} onPress={() => setChanges([])}>Clear</Button>
                 <Button kind="main" title="Write the changed texture" disabled={none} onPress={applyChanges}>Apply…</Button>
@@ -97,7 +98,8 @@ function Changes({ shown }: { shown: RemapPreview }) {
         void setChanges(withChange(changes.peek(), row.from, row.from));
         return true;
     };
-    return <List label="Changed colours" items={shown.map} keyOf={(row) => String(row.from)} selected={goingColor.value === undefined ? undefined : String(goingColor.value)}
+    return <List label="Changed colours" items={shown.map} keyOf={(row) => String(row.from)}
+        selected={goingColor.value === undefined ? undefined : String(goingColor.value)}
         onSelect={(row) => chooseGoing(row.from)} onKey={leaveOut}
         empty="Choose the colour that goes in the palette, then the one that comes."
         columns={[

@@ -31,14 +31,16 @@ export function PlaceForm() {
                 <Choice label="What" value={now.kind} onChange={(kind) => setPlacing({ kind: kind as Placing["kind"], name: "" })}
                     options={[{ value: "unit", text: "Unit" }, { value: "feature", text: "Feature" }]} />
                 <Field label="Name" value={name} onInput={(text) => setPlacing({ name: text })} choices={names} />
-                {now.kind === "unit" && <Choice label="Player" value={String(now.player)} onChange={(player) => setPlacing({ player: Number(player) })}
+                {now.kind === "unit" && <Choice label="Player" value={String(now.player)}
+                    onChange={(player) => setPlacing({ player: Number(player) })}
                     options={Array.from({ length: PLAYERS }, (_, i) => ({ value: String(i + 1), text: String(i + 1) }))} />}
                 {now.kind === "unit" && NUMBERS.map(({ key, label, hint }) =>
                     <Field key={key} label={label} type="number" value={String(now[key])} hint={hint} onInput={(text) => setPlacing({ [key]: Number(text) || 0 })} />)}
                 <Field label="Where" value={now.where} error={typeof at === "string" ? at : undefined} hint="x and z; empty: by click on the map"
                     onInput={(where) => setPlacing({ where })} onEnter={() => void press()} />
             </div>
-            <Button kind="main" title={at ? "At the place that is named" : "Then click on the map, as often as you like"} disabled={missing} isPressed={pointer.value === "place"} onPress={press}>
+            <Button kind="main" title={at ? "At the place that is named" : "Then click on the map, as often as you like"}
+                disabled={missing} isPressed={pointer.value === "place"} onPress={press}>
                 {at ? "Place" : pointer.value === "place" ? "Placing…" : "Place by click"}</Button>
         </form>
     );

@@ -10,5 +10,6 @@ export function Picture({ png, label }: { png: Uint8Array | string | undefined; 
         address.value = url;
         return () => URL.revokeObjectURL(url);
     }, [png]);
-    return address.value ? <img class="picture" src={address.value} alt={label} draggable={false} /> : <span class="picture" role="img" aria-label={`${label}: no picture`} />;
+    return address.value ? <img class="picture" src={address.value} alt={label} draggable={false} />
+        : <span class="picture" role="img" aria-label={`${label}: no picture`} />;
 }

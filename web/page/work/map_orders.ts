@@ -68,7 +68,9 @@ export function readPlace(text: string, units: readonly Pick<MapUnit, "unitId" |
 }
 
 /** The request, or what it still needs. */
-export function buildOrder(row: OrderRow, unitIds: readonly number[], words: OrderWords, queue: boolean, at?: OrderPlace): { order: MoveRequest } | { missing: string } {
+export function buildOrder(
+    row: OrderRow, unitIds: readonly number[], words: OrderWords, queue: boolean, at?: OrderPlace,
+): { order: MoveRequest } | { missing: string } {
     if (unitIds.length === 0) return { missing: "Choose units: click them on the map or in the list" };
     const args = readArguments(words.args);
     if (row.takes === "unit" && words.unit.trim() === "") return { missing: "Name the unit that is built" };

@@ -32,7 +32,8 @@ export interface FixRow {
 }
 
 export const FIXES: readonly FixRow[] = [
-    { kind: "add-twins", title: "Add backs", faces: "some", note: "Each face gets a twin that is seen from behind; without chosen faces those that one looks through from above.",
+    { kind: "add-twins", title: "Add backs", faces: "some",
+        note: "Each face gets a twin that is seen from behind; without chosen faces those that one looks through from above.",
         build: (input) => ({ kind: "add-twins", ...someFaces(input) }) },
     { kind: "remove-twins", title: "Remove backs", faces: "some", note: "Takes twins away; without chosen faces all of them.",
         build: (input) => ({ kind: "remove-twins", ...someFaces(input) }) },
@@ -58,7 +59,8 @@ export const FIXES: readonly FixRow[] = [
         build: (input) => ({ kind: "remove-unused-vertices", ...somePiece(input) }) },
     { kind: "weld-vertices", title: "Weld vertices", piece: "some", words: ["tolerance"], note: "Vertices in one place become one.",
         build: (input) => ({ kind: "weld-vertices", ...somePiece(input), ...tolerance(input) }) },
-    { kind: "move-vertices", title: "Move vertices", piece: "needed", words: ["vertices", "x", "y", "z"], note: "Of the chosen piece; without numbers the corners of the chosen faces.",
+    { kind: "move-vertices", title: "Move vertices", piece: "needed", words: ["vertices", "x", "y", "z"],
+        note: "Of the chosen piece; without numbers the corners of the chosen faces.",
         build: (input) => ({ kind: "move-vertices", piece: thePiece(input), vertices: theVertices(input), by: point(input, [0, 0, 0]) }) },
     { kind: "scale", title: "Scale", piece: "some", words: ["factor"], note: "The unit, or a piece and what hangs from it.",
         build: (input) => ({ kind: "scale", factor: number(input, "factor"), ...somePiece(input) }) },
