@@ -12,7 +12,7 @@ const MAX_FOLDERS = 1_000;
 const MAX_DEPTH = 4;
 const GATHER_MS = 250;
 /** What the back end itself leaves for a moment beside the files that it writes. */
-const PASSING = /\.orb-write-tmp|\.orb-lock|~$/;
+const PASSING = /\.orb-write-tmp$|~$/;
 
 export function watchFolders(roots: string[], tell: (paths: string[]) => void): Watch {
     const watchers = new Map<string, FSWatcher>();

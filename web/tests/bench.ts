@@ -108,7 +108,7 @@ export async function openBench(options: BenchOptions): Promise<OpenBench> {
         hold(type) { lines.push(type); if (lines.length > 400) lines.shift(); return holds.get(type); },
         ...options.server,
     });
-    const context = await (await browser()).newContext({ viewport: { width: 1200, height: 800 }, ...options.page });
+    const context = await (await browser()).newContext({ viewport: { width: 1024, height: 700 }, ...options.page });
     context.setDefaultTimeout(LIMIT_MS);
 
     async function open(): Promise<Page> {

@@ -2,6 +2,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { Euler, Matrix4, Vector3 } from "three";
+import { marksOf } from "../page/editor/problems";
 import { findKeyFaults, nameOfKey } from "../page/key_names";
 import type { LoadedUnit } from "protocol";
 import { concerns } from "../page/work/unit_files";
@@ -57,6 +58,14 @@ test("columns count bytes, places characters, and neither leaves its line", () =
     assert.equal(text.slice(placeOf(text, 2, 11), -1), "x;");
     assert.equal(placeOf(text, 1, 900), 8);
     assert.equal(placeOf(text, 9, 1), text.length);
+});
+
+test("squiggles stand at the word; what is wrong in an included file stands in the first line", () => {
+    const text = "piece ä;\nhide bass;\n";
+    const found = (file: string, line: number, column: number) => ({ severity: "error" as const, code: "E09", message: "m", file, line, column });
+    const marks = marksOf(text, [found("scripts/exp.h", 9, 3), found("scripts/A.bos", 2, 6)], "scripts/A.bos");
+    assert.deepEqual(marks.map(({ from, to }) => text.slice(from, to)), ["piece", "bass"]);
+    assert.deepEqual(marks.map(({ message }) => message), ["scripts/exp.h, line 9: E09: m", "E09: m"]);
 });
 
 test("as many ticks are due as time has passed, and a stall is not caught up with", () => {

@@ -5,7 +5,7 @@ import { join } from "node:path";
 import { chromium } from "playwright-core";
 import { CHROMIUM, launchArguments, OUT } from "./bench";
 
-const LIMIT_MS = 300_000;
+const LIMIT_MS = 600_000;
 
 const folder = join(OUT, "tests");
 const names = process.argv.slice(2);

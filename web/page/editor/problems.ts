@@ -17,7 +17,8 @@ export function marksOf(text: string, found: readonly BosDiagnostic[], file: str
     });
 }
 
-export function showProblems(view: EditorView, found: readonly BosDiagnostic[]): void {
-    const file = found[0]?.file ?? "";
+/** `path` of the source in the stack, if it has one. */
+export function showProblems(view: EditorView, found: readonly BosDiagnostic[], path: string | undefined): void {
+    const file = path ?? found.find((one) => /\.bos$/i.test(one.file))?.file ?? "";
     view.dispatch(setDiagnostics(view.state, marksOf(view.state.doc.toString(), found, file)));
 }

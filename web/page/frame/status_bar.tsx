@@ -13,7 +13,7 @@ export function StatusBar() {
             {source && <span class="file" title={source.kind === "archive" ? `${source.path} :: ${source.internalPath}` : source.path}>
                 {source.kind === "archive" ? `${baseName(source.path)} :: ${source.internalPath}` : source.path}
             </span>}
-            {source && <span>{source.inBaseTa ? "base game, copied into a mod for changes" : "writable"}</span>}
+            {source && <span>{source.inBaseTa ? "base game: changes go into a mod" : "writable"}</span>}
             {isStale.value && <span class="status warn">changed on disk <Button title="Load the unit again" verb="reload-unit" onPress={reloadUnit}>Load again</Button></span>}
             {draftCount.value > 0 && <span class="status warn" title="Scripts that differ from what is saved">{counted(draftCount.value, "script")} unsaved</span>}
             <span class="said" role="status" aria-live="polite">{said.value}</span>

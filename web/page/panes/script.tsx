@@ -10,7 +10,7 @@ import { showStop, stoppedLineMark } from "../editor/stopped_line";
 import { bos } from "../lang/bos";
 import {
     breakpoints, diagnostics, edit, endTry, isComparing, isEdited, isTemporary, moveBreakpoints, original, revertText, saveText,
-    scriptFailure, scriptOwner, source, stoppedLine, text, toggleBreakpoint, toggleComparing, tryText,
+    scriptFailure, scriptOwner, scriptPath, source, stoppedLine, text, toggleBreakpoint, toggleComparing, tryText,
 } from "../store/script";
 import { loadedUnit } from "../store/unit";
 import { Button } from "../widgets/button";
@@ -80,7 +80,7 @@ function followStore(view: EditorView): () => void {
         setScriptEditor(view),
         effect(() => showBreakpoints(view, breakpoints.value)),
         effect(() => showStop(view, stoppedLine.value)),
-        effect(() => showProblems(view, diagnostics.value)),
+        effect(() => showProblems(view, diagnostics.value, scriptPath.value)),
         effect(() => {
             const difference = isComparing.value
                 ? unifiedMergeView({ original: original.value, mergeControls: false, highlightChanges: true }) : [];

@@ -49,10 +49,10 @@ export async function write<T extends WriteResult>(
     if (result.outcome === "base-ta-refused" && await promote(unitName, result.resolvedPath)) result = await request(false);
     if (result.outcome === "needs-backup-consent" && await agreesToBackup(what, result.resolvedPath)) result = await request(true);
     if (result.outcome !== "ok") return result;
-    say(result.reloadError ? `${what} is written, but the unit cannot be loaded: ${result.reloadError}` : `${what} is written to ${result.resolvedPath}`);
     lastWrite = Date.now();
     await refreshUnits();
     await thenShow();
+    say(result.reloadError ? `${what} is written, but the unit cannot be loaded: ${result.reloadError}` : `${what} is written to ${result.resolvedPath}`);
     return result;
 }
 

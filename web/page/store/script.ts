@@ -4,6 +4,7 @@ import type { BosDiagnostic, BreakpointsSet, Compilation, LineSpan, SourceSymbol
 import { ask } from "../ask";
 import { pieceNamedIn, toggled } from "../work/lines";
 import { messageOf, newestNext, whenQuiet } from "../work/newest";
+import { afterPaint } from "../work/paint";
 import { say } from "./connection";
 import { write } from "./question";
 import { resource, valueOf } from "./resource";
@@ -71,7 +72,8 @@ export const stoppedLine = computed(() => {
     const now = report.value;
     return now?.isPaused && now.file === undefined && runningSignal.value?.text === textSignal.value ? now.line : undefined;
 });
-const path = computed(() => {
+/** Of the source in the stack; none of one that is disassembled. */
+export const scriptPath = computed(() => {
     const known = valueOf(source.shown.value);
     return known?.origin === "file" ? known.path : undefined;
 });
@@ -89,6 +91,8 @@ async function open(name: string): Promise<void> {
         diagnosticsSignal.value = [];
         failureSignal.value = "";
     });
+    await afterPaint(); // the model comes first
+    if (opening !== name) return;
     if (loadedUnit.peek()?.report) await source.load();
     if (opening !== name) return;
     const known = valueOf(source.shown.peek());
@@ -129,7 +133,7 @@ const compile = newestNext(async () => {
 const check = whenQuiet(TYPING_MS, () => void compile());
 
 const requestFor = (written: string): { source: string; path?: string } =>
-    path.peek() === undefined ? { source: written } : { source: written, path: path.peek()! };
+    scriptPath.peek() === undefined ? { source: written } : { source: written, path: scriptPath.peek()! };
 
 /** Runs the text in the unit's place, nothing is written. */
 export async function tryText(): Promise<boolean> {

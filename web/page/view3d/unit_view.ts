@@ -1,5 +1,5 @@
 // The 3D view: one unit on a ground grid, two cameras, what lies under the pointer. It draws only when asked.
-import { Box3, BufferGeometry, Float32BufferAttribute, LineBasicMaterial, LineSegments, type Material, Vector3 } from "three";
+import { Box3, BufferGeometry, Float32BufferAttribute, LineBasicMaterial, LineSegments, Vector3 } from "three";
 import type { PieceTransform, RenderConstants } from "protocol";
 import type { Camera as CameraKind } from "../store/view";
 import { createGameCamera, createOrbitCamera, type ViewCamera } from "./cameras";
@@ -27,6 +27,8 @@ export interface UnitView {
 
 /** A cell of footprints, in model units. */
 const CELL = 16;
+/** Of the ground, to each side. */
+const MAX_CELLS = 64;
 
 export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | undefined, isAdding: boolean) => void): UnitView {
     const stage = createStage(canvas, {
@@ -39,7 +41,11 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
     };
     let camera = cameras.orbit;
     let model: UnitModel3d | undefined;
-    let ground: LineSegments[] = [];
+    // these stay for good: their program would have to be made anew with each model
+    const grid = new LineSegments(new BufferGeometry(), new LineBasicMaterial());
+    const frameLine = new LineSegments(new BufferGeometry(), new LineBasicMaterial());
+    for (const lines of [grid, frameLine]) lines.raycast = () => {};
+    scene.add(grid, frameLine);
     let footprint: [number, number] = [0, 0];
     let age = 0;
 
@@ -50,18 +56,16 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
     }
 
     function layGround(): void {
-        for (const one of ground) { one.removeFromParent(); one.geometry.dispose(); (one.material as Material).dispose(); }
-        const box = boundsOf(model);
-        const reach = Math.max(...[box.min.x, box.max.x, box.min.z, box.max.z].map(Math.abs));
-        const cells = Math.min(Math.ceil(reach / CELL) + 2, 64);
-        ground = [linesOf(gridLines(cells), "--grid"), linesOf(frameLines(footprint), "--accent")];
-        for (const one of ground) one.raycast = () => {};
-        scene.add(...ground);
+        const { min, max } = boundsOf(model);
+        const reach = Math.max(...[min.x, max.x, min.z, max.z].map(Math.abs));
+        setPoints(grid, gridLines(Math.min(Math.ceil(reach / CELL) + 2, MAX_CELLS)));
+        setPoints(frameLine, frameLines(footprint));
     }
 
     function recolor(): void {
         stage.recolor();
-        layGround();
+        grid.material.color.set(styleColor("--grid"));
+        frameLine.material.color.set(styleColor("--accent"));
     }
 
     stage.onClick((event) => { if (event.button === 0) picked(pick(event), event.shiftKey || event.ctrlKey || event.metaKey); });
@@ -73,6 +77,7 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
         return { pieceIndex: piece, primIndex: primIndices[hit.faceIndex] ?? -1 };
     }
 
+    layGround();
     recolor();
     stage.renderer.compile(sampleOfMaterials(), cameras.orbit.camera, scene);
     return {
@@ -111,7 +116,7 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
         free() {
             age++;
             model?.free();
-            for (const one of ground) one.geometry.dispose();
+            for (const lines of [grid, frameLine]) { lines.geometry.dispose(); lines.material.dispose(); }
             for (const one of Object.values(cameras)) one.free();
             stage.free();
         },
@@ -125,9 +130,9 @@ function boundsOf(model: UnitModel3d | undefined): Box3 {
     return box.isEmpty() ? new Box3(new Vector3(-CELL, 0, -CELL), new Vector3(CELL, CELL, CELL)) : box;
 }
 
-function linesOf(points: number[], variable: string): LineSegments {
-    const geometry = new BufferGeometry().setAttribute("position", new Float32BufferAttribute(points, 3));
-    return new LineSegments(geometry, new LineBasicMaterial({ color: styleColor(variable) }));
+function setPoints(lines: LineSegments, points: number[]): void {
+    lines.geometry.dispose();
+    lines.geometry = new BufferGeometry().setAttribute("position", new Float32BufferAttribute(points, 3));
 }
 
 /** So many cells to each side of the middle. */
