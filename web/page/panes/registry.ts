@@ -22,10 +22,10 @@ export interface Pane {
 
 /** Below the 3D view and the script, in this order. */
 export const bottomPanes: readonly Pane[] = [
-    { id: "faces", title: "Faces", hint: "The model's faces: what is found at them, and what mends it", view: FacesPane },
-    { id: "remap", title: "Textures", hint: "The model's textures, team colour, the palette", view: TexturesPane },
     { id: "sounds", title: "Sounds", hint: "What the unit's sound category plays", view: SoundsPane },
     { id: "trace", title: "Trace", hint: "What the script did, newest last", view: TracePane },
+    { id: "remap", title: "Textures", hint: "The model's textures, team colour, the palette", view: TexturesPane },
+    { id: "faces", title: "Faces", hint: "The model's faces: what is found at them, and what mends it", view: FacesPane },
     { id: "map", title: "Map", hint: "Maps, and units that stand, move and fight on them", view: MapPane },
     { id: "log", title: "Log", hint: "What the editor writes about its work", view: LogPane },
 ];
