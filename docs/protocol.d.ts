@@ -194,7 +194,7 @@ export interface Messages {
     "map-exit": Message<None, "map-exit-reply", { wasLoaded: boolean }>;
     "map-spawn": Message<Spawn, "map-spawn-reply", SpawnedUnits | SpawnedFeature>;
     "map-move": Message<MoveRequest, "map-move-reply", OrderAnswers>;
-    "map-tick": Message<TickRequest, "map-tick-reply", Ticked>;
+    "map-tick": Message<MapTickRequest, "map-tick-reply", Ticked>;
     "map-snapshot": Message<SnapshotRequest, "map-snapshot-reply", Snapshot>;
     "map-heightmap": Message<{ plane?: "height" }, "map-heightmap-reply", Heightmap>;
     /** The frame is a PNG. */
@@ -1651,7 +1651,7 @@ export interface OrderAnswers {
     refused: OrderRefusal[];
 }
 
-export interface TickRequest {
+export interface MapTickRequest {
     /** 1 to 600, default 1. */
     ticks?: number;
     /** Default true. */

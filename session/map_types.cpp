@@ -84,7 +84,7 @@ void takeModel(sim::UnitType& type, const io::Model3doObject& model) {
         type.pieces.push_back(piece->name);
         type.piecesAtRest.push_back({parent, {fixedOf(x), fixedOf(y), fixedOf(z)}});
         heights.push_back(y + (parent < 0 ? 0 : heights[static_cast<std::size_t>(parent)]));
-        for (const io::Vec3& vertex : piece->vertices)
+        for (const auto& vertex : piece->vertices)
             highest = std::max(highest, heights.back() + vertex[1]);
     }
     type.height = fixedOf(highest);

@@ -4,11 +4,16 @@ import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
 import { definitionDrafts } from "./store/definition";
 import { startHealthSweep } from "./store/health_sweep";
+import { followMaps } from "./store/map";
+import { followMapTime } from "./store/map_play";
+import { editState, followModel } from "./store/model_edit";
+import { followPalette } from "./store/palette";
 import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
 import { isOwnWrite } from "./store/question";
 import { draftCount, followUnit } from "./store/script";
+import { followTextures } from "./store/textures";
 import { resetTrace } from "./store/trace";
-import { loadedUnit, noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
+import { loadedUnit, mayLeaveUnit, noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
 import { messageOf } from "./work/newest";
 
 export function begin(): void {
@@ -25,12 +30,20 @@ export function begin(): void {
     });
     startHealthSweep();
     followUnit();
+    followMaps();
+    followMapTime();
+    followModel();
+    followPalette();
+    followTextures();
     effect(() => { document.title = `${loadedUnit.value ? `${loadedUnit.value.unitName} – ` : ""}Unit Editor`; });
-    addEventListener("beforeunload", (event) => { if (draftCount.peek() + definitionDrafts.peek() > 0) event.preventDefault(); });
+    addEventListener("beforeunload", (event) => {
+        if (draftCount.peek() + definitionDrafts.peek() > 0 || editState.peek().isDirty) event.preventDefault();
+    });
 }
 
 /** Opens roots and their first unit; another unit of that name stays. Throws when they cannot be mounted. */
 export async function openAndShow(wanted: Roots): Promise<void> {
+    if (!await mayLeaveUnit()) return;
     await openRoots(wanted);
     const names = units.peek().map(({ name }) => name);
     const before = wantedUnit.peek();

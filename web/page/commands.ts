@@ -7,9 +7,14 @@ import { stepLine } from "./store/step";
 import { isEdited, isTemporary, endTry, saveText, source, toggleComparing, tryText } from "./store/script";
 import { askCopy } from "./store/copy_unit";
 import { isDefinitionEdited, saveDefinition } from "./store/definition";
-import { reloadUnit, wantedUnit } from "./store/unit";
+import { editState, findDuplicates, lookThrough, redo, revertModel, saveModel, undo } from "./store/model_edit";
+import { loadedUnit, reloadUnit, wantedUnit } from "./store/unit";
 import { camera, setCamera, showDialog, showTab, toggleTall } from "./store/view";
 import { toggleAtCursor } from "./editor/cursor";
+import { fitMap } from "./map3d/handle";
+import { isMapShown, loadedMap, showMap } from "./store/map";
+import { stepMap, toggleMapPlay } from "./store/map_play";
+import { endPointer } from "./store/map_clicks";
 import { fitView } from "./view3d/handle";
 
 /** Something is done only with a unit that has a script. */
@@ -19,8 +24,21 @@ const withScript = (verb: () => unknown) => (): boolean => {
     return true;
 };
 
+/** The map while it is shown, else the script. */
+const withMap = (verb: () => unknown, otherwise: () => boolean) => (): boolean => {
+    if (!isMapShown.peek()) return otherwise();
+    void verb();
+    return true;
+};
+
 const withSource = (verb: () => unknown) => (): boolean => {
     if (source.shown.peek().state !== "ready") return false;
+    void verb();
+    return true;
+};
+
+const withModel = (isPossible: () => boolean, verb: () => unknown) => (): boolean => {
+    if (!loadedUnit.peek() || !isPossible()) return false;
     void verb();
     return true;
 };
@@ -45,10 +63,10 @@ export const commands: readonly Command[] = [
     { id: "go-script", key: "Alt+4", where: "page", title: "Go to the script", run: focus('[data-region="script"] .cm-content') },
     { id: "go-tabs", key: "Alt+5", where: "page", title: "Go to the tabs", run: focus('.bottom [role=tab][aria-selected=true]') },
 
-    { id: "play", key: "F8", where: "page", title: "Run or pause the script",
-        run: withScript(() => isPlaying.peek() ? pause() : play()) },
+    { id: "play", key: "F8", where: "page", title: "Run or pause the script, or the map",
+        run: withMap(toggleMapPlay, withScript(() => isPlaying.peek() ? pause() : play())) },
     { id: "step-line", key: "F10", where: "page", title: "Step one line, or one tick while nothing is stopped",
-        run: withScript(stepLine) },
+        run: withMap(() => stepMap(1), withScript(stepLine)) },
     { id: "step-instruction", key: "Shift+F10", where: "page", title: "Step one instruction",
         run: withScript(() => isStopped.peek() && resume("cob-step-instruction")) },
     { id: "reset-script", key: "Shift+F8", where: "page", title: "Start the script over, at rest", run: withScript(resetScript) },
@@ -72,6 +90,18 @@ export const commands: readonly Command[] = [
     { id: "fit", key: "F", where: "view", title: "Bring the whole unit into view", run: fitView },
 
     { id: "tall-tabs", key: "Alt+6", where: "page", title: "Give the tabs most of the room, or no longer", run: toggleTall },
+
+    { id: "undo-model", key: "Ctrl+Z", where: "model", title: "Undo the last step of the model", run: withModel(() => editState.peek().undoDepth > 0, undo) },
+    { id: "redo-model", key: "Ctrl+Shift+Z", where: "model", title: "Make the undone step of the model again", run: withModel(() => editState.peek().redoDepth > 0, redo) },
+    { id: "save-model", key: "Ctrl+Shift+S", where: "model", title: "Save the model", run: withModel(() => editState.peek().isDirty, saveModel) },
+    { id: "revert-model", where: "model", title: "Give every step of the model up", run: withModel(() => editState.peek().isDirty, revertModel) },
+    { id: "find-duplicates", where: "page", title: "Find faces that are there twice", run: withModel(() => true, findDuplicates) },
+    { id: "look-through", where: "page", title: "Find faces that one looks through from above", run: withModel(() => true, () => lookThrough("game")) },
+
+    { id: "fit-map", key: "F", where: "map", title: "Bring the whole map into view", run: fitMap },
+    { id: "end-placing", key: "Escape", where: "map", title: "End placing; clicks choose units again", run: endPointer },
+    { id: "show-map", where: "page", title: "Show the map, or the unit again", run: () => loadedMap.peek() ? showMap(!isMapShown.peek()) : false },
+
     ...bottomPanes.map((pane): Command =>
         ({ id: `tab-${pane.id}`, where: "page", title: `Show ${pane.title}`, run: () => showTab(pane.id) })),
 ];

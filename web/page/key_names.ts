@@ -1,7 +1,7 @@
 // What keys are called, and what is wrong with a table of them.
 
 /** Where a key counts: everywhere, or while the focus is within a region of that name. */
-export type Where = "page" | "view" | "script" | "definition";
+export type Where = "page" | "view" | "script" | "definition" | "model" | "map";
 
 export interface Command {
     id: string;
@@ -27,7 +27,8 @@ export function findKeyFaults(rows: readonly Command[]): string[] {
     const faults = rows.filter((row) => row.title === "").map((row) => `${row.id} has no title`);
     rows.forEach((row, i) => rows.slice(i + 1).forEach((other) => {
         if (row.id === other.id) faults.push(`${row.id} is there twice`);
-        const meet = row.where === other.where || row.where === "page" || other.where === "page";
+        const meet = row.where === other.where || row.where === "page" || other.where === "page" ||
+            [row.where, other.where].sort().join() === "model,view"; // the view is a place of both
         if (row.key && row.key === other.key && meet) faults.push(`${row.key} is ${row.id} and ${other.id}`);
     }));
     return faults;

@@ -17,15 +17,19 @@ function isTyping(event: KeyboardEvent): boolean {
     return target?.closest("input, textarea, select, [contenteditable=true], [role=textbox]") != null;
 }
 
+/** What these keys undo is the text, where text is typed. */
+const TEXT_KEYS: ReadonlySet<string> = new Set(["Ctrl+Z", "Ctrl+Y", "Ctrl+Shift+Z", "Delete", "Backspace"]);
+
 /** The page's one listener. */
 export function listenToKeys(root: Document): () => void {
     const press = (event: KeyboardEvent): void => {
         if (event.defaultPrevented) return;
         const name = nameOfKey(event);
         const isBare = name.length === 1;
-        if (isBare && isTyping(event)) return;
-        const region = (event.target as Element | null)?.closest("[data-region]")?.getAttribute("data-region");
-        const command = commands.find((one) => one.key === name && (one.where === "page" || one.where === region));
+        if ((isBare || TEXT_KEYS.has(name)) && isTyping(event)) return;
+        // places that hold others are told in one attribute, as "view model"
+        const regions: readonly string[] = (event.target as Element | null)?.closest("[data-region]")?.getAttribute("data-region")?.split(" ") ?? [];
+        const command = commands.find((one) => one.key === name && (one.where === "page" || regions.includes(one.where)));
         if (command && command.run() !== false) event.preventDefault();
     };
     root.addEventListener("keydown", press);

@@ -7,7 +7,7 @@ import { serve } from "./main";
 const USUAL_PORT = 8437;
 
 const [program = "", folder = "", sampleData = "", game, ...mods] = process.argv.slice(2);
-const sample = { taDataPath: resolve(sampleData, "game"), modPaths: [resolve(sampleData, "mod")] };
+const sample = { taDataPath: resolve(sampleData, "game"), modPaths: [resolve(sampleData, "mod")], mapsPath: resolve(sampleData, "maps") };
 const roots = game ? { taDataPath: resolve(game), modPaths: mods.map((mod) => resolve(mod)) } : sample;
 const state = join(process.env["XDG_STATE_HOME"] ?? join(homedir(), ".local/state"), "orb-unit-editor");
 

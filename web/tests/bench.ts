@@ -85,7 +85,7 @@ export function flow(name: string, options: BenchOptions, story: (bench: Bench) 
 export async function openServer(context: TestContext, options: Partial<ServerOptions>): Promise<{ server: RunningServer; scratch: string }> {
     const scratch = mkdtempSync(join(tmpdir(), "orb-web-"));
     const data = join(BUILD, "samples/data");
-    const sample = { taDataPath: join(data, "game"), modPaths: [join(data, "mod")] };
+    const sample = { taDataPath: join(data, "game"), modPaths: [join(data, "mod")], mapsPath: join(data, "maps") };
     const server = await serve({
         program: join(BUILD, "orb-unit-editor"), folder: join(OUT, "page"), roots: sample, sample, state: join(scratch, "state"), ...options,
     });
@@ -97,7 +97,7 @@ export async function openBench(options: BenchOptions): Promise<OpenBench> {
     const scratch = mkdtempSync(join(tmpdir(), "orb-web-"));
     const data = join(scratch, "data");
     cpSync(join(BUILD, "samples/data"), data, { recursive: true });
-    const sample = { taDataPath: join(data, "game"), modPaths: [join(data, "mod")] };
+    const sample = { taDataPath: join(data, "game"), modPaths: [join(data, "mod")], mapsPath: join(data, "maps") };
     const holds = new Map<string, Promise<void>>();
     const lines: string[] = [];
     const errors: string[] = [];

@@ -6,12 +6,15 @@ import { QuestionDialog } from "../dialogs/question";
 import { RootsDialog } from "../dialogs/roots";
 import { bottomPanes } from "../panes/registry";
 import { PiecesPane } from "../panes/pieces";
+import { MapStage } from "../panes/map_stage";
+import { MapTransport } from "../panes/map_transport";
 import { RootsBar } from "./roots_bar";
 import { StatusBar } from "./status_bar";
 import { Transport } from "../panes/transport";
 import { UnitsPane } from "../panes/units";
 import { View3dPane } from "../panes/view3d";
 import { ScriptColumn } from "./script_column";
+import { isMapShown } from "../store/map";
 import { isTall, openDialog, showTab, sizeOf, tab, toggleTall } from "../store/view";
 import { clampSize, Splitter, type SplitterProps } from "../widgets/splitter";
 import { Button } from "../widgets/button";
@@ -47,10 +50,10 @@ export function App() {
                 <Splitter {...LEFT} />
                 <div class="column" style={{ gridTemplateRows: isTall.value ? TALL : tracks(BOTTOM) }}>
                     <div class="across" style={{ gridTemplateColumns: tracks(RIGHT) }}>
-                        <div class="viewing" data-region="view">
+                        {isMapShown.value ? <div class="viewing" data-region="map"><MapStage /><MapTransport /></div> : <div class="viewing" data-region="view model">
                             <View3dPane />
                             <Transport />
-                        </div>
+                        </div>}
                         <Splitter {...RIGHT} />
                         <ScriptColumn />
                     </div>

@@ -6,11 +6,14 @@ import { healthNote } from "../store/health";
 import { ComparePane } from "./compare";
 import { ConflictsPane } from "./conflicts";
 import { DefinitionPane } from "./definition";
+import { FacesPane } from "./faces";
 import { FilesPane } from "./files";
 import { HealthPane } from "./health";
 import { LogPane } from "./log";
+import { MapPane } from "./map";
 import { PackPane } from "./pack";
 import { SoundsPane } from "./sounds";
+import { TexturesPane } from "./textures";
 import { ThreadsPane } from "./threads";
 import { TracePane } from "./trace";
 import { UnitValuesPane } from "./unit_values";
@@ -35,6 +38,9 @@ export const bottomPanes: readonly Pane[] = [
     { id: "weapons", title: "Weapons", hint: "The unit's weapons and what their tables say", view: WeaponsPane },
     { id: "sounds", title: "Sounds", hint: "What the unit's sound category plays", view: SoundsPane },
     { id: "trace", title: "Trace", hint: "What the script did, newest last", view: TracePane },
+    { id: "remap", title: "Textures", hint: "The model's textures, team colour, the palette", view: TexturesPane },
+    { id: "faces", title: "Faces", hint: "The model's faces: what is found at them, and what mends it", view: FacesPane },
+    { id: "map", title: "Map", hint: "Maps, and units that stand, move and fight on them", view: MapPane },
     { id: "files", title: "Files", hint: "What lies in the stack, in folders and archives", view: FilesPane },
     { id: "conflicts", title: "Conflicts", hint: "What is declared twice or leads to nothing", view: ConflictsPane },
     { id: "compare", title: "Compare", hint: "Definitions of units side by side", view: ComparePane },

@@ -3,7 +3,8 @@ import { useEffect, useRef } from "preact/hooks";
 import { ask } from "../ask";
 import { isAlive } from "../store/connection";
 import { placeOfStop, report, runFailure } from "../store/run";
-import { loadedUnit, markedFaces, model, selectedPiece, selectPiece, setTeamColor, teamColor, unit } from "../store/unit";
+import { litFaces, pickedFaces, pickFace } from "../store/model_edit";
+import { loadedUnit, model, selectedPiece, setTeamColor, teamColor, unit } from "../store/unit";
 import { camera, setCamera } from "../store/view";
 import { createUnitView, type UnitView } from "../view3d/unit_view";
 import { fitView, setView } from "../view3d/handle";
@@ -21,7 +22,7 @@ export function View3dPane() {
 
     useEffect(() => {
         try {
-            const view = createUnitView(canvas.current!, (hit) => selectPiece(hit?.pieceIndex));
+            const view = createUnitView(canvas.current!, pickFace);
             const unset = setView(view);
             const stop = followStore(view, (text) => { failure.value = text; }, (name) => { shown.value = name; });
             return () => { stop(); unset(); view.free(); };
@@ -82,14 +83,14 @@ function followStore(view: UnitView, failed: (text: string) => void, shown: (nam
                 failed("");
                 drawn = next?.name;
                 view.pose(report.peek()?.transforms ?? []);
-                view.mark(selectedPiece.peek(), markedFaces.peek());
+                view.mark(selectedPiece.peek(), pickedFaces.peek(), litFaces.peek());
                 shown(next?.name ?? "");
             }, (error) => failed(messageOf(error)));
         }),
         effect(() => { if (report.value && isDrawn()) view.pose(report.value.transforms); }),
         effect(() => {
-            const [piece, faces] = [selectedPiece.value, markedFaces.value];
-            if (isDrawn()) view.mark(piece, faces);
+            const [piece, picked, lit] = [selectedPiece.value, pickedFaces.value, litFaces.value];
+            if (isDrawn()) view.mark(piece, picked, lit);
         }),
         effect(() => view.setCamera(camera.value)),
         effect(() => { if (isAlive.value) ask("render-constants").then(view.setLight, () => {}); }),

@@ -37,10 +37,12 @@ export function askUser(asked: Question): Promise<boolean> {
 /**
  * Carries out a write whose first try may need consent to a backup, or meet the base game: then the unit is copied
  * into the first mod, if the user agrees, and the write repeated. Resolves with the last result: only "ok" has
- * written, and then lists and unit are fetched anew. "changed-on-disk" is for the caller to solve.
+ * written, and then lists and unit (or what `thenShow` says) are fetched anew. "changed-on-disk" is for the caller to
+ * solve.
  */
 export async function write<T extends WriteResult>(
     unitName: string, what: string, request: (allowBackupCreation: boolean) => Promise<T>,
+    thenShow: () => Promise<void> = reloadUnit,
 ): Promise<T> {
     lastWrite = Date.now();
     let result = await request(false);
@@ -49,7 +51,7 @@ export async function write<T extends WriteResult>(
     if (result.outcome !== "ok") return result;
     lastWrite = Date.now();
     await refreshUnits();
-    await reloadUnit();
+    await thenShow();
     say(result.reloadError ? `${what} is written, but the unit cannot be loaded: ${result.reloadError}` : `${what} is written to ${result.resolvedPath}`);
     return result;
 }

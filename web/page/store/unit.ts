@@ -1,6 +1,6 @@
 // Lifetime: the loaded unit. Its parts, its model, the piece and the faces that are pointed at.
 import { batch, computed, type ReadonlySignal, signal } from "@preact/signals";
-import type { LoadedUnit, Piece, TeamColor } from "protocol";
+import type { LoadedUnit, Piece, Source, TeamColor } from "protocol";
 import { ask, askFrame } from "../ask";
 import { messageOf, newestNext } from "../work/newest";
 import { concerns } from "../work/unit_files";
@@ -58,15 +58,32 @@ export function markFaces(faces: readonly FaceMark[]): void {
 }
 
 /** Loads a unit; while one loads, only the newest wish is kept. */
-export function openUnit(name: string): Promise<void> {
+export async function openUnit(name: string): Promise<void> {
+    if (!await mayLeaveUnit()) return;
     wantedSignal.value = name;
-    return load();
+    await load();
 }
 
 /** Loads the unit and its model anew, as after a write or a change on the disk. */
-export function reloadUnit(): Promise<void> {
+export async function reloadUnit(): Promise<void> {
     models.clear();
-    return load();
+    if (await mayLeaveUnit()) await load();
+}
+
+/** Whether nothing stands in the way of loading a unit; may ask the user. */
+export const mayLeaveUnit = async (): Promise<boolean> => !loadedUnit.peek() || await mayLeave();
+
+/** Asked before a unit gives way to another or to itself: false keeps it. For edits that loading would end. */
+export function guardLeaving(ask: () => boolean | Promise<boolean>): void {
+    mayLeave = ask;
+}
+
+let mayLeave: () => boolean | Promise<boolean> = () => true;
+
+/** A write has moved the definition, as into a mod. */
+export function takeSource(source: Source): void {
+    const known = loadedUnit.peek();
+    if (known) unitSignal.value = { state: "ready", value: { ...known, source } };
 }
 
 /** Fetches the model anew, as after each step of an edit; the script runs on. */

@@ -12,9 +12,17 @@ export interface UnitModel3d {
     /** Meshes by piece; a mesh's `userData.piece` is its index. */
     meshes: (Mesh | undefined)[];
     setPose(transforms: readonly PieceTransform[]): void;
-    /** Lights up a piece, and faces. */
-    mark(piece: number | undefined, faces: readonly { pieceIndex: number; primIndex: number }[], color: string): void;
+    /** Lights up pieces and faces, in place of what was lit up before. */
+    mark(marks: readonly Mark[]): void;
     free(): void;
+}
+
+export interface Mark {
+    color: string;
+    opacity: number;
+    /** A whole piece, else these faces. */
+    piece?: number | undefined;
+    faces?: readonly { pieceIndex: number; primIndex: number }[];
 }
 
 interface ReadModel {
@@ -87,13 +95,15 @@ export async function buildModel(file: ArrayBuffer): Promise<UnitModel3d> {
     setPose([]);
     return {
         root, meshes, setPose,
-        mark(piece, faces, color) {
+        mark(wanted) {
             clearMarks();
-            if (piece !== undefined) addMark(piece, () => true, color, 0.35);
-            const wanted = new Map<number, Set<number>>();
-            for (const { pieceIndex, primIndex } of faces)
-                wanted.set(pieceIndex, (wanted.get(pieceIndex) ?? new Set()).add(primIndex));
-            for (const [index, prims] of wanted) addMark(index, (prim) => prims.has(prim), color, 0.75);
+            for (const { piece, faces, color, opacity } of wanted) {
+                if (piece !== undefined) addMark(piece, () => true, color, opacity);
+                const prims = new Map<number, Set<number>>();
+                for (const { pieceIndex, primIndex } of faces ?? [])
+                    prims.set(pieceIndex, (prims.get(pieceIndex) ?? new Set()).add(primIndex));
+                for (const [index, some] of prims) addMark(index, (prim) => some.has(prim), color, opacity);
+            }
         },
         free() {
             clearMarks();

@@ -1,11 +1,9 @@
 // The 3D view: one unit on a ground grid, two cameras, what lies under the pointer. It draws only when asked.
-import {
-    AmbientLight, Box3, BufferGeometry, Color, ColorManagement, DirectionalLight, Float32BufferAttribute, LineBasicMaterial,
-    LineSegments, LinearSRGBColorSpace, Raycaster, Scene, Vector2, Vector3, WebGLRenderer,
-} from "three";
+import { Box3, BufferGeometry, Float32BufferAttribute, LineBasicMaterial, LineSegments, Vector3 } from "three";
 import type { PieceTransform, RenderConstants } from "protocol";
 import type { Camera as CameraKind } from "../store/view";
 import { createGameCamera, createOrbitCamera, type ViewCamera } from "./cameras";
+import { createStage, styleColor } from "./stage";
 import { buildModel, sampleOfMaterials, type UnitModel3d } from "./unit_model";
 
 export interface Hit {
@@ -17,7 +15,8 @@ export interface UnitView {
     /** Shows a model, or nothing; the one before is freed. Resolves when it has been drawn. */
     show(glb: ArrayBuffer | undefined, footprint: [x: number, z: number], isSame: boolean): Promise<void>;
     pose(transforms: readonly PieceTransform[]): void;
-    mark(piece: number | undefined, faces: readonly Hit[]): void;
+    /** A piece, the faces that were clicked, and those that something was found at. */
+    mark(piece: number | undefined, picked: readonly Hit[], lit: readonly Hit[]): void;
     setCamera(kind: CameraKind): void;
     setLight(constants: RenderConstants): void;
     /** Takes the colours of the style sheet again. */
@@ -30,20 +29,13 @@ export interface UnitView {
 const CELL = 16;
 /** Of the ground, to each side. */
 const MAX_CELLS = 64;
-const TREMBLE_PX = 4;
 
-// the game mixes light and colour as stored, not as linear light
-ColorManagement.enabled = false;
-
-export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | undefined) => void): UnitView {
-    const renderer = new WebGLRenderer({ canvas, antialias: true });
-    renderer.outputColorSpace = LinearSRGBColorSpace;
-    const scene = new Scene();
-    const sun = new DirectionalLight(0xffffff, 0.6 * Math.PI);
-    const sky = new AmbientLight(0xffffff, 0.4 * Math.PI);
-    sun.position.set(-0.5, 1, 0.4);
-    scene.add(sun, sky);
-
+export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | undefined, isAdding: boolean) => void): UnitView {
+    const stage = createStage(canvas, {
+        camera: () => camera.camera, update: () => camera.update(),
+        resize: (width, height) => { for (const one of Object.values(cameras)) one.resize(width, height); },
+    });
+    const { scene, requestDraw } = stage;
     const cameras: Record<CameraKind, ViewCamera> = {
         orbit: createOrbitCamera(canvas, requestDraw), game: createGameCamera(canvas, requestDraw),
     };
@@ -55,33 +47,7 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
     for (const lines of [grid, frameLine]) lines.raycast = () => {};
     scene.add(grid, frameLine);
     let footprint: [number, number] = [0, 0];
-    let frame = 0;
-    let frames = 0;
     let age = 0;
-    let drawn: (() => void)[] = [];
-
-    /** The only way to draw: one frame however often it is asked for. */
-    function requestDraw(): void {
-        frame ||= requestAnimationFrame(() => {
-            frame = 0;
-            frames++;
-            camera.update();
-            renderer.render(scene, camera.camera);
-            // for tests
-            Object.assign(canvas.dataset, { frames, geometries: renderer.info.memory.geometries, textures: renderer.info.memory.textures });
-            for (const tell of drawn.splice(0)) tell();
-        });
-    }
-
-    const size = new ResizeObserver(() => {
-        const { clientWidth: width, clientHeight: height } = canvas.parentElement!;
-        if (width === 0 || height === 0) return;
-        renderer.setPixelRatio(devicePixelRatio);
-        renderer.setSize(width, height, false);
-        for (const one of Object.values(cameras)) one.resize(width, height);
-        requestDraw();
-    });
-    size.observe(canvas.parentElement!);
 
     function fit(): void {
         const box = boundsOf(model);
@@ -97,28 +63,15 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
     }
 
     function recolor(): void {
-        scene.background = new Color(colorOf("--sky"));
-        grid.material.color.set(colorOf("--grid"));
-        frameLine.material.color.set(colorOf("--accent"));
-        requestDraw();
+        stage.recolor();
+        grid.material.color.set(styleColor("--grid"));
+        frameLine.material.color.set(styleColor("--accent"));
     }
 
-    let pressed: PointerEvent | undefined;
-    canvas.addEventListener("pointerdown", (event) => { pressed = event; });
-    canvas.addEventListener("pointerup", (event) => {
-        const isClick = pressed && event.button === 0 &&
-            Math.hypot(event.clientX - pressed.clientX, event.clientY - pressed.clientY) <= TREMBLE_PX;
-        pressed = undefined;
-        if (isClick) picked(pick(event));
-    });
+    stage.onClick((event) => { if (event.button === 0) picked(pick(event), event.shiftKey || event.ctrlKey || event.metaKey); });
 
-    function pick({ clientX, clientY }: PointerEvent): Hit | undefined {
-        if (!model) return;
-        const box = canvas.getBoundingClientRect();
-        const caster = new Raycaster();
-        const at = new Vector2((clientX - box.left) / box.width * 2 - 1, 1 - (clientY - box.top) / box.height * 2);
-        caster.setFromCamera(at, camera.camera);
-        const hit = caster.intersectObject(model.root).find(({ object }) => object.visible);
+    function pick(event: PointerEvent): Hit | undefined {
+        const hit = model && stage.pick(event, model.root)[0];
         if (hit?.faceIndex == null) return;
         const { piece, primIndices } = hit.object.userData as { piece: number; primIndices: Int32Array };
         return { pieceIndex: piece, primIndex: primIndices[hit.faceIndex] ?? -1 };
@@ -126,7 +79,7 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
 
     layGround();
     recolor();
-    renderer.compile(sampleOfMaterials(), cameras.orbit.camera, scene);
+    stage.renderer.compile(sampleOfMaterials(), cameras.orbit.camera, scene);
     return {
         async show(glb, newFootprint, isSame) {
             const mine = ++age;
@@ -138,10 +91,17 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
             if (model) scene.add(model.root);
             layGround();
             if (!isSame) fit();
-            await new Promise<void>((resolve) => { drawn.push(resolve); requestDraw(); });
+            await stage.drawn();
         },
         pose(transforms) { model?.setPose(transforms); requestDraw(); },
-        mark(piece, faces) { model?.mark(piece, faces, colorOf("--accent")); requestDraw(); },
+        mark(piece, picked, lit) {
+            model?.mark([
+                // faces are easier to see when their piece stays as it is
+                { piece: picked.length > 0 ? undefined : piece, color: styleColor("--accent"), opacity: 0.35 },
+                { faces: lit, color: styleColor("--lit"), opacity: 0.55 }, { faces: picked, color: styleColor("--accent"), opacity: 0.8 },
+            ]);
+            requestDraw();
+        },
         setCamera(kind) {
             camera.setActive(false);
             camera = cameras[kind];
@@ -149,21 +109,16 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
             requestDraw();
         },
         setLight({ light, cabinetView }) {
-            sun.position.fromArray(light.direction);
-            sun.intensity = light.diffuse * Math.PI;
-            sky.intensity = light.ambient * Math.PI;
             cameras.game.setView?.(cabinetView);
-            requestDraw();
+            stage.setLight(light);
         },
         recolor, fit,
         free() {
             age++;
-            size.disconnect();
-            cancelAnimationFrame(frame);
             model?.free();
             for (const lines of [grid, frameLine]) { lines.geometry.dispose(); lines.material.dispose(); }
             for (const one of Object.values(cameras)) one.free();
-            renderer.dispose();
+            stage.free();
         },
     };
 }
@@ -174,8 +129,6 @@ function boundsOf(model: UnitModel3d | undefined): Box3 {
     for (const mesh of model?.meshes ?? []) if (mesh) box.expandByObject(mesh);
     return box.isEmpty() ? new Box3(new Vector3(-CELL, 0, -CELL), new Vector3(CELL, CELL, CELL)) : box;
 }
-
-const colorOf = (variable: string): string => getComputedStyle(document.documentElement).getPropertyValue(variable).trim();
 
 function setPoints(lines: LineSegments, points: number[]): void {
     lines.geometry.dispose();

@@ -1,0 +1,43 @@
+import type { MapUnit } from "protocol";
+import { lookAtPlace } from "../map3d/handle";
+import { mapUnits, selectedUnits, selectUnits, toggleUnit } from "../store/map";
+import { Button } from "../widgets/button";
+import { List } from "../widgets/list";
+import { hexOf } from "../work/colors";
+import { playerColor } from "../work/players";
+import { counted } from "../work/words";
+
+/** What stands on the map. Enter looks there, the space bar chooses several. */
+export function MapUnitsList() {
+    const chosen = selectedUnits.value;
+    const all = mapUnits.value;
+    return (
+        <div class="pane">
+            <List label="Units on the map" items={all} keyOf={(one) => String(one.unitId)} selected={chosen.length > 0 ? String(chosen.at(-1)) : undefined}
+                onSelect={(one) => selectUnits([one.unitId])} onActivate={({ x, y, z }) => lookAtPlace(x, z, y)} textOf={(one) => one.unitName}
+                rowClass={(one) => chosen.includes(one.unitId) ? "picked" : ""}
+                onKey={(event, one) => event.key === " " && one !== undefined && (toggleUnit(one.unitId), true)}
+                empty="No units yet: place some."
+                columns={[
+                    { title: "Id", width: "32px", isNumber: true, cell: (one) => one.unitId },
+                    { title: "Unit", width: "minmax(72px, 1fr)", cell: (one) => <><Player of={one} /> {one.unitName}</> },
+                    { title: "State", width: "minmax(60px, 1fr)", cell: stateOf },
+                    { title: "Health", width: "80px", isNumber: true, cell: (one) => `${one.health} / ${one.maxHealth}` },
+                    { title: "Place", width: "84px", isNumber: true, cell: (one) => `${Math.round(one.x)}, ${Math.round(one.z)}` },
+                ]} />
+            <div class="foot">
+                <span>{counted(all.length, "unit")}{chosen.length > 0 && `, ${chosen.length} chosen`}</span>
+                <Button title="Choose every unit" disabled={all.length === 0 && "No units"}
+                    onPress={() => selectUnits(mapUnits.peek().map(({ unitId }) => unitId))}>Choose all</Button>
+            </div>
+        </div>
+    );
+}
+
+const Player = ({ of: { player } }: { of: MapUnit }) =>
+    <span class="swatch" role="img" aria-label={`player ${player}`} title={`player ${player}`} style={{ background: hexOf(playerColor(player)) }} />;
+
+function stateOf({ state, order, buildFraction, queued }: MapUnit): string {
+    if (state === "nanoframe") return `frame, ${Math.round(buildFraction * 100)} % built`;
+    return `${order ?? state}${queued > 0 ? `, ${queued} queued` : ""}`;
+}

@@ -1,0 +1,118 @@
+// The orders that units on a map take: what each needs, and the request that it becomes.
+import type { MapEvent, MapUnit, MoveRequest, OrderKind } from "protocol";
+import { readArguments } from "./arguments";
+
+export interface OrderRow {
+    order: OrderKind;
+    title: string;
+    /** What is clicked; none for orders that are given at once. */
+    aim?: "place" | "target" | "either";
+    /** What is typed. */
+    takes?: "value" | "unit" | "script";
+    note: string;
+}
+
+export const ORDERS: readonly OrderRow[] = [
+    { order: "move", title: "Move", aim: "place", note: "Go there." },
+    { order: "attack", title: "Attack", aim: "either", note: "Go near and fire, at a unit or the ground." },
+    { order: "patrol", title: "Patrol", aim: "place", note: "Go there and back, again and again." },
+    { order: "fire", title: "Fire once", aim: "either", note: "One shot without moving." },
+    { order: "guard", title: "Guard", aim: "target", note: "Follow a unit and help it." },
+    { order: "stop", title: "Stop", note: "Forget every order." },
+    { order: "build", title: "Build", aim: "place", takes: "unit", note: "A builder builds there." },
+    { order: "repair", title: "Repair", aim: "target", note: "Repair a unit, or help to build it." },
+    { order: "reclaim", title: "Reclaim", aim: "target", note: "Take a unit apart." },
+    { order: "capture", title: "Capture", aim: "target", note: "Take a unit over." },
+    { order: "load", title: "Load", aim: "target", note: "Take a unit aboard." },
+    { order: "unload", title: "Unload", aim: "place", note: "Put down what is carried." },
+    { order: "activate", title: "Activate", note: "Switch on." },
+    { order: "deactivate", title: "Deactivate", note: "Switch off." },
+    { order: "cloak", title: "Cloak", note: "Become unseen." },
+    { order: "decloak", title: "Decloak", note: "Become seen." },
+    { order: "moveState", title: "Movement", takes: "value", note: "0 hold the position, 1 manoeuvre, 2 roam." },
+    { order: "fireState", title: "Firing", takes: "value", note: "0 hold fire, 1 return fire, 2 fire at will." },
+    { order: "selfDestruct", title: "Self-destruct", note: "The countdown, then the explosion." },
+    { order: "damage", title: "Damage", takes: "value", note: "For a preview: so much at once." },
+    { order: "kill", title: "Kill", takes: "value", note: "For a preview: dies at once, with that severity; 100 when empty." },
+    { order: "finish", title: "Finish", note: "For a preview: built to the end at once." },
+    { order: "place", title: "Put there", aim: "place", note: "For a preview: moved at once." },
+    { order: "script", title: "Start a script", takes: "script", note: "For a preview: a script of the unit on the map." },
+    { order: "remove", title: "Remove", note: "Gone, without a wreck." },
+];
+
+export interface OrderWords {
+    value: string;
+    unit: string;
+    script: string;
+    args: string;
+}
+
+/** Where a click was, on which unit. */
+export interface OrderPlace {
+    x: number;
+    z: number;
+    unitId?: number;
+}
+
+/** A typed place: "x z" or "#unit"; nothing when nothing is typed, else what is wrong with it. */
+export function readPlace(text: string, units: readonly Pick<MapUnit, "unitId" | "x" | "z">[]): OrderPlace | string | undefined {
+    if (text.trim() === "") return undefined;
+    const named = /^\s*#\s*(\d+)\s*$/.exec(text);
+    if (named) {
+        const unit = units.find(({ unitId }) => unitId === Number(named[1]));
+        return unit ? { x: unit.x, z: unit.z, unitId: unit.unitId } : `no unit ${named[1]}`;
+    }
+    const [x, z, more] = text.split(/[\s,]+/).filter(Boolean).map(Number);
+    if (x === undefined || z === undefined || more !== undefined || !Number.isFinite(x) || !Number.isFinite(z)) return "not a place: two numbers, or # and a unit's id";
+    return { x, z };
+}
+
+/** The request, or what it still needs. */
+export function buildOrder(
+    row: OrderRow, unitIds: readonly number[], words: OrderWords, queue: boolean, at?: OrderPlace,
+): { order: MoveRequest } | { missing: string } {
+    if (unitIds.length === 0) return { missing: "Choose units: click them on the map or in the list" };
+    const args = readArguments(words.args);
+    if (row.takes === "unit" && words.unit.trim() === "") return { missing: "Name the unit that is built" };
+    if (row.takes === "script" && words.script.trim() === "") return { missing: "Name the script" };
+    if (row.takes === "script" && typeof args === "string") return { missing: args };
+    if (row.takes === "value" && words.value.trim() !== "" && !Number.isFinite(Number(words.value))) return { missing: "Value: not a number" };
+    if (row.aim && !at) return { missing: "Click where" };
+    if (row.aim === "target" && at?.unitId === undefined) return { missing: `${row.title}: click a unit` };
+    const isAtUnit = at?.unitId !== undefined && row.aim !== "place";
+    return { order: {
+        unitIds: [...unitIds], order: row.order, ...(queue ? { queue } : {}),
+        ...(!row.aim || !at ? {} : isAtUnit ? { target: at.unitId! } : { x: at.x, z: at.z }),
+        ...(row.takes === "unit" ? { unit: words.unit.trim() } : {}),
+        ...(row.takes === "value" && words.value.trim() !== "" ? { value: Number(words.value) } : {}),
+        ...(row.takes === "script" && typeof args !== "string" ? { name: words.script.trim(), args } : {}),
+    } };
+}
+
+/** What a click with the right button means to units of a player: attack, guard or move. */
+export function meantBy(at: OrderPlace, units: readonly MapUnit[], chosen: readonly number[]): OrderRow {
+    const player = units.find(({ unitId }) => unitId === chosen[0])?.player;
+    const target = units.find(({ unitId }) => unitId === at.unitId);
+    const word: OrderKind = !target || chosen.includes(target.unitId) ? "move" : target.player === player ? "guard" : "attack";
+    return ORDERS.find(({ order }) => order === word)!;
+}
+
+/** An event in words, without tick and unit. */
+export function describeEvent(event: MapEvent): string {
+    switch (event.kind) {
+        case "order-done": return `${event.order}: done${event.reached ? "" : ", not reached"}`;
+        case "order-failed": return `${event.order}: ${event.reason}`;
+        case "aimed": return `aimed, slot ${event.slot}`;
+        case "aim-failed": return `cannot aim, slot ${event.slot}: ${event.reason}`;
+        case "fired": return `fired ${event.weapon}${event.piece ? ` from ${event.piece}` : ""}`;
+        case "hit": return `${event.weapon} hit ${event.damaged.map(({ unitId, damage }) => `${unitId} (−${Math.round(damage)})`).join(", ") || "nothing"}`;
+        case "killed": return `killed, severity ${event.severity}${event.corpse ? `, leaves ${event.corpse}` : ""}`;
+        case "corpse": return `left ${event.name}`;
+        case "feature-gone": return `feature ${event.featureId} is gone`;
+        case "explode": return `${event.piece ?? "a piece"} flies off`;
+        case "effect": return `effect${event.piece ? ` at ${event.piece}` : ""}`;
+        case "sound": return `sound ${event.name ?? event.number}`;
+        case "script-missing": return `has no script ${event.script}`;
+        default: return event.kind;
+    }
+}
