@@ -5,9 +5,9 @@ import { refreshUnits } from "./store/roots";
 import { isPlaying, isStopped, pause, play, report, resetScript, resume, stopThreads } from "./store/run";
 import { stepLine } from "./store/step";
 import { isEdited, isTemporary, endTry, saveText, source, toggleComparing, tryText } from "./store/script";
+import { editState, findDuplicates, lookThrough, redo, revertModel, saveModel, undo } from "./store/model_edit";
 import { askCopy } from "./store/copy_unit";
 import { isDefinitionEdited, saveDefinition } from "./store/definition";
-import { editState, findDuplicates, lookThrough, redo, revertModel, saveModel, undo } from "./store/model_edit";
 import { loadedUnit, reloadUnit, wantedUnit } from "./store/unit";
 import { camera, setCamera, showDialog, showTab, toggleTall } from "./store/view";
 import { toggleAtCursor } from "./editor/cursor";
@@ -89,8 +89,6 @@ export const commands: readonly Command[] = [
         run: () => setCamera(camera.peek() === "orbit" ? "game" : "orbit") },
     { id: "fit", key: "F", where: "view", title: "Bring the whole unit into view", run: fitView },
 
-    { id: "tall-tabs", key: "Alt+6", where: "page", title: "Give the tabs most of the room, or no longer", run: toggleTall },
-
     { id: "undo-model", key: "Ctrl+Z", where: "model", title: "Undo the last step of the model", run: withModel(() => editState.peek().undoDepth > 0, undo) },
     { id: "redo-model", key: "Ctrl+Shift+Z", where: "model", title: "Make the undone step of the model again", run: withModel(() => editState.peek().redoDepth > 0, redo) },
     { id: "save-model", key: "Ctrl+Shift+S", where: "model", title: "Save the model", run: withModel(() => editState.peek().isDirty, saveModel) },
@@ -102,6 +100,7 @@ export const commands: readonly Command[] = [
     { id: "end-placing", key: "Escape", where: "map", title: "End placing; clicks choose units again", run: endPointer },
     { id: "show-map", where: "page", title: "Show the map, or the unit again", run: () => loadedMap.peek() ? showMap(!isMapShown.peek()) : false },
 
+    { id: "tall-tabs", key: "Alt+6", where: "page", title: "Give the tabs most of the room, or no longer", run: toggleTall },
     ...bottomPanes.map((pane): Command =>
         ({ id: `tab-${pane.id}`, where: "page", title: `Show ${pane.title}`, run: () => showTab(pane.id) })),
 ];

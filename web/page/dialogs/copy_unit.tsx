@@ -51,7 +51,7 @@ function CopyUnit({ wish }: { wish: OpenCopy }) {
             say(`${unitName} is copied: ${files.map(({ to }) => to).join(", ")}`);
             await refreshUnits();
             if (isRenamed) await openUnit(name);
-            else await reloadUnit();
+            else if (!isToEdit) await reloadUnit(); // who edits goes on, and loads it at the end
         } catch (error) {
             failure.value = messageOf(error);
         }

@@ -36,15 +36,15 @@ export const bottomPanes: readonly Pane[] = [
     { id: "health", title: "Health", hint: "What keeps the unit from being ready, and what mends it", view: HealthPane, note: healthNote },
     { id: "definition", title: "FBI", hint: "The unit's definition as a form and as text", view: DefinitionPane, note: draftNote },
     { id: "weapons", title: "Weapons", hint: "The unit's weapons and what their tables say", view: WeaponsPane },
+    { id: "remap", title: "Textures", hint: "The model's textures, team colour, the palette", view: TexturesPane },
     { id: "sounds", title: "Sounds", hint: "What the unit's sound category plays", view: SoundsPane },
     { id: "trace", title: "Trace", hint: "What the script did, newest last", view: TracePane },
-    { id: "remap", title: "Textures", hint: "The model's textures, team colour, the palette", view: TexturesPane },
-    { id: "faces", title: "Faces", hint: "The model's faces: what is found at them, and what mends it", view: FacesPane },
-    { id: "map", title: "Map", hint: "Maps, and units that stand, move and fight on them", view: MapPane },
     { id: "files", title: "Files", hint: "What lies in the stack, in folders and archives", view: FilesPane },
     { id: "conflicts", title: "Conflicts", hint: "What is declared twice or leads to nothing", view: ConflictsPane },
     { id: "compare", title: "Compare", hint: "Definitions of units side by side", view: ComparePane },
+    { id: "faces", title: "Faces", hint: "The model's faces: what is found at them, and what mends it", view: FacesPane },
     { id: "pack", title: "Pack", hint: "What units need, and an archive of it", view: PackPane },
+    { id: "map", title: "Map", hint: "Maps, and units that stand, move and fight on them", view: MapPane },
     { id: "log", title: "Log", hint: "What the editor writes about its work", view: LogPane },
 ];
 

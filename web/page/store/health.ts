@@ -1,12 +1,13 @@
 // Lifetime: the chosen unit. What its health report says, and what mends a finding.
-import { computed, signal } from "@preact/signals";
+import { computed } from "@preact/signals";
 import type { HealthAction, UnitHealth } from "protocol";
 import { ask } from "../ask";
 import { say } from "./connection";
 import { askCopy } from "./copy_unit";
 import { write } from "./question";
 import { resource, valueOf } from "./resource";
-import { wantedUnit } from "./unit";
+import { chooseTexture } from "./textures";
+import { reloadUnit, wantedUnit } from "./unit";
 import { showTab } from "./view";
 
 /** By name, so that a unit that cannot be loaded has a report, too. */
@@ -18,10 +19,6 @@ export const healthNote = computed(() => {
     const count = report?.unit.toLowerCase() === wantedUnit.value.toLowerCase() ? report.summary.missing + report.summary.warnings : 0;
     return count > 0 ? String(count) : undefined;
 });
-
-/** The texture that a finding is about, for who recolours it. */
-const textureSignal = signal("");
-export const faultyTexture = computed(() => textureSignal.value);
 
 export async function lookAtHealth(name: string): Promise<void> {
     if (valueOf(health.shown.peek())?.unit.toLowerCase() !== name.toLowerCase()) health.reset();
@@ -38,7 +35,7 @@ export async function mend(action: HealthAction): Promise<void> {
             break;
         }
         case "promote-to-mod":
-            await askCopy({ unitName: action.unitName, isToEdit: true });
+            if (await askCopy({ unitName: action.unitName, isToEdit: true })) await reloadUnit();
             break;
         case "lint-suppress": {
             const { code, target, unitName } = action;
@@ -53,8 +50,8 @@ export async function mend(action: HealthAction): Promise<void> {
             break;
         }
         case "palette-remap":
-            textureSignal.value = action.textureName;
-            showTab("textures");
+            void chooseTexture(action.textureName);
+            showTab("remap");
             return;
     }
     await health.load();
