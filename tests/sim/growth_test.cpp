@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "sim/battlefield.h"
+#include "sim/world.h"
 
 namespace orb::sim {
 namespace {
