@@ -120,36 +120,30 @@ void reportTicks(sim::World& world, std::string_view how, double sorting) {
     const sim::WorkCounts before = world.counts();
     for (int i = 0; i < kTicks; ++i) {
         const auto begin = Clock::now();
-        auto before = begin;
+        auto last = begin;
         world.runTick([&](std::string_view phase) {
             const std::string name(phase);
             if (!phases.contains(name)) order.push_back(name);
-            phases[name] += millisecondsSince(before);
-            before = Clock::now();
+            phases[name].push_back(millisecondsSince(last));
+            last = Clock::now();
         });
-        const double tick = millisecondsSince(begin);
-        whole += tick;
-        worst = std::max(worst, tick);
-        counts.scriptTicks += world.counts().scriptTicks;
-        counts.nodeVisits += world.counts().nodeVisits;
-        counts.cellsTested += world.counts().cellsTested;
-        counts.pairs += world.counts().pairs;
-        counts.steps += world.counts().steps;
+        ticks.push_back(millisecondsSince(begin));
         world.events().clear();
     }
-    bench::report("a tick of 2,000 units / sorting 100,000 numbers", whole / kTicks, "ms", sorting);
-    bench::report("  the worst", worst, "ms", sorting);
+    bench::report(fmt::format("a tick of 2,000 units {} / sorting 100,000 numbers", how),
+                  median(ticks), "ms", sorting, median(ticks) / std::ranges::min(ticks) - 1);
+    bench::report("  the worst", std::ranges::max(ticks), "ms", sorting);
     for (const std::string& phase : order)
-        bench::report("  " + phase, phases[phase] / kTicks, "ms", sorting);
-    const auto report = [&](const char* name, std::uint64_t count) {
-        bench::report(fmt::format("  {} a tick / units", name), static_cast<double>(count) / kTicks,
-                      "", static_cast<double>(world.units().count()));
+        bench::report("  " + phase, median(phases[phase]), "ms", sorting);
+    const auto report = [&](const char* name, std::uint64_t sim::WorkCounts::*count) {
+        bench::report(fmt::format("  {} a tick / units", name),
+                      static_cast<double>(world.counts().*count - before.*count) / kTicks, "",
+                      static_cast<double>(world.units().count()));
     };
-    report("scripts run", counts.scriptTicks);
-    report("portals visited", counts.nodeVisits);
-    report("cells tested", counts.cellsTested);
-    report("pairs looked at", counts.pairs);
-    report("steps", counts.steps);
+    report("scripts run", &sim::WorkCounts::scriptTicks);
+    report("portals visited", &sim::WorkCounts::nodeVisits);
+    report("pairs looked at", &sim::WorkCounts::pairs);
+    report("steps", &sim::WorkCounts::steps);
 }
 
 }  // namespace
