@@ -168,7 +168,8 @@ void Routes::renewWays(std::uint32_t movementClass, std::span<const std::size_t>
 }
 
 void Routes::takeWishes() {
-    std::ranges::stable_sort(wishes_, {}, &RouteWish::walker);
+    if (!std::ranges::is_sorted(wishes_, {}, &RouteWish::walker))
+        std::ranges::stable_sort(wishes_, {}, &RouteWish::walker);
     // Of several the last.
     const auto kept =
         std::unique(wishes_.rbegin(), wishes_.rend(),
@@ -207,7 +208,8 @@ void Routes::takeWish(const RouteWish& wish) {
     const MovementLimits& limits = limits_[wish.movementClass];
     const ClassGround& ground = grounds_[wish.movementClass];
     const Cell cell = cellAt(ground.grid, limits, wish.place);
-    if (cell != way.cell) way.hasStep = false;
+    if (way.hasStep && cell == way.cell) return;
+    way.hasStep = false;
     way.cell = cell;
     way.start = nearestFitting(ground.grid, cell);
     if (!ground.grid.fits(way.start)) {
@@ -296,8 +298,7 @@ void Routes::takeSteps(Workers& workers) {
     work_.steps = walkers.size();
     workers.forEach(walkers.size(), kStepsPerBlock, [&](std::size_t i, std::size_t) {
         Way& way = ways_[walkers[i]];
-        way.step = stepAlong(way, walkers[i], grounds_[way.movementClass],
-                             limits_[way.movementClass], fields_);
+        way.step = stepAlong(way, grounds_[way.movementClass], limits_[way.movementClass], fields_);
         way.hasStep = true;
     });
 }

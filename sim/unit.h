@@ -188,5 +188,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
+static_assert(sizeof(Unit) == 336);
 
 }  // namespace orb::sim

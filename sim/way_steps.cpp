@@ -4,16 +4,11 @@
 #include <array>
 #include <cstdlib>
 
-#include "sim/angle.h"
-
 namespace orb::sim {
 namespace {
 
 /// Cells that a step looks ahead. Higher rounds corners sooner and costs in proportion.
 constexpr std::size_t kLookAhead = 16;
-/// Where the way bends, those who go together go round in so many lanes, a footprint apart. More
-/// get large groups round corners sooner, on longer ways.
-constexpr std::uint32_t kLanes = 4;
 /// Cells of the way, both ways, among which somebody who was pushed is looked for.
 constexpr std::uint32_t kReach = 4;
 
@@ -94,35 +89,6 @@ Ahead lookAhead(const Way& way, const ClassGround& ground, const DirectionFields
     return ahead;
 }
 
-/// A place beside one of the cells ahead, on the outer side of the bend behind it, so far out as a
-/// lane lies from the innermost; the cell itself where the way does not bend or there is no room.
-GroundPoint inLane(const Way& way, const ClassGround& ground, const MovementLimits& limits,
-                   const Ahead& ahead, std::size_t number, std::uint32_t lane) {
-    const GroundPoint inner = middleAt(limits, ahead.cells[number - 1]);
-    const GroundPoint last = middleAt(limits, ahead.cells[ahead.count - 1]);
-    const std::int64_t x = inner.x.raw() - way.place.x.raw(), z = inner.z.raw() - way.place.z.raw();
-    const std::int64_t bend =
-        x * (last.z.raw() - inner.z.raw()) - z * (last.x.raw() - inner.x.raw());
-    const std::int64_t length = lengthOf(inner.x - way.place.x, inner.z - way.place.z).raw();
-    if (bend == 0 || length == 0) return inner;
-    const std::int64_t side = bend > 0 ? 1 : -1;
-    const std::int64_t footprint = std::max(limits.footprintX, limits.footprintZ);
-    const std::int64_t wished = lane * footprint * kCellPixels * Fixed::kOne;
-    // At a third of the way's length aside it still leads ahead.
-    for (std::int64_t out = std::min(wished, length / 3); out >= Fixed::kOne; out /= 2) {
-        const GroundPoint outer{
-            inner.x + Fixed::fromRaw(static_cast<std::int32_t>(side * z * out / length)),
-            inner.z - Fixed::fromRaw(static_cast<std::int32_t>(side * x * out / length))};
-        const std::uint8_t worst = worstOnLine(ground.grid, limits, way.place, outer);
-        const SectorLayout& layout = ground.graph.layout();
-        if (worst != kNoStep && worst <= ahead.worst[number - 1] &&
-            layout.sectorOf(cellAt(ground.grid, limits, outer)) ==
-                layout.sectorOf(ahead.cells[number - 1]))
-            return outer;
-    }
-    return inner;
-}
-
 /// A place in steps of 1/65536 px, shifted so that the cell of the footprint's corner is its whole
 /// number of cells.
 struct CornerPlace {
@@ -193,8 +159,8 @@ void needFields(const Way& way, const SectorGraph& graph, DirectionFields& field
         fields.need(keyOf(way, graph, lastInIsland(way, graph, way.next + 1)));
 }
 
-RouteStep stepAlong(const Way& way, std::uint32_t walker, const ClassGround& ground,
-                    const MovementLimits& limits, const DirectionFields& fields) {
+RouteStep stepAlong(const Way& way, const ClassGround& ground, const MovementLimits& limits,
+                    const DirectionFields& fields) {
     // Off the ground where he fits he has to get back to it first.
     if (way.start != way.cell) return {way.state, middleAt(limits, way.start), false};
     const Ahead ahead = lookAhead(way, ground, fields);
@@ -211,9 +177,6 @@ RouteStep stepAlong(const Way& way, std::uint32_t walker, const ClassGround& gro
     }
     const bool isEnd = ahead.reachesEnd && number == ahead.count && !way.isProvisional &&
                        way.aim == cellAt(ground.grid, limits, way.goal);
-    const std::uint32_t lane = way.goal == way.gathering ? 0 : walker % kLanes;
-    if (lane > 0 && number > 0 && number < ahead.count)
-        return {way.state, inLane(way, ground, limits, ahead, number, lane), isEnd};
     return {way.state, middleOf(number), isEnd};
 }
 

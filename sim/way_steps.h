@@ -26,8 +26,8 @@ void needFields(const Way& way, const SectorGraph& graph, DirectionFields& field
 /// Follows the fields for some cells and heads for the farthest of these to which the straight line
 /// is free, and as good to walk as the cells themselves; members of a group a little beside it
 /// where the way bends.
-RouteStep stepAlong(const Way& way, std::uint32_t walker, const ClassGround& ground,
-                    const MovementLimits& limits, const DirectionFields& fields);
+RouteStep stepAlong(const Way& way, const ClassGround& ground, const MovementLimits& limits,
+                    const DirectionFields& fields);
 
 /// The worst cell that the straight line between two places of a footprint's middle crosses, both
 /// neighbours where it goes through a corner: `kNoStep` when it does not fit somewhere.
