@@ -168,7 +168,7 @@ export async function eventuallyMatches(read: () => Promise<string | null>, patt
 
 /** Until the 3D view shows the unit. */
 export async function unitIsShown(page: Page, name: string): Promise<void> {
-    await eventually(() => page.locator("[data-region=view] canvas").getAttribute("data-shown"), name);
+    await eventually(() => page.locator("[data-region~=view] canvas").getAttribute("data-shown"), name);
 }
 
 /** Finds a unit as a user does, and waits for its picture and its script. */
@@ -183,7 +183,7 @@ export async function openUnit(page: Page, name: string): Promise<void> {
 
 /** How many pixels of the 3D view's middle differ from its corner. */
 export async function outlinePixels(page: Page): Promise<number> {
-    const picture = await page.locator("[data-region=view] canvas").screenshot();
+    const picture = await page.locator("[data-region~=view] canvas").screenshot();
     return page.evaluate(async (base64) => {
         const bytes = Uint8Array.from(atob(base64), (letter) => letter.charCodeAt(0));
         const bitmap = await createImageBitmap(new Blob([bytes]));
