@@ -22,7 +22,7 @@ async function stage({ page }: Bench): Promise<void> {
 }
 
 async function show(page: Page, tab: string): Promise<void> {
-    if (tab) await page.getByRole("tab", { name: tab, exact: true }).click();
+    if (tab) await page.getByRole("tab", { name: new RegExp(`^${tab}\\b`) }).click();
     await eventually(() => page.getByText("Loading…").count(), 0);
 }
 
