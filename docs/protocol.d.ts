@@ -1572,9 +1572,11 @@ export interface Spawn {
 }
 
 export type OrderKind =
-    | "move" | "patrol" | "stop" | "attack" | "fire" | "guard" | "repair" | "capture" | "load"
-    | "unload" | "build" | "reclaim" | "activate" | "deactivate" | "cloak" | "decloak" | "moveState"
-    | "fireState" | "selfDestruct" | "damage" | "kill" | "finish" | "place" | "script" | "remove";
+    | QueuedOrder | "stop" | "activate" | "deactivate" | "moveState" | "fireState" | "damage" | "kill"
+    | "finish" | "place" | "script" | "remove";
+
+/** Those that a unit can be at for a while. */
+export type QueuedOrder = "move" | "patrol" | "attack" | "fire" | "guard";
 
 export interface UnitOrder {
     /** Default "move". */
@@ -1583,8 +1585,6 @@ export interface UnitOrder {
     z?: number;
     /** A unit's id. */
     target?: number;
-    /** A feature's id. */
-    targetFeature?: number;
     /** The weapon, 0 to 2; without it all of them. */
     slot?: number;
     /** Of states 0 to 2, hit points, severity in percent. */
@@ -1669,8 +1669,8 @@ interface EventPiece {
 }
 
 export type MapEvent = EventBase & (
-    | { kind: "order-done"; order: OrderKind; reached: boolean }
-    | { kind: "order-failed"; order: OrderKind; reason: "blocked" | "target gone" | "no way" | "cannot do" }
+    | { kind: "order-done"; order: QueuedOrder; reached: boolean }
+    | { kind: "order-failed"; order: QueuedOrder; reason: "blocked" | "target gone" | "no way" | "cannot do" }
     | { kind: "blocked" | "built" | "stalled" }
     | { kind: "aimed"; slot: number }
     | {
@@ -1746,7 +1746,7 @@ export interface MapUnit {
     state: "nanoframe" | "idle" | "moving" | "attacking" | "carried";
     active: boolean;
     /** The current one. */
-    order?: OrderKind;
+    order?: QueuedOrder;
     /** Orders behind the current one. */
     queued: number;
     weapons: {
