@@ -41,6 +41,16 @@ bool isUnderWay(const Unit& unit) {
     return !unit.orders.empty() && unit.type->canMove;
 }
 
+/// Who follows somebody keeps his speed, so that queues flow; others come to a halt.
+Fixed speedBehind(const Unit& unit, const Unit* blocker) {
+    const bool follows =
+        blocker && isUnderWay(*blocker) &&
+        std::abs(shortestDifference(unit.heading, blocker->heading)) < kQuarterTurn;
+    if (follows && blocker->motion.speed > Fixed())
+        return std::min(unit.motion.speed, blocker->motion.speed);
+    return unit.motion.speed.over(2, Rounding::down);
+}
+
 CellRect cellsAhead(const Unit& unit, Angle heading, Fixed length) {
     const Vector way = vectorOf(heading, {}, length);
     return footprintAt({unit.place.x + way.x, unit.place.z + way.z}, unit.type->footprintX,
@@ -102,8 +112,8 @@ bool mayStep(const WorldParts& world, const Unit& unit, const CellRect& from, co
 
 void beBlocked(WorldParts& world, Unit& unit, const MotionStep& step, const CellRect& wished) {
     UnitMotion& motion = unit.motion;
-    motion.speed = motion.speed.over(2, Rounding::down);
     Unit* const blocker = blockerAt(world, unit, wished);
+    motion.speed = speedBehind(unit, blocker);
     if (blocker && isNearEnough(unit, step)) {
         motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
         return;
