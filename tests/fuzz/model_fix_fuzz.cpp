@@ -8,7 +8,7 @@
 
 // A 3DO model whose last bytes, which are no part of it, seed a sequence of changes: whatever is
 // changed, taken back and made again, the history holds what the models were, and every one of them
-// survives its file.
+// survives its file. One with pieces that the reader leaves out is never written.
 
 namespace orb::fuzz {
 namespace {
@@ -33,7 +33,8 @@ void checkAnalyses(const io::Model3doObject& model) {
 }
 
 void checkStep(const WorkingModel& working) {
-    require(isSameModel(io::parse3do(io::write3do(working.model())), working.model()),
+    require(lacksPieces(working.model()) ||
+                isSameModel(io::parse3do(io::write3do(working.model())), working.model()),
             "a model reads as it was written");
     require(working.undoDepth() <= kMaxUndoSteps, "the history has an end");
 }
