@@ -44,8 +44,8 @@ inline constexpr std::int32_t kAimTolerance = 1'000;
 /// Differences that no weapon is turned anew for, in steps: 1.4 degrees. Less, and turrets that
 /// follow somebody are told so all the time.
 inline constexpr std::int32_t kLeastTolerance = 256;
-/// Ticks between two looks at where a weapon's target lies, and thus between two starts of AimX. Less
-/// lets shots follow sudden turns sooner and costs scripts.
+/// Ticks between two looks at where a weapon's target lies, and thus between two starts of AimX.
+/// Less lets shots follow sudden turns sooner and costs scripts.
 inline constexpr std::int32_t kLookEvery = 10;
 /// A weapon without a target looks for one in one tick of so many, half a second.
 inline constexpr std::int32_t kSearchEvery = 16;
