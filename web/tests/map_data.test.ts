@@ -28,7 +28,7 @@ test("between the corners of a cell the ground runs straight", () => {
 });
 
 const row = (order: string) => ORDERS.find((one) => one.order === order)!;
-const WORDS = { value: "", unit: "", script: "", args: "" };
+const WORDS = { value: "", script: "", args: "" };
 
 test("orders become requests, or say what they need", () => {
     assert.deepEqual(buildOrder(row("move"), [], WORDS, false), { missing: "Choose units: click them on the map or in the list" });

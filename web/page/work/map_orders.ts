@@ -8,7 +8,7 @@ export interface OrderRow {
     /** What is clicked; none for orders that are given at once. */
     aim?: "place" | "target" | "either";
     /** What is typed. */
-    takes?: "value" | "unit" | "script";
+    takes?: "value" | "script";
     note: string;
 }
 
@@ -33,7 +33,6 @@ export const ORDERS: readonly OrderRow[] = [
 
 export interface OrderWords {
     value: string;
-    unit: string;
     script: string;
     args: string;
 }
@@ -64,7 +63,6 @@ export function buildOrder(
 ): { order: MoveRequest } | { missing: string } {
     if (unitIds.length === 0) return { missing: "Choose units: click them on the map or in the list" };
     const args = readArguments(words.args);
-    if (row.takes === "unit" && words.unit.trim() === "") return { missing: "Name the unit that is built" };
     if (row.takes === "script" && words.script.trim() === "") return { missing: "Name the script" };
     if (row.takes === "script" && typeof args === "string") return { missing: args };
     if (row.takes === "value" && words.value.trim() !== "" && !Number.isFinite(Number(words.value))) return { missing: "Value: not a number" };
@@ -74,7 +72,6 @@ export function buildOrder(
     return { order: {
         unitIds: [...unitIds], order: row.order, ...(queue ? { queue } : {}),
         ...(!row.aim || !at ? {} : isAtUnit ? { target: at.unitId! } : { x: at.x, z: at.z }),
-        ...(row.takes === "unit" ? { unit: words.unit.trim() } : {}),
         ...(row.takes === "value" && words.value.trim() !== "" ? { value: Number(words.value) } : {}),
         ...(row.takes === "script" && typeof args !== "string" ? { name: words.script.trim(), args } : {}),
     } };
