@@ -1623,6 +1623,14 @@ export interface UnitOrder {
     z?: number;
     /** A unit's id. */
     target?: number;
+    /** A feature's id. */
+    targetFeature?: number;
+    /** What is to be built. */
+    unit?: string;
+    /** How many of them by a factory; 1 to 1,000, default 1. */
+    count?: number;
+    /** Also what is in none of the builder's menus; default false. */
+    unrestricted?: boolean;
     /** The weapon, 0 to 2; without it all of them. */
     slot?: number;
     /** Of states 0 to 2, hit points, severity in percent. */
@@ -1668,6 +1676,9 @@ export interface Ticked {
     stopped: "ticks" | "until" | "time";
     unitCount: number;
     projectileCount: number;
+    wind: number;
+    /** Where it blows to. */
+    windHeading: number;
     players: MapPlayer[];
     /** 16 hexadecimal digits; equal for equal worlds. */
     hash: string;
@@ -1682,11 +1693,17 @@ export interface MapPlayer {
     metalStorage: number;
     metalIncome: number;
     metalDrain: number;
+    metalProduced: number;
+    metalSpent: number;
+    metalWasted: number;
     metalShare: number;
     energy: number;
     energyStorage: number;
     energyIncome: number;
     energyDrain: number;
+    energyProduced: number;
+    energySpent: number;
+    energyWasted: number;
     energyShare: number;
 }
 
@@ -1706,9 +1723,12 @@ interface EventPiece {
     pieceIndex?: number;
 }
 
+export type SiteFault =
+    | "outside the map" | "void" | "too deep" | "too shallow" | "too steep" | "no vent" | "occupied";
+
 export type MapEvent = EventBase & (
     | { kind: "order-done"; order: QueuedOrder; reached: boolean }
-    | { kind: "order-failed"; order: QueuedOrder; reason: "blocked" | "target gone" | "no way" | "cannot do" }
+    | { kind: "order-failed"; order: QueuedOrder; reason: SiteFault | "blocked" | "target gone" | "no way" | "cannot do" }
     | { kind: "blocked" | "built" | "stalled" }
     | { kind: "aimed"; slot: number }
     | {
@@ -1781,7 +1801,11 @@ export interface MapUnit {
     maxHealth: number;
     /** 1 is ready. */
     buildFraction: number;
-    state: "nanoframe" | "idle" | "moving" | "attacking" | "carried";
+    state: "nanoframe" | "idle" | "moving" | "attacking" | "building" | "reclaiming" | "capturing" | "carried";
+    /** Where a builder's spray comes from. */
+    nano?: { x: number; y: number; z: number; piece?: string };
+    /** Seconds until it destroys itself. */
+    selfDestruct?: number;
     active: boolean;
     /** The current one. */
     order?: QueuedOrder;

@@ -42,7 +42,9 @@ std::int32_t followerIn(const LoadedMap& map, std::span<const std::string> chain
                : static_cast<std::int32_t>(known->second);
 }
 
-std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std::string& name) {
+/// The type of a name, with the chain behind it; those that are new are `added`.
+std::uint32_t addChain(LoadedMap& map, const GameTables& tables, const std::string& name,
+                       std::vector<std::uint32_t>& added) {
     if (const auto known = map.featureTypes.find(io::upperCased(name));
         known != map.featureTypes.end())
         return known->second;
@@ -56,23 +58,34 @@ std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std:
         if (type.isMissing) map.missingFeatures.push_back(chain[i]);
         type.follower = followerIn(map, chain, i);
         known->second = map.world.addFeatureType(std::move(type));
+        added.push_back(known->second);
     }
     return first;
 }
 
-std::shared_ptr<const sim::UnitType> unitTypeOf(LoadedMap& map, const MountedData& data,
-                                                const std::string& name) {
-    const std::string key = io::upperCased(name);
-    if (const auto known = map.unitTypes.find(key); known != map.unitTypes.end())
-        return known->second;
-    LoadedUnit unit = loadUnitFiles(data.files, data.catalogue, name);
-    if (const auto script = map.temporaryScripts.find(io::upperCased(unit.name));
-        script != map.temporaryScripts.end())
-        unit.cob = script->second;
-    auto type = std::make_shared<sim::UnitType>(makeUnitType(data.tables, unit));
-    if (data.tables.features.find(unit.fbi.corpse))
-        type->corpse = static_cast<std::int32_t>(featureTypeOf(map, data.tables, unit.fbi.corpse));
-    return map.unitTypes[key] = std::move(type);
+/// The type that another one becomes otherwise than by dying; -1 for none. Each type is made once,
+/// so circles end.
+std::int32_t followerOf(LoadedMap& map, const GameTables& tables, std::uint32_t type,
+                        std::initializer_list<std::string_view> keys,
+                        std::vector<std::uint32_t>& added) {
+    const TableEntry* const entry = tables.features.find(map.world.featureTypes()[type].name);
+    if (!entry) return -1;
+    for (const std::string_view key : keys)
+        if (const auto name = entry->section.getString(key); name && tables.features.find(*name))
+            return static_cast<std::int32_t>(addChain(map, tables, std::string(*name), added));
+    return -1;
+}
+
+std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std::string& name) {
+    std::vector<std::uint32_t> added;
+    const std::uint32_t type = addChain(map, tables, name, added);
+    for (std::size_t i = 0; i < added.size(); ++i) {
+        // Some files misspell it.
+        const std::int32_t reclaimed =
+            followerOf(map, tables, added[i], {"featurereclamate", "featurereclamamate"}, added);
+        map.world.setReclaimedFollower(added[i], reclaimed);
+    }
+    return type;
 }
 
 /// Notes a list of which something was left out.
@@ -203,6 +216,21 @@ sim::GroundPoint pointAt(double x, double z) {
 }
 
 }  // namespace
+
+std::shared_ptr<const sim::UnitType> unitTypeOf(LoadedMap& map, const MountedData& data,
+                                                const std::string& name) {
+    const std::string key = io::upperCased(name);
+    if (const auto known = map.unitTypes.find(key); known != map.unitTypes.end())
+        return known->second;
+    LoadedUnit unit = loadUnitFiles(data.files, data.catalogue, name);
+    if (const auto script = map.temporaryScripts.find(io::upperCased(unit.name));
+        script != map.temporaryScripts.end())
+        unit.cob = script->second;
+    auto type = std::make_shared<sim::UnitType>(makeUnitType(data.tables, unit));
+    if (data.tables.features.find(unit.fbi.corpse))
+        type->corpse = static_cast<std::int32_t>(featureTypeOf(map, data.tables, unit.fbi.corpse));
+    return map.unitTypes[key] = std::move(type);
+}
 
 std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& request,
                                    const io::Progress& progress) {

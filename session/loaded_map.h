@@ -76,6 +76,10 @@ struct LoadedMap {
 std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& request,
                                    const io::Progress& progress = {});
 
+/// The type of a unit as the map has it. Throws std::runtime_error: what loading its files throws.
+std::shared_ptr<const sim::UnitType> unitTypeOf(LoadedMap& map, const MountedData& data,
+                                                const std::string& name);
+
 /// Units to be put on a map.
 struct UnitSpawn {
     std::string unit;

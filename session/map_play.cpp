@@ -50,14 +50,17 @@ Play playTicks(LoadedMap& map, const PlayRequest& request) {
     return play;
 }
 
-void checkOrder(const LoadedMap& map, const sim::OrderRequest& request) {
-    if (request.place && !map.world.terrain().contains(*request.place))
+sim::OrderRequest preparedOrder(LoadedMap& map, const MountedData& data, MapOrder order) {
+    if (order.order.place && !map.world.terrain().contains(*order.order.place))
         throw RequestError("position outside the map");
+    if (order.order.kind == sim::OrderKind::build)
+        order.order.product =
+            reportingFailure([&] { return unitTypeOf(map, data, order.product); });
+    return std::move(order.order);
 }
 
 std::vector<sim::OrderRefusal> giveOrder(LoadedMap& map, std::span<const std::int64_t> unitIds,
                                          const sim::OrderRequest& request) {
-    checkOrder(map, request);
     if (request.kind == sim::OrderKind::script)
         for (const std::int64_t id : unitIds) {
             const sim::Unit* const unit = map.world.units().withId(id);

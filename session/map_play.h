@@ -23,6 +23,12 @@ struct PlayUntil {
     bool isIdle = false;
 };
 
+/// An order as a request has it: what is to be built is but a name.
+struct MapOrder {
+    sim::OrderRequest order;
+    std::string product;
+};
+
 struct PlayRequest {
     std::int64_t ticks = 1;
     bool keepsEvents = true;
@@ -52,8 +58,9 @@ Play playTicks(LoadedMap& map, const PlayRequest& request);
 std::vector<sim::OrderRefusal> giveOrder(LoadedMap& map, std::span<const std::int64_t> unitIds,
                                          const sim::OrderRequest& request);
 
-/// Throws what `giveOrder` throws for an order of which only its units are not known yet.
-void checkOrder(const LoadedMap& map, const sim::OrderRequest& request);
+/// The order with the type that its product's files make. Throws RequestError what loading those
+/// throws, and what `giveOrder` throws for an order of which only its units are not known yet.
+sim::OrderRequest preparedOrder(LoadedMap& map, const MountedData& data, MapOrder order);
 
 /// Units of that name, in any case, run this script from now on, from its beginning, whether they
 /// are on the map or come later; a temporary one goes before their own also when that is read anew.

@@ -1,8 +1,11 @@
 #include "session/map_types.h"
 
 #include <algorithm>
+#include <cmath>
 
+#include "io/ascii.h"
 #include "model/piece_list.h"
+#include "session/build_menus.h"
 #include "session/weapon_types.h"
 
 namespace orb::unitview {
@@ -90,6 +93,68 @@ void takeModel(sim::UnitType& type, const io::Model3doObject& model) {
     type.height = fixedOf(highest);
 }
 
+/// Of an amount a second, of which there is no need to have more.
+constexpr double kMostRate = 100'000'000;
+
+/// What a definition says of stocks: `number` with what its file writes, within limits.
+class EconomyReader {
+public:
+    explicit EconomyReader(const io::TdfSection& section) : section_(section) {}
+
+    double number(std::string_view key, double least, double most) const {
+        return std::clamp<double>(section_.getFloat(key).value_or(0.0F), least, most);
+    }
+    sim::Amount rate(std::string_view key, double least = 0) const {
+        return sim::Amount::fromNumber(number(key, least, kMostRate));
+    }
+    sim::Amount cost(std::string_view key) const {
+        return sim::Amount::fromNumber(number(key, 0, static_cast<double>(sim::Amount::kMost)));
+    }
+
+private:
+    const io::TdfSection& section_;
+};
+
+sim::UnitEconomy readEconomy(const io::TdfSection& section, const io::FbiUnitInfo& fbi) {
+    constexpr double kMillion = 1e6;
+    const EconomyReader from(section);
+    sim::UnitEconomy economy;
+    economy.buildMetal = from.cost("buildcostmetal");
+    economy.buildEnergy = from.cost("buildcostenergy");
+    economy.buildTime = static_cast<std::int32_t>(from.number("buildtime", 1, sim::kMaxBuildTime));
+    const auto work = static_cast<std::int32_t>(
+        from.number("workertime", 0, double{sim::kMaxWorkPerTick} * sim::kTicksPerSecond));
+    economy.workPerTick = work > 0 ? std::max(1, work / sim::kTicksPerSecond) : 0;
+    economy.buildDistance = sim::Fixed::fromInt(std::clamp(fbi.buildDistance, 0, kMaxSight));
+    economy.metalMake = from.rate("metalmake");
+    economy.energyMake = from.rate("energymake");
+    economy.metalUse = from.rate("metaluse");
+    economy.energyUse = from.rate("energyuse", -kMostRate);
+    economy.makesMetal = from.rate("makesmetal");
+    economy.extraction = std::llround(from.number("extractsmetal", 0, 10) * kMillion);
+    economy.windPower = from.rate("windgenerator");
+    economy.isTidal = fbi.tidalGenerator;
+    economy.metalStorage = from.rate("metalstorage");
+    economy.energyStorage = from.rate("energystorage");
+    return economy;
+}
+
+/// What builders may build, what can be done to it, and how it ends.
+void takeWork(sim::UnitType& type, const GameTables& tables, const LoadedUnit& unit) {
+    constexpr std::int32_t kMostSeconds = 3'600;
+    const io::FbiUnitInfo& fbi = unit.fbi;
+    type.economy = readEconomy(unit.unitInfo(), fbi);
+    type.sendsProducts = type.isBuilding && fbi.canMove && type.economy.workPerTick > 0;
+    type.canReclaim = fbi.canReclamate;
+    type.canCapture = fbi.canCapture;
+    type.selfDestructTicks =
+        std::clamp(fbi.selfDestructCountdown, 0, kMostSeconds) * sim::kTicksPerSecond;
+    if (fbi.healTime > 0)
+        type.healing = sim::Amount::fromNumber(static_cast<double>(type.maxHealth) / fbi.healTime);
+    for (const std::string& option : buildableUnits(fbi, tables.buildMenus.of(unit.name)))
+        type.buildOptions.push_back(io::upperCased(option));
+}
+
 }  // namespace
 
 sim::FeatureType makeFeatureType(const GameTables& tables, const std::string& name) {
@@ -111,6 +176,8 @@ sim::FeatureType makeFeatureType(const GameTables& tables, const std::string& na
     if (intOf(section, "indestructible", 0) == 0)
         type.health = sim::Amount::fromInt(std::clamp(intOf(section, "damage", 0), 0, kMaxHealth));
     type.isReclaimable = intOf(section, "reclaimable", 0) != 0;
+    type.isDeposit = intOf(section, "indestructible", 0) != 0 && !type.isReclaimable &&
+                     section.getFloat("metal").value_or(0.0F) > 0;
     type.isGeothermal = intOf(section, "geothermal", 0) != 0;
     type.metal = section.getFloat("metal").value_or(0.0F);
     type.energy = section.getFloat("energy").value_or(0.0F);
@@ -139,6 +206,7 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     if (unit.cob) type.scripts = sim::findScripts(*unit.cob);
     takeModel(type, unit.model);
     takeWeapons(type, tables, fbi);
+    takeWork(type, tables, unit);
 
     const TableEntry* const movement = tables.movementClasses.find(fbi.movementClass);
     takeFootprint(type, movement ? movement->section : unit.unitInfo());

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "sim/generators.h"
 #include "sim/script_host.h"
+#include "sim/work.h"
 
 namespace orb::sim {
 namespace {
@@ -38,13 +40,13 @@ void releaseAll(WorldParts& world, const CellRect& cells, CellOwner owner) {
     });
 }
 
+}  // namespace
+
 std::uint32_t movementClassOf(WorldParts& world, const UnitType& type) {
     if (!type.canMove || type.canFly || type.isBuilding) return kNoMovementClass;
     return world.state.routes.classOf(
         world.frame.terrain, {type.footprintX, type.footprintZ, type.limits}, world.workers);
 }
-
-}  // namespace
 
 CellOwner ownerOf(const Unit& unit) {
     using Kind = CellOwner::Kind;
@@ -81,7 +83,9 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
     unit.altitude = restingAltitude(world.frame.terrain, type, unit.place);
     unit.heading = birth.heading;
     unit.health = healthOf(type, birth.healthPercent);
+    setWork(unit, (wholeWork(type) * birth.buildFraction.raw()) >> Fixed::kFractionBits);
     unit.buildFraction = birth.buildFraction;
+    unit.labour.groundMetal = type.economy.extracts() ? groundMetal(world.frame, unit.cells()) : 0;
     unit.isActive = birth.isActive;
     unit.standing = {type.moveState, type.fireState};
     unit.motion.movementClass = movementClassOf(world, type);
@@ -89,6 +93,7 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
     world.derived.buckets.add(unit.slot(), unit.place);
     noteFootprint(world.derived, type);
     setUpScript(world, unit);
+    if (unit.isBuilt()) tellGenerator(world, unit);
     return unit;
 }
 
@@ -126,13 +131,13 @@ const Feature* placeFeature(WorldParts& world, std::uint32_t typeIndex, Cell nor
         forEachCell(cells, [&](Cell cell) {
             takeCell(world, cell, {CellOwner::Kind::feature, placed.id});
         });
-    if (type.isGeothermal)
-        forEachCell(cells, [&](Cell cell) {
-            if (terrain.contains({cell, 1, 1}))
-                world.frame.vents[static_cast<std::size_t>(cell.z) *
-                                      static_cast<std::size_t>(terrain.cellsX()) +
-                                  static_cast<std::size_t>(cell.x)] = true;
-        });
+    forEachCell(cells, [&](Cell cell) {
+        if (!terrain.contains({cell, 1, 1})) return;
+        if (type.isGeothermal) world.frame.vents[world.frame.indexOf(cell)] = true;
+        if (type.isDeposit)
+            world.frame.metal[world.frame.indexOf(cell)] =
+                static_cast<std::uint8_t>(std::clamp(type.metal, 0.0F, 255.0F));
+    });
     return &placed;
 }
 
@@ -143,6 +148,20 @@ void removeFeature(WorldParts& world, std::uint32_t id) {
     releaseAll(world, footprintAt(feature->place, type.footprintX, type.footprintZ),
                {CellOwner::Kind::feature, id});
     world.state.features.remove(id);
+}
+
+void replaceFeature(WorldParts& world, std::uint32_t id, std::int32_t follower) {
+    const Feature* const feature = world.state.features.find(id);
+    if (!feature) return;
+    const GroundPoint place = feature->place;
+    const Angle heading = feature->heading;
+    removeFeature(world, id);
+    world.events.add({world.state.tick, 0, nullptr, FeatureGone{id}});
+    if (follower < 0) return;
+    const auto index = static_cast<std::uint32_t>(follower);
+    const FeatureType& type = world.frame.featureTypes[index];
+    placeFeature(world, index, footprintAt(place, type.footprintX, type.footprintZ).corner,
+                 heading);
 }
 
 Fixed restingAltitude(const Terrain& terrain, const UnitType& type, GroundPoint place) {

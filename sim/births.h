@@ -38,6 +38,13 @@ void moveUnitTo(WorldParts& world, Unit& unit, GroundPoint place);
 const Feature* placeFeature(WorldParts& world, std::uint32_t type, Cell northWest,
                             Angle heading = {});
 
+/// The class that a type's ways are looked up in; made when it is the first of its kind, which
+/// takes some time. None for what does not walk.
+std::uint32_t movementClassOf(WorldParts& world, const UnitType& type);
+
+/// Takes a feature off the map, and puts one of type `follower` there, unless that is -1.
+void replaceFeature(WorldParts& world, std::uint32_t id, std::int32_t follower);
+
 /// Takes a feature off the map, with its cells.
 void removeFeature(WorldParts& world, std::uint32_t id);
 

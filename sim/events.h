@@ -12,6 +12,7 @@
 
 #include "sim/fixed.h"
 #include "sim/order.h"
+#include "sim/site.h"
 #include "sim/tick.h"
 #include "sim/unit_type.h"
 
@@ -31,6 +32,8 @@ enum class OrderFailure : std::uint8_t { blocked, targetGone, noWay, cannotDo };
 struct OrderFailed {
     OrderKind order{};
     OrderFailure reason{};
+    /// What is wrong with the site, for what cannot be built there.
+    SiteFault fault{};
 };
 
 /// Something has stood in the unit's way for long.

@@ -29,8 +29,12 @@ struct FeatureType {
     Amount health = {};
     /// Index of the type that is there when one of these is destroyed, -1 for none.
     std::int32_t follower = -1;
+    /// The same where one was reclaimed.
+    std::int32_t reclaimedFollower = -1;
     /// A vent that some buildings must stand on.
     bool isGeothermal = false;
+    /// A deposit: each of its cells has its `metal` for extractors.
+    bool isDeposit = false;
     float metal = 0;
     float energy = 0;
     /// What it looks like: a model, or a picture of an animation file.

@@ -29,6 +29,8 @@ struct Feature {
     /// Wrecks face as what they were did.
     Angle heading;
     Amount health;
+    /// Work that has gone into reclaiming it.
+    std::int64_t reclaimed = 0;
 };
 
 template <typename Visit>
@@ -39,8 +41,9 @@ void eachField(const Feature& feature, Visit visit) {
     visit("altitude", feature.altitude);
     visit("heading", feature.heading);
     visit("health", feature.health);
+    visit("reclaimed", feature.reclaimed);
 }
-static_assert(sizeof(Feature) == 32);
+static_assert(sizeof(Feature) == 40);
 
 /// All features by rising id. References hold until the next one is added or removed.
 class Features {

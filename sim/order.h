@@ -55,6 +55,10 @@ struct Order {
     Fixed altitude = {};
     UnitRef target = {};
     std::uint32_t feature = 0;
+    /// What is to be built: its place among the world's products.
+    std::uint32_t product = 0;
+    /// How many of them a factory still has to build.
+    std::int32_t count = 0;
 
     bool operator==(const Order&) const = default;
 };
@@ -79,7 +83,9 @@ void eachField(const Order& order, Visit visit) {
     visit("altitude", order.altitude);
     visit("target", order.target);
     visit("feature", order.feature);
+    visit("product", order.product);
+    visit("count", order.count);
 }
-static_assert(sizeof(Order) == 36);
+static_assert(sizeof(Order) == 44);
 
 }  // namespace orb::sim

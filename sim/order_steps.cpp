@@ -3,14 +3,12 @@
 #include "sim/phases.h"
 #include "sim/rules.h"
 #include "sim/weapon_type.h"
+#include "sim/work_orders.h"
 
 // What each kind of order wants in a tick, and when it is over.
 
 namespace orb::sim {
 namespace {
-
-/// How an order stands after its unit's wish was chosen.
-enum class Progress : std::uint8_t { underWay, done, unreached, failed };
 
 void goTo(UnitWish& wish, const Order& order) {
     wish.goal = order.place;
@@ -26,19 +24,19 @@ bool isWithin(const Unit& unit, GroundPoint place, Fixed distance) {
     return squaredDistance(unit.place.x, unit.place.z, place.x, place.z) <= squaredLength(distance);
 }
 
-Progress move(Unit& unit, const Order& order, UnitWish& wish) {
+OrderProgress move(Unit& unit, const Order& order, UnitWish& wish) {
     switch (unit.motion.arrival) {
         case Arrival::atGoal:
-            return Progress::done;
+            return kDone;
         case Arrival::elsewhere:
-            return Progress::unreached;
+            return kUnreached;
         case Arrival::givenUp:
-            return Progress::failed;
+            return failedFor(OrderFailure::blocked);
         case Arrival::underWay:
             break;
     }
     goTo(wish, order);
-    return Progress::underWay;
+    return kUnderWay;
 }
 
 /// The shortest range of the weapons that are meant: from there all of them reach.
@@ -52,40 +50,41 @@ Fixed rangeOf(const UnitType& type, std::int8_t slot) {
     return shortest.value_or(Fixed());
 }
 
-Progress attack(const WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
+OrderProgress attack(const WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
     const Unit* const target = world.state.units.find(order.target);
-    if (order.target && (!target || target->isDying)) return Progress::done;
+    if (order.target && (!target || target->isDying)) return kDone;
     const bool isCommand = order.kind == OrderKind::fire;
-    if (isCommand && order.hasFired) return Progress::done;
+    if (isCommand && order.hasFired) return kDone;
     const Vector place =
         target ? target->position() : Vector{order.place.x, order.altitude, order.place.z};
     wish.attack = {order.target, place, order.slot, isCommand};
-    if (isCommand || !unit.type->canMove) return Progress::underWay;
+    if (isCommand || !unit.type->canMove) return kUnderWay;
 
     const Fixed reach =
         std::max(rangeOf(*unit.type, order.slot) - rules::kAttackMargin, rules::kAttackMargin);
     if (isWithin(unit, {place.x, place.z}, reach)) {
         unit.motion.arrival = Arrival::underWay;
-        return Progress::underWay;
+        return kUnderWay;
     }
-    if (unit.motion.arrival == Arrival::givenUp) return Progress::failed;
+    if (unit.motion.arrival == Arrival::givenUp) return failedFor(OrderFailure::blocked);
     wish.goal = wish.gathering = {place.x, place.z};
-    return Progress::underWay;
+    return kUnderWay;
 }
 
-Progress guard(const WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
+OrderProgress guard(WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
     const Unit* const ward = world.state.units.find(order.target);
-    if (!ward || ward->isDying) return Progress::failed;
+    if (!ward || ward->isDying) return failedFor(OrderFailure::targetGone);
     const Unit* const enemy = world.state.units.find(ward->lastAttacker);
     if (enemy && enemy->player != unit.player &&
         world.state.tick - ward->lastAttackedAt < rules::kGuardMemory)
         wish.attack = {enemy->ref(), enemy->position(), -1, false};
+    if (help(world, unit, *ward, wish)) return kUnderWay;
     if (!isWithin(unit, ward->place, rules::kGuardDistance)) goAfter(wish, *ward);
-    return Progress::underWay;
+    return kUnderWay;
 }
 
-Progress carryOut(const WorldParts& world, Unit& unit, UnitWish& wish) {
-    const Order& order = unit.orders.front();
+OrderProgress carryOut(WorldParts& world, Unit& unit, UnitWish& wish) {
+    Order& order = unit.orders.front();
     switch (order.kind) {
         case OrderKind::move:
         case OrderKind::patrol:
@@ -95,24 +94,30 @@ Progress carryOut(const WorldParts& world, Unit& unit, UnitWish& wish) {
             return attack(world, unit, order, wish);
         case OrderKind::guard:
             return guard(world, unit, order, wish);
+        case OrderKind::build:
+            return unit.type->isBuilding ? buildInYard(world, unit, order, wish)
+                                         : buildOnSite(world, unit, order, wish);
+        case OrderKind::repair:
+            return repair(world, unit, order, wish);
+        case OrderKind::reclaim:
+            return reclaim(world, unit, order, wish);
+        case OrderKind::capture:
+            return capture(world, unit, order, wish);
         default:
-            return Progress::failed;
+            return failedFor(OrderFailure::cannotDo);
     }
 }
 
-OrderFailure failureOf(const Order& order) {
-    return order.kind == OrderKind::guard ? OrderFailure::targetGone : OrderFailure::blocked;
-}
-
-void endOrder(WorldParts& world, Unit& unit, Progress progress) {
+void endOrder(WorldParts& world, Unit& unit, const OrderProgress& progress) {
     const Order order = unit.orders.front();
     unit.orders.erase(unit.orders.begin());
     unit.motion.beginAnew();
+    unit.labour.waitTicks = 0;
     if (order.isSideStep) return;
-    if (progress == Progress::failed)
-        world.tell(unit, OrderFailed{order.kind, failureOf(order)});
+    if (progress.stage == OrderProgress::Stage::failed)
+        world.tell(unit, OrderFailed{order.kind, progress.reason, progress.fault});
     else
-        world.tell(unit, OrderDone{order.kind, progress == Progress::done});
+        world.tell(unit, OrderDone{order.kind, progress == kDone});
     // A patrol goes round, also past places that it cannot reach.
     if (order.kind == OrderKind::patrol) unit.orders.push_back(order);
 }
@@ -125,12 +130,14 @@ bool canAct(const WorldParts& world, const Unit& unit) {
 
 void stepOrders(WorldParts& world, TickScratch& scratch) {
     for (Unit& unit : world.state.units) {
-        if (unit.orders.empty() || !canAct(world, unit)) continue;
         UnitWish& wish = scratch.wishes[unit.slot()];
-        // The next order begins in the next tick: a patrol between two places where the unit stands
-        // does not go round for ever.
-        const Progress progress = carryOut(world, unit, wish);
-        if (progress != Progress::underWay) endOrder(world, unit, progress);
+        if (!unit.orders.empty() && canAct(world, unit)) {
+            // The next order begins in the next tick: a patrol between two places where the unit
+            // stands does not go round for ever.
+            const OrderProgress progress = carryOut(world, unit, wish);
+            if (progress != kUnderWay) endOrder(world, unit, progress);
+        }
+        if (!unit.isDying) putToolsAway(world, scratch, unit, wish);
     }
 }
 

@@ -3,12 +3,14 @@
 #include <algorithm>
 
 #include "cob/cob_vm.h"
+#include "io/ascii.h"
 #include "sim/births.h"
 #include "sim/formation.h"
 #include "sim/giving_way.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
 #include "sim/script_host.h"
+#include "sim/work.h"
 
 namespace orb::sim {
 namespace {
@@ -18,6 +20,9 @@ using Aim = OrderRule::Aim;
 constexpr OrderRule walk(Aim aim) {
     return {.aim = aim, .needsMobility = true, .needsBuilt = true, .joinsQueue = true};
 }
+constexpr OrderRule workOn(Aim aim) {
+    return {.aim = aim, .needsBuilt = true, .needsTools = true, .joinsQueue = true};
+}
 constexpr OrderRule shoot() {
     return {.aim = Aim::targetOrPlace, .needsWeapon = true, .needsBuilt = true, .joinsQueue = true};
 }
@@ -26,6 +31,14 @@ constexpr OrderRule atOnce(Aim aim = Aim::none, bool needsBuilt = false) {
 }
 constexpr OrderRule toCome(Aim aim = Aim::none) {
     return {.aim = aim, .isKnown = false};
+}
+
+/// What one order to a factory builds at most.
+constexpr std::int32_t kMaxProducts = 1'000;
+
+const Feature* findFeature(const WorldParts& world, std::int64_t id) {
+    return id > 0 && id <= 0xFFFFFFFF ? world.state.features.find(static_cast<std::uint32_t>(id))
+                                      : nullptr;
 }
 
 std::uint8_t stateOf(const OrderRequest& request) {
@@ -38,21 +51,17 @@ std::int32_t severityOf(const OrderRequest& request) {
 
 void finish(WorldParts& world, Unit& unit) {
     if (unit.isBuilt()) return;
-    unit.buildFraction = Fixed::fromInt(1);
     unit.health = Amount::fromInt(unit.type->maxHealth);
-    world.tell(unit, Built{});
-    if (unit.isActive) startScriptIfThere(world, unit, UnitScript::activate);
+    completeUnit(world, unit);
 }
 
-void activate(WorldParts& world, Unit& unit, bool on) {
-    unitview::UnitLifecycle& lifecycle = world.state.scripts.lifecycle();
-    unitview::LifecycleUnit known{unit.type->name, static_cast<std::int32_t>(unit.id), 1.0F,
-                                  unit.isActive};
-    if (on)
-        lifecycle.activate(known);
+/// Ordered again, it is called off.
+void countDown(WorldParts& world, TickScratch& scratch, Unit& unit) {
+    Tick& end = unit.labour.selfDestructAt;
+    if (!unit.isBuilt())
+        killUnit(world, scratch, unit, rules::kMostSeverity, DeathKind::selfDestruct);
     else
-        lifecycle.deactivate(known);
-    unit.isActive = known.active;
+        end = end != 0 ? 0 : world.state.tick + std::max(1, unit.type->selfDestructTicks);
 }
 
 void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) {
@@ -84,13 +93,15 @@ void actAtOnce(WorldParts& world, TickScratch& scratch, Unit& unit, const OrderR
             return;
         case OrderKind::activate:
         case OrderKind::deactivate:
-            return activate(world, unit, request.kind == OrderKind::activate);
+            return switchUnit(world, unit, request.kind == OrderKind::activate);
         case OrderKind::moveState:
             unit.standing.move = stateOf(request);
             return;
         case OrderKind::fireState:
             unit.standing.fire = stateOf(request);
             return;
+        case OrderKind::selfDestruct:
+            return countDown(world, scratch, unit);
         case OrderKind::damage:
             return damageUnit(world, scratch, unit, request);
         case OrderKind::kill:
@@ -108,10 +119,33 @@ void actAtOnce(WorldParts& world, TickScratch& scratch, Unit& unit, const OrderR
     }
 }
 
+bool mayBuild(const UnitType& builder, const UnitType& product) {
+    return std::ranges::any_of(builder.buildOptions, [&](const std::string& option) {
+        return io::equalsIgnoringCase(option, product.name);
+    });
+}
+
 bool hasWeapon(const UnitType& type, std::int8_t slot) {
     const auto isThere = [&](const auto& weapon) { return weapon != nullptr; };
     return slot < 0 ? std::ranges::any_of(type.weapons, isThere)
                     : isThere(type.weapons.at(static_cast<std::size_t>(slot)));
+}
+
+/// Whether a unit has the tools for what it is to do.
+bool canWork(const UnitType& type, const OrderRequest& request) {
+    if (type.economy.workPerTick == 0) return false;
+    if (request.kind == OrderKind::build && !request.product) return false;
+    switch (request.kind) {
+        case OrderKind::build:
+            return !(type.isBuilding && request.product->isBuilding) &&
+                   (request.isUnrestricted || mayBuild(type, *request.product));
+        case OrderKind::reclaim:
+            return type.canReclaim;
+        case OrderKind::capture:
+            return type.canCapture;
+        default:
+            return true;
+    }
 }
 
 OrderRefusal testOrder(const WorldParts& world, const Unit* unit, const OrderRequest& request) {
@@ -119,7 +153,12 @@ OrderRefusal testOrder(const WorldParts& world, const Unit* unit, const OrderReq
     if (!unit || unit->isDying) return OrderRefusal::noSuchUnit;
     if (request.target && !world.state.units.withId(*request.target))
         return OrderRefusal::noSuchTarget;
+    if (request.feature && !findFeature(world, *request.feature)) return OrderRefusal::noSuchTarget;
+    if (request.kind == OrderKind::move && unit->type->sendsProducts) return OrderRefusal::none;
     if (rule.needsMobility && !unit->type->canMove) return OrderRefusal::cannotMove;
+    if (rule.needsTools && !canWork(*unit->type, request)) return OrderRefusal::cannotWork;
+    if (request.kind == OrderKind::build && !unit->type->isBuilding && !request.place)
+        return OrderRefusal::needsPlace;
     if (rule.needsWeapon && !hasWeapon(*unit->type, request.slot)) return OrderRefusal::noWeapon;
     if (rule.needsBuilt && !unit->isBuilt()) return OrderRefusal::notBuilt;
     if (rule.joinsQueue && request.isQueued && unit->orders.size() >= kMaxOrders)
@@ -127,7 +166,18 @@ OrderRefusal testOrder(const WorldParts& world, const Unit* unit, const OrderReq
     return OrderRefusal::none;
 }
 
-Order orderOf(const WorldParts& world, const OrderRequest& request) {
+/// The place of a type among what was ever ordered. What it needs to walk is made now, not when it
+/// is born within a tick.
+std::uint32_t productOf(WorldParts& world, const std::shared_ptr<const UnitType>& type) {
+    auto& products = world.frame.products;
+    const auto known = std::ranges::find(products, type);
+    const auto index = static_cast<std::uint32_t>(known - products.begin());
+    if (known == products.end()) products.push_back(type);
+    movementClassOf(world, *type);
+    return index;
+}
+
+Order orderOf(WorldParts& world, const OrderRequest& request) {
     Order order;
     order.kind = request.kind;
     order.slot = request.slot;
@@ -135,10 +185,22 @@ Order orderOf(const WorldParts& world, const OrderRequest& request) {
         order.place = order.gathering = *request.place;
         order.altitude = world.frame.terrain.groundHeight(*request.place);
     }
+    if (request.feature && findFeature(world, *request.feature))
+        order.feature = static_cast<std::uint32_t>(*request.feature);
+    if (request.product) {
+        order.product = productOf(world, request.product);
+        order.count = std::clamp(request.count, 1, kMaxProducts);
+    }
     if (request.target)
         if (const Unit* const target = world.state.units.withId(*request.target))
             order.target = target->ref();
     return order;
+}
+
+/// Where its products go that are ready from now on.
+void setRally(Unit& factory, GroundPoint place) {
+    factory.labour.rally = place;
+    factory.labour.hasRally = true;
 }
 
 void queueOrder(Unit& unit, const Order& order, bool isQueued) {
@@ -167,19 +229,19 @@ const OrderRule& orderRule(OrderKind kind) {
         shoot(),                  // attack
         shoot(),                  // fire
         walk(Aim::target),        // guard
-        toCome(Aim::target),      // repair
-        toCome(Aim::target),      // capture
+        workOn(Aim::target),      // repair
+        workOn(Aim::target),      // capture
         toCome(Aim::target),      // load
         toCome(Aim::place),       // unload
-        toCome(),                 // build
-        toCome(Aim::target),      // reclaim
+        workOn(Aim::product),     // build
+        workOn(Aim::target),      // reclaim
         atOnce(Aim::none, true),  // activate
         atOnce(Aim::none, true),  // deactivate
         toCome(),                 // cloak
         toCome(),                 // decloak
         atOnce(),                 // moveState
         atOnce(),                 // fireState
-        toCome(),                 // selfDestruct
+        atOnce(),                 // selfDestruct
         atOnce(),                 // damage
         atOnce(),                 // kill
         atOnce(),                 // finish
@@ -202,7 +264,9 @@ std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
         Unit* const unit = world.state.units.withId(id);
         answers.push_back(testOrder(world, unit, request));
         if (answers.back() != OrderRefusal::none) continue;
-        if (orderRule(request.kind).joinsQueue) {
+        if (request.kind == OrderKind::move && unit->type->sendsProducts) {
+            setRally(*unit, *request.place);
+        } else if (orderRule(request.kind).joinsQueue) {
             // Who is named twice gets it once.
             if (!takes[unit->slot()]) takers.push_back(unit);
             takes[unit->slot()] = true;
@@ -219,6 +283,17 @@ std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
         queueOrder(*takers[i], own, request.isQueued);
     }
     return answers;
+}
+
+void switchUnit(WorldParts& world, Unit& unit, bool on) {
+    unitview::UnitLifecycle& lifecycle = world.state.scripts.lifecycle();
+    unitview::LifecycleUnit known{unit.type->name, static_cast<std::int32_t>(unit.id), 1.0F,
+                                  unit.isActive};
+    if (on)
+        lifecycle.activate(known);
+    else
+        lifecycle.deactivate(known);
+    unit.isActive = known.active;
 }
 
 void clearYard(WorldParts& world, Unit& building) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -20,6 +21,11 @@ struct OrderRequest {
     std::optional<std::int64_t> feature;
     /// -1 is no certain weapon.
     std::int8_t slot = -1;
+    /// What is to be built, and how many by a factory.
+    std::shared_ptr<const UnitType> product = {};
+    std::int32_t count = 1;
+    /// Builders build also what is in none of their menus.
+    bool isUnrestricted = false;
     /// What the kind makes of it: a state, hit points, a severity.
     double value = 0;
     Angle heading = {};
@@ -33,11 +39,13 @@ struct OrderRequest {
 
 /// What an order must be given with, and what it needs of its unit.
 struct OrderRule {
-    enum class Aim : std::uint8_t { none, place, target, targetOrPlace };
+    enum class Aim : std::uint8_t { none, place, target, targetOrPlace, product };
     Aim aim = Aim::none;
     bool needsMobility = false;
     bool needsWeapon = false;
     bool needsBuilt = false;
+    /// It is for builders.
+    bool needsTools = false;
     /// It joins the queue; others act at once.
     bool joinsQueue = false;
     /// The world can carry it out.
@@ -54,6 +62,8 @@ enum class OrderRefusal : std::uint8_t {
     noWeapon,
     queueFull,
     notBuilt,
+    cannotWork,
+    needsPlace,
 };
 
 /// Gives the order to the units of those ids; one answer for each, in their order. What it asks for
@@ -61,6 +71,9 @@ enum class OrderRefusal : std::uint8_t {
 std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
                                     std::span<const std::int64_t> unitIds,
                                     const OrderRequest& request);
+
+/// Switches a unit as somebody orders it: with its scripts.
+void switchUnit(WorldParts& world, Unit& unit, bool on);
 
 /// Sends whoever stands in a building's yard out of it.
 void clearYard(WorldParts& world, Unit& building);

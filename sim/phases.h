@@ -14,9 +14,9 @@ namespace orb::sim {
 // the order of slots or requests).
 //
 //   phase         reads                           writes
-//   economy       requests of the last tick       stocks and shares of players, wind
-//   orders        units, queues                   queues, scratch.wishes
-//   construction  wishes, shares                  progress of sites, yards
+//   orders        units, queues                   queues, scratch.wishes, scripts that are started
+//   economy       wishes, what units give, take   stocks and shares of players, wind
+//   construction  wishes, shares                  progress of sites, new frames, stocks
 //   routes     P  wishes, static cells            routes' queue and caches
 //   motion     P  wishes, routes, cells           scratch.steps, then places, cells, buckets
 //   targets    P  units by bucket, weapons        targets of weapons
@@ -27,8 +27,8 @@ namespace orb::sim {
 //   features      features                        features that burn or are used up
 //   sight      P  places                          what players see
 
-void stepEconomy(WorldParts& world, TickScratch& scratch);
 void stepOrders(WorldParts& world, TickScratch& scratch);
+void stepEconomy(WorldParts& world, TickScratch& scratch);
 void stepConstruction(WorldParts& world, TickScratch& scratch);
 void stepRoutes(WorldParts& world, TickScratch& scratch);
 void stepMotion(WorldParts& world, TickScratch& scratch);
@@ -47,8 +47,8 @@ struct Phase {
 
 /// A tick is these, one after the other.
 inline constexpr std::array<Phase, 12> kPhases = {{
-    {"economy", stepEconomy},
     {"orders", stepOrders},
+    {"economy", stepEconomy},
     {"construction", stepConstruction},
     {"routes", stepRoutes},
     {"motion", stepMotion},

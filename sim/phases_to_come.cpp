@@ -3,8 +3,6 @@
 /// The phases that nothing happens in yet.
 namespace orb::sim {
 
-void stepEconomy(WorldParts&, TickScratch&) {}
-void stepConstruction(WorldParts&, TickScratch&) {}
 void stepFeatures(WorldParts&, TickScratch&) {}
 void stepSight(WorldParts&, TickScratch&) {}
 

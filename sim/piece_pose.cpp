@@ -74,4 +74,18 @@ Vector pieceInWorld(const WorldParts& world, const Unit& unit, std::int32_t mode
     return unit.position() + bodyToWorld(unit, place);
 }
 
+Angle pieceHeading(const WorldParts& world, const Unit& unit, std::int32_t modelPiece) {
+    const unitview::CobInstance* const instance = world.state.scripts.of(unit);
+    const auto& atRest = unit.type->piecesAtRest;
+    Angle heading = unit.heading;
+    if (!instance) return heading;
+    for (std::int32_t piece = modelPiece;
+         piece >= 0 && static_cast<std::size_t>(piece) < atRest.size() &&
+         static_cast<std::size_t>(piece) < instance->pieces.size();
+         piece = atRest[static_cast<std::size_t>(piece)].parent)
+        heading =
+            heading + roundedAngle(instance->pieces[static_cast<std::size_t>(piece)].angle[1]);
+    return heading;
+}
+
 }  // namespace orb::sim

@@ -14,6 +14,9 @@ namespace orb::sim {
 /// A piece turns round its own axes by its turns about y, then x, then z, the outermost first.
 Vector pieceInWorld(const WorldParts& world, const Unit& unit, std::int32_t modelPiece);
 
+/// Where a piece of a unit faces, seen from above: by its turns about y alone.
+Angle pieceHeading(const WorldParts& world, const Unit& unit, std::int32_t modelPiece);
+
 /// A way as the unit's body has it (x to its left, y up, z forward) as the world has it.
 Vector bodyToWorld(const Unit& unit, const Vector& way);
 

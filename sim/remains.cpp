@@ -44,13 +44,7 @@ void damageFeature(WorldParts& world, std::uint32_t id, Amount amount) {
     feature->health -= amount;
     if (feature->health > Amount()) return;
 
-    const GroundPoint place = feature->place;
-    const Angle heading = feature->heading;
-    removeFeature(world, id);
-    world.events.add({world.state.tick, 0, nullptr, FeatureGone{id}});
-    if (type.follower < 0) return;
-    const auto follower = static_cast<std::uint32_t>(type.follower);
-    placeFeature(world, follower, cornerAt(world.frame.featureTypes[follower], place), heading);
+    replaceFeature(world, id, type.follower);
 }
 
 }  // namespace orb::sim

@@ -113,6 +113,32 @@ inline constexpr Fixed kAttackMargin = Fixed::fromInt(16);
 inline constexpr Fixed kGuardDistance = Fixed::fromInt(96);
 inline constexpr Tick kGuardMemory = 150;
 
+// Work, stocks and wind. Known are the rates of building; the rest no document tells.
+
+/// The wind in which a generator gives all that it can.
+inline constexpr std::int32_t kFullWind = 5'000;
+/// How often the wind changes, by at most which part of the way between its limits, and by at most
+/// which part of a turn.
+inline constexpr Tick kWindTicks = 30;
+inline constexpr std::int32_t kWindSteps = 8;
+inline constexpr std::int32_t kWindTurn = 4'096;
+/// The part of the energy for building a unit that mending it from nothing costs.
+inline constexpr Fixed kRepairEnergy = Fixed::fromRatio(1, 4, Rounding::nearest);
+/// Units of work for reclaiming what gives one of metal or energy. Higher makes wrecks last.
+inline constexpr std::int32_t kReclaimPerMetal = 10;
+inline constexpr std::int32_t kReclaimPerEnergy = 1;
+/// A frame that nobody has built for so long decays, from whole to nothing in so many ticks.
+inline constexpr Tick kDecayAfter = 300;
+inline constexpr std::int32_t kDecayTicks = 1'800;
+/// Ticks after which what was done to capture somebody is forgotten.
+inline constexpr Tick kCaptureMemory = 90;
+/// How often a builder's script is asked which piece its spray leaves.
+inline constexpr Tick kNanoTicks = 10;
+/// How long a builder waits for others to leave its site.
+inline constexpr std::int32_t kSiteWaitTicks = 300;
+/// New units go so many cells farther than they need to leave their factory.
+inline constexpr std::int32_t kRallyCells = 3;
+
 /// The worst way to die, in percent of the health that there was.
 inline constexpr std::int32_t kMostSeverity = 200;
 

@@ -12,6 +12,16 @@
 
 namespace orb::sim {
 
+/// What a builder does in a tick.
+struct WorkWish {
+    enum class Kind : std::uint8_t { build, repair, reclaim, capture };
+    Kind kind = Kind::build;
+    /// The unit that is worked on; none for a site where nothing stands yet.
+    UnitRef target;
+    /// The feature that is reclaimed.
+    std::uint32_t feature = 0;
+};
+
 /// What a unit's order asks the later phases of this tick for.
 struct UnitWish {
     /// Where motion should bring it; none is to stand.
@@ -29,6 +39,9 @@ struct UnitWish {
         bool isCommand = false;
     };
     std::optional<Attack> attack;
+    std::optional<WorkWish> work;
+    /// It is where it works, with its tools out, whether or not it works in this tick.
+    bool isAtWork = false;
 };
 
 /// What motion would like to do with a unit: computed by many threads, applied in slot order.
@@ -92,6 +105,12 @@ struct TickScratch {
     /// Slots that a search has found; empty between searches.
     std::vector<std::uint32_t> found;
     WorkCounts counts;
+
+    /// After births.
+    void fit(std::size_t slotCount) {
+        wishes.resize(slotCount);
+        steps.resize(slotCount);
+    }
 
     void begin(std::size_t slotCount) {
         wishes.assign(slotCount, {});

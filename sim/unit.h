@@ -72,6 +72,47 @@ struct ScriptValues {
     bool operator==(const ScriptValues&) const = default;
 };
 
+/// What was done to a unit by builders.
+struct UnitGrowth {
+    /// The work that has gone into it: see `kWorkSteps`.
+    std::int64_t done = 0;
+    /// When somebody last built it; before the first time it does not decay.
+    Tick builtAt = 0;
+    bool wasBegun = false;
+    /// The work that has gone into its capture, and when the last did.
+    std::int64_t captured = 0;
+    Tick capturedAt = 0;
+
+    bool operator==(const UnitGrowth&) const = default;
+};
+
+/// How a unit works, pays and gives.
+struct UnitLabour {
+    /// What stands in its yard and is being built.
+    UnitRef site;
+    /// Where its products go; the place in front of it while there is none.
+    GroundPoint rally;
+    bool hasRally = false;
+    /// Its script was told StartBuilding.
+    bool hasStarted = false;
+    /// It was switched on in order to build.
+    bool isOpen = false;
+    /// That it waits for metal or energy was told.
+    bool isStalled = false;
+    /// The piece that what it builds stands on, and the one that its nano spray left last; -1 for
+    /// none.
+    std::int32_t padPiece = -1;
+    std::int32_t nanoPiece = -1;
+    /// How long it has waited for its site to be free.
+    std::int32_t waitTicks = 0;
+    /// The metal of the ground under it.
+    std::int32_t groundMetal = 0;
+    /// When it destroys itself, 0 for never.
+    Tick selfDestructAt = 0;
+
+    bool operator==(const UnitLabour&) const = default;
+};
+
 /// How a unit behaves without orders.
 struct StandingOrders {
     /// 0 holds its place, 1 and 2 go after enemies a little and far.
@@ -106,6 +147,8 @@ struct Unit {
     StandingOrders standing;
     ScriptValues values;
     UnitMotion motion;
+    UnitGrowth growth;
+    UnitLabour labour;
     std::vector<Order> orders;
     std::array<WeaponState, kWeaponSlots> weapons;
     /// The piece that it is aimed at and hit round, as its script said at its birth; -1 for none.
@@ -154,6 +197,32 @@ void eachField(const ScriptValues& values, Visit visit) {
 static_assert(sizeof(ScriptValues) == 7);
 
 template <typename Visit>
+void eachField(const UnitGrowth& growth, Visit visit) {
+    visit("done", growth.done);
+    visit("builtAt", growth.builtAt);
+    visit("wasBegun", growth.wasBegun);
+    visit("captured", growth.captured);
+    visit("capturedAt", growth.capturedAt);
+}
+static_assert(sizeof(UnitGrowth) == 32);
+
+template <typename Visit>
+void eachField(const UnitLabour& labour, Visit visit) {
+    visit("site", labour.site);
+    visit("rally", labour.rally);
+    visit("hasRally", labour.hasRally);
+    visit("hasStarted", labour.hasStarted);
+    visit("isOpen", labour.isOpen);
+    visit("isStalled", labour.isStalled);
+    visit("padPiece", labour.padPiece);
+    visit("nanoPiece", labour.nanoPiece);
+    visit("waitTicks", labour.waitTicks);
+    visit("groundMetal", labour.groundMetal);
+    visit("selfDestructAt", labour.selfDestructAt);
+}
+static_assert(sizeof(UnitLabour) == 40);
+
+template <typename Visit>
 void eachField(const StandingOrders& standing, Visit visit) {
     visit("move", standing.move);
     visit("fire", standing.fire);
@@ -179,6 +248,8 @@ void eachField(const Unit& unit, Visit visit) {
     visit("standing", unit.standing);
     visit("values", unit.values);
     visit("motion", unit.motion);
+    visit("growth", unit.growth);
+    visit("labour", unit.labour);
     visit("weapons", unit.weapons);
     visit("sweetSpot", unit.sweetSpot);
     visit("lastAttacker", unit.lastAttacker);
@@ -188,6 +259,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
-static_assert(sizeof(Unit) == 336);
+static_assert(sizeof(Unit) == 408);
 
 }  // namespace orb::sim

@@ -56,6 +56,41 @@ struct MoveLimits {
 /// The fastest that anything on the ground moves, in pixels a tick.
 inline constexpr std::int32_t kMaxSpeed = 1'024;
 
+/// The most work that goes into a unit; known ones take some 250,000. Products of parts of work
+/// with each other stay within 64 bits.
+inline constexpr std::int32_t kMaxBuildTime = 1 << 23;
+/// The most work that one builder does in a tick; known ones do some 100.
+inline constexpr std::int32_t kMaxWorkPerTick = 1 << 20;
+
+/// What a unit costs, gives, takes and stores, and how it works on others. Rates are per second.
+struct UnitEconomy {
+    Amount buildMetal = {};
+    Amount buildEnergy = {};
+    /// Units of work that go into it, from 1.
+    std::int32_t buildTime = 1;
+    /// Units of work that it does in a tick; 0 for what is no builder.
+    std::int32_t workPerTick = 0;
+    /// How far from the edge of what it works on it may stand, in map pixels.
+    Fixed buildDistance = {};
+    Amount metalMake = {};
+    Amount energyMake = {};
+    /// While it is active. Energy below 0 is given.
+    Amount metalUse = {};
+    Amount energyUse = {};
+    /// While it is active and as far as its energy is paid.
+    Amount makesMetal = {};
+    /// The same, of the metal of the ground under it: in millionths.
+    std::int64_t extraction = 0;
+    /// In the strongest wind that counts.
+    Amount windPower = {};
+    bool isTidal = false;
+    Amount metalStorage = {};
+    Amount energyStorage = {};
+
+    bool extracts() const { return extraction > 0; }
+    bool turnsWithWind() const { return windPower > Amount(); }
+};
+
 /// What the world needs to know of a unit.
 struct UnitType {
     std::string name;
@@ -93,6 +128,17 @@ struct UnitType {
     /// What of the damage is left while it is armored.
     Fixed damageModifier = Fixed::fromInt(1);
     bool isImmuneToParalyzer = false;
+    UnitEconomy economy;
+    /// Upper-cased names of what it may build.
+    std::vector<std::string> buildOptions;
+    /// A factory that can be told where its products go.
+    bool sendsProducts = false;
+    bool canReclaim = false;
+    bool canCapture = false;
+    /// From the order to its own destruction on, in ticks.
+    std::int32_t selfDestructTicks = 0;
+    /// Hit points a second that come back by themselves.
+    Amount healing;
     /// The words of its category, in upper case.
     std::vector<std::string> categories;
     /// By weapon: of these categories it chooses no targets by itself.

@@ -7,6 +7,7 @@
 #include "sim/aiming.h"
 #include "sim/phases.h"
 #include "sim/script_host.h"
+#include "sim/work.h"
 
 // A weapon with a target looks every few ticks in which direction that lies. When it does not point
 // there, its script AimX is started with that direction, and while the answer is TRUE and the
@@ -164,6 +165,21 @@ void fire(WorldParts& world, Unit& unit, std::size_t slot, const AimTarget& targ
     weapon.nextShotAt = world.state.tick + type->burstGap;
 }
 
+/// What `toldFailure` holds while a weapon waits for its price.
+constexpr std::uint8_t kToldStall = 255;
+
+/// One shot's price; who cannot pay it waits.
+bool pay(WorldParts& world, Unit& unit, std::size_t slot) {
+    const WeaponType& type = *unit.type->weapons[slot];
+    Player& player = playerOf(world, unit);
+    if (player.metal.amount >= type.metalPerShot && player.energy.pay(type.energyPerShot))
+        return player.metal.pay(type.metalPerShot);
+    WeaponState& weapon = unit.weapons[slot];
+    if (weapon.toldFailure != kToldStall) world.tell(unit, Stalled{});
+    weapon.toldFailure = kToldStall;
+    return false;
+}
+
 bool isReady(const WeaponState& weapon, Tick now) {
     return weapon.burstLeft > 0 ? now >= weapon.nextShotAt : now >= weapon.readyAt;
 }
@@ -185,6 +201,7 @@ bool tryToFire(WorldParts& world, Unit& unit, std::size_t slot) {
     }
     const BodyDirection wish = inBody(unit, solution.direction);
     if (!bodyFaces(type, wish)) return false;
+    if (pointsAt(type, weapon, wish) && !pay(world, unit, slot)) return false;
     if (!pointsAt(type, weapon, wish)) {
         weapon.isAimed = false;
         return false;

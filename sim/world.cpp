@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "sim/generators.h"
 #include "sim/phases.h"
+#include "sim/piece_pose.h"
 #include "sim/script_host.h"
 #include "sim/world_state.h"
 
@@ -14,6 +16,14 @@ World::World(Terrain terrain, const WorldOptions& options)
     parts_.frame.conditions = options.conditions;
     parts_.frame.seed = options.seed;
     parts_.state.players = options.players;
+    for (Player& player : parts_.state.players) {
+        player.metal.ownStorage = player.metal.storage;
+        player.energy.ownStorage = player.energy.storage;
+    }
+    const auto metal =
+        static_cast<std::uint8_t>(std::clamp(options.conditions.surfaceMetal, 0, 255));
+    std::ranges::fill(parts_.frame.metal, metal);
+    parts_.state.wind = firstWind(parts_.frame);
 }
 
 void World::runTick(const std::function<void(std::string_view)>& afterPhase) {
@@ -40,6 +50,7 @@ void World::setStocks(std::int32_t player, std::optional<double> metal,
     const auto set = [](Stock& stock, std::optional<double> amount) {
         if (!amount) return;
         stock.amount = Amount::fromNumber(std::max(0.0, *amount));
+        stock.ownStorage = std::max(stock.ownStorage, stock.amount);
         stock.storage = std::max(stock.storage, stock.amount);
     };
     set(changed.metal, metal);
@@ -49,11 +60,14 @@ void World::setStocks(std::int32_t player, std::optional<double> metal,
 bool World::replaceTypes(
     const std::function<std::shared_ptr<const UnitType>(const UnitType&)>& typeFor) {
     bool hasReplaced = false;
+    for (auto& product : parts_.frame.products)
+        if (auto type = typeFor(*product)) product = std::move(type);
     for (Unit& unit : parts_.state.units) {
         auto type = typeFor(*unit.type);
         if (!type) continue;
         unit.type = std::move(type);
         unit.values = {};
+        unit.labour.hasStarted = false;
         setUpScript(parts_, unit);
         hasReplaced = true;
     }
@@ -89,6 +103,10 @@ SiteFault World::testFeature(std::uint32_t type, const CellRect& cells) const {
 
 const Feature* World::placeFeature(std::uint32_t type, Cell northWest) {
     return sim::placeFeature(parts_, type, northWest);
+}
+
+Vector World::pieceOf(const Unit& unit, std::int32_t piece) const {
+    return pieceInWorld(parts_, unit, piece);
 }
 
 bool World::isSeenBy(const Unit& unit, std::int32_t player) const {

@@ -39,12 +39,17 @@ public:
     const Features& features() const { return parts_.state.features; }
     std::span<const FeatureType> featureTypes() const { return parts_.frame.featureTypes; }
     const Players& players() const { return parts_.state.players; }
+    const Wind& wind() const { return parts_.state.wind; }
     const Projectiles& projectiles() const { return parts_.state.projectiles; }
     const RunningScripts& scripts() const { return parts_.state.scripts; }
     Tick tick() const { return parts_.state.tick; }
 
     /// The index of a new type.
     std::uint32_t addFeatureType(FeatureType type);
+    /// What is there when one of a type was reclaimed.
+    void setReclaimedFollower(std::uint32_t type, std::int32_t follower) {
+        parts_.frame.featureTypes[type].reclaimedFollower = follower;
+    }
     /// The cells on which a feature stands whose middle is nearest to a place.
     CellRect featureCells(std::uint32_t type, GroundPoint place) const;
     /// Why a feature cannot lie on those cells, or none.
@@ -80,6 +85,8 @@ public:
     /// For tests: see `WorldDerived`.
     void dropDerived() { sim::dropDerived(parts_); }
 
+    /// Where a piece of a unit is.
+    Vector pieceOf(const Unit& unit, std::int32_t piece) const;
     /// True when one of the player's own units is near enough, or the unit is his.
     bool isSeenBy(const Unit& unit, std::int32_t player) const;
 

@@ -5,7 +5,9 @@
 namespace orb::sim {
 
 WorldFrame::WorldFrame(Terrain ground)
-    : terrain(std::move(ground)), vents(terrain.heights().size()) {}
+    : terrain(std::move(ground)),
+      vents(terrain.heights().size()),
+      metal(terrain.heights().size(), std::uint8_t{rules::kSurfaceMetal}) {}
 
 WorldState::WorldState(const Terrain& terrain)
     : routes(terrain), occupancy(terrain.cellsX(), terrain.cellsZ()) {}

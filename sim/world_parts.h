@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <set>
 #include <string>
 #include <utility>
@@ -17,6 +18,7 @@
 #include "sim/terrain.h"
 #include "sim/unit_buckets.h"
 #include "sim/units.h"
+#include "sim/wind.h"
 #include "sim/workers.h"
 
 namespace orb::sim {
@@ -28,6 +30,11 @@ namespace orb::sim {
 struct WorldFrame {
     explicit WorldFrame(Terrain ground);
 
+    std::size_t indexOf(Cell cell) const {
+        return static_cast<std::size_t>(cell.z) * static_cast<std::size_t>(terrain.cellsX()) +
+               static_cast<std::size_t>(cell.x);
+    }
+
     Terrain terrain;
     Conditions conditions;
     /// What random numbers hang from.
@@ -35,6 +42,10 @@ struct WorldFrame {
     std::vector<FeatureType> featureTypes;
     /// A flag a cell.
     std::vector<bool> vents;
+    /// A byte a cell: what extractors get out of the ground.
+    std::vector<std::uint8_t> metal;
+    /// What was ever ordered to be built; orders name them by their places.
+    std::vector<std::shared_ptr<const UnitType>> products;
 };
 
 /// All that the next tick depends on. `hashState` and `dumpState` go through it.
@@ -46,6 +57,7 @@ struct WorldState {
     RunningScripts scripts;
     Features features;
     Players players;
+    Wind wind;
     Projectiles projectiles;
     /// Queue, ways and searches are state; the graphs among it are derived, see there.
     Routes routes;

@@ -61,6 +61,7 @@ void putPart(Sink& sink, const WorldState& state, StatePart part) {
         case StatePart::routes:
             return putState(sink, "routes", state.routes);
         case StatePart::economy:
+            putState(sink, "wind", state.wind);
             return putState(sink, "players", state.players);
         // Nothing of this is there yet.
         case StatePart::sight:

@@ -1,5 +1,7 @@
 #include "server/handlers/decode_order.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "server/handlers/order_words.h"
@@ -13,8 +15,10 @@ using sim::OrderKind;
 using sim::OrderRefusal;
 
 constexpr double kUsualSeverity = 100;
+constexpr std::int64_t kMostProducts = 1'000;
 
-void requireAim(const std::string& word, const sim::OrderRequest& request) {
+void requireAim(const OrderMembers& members) {
+    const auto& [word, request, product, slot, x, z] = members;
     using Aim = sim::OrderRule::Aim;
     const Aim aim = sim::orderRule(request.kind).aim;
     const bool hasTarget = request.target || request.feature;
@@ -22,6 +26,7 @@ void requireAim(const std::string& word, const sim::OrderRequest& request) {
     if ((aim == Aim::target && !hasTarget) ||
         (aim == Aim::targetOrPlace && !hasTarget && !request.place))
         throw RequestError(word + " needs a target");
+    if (aim == Aim::product && product.empty()) throw RequestError(word + " needs a unit name");
 }
 
 std::string reasonOf(OrderRefusal refusal, const sim::OrderRequest& request) {
@@ -39,6 +44,12 @@ std::string reasonOf(OrderRefusal refusal, const sim::OrderRequest& request) {
             return "order queue full";
         case OrderRefusal::notBuilt:
             return "not built";
+        case OrderRefusal::cannotWork:
+            return request.kind == OrderKind::build
+                       ? "cannot build " + request.product->name
+                       : fmt::format("cannot {}", orderWord(request.kind));
+        case OrderRefusal::needsPlace:
+            return "build needs x and z";
         case OrderRefusal::none:
             break;
     }
@@ -56,10 +67,11 @@ OrderMembers decodeOrderMembers(const Payload& payload) {
     members.slot = payload.integer("slot");
     request.target = payload.integer("target");
     request.feature = payload.integer("targetFeature");
-    payload.text("unit");
-    payload.integer("count");
+    members.product = payload.text("unit").value_or("");
+    request.count = static_cast<std::int32_t>(
+        std::clamp<std::int64_t>(payload.integer("count").value_or(1), 1, kMostProducts));
     request.isQueued = payload.flag("queue").value_or(false);
-    payload.flag("unrestricted");
+    request.isUnrestricted = payload.flag("unrestricted").value_or(false);
     const auto value = payload.number("value");
     request.value = value.value_or(members.word == orderWord(OrderKind::kill) ? kUsualSeverity : 0);
     if (const auto heading = payload.number("heading")) {
@@ -72,7 +84,7 @@ OrderMembers decodeOrderMembers(const Payload& payload) {
     return members;
 }
 
-sim::OrderRequest orderOfMembers(OrderMembers members) {
+MapOrder orderOfMembers(OrderMembers members) {
     sim::OrderRequest& request = members.request;
     const auto kind = orderOfWord(members.word);
     if (!kind) throw RequestError("unknown order: " + members.word);
@@ -82,11 +94,11 @@ sim::OrderRequest orderOfMembers(OrderMembers members) {
     if (members.slot && (*members.slot < 0 || *members.slot >= std::int64_t{sim::kWeaponSlots}))
         throw RequestError("slot must be 0 to 2");
     request.slot = static_cast<std::int8_t>(members.slot.value_or(-1));
-    requireAim(members.word, request);
+    requireAim(members);
     if (*kind == OrderKind::script && request.script.empty())
         throw RequestError("script name is required");
     if (!sim::orderRule(*kind).isKnown) throw RequestError("not implemented: " + members.word);
-    return std::move(members.request);
+    return {std::move(members.request), std::move(members.product)};
 }
 
 json encodeRefused(std::span<const std::int64_t> unitIds, std::span<const OrderRefusal> answers,

@@ -31,7 +31,9 @@ public:
         static constexpr std::array<std::string_view, 4> kReasons = {"blocked", "target gone",
                                                                      "no way", "cannot do"};
         data_["order"] = orderWord(failed.order);
-        data_["reason"] = kReasons.at(static_cast<std::size_t>(failed.reason));
+        data_["reason"] = failed.fault == sim::SiteFault::none
+                              ? kReasons.at(static_cast<std::size_t>(failed.reason))
+                              : sim::textOf(failed.fault);
     }
     void operator()(const sim::Blocked&) {}
     void operator()(const sim::Built&) {}

@@ -74,12 +74,28 @@ json encodeWeapons(const sim::World& world, const sim::Unit& unit) {
     return result;
 }
 
+/// Where the spray of a unit that builds comes from.
+json encodeNano(const sim::World& world, const sim::Unit& unit) {
+    const std::int32_t piece = unit.labour.nanoPiece;
+    const sim::Vector place = world.pieceOf(unit, piece);
+    json data = {{"x", place.x.toNumber()}, {"y", place.y.toNumber()}, {"z", place.z.toNumber()}};
+    if (static_cast<std::size_t>(piece) < unit.type->pieces.size())
+        data["piece"] = unit.type->pieces[static_cast<std::size_t>(piece)];
+    return data;
+}
+
+std::string_view workWord(sim::OrderKind kind) {
+    if (kind == sim::OrderKind::reclaim) return "reclaiming";
+    return kind == sim::OrderKind::capture ? "capturing" : "building";
+}
+
 std::string_view stateWord(const sim::Unit& unit) {
     if (!unit.isBuilt()) return "nanoframe";
     if (unit.carrier) return "carried";
     if (!unit.orders.empty()) {
         const sim::OrderKind kind = unit.orders.front().kind;
         if (kind == sim::OrderKind::attack || kind == sim::OrderKind::fire) return "attacking";
+        if (unit.labour.hasStarted || unit.labour.isOpen) return workWord(kind);
     }
     return unit.motion.speed != sim::Fixed() || !unit.orders.empty() ? "moving" : "idle";
 }
@@ -158,6 +174,10 @@ json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPiec
                    {"weapons", encodeWeapons(world, unit)}};
     if (!unit.orders.empty() && !unit.orders.front().isSideStep)
         result["order"] = orderWord(unit.orders.front().kind);
+    if (unit.labour.nanoPiece >= 0) result["nano"] = encodeNano(world, unit);
+    if (unit.labour.selfDestructAt > world.tick())
+        result["selfDestruct"] =
+            static_cast<double>(unit.labour.selfDestructAt - world.tick()) / sim::kTicksPerSecond;
     if (unit.carrier) result["carrier"] = unit.carrier.slot + 1;
     if (withPieces) {
         const CobInstance* const script = world.scripts().of(unit);

@@ -43,6 +43,9 @@ void encodeStock(json& data, const std::string& name, const sim::Stock& stock) {
     data[name + "Storage"] = stock.storage.toNumber();
     data[name + "Income"] = stock.income.toNumber();
     data[name + "Drain"] = stock.drain.toNumber();
+    data[name + "Produced"] = stock.produced.toNumber();
+    data[name + "Spent"] = stock.spent.toNumber();
+    data[name + "Wasted"] = stock.wasted.toNumber();
     data[name + "Share"] = stock.share.toNumber();
 }
 
@@ -70,6 +73,8 @@ json encodePlay(const sim::World& world, const Play& play) {
             {"stopped", endWord(play.end)},
             {"unitCount", world.units().count()},
             {"projectileCount", world.projectiles().all.size()},
+            {"wind", world.wind().speed},
+            {"windHeading", world.wind().heading.radians()},
             {"players", encodePlayers(world)},
             {"hash", fmt::format("{:016x}", world.hash().whole())},
             {"events", std::move(events)},
@@ -84,8 +89,9 @@ Reply mapMove(UnitViewSession& session, const Payload& payload) {
     OrderMembers members = decodeOrderMembers(payload);
     if (!unitIds && unitId) unitIds = std::vector{*unitId};
     if (!unitIds || unitIds->empty()) throw RequestError("unit ids are required");
-    const sim::OrderRequest request = orderOfMembers(std::move(members));
+    MapOrder order = orderOfMembers(std::move(members));
     LoadedMap& map = session.requireMap();
+    const sim::OrderRequest request = preparedOrder(map, session.data(), std::move(order));
     const auto answers = giveOrder(map, *unitIds, request);
     json accepted = json::array();
     for (std::size_t i = 0; i < answers.size(); ++i)

@@ -19,7 +19,7 @@ struct Spawn {
     UnitSpawn unit;
     FeatureSpawn feature;
     /// What the units are told to do.
-    std::optional<sim::OrderRequest> order;
+    std::optional<MapOrder> order;
 };
 
 Spawn decodeSpawn(const Payload& payload) {
@@ -137,10 +137,11 @@ Reply mapSpawn(UnitViewSession& session, const Payload& payload) {
     const Spawn spawn = decodeSpawn(payload);
     LoadedMap& map = session.requireMap();
     if (!spawn.unit.unit.empty()) {
-        if (spawn.order) checkOrder(map, *spawn.order);
+        std::optional<sim::OrderRequest> order;
+        if (spawn.order) order = preparedOrder(map, session.data(), *spawn.order);
         const SpawnedUnits spawned = spawnUnits(map, session.data(), spawn.unit);
         json data = encodeSpawnedUnits(spawned);
-        if (spawn.order) addRefused(data, map, spawned, *spawn.order);
+        if (order) addRefused(data, map, spawned, *order);
         return {std::move(data)};
     }
     return {encodeSpawnedFeature(spawnFeature(map, session.data(), spawn.feature))};
