@@ -93,7 +93,8 @@ void benchLoading(unitview::UnitViewSession& session, const fs::path& file) {
     const std::size_t before = heapBytes();
     session.loadMap({.name = kName});
     const double kept = static_cast<double>(heapBytes() - before);
-    bench::require(session.requireMap().world.features().all().size() > 25'000, "features are missing");
+    bench::require(session.requireMap().world.features().all().size() > 25'000,
+                   "features are missing");
     const auto timings =
         bench::measure({[&] { session.loadMap({.name = kName}); }, [&] { readWhole(file); }});
     bench::reportTime("load a map of 40 x 40 / read its file", timings[0], "ms", timings[1]);

@@ -11,9 +11,9 @@
 
 #include "bench/figures.h"
 #include "bench/rough_ground.h"
-#include "sim/occupancy.h"
-#include "sim/routes.h"
-#include "sim/way_steps.h"
+#include "sim/ground/occupancy.h"
+#include "sim/motion/way_steps.h"
+#include "sim/ways/routes.h"
 
 namespace {
 

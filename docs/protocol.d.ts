@@ -1611,10 +1611,11 @@ export interface Spawn {
 
 export type OrderKind =
     | QueuedOrder | "stop" | "activate" | "deactivate" | "moveState" | "fireState" | "damage" | "kill"
-    | "finish" | "place" | "script" | "remove";
+    | "finish" | "place" | "script" | "remove" | "selfDestruct";
 
 /** Those that a unit can be at for a while. */
-export type QueuedOrder = "move" | "patrol" | "attack" | "fire" | "guard";
+export type QueuedOrder =
+    | "move" | "patrol" | "attack" | "fire" | "guard" | "build" | "repair" | "reclaim" | "capture";
 
 export interface UnitOrder {
     /** Default "move". */

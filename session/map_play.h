@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "session/loaded_map.h"
-#include "sim/orders.h"
+#include "sim/orders/orders.h"
 
 namespace orb::unitview {
 

@@ -5,8 +5,8 @@
 
 #include "session/loaded_unit.h"
 #include "session/mounted_data.h"
-#include "sim/feature_type.h"
-#include "sim/unit_type.h"
+#include "sim/ground/feature_type.h"
+#include "sim/units/unit_type.h"
 
 /// What the world of a map needs of units and features, out of their definitions.
 namespace orb::unitview {

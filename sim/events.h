@@ -10,11 +10,11 @@
 #include <variant>
 #include <vector>
 
-#include "sim/fixed.h"
-#include "sim/order.h"
-#include "sim/site.h"
-#include "sim/tick.h"
-#include "sim/unit_type.h"
+#include "sim/ground/site.h"
+#include "sim/numbers/fixed.h"
+#include "sim/numbers/tick.h"
+#include "sim/orders/order.h"
+#include "sim/units/unit_type.h"
 
 namespace orb::sim {
 

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "sim/fixed.h"
-#include "sim/tick.h"
+#include "sim/numbers/fixed.h"
+#include "sim/numbers/tick.h"
 
 /// How the game behaves where no document of its own tells: one line each, so that it is easy to
 /// correct. Engineering limits stand beside their use instead.

@@ -5,10 +5,10 @@
 #include <optional>
 #include <vector>
 
-#include "sim/angle.h"
-#include "sim/cell.h"
-#include "sim/damage.h"
-#include "sim/unit_ref.h"
+#include "sim/fight/damage.h"
+#include "sim/ground/cell.h"
+#include "sim/numbers/angle.h"
+#include "sim/units/unit_ref.h"
 
 namespace orb::sim {
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sim/generators.h"
 #include "sim/phases.h"
-#include "sim/piece_pose.h"
-#include "sim/script_host.h"
+#include "sim/scripts/piece_pose.h"
+#include "sim/scripts/script_host.h"
+#include "sim/work/generators.h"
 #include "sim/world_state.h"
 
 namespace orb::sim {

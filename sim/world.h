@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
-#include "sim/births.h"
-#include "sim/orders.h"
+#include "sim/orders/orders.h"
 #include "sim/state_hash.h"
 #include "sim/tick_scratch.h"
+#include "sim/units/births.h"
 #include "sim/world_parts.h"
 
 namespace orb::sim {

@@ -7,18 +7,18 @@
 #include <utility>
 #include <vector>
 
-#include "sim/conditions.h"
 #include "sim/events.h"
-#include "sim/features.h"
-#include "sim/occupancy.h"
-#include "sim/players.h"
-#include "sim/projectiles.h"
-#include "sim/routes.h"
-#include "sim/running_scripts.h"
-#include "sim/terrain.h"
-#include "sim/unit_buckets.h"
-#include "sim/units.h"
-#include "sim/wind.h"
+#include "sim/fight/projectiles.h"
+#include "sim/ground/conditions.h"
+#include "sim/ground/features.h"
+#include "sim/ground/occupancy.h"
+#include "sim/ground/terrain.h"
+#include "sim/scripts/running_scripts.h"
+#include "sim/units/players.h"
+#include "sim/units/unit_buckets.h"
+#include "sim/units/units.h"
+#include "sim/ways/routes.h"
+#include "sim/work/wind.h"
 #include "sim/workers.h"
 
 namespace orb::sim {

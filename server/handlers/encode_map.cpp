@@ -10,7 +10,7 @@
 #include "server/handlers/encode_source.h"
 #include "server/handlers/json_numbers.h"
 #include "server/handlers/order_words.h"
-#include "sim/weapons.h"
+#include "sim/fight/weapons.h"
 
 namespace orb::unitview::ipc {
 namespace {

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "sim/order.h"
+#include "sim/orders/order.h"
 
 /// The protocol's words for orders.
 namespace orb::unitview::ipc {

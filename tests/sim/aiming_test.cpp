@@ -1,7 +1,7 @@
-#include "sim/aiming.h"
+#include "sim/fight/aiming.h"
 
 #include "sim/battlefield.h"
-#include "sim/piece_pose.h"
+#include "sim/scripts/piece_pose.h"
 
 namespace orb::sim {
 namespace {

@@ -1,4 +1,4 @@
-#include "sim/ballistics.h"
+#include "sim/fight/ballistics.h"
 
 #include <cmath>
 #include <numbers>

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "bos/compiler.h"
-#include "sim/births.h"
+#include "sim/fight/weapon_type.h"
 #include "sim/ground.h"
-#include "sim/orders.h"
+#include "sim/orders/orders.h"
 #include "sim/phases.h"
-#include "sim/weapon_type.h"
+#include "sim/units/births.h"
 #include "sim/world_state.h"
 #include "tests/quiet_log.h"
 

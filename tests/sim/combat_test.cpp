@@ -1,7 +1,7 @@
 #include "sim/battlefield.h"
-#include "sim/damage.h"
-#include "sim/projectiles.h"
-#include "sim/remains.h"
+#include "sim/fight/damage.h"
+#include "sim/fight/projectiles.h"
+#include "sim/fight/remains.h"
 
 namespace orb::sim {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "sim/battlefield.h"
-#include "sim/work.h"
+#include "sim/work/work.h"
 
 namespace orb::sim {
 namespace {

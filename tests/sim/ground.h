@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sim/terrain.h"
+#include "sim/ground/terrain.h"
 
 namespace orb::sim {
 

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include "sim/angle.h"
-#include "sim/cell.h"
-#include "sim/random.h"
+#include "sim/ground/cell.h"
+#include "sim/numbers/angle.h"
+#include "sim/numbers/random.h"
 
 namespace orb::sim {
 namespace {

@@ -1,4 +1,4 @@
-#include "sim/orders.h"
+#include "sim/orders/orders.h"
 
 #include "sim/battlefield.h"
 

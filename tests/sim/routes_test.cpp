@@ -1,4 +1,4 @@
-#include "sim/routes.h"
+#include "sim/ways/routes.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "sim/battlefield.h"
-#include "sim/script_host.h"
-#include "sim/script_values.h"
+#include "sim/scripts/script_host.h"
+#include "sim/scripts/script_values.h"
 
 namespace orb::sim {
 namespace {

@@ -1,4 +1,4 @@
-#include "sim/sectors.h"
+#include "sim/ways/sectors.h"
 
 #include <set>
 

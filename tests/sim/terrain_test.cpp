@@ -1,4 +1,4 @@
-#include "sim/terrain.h"
+#include "sim/ground/terrain.h"
 
 #include <gtest/gtest.h>
 

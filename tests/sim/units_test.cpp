@@ -1,9 +1,9 @@
-#include "sim/units.h"
+#include "sim/units/units.h"
 
 #include <gtest/gtest.h>
 
 #include "sim/ground.h"
-#include "sim/unit_buckets.h"
+#include "sim/units/unit_buckets.h"
 
 namespace orb::sim {
 namespace {

@@ -5,12 +5,12 @@
 #include <random>
 
 #include "sim/ground.h"
-#include "sim/occupancy.h"
-#include "sim/order.h"
-#include "sim/routes.h"
+#include "sim/ground/occupancy.h"
+#include "sim/motion/way_steps.h"
+#include "sim/orders/order.h"
 #include "sim/state_fields.h"
 #include "sim/state_hash.h"
-#include "sim/way_steps.h"
+#include "sim/ways/routes.h"
 
 /// What tests of ways share: ground with walls, a plain search to compare with, and somebody who
 /// does as he is told.

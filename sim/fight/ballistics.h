@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+
+#include "sim/numbers/angle.h"
+
+namespace orb::sim {
+
+/// The lower or the higher of two arcs that meet a point.
+enum class Arc : std::uint8_t { low, high };
+
+/// How steeply something must be thrown at `speed` (pixels a tick, more than 0), falling by
+/// `gravity` (pixels a tick for each tick), to pass through a point so far away and so much higher;
+/// none when it cannot get there. Without gravity both arcs are the straight line.
+std::optional<Angle> throwPitch(Fixed distance, Fixed rise, Fixed speed, Fixed gravity, Arc arc);
+
+/// Where something flies whose velocity was `velocity` and which has fallen freely for one tick.
+/// Returns its way; afterwards `velocity` is that at the tick's end. The ways of n ticks add up to
+/// the exact parabola.
+Vector fallOneTick(Vector& velocity, Fixed gravity);
+
+}  // namespace orb::sim

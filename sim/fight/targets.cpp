@@ -1,0 +1,117 @@
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "sim/fight/aiming.h"
+#include "sim/fight/weapons.h"
+#include "sim/phases.h"
+
+namespace orb::sim {
+namespace {
+
+bool hasCategoryOf(const UnitType& type, const std::vector<std::string>& words) {
+    return std::ranges::any_of(words, [&](const std::string& word) {
+        return std::ranges::find(type.categories, word) != type.categories.end();
+    });
+}
+
+/// Whether a weapon may choose a unit by itself.
+bool mayChoose(const WorldParts& world, const Unit& unit, std::size_t slot, const Unit& other) {
+    return other.isPresent() && other.player != unit.player &&
+           canReach(world, *unit.type->weapons[slot], other) &&
+           !hasCategoryOf(*other.type, unit.type->badTargets[slot]);
+}
+
+bool mayKeep(const WorldParts& world, const Unit& unit, std::size_t slot) {
+    const auto target = targetOf(world, unit.weapons[slot]);
+    return target && target->unit && mayChoose(world, unit, slot, *target->unit) &&
+           isInRange(world, unit, *unit.type->weapons[slot], *target);
+}
+
+/// The nearest enemy in range, the lower id where two are as near.
+UnitRef nearestEnemy(const WorldParts& world, UnitFinder& finder, const Unit& unit,
+                     std::size_t slot) {
+    const WeaponType& weapon = *unit.type->weapons[slot];
+    world.derived.buckets.findWithin(world.state.units, unit.place, weapon.range, finder.found);
+    UnitRef nearest;
+    std::uint64_t least = ~std::uint64_t{0};
+    for (const std::uint32_t candidate : finder.found) {
+        const Unit& other = *world.state.units.at(candidate);
+        ++finder.pairs;
+        const std::uint64_t distance =
+            squaredDistance(unit.place.x, unit.place.z, other.place.x, other.place.z);
+        if (distance >= least || !mayChoose(world, unit, slot, other)) continue;
+        if (!isInRange(world, unit, weapon, {hitCenter(world, other), &other})) continue;
+        nearest = other.ref();
+        least = distance;
+    }
+    finder.found.clear();
+    return nearest;
+}
+
+/// What a weapon without an order should be aimed at.
+UnitRef chooseTarget(const WorldParts& world, UnitFinder& finder, const Unit& unit,
+                     std::size_t slot) {
+    enum : std::uint8_t { holdsFire, returnsFire };
+    if (unit.type->weapons[slot]->isCommandFire || unit.standing.fire == holdsFire) return {};
+    if (mayKeep(world, unit, slot)) return unit.weapons[slot].target;
+    if (unit.standing.fire != returnsFire) return nearestEnemy(world, finder, unit, slot);
+    const Unit* const attacker = world.state.units.find(unit.lastAttacker);
+    if (!attacker || !mayChoose(world, unit, slot, *attacker)) return {};
+    const bool isNear =
+        isInRange(world, unit, *unit.type->weapons[slot], {hitCenter(world, *attacker), attacker});
+    return isNear ? attacker->ref() : UnitRef();
+}
+
+/// Whether an order to attack is meant for a weapon, which can carry it out.
+bool isMeant(const WorldParts& world, const Unit& unit, const UnitWish::Attack& attack,
+             std::size_t slot) {
+    const WeaponType& weapon = *unit.type->weapons[slot];
+    if (weapon.isCommandFire && !attack.isCommand) return false;
+    if (attack.slot >= 0 && attack.slot != static_cast<std::int32_t>(slot)) return false;
+    if (!attack.target) return !weapon.isOnlyForAircraft;
+    const Unit* const target = world.state.units.find(attack.target);
+    return target && target != &unit && target->isPresent() && canReach(world, weapon, *target);
+}
+
+/// What an order names is aimed at now; who has to look for something is noted. A weapon looks in
+/// its unit's own ticks, and when what it was aimed at is there no more.
+void plan(WorldParts& world, TickScratch& scratch, Unit& unit, std::size_t slot) {
+    const WeaponState& weapon = unit.weapons[slot];
+    const auto& attack = scratch.wishes[unit.slot()].attack;
+    if (attack && isMeant(world, unit, *attack, slot))
+        return aimAt(
+            world, unit, slot,
+            {attack->target ? AimKind::unit : AimKind::place, true, attack->target, attack->place});
+    const bool isDue = (world.state.tick + static_cast<Tick>(unit.id)) % rules::kSearchEvery == 0;
+    const Unit* const target = world.state.units.find(weapon.target);
+    const bool isGone =
+        weapon.aim != AimKind::nothing && (weapon.isOrdered || !target || !target->isPresent());
+    if (isDue || isGone) scratch.searches.push_back({unit.slot(), slot, {}});
+}
+
+}  // namespace
+
+void stepTargets(WorldParts& world, TickScratch& scratch) {
+    for (Unit& unit : world.state.units)
+        for (std::size_t slot = 0; slot < kWeaponSlots; ++slot)
+            if (unit.type->weapons[slot] && canFight(world, unit)) plan(world, scratch, unit, slot);
+
+    constexpr std::size_t kSearchesPerBlock = 16;
+    scratch.finders.resize(world.workers.count());
+    world.workers.forEach(
+        scratch.searches.size(), kSearchesPerBlock, [&](std::size_t item, std::size_t worker) {
+            TargetSearch& search = scratch.searches[item];
+            search.target = chooseTarget(world, scratch.finders[worker],
+                                         *world.state.units.at(search.unit), search.weapon);
+        });
+
+    for (const auto& [slot, weapon, target] : scratch.searches)
+        aimAt(world, *world.state.units.at(slot), weapon,
+              {target ? AimKind::unit : AimKind::nothing, false, target, {}});
+    for (UnitFinder& finder : scratch.finders) scratch.counts.pairs += finder.pairs;
+    scratch.finders.clear();
+    askToAim(world);
+}
+
+}  // namespace orb::sim

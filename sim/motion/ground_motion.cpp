@@ -1,0 +1,212 @@
+#include "sim/motion/ground_motion.h"
+
+#include <algorithm>
+
+#include "sim/fight/weapons.h"
+#include "sim/motion/giving_way.h"
+#include "sim/phases.h"
+#include "sim/rules.h"
+#include "sim/units/births.h"
+
+namespace orb::sim {
+namespace {
+
+constexpr std::int32_t kQuarterTurn = 16'384;
+/// A move is taken in pieces no longer than this: half a cell, so that none is jumped over.
+constexpr std::int32_t kLongestPiece = kCellPixels / 2;
+
+bool walks(const Unit& unit) {
+    return unit.type->canMove && unit.isPresent() && unit.isBuilt();
+}
+
+/// The fastest from which it can still stop on that way: v²/2b = s.
+Fixed stoppingSpeed(Fixed distance, Fixed brakeRate) {
+    const auto product = static_cast<std::uint64_t>(2 * std::int64_t{distance.raw()}) *
+                         static_cast<std::uint64_t>(brakeRate.raw());
+    return Fixed::fromWideRaw(squareRoot(product));
+}
+
+Fixed changedSpeed(Fixed now, Fixed wished, const MoveLimits& limits) {
+    return now < wished ? std::min(wished, now + limits.acceleration)
+                        : std::max(wished, now - limits.brakeRate);
+}
+
+/// How fast it may go that far off its direction: slower the more it has to turn.
+Fixed turningSpeed(Fixed most, std::int32_t offSteps) {
+    if (offSteps <= -kQuarterTurn || offSteps >= kQuarterTurn) return {};
+    return most.times(cosine(Angle::fromSteps(offSteps)), Rounding::down);
+}
+
+MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& wish) {
+    const MoveLimits& limits = unit.type->movement;
+    MotionStep step;
+    step.heading = unit.heading;
+    step.speed = changedSpeed(unit.motion.speed, {}, limits);
+    if (!wish.goal) {
+        if (const auto place = placeToFace(world, unit))
+            step.heading = turnedTowards(
+                unit.heading, headingOf(place->x - unit.place.x, place->z - unit.place.z),
+                limits.turnRate);
+        return step;
+    }
+    const RouteStep way = world.state.routes.step(unit.slot());
+    const Fixed x = way.toward.x - unit.place.x, z = way.toward.z - unit.place.z;
+    step.distance = lengthOf(x, z);
+    if (way.isEnd) step.end = way.toward;
+    step.isElsewhere = way.state == RouteState::elsewhere;
+    if (step.distance == Fixed()) return step;
+
+    step.wished = headingOf(x, z);
+    const Angle wished = step.wished + unit.motion.detour;
+    step.heading = turnedTowards(unit.heading, wished, limits.turnRate);
+    Fixed most = turningSpeed(limits.maxSpeed, shortestDifference(step.heading, wished));
+    if (way.isEnd)
+        most = std::min({most, step.distance, stoppingSpeed(step.distance, limits.brakeRate)});
+    step.speed = changedSpeed(unit.motion.speed, most, limits);
+    // Whoever brakes badly still does not run past his goal.
+    if (way.isEnd) step.speed = std::min(step.speed, step.distance);
+    return step;
+}
+
+void stepTo(WorldParts& world, Unit& unit, GroundPoint place, const CellRect& from,
+            const CellRect& to) {
+    if (from != to && !unit.type->canFly) world.state.occupancy.move(from, to, ownerOf(unit));
+    world.derived.buckets.move(unit.slot(), unit.place, place);
+    unit.place = place;
+}
+
+/// Where it would come to be after so long a way in a direction.
+GroundPoint ahead(const Unit& unit, Angle heading, Fixed length) {
+    const Vector way = vectorOf(heading, {}, length);
+    return {unit.place.x + way.x, unit.place.z + way.z};
+}
+
+/// Counts how long it has not got on.
+void noteProgress(WorldParts& world, Unit& unit, bool getsOn, bool wantsTo) {
+    UnitMotion& motion = unit.motion;
+    if (motion.detourTicks > 0 && --motion.detourTicks == 0) motion.detour = {};
+    if (!wantsTo || getsOn) {
+        motion.blockedTicks = wantsTo ? std::max(0, motion.blockedTicks - 2) : 0;
+        motion.stillTicks = 0;
+        return;
+    }
+    ++motion.blockedTicks;
+    motion.stillTicks = static_cast<std::int16_t>(std::min<int>(motion.stillTicks + 1, 0x7FFF));
+    if (motion.blockedTicks == rules::kBlockedTicks) world.tell(unit, Blocked{});
+}
+
+/// Takes a piece of a step; where it cannot be, the longer part of it along one axis or else the
+/// other, so that a unit slides along what it grazes. None of it: false.
+bool takePiece(WorldParts& world, Unit& unit, Fixed x, Fixed z) {
+    const CellRect from = unit.cells();
+    const bool isXLonger = absolute(x) >= absolute(z);
+    const GroundPoint alongX{x, {}}, alongZ{{}, z};
+    for (const GroundPoint& way :
+         {GroundPoint{x, z}, isXLonger ? alongX : alongZ, isXLonger ? alongZ : alongX}) {
+        if (way == GroundPoint()) continue;
+        const GroundPoint place{unit.place.x + way.x, unit.place.z + way.z};
+        const CellRect to = footprintAt(place, from.width, from.depth);
+        if (from != to && !mayStep(world, unit, from, to)) continue;
+        stepTo(world, unit, place, from, to);
+        return true;
+    }
+    return false;
+}
+
+/// Takes the step piece by piece up to the first that cannot be; whether it got anywhere.
+bool advance(WorldParts& world, Unit& unit, const MotionStep& step) {
+    const std::int32_t longest = Fixed::fromInt(kLongestPiece).raw();
+    const std::int32_t pieces = (unit.motion.speed.raw() + longest - 1) / longest;
+    const GroundPoint start = unit.place;
+    const Vector whole = vectorOf(unit.heading, {}, unit.motion.speed);
+    for (std::int32_t i = 0; i < pieces; ++i) {
+        const auto part = [&](Fixed length) {
+            const auto upTo = [&](std::int32_t count) {
+                return quotient(std::int64_t{length.raw()} * count, pieces, Rounding::towardsZero);
+            };
+            return Fixed::fromWideRaw(upTo(i + 1) - upTo(i));
+        };
+        const Fixed x = part(whole.x), z = part(whole.z);
+        if (takePiece(world, unit, x, z)) continue;
+        const GroundPoint wished{unit.place.x + x, unit.place.z + z};
+        beBlocked(world, unit, step,
+                  footprintAt(wished, unit.type->footprintX, unit.type->footprintZ));
+        break;
+    }
+    return unit.place != start;
+}
+
+bool hasArrived(const Unit& unit, const MotionStep& step) {
+    return step.end && squaredDistance(unit.place.x, unit.place.z, step.end->x, step.end->z) <=
+                           squaredLength(rules::kArrivalDistance);
+}
+
+void applyStep(WorldParts& world, Unit& unit, const MotionStep& step, bool hasGoal) {
+    const bool turns = unit.heading != step.heading;
+    unit.heading = step.heading;
+    unit.motion.speed = step.speed;
+    const bool moved = step.speed > Fixed() && advance(world, unit, step);
+    if (hasGoal && hasArrived(unit, step))
+        unit.motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
+    const bool turnsOnly = turns && step.speed == Fixed();
+    noteProgress(world, unit, moved || turnsOnly,
+                 hasGoal && unit.motion.arrival == Arrival::underWay);
+    if (moved || turns) settleOnGround(world, unit);
+}
+
+Fixed surfaceAt(const WorldParts& world, const Unit& unit, GroundPoint place) {
+    return restingAltitude(world.frame.terrain, *unit.type, world.frame.terrain.clamped(place));
+}
+
+}  // namespace
+
+bool canStandAt(const WorldParts& world, const Unit& unit, GroundPoint place) {
+    const CellRect cells = footprintAt(place, unit.type->footprintX, unit.type->footprintZ);
+    return world.frame.terrain.contains(cells) &&
+           world.state.routes.fits(unit.motion.movementClass, cells.corner);
+}
+
+void settleOnGround(const WorldParts& world, Unit& unit) {
+    unit.altitude = surfaceAt(world, unit, unit.place);
+    if (unit.type->movement.isUpright || unit.type->canFly) return;
+    const Fixed length = Fixed::fromInt(unit.type->footprintZ * kCellPixels);
+    const Fixed width = Fixed::fromInt(unit.type->footprintX * kCellPixels);
+    const Fixed halfLength = length.over(2, Rounding::down),
+                halfWidth = width.over(2, Rounding::down);
+    const Angle left = unit.heading + Angle::fromSteps(kQuarterTurn);
+    const auto heightAt = [&](Angle direction, Fixed distance) {
+        return surfaceAt(world, unit, ahead(unit, direction, distance));
+    };
+    unit.pitch =
+        angleOf(heightAt(unit.heading, halfLength) - heightAt(unit.heading, -halfLength), length);
+    unit.roll = angleOf(heightAt(left, halfWidth) - heightAt(left, -halfWidth), width);
+}
+
+void stepRoutes(WorldParts& world, TickScratch& scratch) {
+    Routes& routes = world.state.routes;
+    for (const Unit& unit : world.state.units) {
+        const UnitWish& wish = scratch.wishes[unit.slot()];
+        if (wish.goal && walks(unit))
+            routes.wish(
+                {unit.slot(), unit.motion.movementClass, unit.place, *wish.goal, wish.gathering});
+    }
+    routes.update(world.frame.terrain, world.workers);
+    scratch.counts.nodeVisits += routes.work().visits;
+}
+
+void stepMotion(WorldParts& world, TickScratch& scratch) {
+    constexpr std::size_t kUnitsPerBlock = 64;
+    const WorldParts& before = world;
+    world.workers.forEach(scratch.steps.size(), kUnitsPerBlock, [&](std::size_t slot, std::size_t) {
+        if (const Unit* const unit = before.state.units.at(slot); unit && walks(*unit))
+            scratch.steps[slot] = planStep(before, *unit, scratch.wishes[slot]);
+    });
+    for (Unit& unit : world.state.units) {
+        if (!walks(unit)) continue;
+        applyStep(world, unit, scratch.steps[unit.slot()],
+                  scratch.wishes[unit.slot()].goal.has_value());
+        ++scratch.counts.steps;
+    }
+}
+
+}  // namespace orb::sim

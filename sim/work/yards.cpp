@@ -1,0 +1,64 @@
+#include "sim/work/yards.h"
+
+#include <algorithm>
+
+#include "sim/orders/orders.h"
+#include "sim/rules.h"
+#include "sim/scripts/piece_pose.h"
+#include "sim/units/births.h"
+
+namespace orb::sim {
+namespace {
+
+/// Before its doors, where nobody has said where to.
+GroundPoint usualRally(const WorldParts& world, const Unit& factory, const UnitType& product) {
+    const std::int32_t cells = std::max(factory.type->footprintX, factory.type->footprintZ) / 2 +
+                               std::max(product.footprintX, product.footprintZ) +
+                               rules::kRallyCells;
+    const Vector way = vectorOf(factory.heading, {}, Fixed::fromInt(cells * kCellPixels));
+    return world.frame.terrain.clamped({factory.place.x + way.x, factory.place.z + way.z});
+}
+
+}  // namespace
+
+Vector padOf(const WorldParts& world, const Unit& factory) {
+    return pieceInWorld(world, factory, factory.labour.padPiece);
+}
+
+Angle padHeading(const WorldParts& world, const Unit& factory) {
+    return pieceHeading(world, factory, factory.labour.padPiece);
+}
+
+void carryOnPad(WorldParts& world, const Unit& factory) {
+    Unit* const frame = world.state.units.find(factory.labour.site);
+    if (!frame || frame->isBuilt() || frame->isDying) return;
+    const Vector pad = padOf(world, factory);
+    const GroundPoint place = world.frame.terrain.clamped({pad.x, pad.z});
+    if (place != frame->place) moveUnitTo(world, *frame, place);
+    frame->altitude = pad.y;
+    frame->heading = padHeading(world, factory);
+}
+
+bool isPadFree(WorldParts& world, Unit& factory, const UnitType& product) {
+    const Vector pad = padOf(world, factory);
+    const CellRect cells = footprintAt({pad.x, pad.z}, product.footprintX, product.footprintZ);
+    const bool isFree = allCells(cells, [&](Cell cell) {
+        const CellOwner owner = world.state.occupancy.ownerOf(cell);
+        return owner.kind() != CellOwner::Kind::mobile;
+    });
+    if (!isFree) clearYard(world, factory);
+    return isFree;
+}
+
+void rollOut(WorldParts& world, Unit& factory, Unit& product) {
+    product.altitude = restingAltitude(world.frame.terrain, *product.type, product.place);
+    if (!product.type->canMove) return;
+    Order order;
+    order.kind = OrderKind::move;
+    order.place = order.gathering =
+        factory.labour.hasRally ? factory.labour.rally : usualRally(world, factory, *product.type);
+    product.orders.push_back(order);
+    product.motion.beginAnew();
+}
+
+}  // namespace orb::sim
