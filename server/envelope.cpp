@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "io/json_nesting.h"
+#include "server/dismantle.h"
 
 namespace orb::unitview::ipc {
 namespace {
@@ -27,6 +28,7 @@ EnvelopeParseResult parseEnvelope(std::string_view line) {
                     fmt::format("parse error at column {}: JSON nested deeper than {} levels",
                                 *offset + 1, io::kMaxJsonNesting));
     json document;
+    const Dismantling inTheEnd(document);
     try {
         document = json::parse(line);
     } catch (const json::exception& error) {
