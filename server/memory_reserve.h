@@ -2,18 +2,20 @@
 
 namespace orb::unitview::ipc {
 
-/// What keeps a request that the memory cannot hold from ending the process: memory that is set
-/// aside and given up when an allocation fails first, so that there is some for the way out (a JSON
-/// value takes memory to be destroyed) and for the error reply.
+/// Keeps a request that the memory cannot hold from ending the process. Two blocks are set aside.
+/// The first is given up when a small allocation fails, which then succeeds after all: those come
+/// where no exception can leave, in destructors and within the standard library. The second is
+/// given up when that is used up or a large one fails; then std::bad_alloc is thrown and there is
+/// memory for the way out (a JSON value takes some to be destroyed) and for the error reply.
 ///
 /// Call it once, before any thread is started.
 void prepareForLittleMemory();
 
-/// Sets the reserve aside again where it is gone. Call it when nothing of a request is left.
+/// Sets the blocks aside again where they are gone. Call it when nothing of a request is left.
 void refillMemoryReserve();
 
-/// Whether an allocation has failed since then. Whatever has been computed meanwhile may lack
-/// something, even where the failure was taken for that of a file.
+/// Whether std::bad_alloc has been thrown since then. Whatever has been computed meanwhile may lack
+/// something, where the failure was taken for that of a file.
 bool hasMemoryRunOut();
 
 }  // namespace orb::unitview::ipc
