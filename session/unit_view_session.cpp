@@ -6,6 +6,7 @@
 
 #include "io/ascii.h"
 #include "io/files/write_plan.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "model/edit/model_values.h"
 #include "model/piece_list.h"
@@ -104,12 +105,21 @@ void UnitViewSession::unloadUnit() {
 
 void UnitViewSession::load(const std::string& name) {
     const MountedData& mounted = data();
-    unloadUnit();
+    std::optional<LoadedUnit> loaded;
     try {
-        unit_ = loadUnitFiles(mounted.files, mounted.catalogue, name);
+        loaded = loadUnitFiles(mounted.files, mounted.catalogue, name);
+    } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);  // which leaves the unit that there is
+        unloadUnit();
+        throw RequestError(error.what());
+    }
+    unloadUnit();
+    unit_ = std::move(loaded);
+    try {
         cob_.setUnit(*unit_);
     } catch (const std::exception& error) {
         unloadUnit();
+        io::rethrowOutOfMemory(error);
         throw RequestError(error.what());
     }
 }
@@ -177,6 +187,7 @@ std::optional<std::filesystem::path> UnitViewSession::setLintSuppressed(const Li
     try {
         return saveLintSuppressions(lintSuppressions_, data_->roots);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         throw RequestError(error.what());
     }
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "io/ascii.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "io/vfs/directory_file_system.h"
 #include "io/vfs/hpi_file_system.h"
@@ -87,6 +88,7 @@ MountedRoot mountRoot(CompositeVirtualFileSystem& composite, const DataRoot& roo
                               FileLocation::Kind::archive, archives[i], root.kind});
             ++mounted.archives;
         } catch (const std::exception& error) {
+            rethrowOutOfMemory(error);
             LogLine(LogLevel::warn) << "Failed to mount " << name << ": " << error.what();
             mounted.unreadable.push_back({archives[i], error.what()});
         }
