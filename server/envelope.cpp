@@ -5,6 +5,7 @@
 
 #include "io/json_nesting.h"
 #include "server/dismantle.h"
+#include "server/parse_json.h"
 
 namespace orb::unitview::ipc {
 namespace {
@@ -30,7 +31,7 @@ EnvelopeParseResult parseEnvelope(std::string_view line) {
     json document;
     const Dismantling inTheEnd(document);
     try {
-        document = json::parse(line);
+        parseJson(line, document);
     } catch (const json::exception& error) {
         return fail(std::move(result), EnvelopeError::jsonSyntax, error.what());
     }

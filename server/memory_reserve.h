@@ -14,8 +14,8 @@ void prepareForLittleMemory();
 /// Sets the blocks aside again where they are gone. Call it when nothing of a request is left.
 void refillMemoryReserve();
 
-/// Whether std::bad_alloc has been thrown since then. Whatever has been computed meanwhile may lack
-/// something, where the failure was taken for that of a file.
+/// Whether std::bad_alloc has been thrown since then, so that it is behind an error, whatever its
+/// text says.
 bool hasMemoryRunOut();
 
 }  // namespace orb::unitview::ipc

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "io/out_of_memory.h"
 #include "server/command_table.h"
 #include "server/dismantle.h"
 #include "server/handlers/encode_cob.h"
@@ -86,7 +87,7 @@ void UnitIpcServer::dispatch(const Envelope& envelope) {
     try {
         serve(*command, envelope);
     } catch (const std::exception& error) {
-        if (hasMemoryRunOut() || dynamic_cast<const std::bad_alloc*>(&error))
+        if (hasMemoryRunOut() || io::isOutOfMemory(error))
             return sendOutOfMemory(envelope.seq, command->type);
         sendError(envelope.seq, errorText(*command, error));
     } catch (...) {
@@ -111,7 +112,6 @@ void UnitIpcServer::sendAll(const Command& command, std::uint64_t seq, const Rep
     const std::string data = compactText(reply.data);
     const std::string event =
         command.effect == Effect::transforms ? pieceTransforms(session_.cob()) : "";
-    if (hasMemoryRunOut()) throw std::bad_alloc();
     if (command.effect == Effect::stop) running_ = false;
     writeLine(seq, command.replyType, data);
     if (!event.empty()) writeLine(0, "piece-transforms", event);

@@ -31,6 +31,7 @@ bool isSameFile(const io::FileLocation& file, const io::FileLocation& written) {
 void finishWrites(const fs::path& mod) {
     std::vector<fs::path> folders = {mod};
     std::error_code error;
+    io::requireMemoryToList();
     for (fs::directory_iterator entry(mod, error), end; !error && entry != end;
          entry.increment(error))
         if (std::error_code ignored; entry->is_directory(ignored)) folders.push_back(entry->path());
@@ -225,6 +226,7 @@ bool UnitViewSession::reloadUnit() {
     try {
         load(fileStem(unit_->source->location));
     } catch (...) {
+        unloadUnit();
         waitingEdits_ = std::move(edits);
         throw;
     }
@@ -274,7 +276,7 @@ Reload UnitViewSession::refreshAfterWrite(std::span<const io::FileLocation> writ
         return {};
     try {
         return {.endedEdits = !reloadUnit()};
-    } catch (const RequestError& error) {
+    } catch (const std::exception& error) {  // even without memory: what is written is written
         LogLine(LogLevel::warn) << "[refresh] unit unloaded: " << error.what();
         return {error.what()};
     }

@@ -36,6 +36,7 @@ bool isPresent(const fs::path& root) {
 
 std::vector<fs::path> archivesIn(const fs::path& directory) {
     std::vector<fs::path> archives;
+    requireMemoryToList();
     for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
         std::error_code ignored;
         if (isArchiveExtension(textFromPath(entry.path().extension())) &&
