@@ -1,6 +1,7 @@
 #include "session/unit_view_session.h"
 
 #include <algorithm>
+#include <new>
 #include <set>
 #include <utility>
 
@@ -42,6 +43,17 @@ void finishWrites(const fs::path& mod) {
         LogLine(LogLevel::warn) << "[mount] an edit in " << io::textFromPath(folder)
                                 << (isFinished ? " that had been interrupted is finished"
                                                : " was interrupted and cannot be finished");
+    }
+}
+
+/// What has been written must be read again. When the memory gives out, some more is set free that
+/// was kept for need.
+template <typename Operation>
+auto insisting(Operation&& operation) {
+    try {
+        return operation();
+    } catch (const std::bad_alloc&) {
+        return operation();
     }
 }
 
@@ -223,8 +235,9 @@ bool UnitViewSession::reloadUnit() {
     std::optional<WaitingEdits> edits;
     if (workingModel_)
         edits = {unit_->name, unit_->modelSource, *std::exchange(workingModel_, std::nullopt)};
+    const std::string name = fileStem(unit_->source->location);
     try {
-        load(fileStem(unit_->source->location));
+        insisting([&] { load(name); });
     } catch (...) {
         unloadUnit();
         waitingEdits_ = std::move(edits);
@@ -249,7 +262,7 @@ void UnitViewSession::readAgain(std::span<const io::FileLocation> written) {
     std::set<fs::path> archives;
     for (const io::FileLocation& file : written)
         if (file.kind == io::FileLocation::Kind::archive) archives.insert(file.path);
-    try {
+    const auto read = [&] {
         std::vector<const io::VfsLayer*> reopened;
         for (const fs::path& archive : archives)
             for (const io::VfsLayer* layer : data_->files.reopenArchive(archive))
@@ -259,6 +272,9 @@ void UnitViewSession::readAgain(std::span<const io::FileLocation> written) {
             return layer.kind == io::FileLocation::Kind::loose ||
                    std::ranges::find(reopened, &layer) != reopened.end();
         });
+    };
+    try {
+        insisting(read);
     } catch (const std::exception& error) {
         // What was written is written; the next mount tells more.
         LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.front().path) << ": "
@@ -270,11 +286,11 @@ Reload UnitViewSession::refreshAfterWrite(std::span<const io::FileLocation> writ
     if (written.empty()) return {};
     readAgain(written);
     if (map_) map_->forgetTypes();
-    if (std::ranges::none_of(written, [&](const io::FileLocation& file) {
-            return isLoadedFrom(file) || wouldLoadFrom(file);
-        }))
-        return {};
+    const auto isOfUnit = [&](const io::FileLocation& file) {
+        return isLoadedFrom(file) || wouldLoadFrom(file);
+    };
     try {
+        if (insisting([&] { return std::ranges::none_of(written, isOfUnit); })) return {};
         return {.endedEdits = !reloadUnit()};
     } catch (const std::exception& error) {  // even without memory: what is written is written
         LogLine(LogLevel::warn) << "[refresh] unit unloaded: " << error.what();

@@ -176,7 +176,8 @@ class Squeezed(run.Editor):
 
     # What has begun to move cannot be put back.
     UNSAFE = {"cob-start", "cob-tick", "cob-continue", "cob-step-instruction", "cob-step-line",
-              "map-spawn", "map-move", "map-tick"}
+              "map-spawn", "map-move", "map-tick",
+              "map-list"}  # takes files that there is no memory for as unreadable
     failures = collections.Counter()
 
     def __init__(self, *arguments):
