@@ -10,6 +10,7 @@
 #include "io/ascii.h"
 #include "io/formats/tdf_writer.h"
 #include "io/game_paths.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "session/request_error.h"
 
@@ -57,7 +58,8 @@ bool isInBase(const MountedData& data, const std::string& path) {
 std::optional<io::Bytes> readOrNone(const MountedData& base, const std::string& path) {
     try {
         return base.files.readFile(path);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         return std::nullopt;
     }
 }

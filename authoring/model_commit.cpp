@@ -3,6 +3,7 @@
 #include "authoring/source_file.h"
 #include "io/content_version.h"
 #include "io/files/folder_lock.h"
+#include "io/out_of_memory.h"
 #include "model/edit/model_values.h"
 #include "session/model_file.h"
 
@@ -24,7 +25,8 @@ UnitSource modelTarget(const UnitViewSession& session) {
 bool readsBackAs(const io::Bytes& file, const io::Model3doObject& model) {
     try {
         return isSameModel(io::parse3do(file), model);
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         return false;
     }
 }

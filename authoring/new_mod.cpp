@@ -1,6 +1,7 @@
 #include "authoring/new_mod.h"
 
 #include <algorithm>
+#include <new>
 #include <vector>
 
 #include "authoring/mod_folder.h"
@@ -19,6 +20,7 @@ constexpr std::string_view kSubfolders[] = {io::kUnitFiles.folder, io::kModelFil
                                             io::kWeaponFiles.folder};
 
 [[noreturn]] void failToCreate(const std::error_code& error) {
+    if (error == std::errc::not_enough_memory) throw std::bad_alloc();
     throw RequestError("create dir: " + error.message());
 }
 

@@ -11,6 +11,7 @@
 #include "io/archive/hpi_writer.h"
 #include "io/files/folder_lock.h"
 #include "io/files/replace_file.h"
+#include "io/out_of_memory.h"
 
 namespace orb::unitview {
 namespace {
@@ -55,6 +56,7 @@ io::Bytes rewriteArchive(const Target& target) {
     try {
         return io::rewriteHpi(io::HpiArchive(target.path), entries);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         throw std::runtime_error(std::string("archive rewrite failed: ") + error.what());
     }
 }

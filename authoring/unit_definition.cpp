@@ -9,6 +9,7 @@
 #include "io/content_version.h"
 #include "io/files/folder_lock.h"
 #include "io/formats/tdf.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "session/request_error.h"
 
@@ -33,6 +34,7 @@ io::Bytes readSource(const NamedSource& unit) {
     try {
         if (auto bytes = readSourceFile(unit.source.location)) return std::move(*bytes);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         throw RequestError(error.what());
     }
     throw sourceNotFound(unit.name);

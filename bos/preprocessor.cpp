@@ -9,6 +9,7 @@
 #include "bos/condition.h"
 #include "bos/constants.h"
 #include "io/game_paths.h"
+#include "io/out_of_memory.h"
 
 namespace orb::unitview::bos {
 namespace {
@@ -114,6 +115,7 @@ bool Preprocessor::includeFrom(const std::string& path, const SourcePosition& at
     try {
         content = files_->readFile(path);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         diagnostics_.report<Problem::cannotReadInclude>(at, path, std::string_view(error.what()));
         return true;
     }

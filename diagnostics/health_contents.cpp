@@ -6,6 +6,7 @@
 
 #include "diagnostics/cob_lints.h"
 #include "diagnostics/health_checks.h"
+#include "io/out_of_memory.h"
 #include "io/text_encoding.h"
 #include "model/piece_list.h"
 
@@ -107,7 +108,8 @@ void checkLints(const Context& context, Rows& rows) {
             else if (context.options.withSuppressed)
                 rows.push_back(describeSuppressedLint(context, lint));
         }
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         rows.push_back(
             {scriptCount, CheckStatus::info, "COB analysis skipped (parse/graph error)"});
     }

@@ -10,6 +10,7 @@
 #include "diagnostics/unit_health.h"
 #include "io/ascii.h"
 #include "io/game_paths.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "io/vfs/hpi_file_system.h"
 #include "server/logger.h"
@@ -132,6 +133,7 @@ private:
                 bytesLeft -= file.entry->fileSize;
                 reader.readFile(*file.entry);
             } catch (const std::exception& error) {
+                io::rethrowOutOfMemory(error);
                 add(PackSeverity::error, "damaged-file", file.path, {}, error.what());
             }
         }
@@ -205,6 +207,7 @@ private:
                 if (row.status == CheckStatus::missing)
                     add(PackSeverity::error, "unit-not-ready", path, unit.name, row.detail);
         } catch (const std::exception& error) {
+            io::rethrowOutOfMemory(error);
             add(PackSeverity::error, "unit-not-loadable", path, unit.name, error.what());
         }
         result_.units.push_back(std::move(report));

@@ -1,5 +1,6 @@
 #include "diagnostics/script_compilation.h"
 
+#include "io/out_of_memory.h"
 #include "model/piece_list.h"
 #include "server/logger.h"
 #include "session/unit_script.h"
@@ -11,6 +12,7 @@ CobAnalysis analyseOrWarn(const io::CobFile& cob, std::size_t pieceCount) {
     try {
         return analyseCob(cob, pieceCount);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         LogLine(LogLevel::warn) << "[lints] script not analysed: " << error.what();
         return {};
     }

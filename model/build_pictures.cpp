@@ -10,6 +10,7 @@
 #include "io/formats/pcx.h"
 #include "io/formats/png.h"
 #include "io/game_paths.h"
+#include "io/out_of_memory.h"
 
 namespace orb::unitview {
 namespace {
@@ -82,6 +83,7 @@ PngPicture readBuildPicture(const io::CompositeVirtualFileSystem& files,
     try {
         return decodePicture(std::move(bytes), source, palette);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         throw std::runtime_error(fmt::format("{}: {}", source.path, error.what()));
     }
 }
@@ -94,7 +96,8 @@ bool isReadable(const io::CompositeVirtualFileSystem& files, const BuildPictureS
         if (source.format == BuildPictureFormat::gaf)
             return hasPixels(io::readGafPicture(bytes, source.gafIndex).firstFrame);
         return hasPixels(io::readPngSize(bytes));
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         return false;
     }
 }

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "io/ascii.h"
+#include "io/out_of_memory.h"
 #include "server/logger.h"
 
 namespace orb::unitview {
@@ -25,6 +26,7 @@ void GafIndex::build() const {
             for (const std::string& entry : io::readGafEntryNames(*content))
                 entries_.try_emplace(io::upperCased(entry), GafEntryRef{path, index++});
         } catch (const std::exception& failure) {
+            io::rethrowOutOfMemory(failure);
             LogLine(LogLevel::warn) << "[gaf] cannot read '" << path << "': " << failure.what();
         }
     };

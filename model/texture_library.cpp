@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "io/ascii.h"
+#include "io/out_of_memory.h"
 #include "model/png_picture.h"
 #include "server/logger.h"
 
@@ -22,6 +23,7 @@ io::Bytes readFileOrWarn(const io::CompositeVirtualFileSystem& files, const std:
     try {
         return files.readFile(path).value_or(io::Bytes());
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         LogLine(LogLevel::warn) << "[textures] cannot read '" << path << "': " << error.what();
         return {};
     }
@@ -45,6 +47,7 @@ TexturePtr readOrWarn(io::ByteView file, const GafEntryRef& ref, const std::stri
     try {
         return readTexture(file, ref, name);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         LogLine(LogLevel::warn) << "[textures] cannot read '" << name << "' from '" << ref.path
                                 << "': " << error.what();
         return nullptr;

@@ -4,6 +4,8 @@
 #include <nlohmann/json.hpp>
 
 #include "io/json_nesting.h"
+#include "server/dismantle.h"
+#include "server/parse_json.h"
 
 namespace orb::unitview::ipc {
 namespace {
@@ -27,8 +29,9 @@ EnvelopeParseResult parseEnvelope(std::string_view line) {
                     fmt::format("parse error at column {}: JSON nested deeper than {} levels",
                                 *offset + 1, io::kMaxJsonNesting));
     json document;
+    const Dismantling inTheEnd(document);
     try {
-        document = json::parse(line);
+        parseJson(line, document);
     } catch (const json::exception& error) {
         return fail(std::move(result), EnvelopeError::jsonSyntax, error.what());
     }

@@ -2,6 +2,7 @@
 #include <optional>
 
 #include "server/fd_sink_buf.h"
+#include "server/memory_reserve.h"
 #include "server/process_streams.h"
 #include "server/unit_ipc_server.h"
 #include "session/unit_view_session.h"
@@ -12,6 +13,7 @@ int main() {
     std::ios::sync_with_stdio(false);
     std::cin.tie(nullptr);
     ipc::prepareStandardStreams();
+    ipc::prepareForLittleMemory();
 
     UnitViewSession session;
     ipc::FdSinkBuf binarySink(ipc::openBinaryChannel());

@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "io/path_text.h"
+#include "server/parse_json.h"
 #include "session/request_error.h"
 
 namespace orb::unitview::ipc {
@@ -70,7 +71,12 @@ auto decodeArray(const json& value, Element&& decodeElement) {
 }  // namespace
 
 Payload Payload::parse(std::string_view text) {
-    return Payload(text.empty() ? json::object() : decoding([&] { return json::parse(text); }));
+    Payload payload{json()};
+    if (text.empty())
+        payload.value_ = json::object();
+    else
+        decoding([&] { parseJson(text, payload.value_); });
+    return payload;
 }
 
 const json* Payload::member(const char* key) const {

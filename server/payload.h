@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "io/progress.h"
+#include "server/dismantle.h"
 
 namespace orb::unitview::ipc {
 
@@ -29,6 +30,11 @@ public:
     /// Parses strict JSON text; an empty text counts as {}.
     static Payload parse(std::string_view text);
     explicit Payload(nlohmann::json value) : value_(std::move(value)) {}
+    Payload(const Payload&) = default;
+    Payload(Payload&&) = default;
+    Payload& operator=(const Payload&) = default;
+    Payload& operator=(Payload&&) = default;
+    ~Payload() { dismantle(value_); }
 
     bool isObject() const { return value_.is_object(); }
     std::optional<std::string> text(const char* key) const;

@@ -1,15 +1,18 @@
 #include "server/unit_ipc_server.h"
 
+#include <array>
 #include <limits>
 #include <new>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "io/byte_cursor.h"
+#include "io/out_of_memory.h"
 #include "server/command_table.h"
+#include "server/dismantle.h"
 #include "server/handlers/encode_cob.h"
 #include "server/logger.h"
+#include "server/memory_reserve.h"
 #include "server/payload.h"
 #include "server/progress_events.h"
 #include "server/reply.h"
@@ -25,6 +28,18 @@ constexpr const char* kNoBinaryChannel = "binary channel unavailable; spawn with
 
 std::string compactText(const json& value) {
     return value.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+std::string errorText(const Command& command, const std::exception& error) {
+    if (dynamic_cast<const RequestError*>(&error)) return error.what();
+    if (dynamic_cast<const PayloadError*>(&error) && !command.badPayloadPrefix.empty())
+        return fmt::format("{}{}", command.badPayloadPrefix, error.what());
+    return fmt::format("handler '{}' threw: {}", command.type, error.what());
+}
+
+std::string pieceTransforms(CobSession& cob) {
+    const CobInstance* const instance = cob.instance();
+    return instance ? compactText(encodePieceTransforms(*instance, cob.modelPieces())) : "";
 }
 
 /// Reads up to the next line end; false at the end of the input. A line that the memory cannot hold
@@ -48,6 +63,7 @@ bool readLine(std::istream& in, std::string& line) {
 void UnitIpcServer::run() {
     while (running_) {
         std::uint64_t seq = 0;
+        refillMemoryReserve();
         try {
             std::string line;  // a new one each time: a huge one must give its memory back
             if (!readLine(in_, line)) return;
@@ -70,14 +86,10 @@ void UnitIpcServer::dispatch(const Envelope& envelope) {
         return sendError(envelope.seq, fmt::format("unknown message type: {}", envelope.type));
     try {
         serve(*command, envelope);
-    } catch (const RequestError& error) {
-        sendError(envelope.seq, error.what());
     } catch (const std::exception& error) {
-        const bool isNamed =
-            dynamic_cast<const PayloadError*>(&error) && !command->badPayloadPrefix.empty();
-        sendError(envelope.seq,
-                  isNamed ? fmt::format("{}{}", command->badPayloadPrefix, error.what())
-                          : fmt::format("handler '{}' threw: {}", envelope.type, error.what()));
+        if (hasMemoryRunOut() || io::isOutOfMemory(error))
+            return sendOutOfMemory(envelope.seq, command->type);
+        sendError(envelope.seq, errorText(*command, error));
     } catch (...) {
         sendError(envelope.seq, fmt::format("handler '{}' threw non-std exception", envelope.type));
     }
@@ -90,30 +102,22 @@ void UnitIpcServer::serve(const Command& command, const Envelope& envelope) {
     Payload payload = Payload::parse(envelope.data);
     payload.setProgressListener(progressEvents(
         envelope.seq, [this](const json& progress) { sendReply(0, "progress", progress); }));
-    const Reply reply = command.handler(session_, payload);
-    sendReply(envelope.seq, command.replyType, reply.data);
-    try {
-        followReply(command, reply);
-    } catch (const std::exception& error) {  // an error reply would be a second one
-        LogLine(LogLevel::error) << "[" << command.type << "] after the reply: " << error.what();
-    }
+    Reply reply = command.handler(session_, payload);
+    const Dismantling whenSent(reply.data);
+    sendAll(command, envelope.seq, reply);
 }
 
-void UnitIpcServer::followReply(const Command& command, const Reply& reply) {
-    switch (command.effect) {
-        case Effect::none:
-            break;
-        case Effect::frame:
-            sendBinaryFrame(reply.frame.data(), static_cast<std::int64_t>(reply.frame.size()));
-            LogLine(LogLevel::info) << "[" << command.replyType << "] reply + binary frame sent";
-            break;
-        case Effect::transforms:
-            sendPieceTransforms();
-            break;
-        case Effect::stop:
-            running_ = false;
-            break;
-    }
+/// Writes nothing before all that could still fail is done: what has begun cannot become an error.
+void UnitIpcServer::sendAll(const Command& command, std::uint64_t seq, const Reply& reply) {
+    const std::string data = compactText(reply.data);
+    const std::string event =
+        command.effect == Effect::transforms ? pieceTransforms(session_.cob()) : "";
+    if (command.effect == Effect::stop) running_ = false;
+    writeLine(seq, command.replyType, data);
+    if (!event.empty()) writeLine(0, "piece-transforms", event);
+    if (command.effect != Effect::frame) return;
+    sendBinaryFrame(reply.frame.data(), static_cast<std::int64_t>(reply.frame.size()));
+    LogLine(LogLevel::info) << "[" << command.replyType << "] reply + binary frame sent";
 }
 
 void UnitIpcServer::sendReply(std::uint64_t seq, std::string_view type,
@@ -134,31 +138,27 @@ void UnitIpcServer::sendError(std::uint64_t seq, std::string_view message) {
 
 void UnitIpcServer::sendBinaryFrame(const std::uint8_t* bytes, std::int64_t size) {
     if (!binary_) return;
-    io::ByteWriter length;
-    length.u32(static_cast<std::uint32_t>(size));
-    binary_->write(reinterpret_cast<const char*>(length.view().data()), 4);
+    std::array<char, 4> length{};
+    for (std::size_t i = 0; i < length.size(); ++i)
+        length[i] = static_cast<char>(static_cast<std::uint64_t>(size) >> (8 * i));
+    binary_->write(length.data(), length.size());
     if (size != 0)
         binary_->write(reinterpret_cast<const char*>(bytes), static_cast<std::streamsize>(size));
     binary_->flush();
 }
 
-void UnitIpcServer::sendPieceTransforms() {
-    if (const CobInstance* const instance = session_.cob().instance())
-        sendReply(0, "piece-transforms",
-                  encodePieceTransforms(*instance, session_.cob().modelPieces()));
-}
-
 // The data text is compact JSON already, so the line is put together around it: parsing it again
-// only to print it would double the cost of every large reply.
+// only to print it would double the cost of every large reply. Takes no memory.
 void UnitIpcServer::writeLine(std::uint64_t seq, std::string_view type, std::string_view dataText) {
-    const std::string typeText = compactText(json(std::string(type)));
-    out_ << "{\"data\":" << dataText << ",\"seq\":" << seq << ",\"type\":" << typeText << "}\n";
+    out_ << "{\"data\":" << dataText << ",\"seq\":" << seq << ",\"type\":\"" << type << "\"}\n";
     out_.flush();
 }
 
-/// An error reply that takes no memory itself.
-void UnitIpcServer::sendOutOfMemory(std::uint64_t seq) {
-    out_ << R"({"data":{"message":"out of memory"},"seq":)" << seq << ",\"type\":\"error\"}\n";
+/// An error reply that takes no memory itself; the type is that of the request, where it is known.
+void UnitIpcServer::sendOutOfMemory(std::uint64_t seq, std::string_view type) {
+    out_ << R"({"data":{"message":")";
+    if (!type.empty()) out_ << "handler '" << type << "' threw: ";
+    out_ << R"(out of memory"},"seq":)" << seq << ",\"type\":\"error\"}\n";
     out_.flush();
 }
 

@@ -33,8 +33,8 @@ public:
     /// Answers one request. What escapes its handler becomes an error reply.
     void dispatch(const Envelope& envelope);
 
-    /// Writes one reply or event line (an event has seq 0). A payload text that is not JSON is sent
-    /// as a JSON string; an empty one as {}.
+    /// Writes one reply or event line (an event has seq 0), of a type that needs no escaping. A
+    /// payload text that is not JSON is sent as a JSON string; an empty one as {}.
     void sendReply(std::uint64_t seq, std::string_view type, const std::string& payloadText);
     /// The same for a payload that is still a value; invalid UTF-8 in it is replaced.
     void sendReply(std::uint64_t seq, std::string_view type, const nlohmann::json& payload);
@@ -46,9 +46,8 @@ public:
 
 private:
     void serve(const Command& command, const Envelope& envelope);
-    void followReply(const Command& command, const Reply& reply);
-    void sendPieceTransforms();
-    void sendOutOfMemory(std::uint64_t seq);
+    void sendAll(const Command& command, std::uint64_t seq, const Reply& reply);
+    void sendOutOfMemory(std::uint64_t seq, std::string_view type = {});
     void writeLine(std::uint64_t seq, std::string_view type, std::string_view dataText);
 
     UnitViewSession& session_;

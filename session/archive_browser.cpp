@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "io/files/replace_file.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "io/virtual_path.h"
 #include "session/request_error.h"
@@ -126,6 +127,7 @@ ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
                     .byteSize;
             ++result.fileCount;
         } catch (const std::exception& error) {
+            io::rethrowOutOfMemory(error);
             result.skipped.push_back({file.path, error.what()});
         }
     }

@@ -9,6 +9,7 @@
 #include "io/formats/cob_file.h"
 #include "io/formats/gaf.h"
 #include "io/formats/png.h"
+#include "io/out_of_memory.h"
 #include "io/text_encoding.h"
 #include "model/glb.h"
 #include "model/piece_list.h"
@@ -58,7 +59,8 @@ GafEntryPreview describeEntry(const PreviewInput& input, const std::string& name
     try {
         const io::GafPicture picture = io::readGafPicture(input.bytes, index);
         return {name, picture.frameCount, picture.firstFrame.width, picture.firstFrame.height};
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         return {name};
     }
 }

@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "io/ascii.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "io/vfs/directory_file_system.h"
 #include "io/vfs/folder_index.h"
@@ -138,7 +139,8 @@ private:
     static std::vector<fs::directory_entry> entriesOf(const fs::path& folder) {
         try {
             return io::distinctEntries(folder);
-        } catch (const fs::filesystem_error&) {
+        } catch (const fs::filesystem_error& error) {
+            io::rethrowOutOfMemory(error);
             return {};  // one that cannot be listed shows nothing
         }
     }
@@ -307,6 +309,7 @@ ExtractionResult extractDirectory(const BrowsedFiles& files, const std::string& 
             ++result.fileCount;
             result.byteSize += written.byteSize;
         } catch (const std::exception& error) {
+            io::rethrowOutOfMemory(error);
             result.skipped.push_back({listed[i].path, error.what()});
         }
     }

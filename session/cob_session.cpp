@@ -8,6 +8,7 @@
 
 #include "cob/cob_vm.h"
 #include "cob/known_scripts.h"
+#include "io/out_of_memory.h"
 #include "model/piece_list.h"
 
 namespace orb::unitview {
@@ -53,6 +54,7 @@ void CobSession::loadTemporary(io::ByteView file) {
     try {
         build(std::make_shared<const io::CobFile>(io::parseCob(file)));
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         throw std::runtime_error(std::string("failed to load temporary COB: ") + error.what());
     }
 }

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "io/game_paths.h"
+#include "io/out_of_memory.h"
 #include "server/logger.h"
 
 namespace orb::unitview {
@@ -38,6 +39,7 @@ void readGamePalette(const io::AbstractVirtualFileSystem& files, io::Palette& pa
         LogLine(LogLevel::info) << "[palette] '" << io::kPalettePath
                                 << "' NOT FOUND — using grayscale ramp";
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         LogLine(LogLevel::warn) << "[palette] cannot read '" << io::kPalettePath
                                 << "': " << error.what() << " — using grayscale ramp";
     }

@@ -8,6 +8,7 @@
 
 #include "io/ascii.h"
 #include "io/game_paths.h"
+#include "io/out_of_memory.h"
 #include "server/logger.h"
 
 namespace orb::unitview {
@@ -87,6 +88,7 @@ std::shared_ptr<NamedTable::LayerPart> NamedTable::readPart(const io::VfsLayer& 
             readFolder(layer, folder.path, source.fileName, *part, bytesLeft);
             if (source.withSubfolders) addSubfolders(*layer.files, folder, folders);
         } catch (const std::filesystem::filesystem_error& error) {
+            io::rethrowOutOfMemory(error);
             // One folder of many may lie anywhere, and the rest can be read without it.
             if (!source.withSubfolders) throw;
             logUnreadable(folder.path, error.what());

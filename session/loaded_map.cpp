@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "io/ascii.h"
+#include "io/out_of_memory.h"
 #include "server/logger.h"
 #include "session/map_types.h"
 #include "session/request_error.h"
@@ -124,6 +125,7 @@ std::shared_ptr<const sim::UnitType> unitTypeIfThere(LoadedMap& map, const Mount
     try {
         return unitTypeOf(map, data, name);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         LogLine(LogLevel::warn) << "[maps] unit left out: " << error.what();
         map.missingUnits.push_back(name);
         return nullptr;

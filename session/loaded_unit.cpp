@@ -7,6 +7,7 @@
 #include "io/ascii.h"
 #include "io/content_version.h"
 #include "io/game_paths.h"
+#include "io/out_of_memory.h"
 #include "model/piece_list.h"
 #include "server/logger.h"
 #include "session/model_file.h"
@@ -69,6 +70,7 @@ std::optional<LoadedUnit> loadFromIr(const io::CompositeVirtualFileSystem& files
             unit.cob = std::make_shared<const io::CobFile>(std::move(*document.script));
         return unit;
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         if (reading.isLogged)
             LogLine(LogLevel::warn) << "Failed to load IR for " << name << ": " << error.what()
                                     << " — falling back to VFS";
@@ -94,6 +96,7 @@ bool readPart(const Reading& reading, std::string UnitFaults::*part, Read&& read
         read();
         return true;
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         if (!reading.faults) throw;
         reading.faults->*part = error.what();
         return false;

@@ -1,5 +1,6 @@
 #include "session/model_export.h"
 
+#include "io/out_of_memory.h"
 #include "session/game_assets.h"
 #include "session/model_file.h"
 #include "session/request_error.h"
@@ -16,6 +17,7 @@ auto encoding(Operation&& operation) {
     } catch (const RequestError&) {
         throw;
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         throw RequestError(kFailed + std::string(error.what()));
     } catch (...) {
         throw RequestError(kFailed + std::string("unknown exception"));

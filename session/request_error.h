@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "io/out_of_memory.h"
+
 namespace orb::unitview {
 
 /// A request that cannot be served; its text is the whole error reply, as the front end shows it.
@@ -18,6 +20,7 @@ decltype(auto) reportingFailure(Operation&& operation, const std::string& prefix
     try {
         return operation();
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         throw RequestError(prefix + error.what());
     }
 }

@@ -11,6 +11,7 @@
 #include "bos/included_files.h"
 #include "io/ascii.h"
 #include "io/game_paths.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "io/vfs/hpi_file_system.h"
 #include "model/piece_list.h"
@@ -254,6 +255,7 @@ void Walk::findScript(const UnitDeclaration& unit, DependencyRole role) {
     try {
         if (const auto bytes = data_.files.readFile(path)) io::parseCob(*bytes);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         damage(path, error.what());
     }
 }
@@ -268,6 +270,7 @@ void Walk::findScriptSource(const UnitDeclaration& unit, DependencyRole role) {
              bos::includedFiles(io::asText(*source), path, data_.files))
             add(included, role);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         damage(path, error.what());
     }
 }
@@ -430,6 +433,7 @@ void Walk::followTextures(const std::string& modelPath) {
             if (const auto bytes = data_.files.readFile(modelPath))
                 known->second = textureNames(io::parse3do(*bytes));
         } catch (const std::exception& error) {
+            io::rethrowOutOfMemory(error);
             damage(modelPath, error.what());
         }
     }

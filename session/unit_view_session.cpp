@@ -1,11 +1,13 @@
 #include "session/unit_view_session.h"
 
 #include <algorithm>
+#include <new>
 #include <set>
 #include <utility>
 
 #include "io/ascii.h"
 #include "io/files/write_plan.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "model/edit/model_values.h"
 #include "model/piece_list.h"
@@ -30,6 +32,7 @@ bool isSameFile(const io::FileLocation& file, const io::FileLocation& written) {
 void finishWrites(const fs::path& mod) {
     std::vector<fs::path> folders = {mod};
     std::error_code error;
+    io::requireMemoryToList();
     for (fs::directory_iterator entry(mod, error), end; !error && entry != end;
          entry.increment(error))
         if (std::error_code ignored; entry->is_directory(ignored)) folders.push_back(entry->path());
@@ -40,6 +43,17 @@ void finishWrites(const fs::path& mod) {
         LogLine(LogLevel::warn) << "[mount] an edit in " << io::textFromPath(folder)
                                 << (isFinished ? " that had been interrupted is finished"
                                                : " was interrupted and cannot be finished");
+    }
+}
+
+/// What has been written must be read again. When the memory gives out, some more is set free that
+/// was kept for need.
+template <typename Operation>
+auto insisting(Operation&& operation) {
+    try {
+        return operation();
+    } catch (const std::bad_alloc&) {
+        return operation();
     }
 }
 
@@ -104,12 +118,21 @@ void UnitViewSession::unloadUnit() {
 
 void UnitViewSession::load(const std::string& name) {
     const MountedData& mounted = data();
-    unloadUnit();
+    std::optional<LoadedUnit> loaded;
     try {
-        unit_ = loadUnitFiles(mounted.files, mounted.catalogue, name);
+        loaded = loadUnitFiles(mounted.files, mounted.catalogue, name);
+    } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);  // which leaves the unit that there is
+        unloadUnit();
+        throw RequestError(error.what());
+    }
+    unloadUnit();
+    unit_ = std::move(loaded);
+    try {
         cob_.setUnit(*unit_);
     } catch (const std::exception& error) {
         unloadUnit();
+        io::rethrowOutOfMemory(error);
         throw RequestError(error.what());
     }
 }
@@ -177,6 +200,7 @@ std::optional<std::filesystem::path> UnitViewSession::setLintSuppressed(const Li
     try {
         return saveLintSuppressions(lintSuppressions_, data_->roots);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         throw RequestError(error.what());
     }
 }
@@ -211,9 +235,11 @@ bool UnitViewSession::reloadUnit() {
     std::optional<WaitingEdits> edits;
     if (workingModel_)
         edits = {unit_->name, unit_->modelSource, *std::exchange(workingModel_, std::nullopt)};
+    const std::string name = fileStem(unit_->source->location);
     try {
-        load(fileStem(unit_->source->location));
+        insisting([&] { load(name); });
     } catch (...) {
+        unloadUnit();
         waitingEdits_ = std::move(edits);
         throw;
     }
@@ -236,7 +262,7 @@ void UnitViewSession::readAgain(std::span<const io::FileLocation> written) {
     std::set<fs::path> archives;
     for (const io::FileLocation& file : written)
         if (file.kind == io::FileLocation::Kind::archive) archives.insert(file.path);
-    try {
+    const auto read = [&] {
         std::vector<const io::VfsLayer*> reopened;
         for (const fs::path& archive : archives)
             for (const io::VfsLayer* layer : data_->files.reopenArchive(archive))
@@ -246,6 +272,9 @@ void UnitViewSession::readAgain(std::span<const io::FileLocation> written) {
             return layer.kind == io::FileLocation::Kind::loose ||
                    std::ranges::find(reopened, &layer) != reopened.end();
         });
+    };
+    try {
+        insisting(read);
     } catch (const std::exception& error) {
         // What was written is written; the next mount tells more.
         LogLine(LogLevel::warn) << "[refresh] " << io::textFromPath(written.front().path) << ": "
@@ -257,13 +286,13 @@ Reload UnitViewSession::refreshAfterWrite(std::span<const io::FileLocation> writ
     if (written.empty()) return {};
     readAgain(written);
     if (map_) map_->forgetTypes();
-    if (std::ranges::none_of(written, [&](const io::FileLocation& file) {
-            return isLoadedFrom(file) || wouldLoadFrom(file);
-        }))
-        return {};
+    const auto isOfUnit = [&](const io::FileLocation& file) {
+        return isLoadedFrom(file) || wouldLoadFrom(file);
+    };
     try {
+        if (insisting([&] { return std::ranges::none_of(written, isOfUnit); })) return {};
         return {.endedEdits = !reloadUnit()};
-    } catch (const RequestError& error) {
+    } catch (const std::exception& error) {  // even without memory: what is written is written
         LogLine(LogLevel::warn) << "[refresh] unit unloaded: " << error.what();
         return {error.what()};
     }

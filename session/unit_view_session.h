@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <new>
 #include <optional>
 #include <span>
 #include <string>
@@ -109,6 +110,18 @@ public:
     bool exitMap();
     /// The loaded map. Throws RequestError "no map loaded; call map-load first".
     LoadedMap& requireMap() const;
+    /// Runs a change of the loaded map's world. One that the memory gave out for half way cannot go
+    /// on: the map is dropped before std::bad_alloc is thrown on.
+    template <typename Change>
+    decltype(auto) changeMap(Change&& change) {
+        LoadedMap& map = requireMap();
+        try {
+            return change(map);
+        } catch (const std::bad_alloc&) {
+            exitMap();
+            throw;
+        }
+    }
 
     /// The loaded unit's running script.
     CobSession& cob() { return cob_; }

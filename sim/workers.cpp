@@ -1,12 +1,19 @@
 #include "sim/workers.h"
 
 #include <algorithm>
+#include <new>
+#include <system_error>
 
 namespace orb::sim {
 
 Workers::Workers(std::size_t count) {
-    for (std::size_t worker = 1; worker < count; ++worker)
-        threads_.emplace_back([this, worker] { threadLoop(worker); });
+    threads_.reserve(count);
+    try {
+        for (std::size_t worker = 1; worker < count; ++worker)
+            threads_.emplace_back([this, worker] { threadLoop(worker); });
+    } catch (const std::system_error&) {  // those that there are do the work
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 Workers::~Workers() {

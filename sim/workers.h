@@ -17,7 +17,8 @@ namespace orb::sim {
 /// scratch of its worker that it empties first.
 class Workers {
 public:
-    /// So many threads in all, the calling one among them; at least 1.
+    /// So many threads in all, the calling one among them; at least 1, and fewer where the system
+    /// starts no more of them.
     explicit Workers(std::size_t count);
     ~Workers();
     Workers(const Workers&) = delete;

@@ -1,10 +1,12 @@
 #include "io/archive/hpi_reader.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 #include <string>
 
 #include "io/archive/hpi_format.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 
 namespace orb::io {
@@ -30,10 +32,14 @@ std::runtime_error readError(std::uint64_t offset) {
 
 HpiReader::HpiReader(const std::filesystem::path& path, std::uint8_t readKey) : readKey_(readKey) {
     std::error_code ignored;
+    errno = 0;
     const bool opened = std::filesystem::is_regular_file(path, ignored) &&
                         file_.open(path, std::ios::in | std::ios::binary) != nullptr;
     const std::streamoff length = opened ? std::streamoff{file_.pubseekoff(0, std::ios::end)} : -1;
-    if (length < 0) throw std::runtime_error("Cannot open HPI file: " + textFromPath(path));
+    if (length < 0) {
+        throwIfOutOfMemory();
+        throw std::runtime_error("Cannot open HPI file: " + textFromPath(path));
+    }
     position_ = length_ = static_cast<std::uint64_t>(length);
 }
 

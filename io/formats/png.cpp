@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cstdlib>
+#include <new>
 #include <string_view>
 
 #include <zlib.h>
@@ -107,6 +108,7 @@ Bytes deflateRows(const Header& header, ByteView samples) {
     Bytes deflated(size);
     const int result = compress2(deflated.data(), &size, rows.view().data(),
                                  static_cast<uLong>(rows.position()), Z_DEFAULT_COMPRESSION);
+    if (result == Z_MEM_ERROR) throw std::bad_alloc();
     if (result != Z_OK) throw std::runtime_error("PNG compression failed");
     deflated.resize(size);
     return deflated;
@@ -252,6 +254,7 @@ Bytes inflateRows(const Header& header, const Bytes& deflated) {
     auto written = static_cast<uLongf>(size);
     const int result =
         uncompress(rows.data(), &written, deflated.data(), static_cast<uLong>(deflated.size()));
+    if (result == Z_MEM_ERROR) throw std::bad_alloc();
     if (result != Z_OK || written != size) throw std::runtime_error(kDamaged);
     return rows;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "io/ascii.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "io/vfs/directory_file_system.h"
 #include "io/vfs/hpi_file_system.h"
@@ -35,6 +36,7 @@ bool isPresent(const fs::path& root) {
 
 std::vector<fs::path> archivesIn(const fs::path& directory) {
     std::vector<fs::path> archives;
+    requireMemoryToList();
     for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
         std::error_code ignored;
         if (isArchiveExtension(textFromPath(entry.path().extension())) &&
@@ -87,6 +89,7 @@ MountedRoot mountRoot(CompositeVirtualFileSystem& composite, const DataRoot& roo
                               FileLocation::Kind::archive, archives[i], root.kind});
             ++mounted.archives;
         } catch (const std::exception& error) {
+            rethrowOutOfMemory(error);
             LogLine(LogLevel::warn) << "Failed to mount " << name << ": " << error.what();
             mounted.unreadable.push_back({archives[i], error.what()});
         }

@@ -1,9 +1,11 @@
 #include "io/vfs/directory_file_system.h"
 
+#include <cerrno>
 #include <fstream>
 #include <stdexcept>
 
 #include "io/ascii.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 
 namespace orb::io {
@@ -21,9 +23,13 @@ bool isRegularFile(const fs::directory_entry& entry) {
 /// The content of a regular file; none when it cannot be opened. Throws std::runtime_error "file
 /// too large: …".
 std::optional<Bytes> readWholeFile(const fs::path& path) {
+    errno = 0;
     std::ifstream file(path, std::ios::binary | std::ios::ate);
     const std::streamoff length = file ? static_cast<std::streamoff>(file.tellg()) : -1;
-    if (length < 0) return std::nullopt;
+    if (length < 0) {
+        throwIfOutOfMemory();
+        return std::nullopt;
+    }
     if (length > kMaxLooseFileBytes)
         throw std::runtime_error("file too large: " + textFromPath(path));
     Bytes content(static_cast<std::size_t>(length));

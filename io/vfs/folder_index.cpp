@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 
 namespace orb::io {
@@ -20,6 +21,7 @@ constexpr bool kNamesHaveOneSpelling = true;
 
 std::vector<fs::directory_entry> entriesOf(const fs::path& folder) {
     std::error_code error;
+    requireMemoryToList();
     fs::directory_iterator entry(folder, error);
     if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory)
         return {};

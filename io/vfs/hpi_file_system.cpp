@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "io/ascii.h"
+#include "io/out_of_memory.h"
 
 namespace orb::io {
 namespace {
@@ -66,6 +67,7 @@ void HpiFileSystem::visitFiles(const VirtualPath& directory, std::string_view su
             if (!reader) reader.emplace(archive_.openReader());
             content = reader->readFile(*entry.file());
         } catch (const std::exception& failure) {
+            rethrowOutOfMemory(failure);
             error = failure.what();
         }
         visit(entry.name, std::move(content), error);

@@ -90,9 +90,9 @@ Reply mapMove(UnitViewSession& session, const Payload& payload) {
     if (!unitIds && unitId) unitIds = std::vector{*unitId};
     if (!unitIds || unitIds->empty()) throw RequestError("unit ids are required");
     MapOrder order = orderOfMembers(std::move(members));
-    LoadedMap& map = session.requireMap();
-    const sim::OrderRequest request = preparedOrder(map, session.data(), std::move(order));
-    const auto answers = giveOrder(map, *unitIds, request);
+    const auto answers = session.changeMap([&](LoadedMap& map) {
+        return giveOrder(map, *unitIds, preparedOrder(map, session.data(), std::move(order)));
+    });
     json accepted = json::array();
     for (std::size_t i = 0; i < answers.size(); ++i)
         if (answers[i] == sim::OrderRefusal::none) accepted.push_back((*unitIds)[i]);
@@ -107,10 +107,10 @@ Reply mapTick(UnitViewSession& session, const Payload& payload) {
     const auto until = payload.text("until");
     request.stocks = decodeStocks(payload);
     if (until) request.until = untilOf(*until);
-    LoadedMap& map = session.requireMap();
-    const Play play = playTicks(map, request);
-    json data = encodePlay(map.world, play);
-    map.world.events().clear();
+    const Play play = session.changeMap([&](LoadedMap& map) { return playTicks(map, request); });
+    sim::World& world = session.requireMap().world;
+    json data = encodePlay(world, play);
+    world.events().clear();
     return {std::move(data)};
 }
 

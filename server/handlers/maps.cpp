@@ -135,16 +135,16 @@ Reply mapExit(UnitViewSession& session, const Payload&) {
 
 Reply mapSpawn(UnitViewSession& session, const Payload& payload) {
     const Spawn spawn = decodeSpawn(payload);
-    LoadedMap& map = session.requireMap();
-    if (!spawn.unit.unit.empty()) {
+    return {session.changeMap([&](LoadedMap& map) {
+        if (spawn.unit.unit.empty())
+            return encodeSpawnedFeature(spawnFeature(map, session.data(), spawn.feature));
         std::optional<sim::OrderRequest> order;
         if (spawn.order) order = preparedOrder(map, session.data(), *spawn.order);
         const SpawnedUnits spawned = spawnUnits(map, session.data(), spawn.unit);
         json data = encodeSpawnedUnits(spawned);
         if (order) addRefused(data, map, spawned, *order);
-        return {std::move(data)};
-    }
-    return {encodeSpawnedFeature(spawnFeature(map, session.data(), spawn.feature))};
+        return data;
+    })};
 }
 
 Reply mapSnapshot(UnitViewSession& session, const Payload& payload) {

@@ -151,7 +151,7 @@ class Recorder:
         return self.write(asked_in, asked_at, request=request, reply=answer)
 
 
-def play(platform, data, path, recorder=None):
+def play(platform, data, path, recorder=None, editor_type=Editor):
     """Plays one file; raises Mismatch with the place of the first difference."""
     steps = read_steps(path)
     binary = True
@@ -159,7 +159,7 @@ def play(platform, data, path, recorder=None):
         binary = steps.pop(0)[2] != "no-fd3"
     with tempfile.TemporaryDirectory() as scratch:
         log = os.path.join(scratch, "log")
-        editor = Editor(lambda channel: platform.start(log, channel if binary else None), log)
+        editor = editor_type(lambda channel: platform.start(log, channel if binary else None), log)
         work = os.path.join(scratch, "work")
         os.mkdir(work)
 

@@ -19,7 +19,9 @@ MAGIC = {"unit-glb": b"glTF", "weapon-model-glb": b"glTF", "projectile-sprite": 
 
 Command = collections.namedtuple("Command", "type reply effect is_built")
 # What a line that was sent must be answered with; `command` is None where only an error will do.
-Sent = collections.namedtuple("Sent", "line seq command at measured")
+# The answer to a line that the memory does not hold has no number.
+Sent = collections.namedtuple("Sent", "line seq command at measured may_be_lost")
+LOST_LINE = {"message": "out of memory"}
 
 
 class Fault(Exception):
@@ -34,10 +36,10 @@ def read_commands(path):
 
 
 class FrontEnd:
-    def __init__(self, program, folder, commands):
+    def __init__(self, command, folder, commands):
         self.commands = commands
         reader, writer = os.pipe()
-        self.process = spawn([program], writer, stderr=subprocess.PIPE, cwd=folder)
+        self.process = spawn(command, writer, stderr=subprocess.PIPE, cwd=folder)
         os.close(writer)
         self.frames_in = os.fdopen(reader, "rb")
         self.frame_delay_s = 0
@@ -73,6 +75,8 @@ class FrontEnd:
             with self.changed:
                 if answer["type"] == EVENT:
                     self.take_event(answer)
+                elif answer["type"] == "progress":
+                    self.take_progress(answer)
                 else:
                     self.take_reply(answer, at)
                 self.changed.notify_all()
@@ -86,6 +90,10 @@ class FrontEnd:
             raise Fault(f"unexpected event: {str(answer)[:300]}")
         self.events_due = (0, 0)
 
+    def take_progress(self, answer):
+        if answer["seq"] != 0 or not self.sent or answer["data"]["forSeq"] != self.sent[0].seq:
+            raise Fault(f"unexpected progress: {str(answer)[:300]}")
+
     def take_reply(self, answer, at):
         if self.events_due[0] > 0:
             raise Fault(f"an event is missing before {str(answer)[:300]}")
@@ -94,6 +102,8 @@ class FrontEnd:
         sent = self.sent.popleft()
         is_error = answer["type"] == "error"
         wanted = sent.command.reply if sent.command else "error"
+        if answer["data"] == LOST_LINE and answer["seq"] == 0 and sent.may_be_lost:
+            return self.note(sent, answer, is_error, at)
         if answer["seq"] != sent.seq or (not is_error and answer["type"] != wanted):
             raise Fault(f"{sent.line[:300]} (seq {sent.seq}) was answered {str(answer)[:300]}")
         if sent.command and not sent.command.is_built and not is_error:
@@ -149,12 +159,12 @@ class FrontEnd:
 
     # ---- What goes out ----
 
-    def send(self, lines, measured=True):
+    def send(self, lines, measured=True, may_be_lost=False):
         """Sends [(line, seq of the answer, command or None)] at once; returns [(Sent, answer)]."""
         with self.changed:
             self.answers = []
             at = time.monotonic()
-            self.sent.extend(Sent(line, seq, command, at, measured) for line, seq, command in lines)
+            self.sent.extend(Sent(line, seq, command, at, measured, may_be_lost) for line, seq, command in lines)
             self.asked += len(lines)
         try:
             self.process.stdin.write(b"".join(line + b"\n" for line, _, _ in lines))
@@ -171,7 +181,9 @@ class FrontEnd:
             if self.fault:
                 raise self.fault
             if self.ended and not is_done():
-                raise Fault(f"the program has ended with status {self.process.wait(10)}")
+                unanswered = self.sent[0].line[:300] if self.sent else b"a frame"
+                raise Fault(f"the program has ended with status {self.process.wait(10)}, "
+                            f"waited for: {unanswered}")
             if not arrived:
                 waiting = self.sent[0].line[:300] if self.sent else b"a frame"
                 raise Fault(f"no answer within {LONGEST_WAIT_S} s: {waiting}")

@@ -130,7 +130,7 @@ def main():
     commands = read_commands(options.messages)
     with tempfile.TemporaryDirectory(prefix="orb-soak-") as folder:
         disk = Disk(folder, options.samples, options.large)
-        front_end = FrontEnd(os.path.abspath(options.program), folder, commands)
+        front_end = FrontEnd([os.path.abspath(options.program)], folder, commands)
         began = time.monotonic()
 
         def progress():
