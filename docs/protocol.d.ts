@@ -1740,7 +1740,7 @@ export type MapEvent = EventBase & (
     | { kind: "hit"; weapon: string; damaged: { unitId: number; damage: number }[]; moreDamaged?: number } & EventPlace
     | { kind: "killed"; severity: number; corpseType: number; corpse?: string }
     | { kind: "corpse"; featureId: number; name: string }
-    | { kind: "feature-gone"; featureId: number }
+    | { kind: "feature-gone" | "feature-burns"; featureId: number }
     | { kind: "explode"; flags: number } & EventPiece
     | { kind: "effect"; type: number } & EventPlace & EventPiece
     | { kind: "sound"; name?: string; number?: number }
@@ -1783,7 +1783,12 @@ export interface Snapshot {
     units: MapUnit[];
     projectiles: MapProjectile[];
     /** What changed since the map was loaded. */
-    features?: { added: MapFeature[]; removed: number[] };
+    features?: {
+        added: MapFeature[];
+        removed: number[];
+        /** The ids of those that burn, when any does. */
+        burning?: number[];
+    };
 }
 
 export interface MapUnit {

@@ -155,6 +155,32 @@ void takeWork(sim::UnitType& type, const GameTables& tables, const LoadedUnit& u
         type.buildOptions.push_back(io::upperCased(option));
 }
 
+sim::Tick secondsOf(const io::TdfSection& section, std::string_view key, float absent) {
+    constexpr float kMost = 3'600;
+    const float seconds = std::clamp(section.getFloat(key).value_or(absent), 0.0F, kMost);
+    return std::max(1, static_cast<sim::Tick>(seconds * sim::kTicksPerSecond));
+}
+
+sim::Burning readBurning(const GameTables& tables, const io::TdfSection& section) {
+    sim::Burning burning;
+    // So spelt.
+    burning.isFlammable = intOf(section, "flamable", 0) != 0;
+    if (!burning.isFlammable) return burning;
+    burning.least = secondsOf(section, "burnmin", sim::rules::kBurnSecondsLeast);
+    burning.most =
+        std::max(burning.least, secondsOf(section, "burnmax", sim::rules::kBurnSecondsMost));
+    burning.sparkEvery = secondsOf(section, "sparktime", sim::rules::kSparkSeconds);
+    burning.spreadPercent = std::clamp(intOf(section, "spreadchance", 0), 0, 100);
+    const std::string weapon(section.getString("burnweapon").value_or(""));
+    if (const auto found = weapon.empty() ? nullptr : makeWeaponType(tables, weapon)) {
+        // Else it would burn down by the damage that it does itself.
+        auto harmless = std::make_shared<sim::WeaponType>(*found);
+        harmless->isOnlyForUnits = true;
+        burning.weapon = std::move(harmless);
+    }
+    return burning;
+}
+
 }  // namespace
 
 sim::FeatureType makeFeatureType(const GameTables& tables, const std::string& name) {
@@ -179,6 +205,7 @@ sim::FeatureType makeFeatureType(const GameTables& tables, const std::string& na
     type.isDeposit = intOf(section, "indestructible", 0) != 0 && !type.isReclaimable &&
                      section.getFloat("metal").value_or(0.0F) > 0;
     type.isGeothermal = intOf(section, "geothermal", 0) != 0;
+    type.burning = readBurning(tables, section);
     type.metal = section.getFloat("metal").value_or(0.0F);
     type.energy = section.getFloat("energy").value_or(0.0F);
     type.object = text("object");

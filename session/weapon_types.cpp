@@ -108,6 +108,7 @@ sim::Amount damageOf(float value) {
 void readDamage(sim::WeaponType& type, const WeaponReader& weapon, const io::TdfSection& section) {
     type.damageRadius = Fixed::fromNumber(weapon.number("areaofeffect", 0, sim::kMaxRange) / 2);
     type.edgeShare = Fixed::fromNumber(weapon.number("edgeeffectiveness", 0, 1));
+    type.firePercent = static_cast<std::int32_t>(weapon.number("firestarter", 0, 100));
     const io::TdfSection* const damage = section.child("damage");
     if (!damage) return;
     type.damage = damageOf(damage->getFloat("default").value_or(0));

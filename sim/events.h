@@ -112,12 +112,16 @@ struct ScriptMissing {
     std::string script;
 };
 
+struct FeatureBurns {
+    std::uint32_t featureId = 0;
+};
+
 /// Its work stands still for want of metal or energy.
 struct Stalled {};
 
-using EventDetail =
-    std::variant<OrderDone, OrderFailed, Blocked, Built, Aimed, AimFailed, Fired, Hit, Killed,
-                 CorpseLeft, FeatureGone, Explode, Effect, Sound, ScriptMissing, Stalled>;
+using EventDetail = std::variant<OrderDone, OrderFailed, Blocked, Built, Aimed, AimFailed, Fired,
+                                 Hit, Killed, CorpseLeft, FeatureGone, Explode, Effect, Sound,
+                                 ScriptMissing, Stalled, FeatureBurns>;
 inline constexpr std::size_t kEventKinds = std::variant_size_v<EventDetail>;
 
 /// The place of an event's struct among the kinds is `kindOf<Fired>`.

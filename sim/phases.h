@@ -23,8 +23,8 @@ namespace orb::sim {
 //   scripts    P  all of the unit's state         running scripts, then values, events; endedCalls
 //   weapons       wishes, endedCalls, poses       weapons, projectiles, scripts that are started
 //   projectiles   units by bucket, ground         projectiles, scratch.damage
-//   damage        scratch.damage                  health, deaths, corpses, scratch.damage
-//   features      features                        features that burn or are used up
+//   features      features that burn              the same, what they become, scratch.impacts
+//   damage        scratch.damage, impacts         health, deaths, corpses, features, scratch.damage
 //   sight      P  places                          what players see
 
 void stepOrders(WorldParts& world, TickScratch& scratch);
@@ -36,8 +36,8 @@ void stepTargets(WorldParts& world, TickScratch& scratch);
 void stepScripts(WorldParts& world, TickScratch& scratch);
 void stepWeapons(WorldParts& world, TickScratch& scratch);
 void stepProjectiles(WorldParts& world, TickScratch& scratch);
-void stepDamage(WorldParts& world, TickScratch& scratch);
 void stepFeatures(WorldParts& world, TickScratch& scratch);
+void stepDamage(WorldParts& world, TickScratch& scratch);
 void stepSight(WorldParts& world, TickScratch& scratch);
 
 struct Phase {
@@ -56,8 +56,8 @@ inline constexpr std::array<Phase, 12> kPhases = {{
     {"scripts", stepScripts},
     {"weapons", stepWeapons},
     {"projectiles", stepProjectiles},
-    {"damage", stepDamage},
     {"features", stepFeatures},
+    {"damage", stepDamage},
     {"sight", stepSight},
 }};
 

@@ -3,7 +3,6 @@
 /// The phases that nothing happens in yet.
 namespace orb::sim {
 
-void stepFeatures(WorldParts&, TickScratch&) {}
 void stepSight(WorldParts&, TickScratch&) {}
 
 }  // namespace orb::sim

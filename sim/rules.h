@@ -132,6 +132,17 @@ inline constexpr Tick kDecayAfter = 300;
 inline constexpr std::int32_t kDecayTicks = 1'800;
 /// Ticks after which what was done to capture somebody is forgotten.
 inline constexpr Tick kCaptureMemory = 90;
+// What burns.
+
+/// Seconds that something burns which does not say so, and between its sparks.
+inline constexpr float kBurnSecondsLeast = 5;
+inline constexpr float kBurnSecondsMost = 10;
+inline constexpr float kSparkSeconds = 2;
+/// Sparks fly so many cells beyond the edge of what burns. Higher lets sparse woods burn down too.
+inline constexpr std::int32_t kSparkCells = 2;
+// - What has burnt down becomes its burnt follower, without one what it becomes when destroyed.
+// - Only features that block are hit, and thus set on fire.
+
 /// How often a builder's script is asked which piece its spray leaves.
 inline constexpr Tick kNanoTicks = 10;
 /// How long a builder waits for others to leave its site.

@@ -37,6 +37,7 @@ public:
     const Conditions& conditions() const { return parts_.frame.conditions; }
     const Units& units() const { return parts_.state.units; }
     const Features& features() const { return parts_.state.features; }
+    const Fires& fires() const { return parts_.state.fires; }
     std::span<const FeatureType> featureTypes() const { return parts_.frame.featureTypes; }
     const Players& players() const { return parts_.state.players; }
     const Wind& wind() const { return parts_.state.wind; }
@@ -49,6 +50,10 @@ public:
     /// What is there when one of a type was reclaimed.
     void setReclaimedFollower(std::uint32_t type, std::int32_t follower) {
         parts_.frame.featureTypes[type].reclaimedFollower = follower;
+    }
+    /// What is there when one of a type has burnt down.
+    void setBurntFollower(std::uint32_t type, std::int32_t follower) {
+        parts_.frame.featureTypes[type].burning.follower = follower;
     }
     /// The cells on which a feature stands whose middle is nearest to a place.
     CellRect featureCells(std::uint32_t type, GroundPoint place) const;

@@ -11,6 +11,7 @@
 #include "sim/fight/projectiles.h"
 #include "sim/ground/conditions.h"
 #include "sim/ground/features.h"
+#include "sim/ground/fires.h"
 #include "sim/ground/occupancy.h"
 #include "sim/ground/terrain.h"
 #include "sim/scripts/running_scripts.h"
@@ -56,6 +57,7 @@ struct WorldState {
     Units units;
     RunningScripts scripts;
     Features features;
+    Fires fires;
     Players players;
     Wind wind;
     Projectiles projectiles;

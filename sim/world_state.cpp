@@ -57,7 +57,8 @@ void putPart(Sink& sink, const WorldState& state, StatePart part) {
         case StatePart::projectiles:
             return putState(sink, "projectiles", state.projectiles);
         case StatePart::features:
-            return putState(sink, "features", state.features);
+            putState(sink, "features", state.features);
+            return putState(sink, "fires", state.fires);
         case StatePart::routes:
             return putState(sink, "routes", state.routes);
         case StatePart::economy:

@@ -14,9 +14,9 @@ using nlohmann::json;
 
 /// By kind.
 constexpr std::array<std::string_view, sim::kEventKinds> kKindWords = {
-    "order-done", "order-failed", "blocked",        "built",  "aimed",        "aim-failed",
-    "fired",      "hit",          "killed",         "corpse", "feature-gone", "explode",
-    "effect",     "sound",        "script-missing", "stalled"};
+    "order-done", "order-failed", "blocked",        "built",   "aimed",        "aim-failed",
+    "fired",      "hit",          "killed",         "corpse",  "feature-gone", "explode",
+    "effect",     "sound",        "script-missing", "stalled", "feature-burns"};
 
 /// Writes the members of one event.
 class EventEncoder {
@@ -86,6 +86,7 @@ public:
     }
     void operator()(const sim::ScriptMissing& missing) { data_["script"] = missing.script; }
     void operator()(const sim::Stalled&) {}
+    void operator()(const sim::FeatureBurns& burns) { data_["featureId"] = burns.featureId; }
 
 private:
     void place(const sim::Vector& at) {

@@ -105,7 +105,11 @@ json encodeFeatureChanges(const LoadedMap& map) {
     json added = json::array();
     for (const sim::Feature& feature : map.world.features().all())
         if (feature.id > map.ownFeatureCount) added.push_back(encodeMapFeature(feature));
-    return {{"added", std::move(added)}, {"removed", map.world.features().removed()}};
+    json changes = {{"added", std::move(added)}, {"removed", map.world.features().removed()}};
+    json burning = json::array();
+    for (const sim::Fire& fire : map.world.fires()) burning.push_back(fire.feature);
+    if (!burning.empty()) changes["burning"] = std::move(burning);
+    return changes;
 }
 
 }  // namespace

@@ -133,8 +133,10 @@ private:
         std::vector<std::pair<std::uint32_t, Fixed>> hurt;
         if (impact_.feature != 0) hurt.emplace_back(impact_.feature, Fixed());
         if (weapon().damageRadius > Fixed()) findFeatures(hurt);
-        for (const auto& [id, distance] : hurt)
+        for (const auto& [id, distance] : hurt) {
             damageFeature(world_, id, weapon().damageAt(distance, weapon().damage));
+            maySetOnFire(world_, id, weapon().firePercent);
+        }
     }
 
     void findFeatures(std::vector<std::pair<std::uint32_t, Fixed>>& found) {

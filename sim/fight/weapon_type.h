@@ -104,6 +104,8 @@ struct WeaponType {
     /// The share of the damage at that distance, 0 to 1.
     Fixed edgeShare;
     Amount damage;
+    /// The chance in percent that what can burn catches fire of a hit.
+    std::int32_t firePercent = 0;
     /// Sorted by name.
     std::vector<UnitDamage> unitDamage;
 

@@ -7,7 +7,7 @@
 namespace orb::sim {
 
 /// What a random number is for: numbers for one purpose tell nothing of those for another.
-enum class RandomPurpose : std::uint32_t { script, wind, spray, decay };
+enum class RandomPurpose : std::uint32_t { script, wind, spray, decay, fire, spark, burn };
 
 /// Names one random number. There is no generator whose state depends on who asked before: the same
 /// key gives the same number on every machine, in any order and on any thread.

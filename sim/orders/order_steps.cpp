@@ -83,7 +83,7 @@ OrderProgress guard(WorldParts& world, Unit& unit, const Order& order, UnitWish&
     return kUnderWay;
 }
 
-OrderProgress carryOut(WorldParts& world, Unit& unit, UnitWish& wish) {
+OrderProgress carryOut(WorldParts& world, TickScratch& scratch, Unit& unit, UnitWish& wish) {
     Order& order = unit.orders.front();
     switch (order.kind) {
         case OrderKind::move:
@@ -95,7 +95,7 @@ OrderProgress carryOut(WorldParts& world, Unit& unit, UnitWish& wish) {
         case OrderKind::guard:
             return guard(world, unit, order, wish);
         case OrderKind::build:
-            return unit.type->isBuilding ? buildInYard(world, unit, order, wish)
+            return unit.type->isBuilding ? buildInYard(world, scratch, unit, order, wish)
                                          : buildOnSite(world, unit, order, wish);
         case OrderKind::repair:
             return repair(world, unit, order, wish);
@@ -134,7 +134,7 @@ void stepOrders(WorldParts& world, TickScratch& scratch) {
         if (!unit.orders.empty() && canAct(world, unit)) {
             // The next order begins in the next tick: a patrol between two places where the unit
             // stands does not go round for ever.
-            const OrderProgress progress = carryOut(world, unit, wish);
+            const OrderProgress progress = carryOut(world, scratch, unit, wish);
             if (progress != kUnderWay) endOrder(world, unit, progress);
         }
         if (!unit.isDying) putToolsAway(world, scratch, unit, wish);

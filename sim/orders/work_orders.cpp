@@ -137,17 +137,26 @@ const Unit* frameAt(const WorldParts& world, const Unit& unit, const UnitType& p
     return isIt ? found : nullptr;
 }
 
-/// What a unit is building, repairing, or taking apart.
-const Unit* siteOf(const WorldParts& world, const Unit& unit) {
-    if (unit.type->isBuilding) return world.state.units.find(unit.labour.site);
-    if (unit.orders.empty()) return nullptr;
-    const Order& order = unit.orders.front();
-    const bool helps = order.kind == OrderKind::build || order.kind == OrderKind::repair;
-    return helps ? world.state.units.find(order.target) : nullptr;
-}
-
 bool isWhole(const Unit& unit) {
     return unit.isBuilt() && unit.health >= Amount::fromInt(unit.type->maxHealth);
+}
+
+/// Those who guard each other in a row are followed so far.
+constexpr int kMostGuards = 8;
+
+/// What a unit, or whom it guards, is building or repairing.
+const Unit* siteOf(const WorldParts& world, const Unit& unit) {
+    const Unit* worker = &unit;
+    for (int i = 0; worker && i < kMostGuards; ++i) {
+        if (const Unit* const site = world.state.units.find(worker->labour.site)) return site;
+        if (worker->orders.empty()) return nullptr;
+        const Order& order = worker->orders.front();
+        const Unit* const target = world.state.units.find(order.target);
+        if (order.kind == OrderKind::build || order.kind == OrderKind::repair) return target;
+        if (order.kind != OrderKind::guard || (target && !isWhole(*target))) return nullptr;
+        worker = target;
+    }
+    return nullptr;
 }
 
 Kind mending(const Unit& target) {
@@ -156,6 +165,17 @@ Kind mending(const Unit& target) {
 
 bool isOpen(const Unit& factory) {
     return factory.values.isInBuildStance || factory.type->indexOf(UnitScript::activate) < 0;
+}
+
+/// What was begun in the yard is not wanted any more; what is ready goes.
+void giveUpSite(WorldParts& world, TickScratch& scratch, Unit& factory) {
+    Unit* const frame = world.state.units.find(factory.labour.site);
+    factory.labour.site = {};
+    if (!frame) return;
+    if (frame->isBuilt())
+        rollOut(world, factory, *frame);
+    else
+        killUnit(world, scratch, *frame, 0, DeathKind::killed);
 }
 
 }  // namespace
@@ -184,7 +204,8 @@ OrderProgress buildOnSite(WorldParts& world, Unit& unit, Order& order, UnitWish&
     return kUnderWay;
 }
 
-OrderProgress buildInYard(WorldParts& world, Unit& unit, Order& order, UnitWish& wish) {
+OrderProgress buildInYard(WorldParts& world, TickScratch& scratch, Unit& unit, Order& order,
+                          UnitWish& wish) {
     const UnitType& product = *world.frame.products.at(order.product);
     UnitLabour& labour = unit.labour;
     if (!unit.isActive) switchUnit(world, unit, true);
@@ -192,6 +213,10 @@ OrderProgress buildInYard(WorldParts& world, Unit& unit, Order& order, UnitWish&
     if (!isOpen(unit)) return kUnderWay;
 
     Unit* const frame = world.state.units.find(labour.site);
+    if (frame && frame->type->name != product.name) {
+        giveUpSite(world, scratch, unit);
+        return kUnderWay;
+    }
     if (!frame || frame->isDying) {
         labour.site = {};
         labour.padPiece = queryPiece(world, unit, UnitScript::queryBuildInfo);
@@ -256,10 +281,7 @@ void putToolsAway(WorldParts& world, TickScratch& scratch, Unit& unit, const Uni
     }
     const bool builds = !unit.orders.empty() && unit.orders.front().kind == OrderKind::build;
     if (!labour.isOpen || builds) return;
-    // What was begun in the yard is given up with the order.
-    if (Unit* const frame = world.state.units.find(labour.site); frame && !frame->isBuilt())
-        killUnit(world, scratch, *frame, 0, DeathKind::killed);
-    labour.site = {};
+    giveUpSite(world, scratch, unit);
     labour.isOpen = false;
     switchUnit(world, unit, false);
 }

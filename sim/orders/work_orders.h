@@ -9,7 +9,8 @@ namespace orb::sim {
 // What the orders of builders want in a tick.
 
 OrderProgress buildOnSite(WorldParts& world, Unit& unit, Order& order, UnitWish& wish);
-OrderProgress buildInYard(WorldParts& world, Unit& unit, Order& order, UnitWish& wish);
+OrderProgress buildInYard(WorldParts& world, TickScratch& scratch, Unit& unit, Order& order,
+                          UnitWish& wish);
 OrderProgress repair(WorldParts& world, Unit& unit, const Order& order, UnitWish& wish);
 OrderProgress reclaim(WorldParts& world, Unit& unit, const Order& order, UnitWish& wish);
 OrderProgress capture(WorldParts& world, Unit& unit, const Order& order, UnitWish& wish);

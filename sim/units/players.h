@@ -26,6 +26,8 @@ struct Stock {
     Amount wasted;
     /// What a thirtieth of the income was short of whole steps, in thirtieths of a step.
     std::int32_t incomeRest = 0;
+    /// The same of the upkeep.
+    std::int32_t upkeepRest = 0;
     /// The part of what was asked for that there was.
     Fixed share = Fixed::fromInt(1);
 
@@ -74,15 +76,16 @@ void eachField(const Stock& stock, Visit visit) {
     visit("spent", stock.spent);
     visit("wasted", stock.wasted);
     visit("incomeRest", stock.incomeRest);
+    visit("upkeepRest", stock.upkeepRest);
     visit("share", stock.share);
 }
-static_assert(sizeof(Stock) == 72);
+static_assert(sizeof(Stock) == 80);
 
 template <typename Visit>
 void eachField(const Player& player, Visit visit) {
     visit("metal", player.metal);
     visit("energy", player.energy);
 }
-static_assert(sizeof(Player) == 144);
+static_assert(sizeof(Player) == 160);
 
 }  // namespace orb::sim

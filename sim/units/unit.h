@@ -82,6 +82,8 @@ struct UnitGrowth {
     /// The work that has gone into its capture, and when the last did.
     std::int64_t captured = 0;
     Tick capturedAt = 0;
+    /// The work that has gone into taking it apart since it is ready.
+    std::int64_t reclaimed = 0;
 
     bool operator==(const UnitGrowth&) const = default;
 };
@@ -203,8 +205,9 @@ void eachField(const UnitGrowth& growth, Visit visit) {
     visit("wasBegun", growth.wasBegun);
     visit("captured", growth.captured);
     visit("capturedAt", growth.capturedAt);
+    visit("reclaimed", growth.reclaimed);
 }
-static_assert(sizeof(UnitGrowth) == 32);
+static_assert(sizeof(UnitGrowth) == 40);
 
 template <typename Visit>
 void eachField(const UnitLabour& labour, Visit visit) {
@@ -259,6 +262,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
-static_assert(sizeof(Unit) == 408);
+static_assert(sizeof(Unit) == 416);
 
 }  // namespace orb::sim

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "sim/fight/damage.h"
+#include "sim/fight/weapons.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
 #include "sim/scripts/piece_pose.h"
@@ -26,7 +27,7 @@ UnitBirth birthOf(const WorldParts& world, const Unit& unit, const Order& order)
     birth.place = order.place;
     if (!unit.type->isBuilding) return birth;
     const Vector pad = padOf(world, unit);
-    birth.place = {pad.x, pad.z};
+    birth.place = world.frame.terrain.clamped({pad.x, pad.z});
     birth.heading = padHeading(world, unit);
     birth.isForced = true;
     return birth;
@@ -79,13 +80,14 @@ void capture(WorldParts& world, const Unit& unit, Unit& target, std::int64_t wor
     target.player = unit.player;
     target.orders.clear();
     target.lastAttacker = {};
-    for (WeaponState& weapon : target.weapons) weapon = {};
+    target.labour.selfDestructAt = 0;
+    target.labour.hasRally = false;
+    for (std::size_t slot = 0; slot < kWeaponSlots; ++slot) aimAt(world, target, slot, {});
     target.motion.beginAnew();
 }
 
-/// What was built goes back the way it came, and its metal to who takes it apart.
-void reclaimUnit(WorldParts& world, TickScratch& scratch, const Unit& unit, Unit& target,
-                 std::int64_t work) {
+/// A frame goes back the way it came, and its metal to who takes it apart.
+void reclaimFrame(WorldParts& world, const Unit& unit, Unit& target, std::int64_t work) {
     const std::int64_t whole = wholeWork(*target.type), before = target.growth.done;
     const std::int64_t after = std::max<std::int64_t>(0, before - work);
     const Amount metal = target.type->economy.buildMetal;
@@ -94,7 +96,30 @@ void reclaimUnit(WorldParts& world, TickScratch& scratch, const Unit& unit, Unit
     changeHealth(target, before, after);
     target.growth.builtAt = world.state.tick;
     target.growth.wasBegun = true;
-    if (after == 0) killUnit(world, scratch, target, 0, DeathKind::killed);
+}
+
+/// What is ready goes on acting while it loses hit points; who is hurt is worth less.
+void reclaimReady(WorldParts& world, const Unit& unit, Unit& target, std::int64_t work) {
+    const std::int64_t whole = wholeWork(*target.type), before = target.growth.reclaimed;
+    const std::int64_t after = target.growth.reclaimed = std::min(whole, before + work);
+    const auto part = [&](Amount all) {
+        return partOf(all, after, whole) - partOf(all, before, whole);
+    };
+    playerOf(world, unit).metal.gain(part(target.type->economy.buildMetal));
+    target.health -= part(Amount::fromInt(target.type->maxHealth));
+    if (after < whole && target.health > Amount()) return;
+    // It leaves nothing behind, like a frame.
+    target.health = Amount::fromRaw(1);
+    setWork(target, 0);
+}
+
+void reclaimUnit(WorldParts& world, TickScratch& scratch, const Unit& unit, Unit& target,
+                 std::int64_t work) {
+    if (target.isBuilt())
+        reclaimReady(world, unit, target, work);
+    else
+        reclaimFrame(world, unit, target, work);
+    if (target.growth.done == 0) killUnit(world, scratch, target, 0, DeathKind::killed);
 }
 
 void reclaimFeature(WorldParts& world, const Unit& unit, std::uint32_t id, std::int64_t work) {

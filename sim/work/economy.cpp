@@ -62,15 +62,11 @@ void addWork(const WorldParts& world, const Unit& unit, const UnitWish& wish, Fl
     addAsked(flow.work.energy, price.energy);
 }
 
-/// A thirtieth of what comes in a second; what is lost by rounding comes later.
-Amount incomeOfTick(Stock& stock) {
-    const std::int64_t thirtieths = stock.income.raw() + stock.incomeRest;
-    stock.incomeRest = static_cast<std::int32_t>(thirtieths % kTicksPerSecond);
+/// A thirtieth of what comes or goes in a second; what is lost by rounding comes later.
+Amount partOfTick(Amount perSecond, std::int32_t& rest) {
+    const std::int64_t thirtieths = perSecond.raw() + rest;
+    rest = static_cast<std::int32_t>(thirtieths % kTicksPerSecond);
     return Amount::fromRaw(thirtieths / kTicksPerSecond);
-}
-
-Amount upkeepOfTick(Amount perSecond) {
-    return Amount::fromRaw(perSecond.raw() / kTicksPerSecond);
 }
 
 /// `part / whole`, at most 1; all of it when nothing was asked for.
@@ -86,10 +82,10 @@ Fixed shareOf(Amount part, Amount whole) {
 }
 
 void settle(Stock& stock, Amount income, Amount upkeepPerSecond, Amount work) {
-    const Amount upkeep = std::min(kMostAsked, upkeepOfTick(upkeepPerSecond));
+    const Amount upkeep = partOfTick(upkeepPerSecond, stock.upkeepRest);
     stock.income = income;
-    stock.drain = Amount::fromRaw((upkeep + work).raw() * kTicksPerSecond);
-    stock.gain(incomeOfTick(stock));
+    stock.drain = upkeepPerSecond + Amount::fromRaw(work.raw() * kTicksPerSecond);
+    stock.gain(partOfTick(income, stock.incomeRest));
     stock.share = shareOf(stock.amount, upkeep + work);
     stock.pay(partlyPaid(upkeep, stock.share));
 }

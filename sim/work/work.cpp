@@ -17,7 +17,7 @@ std::int64_t leftToDo(const Unit& target, WorkWish::Kind kind) {
         case WorkWish::Kind::capture:
             return whole - target.growth.captured;
         case WorkWish::Kind::reclaim:
-            return target.growth.done;
+            return target.isBuilt() ? whole - target.growth.reclaimed : target.growth.done;
         case WorkWish::Kind::repair:
             break;
     }

@@ -154,6 +154,7 @@ TEST(Construction, TakesTheWorkOfItsBuildersAndTheirMoney) {
     EXPECT_EQ(field.all<OrderDone>().size(), 1U);
 
     // two are twice as fast
+    setStocks(field, 1'000, 1'000);
     const Unit& second = field.place(crane(10), 1, 440, 400);
     field.give(builder, buildOrder(product(2'495, 145, 760), 400, 350));
     field.tick();
