@@ -109,6 +109,12 @@ inline constexpr std::int32_t kSideStepCells = 1;
 
 /// Attackers go so much nearer than their range, so that a shot from the muzzle reaches.
 inline constexpr Fixed kAttackMargin = Fixed::fromInt(16);
+/// Who has come as near as it gets and still has no shot tries again so often whether the target
+/// can be got nearer to now.
+inline constexpr Tick kSeekShotEvery = 64;
+/// A patrol takes at least so long for each leg. Lower lets patrols on the spot tell their arrival
+/// all the time.
+inline constexpr Tick kPatrolTicks = 30;
 /// Guards keep within this distance, and remember for so long who attacked their ward.
 inline constexpr Fixed kGuardDistance = Fixed::fromInt(96);
 inline constexpr Tick kGuardMemory = 150;

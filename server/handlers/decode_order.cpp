@@ -50,6 +50,8 @@ std::string reasonOf(OrderRefusal refusal, const sim::OrderRequest& request) {
                        : fmt::format("cannot {}", orderWord(request.kind));
         case OrderRefusal::needsPlace:
             return "build needs x and z";
+        case OrderRefusal::outOfRange:
+            return "out of range";
         case OrderRefusal::none:
             break;
     }

@@ -92,12 +92,14 @@ std::string_view workWord(sim::OrderKind kind) {
 std::string_view stateWord(const sim::Unit& unit) {
     if (!unit.isBuilt()) return "nanoframe";
     if (unit.carrier) return "carried";
+    bool goes = unit.motion.speed != sim::Fixed();
     if (!unit.orders.empty()) {
         const sim::OrderKind kind = unit.orders.front().kind;
+        goes = goes || kind == sim::OrderKind::move || kind == sim::OrderKind::patrol;
         if (kind == sim::OrderKind::attack || kind == sim::OrderKind::fire) return "attacking";
         if (unit.labour.hasStarted || unit.labour.isOpen) return workWord(kind);
     }
-    return unit.motion.speed != sim::Fixed() || !unit.orders.empty() ? "moving" : "idle";
+    return goes ? "moving" : "idle";
 }
 
 }  // namespace

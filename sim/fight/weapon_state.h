@@ -24,6 +24,9 @@ struct WeaponState {
     bool isAsking = false;
     /// It points there.
     bool isAimed = false;
+    /// When it last looked, its target was near enough on the map and yet no shot would have hit
+    /// it.
+    bool lacksShot = false;
     Arc arc = Arc::low;
     /// What was last told of why it does not fire: 0 for nothing, else 1 + an `AimFailure`.
     std::uint8_t toldFailure = 0;
@@ -61,6 +64,7 @@ void eachField(const WeaponState& weapon, Visit visit) {
     visit("isOrdered", weapon.isOrdered);
     visit("isAsking", weapon.isAsking);
     visit("isAimed", weapon.isAimed);
+    visit("lacksShot", weapon.lacksShot);
     visit("arc", weapon.arc);
     visit("toldFailure", weapon.toldFailure);
     visit("askedHeading", weapon.askedHeading);

@@ -109,12 +109,19 @@ AimSolution solve(WorldParts& world, Unit& unit, std::size_t slot, const AimTarg
     return solveAim(world, type, unit, aimPivot(world, unit, slot), target);
 }
 
+/// Near enough on the map, however high or low the target is.
+bool isNearOnMap(const Unit& unit, const WeaponType& type, const AimTarget& target) {
+    return lengthOf(target.point.x - unit.place.x, target.point.z - unit.place.z) <= type.range;
+}
+
 void look(WorldParts& world, Unit& unit, std::size_t slot) {
+    const WeaponType& type = *unit.type->weapons[slot];
     WeaponState& weapon = unit.weapons[slot];
     const auto target = targetOf(world, weapon);
     if (!target || world.state.tick < weapon.lookAt) return;
     weapon.lookAt = world.state.tick + rules::kLookEvery;
     const AimSolution solution = solve(world, unit, slot, *target);
+    weapon.lacksShot = solution.failure && isNearOnMap(unit, type, *target);
     if (solution.failure) {
         weapon.isAimed = false;
         return tellFailure(world, unit, slot, *solution.failure);
@@ -122,7 +129,7 @@ void look(WorldParts& world, Unit& unit, std::size_t slot) {
     const BodyDirection wish = inBody(unit, solution.direction);
     weapon.arc = solution.direction.arc;
     if (!hasAimScript(unit, slot)) return lookWithoutScript(world, unit, slot, wish);
-    const bool points = pointsAt(*unit.type->weapons[slot], weapon, wish);
+    const bool points = pointsAt(type, weapon, wish);
     const bool waits = weapon.isAsking && world.state.tick - weapon.askedAt < kAskAgainAfter;
     if (!points || (!weapon.isAimed && !waits)) ask(world, unit, slot, wish);
 }
@@ -246,6 +253,7 @@ void aimAt(WorldParts& world, Unit& unit, std::size_t slot, const AimWish& wish)
     weapon.target = wish.target;
     weapon.place = wish.place;
     weapon.isAimed = weapon.isAsking = false;
+    weapon.lacksShot = false;
     weapon.toldFailure = 0;
     weapon.burstLeft = 0;
     weapon.lookAt = std::max(weapon.lookAt, world.state.tick);

@@ -37,6 +37,16 @@ Fixed turningSpeed(Fixed most, std::int32_t offSteps) {
     return most.times(cosine(Angle::fromSteps(offSteps)), Rounding::down);
 }
 
+/// The fastest on the arc that leads from its direction, so many steps off, to a place that far
+/// away. Faster, and who turns slowly circles round the place for ever.
+Fixed arcSpeed(Fixed distance, std::int32_t turnRate, std::int32_t offSteps) {
+    const std::int64_t off = absolute(sine(Angle::fromSteps(offSteps))).raw();
+    if (off == 0) return Fixed::fromInt(kMaxSpeed);
+    // The arc's radius is d/(2 sin off); pi is 355/113. 2^31 by 2^15 by 2^9 fits.
+    return Fixed::fromWideRaw(
+        quotient(std::int64_t{distance.raw()} * turnRate * 355, 113 * off, Rounding::down));
+}
+
 MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& wish) {
     const MoveLimits& limits = unit.type->movement;
     MotionStep step;
@@ -59,12 +69,16 @@ MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& w
     step.wished = headingOf(x, z);
     const Angle wished = step.wished + unit.motion.detour;
     step.heading = turnedTowards(unit.heading, wished, limits.turnRate);
-    Fixed most = turningSpeed(limits.maxSpeed, shortestDifference(step.heading, wished));
-    if (way.isEnd)
-        most = std::min({most, step.distance, stoppingSpeed(step.distance, limits.brakeRate)});
+    const std::int32_t off = shortestDifference(step.heading, wished);
+    Fixed most = turningSpeed(limits.maxSpeed, off);
+    // Nor does anybody run past where he waits to hear how the way goes on.
+    const bool stops = way.isEnd || way.state == RouteState::waiting;
+    if (stops)
+        most = std::min({most, step.distance, stoppingSpeed(step.distance, limits.brakeRate),
+                         arcSpeed(step.distance, limits.turnRate, off)});
     step.speed = changedSpeed(unit.motion.speed, most, limits);
     // Whoever brakes badly still does not run past his goal.
-    if (way.isEnd) step.speed = std::min(step.speed, step.distance);
+    if (stops) step.speed = std::min(step.speed, step.distance);
     return step;
 }
 
@@ -95,30 +109,40 @@ void noteProgress(WorldParts& world, Unit& unit, bool getsOn, bool wantsTo) {
     if (motion.blockedTicks == rules::kBlockedTicks) world.tell(unit, Blocked{});
 }
 
+/// What became of a piece of a step.
+enum class Piece : std::uint8_t {
+    taken,
+    /// Only the lesser part of it, across the way: who creeps along what stands before him gets
+    /// nowhere by it.
+    grazed,
+    refused,
+};
+
 /// Takes a piece of a step; where it cannot be, the longer part of it along one axis or else the
-/// other, so that a unit slides along what it grazes. None of it: false.
-bool takePiece(WorldParts& world, Unit& unit, Fixed x, Fixed z) {
+/// other, so that a unit slides along what it grazes.
+Piece takePiece(WorldParts& world, Unit& unit, Fixed x, Fixed z) {
     const CellRect from = unit.cells();
     const bool isXLonger = absolute(x) >= absolute(z);
-    const GroundPoint alongX{x, {}}, alongZ{{}, z};
-    for (const GroundPoint& way :
-         {GroundPoint{x, z}, isXLonger ? alongX : alongZ, isXLonger ? alongZ : alongX}) {
+    const GroundPoint longer = isXLonger ? GroundPoint{x, {}} : GroundPoint{{}, z};
+    const GroundPoint shorter{x - longer.x, z - longer.z};
+    for (const GroundPoint& way : {GroundPoint{x, z}, longer, shorter}) {
         if (way == GroundPoint()) continue;
         const GroundPoint place{unit.place.x + way.x, unit.place.z + way.z};
         const CellRect to = footprintAt(place, from.width, from.depth);
         if (from != to && !mayStep(world, unit, from, to)) continue;
         stepTo(world, unit, place, from, to);
-        return true;
+        const bool isLittle = lengthOf(way.x, way.z).times(2) < lengthOf(x, z);
+        return way == shorter && isLittle ? Piece::grazed : Piece::taken;
     }
-    return false;
+    return Piece::refused;
 }
 
-/// Takes the step piece by piece up to the first that cannot be; whether it got anywhere.
+/// Takes the step piece by piece up to the first that cannot be; whether it got on.
 bool advance(WorldParts& world, Unit& unit, const MotionStep& step) {
     const std::int32_t longest = Fixed::fromInt(kLongestPiece).raw();
     const std::int32_t pieces = (unit.motion.speed.raw() + longest - 1) / longest;
-    const GroundPoint start = unit.place;
     const Vector whole = vectorOf(unit.heading, {}, unit.motion.speed);
+    bool getsOn = false;
     for (std::int32_t i = 0; i < pieces; ++i) {
         const auto part = [&](Fixed length) {
             const auto upTo = [&](std::int32_t count) {
@@ -127,31 +151,45 @@ bool advance(WorldParts& world, Unit& unit, const MotionStep& step) {
             return Fixed::fromWideRaw(upTo(i + 1) - upTo(i));
         };
         const Fixed x = part(whole.x), z = part(whole.z);
-        if (takePiece(world, unit, x, z)) continue;
         const GroundPoint wished{unit.place.x + x, unit.place.z + z};
+        if (takePiece(world, unit, x, z) == Piece::taken) {
+            getsOn = true;
+            continue;
+        }
         beBlocked(world, unit, step,
                   footprintAt(wished, unit.type->footprintX, unit.type->footprintZ));
         break;
     }
-    return unit.place != start;
+    return getsOn;
+}
+
+/// It need not stop where it arrives.
+bool goesOn(const Unit& unit) {
+    return unit.orders.size() > 1;
 }
 
 bool hasArrived(const Unit& unit, const MotionStep& step) {
-    return step.end && squaredDistance(unit.place.x, unit.place.z, step.end->x, step.end->z) <=
-                           squaredLength(rules::kArrivalDistance);
+    return step.end &&
+           squaredDistance(unit.place.x, unit.place.z, step.end->x, step.end->z) <=
+               squaredLength(rules::kArrivalDistance) &&
+           (goesOn(unit) || unit.motion.speed <= unit.type->movement.brakeRate);
 }
 
 void applyStep(WorldParts& world, Unit& unit, const MotionStep& step, bool hasGoal) {
     const bool turns = unit.heading != step.heading;
     unit.heading = step.heading;
     unit.motion.speed = step.speed;
-    const bool moved = step.speed > Fixed() && advance(world, unit, step);
+    const bool wasUnderWay = unit.motion.arrival == Arrival::underWay;
+    const GroundPoint before = unit.place;
+    const bool getsOn = step.speed > Fixed() && advance(world, unit, step);
     if (hasGoal && hasArrived(unit, step))
         unit.motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
+    if (wasUnderWay && unit.motion.arrival != Arrival::underWay && !goesOn(unit))
+        unit.motion.speed = {};
     const bool turnsOnly = turns && step.speed == Fixed();
-    noteProgress(world, unit, moved || turnsOnly,
+    noteProgress(world, unit, getsOn || turnsOnly,
                  hasGoal && unit.motion.arrival == Arrival::underWay);
-    if (moved || turns) settleOnGround(world, unit);
+    if (turns || unit.place != before) settleOnGround(world, unit);
 }
 
 Fixed surfaceAt(const WorldParts& world, const Unit& unit, GroundPoint place) {

@@ -141,6 +141,14 @@ GroundPoint middleAt(const MovementLimits& limits, Cell cell) {
     return CellRect{cell, limits.footprintX, limits.footprintZ}.center();
 }
 
+bool standsAsNear(const Way& way, const MovementLimits& limits, Cell cell) {
+    if (way.start != way.cell) return false;
+    const GroundPoint aim = way.seeksOwnGoal ? way.goal : way.gathering;
+    const GroundPoint middle = middleAt(limits, cell);
+    return squaredDistance(way.place.x, way.place.z, aim.x, aim.z) <=
+           squaredDistance(middle.x, middle.z, aim.x, aim.z);
+}
+
 std::optional<std::uint32_t> findNext(const Way& way, const SectorGraph& graph) {
     const std::size_t sector = graph.layout().sectorOf(way.start);
     const std::uint16_t island = graph.islandAt(way.start);
@@ -168,7 +176,10 @@ RouteStep stepAlong(const Way& way, const ClassGround& ground, const MovementLim
     const auto middleOf = [&](std::size_t number) {
         const bool isLast = ahead.reachesEnd && number == ahead.count;
         const Cell cell = number == 0 ? way.start : ahead.cells[number - 1];
-        return isLast && cell == goal ? way.goal : middleAt(limits, cell);
+        if (isLast && cell == goal) return way.goal;
+        return isLast && cell == way.cell && standsAsNear(way, limits, cell)
+                   ? way.place
+                   : middleAt(limits, cell);
     };
     std::size_t number = ahead.count;
     for (; number > 1; number /= 2) {

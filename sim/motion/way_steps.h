@@ -16,6 +16,10 @@ Cell cellAt(const ClassGrid& grid, const MovementLimits& limits, GroundPoint pla
 /// The middle of the footprint there.
 GroundPoint middleAt(const MovementLimits& limits, Cell cell);
 
+/// The walker stands where he fits, and no farther from what he seeks than he would in the middle
+/// of that cell.
+bool standsAsNear(const Way& way, const MovementLimits& limits, Cell cell);
+
 /// The number of the cell of the way that the walker has to go to next; none when he has been
 /// pushed off his way.
 std::optional<std::uint32_t> findNext(const Way& way, const SectorGraph& graph);

@@ -24,7 +24,16 @@ bool isWithin(const Unit& unit, GroundPoint place, Fixed distance) {
     return squaredDistance(unit.place.x, unit.place.z, place.x, place.z) <= squaredLength(distance);
 }
 
+/// A patrol whose places are where it stands, or out of reach, looks round before it goes on.
+bool looksRound(Unit& unit, const Order& order) {
+    std::uint8_t& ticks = unit.motion.legTicks;
+    if (ticks < rules::kPatrolTicks) ++ticks;
+    return order.kind == OrderKind::patrol && ticks < rules::kPatrolTicks;
+}
+
 OrderProgress move(Unit& unit, const Order& order, UnitWish& wish) {
+    const bool waits = looksRound(unit, order);
+    if (waits && unit.motion.arrival != Arrival::underWay) return kUnderWay;
     switch (unit.motion.arrival) {
         case Arrival::atGoal:
             return kDone;
@@ -50,6 +59,28 @@ Fixed rangeOf(const UnitType& type, std::int8_t slot) {
     return shortest.value_or(Fixed());
 }
 
+/// None of the weapons that are to attack could hit from where the unit is.
+bool lacksShot(const Unit& unit, std::int8_t slot) {
+    bool lacks = false;
+    for (std::size_t i = 0; i < unit.weapons.size(); ++i) {
+        const WeaponState& weapon = unit.weapons[i];
+        const bool isMeant = slot < 0 || static_cast<std::size_t>(slot) == i;
+        if (!isMeant || !weapon.isOrdered || weapon.aim == AimKind::nothing) continue;
+        if (!weapon.lacksShot) return false;
+        lacks = true;
+    }
+    return lacks;
+}
+
+/// Goes nearer until it has a shot or gets no nearer; then it waits for the target to move.
+void seekShot(const WorldParts& world, Unit& unit, GroundPoint place, UnitWish& wish) {
+    const Tick turn = world.state.tick + static_cast<Tick>(unit.id);
+    if (unit.motion.arrival == Arrival::underWay)
+        wish.goal = wish.gathering = place;
+    else if (turn % rules::kSeekShotEvery == 0)
+        unit.motion.beginAnew();
+}
+
 OrderProgress attack(const WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
     const Unit* const target = world.state.units.find(order.target);
     if (order.target && (!target || target->isDying)) return kDone;
@@ -63,7 +94,10 @@ OrderProgress attack(const WorldParts& world, Unit& unit, const Order& order, Un
     const Fixed reach =
         std::max(rangeOf(*unit.type, order.slot) - rules::kAttackMargin, rules::kAttackMargin);
     if (isWithin(unit, {place.x, place.z}, reach)) {
-        unit.motion.arrival = Arrival::underWay;
+        if (lacksShot(unit, order.slot))
+            seekShot(world, unit, {place.x, place.z}, wish);
+        else
+            unit.motion.arrival = Arrival::underWay;
         return kUnderWay;
     }
     if (unit.motion.arrival == Arrival::givenUp) return failedFor(OrderFailure::blocked);

@@ -4,7 +4,10 @@
 
 #include "cob/cob_vm.h"
 #include "io/ascii.h"
+#include "sim/fight/aim_points.h"
+#include "sim/fight/aiming.h"
 #include "sim/motion/giving_way.h"
+#include "sim/motion/ground_motion.h"
 #include "sim/orders/formation.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
@@ -67,6 +70,7 @@ void countDown(WorldParts& world, TickScratch& scratch, Unit& unit) {
 void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) {
     if (request.place) moveUnitTo(world, unit, *request.place);
     if (request.hasHeading) unit.heading = request.heading;
+    if (!unit.type->isBuilding) settleOnGround(world, unit);
     unit.motion.speed = {};
     unit.motion.beginAnew();
 }
@@ -148,6 +152,23 @@ bool canWork(const UnitType& type, const OrderRequest& request) {
     }
 }
 
+/// One of the weapons that are meant reaches from where the unit is.
+bool reaches(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
+    const Unit* const target = request.target ? world.state.units.withId(*request.target) : nullptr;
+    AimTarget aim;
+    if (target)
+        aim = {hitCenter(world, *target), target};
+    else if (request.place)
+        aim.point = {request.place->x, world.frame.terrain.groundHeight(*request.place),
+                     request.place->z};
+    for (std::size_t slot = 0; slot < kWeaponSlots; ++slot) {
+        const auto& weapon = unit.type->weapons[slot];
+        const bool isMeant = request.slot < 0 || static_cast<std::size_t>(request.slot) == slot;
+        if (weapon && isMeant && isInRange(world, unit, *weapon, aim)) return true;
+    }
+    return false;
+}
+
 OrderRefusal testOrder(const WorldParts& world, const Unit* unit, const OrderRequest& request) {
     const OrderRule& rule = orderRule(request.kind);
     if (!unit || unit->isDying) return OrderRefusal::noSuchUnit;
@@ -161,6 +182,8 @@ OrderRefusal testOrder(const WorldParts& world, const Unit* unit, const OrderReq
         return OrderRefusal::needsPlace;
     if (rule.needsWeapon && !hasWeapon(*unit->type, request.slot)) return OrderRefusal::noWeapon;
     if (rule.needsBuilt && !unit->isBuilt()) return OrderRefusal::notBuilt;
+    if (rule.needsWeapon && !unit->type->canMove && !reaches(world, *unit, request))
+        return OrderRefusal::outOfRange;
     if (rule.joinsQueue && request.isQueued && unit->orders.size() >= kMaxOrders)
         return OrderRefusal::queueFull;
     return OrderRefusal::none;

@@ -64,6 +64,8 @@ enum class OrderRefusal : std::uint8_t {
     notBuilt,
     cannotWork,
     needsPlace,
+    /// Of what attacks from where it stands for good.
+    outOfRange,
 };
 
 /// Gives the order to the units of those ids; one answer for each, in their order. What it asks for

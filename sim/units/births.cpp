@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "sim/motion/ground_motion.h"
 #include "sim/scripts/script_host.h"
 #include "sim/work/generators.h"
 #include "sim/work/work.h"
@@ -89,6 +90,7 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
     unit.isActive = birth.isActive;
     unit.standing = {type.moveState, type.fireState};
     unit.motion.movementClass = movementClassOf(world, type);
+    if (!type.isBuilding) settleOnGround(world, unit);
     takeCells(world, unit);
     world.derived.buckets.add(unit.slot(), unit.place);
     noteFootprint(world.derived, type);

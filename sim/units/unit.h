@@ -42,6 +42,8 @@ struct UnitMotion {
     std::int16_t detourTicks = 0;
     /// How often it has gone round something on its way to this goal.
     std::uint8_t detours = 0;
+    /// How long its order has been going somewhere, up to a second.
+    std::uint8_t legTicks = 0;
     /// How the way to its goal ended; for the order that it follows, which looks in the next tick.
     Arrival arrival = Arrival::underWay;
 
@@ -52,6 +54,7 @@ struct UnitMotion {
         detour = {};
         detourTicks = 0;
         detours = 0;
+        legTicks = 0;
         arrival = Arrival::underWay;
     }
 
@@ -182,9 +185,10 @@ void eachField(const UnitMotion& motion, Visit visit) {
     visit("detour", motion.detour);
     visit("detourTicks", motion.detourTicks);
     visit("detours", motion.detours);
+    visit("legTicks", motion.legTicks);
     visit("arrival", motion.arrival);
 }
-static_assert(sizeof(UnitMotion) == 20);
+static_assert(sizeof(UnitMotion) == 24);
 
 template <typename Visit>
 void eachField(const ScriptValues& values, Visit visit) {

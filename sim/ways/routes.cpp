@@ -242,7 +242,8 @@ void Routes::ask(Way& way, std::uint32_t walker) {
     queue_.push_back({way.ticket, walker});
 }
 
-/// The aim, or the cell nearest to it of the component in which the walker stands.
+/// The aim, or the cell nearest to it of the component in which the walker stands: his own when he
+/// is no farther away.
 Cell Routes::reachableEnd(const Way& way) {
     const ClassGround& ground = grounds_[way.movementClass];
     const std::uint32_t component = ground.graph.componentAt(way.start);
@@ -253,7 +254,7 @@ Cell Routes::reachableEnd(const Way& way) {
         lastEnd_ = asked;
         lastEnd_->end = ground.graph.nearestIn(component, way.aim);
     }
-    return lastEnd_->end;
+    return standsAsNear(way, limits_[way.movementClass], lastEnd_->end) ? way.start : lastEnd_->end;
 }
 
 /// Sees to it that there are cells to follow, and asks for the way where they are not it.

@@ -55,7 +55,9 @@ TEST(Aiming, TellsWhyItDoesNotFire) {
     {
         Battlefield field;
         Unit& turret = field.place(turretType(weaponType(Flight::straight)), 1, 640, 640);
-        orderAt(field, turret, field.place(dummyType(), 2, 640, 1'100));
+        Unit& target = field.place(dummyType(), 2, 640, 900);
+        orderAt(field, turret, target);
+        moveUnitTo(field.world, target, at(640, 1'100));
         EXPECT_EQ(reasonAfter(field), AimFailure::outOfRange);
     }
     {

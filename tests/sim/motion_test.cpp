@@ -1,4 +1,7 @@
+#include <array>
 #include <cmath>
+#include <numbers>
+#include <tuple>
 
 #include "sim/battlefield.h"
 #include "sim/world.h"
@@ -65,6 +68,80 @@ TEST(Motion, TurnsSpeedsUpAndBrakesAtItsGoal) {
     EXPECT_FALSE(field.world.state.occupancy.ownerOf({18, 18}).isUnit());
 }
 
+TEST(Motion, EveryoneGetsToPlacesNearby) {
+    struct Figures {
+        double speed, acceleration, brakeRate;
+        std::int32_t turnRate;
+    };
+    // boats, carts, walkers; then what hardly turns, hardly brakes, or both
+    constexpr std::array<Figures, 9> kAll = {{{2.4, 0.04, 0.05, 260},
+                                              {1.6, 0.03, 0.08, 420},
+                                              {1.3, 0.12, 0.2, 980},
+                                              {2.2, 0.05, 0.1, 520},
+                                              {1.4, 0.05, 0.1, 500},
+                                              {9.5, 0.3, 5, 760},
+                                              {0.34, 0.003, 0.006, 64},
+                                              {12, 0.7, 0.006, 64},
+                                              {1'024, 1'024, 1'024, 200}}};
+    constexpr std::array<double, 5> kDistances = {3, 8, 20, 45, 100};
+    constexpr int kDirections = 12, kApart = 240;
+    Battlefield field(flatMap(kDirections * kApart / 16 + 20, 9 * 5 * kApart / 16 + 20, 20, 0));
+    struct Walk {
+        std::uint32_t slot;
+        GroundPoint goal;
+        double limit;
+    };
+    std::vector<Walk> walks;
+    for (const Figures& figures : kAll)
+        for (const double apart : kDistances)
+            for (int i = 0; i < kDirections; ++i) {
+                auto type = walkerType();
+                type->movement = {px(figures.speed), px(figures.acceleration),
+                                  px(figures.brakeRate), figures.turnRate, true};
+                const double x = 200 + i * kApart;
+                const double z = 200.0 + static_cast<double>(walks.size()) / kDirections * kApart;
+                const double angle = 2 * std::numbers::pi * i / kDirections;
+                Unit& unit = field.place(type, 1, x, z);
+                const double goalX = x + apart * std::sin(angle),
+                             goalZ = z + apart * std::cos(angle);
+                field.give(unit, orderTo(goalX, goalZ));
+                const double turning = 32'768.0 / figures.turnRate;
+                const double straight = 2 * std::sqrt(2 * apart / figures.acceleration) +
+                                        2 * std::sqrt(2 * apart / figures.brakeRate) +
+                                        apart / figures.speed;
+                walks.push_back({unit.slot(), at(goalX, goalZ), 30 + 2 * turning + 2 * straight});
+            }
+    std::size_t left = walks.size();
+    for (int tick = 0; left > 0 && tick < 6'000; ++tick) {
+        field.tick();
+        std::erase_if(walks, [&](const Walk& walk) {
+            const Unit& unit = *field.world.state.units.at(walk.slot);
+            if (!unit.orders.empty() && tick < walk.limit) return false;
+            EXPECT_TRUE(unit.orders.empty())
+                << walk.slot / 60 << ' ' << walk.slot / 12 % 5 << ' ' << walk.slot % 12;
+            EXPECT_LT(distance(unit, walk.goal.x.toNumber(), walk.goal.z.toNumber()), 2.1);
+            EXPECT_EQ(unit.motion.speed, Fixed());
+            return true;
+        });
+        left = walks.size();
+    }
+    EXPECT_EQ(left, 0U);
+}
+
+TEST(Motion, StopsAtTheLastOfItsWayPointsOnly) {
+    Battlefield field;
+    Unit& unit = field.place(walkerType(), 1, 300, 300);
+    field.give(unit, orderTo(300, 500));
+    OrderRequest second = orderTo(300, 700);
+    second.isQueued = true;
+    field.give(unit, second);
+    ASSERT_TRUE(field.tickUntil<OrderDone>(300));
+    EXPECT_GT(unit.motion.speed, px(0.5));
+    field.forget();
+    ASSERT_TRUE(field.tickUntil<OrderDone>(300));
+    EXPECT_EQ(unit.motion.speed, Fixed());
+}
+
 TEST(Motion, NothingIsTooFastForAWall) {
     for (const double speed : {2.0, 60.0, 1'024.0})
         for (const auto& [x, z] : {std::pair{640.0, 1'100.0}, {200.0, 1'000.0}, {1'200.0, 700.0}}) {
@@ -101,6 +178,25 @@ TEST(Motion, GoalsOutOfReachEndBesideThem) {
     EXPECT_FALSE(done[0].hasReached);
     EXPECT_LT(unit.place.z, Fixed::fromInt(640));
     EXPECT_LT(distance(unit, 500, 624), 24);
+}
+
+TEST(Motion, WhoCannotGetNearerStaysWhereHeIs) {
+    Battlefield field;
+    build(field, 40, 0, 0);
+    placeFeature(field.world, 0, {20, 20});
+    // with its middle at and beside what is nearest to its goal in the wall, and beside a rock
+    for (const auto& [x, z, goalX, goalZ] : {std::tuple{500.0, 624.0, 500.0, 660.0},
+                                             {700.0, 630.0, 702.0, 700.0},
+                                             {808.0, 628.0, 800.0, 690.0},
+                                             {305.0, 328.0, 328.0, 328.0},
+                                             {328.0, 352.0, 330.0, 328.0}}) {
+        Unit& unit = field.place(walkerType(4), 1, x, z);
+        const double apart = std::hypot(x - goalX, z - goalZ);
+        field.give(unit, orderTo(goalX, goalZ));
+        field.tick(120);
+        EXPECT_TRUE(unit.orders.empty());
+        EXPECT_LE(distance(unit, goalX, goalZ), apart) << x;
+    }
 }
 
 TEST(Motion, ManyPassAGapAndNoTwoShareACell) {
@@ -150,6 +246,14 @@ TEST(Motion, LiesOnTheSlopeUnlessUpright) {
         type->movement.isUpright = upright;
         Unit& east = field.place(type, 1, 400, 400, 90);
         Unit& south = field.place(type, 1, 400, 700, 0);
+        Unit& placed = field.place(type, 1, 700, 700, 0);
+        OrderRequest place = orderTo(800, 700, OrderKind::place);
+        place.hasHeading = true;
+        place.heading = Angle::fromDegrees(90);
+        field.give(placed, place);
+        EXPECT_EQ(placed.pitch == Angle(), upright);
+        EXPECT_EQ(east.pitch, placed.pitch);
+        EXPECT_EQ(south.roll, placed.pitch);
         field.give(east, orderTo(600, 400));
         field.give(south, orderTo(400, 900));
         field.tick(60);

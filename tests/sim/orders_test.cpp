@@ -106,10 +106,13 @@ TEST(Orders, PatrolsGoRoundUntilTheyAreStopped) {
     EXPECT_EQ(unit.orders.size(), 2U);
     EXPECT_GE(unit.place.x, px(297));
     EXPECT_LE(unit.place.x, px(403));
-    // where it stands already: a tick for each leg, not for ever within one
+    // where it stands already: told once a second, not all the time
+    field.forget();
     field.give(unit, order(OrderKind::patrol, unit.place.x.toNumber(), unit.place.z.toNumber()));
-    field.tick(20);
+    field.tick(300);
     EXPECT_EQ(unit.orders.size(), 2U);
+    EXPECT_LE(field.all<OrderDone>().size(), 10U);
+    EXPECT_GE(field.all<OrderDone>().size(), 2U);
 }
 
 TEST(Orders, GuardsStayNearUntilTheirWardIsGone) {
@@ -140,6 +143,57 @@ TEST(Orders, AttackersGoWithinTheirRange) {
     EXPECT_GE(apart, px(150));
     ASSERT_TRUE(field.tickUntil<Killed>(300));
     ASSERT_TRUE(field.tickUntil<OrderDone>(3));
+}
+
+TEST(Orders, AttackersWithoutAFreeLineSeekOne) {
+    for (const bool isEnclosed : {false, true}) {
+        Battlefield field;
+        field.world.frame.featureTypes.push_back(
+            {.name = "wall", .height = 200, .isBlocking = true});
+        // a wall between them, and in the second world all round the target
+        for (std::int32_t x = 30; x < 50; ++x) {
+            placeFeature(field.world, 0, {x, 30});
+            if (isEnclosed) placeFeature(field.world, 0, {x, 49});
+            if (isEnclosed) placeFeature(field.world, 0, {x < 40 ? 30 : 49, 31 + x % 10});
+            if (isEnclosed) placeFeature(field.world, 0, {x < 40 ? 30 : 49, 40 + x % 10});
+        }
+        auto type = runnerType();
+        type->weapons[0] = weaponType(Flight::straight, 600);
+        type->height = px(20);
+        Unit& unit = field.place(type, 1, 640, 300);
+        const Unit& target = field.place(dummyType(), 2, 640, 640);
+        field.give(unit, order(OrderKind::attack, target));
+        EXPECT_EQ(field.tickUntil<Fired>(400), !isEnclosed);
+        // then it stands
+        field.tick(40);
+        const GroundPoint place = unit.place;
+        field.tick(200);
+        EXPECT_EQ(unit.place, place);
+        EXPECT_TRUE(field.all<OrderFailed>().empty());
+        EXPECT_EQ(unit.orders.empty(), !isEnclosed);
+    }
+}
+
+TEST(Orders, WhatCannotMoveIsNotSentAfterWhatIsOutOfItsRange) {
+    Battlefield field;
+    Unit& turret = field.place(turretType(weaponType(Flight::straight, 200)), 1, 300, 300);
+    Unit& near = field.place(runnerType(), 2, 450, 300);
+    Unit& far = field.place(runnerType(), 2, 550, 300);
+    using Answers = std::vector<OrderRefusal>;
+    const Answers taken{OrderRefusal::none}, refused{OrderRefusal::outOfRange};
+    for (const OrderKind kind : {OrderKind::attack, OrderKind::fire}) {
+        EXPECT_EQ(answers(field, {turret.id}, order(kind, far)), refused);
+        EXPECT_EQ(answers(field, {turret.id}, order(kind, 300, 520)), refused);
+        EXPECT_EQ(answers(field, {turret.id}, order(kind, 300, 480)), taken);
+        EXPECT_EQ(answers(field, {turret.id}, order(kind, near)), taken);
+    }
+    // one that leaves is waited for
+    field.give(turret, order(OrderKind::attack, near));
+    field.give(near, order(OrderKind::place, 700, 300));
+    field.tick(60);
+    EXPECT_EQ(turret.orders.size(), 1U);
+    field.give(near, order(OrderKind::place, 450, 300));
+    EXPECT_TRUE(field.tickUntil<Fired>(60));
 }
 
 TEST(Orders, PreviewsActAtOnce) {
