@@ -31,6 +31,7 @@ public:
     explicit Payload(nlohmann::json value) : value_(std::move(value)) {}
 
     bool isObject() const { return value_.is_object(); }
+    const nlohmann::json& value() const { return value_; }
     std::optional<std::string> text(const char* key) const;
     std::string requiredText(const char* key) const;
     /// Also throws for a path with a NUL character, which the system would cut off there.
