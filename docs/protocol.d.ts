@@ -1546,7 +1546,7 @@ export interface MapEntry {
 
 export interface MapRequest extends MaybeLong {
     name: string;
-    /** Default 0. */
+    /** Default: the first that there is. */
     schema?: number;
     /** Default true. */
     placeUnits?: boolean;
@@ -1634,10 +1634,12 @@ export interface UnitOrder {
     unrestricted?: boolean;
     /** The weapon, 0 to 2; without it all of them. */
     slot?: number;
-    /** Of states 0 to 2, hit points, severity in percent. */
+    /** Of states 0, 1 or 2; hit points from 0; severity, 0 to 200 percent. */
     value?: number;
     /** Of "place". */
     heading?: number;
+    /** "place" where it cannot stand; default false. */
+    force?: boolean;
     /** Behind the orders that there are; default false. */
     queue?: boolean;
     /** Of a script. */
@@ -1729,7 +1731,7 @@ export type SiteFault =
 
 export type MapEvent = EventBase & (
     | { kind: "order-done"; order: QueuedOrder; reached: boolean }
-    | { kind: "order-failed"; order: QueuedOrder; reason: SiteFault | "blocked" | "target gone" | "no way" | "cannot do" }
+    | { kind: "order-failed"; order: QueuedOrder; reason: SiteFault | "blocked" | "target gone" | "no way" | "cannot do" | "cannot reach target" }
     | { kind: "blocked" | "built" | "stalled" }
     | { kind: "aimed"; slot: number }
     | {
@@ -1860,8 +1862,8 @@ export interface Minimap {
     byteSize: number;
 }
 
-/** Id, index of the type, and the middle of the footprint: x, y, z. */
-export type MapFeature = [number, number, number, number, number];
+/** Id, index of the type, the middle of the footprint: x, y, z, and the heading where that is not 0. */
+export type MapFeature = [number, number, number, number, number, number?];
 
 export interface MapFeatures {
     types: FeatureType[];

@@ -37,6 +37,7 @@ public:
     ~Payload() { dismantle(value_); }
 
     bool isObject() const { return value_.is_object(); }
+    const nlohmann::json& value() const { return value_; }
     std::optional<std::string> text(const char* key) const;
     std::string requiredText(const char* key) const;
     /// Also throws for a path with a NUL character, which the system would cut off there.

@@ -193,7 +193,11 @@ sim::Players playersOf(const io::OtaSchema& schema, bool hasDescription) {
     return players;
 }
 
-/// The schema that a request names; a description without any stands for an empty one.
+std::int64_t firstSchema(const io::OtaFile& description) {
+    return description.schemas.empty() ? 0 : description.schemas.begin()->first;
+}
+
+/// The schema of that number; a description without any stands for an empty one.
 const io::OtaSchema& chooseSchema(const io::OtaFile& description, std::int64_t number) {
     static const io::OtaSchema kEmpty;
     if (description.schemas.empty() && number == 0) return kEmpty;
@@ -242,7 +246,8 @@ std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& re
     auto [name, ground, ownDescription] = readMapFiles(data.files, request.name);
     const bool hasDescription = ownDescription.has_value();
     const io::OtaFile description = std::move(ownDescription).value_or(io::OtaFile());
-    const io::OtaSchema& schema = chooseSchema(description, request.schema);
+    const std::int64_t number = request.schema.value_or(firstSchema(description));
+    const io::OtaSchema& schema = chooseSchema(description, number);
 
     auto map = std::make_unique<LoadedMap>(
         ground,
@@ -250,7 +255,7 @@ std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& re
                           request.seed, request.threads.value_or(usualThreads())});
     map->name = name;
     map->title = headerText(description, "missionname");
-    map->schema = request.schema;
+    map->schema = number;
     map->schemas = schemaTypes(description);
     map->startPositions = schema.startPositions.kept;
     noteCut(*map, MapList::schemas, description.schemas.size() + description.schemasLeftOut,

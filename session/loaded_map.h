@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,8 +16,8 @@ namespace orb::unitview {
 
 struct MapRequest {
     std::string name;
-    /// A number of the description's schemas.
-    std::int64_t schema = 0;
+    /// A number of the description's schemas; none: the first that there is.
+    std::optional<std::int64_t> schema = {};
     /// Puts the schema's units on the map.
     bool placesUnits = true;
     /// What random numbers hang from.

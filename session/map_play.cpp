@@ -31,6 +31,7 @@ Play playTicks(LoadedMap& map, const PlayRequest& request) {
         world.setStocks(player, metal, energy);
     if (!request.keepsEvents) world.events().clear();
     world.events().keep(request.keepsEvents);
+    world.events().watchAnew();
     Play play;
     const std::int64_t ticks = std::clamp<std::int64_t>(request.ticks, 1, kMaxTicksPerPlay);
     while (play.ticksDone < ticks) {
@@ -59,8 +60,8 @@ sim::OrderRequest preparedOrder(LoadedMap& map, const MountedData& data, MapOrde
     return std::move(order.order);
 }
 
-std::vector<sim::OrderRefusal> giveOrder(LoadedMap& map, std::span<const std::int64_t> unitIds,
-                                         const sim::OrderRequest& request) {
+std::vector<sim::OrderAnswer> giveOrder(LoadedMap& map, std::span<const std::int64_t> unitIds,
+                                        const sim::OrderRequest& request) {
     if (request.kind == sim::OrderKind::script)
         for (const std::int64_t id : unitIds) {
             const sim::Unit* const unit = map.world.units().withId(id);

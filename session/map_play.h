@@ -55,8 +55,8 @@ Play playTicks(LoadedMap& map, const PlayRequest& request);
 
 /// What `sim::giveOrder` answers. Throws RequestError "position outside the map" and, for a script
 /// that a unit lacks, "script not found: …"; then nobody has the order.
-std::vector<sim::OrderRefusal> giveOrder(LoadedMap& map, std::span<const std::int64_t> unitIds,
-                                         const sim::OrderRequest& request);
+std::vector<sim::OrderAnswer> giveOrder(LoadedMap& map, std::span<const std::int64_t> unitIds,
+                                        const sim::OrderRequest& request);
 
 /// The order with the type that its product's files make. Throws RequestError what loading those
 /// throws, and what `giveOrder` throws for an order of which only its units are not known yet.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -28,7 +27,7 @@ struct OrderDone {
     bool hasReached = true;
 };
 
-enum class OrderFailure : std::uint8_t { blocked, targetGone, noWay, cannotDo };
+enum class OrderFailure : std::uint8_t { blocked, targetGone, noWay, cannotDo, cannotReach };
 struct OrderFailed {
     OrderKind order{};
     OrderFailure reason{};
@@ -142,41 +141,6 @@ struct Event {
     /// Of the unit's type: whose pieces the detail counts.
     std::shared_ptr<const UnitType> unitType;
     EventDetail detail;
-};
-
-/// Events that are kept until somebody takes them; the others are counted.
-inline constexpr std::size_t kMaxEvents = 4'096;
-
-/// What happened since somebody last looked. No part of the state: nothing in the world reads it.
-class EventLog {
-public:
-    /// Whether events are kept; which kinds come is noted in any case.
-    void keep(bool keeps) { keeps_ = keeps; }
-
-    void add(Event event) {
-        seen_.set(event.detail.index());
-        if (!keeps_) return;
-        if (events_.size() < kMaxEvents)
-            events_.push_back(std::move(event));
-        else
-            ++dropped_;
-    }
-
-    const std::vector<Event>& events() const { return events_; }
-    std::size_t dropped() const { return dropped_; }
-    bool hasSeen(std::size_t kind) const { return seen_.test(kind); }
-
-    void clear() {
-        events_.clear();
-        dropped_ = 0;
-        seen_.reset();
-    }
-
-private:
-    bool keeps_ = true;
-    std::vector<Event> events_;
-    std::size_t dropped_ = 0;
-    std::bitset<kEventKinds> seen_;
 };
 
 }  // namespace orb::sim

@@ -35,8 +35,8 @@ void World::runTick(const std::function<void(std::string_view)>& afterPhase) {
     ++parts_.state.tick;
 }
 
-std::vector<OrderRefusal> World::giveOrder(std::span<const std::int64_t> unitIds,
-                                           const OrderRequest& request) {
+std::vector<OrderAnswer> World::giveOrder(std::span<const std::int64_t> unitIds,
+                                          const OrderRequest& request) {
     scratch_.begin(parts_.state.units.slotCount());
     auto answers = sim::giveOrder(parts_, scratch_, unitIds, request);
     // Who is to die does so before anybody looks.

@@ -68,8 +68,8 @@ public:
     const Unit& placeUnit(const UnitBirth& birth) { return sim::placeUnit(parts_, birth); }
 
     /// What `sim::giveOrder` answers.
-    std::vector<OrderRefusal> giveOrder(std::span<const std::int64_t> unitIds,
-                                        const OrderRequest& request);
+    std::vector<OrderAnswer> giveOrder(std::span<const std::int64_t> unitIds,
+                                       const OrderRequest& request);
     /// What a player, from 1, has from now on; what is none stays.
     void setStocks(std::int32_t player, std::optional<double> metal, std::optional<double> energy);
     /// Gives units another type of the same shape, and a running script of it from its beginning:

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "sim/events.h"
+#include "sim/event_log.h"
 #include "sim/fight/projectiles.h"
 #include "sim/ground/conditions.h"
 #include "sim/ground/features.h"

@@ -207,8 +207,10 @@ json encodeProjectiles(const sim::World& world) {
 }
 
 json encodeMapFeature(const sim::Feature& feature) {
-    return {feature.id, feature.type, feature.place.x.toNumber(), feature.altitude.toNumber(),
-            feature.place.z.toNumber()};
+    json result = {feature.id, feature.type, feature.place.x.toNumber(),
+                   feature.altitude.toNumber(), feature.place.z.toNumber()};
+    if (feature.heading != sim::Angle()) result.push_back(feature.heading.radians());
+    return result;
 }
 
 json encodeFeatureType(const sim::FeatureType& type) {

@@ -19,7 +19,7 @@ nlohmann::json encodeMapUnit(const sim::World& world, const sim::Unit& unit, boo
 /// What flies.
 nlohmann::json encodeProjectiles(const sim::World& world);
 
-/// [id, type, x, y, z].
+/// [id, type, x, y, z], and its heading where that is not 0.
 nlohmann::json encodeMapFeature(const sim::Feature& feature);
 
 nlohmann::json encodeFeatureType(const sim::FeatureType& type);

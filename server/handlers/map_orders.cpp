@@ -13,13 +13,14 @@ namespace {
 
 using nlohmann::json;
 
-std::vector<PlayRequest::Stocks> decodeStocks(const Payload& payload) {
+/// More would set those of a player more than once.
+constexpr std::size_t kMaxStocks = 64;
+
+std::vector<PlayRequest::Stocks> decodeStocks(const Members& members) {
     std::vector<PlayRequest::Stocks> stocks;
-    for (const Payload& entry : payload.objects("stocks").value_or(std::vector<Payload>{})) {
-        const std::int64_t player =
-            std::clamp<std::int64_t>(entry.integer("player").value_or(1), 1, sim::kPlayerCount);
-        stocks.push_back(
-            {static_cast<std::int32_t>(player), entry.number("metal"), entry.number("energy")});
+    for (const Members& entry : members.objects("stocks", kMaxStocks)) {
+        const auto metal = entry.number("metal"), energy = entry.number("energy");
+        stocks.push_back({decodePlayer(entry).value_or(1), metal, energy});
     }
     return stocks;
 }
@@ -84,9 +85,10 @@ json encodePlay(const sim::World& world, const Play& play) {
 }  // namespace
 
 Reply mapMove(UnitViewSession& session, const Payload& payload) {
-    auto unitIds = payload.integers("unitIds");
-    const auto unitId = payload.integer("unitId");
-    OrderMembers members = decodeOrderMembers(payload);
+    const Members data(payload);
+    auto unitIds = decodeIds(data, "unitIds");
+    const auto unitId = data.whole("unitId");
+    OrderMembers members = decodeOrderMembers(data);
     if (!unitIds && unitId) unitIds = std::vector{*unitId};
     if (!unitIds || unitIds->empty()) throw RequestError("unit ids are required");
     MapOrder order = orderOfMembers(std::move(members));
@@ -95,17 +97,18 @@ Reply mapMove(UnitViewSession& session, const Payload& payload) {
     });
     json accepted = json::array();
     for (std::size_t i = 0; i < answers.size(); ++i)
-        if (answers[i] == sim::OrderRefusal::none) accepted.push_back((*unitIds)[i]);
+        if (answers[i].isTaken()) accepted.push_back((*unitIds)[i]);
     return {{{"accepted", std::move(accepted)},
              {"refused", encodeRefused(*unitIds, answers, request)}}};
 }
 
 Reply mapTick(UnitViewSession& session, const Payload& payload) {
+    const Members members(payload);
     PlayRequest request;
-    request.ticks = payload.integer("ticks").value_or(1);
-    request.keepsEvents = payload.flag("events").value_or(true);
-    const auto until = payload.text("until");
-    request.stocks = decodeStocks(payload);
+    request.ticks = members.whole("ticks").value_or(1);
+    request.keepsEvents = members.flag("events").value_or(true);
+    const auto until = members.text("until");
+    request.stocks = decodeStocks(members);
     if (until) request.until = untilOf(*until);
     const Play play = session.changeMap([&](LoadedMap& map) { return playTicks(map, request); });
     sim::World& world = session.requireMap().world;

@@ -1,6 +1,9 @@
 #include "session/map_pictures.h"
 
+#include <algorithm>
+
 #include "server/handlers/handlers.h"
+#include "server/handlers/members.h"
 #include "session/request_error.h"
 
 namespace orb::unitview::ipc::handlers {
@@ -8,10 +11,16 @@ namespace {
 
 constexpr std::string_view kHeightPlane = "height";
 
+/// Windows come from where somebody drags: fractions are dropped. 0 without the member.
+std::int64_t decodePixels(const Members& members, std::string_view key) {
+    constexpr double kMost = 1e9;  // beyond any map
+    return static_cast<std::int64_t>(std::clamp(members.number(key).value_or(0), -kMost, kMost));
+}
+
 }  // namespace
 
 Reply mapHeightmap(UnitViewSession& session, const Payload& payload) {
-    const std::string plane = payload.text("plane").value_or(std::string(kHeightPlane));
+    const std::string plane = Members(payload).text("plane").value_or(std::string(kHeightPlane));
     const sim::Terrain& terrain = session.requireMap().world.terrain();
     if (plane != kHeightPlane) throw RequestError("unknown plane: " + plane);
     const auto heights = terrain.heights();
@@ -32,12 +41,13 @@ Reply mapMinimap(UnitViewSession& session, const Payload&) {
 }
 
 Reply mapTerrainTexture(UnitViewSession& session, const Payload& payload) {
+    const Members members(payload);
     TerrainRequest request;
-    request.x = payload.integer("x").value_or(0);
-    request.z = payload.integer("z").value_or(0);
-    request.width = payload.integer("width").value_or(0);
-    request.height = payload.integer("height").value_or(0);
-    request.scale = payload.integer("scale");
+    request.x = decodePixels(members, "x");
+    request.z = decodePixels(members, "z");
+    request.width = decodePixels(members, "width");
+    request.height = decodePixels(members, "height");
+    request.scale = members.whole("scale");
     auto [x, z, scale, picture] =
         readTerrainTexture(session.requireMap(), session.palette(), request);
     return {{{"x", x},

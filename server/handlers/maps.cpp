@@ -22,17 +22,17 @@ struct Spawn {
     std::optional<MapOrder> order;
 };
 
-Spawn decodeSpawn(const Payload& payload) {
+Spawn decodeSpawn(const Members& payload) {
     Spawn spawn;
     UnitSpawn& unit = spawn.unit;
     unit.unit = payload.text("unit").value_or("");
     spawn.feature.feature = payload.text("feature").value_or("");
     const auto x = payload.number("x"), z = payload.number("z");
     unit.player = static_cast<std::int32_t>(
-        std::clamp<std::int64_t>(payload.integer("player").value_or(1), 1, sim::kPlayerCount));
+        std::clamp<std::int64_t>(payload.whole("player").value_or(1), 1, sim::kPlayerCount));
     unit.headingRadians = payload.number("heading").value_or(0);
     unit.count = static_cast<std::size_t>(
-        std::clamp<std::int64_t>(payload.integer("count").value_or(1), 1, kMaxSpawnCount));
+        std::clamp<std::int64_t>(payload.whole("count").value_or(1), 1, kMaxSpawnCount));
     unit.buildFraction = std::clamp(payload.number("buildFraction").value_or(1), 0.0, 1.0);
     unit.healthPercent =
         static_cast<float>(std::clamp(payload.number("health").value_or(100), 1.0, 100.0));
@@ -43,6 +43,8 @@ Spawn decodeSpawn(const Payload& payload) {
 
     if (unit.unit.empty() && spawn.feature.feature.empty())
         throw RequestError("unit name is required");
+    if (!unit.unit.empty() && !spawn.feature.feature.empty())
+        throw RequestError("unit or feature, not both");
     if (!x || !z) throw RequestError("x and z are required");
     if (order) spawn.order = orderOfMembers(std::move(*order));
     unit.x = spawn.feature.x = *x;
@@ -74,20 +76,20 @@ json encodeSpawnedFeature(const sim::Feature& feature) {
 /// What a snapshot asks for.
 struct SnapshotRequest {
     std::optional<std::vector<std::int64_t>> unitIds;
-    std::optional<std::int64_t> player;
+    std::optional<std::int32_t> player;
     bool withPieces = false;
     /// Pieces of those units only whose pose changed after this tick.
     std::optional<std::int64_t> since;
     bool withFeatures = false;
 };
 
-SnapshotRequest decodeSnapshot(const Payload& payload) {
+SnapshotRequest decodeSnapshot(const Members& members) {
     SnapshotRequest request;
-    request.unitIds = payload.integers("unitIds");
-    request.player = payload.integer("player");
-    request.withPieces = payload.flag("pieces").value_or(false);
-    request.since = payload.integer("since");
-    request.withFeatures = payload.flag("features").value_or(false);
+    request.unitIds = decodeIds(members, "unitIds");
+    request.withPieces = members.flag("pieces").value_or(false);
+    request.since = members.whole("since");
+    request.withFeatures = members.flag("features").value_or(false);
+    request.player = decodePlayer(members);
     if (request.unitIds) std::ranges::sort(*request.unitIds);
     return request;
 }
@@ -95,9 +97,7 @@ SnapshotRequest decodeSnapshot(const Payload& payload) {
 bool isAskedFor(const SnapshotRequest& request, const sim::World& world, const sim::Unit& unit) {
     if (request.unitIds && !std::ranges::binary_search(*request.unitIds, std::int64_t{unit.id}))
         return false;
-    return !request.player ||
-           world.isSeenBy(unit, static_cast<std::int32_t>(std::clamp<std::int64_t>(
-                                    *request.player, 0, sim::kPlayerCount + 1)));
+    return !request.player || world.isSeenBy(unit, *request.player);
 }
 
 /// What came onto the map after it was loaded, and what left it.
@@ -122,14 +122,16 @@ Reply mapList(UnitViewSession& session, const Payload&) {
 }
 
 Reply mapLoad(UnitViewSession& session, const Payload& payload) {
+    const Members members(payload);
     MapRequest request;
-    request.name = payload.text("name").value_or("");
-    request.schema = payload.integer("schema").value_or(0);
-    request.placesUnits = payload.flag("placeUnits").value_or(true);
-    request.seed = static_cast<std::uint64_t>(payload.integer("seed").value_or(1));
-    if (const auto threads = payload.integer("threads"))
+    request.name = members.text("name").value_or("");
+    request.schema = members.whole("schema");
+    request.placesUnits = members.flag("placeUnits").value_or(true);
+    request.seed = static_cast<std::uint64_t>(members.whole("seed").value_or(1));
+    if (const auto threads = members.whole("threads"))
         request.threads =
             static_cast<std::size_t>(std::clamp<std::int64_t>(*threads, 1, kMaxThreads));
+    members.flag("progress");  // only what it must be
     return {encodeLoadedMap(session.loadMap(request, payload.progress()))};
 }
 
@@ -138,7 +140,7 @@ Reply mapExit(UnitViewSession& session, const Payload&) {
 }
 
 Reply mapSpawn(UnitViewSession& session, const Payload& payload) {
-    const Spawn spawn = decodeSpawn(payload);
+    const Spawn spawn = decodeSpawn(Members(payload));
     return {session.changeMap([&](LoadedMap& map) {
         if (spawn.unit.unit.empty())
             return encodeSpawnedFeature(spawnFeature(map, session.data(), spawn.feature));
@@ -152,7 +154,7 @@ Reply mapSpawn(UnitViewSession& session, const Payload& payload) {
 }
 
 Reply mapSnapshot(UnitViewSession& session, const Payload& payload) {
-    const SnapshotRequest request = decodeSnapshot(payload);
+    const SnapshotRequest request = decodeSnapshot(Members(payload));
     const LoadedMap& map = session.requireMap();
     const sim::World& world = map.world;
     const auto isPoseAskedFor = [&](const sim::Unit& unit) {

@@ -126,6 +126,11 @@ bool canReach(const WorldParts& world, const WeaponType& weapon, const Unit& tar
     return !isUnderWater(world, target);
 }
 
+bool canReach(const WorldParts& world, const WeaponType& weapon, GroundPoint place) {
+    if (weapon.isWaterWeapon) return world.frame.terrain.groundHeight(place) < seaLevel(world);
+    return !weapon.isOnlyForAircraft;
+}
+
 bool isInRange(const WorldParts& world, const Unit& unit, const WeaponType& weapon,
                const AimTarget& target) {
     Vector way = target.point - unit.position();

@@ -34,6 +34,7 @@ std::optional<AimTarget> targetOf(const WorldParts& world, const WeaponState& we
 /// Whether what a weapon fires gets there at all: it hits aircraft, ships and what is under water
 /// as its definition says.
 bool canReach(const WorldParts& world, const WeaponType& weapon, const Unit& target);
+bool canReach(const WorldParts& world, const WeaponType& weapon, GroundPoint place);
 
 /// Between the middles: in the plane, and in space to and from what swims or flies.
 bool isInRange(const WorldParts& world, const Unit& unit, const WeaponType& weapon,

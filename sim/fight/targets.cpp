@@ -3,6 +3,8 @@
 #include <vector>
 
 #include "sim/fight/aiming.h"
+#include "sim/fight/attacks.h"
+#include "sim/fight/obstacles.h"
 #include "sim/fight/weapons.h"
 #include "sim/phases.h"
 
@@ -63,15 +65,13 @@ UnitRef chooseTarget(const WorldParts& world, UnitFinder& finder, const Unit& un
     return isNear ? attacker->ref() : UnitRef();
 }
 
-/// Whether an order to attack is meant for a weapon, which can carry it out.
-bool isMeant(const WorldParts& world, const Unit& unit, const UnitWish::Attack& attack,
-             std::size_t slot) {
-    const WeaponType& weapon = *unit.type->weapons[slot];
-    if (weapon.isCommandFire && !attack.isCommand) return false;
-    if (attack.slot >= 0 && attack.slot != static_cast<std::int32_t>(slot)) return false;
-    if (!attack.target) return !weapon.isOnlyForAircraft;
-    const Unit* const target = world.state.units.find(attack.target);
-    return target && target != &unit && target->isPresent() && canReach(world, weapon, *target);
+/// What an order names, as one weapon aims at it: shots at a place on the water end on it, but for
+/// those that run in it.
+AimWish wishFor(const WorldParts& world, const WeaponType& weapon, const UnitWish::Attack& attack) {
+    if (attack.target) return {AimKind::unit, true, attack.target, {}};
+    const Medium medium = weapon.isWaterWeapon ? Medium::water : Medium::air;
+    const auto& [x, z] = attack.place;
+    return {AimKind::place, true, {}, {x, floorHeight(world, attack.place, medium), z}};
 }
 
 /// What an order names is aimed at now; who has to look for something is noted. A weapon looks in
@@ -79,10 +79,8 @@ bool isMeant(const WorldParts& world, const Unit& unit, const UnitWish::Attack& 
 void plan(WorldParts& world, TickScratch& scratch, Unit& unit, std::size_t slot) {
     const WeaponState& weapon = unit.weapons[slot];
     const auto& attack = scratch.wishes[unit.slot()].attack;
-    if (attack && isMeant(world, unit, *attack, slot))
-        return aimAt(
-            world, unit, slot,
-            {attack->target ? AimKind::unit : AimKind::place, true, attack->target, attack->place});
+    if (attack && faultOf(world, unit, *attack, slot) == WeaponFault::none)
+        return aimAt(world, unit, slot, wishFor(world, *unit.type->weapons[slot], *attack));
     const bool isDue = (world.state.tick + static_cast<Tick>(unit.id)) % rules::kSearchEvery == 0;
     const Unit* const target = world.state.units.find(weapon.target);
     const bool isGone =

@@ -100,7 +100,8 @@ void lookWithoutScript(WorldParts& world, Unit& unit, std::size_t slot, const Bo
     const bool points = isWithin({}, wish.heading, type.tolerance);
     if (points && !weapon.isAimed) becomeAimed(world, unit, slot);
     weapon.isAimed = points;
-    if (!points) tellFailure(world, unit, slot, AimFailure::noScript);
+    const bool turns = unit.type->canMove && unit.type->movement.turnRate > 0;
+    if (!points && !turns) tellFailure(world, unit, slot, AimFailure::noScript);
 }
 
 AimSolution solve(WorldParts& world, Unit& unit, std::size_t slot, const AimTarget& target) {

@@ -86,7 +86,7 @@ SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& c
             return !isOneOf(kVentLetters, letterAt(type, cells, cell)) || ground.isVent(cell);
         }))
         return SiteFault::noVent;
-    if (!solid([&](Cell cell) { return ground.occupancy.isFree(cell); }))
+    if (!solid([&](Cell cell) { return ground.occupancy.isFreeFor(ground.mover, {cell, 1, 1}); }))
         return SiteFault::occupied;
     return SiteFault::none;
 }

@@ -21,6 +21,8 @@ struct Ground {
     const Occupancy& occupancy;
     /// A flag a cell.
     const std::vector<bool>& vents;
+    /// Who is to move there: what he has counts as free.
+    CellOwner mover = {};
 
     bool isVent(Cell cell) const {
         return vents[static_cast<std::size_t>(cell.z) * static_cast<std::size_t>(terrain.cellsX()) +

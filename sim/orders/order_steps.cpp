@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "sim/fight/weapon_type.h"
+#include "sim/fight/attacks.h"
 #include "sim/orders/work_orders.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
@@ -48,17 +48,6 @@ OrderProgress move(Unit& unit, const Order& order, UnitWish& wish) {
     return kUnderWay;
 }
 
-/// The shortest range of the weapons that are meant: from there all of them reach.
-Fixed rangeOf(const UnitType& type, std::int8_t slot) {
-    std::optional<Fixed> shortest;
-    for (std::size_t i = 0; i < type.weapons.size(); ++i)
-        if (type.weapons[i] && !type.weapons[i]->isCommandFire &&
-            (slot < 0 || static_cast<std::size_t>(slot) == i))
-            shortest =
-                shortest ? std::min(*shortest, type.weapons[i]->range) : type.weapons[i]->range;
-    return shortest.value_or(Fixed());
-}
-
 /// None of the weapons that are to attack could hit from where the unit is.
 bool lacksShot(const Unit& unit, std::int8_t slot) {
     bool lacks = false;
@@ -84,24 +73,30 @@ void seekShot(const WorldParts& world, Unit& unit, GroundPoint place, UnitWish& 
 OrderProgress attack(const WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
     const Unit* const target = world.state.units.find(order.target);
     if (order.target && (!target || target->isDying)) return kDone;
+    if (target && !target->isPresent()) return failedFor(OrderFailure::targetGone);
     const bool isCommand = order.kind == OrderKind::fire;
     if (isCommand && order.hasFired) return kDone;
-    const Vector place =
-        target ? target->position() : Vector{order.place.x, order.altitude, order.place.z};
-    wish.attack = {order.target, place, order.slot, isCommand};
+    const GroundPoint place = target ? target->place : order.place;
+    const UnitWish::Attack attack{order.target, place, order.slot, isCommand};
+    // It has got where none of the weapons gets to.
+    if (faultOf(world, unit, attack) != WeaponFault::none)
+        return failedFor(OrderFailure::cannotReach);
+    wish.attack = attack;
     if (isCommand || !unit.type->canMove) return kUnderWay;
 
-    const Fixed reach =
-        std::max(rangeOf(*unit.type, order.slot) - rules::kAttackMargin, rules::kAttackMargin);
-    if (isWithin(unit, {place.x, place.z}, reach)) {
+    const Ranges ranges = rangesOf(world, unit, attack);
+    if (isWithin(unit, place,
+                 std::max(ranges.shortest - rules::kAttackMargin, rules::kAttackMargin))) {
         if (lacksShot(unit, order.slot))
-            seekShot(world, unit, {place.x, place.z}, wish);
+            seekShot(world, unit, place, wish);
         else
             unit.motion.arrival = Arrival::underWay;
         return kUnderWay;
     }
     if (unit.motion.arrival == Arrival::givenUp) return failedFor(OrderFailure::blocked);
-    wish.goal = wish.gathering = {place.x, place.z};
+    if (unit.motion.arrival == Arrival::elsewhere && !isWithin(unit, place, ranges.longest))
+        return failedFor(OrderFailure::noWay);
+    wish.goal = wish.gathering = place;
     return kUnderWay;
 }
 
@@ -111,7 +106,7 @@ OrderProgress guard(WorldParts& world, Unit& unit, const Order& order, UnitWish&
     const Unit* const enemy = world.state.units.find(ward->lastAttacker);
     if (enemy && enemy->player != unit.player &&
         world.state.tick - ward->lastAttackedAt < rules::kGuardMemory)
-        wish.attack = {enemy->ref(), enemy->position(), -1, false};
+        wish.attack = {enemy->ref(), enemy->place, -1, false};
     if (help(world, unit, *ward, wish)) return kUnderWay;
     if (!isWithin(unit, ward->place, rules::kGuardDistance)) goAfter(wish, *ward);
     return kUnderWay;

@@ -6,6 +6,7 @@
 #include "io/ascii.h"
 #include "sim/fight/aim_points.h"
 #include "sim/fight/aiming.h"
+#include "sim/fight/attacks.h"
 #include "sim/motion/giving_way.h"
 #include "sim/motion/ground_motion.h"
 #include "sim/orders/formation.h"
@@ -13,6 +14,7 @@
 #include "sim/rules.h"
 #include "sim/scripts/script_host.h"
 #include "sim/units/births.h"
+#include "sim/work/generators.h"
 #include "sim/work/work.h"
 
 namespace orb::sim {
@@ -68,11 +70,14 @@ void countDown(WorldParts& world, TickScratch& scratch, Unit& unit) {
 }
 
 void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) {
-    if (request.place) moveUnitTo(world, unit, *request.place);
+    moveUnitTo(world, unit, standingPlace(*unit.type, *request.place));
     if (request.hasHeading) unit.heading = request.heading;
     if (!unit.type->isBuilding) settleOnGround(world, unit);
     unit.motion.speed = {};
     unit.motion.beginAnew();
+    if (unit.type->economy.extracts())
+        unit.labour.groundMetal = groundMetal(world.frame, unit.cells());
+    if (unit.isBuilt()) tellGenerator(world, unit);
 }
 
 void startNamedScript(WorldParts& world, Unit& unit, const OrderRequest& request) {
@@ -83,7 +88,8 @@ void startNamedScript(WorldParts& world, Unit& unit, const OrderRequest& request
 void damageUnit(WorldParts&, TickScratch& scratch, Unit& unit, const OrderRequest& request) {
     Damage damage;
     damage.victim = unit.ref();
-    damage.amount = Amount::fromNumber(request.value);
+    damage.amount =
+        std::clamp(Amount::fromNumber(request.value), Amount(), Amount::fromInt(kMaxDamage));
     if (request.place)
         damage.heading =
             headingOf(unit.place.x - request.place->x, unit.place.z - request.place->z);
@@ -94,7 +100,7 @@ void actAtOnce(WorldParts& world, TickScratch& scratch, Unit& unit, const OrderR
     switch (request.kind) {
         case OrderKind::stop:
             unit.orders.clear();
-            return;
+            return unit.motion.beginAnew();
         case OrderKind::activate:
         case OrderKind::deactivate:
             return switchUnit(world, unit, request.kind == OrderKind::activate);
@@ -129,10 +135,81 @@ bool mayBuild(const UnitType& builder, const UnitType& product) {
     });
 }
 
-bool hasWeapon(const UnitType& type, std::int8_t slot) {
-    const auto isThere = [&](const auto& weapon) { return weapon != nullptr; };
-    return slot < 0 ? std::ranges::any_of(type.weapons, isThere)
-                    : isThere(type.weapons.at(static_cast<std::size_t>(slot)));
+/// Whether what the order names is there, and somebody else who can be got at.
+bool isTargetThere(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
+    if (request.feature && !findFeature(world, *request.feature)) return false;
+    if (!request.target) return true;
+    const Unit* const target = world.state.units.withId(*request.target);
+    const bool mustBePresent = request.kind != OrderKind::guard;
+    return target && target != &unit && (!mustBePresent || target->isPresent());
+}
+
+UnitWish::Attack attackOf(const WorldParts& world, const OrderRequest& request) {
+    UnitWish::Attack attack;
+    attack.slot = request.slot;
+    attack.isCommand = request.kind == OrderKind::fire;
+    if (request.target)
+        attack.target = world.state.units.withId(*request.target)->ref();
+    else
+        attack.place = *request.place;
+    return attack;
+}
+
+/// One of the weapons that are meant and able reaches from where the unit is.
+bool reachesFromHere(const WorldParts& world, const Unit& unit, const UnitWish::Attack& attack) {
+    const Unit* const target = world.state.units.find(attack.target);
+    const GroundPoint place = attack.place;
+    const AimTarget aim =
+        target ? AimTarget{hitCenter(world, *target), target}
+               : AimTarget{{place.x, world.frame.terrain.groundHeight(place), place.z}, nullptr};
+    for (std::size_t slot = 0; slot < kWeaponSlots; ++slot)
+        if (faultOf(world, unit, attack, slot) == WeaponFault::none &&
+            isInRange(world, unit, *unit.type->weapons[slot], aim))
+            return true;
+    return false;
+}
+
+OrderRefusal testWeapons(const WorldParts& world, const Unit& unit,
+                         const UnitWish::Attack& attack) {
+    switch (faultOf(world, unit, attack)) {
+        case WeaponFault::notThere:
+            return OrderRefusal::noWeapon;
+        case WeaponFault::onlyOnCommand:
+            return OrderRefusal::onlyOnCommand;
+        case WeaponFault::cannotReach:
+            return OrderRefusal::cannotReach;
+        case WeaponFault::none:
+            break;
+    }
+    return OrderRefusal::none;
+}
+
+bool patrols(const Unit& unit) {
+    return std::ranges::any_of(unit.orders,
+                               [](const Order& order) { return order.kind == OrderKind::patrol; });
+}
+
+/// Who patrols alone between one place and another begins where he is: two orders.
+bool hasRoom(const Unit& unit, const OrderRequest& request) {
+    const std::size_t more = request.kind == OrderKind::patrol && !patrols(unit) ? 2 : 1;
+    return !request.isQueued || unit.orders.size() + more <= kMaxOrders;
+}
+
+/// Of those that act at once.
+OrderAnswer testDeed(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
+    if (request.kind == OrderKind::place)
+        return OrderAnswer(testMove(world, unit, *request.place, request.isForced));
+    if (request.kind == OrderKind::script) {
+        const unitview::CobInstance* const instance = world.state.scripts.of(unit);
+        if (instance && isFullOfThreads(*instance)) return OrderRefusal::tooManyThreads;
+    }
+    return OrderRefusal::none;
+}
+
+/// Nothing gets at whoever is aboard of somebody.
+bool isOutOfReach(const Unit& unit, const OrderRequest& request) {
+    return unit.carrier && (orderRule(request.kind).joinsQueue ||
+                            request.kind == OrderKind::place || request.kind == OrderKind::damage);
 }
 
 /// Whether a unit has the tools for what it is to do.
@@ -152,41 +229,26 @@ bool canWork(const UnitType& type, const OrderRequest& request) {
     }
 }
 
-/// One of the weapons that are meant reaches from where the unit is.
-bool reaches(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
-    const Unit* const target = request.target ? world.state.units.withId(*request.target) : nullptr;
-    AimTarget aim;
-    if (target)
-        aim = {hitCenter(world, *target), target};
-    else if (request.place)
-        aim.point = {request.place->x, world.frame.terrain.groundHeight(*request.place),
-                     request.place->z};
-    for (std::size_t slot = 0; slot < kWeaponSlots; ++slot) {
-        const auto& weapon = unit.type->weapons[slot];
-        const bool isMeant = request.slot < 0 || static_cast<std::size_t>(request.slot) == slot;
-        if (weapon && isMeant && isInRange(world, unit, *weapon, aim)) return true;
-    }
-    return false;
-}
-
-OrderRefusal testOrder(const WorldParts& world, const Unit* unit, const OrderRequest& request) {
+OrderAnswer testOrder(const WorldParts& world, const Unit* unit, const OrderRequest& request) {
     const OrderRule& rule = orderRule(request.kind);
     if (!unit || unit->isDying) return OrderRefusal::noSuchUnit;
-    if (request.target && !world.state.units.withId(*request.target))
-        return OrderRefusal::noSuchTarget;
-    if (request.feature && !findFeature(world, *request.feature)) return OrderRefusal::noSuchTarget;
+    if (!isTargetThere(world, *unit, request)) return OrderRefusal::noSuchTarget;
     if (request.kind == OrderKind::move && unit->type->sendsProducts) return OrderRefusal::none;
     if (rule.needsMobility && !unit->type->canMove) return OrderRefusal::cannotMove;
     if (rule.needsTools && !canWork(*unit->type, request)) return OrderRefusal::cannotWork;
     if (request.kind == OrderKind::build && !unit->type->isBuilding && !request.place)
         return OrderRefusal::needsPlace;
-    if (rule.needsWeapon && !hasWeapon(*unit->type, request.slot)) return OrderRefusal::noWeapon;
+    if (rule.needsWeapon)
+        if (const auto refusal = testWeapons(world, *unit, attackOf(world, request));
+            refusal != OrderRefusal::none)
+            return refusal;
     if (rule.needsBuilt && !unit->isBuilt()) return OrderRefusal::notBuilt;
-    if (rule.needsWeapon && !unit->type->canMove && !reaches(world, *unit, request))
+    if (rule.needsWeapon && !unit->type->canMove &&
+        !reachesFromHere(world, *unit, attackOf(world, request)))
         return OrderRefusal::outOfRange;
-    if (rule.joinsQueue && request.isQueued && unit->orders.size() >= kMaxOrders)
-        return OrderRefusal::queueFull;
-    return OrderRefusal::none;
+    if (isOutOfReach(*unit, request)) return OrderRefusal::carried;
+    if (!rule.joinsQueue) return testDeed(world, *unit, request);
+    return hasRoom(*unit, request) ? OrderRefusal::none : OrderRefusal::queueFull;
 }
 
 /// The place of a type among what was ever ordered. What it needs to walk is made now, not when it
@@ -204,10 +266,7 @@ Order orderOf(WorldParts& world, const OrderRequest& request) {
     Order order;
     order.kind = request.kind;
     order.slot = request.slot;
-    if (request.place) {
-        order.place = order.gathering = *request.place;
-        order.altitude = world.frame.terrain.groundHeight(*request.place);
-    }
+    if (request.place) order.place = order.gathering = *request.place;
     if (request.feature && findFeature(world, *request.feature))
         order.feature = static_cast<std::uint32_t>(*request.feature);
     if (request.product) {
@@ -228,10 +287,8 @@ void setRally(Unit& factory, GroundPoint place) {
 
 void queueOrder(Unit& unit, const Order& order, bool isQueued) {
     if (!isQueued) unit.orders.clear();
-    // Who patrols alone between one place and another begins where he is.
-    if (order.kind == OrderKind::patrol &&
-        std::ranges::none_of(unit.orders,
-                             [](const Order& other) { return other.kind == OrderKind::patrol; })) {
+    if (unit.orders.empty()) unit.motion.beginAnew();
+    if (order.kind == OrderKind::patrol && !patrols(unit)) {
         Order start = order;
         start.place = start.gathering = unit.place;
         unit.orders.push_back(order);
@@ -239,7 +296,6 @@ void queueOrder(Unit& unit, const Order& order, bool isQueued) {
     } else {
         unit.orders.push_back(order);
     }
-    if (!isQueued) unit.motion.beginAnew();
 }
 
 }  // namespace
@@ -265,7 +321,7 @@ const OrderRule& orderRule(OrderKind kind) {
         atOnce(),                 // moveState
         atOnce(),                 // fireState
         atOnce(),                 // selfDestruct
-        atOnce(),                 // damage
+        atOnce(Aim::maybePlace),  // damage
         atOnce(),                 // kill
         atOnce(),                 // finish
         atOnce(Aim::place),       // place
@@ -276,25 +332,23 @@ const OrderRule& orderRule(OrderKind kind) {
     return kRules.at(static_cast<std::size_t>(kind));
 }
 
-std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
-                                    std::span<const std::int64_t> unitIds,
-                                    const OrderRequest& request) {
-    std::vector<OrderRefusal> answers;
+std::vector<OrderAnswer> giveOrder(WorldParts& world, TickScratch& scratch,
+                                   std::span<const std::int64_t> unitIds,
+                                   const OrderRequest& request) {
+    std::vector<OrderAnswer> answers;
     std::vector<Unit*> takers;
-    std::vector<bool> takes(world.state.units.slotCount());
     answers.reserve(unitIds.size());
     for (const std::int64_t id : unitIds) {
         Unit* const unit = world.state.units.withId(id);
         answers.push_back(testOrder(world, unit, request));
-        if (answers.back() != OrderRefusal::none) continue;
+        if (!answers.back().isTaken()) continue;
         if (request.kind == OrderKind::move && unit->type->sendsProducts) {
             setRally(*unit, *request.place);
         } else if (orderRule(request.kind).joinsQueue) {
-            // Who is named twice gets it once.
-            if (!takes[unit->slot()]) takers.push_back(unit);
-            takes[unit->slot()] = true;
-        } else
+            takers.push_back(unit);
+        } else {
             actAtOnce(world, scratch, *unit, request);
+        }
     }
     const Order order = orderOf(world, request);
     const bool spreads = request.kind == OrderKind::move || request.kind == OrderKind::patrol;

@@ -26,12 +26,14 @@ struct OrderRequest {
     std::int32_t count = 1;
     /// Builders build also what is in none of their menus.
     bool isUnrestricted = false;
-    /// What the kind makes of it: a state, hit points, a severity.
+    /// What the kind makes of it: a state from 0 to 2, hit points from 0, a severity.
     double value = 0;
     Angle heading = {};
     bool hasHeading = false;
     /// Behind the orders that there are, not in their place.
     bool isQueued = false;
+    /// Puts units where they cannot stand.
+    bool isForced = false;
     /// Of a script that is to be started.
     std::string script;
     std::vector<std::int32_t> arguments;
@@ -39,7 +41,7 @@ struct OrderRequest {
 
 /// What an order must be given with, and what it needs of its unit.
 struct OrderRule {
-    enum class Aim : std::uint8_t { none, place, target, targetOrPlace, product };
+    enum class Aim : std::uint8_t { none, place, maybePlace, target, targetOrPlace, product };
     Aim aim = Aim::none;
     bool needsMobility = false;
     bool needsWeapon = false;
@@ -50,6 +52,9 @@ struct OrderRule {
     bool joinsQueue = false;
     /// The world can carry it out.
     bool isKnown = true;
+
+    bool takesPlace() const { return aim != Aim::none && aim != Aim::target; }
+    bool takesTarget() const { return aim == Aim::target || aim == Aim::targetOrPlace; }
 };
 const OrderRule& orderRule(OrderKind kind);
 
@@ -57,22 +62,45 @@ const OrderRule& orderRule(OrderKind kind);
 enum class OrderRefusal : std::uint8_t {
     none,
     noSuchUnit,
+    /// Nobody has that id, or it is the unit itself or aboard of somebody.
     noSuchTarget,
     cannotMove,
     noWeapon,
+    onlyOnCommand,
+    cannotReach,
     queueFull,
     notBuilt,
     cannotWork,
     needsPlace,
     /// Of what attacks from where it stands for good.
     outOfRange,
+    /// It is aboard of somebody.
+    carried,
+    cannotPlace,
+    tooManyThreads,
 };
 
-/// Gives the order to the units of those ids; one answer for each, in their order. What it asks for
-/// is there as its rule says, and its place lies on the map. Between ticks only.
-std::vector<OrderRefusal> giveOrder(WorldParts& world, TickScratch& scratch,
-                                    std::span<const std::int64_t> unitIds,
-                                    const OrderRequest& request);
+/// What a unit answers to an order.
+struct OrderAnswer {
+    OrderRefusal refusal = OrderRefusal::none;
+    /// Why it cannot be placed there.
+    SiteFault fault = SiteFault::none;
+
+    OrderAnswer() = default;
+    OrderAnswer(OrderRefusal why) : refusal(why) {}
+    explicit OrderAnswer(SiteFault why)
+        : refusal(why == SiteFault::none ? OrderRefusal::none : OrderRefusal::cannotPlace),
+          fault(why) {}
+    bool isTaken() const { return refusal == OrderRefusal::none; }
+    bool operator==(const OrderAnswer&) const = default;
+};
+
+/// Gives the order to the units of those ids, none of which comes twice; one answer for each, in
+/// their order. What it asks for is there as its rule says, and its place lies on the map. Between
+/// ticks only.
+std::vector<OrderAnswer> giveOrder(WorldParts& world, TickScratch& scratch,
+                                   std::span<const std::int64_t> unitIds,
+                                   const OrderRequest& request);
 
 /// Switches a unit as somebody orders it: with its scripts.
 void switchUnit(WorldParts& world, Unit& unit, bool on);

@@ -239,7 +239,7 @@ OrderProgress buildInYard(WorldParts& world, TickScratch& scratch, Unit& unit, O
 
 OrderProgress repair(WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
     const Unit* const target = world.state.units.find(order.target);
-    if (!target || target->isDying) return failedFor(OrderFailure::targetGone);
+    if (!target || !target->isPresent()) return failedFor(OrderFailure::targetGone);
     if (isWhole(*target)) return kDone;
     return workOn(world, unit, mending(*target), *target, wish);
 }
@@ -260,7 +260,7 @@ OrderProgress reclaim(WorldParts& world, Unit& unit, const Order& order, UnitWis
 
 OrderProgress capture(WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
     const Unit* const target = world.state.units.find(order.target);
-    if (!target || target->isDying) return failedFor(OrderFailure::targetGone);
+    if (!target || !target->isPresent()) return failedFor(OrderFailure::targetGone);
     if (target->player == unit.player) return kDone;
     return workOn(world, unit, Kind::capture, *target, wish);
 }

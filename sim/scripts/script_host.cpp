@@ -120,6 +120,10 @@ void setUpScript(WorldParts& world, Unit& unit) {
     tellScriptOfWeapons(world, unit);
 }
 
+bool isFullOfThreads(const CobInstance& instance) {
+    return instance.threads.size() >= unitview::kMaxConcurrentThreadsPerUnit + kMaxStartedThreads;
+}
+
 bool startScriptIfThere(WorldParts& world, const Unit& unit, UnitScript script,
                         std::span<const std::int32_t> arguments) {
     return unit.type->indexOf(script) >= 0 && startScript(world, unit, script, arguments);
@@ -134,8 +138,7 @@ bool startScript(WorldParts& world, const Unit& unit, UnitScript script,
         world.tellMissing(unit, script);
         return false;
     }
-    if (instance->threads.size() >= unitview::kMaxConcurrentThreadsPerUnit + kMaxStartedThreads)
-        return false;
+    if (isFullOfThreads(*instance)) return false;
     return CobVm(*instance).startScript(static_cast<std::size_t>(index), arguments, callId);
 }
 

@@ -20,6 +20,9 @@ inline constexpr std::size_t kMaxStartedThreads = 64;
 /// type's script was replaced.
 void setUpScript(WorldParts& world, Unit& unit);
 
+/// The world starts no more threads in it for now.
+bool isFullOfThreads(const unitview::CobInstance& instance);
+
 /// Starts a script of the unit in a thread of its own that first runs when scripts next do; local i
 /// is argument i. With a `callId` its end comes into `TickScratch::endedCalls` of that tick. False,
 /// and told once a type, when the unit lacks the script; false as well for a unit that is full of

@@ -15,11 +15,6 @@ CellRect cellsOf(const UnitBirth& birth) {
     return footprintAt(birth.place, birth.type->footprintX, birth.type->footprintZ);
 }
 
-/// Where the unit's middle comes to be.
-GroundPoint placeOf(const UnitBirth& birth) {
-    return birth.type->isBuilding ? cellsOf(birth).center() : birth.place;
-}
-
 Amount healthOf(const UnitType& type, float percent) {
     const double share = std::clamp<double>(percent, 0, 100) / 100;
     return Amount::fromInt(
@@ -68,11 +63,24 @@ void releaseCells(WorldParts& world, const Unit& unit) {
     releaseAll(world, unit.cells(), ownerOf(unit));
 }
 
+GroundPoint standingPlace(const UnitType& type, GroundPoint place) {
+    return type.isBuilding ? footprintAt(place, type.footprintX, type.footprintZ).center() : place;
+}
+
 SiteFault testUnit(const WorldParts& world, const UnitBirth& birth) {
-    if (!world.frame.terrain.contains(placeOf(birth))) return SiteFault::outside;
+    if (!world.frame.terrain.contains(standingPlace(*birth.type, birth.place)))
+        return SiteFault::outside;
     if (birth.isForced) return SiteFault::none;
     return testSite({world.frame.terrain, world.state.occupancy, world.frame.vents}, *birth.type,
                     cellsOf(birth));
+}
+
+SiteFault testMove(const WorldParts& world, const Unit& unit, GroundPoint place, bool isForced) {
+    const UnitType& type = *unit.type;
+    if (!world.frame.terrain.contains(standingPlace(type, place))) return SiteFault::outside;
+    if (isForced) return SiteFault::none;
+    return testSite({world.frame.terrain, world.state.occupancy, world.frame.vents, ownerOf(unit)},
+                    type, footprintAt(place, type.footprintX, type.footprintZ));
 }
 
 Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
@@ -80,7 +88,7 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
     Unit& unit = world.state.units.add(world.state.tick);
     unit.type = birth.type;
     unit.player = birth.player;
-    unit.place = placeOf(birth);
+    unit.place = standingPlace(type, birth.place);
     unit.altitude = restingAltitude(world.frame.terrain, type, unit.place);
     unit.heading = birth.heading;
     unit.health = healthOf(type, birth.healthPercent);

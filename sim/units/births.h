@@ -24,6 +24,12 @@ struct UnitBirth {
 /// Why the unit cannot be placed, or none. A forced one only has to be on the map.
 SiteFault testUnit(const WorldParts& world, const UnitBirth& birth);
 
+/// The same of a unit that is there and is to be put elsewhere: what it has itself is free.
+SiteFault testMove(const WorldParts& world, const Unit& unit, GroundPoint place, bool isForced);
+
+/// Where the middle of a unit comes to be that is put there: buildings stand on the grid.
+GroundPoint standingPlace(const UnitType& type, GroundPoint place);
+
 /// Places a unit that passes `testUnit`, while there is room. The one place where units begin.
 Unit& placeUnit(WorldParts& world, const UnitBirth& birth);
 

@@ -35,8 +35,8 @@ OrderRequest order(OrderKind kind, const Unit& target) {
     return request;
 }
 
-std::vector<OrderRefusal> answers(Battlefield& field, std::vector<std::int64_t> ids,
-                                  const OrderRequest& request) {
+using Answers = std::vector<OrderAnswer>;
+Answers answers(Battlefield& field, std::vector<std::int64_t> ids, const OrderRequest& request) {
     return giveOrder(field.world, field.scratch, ids, request);
 }
 
@@ -53,7 +53,6 @@ TEST(Orders, AreRefusedForAReason) {
     field.give(dead, order(OrderKind::remove));
     const std::vector<std::int64_t> all = {runner.id, post.id, turret.id, frame.id, deadId, -1};
 
-    using Answers = std::vector<OrderRefusal>;
     EXPECT_EQ(answers(field, all, order(OrderKind::move, 500, 500)),
               (Answers{none, cannotMove, cannotMove, notBuilt, noSuchUnit, noSuchUnit}));
     EXPECT_EQ(answers(field, all, order(OrderKind::attack, post)),
@@ -64,7 +63,6 @@ TEST(Orders, AreRefusedForAReason) {
     third.target = deadId;
     EXPECT_EQ(answers(field, {turret.id}, third), Answers{noSuchTarget});
     EXPECT_EQ(answers(field, {runner.id}, order(OrderKind::guard, post)), Answers{none});
-    // once given an order to nobody twice is an order once
     EXPECT_EQ(answers(field, {}, order(OrderKind::stop)), Answers{});
     for (std::size_t i = 1; i < kMaxOrders; ++i)
         EXPECT_EQ(answers(field, {runner.id}, order(OrderKind::move, 400, 400, true)),
@@ -73,6 +71,86 @@ TEST(Orders, AreRefusedForAReason) {
               Answers{queueFull});
     EXPECT_EQ(answers(field, {runner.id}, order(OrderKind::move, 400, 400)), Answers{none});
     EXPECT_EQ(runner.orders.size(), 1U);
+    // a patrol is two: there and back
+    for (std::size_t i = 1; i + 1 < kMaxOrders; ++i)
+        EXPECT_EQ(answers(field, {runner.id}, order(OrderKind::move, 400, 400, true)),
+                  Answers{none});
+    EXPECT_EQ(answers(field, {runner.id}, order(OrderKind::patrol, 400, 400, true)),
+              Answers{queueFull});
+    EXPECT_EQ(runner.orders.size(), kMaxOrders - 1);
+}
+
+TEST(Orders, AreRefusedWhenNoWeaponCanCarryThemOut) {
+    using enum OrderRefusal;
+    io::TntFile lake = flatMap(80, 80, 20, 60);
+    for (std::size_t z = 0; z < 80; ++z)
+        for (std::size_t x = 0; x < 40; ++x) cellOf(lake, x, z).height = 100;
+    Battlefield field(lake);
+    const auto make = [](auto change) {
+        auto weapon = weaponType(Flight::straight);
+        change(*weapon);
+        return weapon;
+    };
+    auto type = turretType(make([](WeaponType& weapon) { weapon.isWaterWeapon = true; }));
+    type->weapons[1] = make([](WeaponType& weapon) { weapon.isCommandFire = true; });
+    type->weapons[2] = make([](WeaponType& weapon) { weapon.isOnlyForAircraft = true; });
+    Unit& unit = field.place(type, 1, 320, 320);
+    Unit& dry = field.place(dummyType(), 2, 400, 320);
+    Unit& sunk = field.place(dummyType(), 2, 900, 320);
+    const auto answer = [&](OrderKind kind, const Unit& target, std::int8_t slot = -1) {
+        OrderRequest request = order(kind, target);
+        request.slot = slot;
+        return answers(field, {unit.id}, request)[0].refusal;
+    };
+    EXPECT_EQ(answer(OrderKind::attack, unit), noSuchTarget);
+    EXPECT_EQ(answer(OrderKind::attack, dry), cannotReach);
+    EXPECT_EQ(answer(OrderKind::attack, dry, 1), onlyOnCommand);
+    EXPECT_EQ(answer(OrderKind::fire, dry), none);
+    EXPECT_EQ(answer(OrderKind::attack, sunk, 0), none);
+    EXPECT_EQ(answer(OrderKind::attack, sunk, 2), cannotReach);
+    OrderRequest place = order(OrderKind::attack, 320, 500);
+    EXPECT_EQ(answers(field, {unit.id}, place), Answers{cannotReach});
+    place.place = at(900, 500);
+    EXPECT_EQ(answers(field, {unit.id}, place), Answers{none});
+
+    // what can be hit no more is given up, and so is who went aboard of somebody
+    EXPECT_EQ(answer(OrderKind::attack, sunk), none);
+    moveUnitTo(field.world, sunk, at(400, 500));
+    field.tick();
+    ASSERT_EQ(field.all<OrderFailed>().size(), 1U);
+    EXPECT_EQ(field.all<OrderFailed>()[0].reason, OrderFailure::cannotReach);
+    EXPECT_EQ(answer(OrderKind::fire, dry), none);
+    dry.carrier = unit.ref();
+    field.tick();
+    EXPECT_EQ(field.all<OrderFailed>().back().reason, OrderFailure::targetGone);
+    EXPECT_EQ(answer(OrderKind::fire, dry), noSuchTarget);
+    EXPECT_EQ(answers(field, {dry.id}, order(OrderKind::place, 500, 500)), Answers{carried});
+    EXPECT_EQ(answers(field, {dry.id}, order(OrderKind::stop)), Answers{none});
+}
+
+TEST(Orders, ToShootAtTheLakeHitItsSurface) {
+    Battlefield field(flatMap(80, 80, 20, 60));
+    Unit& unit = field.place(turretType(weaponType(Flight::straight)), 1, 640, 640);
+    unit.altitude = px(60);
+    field.give(unit, order(OrderKind::attack, 640, 840));
+    ASSERT_TRUE(field.tickUntil<Hit>(120));
+    EXPECT_NEAR(field.all<Hit>()[0].place.y.toNumber(), 60, 1);
+    EXPECT_NEAR(field.all<Hit>()[0].place.z.toNumber(), 840, 16);
+}
+
+TEST(Orders, AttackersAimAtWhatMoves) {
+    Battlefield field;
+    Unit& turret = field.place(turretType(weaponType(Flight::guided)), 1, 640, 640);
+    auto slow = runnerType();
+    slow->movement.maxSpeed = px(0.5);
+    Unit& target = field.place(slow, 2, 500, 800);
+    turret.standing.fire = 0;
+    field.give(target, order(OrderKind::move, 780, 800));
+    field.give(turret, order(OrderKind::attack, target));
+    field.tick(120);
+    // a shot a second once it is aimed
+    EXPECT_GE(field.all<Fired>().size(), 2U);
+    EXPECT_LE(field.all<Aimed>().size(), 12U);
 }
 
 TEST(Orders, FollowEachOtherInTheQueue) {
@@ -214,11 +292,24 @@ TEST(Orders, PreviewsActAtOnce) {
     field.give(frame, place);
     EXPECT_EQ(frame.place, at(800, 640));
     EXPECT_EQ(frame.heading, Angle::fromDegrees(90));
+    // on the grid, and where it can stand; it may stay where it is
+    Unit& other = field.place(type, 1, 900, 640);
+    place.place = at(805, 643);
+    EXPECT_EQ(answers(field, {frame.id}, place)[0].refusal, OrderRefusal::none);
+    EXPECT_EQ(frame.place, at(800, 640));
+    EXPECT_EQ(answers(field, {other.id}, place)[0].fault, SiteFault::occupied);
+    EXPECT_EQ(other.place, at(896, 640));
+    place.isForced = true;
+    EXPECT_EQ(answers(field, {other.id}, place)[0].refusal, OrderRefusal::none);
+    field.give(other, order(OrderKind::remove));
     EXPECT_TRUE(field.world.state.occupancy.ownerOf({49, 39}).isUnit());
     EXPECT_FALSE(field.world.state.occupancy.ownerOf({18, 18}).isUnit());
 
     OrderRequest damage = order(OrderKind::damage, 700, 640);
     damage.value = 30;
+    field.give(frame, damage);
+    EXPECT_EQ(frame.health, Amount::fromInt(70));
+    damage.value = -1e300;
     field.give(frame, damage);
     EXPECT_EQ(frame.health, Amount::fromInt(70));
     OrderRequest kill = order(OrderKind::kill);
