@@ -1,6 +1,8 @@
 #include <algorithm>
 
-#include "sim/fight/weapon_type.h"
+#include "sim/orders/air_orders.h"
+#include "sim/orders/attack_reach.h"
+#include "sim/orders/transport_orders.h"
 #include "sim/orders/work_orders.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
@@ -39,17 +41,6 @@ OrderProgress move(Unit& unit, const Order& order, UnitWish& wish) {
     return kUnderWay;
 }
 
-/// The shortest range of the weapons that are meant: from there all of them reach.
-Fixed rangeOf(const UnitType& type, std::int8_t slot) {
-    std::optional<Fixed> shortest;
-    for (std::size_t i = 0; i < type.weapons.size(); ++i)
-        if (type.weapons[i] && !type.weapons[i]->isCommandFire &&
-            (slot < 0 || static_cast<std::size_t>(slot) == i))
-            shortest =
-                shortest ? std::min(*shortest, type.weapons[i]->range) : type.weapons[i]->range;
-    return shortest.value_or(Fixed());
-}
-
 OrderProgress attack(const WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
     const Unit* const target = world.state.units.find(order.target);
     if (order.target && (!target || target->isDying)) return kDone;
@@ -60,8 +51,7 @@ OrderProgress attack(const WorldParts& world, Unit& unit, const Order& order, Un
     wish.attack = {order.target, place, order.slot, isCommand};
     if (isCommand || !unit.type->canMove) return kUnderWay;
 
-    const Fixed reach =
-        std::max(rangeOf(*unit.type, order.slot) - rules::kAttackMargin, rules::kAttackMargin);
+    const Fixed reach = attackReach(*unit.type, order.slot);
     if (isWithin(unit, {place.x, place.z}, reach)) {
         unit.motion.arrival = Arrival::underWay;
         return kUnderWay;
@@ -85,6 +75,8 @@ OrderProgress guard(WorldParts& world, Unit& unit, const Order& order, UnitWish&
 
 OrderProgress carryOut(WorldParts& world, Unit& unit, UnitWish& wish) {
     Order& order = unit.orders.front();
+    if (unit.type->canFly && unit.type->canMove)
+        if (const auto progress = carryOutInAir(world, unit, order, wish)) return *progress;
     switch (order.kind) {
         case OrderKind::move:
         case OrderKind::patrol:
@@ -103,6 +95,10 @@ OrderProgress carryOut(WorldParts& world, Unit& unit, UnitWish& wish) {
             return reclaim(world, unit, order, wish);
         case OrderKind::capture:
             return capture(world, unit, order, wish);
+        case OrderKind::load:
+            return load(world, unit, order, wish);
+        case OrderKind::unload:
+            return unload(world, unit, order, wish);
         default:
             return failedFor(OrderFailure::cannotDo);
     }
@@ -138,6 +134,7 @@ void stepOrders(WorldParts& world, TickScratch& scratch) {
             if (progress != kUnderWay) endOrder(world, unit, progress);
         }
         if (!unit.isDying) putToolsAway(world, scratch, unit, wish);
+        putArmsAway(world, unit);
     }
 }
 

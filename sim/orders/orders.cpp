@@ -4,6 +4,7 @@
 
 #include "cob/cob_vm.h"
 #include "io/ascii.h"
+#include "sim/cargo/cargo.h"
 #include "sim/motion/giving_way.h"
 #include "sim/orders/formation.h"
 #include "sim/phases.h"
@@ -22,6 +23,9 @@ constexpr OrderRule walk(Aim aim) {
 }
 constexpr OrderRule workOn(Aim aim) {
     return {.aim = aim, .needsBuilt = true, .needsTools = true, .joinsQueue = true};
+}
+constexpr OrderRule carry(Aim aim) {
+    return {.aim = aim, .needsBuilt = true, .needsHold = true, .joinsQueue = true};
 }
 constexpr OrderRule shoot() {
     return {.aim = Aim::targetOrPlace, .needsWeapon = true, .needsBuilt = true, .joinsQueue = true};
@@ -65,6 +69,7 @@ void countDown(WorldParts& world, TickScratch& scratch, Unit& unit) {
 }
 
 void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) {
+    leaveHold(world, unit);
     if (request.place) moveUnitTo(world, unit, *request.place);
     if (request.hasHeading) unit.heading = request.heading;
     unit.motion.speed = {};
@@ -131,6 +136,13 @@ bool hasWeapon(const UnitType& type, std::int8_t slot) {
                     : isThere(type.weapons.at(static_cast<std::size_t>(slot)));
 }
 
+/// Whether a unit can have somebody aboard, and whom it is to load.
+bool canCarry(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
+    const Unit* const load = request.target ? world.state.units.withId(*request.target) : nullptr;
+    if (request.kind != OrderKind::load) return unit.type->hold.capacity > 0;
+    return load && load != &unit && load->player == unit.player && fitsHold(*unit.type, *load->type);
+}
+
 /// Whether a unit has the tools for what it is to do.
 bool canWork(const UnitType& type, const OrderRequest& request) {
     if (type.economy.workPerTick == 0) return false;
@@ -157,6 +169,7 @@ OrderRefusal testOrder(const WorldParts& world, const Unit* unit, const OrderReq
     if (request.kind == OrderKind::move && unit->type->sendsProducts) return OrderRefusal::none;
     if (rule.needsMobility && !unit->type->canMove) return OrderRefusal::cannotMove;
     if (rule.needsTools && !canWork(*unit->type, request)) return OrderRefusal::cannotWork;
+    if (rule.needsHold && !canCarry(world, *unit, request)) return OrderRefusal::cannotWork;
     if (request.kind == OrderKind::build && !unit->type->isBuilding && !request.place)
         return OrderRefusal::needsPlace;
     if (rule.needsWeapon && !hasWeapon(*unit->type, request.slot)) return OrderRefusal::noWeapon;
@@ -231,8 +244,8 @@ const OrderRule& orderRule(OrderKind kind) {
         walk(Aim::target),        // guard
         workOn(Aim::target),      // repair
         workOn(Aim::target),      // capture
-        toCome(Aim::target),      // load
-        toCome(Aim::place),       // unload
+        carry(Aim::target),       // load
+        carry(Aim::place),        // unload
         workOn(Aim::product),     // build
         workOn(Aim::target),      // reclaim
         atOnce(Aim::none, true),  // activate

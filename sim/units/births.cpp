@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "sim/cargo/cargo.h"
 #include "sim/scripts/script_host.h"
 #include "sim/work/generators.h"
 #include "sim/work/work.h"
@@ -55,7 +56,7 @@ CellOwner ownerOf(const Unit& unit) {
 
 void takeCells(WorldParts& world, const Unit& unit) {
     const UnitType& type = *unit.type;
-    if (type.canFly) return;
+    if (unit.carrier || unit.flight.stage == FlightStage::flying) return;
     const CellRect cells = unit.cells();
     forEachCell(cells, [&](Cell cell) {
         if (takesCell(type, cells, cell, unit.values.isYardOpen))
@@ -98,6 +99,8 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
 }
 
 void removeUnit(WorldParts& world, Unit& unit) {
+    leaveHold(world, unit);
+    spillHold(world, unit);
     releaseCells(world, unit);
     world.derived.buckets.remove(unit.slot(), unit.place);
     world.state.scripts.remove(unit);
@@ -109,6 +112,7 @@ void moveUnitTo(WorldParts& world, Unit& unit, GroundPoint place) {
     world.derived.buckets.move(unit.slot(), unit.place, place);
     unit.place = place;
     unit.altitude = restingAltitude(world.frame.terrain, *unit.type, place);
+    unit.flight = {};
     takeCells(world, unit);
 }
 

@@ -5,8 +5,10 @@
 #include <memory>
 #include <vector>
 
+#include "sim/cargo/hold.h"
 #include "sim/fight/weapon_state.h"
 #include "sim/ground/cell.h"
+#include "sim/motion/flight.h"
 #include "sim/numbers/angle.h"
 #include "sim/numbers/tick.h"
 #include "sim/orders/order.h"
@@ -147,6 +149,8 @@ struct Unit {
     StandingOrders standing;
     ScriptValues values;
     UnitMotion motion;
+    UnitFlight flight;
+    UnitHold hold;
     UnitGrowth growth;
     UnitLabour labour;
     std::vector<Order> orders;
@@ -248,6 +252,8 @@ void eachField(const Unit& unit, Visit visit) {
     visit("standing", unit.standing);
     visit("values", unit.values);
     visit("motion", unit.motion);
+    visit("flight", unit.flight);
+    visit("hold", unit.hold);
     visit("growth", unit.growth);
     visit("labour", unit.labour);
     visit("weapons", unit.weapons);
@@ -259,6 +265,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
-static_assert(sizeof(Unit) == 408);
+static_assert(sizeof(Unit) == 480);
 
 }  // namespace orb::sim
