@@ -74,6 +74,35 @@ sim::MoveLimits readMovement(const io::FbiUnitInfo& fbi) {
     return movement;
 }
 
+/// Speeds, heights and scales of aircraft beyond these are none that a map has room for.
+sim::Fixed pixelsUpTo(double value, std::int32_t most) {
+    return std::clamp(fixedOf(value), sim::Fixed(), sim::Fixed::fromInt(most));
+}
+
+sim::AirLimits readAir(const io::TdfSection& section, const io::FbiUnitInfo& fbi) {
+    constexpr std::int32_t kMostHeight = 4'096, kMostScale = 8;
+    sim::AirLimits air;
+    air.cruiseHeight = pixelsUpTo(fbi.cruiseAlt, kMostHeight);
+    air.isFromSeaLevel = intOf(section, "altfromsealevel", 0) != 0;
+    air.hovers = fbi.hoverAttack || fbi.canHover || fbi.canLoad || fbi.transportCapacity > 0 ||
+                 fbi.workerTime > 0;
+    air.runLength = pixelsUpTo(fbi.attackRunLength, kMostHeight);
+    air.bankScale = pixelsUpTo(fbi.bankScale, kMostScale);
+    air.pitchScale = pixelsUpTo(fbi.pitchScale, kMostScale);
+    air.moveRates = {pixelsUpTo(section.getFloat("moverate1").value_or(0.0F), sim::kMaxSpeed),
+                     pixelsUpTo(fbi.moveRate2, sim::kMaxSpeed)};
+    return air;
+}
+
+/// A definition that only says that it can load takes one.
+sim::HoldLimits readHold(const io::FbiUnitInfo& fbi) {
+    sim::HoldLimits hold;
+    hold.capacity =
+        std::clamp(std::max(fbi.transportCapacity, fbi.canLoad ? 1 : 0), 0, sim::kMaxHold);
+    hold.mostFootprint = std::clamp(fbi.transportSize, 0, sim::kMaxFootprint);
+    return hold;
+}
+
 std::uint8_t standingOrder(std::int32_t state) {
     return static_cast<std::uint8_t>(std::clamp(state, 0, 2));
 }
@@ -226,6 +255,9 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     type.sightDistance = std::clamp(fbi.sightDistance, 0, kMaxSight);
     type.isActiveWhenBuilt = !type.isBuilding || fbi.activateWhenBuilt;
     type.movement = readMovement(fbi);
+    type.air = readAir(unit.unitInfo(), fbi);
+    type.hold = readHold(fbi);
+    type.canBeCarried = !fbi.cantBeTransported;
     type.canMove = !type.isBuilding && fbi.canMove && type.movement.maxSpeed > sim::Fixed();
     type.moveState = standingOrder(fbi.standingMoveOrder);
     type.fireState = standingOrder(fbi.standingFireOrder);

@@ -19,8 +19,10 @@ namespace orb::sim {
 //   construction  wishes, shares                  progress of sites, new frames, stocks
 //   routes     P  wishes, static cells            routes' queue and caches
 //   motion     P  wishes, routes, cells           scratch.steps, then places, cells, buckets
+//   flight     P  wishes, ground, buckets         scratch.flights, then the same of who flies
 //   targets    P  units by bucket, weapons        targets of weapons
 //   scripts    P  all of the unit's state         running scripts, then values, events; endedCalls
+//   cargo         carriers and their poses        places of who is aboard
 //   weapons       wishes, endedCalls, poses       weapons, projectiles, scripts that are started
 //   projectiles   units by bucket, ground         projectiles, scratch.damage
 //   features      features that burn              the same, what they become, scratch.impacts
@@ -32,8 +34,10 @@ void stepEconomy(WorldParts& world, TickScratch& scratch);
 void stepConstruction(WorldParts& world, TickScratch& scratch);
 void stepRoutes(WorldParts& world, TickScratch& scratch);
 void stepMotion(WorldParts& world, TickScratch& scratch);
+void stepFlight(WorldParts& world, TickScratch& scratch);
 void stepTargets(WorldParts& world, TickScratch& scratch);
 void stepScripts(WorldParts& world, TickScratch& scratch);
+void stepCargo(WorldParts& world, TickScratch& scratch);
 void stepWeapons(WorldParts& world, TickScratch& scratch);
 void stepProjectiles(WorldParts& world, TickScratch& scratch);
 void stepFeatures(WorldParts& world, TickScratch& scratch);
@@ -46,14 +50,16 @@ struct Phase {
 };
 
 /// A tick is these, one after the other.
-inline constexpr std::array<Phase, 12> kPhases = {{
+inline constexpr std::array<Phase, 14> kPhases = {{
     {"orders", stepOrders},
     {"economy", stepEconomy},
     {"construction", stepConstruction},
     {"routes", stepRoutes},
     {"motion", stepMotion},
+    {"flight", stepFlight},
     {"targets", stepTargets},
     {"scripts", stepScripts},
+    {"cargo", stepCargo},
     {"weapons", stepWeapons},
     {"projectiles", stepProjectiles},
     {"features", stepFeatures},

@@ -119,6 +119,49 @@ inline constexpr Tick kPatrolTicks = 30;
 inline constexpr Fixed kGuardDistance = Fixed::fromInt(96);
 inline constexpr Tick kGuardMemory = 150;
 
+// Flying. Known are cruise heights, speeds and what tilts; no document tells the rest.
+
+/// Pixels a tick that aircraft rise and sink at most while they stand; under way half their speed,
+/// where that is more. How fast that changes, and over how many ticks it eases off.
+inline constexpr Fixed kClimbSpeed = Fixed::fromInt(2);
+inline constexpr Fixed kClimbChange = Fixed::fromRatio(1, 8, Rounding::nearest);
+inline constexpr std::int32_t kClimbEase = 8;
+/// They look so many ticks ahead for higher ground, and keep so high above it who count their
+/// height from the sea.
+inline constexpr std::int32_t kGroundLookAhead = 15;
+inline constexpr Fixed kLeastClearance = Fixed::fromInt(24);
+/// Who has nothing to do lands after so many ticks. Where there is no room he looks again.
+inline constexpr Tick kLandingDelay = 15;
+inline constexpr Tick kLandingLook = 60;
+inline constexpr std::int32_t kLandingRings = 8;
+/// Steps of bank for each step of turn in a tick at full speed, and the most of bank and pitch. How
+/// fast these change.
+inline constexpr std::int32_t kBankPerTurn = 16;
+inline constexpr std::int32_t kMostBank = 10'923;
+inline constexpr std::int32_t kMostPitch = 5'461;
+inline constexpr std::int32_t kTiltRate = 400;
+/// Where planes wait they circle at least so far away. Places on their way they pass within the
+/// radius of their turns, at least and at most so far.
+inline constexpr Fixed kCircleRadius = Fixed::fromInt(96);
+inline constexpr Fixed kLeastPassing = Fixed::fromInt(32);
+inline constexpr Fixed kMostPassing = Fixed::fromInt(256);
+/// Pixels a tick that aircraft are pushed apart whose footprints overlap, at most.
+inline constexpr Fixed kAirPush = Fixed::fromInt(1);
+
+// Carrying. Known are the scripts; no document tells the rest. Who is aboard dies with his carrier;
+// nobody who is aboard carries others; aircraft and buildings are not carried, nor what others own.
+
+/// From edge to edge, what stands or swims takes aboard and puts down over this distance.
+inline constexpr Fixed kLoadDistance = Fixed::fromInt(96);
+/// So near above a load, aircraft go down to it; so near they take it.
+inline constexpr Fixed kLoadNear = Fixed::fromInt(32);
+inline constexpr Fixed kLoadReach = Fixed::fromInt(8);
+inline constexpr Fixed kLoadHeight = Fixed::fromInt(3);
+/// How long scripts have for it.
+inline constexpr std::int32_t kLoadTicks = 900;
+/// Where the place to unload is taken, the next within so many cells will do.
+inline constexpr std::int32_t kUnloadRings = 8;
+
 // Work, stocks and wind. Known are the rates of building; the rest no document tells.
 
 /// The wind in which a generator gives all that it can.

@@ -7,6 +7,7 @@
 
 #include "sim/fight/damage.h"
 #include "sim/ground/cell.h"
+#include "sim/motion/flight.h"
 #include "sim/numbers/angle.h"
 #include "sim/units/unit_ref.h"
 
@@ -39,6 +40,7 @@ struct UnitWish {
         bool isCommand = false;
     };
     std::optional<Attack> attack;
+    FlightWish flight;
     std::optional<WorkWish> work;
     /// It is where it works, with its tools out, whether or not it works in this tick.
     bool isAtWork = false;
@@ -55,6 +57,26 @@ struct MotionStep {
     Fixed distance;
     /// The end is not the goal but the nearest place that can be reached.
     bool isElsewhere = false;
+};
+
+/// The same of somebody who flies.
+struct FlightStep {
+    Angle heading;
+    Angle pitch;
+    Angle roll;
+    Fixed speed;
+    Fixed climb;
+    Fixed altitude;
+    GroundPoint place;
+    bool isPassing = false;
+    bool isThere = false;
+    /// It leaves the ground.
+    bool takesOff = false;
+    /// It looked for a place to land, and what it found.
+    bool hasLooked = false;
+    std::optional<GroundPoint> site;
+    /// Above its site: it begins to go down there.
+    bool landsHere = false;
 };
 
 /// How a thread of a unit's script ended that a phase had started with a number.
@@ -93,6 +115,7 @@ struct TickScratch {
     /// By slot.
     std::vector<UnitWish> wishes;
     std::vector<MotionStep> steps;
+    std::vector<FlightStep> flights;
     /// By slot, and in the order of their births within a unit.
     std::vector<EndedCall> endedCalls;
     std::vector<TargetSearch> searches;
@@ -110,11 +133,13 @@ struct TickScratch {
     void fit(std::size_t slotCount) {
         wishes.resize(slotCount);
         steps.resize(slotCount);
+        flights.resize(slotCount);
     }
 
     void begin(std::size_t slotCount) {
         wishes.assign(slotCount, {});
         steps.assign(slotCount, {});
+        flights.assign(slotCount, {});
         endedCalls.clear();
         searches.clear();
         damage.clear();

@@ -84,6 +84,21 @@ json encodeNano(const sim::World& world, const sim::Unit& unit) {
     return data;
 }
 
+/// Whom it rides on, and where: without a piece it is inside, out of sight.
+void encodeRide(const sim::World& world, const sim::Unit& unit, json& data) {
+    data["carrier"] = unit.carrier.slot + 1;
+    const sim::Unit* const carrier = world.units().find(unit.carrier);
+    const auto piece = static_cast<std::size_t>(unit.carrierPiece);
+    if (carrier && unit.carrierPiece >= 0 && piece < carrier->type->pieces.size())
+        data["carrierPiece"] = carrier->type->pieces[piece];
+}
+
+json encodeCargo(const sim::Unit& unit) {
+    json ids = json::array();
+    for (const sim::UnitRef aboard : unit.hold.cargo) ids.push_back(aboard.slot + 1);
+    return ids;
+}
+
 std::string_view workWord(sim::OrderKind kind) {
     if (kind == sim::OrderKind::reclaim) return "reclaiming";
     return kind == sim::OrderKind::capture ? "capturing" : "building";
@@ -98,6 +113,7 @@ std::string_view stateWord(const sim::Unit& unit) {
         goes = goes || kind == sim::OrderKind::move || kind == sim::OrderKind::patrol;
         if (kind == sim::OrderKind::attack || kind == sim::OrderKind::fire) return "attacking";
         if (unit.labour.hasStarted || unit.labour.isOpen) return workWord(kind);
+        if (unit.hold.handled) return "loading";
     }
     return goes ? "moving" : "idle";
 }
@@ -180,7 +196,8 @@ json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPiec
     if (unit.labour.selfDestructAt > world.tick())
         result["selfDestruct"] =
             static_cast<double>(unit.labour.selfDestructAt - world.tick()) / sim::kTicksPerSecond;
-    if (unit.carrier) result["carrier"] = unit.carrier.slot + 1;
+    if (unit.carrier) encodeRide(world, unit, result);
+    if (!unit.hold.cargo.empty()) result["cargo"] = encodeCargo(unit);
     if (withPieces) {
         const CobInstance* const script = world.scripts().of(unit);
         result["transforms"] = script ? encodePieces(*script, unit.type->pieces)

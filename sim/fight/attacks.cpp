@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "sim/fight/aiming.h"
+#include "sim/rules.h"
 
 namespace orb::sim {
 
@@ -37,6 +38,10 @@ Ranges rangesOf(const WorldParts& world, const Unit& unit, const UnitWish::Attac
         ranges->longest = std::max(ranges->longest, range);
     }
     return ranges.value_or(Ranges());
+}
+
+Fixed attackReach(const Ranges& ranges) {
+    return std::max(ranges.shortest - rules::kAttackMargin, rules::kAttackMargin);
 }
 
 }  // namespace orb::sim

@@ -26,4 +26,7 @@ struct Ranges {
 };
 Ranges rangesOf(const WorldParts& world, const Unit& unit, const UnitWish::Attack& attack);
 
+/// How near to its target a unit goes so that all of them reach it, with some room to spare.
+Fixed attackReach(const Ranges& ranges);
+
 }  // namespace orb::sim

@@ -208,6 +208,11 @@ void killUnit(WorldParts& world, TickScratch& scratch, Unit& unit, std::int32_t 
     if (explosion && unit.isBuilt())
         scratch.impacts.push_back(
             {explosion, hitCenter(world, unit), {}, 0, unit.heading, unit.ref()});
+    // Who is aboard carries nobody himself.
+    const std::vector<UnitRef> cargo = unit.hold.cargo;
+    for (const UnitRef passenger : cargo)
+        if (Unit* const aboard = world.state.units.find(passenger))
+            killUnit(world, scratch, *aboard, severity, DeathKind::killed);
 }
 
 void stepDamage(WorldParts& world, TickScratch& scratch) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <iterator>
 
 // A yard map has a letter a cell:
@@ -68,9 +69,30 @@ std::string_view textOf(SiteFault fault) {
 }
 
 SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& cells) {
+    if (!ground.terrain.contains(cells)) return SiteFault::outside;
+    return type.canFly ? SiteFault::none : testGround(ground, type, cells);
+}
+
+std::optional<GroundPoint> freePlaceNear(const Ground& ground, const UnitType& type,
+                                         GroundPoint place, std::int32_t stepCells,
+                                         std::int32_t rings) {
+    const Fixed step = Fixed::fromInt(stepCells * kCellPixels);
+    for (std::int32_t ring = 0; ring <= rings; ++ring)
+        for (std::int32_t z = -ring; z <= ring; ++z) {
+            // All of the first and last row, and the ends of those between.
+            const std::int32_t gap = std::abs(z) == ring ? 1 : 2 * ring;
+            for (std::int32_t x = -ring; x <= ring; x += gap) {
+                const GroundPoint there{place.x + step.times(x), place.z + step.times(z)};
+                const CellRect cells = footprintAt(there, type.footprintX, type.footprintZ);
+                if (testGround(ground, type, cells) == SiteFault::none) return there;
+            }
+        }
+    return std::nullopt;
+}
+
+SiteFault testGround(const Ground& ground, const UnitType& type, const CellRect& cells) {
     const Terrain& terrain = ground.terrain;
     if (!terrain.contains(cells)) return SiteFault::outside;
-    if (type.canFly) return SiteFault::none;
     if (!allCells(cells, [&](Cell cell) { return !terrain.isVoid(cell); }))
         return SiteFault::noGround;
     if (const SiteFault fault = testDepth(terrain, type, cells); fault != SiteFault::none)

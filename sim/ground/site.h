@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -33,6 +34,15 @@ struct Ground {
 /// The first reason, in the order of the enumeration, why a unit cannot stand on those cells.
 /// Aircraft stand anywhere on the map.
 SiteFault testSite(const Ground& ground, const UnitType& type, const CellRect& cells);
+
+/// The same for what has to stand on the ground, be it that it can fly.
+SiteFault testGround(const Ground& ground, const UnitType& type, const CellRect& cells);
+
+/// The first place where a unit can stand in squares around one, `stepCells` apart; none within so
+/// many of them.
+std::optional<GroundPoint> freePlaceNear(const Ground& ground, const UnitType& type,
+                                         GroundPoint place, std::int32_t stepCells,
+                                         std::int32_t rings);
 
 /// True for the cells of a footprint that a unit takes: all but those that its yard keeps free, for
 /// good or while it is open.

@@ -4,6 +4,7 @@
 
 #include "sim/fight/weapons.h"
 #include "sim/motion/giving_way.h"
+#include "sim/motion/steering.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
 #include "sim/units/births.h"
@@ -11,30 +12,11 @@
 namespace orb::sim {
 namespace {
 
-constexpr std::int32_t kQuarterTurn = 16'384;
 /// A move is taken in pieces no longer than this: half a cell, so that none is jumped over.
 constexpr std::int32_t kLongestPiece = kCellPixels / 2;
 
 bool walks(const Unit& unit) {
-    return unit.type->canMove && unit.isPresent() && unit.isBuilt();
-}
-
-/// The fastest from which it can still stop on that way: v²/2b = s.
-Fixed stoppingSpeed(Fixed distance, Fixed brakeRate) {
-    const auto product = static_cast<std::uint64_t>(2 * std::int64_t{distance.raw()}) *
-                         static_cast<std::uint64_t>(brakeRate.raw());
-    return Fixed::fromWideRaw(squareRoot(product));
-}
-
-Fixed changedSpeed(Fixed now, Fixed wished, const MoveLimits& limits) {
-    return now < wished ? std::min(wished, now + limits.acceleration)
-                        : std::max(wished, now - limits.brakeRate);
-}
-
-/// How fast it may go that far off its direction: slower the more it has to turn.
-Fixed turningSpeed(Fixed most, std::int32_t offSteps) {
-    if (offSteps <= -kQuarterTurn || offSteps >= kQuarterTurn) return {};
-    return most.times(cosine(Angle::fromSteps(offSteps)), Rounding::down);
+    return unit.type->canMove && !unit.type->canFly && unit.isPresent() && unit.isBuilt();
 }
 
 /// The fastest on the arc that leads from its direction, so many steps off, to a place that far
@@ -84,7 +66,7 @@ MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& w
 
 void stepTo(WorldParts& world, Unit& unit, GroundPoint place, const CellRect& from,
             const CellRect& to) {
-    if (from != to && !unit.type->canFly) world.state.occupancy.move(from, to, ownerOf(unit));
+    if (from != to) world.state.occupancy.move(from, to, ownerOf(unit));
     world.derived.buckets.move(unit.slot(), unit.place, place);
     unit.place = place;
 }

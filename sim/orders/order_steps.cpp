@@ -1,6 +1,8 @@
 #include <algorithm>
 
 #include "sim/fight/attacks.h"
+#include "sim/orders/air_orders.h"
+#include "sim/orders/transport_orders.h"
 #include "sim/orders/work_orders.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
@@ -85,8 +87,7 @@ OrderProgress attack(const WorldParts& world, Unit& unit, const Order& order, Un
     if (isCommand || !unit.type->canMove) return kUnderWay;
 
     const Ranges ranges = rangesOf(world, unit, attack);
-    if (isWithin(unit, place,
-                 std::max(ranges.shortest - rules::kAttackMargin, rules::kAttackMargin))) {
+    if (isWithin(unit, place, attackReach(ranges))) {
         if (lacksShot(unit, order.slot))
             seekShot(world, unit, place, wish);
         else
@@ -114,6 +115,8 @@ OrderProgress guard(WorldParts& world, Unit& unit, const Order& order, UnitWish&
 
 OrderProgress carryOut(WorldParts& world, TickScratch& scratch, Unit& unit, UnitWish& wish) {
     Order& order = unit.orders.front();
+    if (unit.type->canFly && unit.type->canMove)
+        if (const auto progress = carryOutInAir(world, unit, order, wish)) return *progress;
     switch (order.kind) {
         case OrderKind::move:
         case OrderKind::patrol:
@@ -132,6 +135,10 @@ OrderProgress carryOut(WorldParts& world, TickScratch& scratch, Unit& unit, Unit
             return reclaim(world, unit, order, wish);
         case OrderKind::capture:
             return capture(world, unit, order, wish);
+        case OrderKind::load:
+            return load(world, unit, order, wish);
+        case OrderKind::unload:
+            return unload(world, unit, order, wish);
         default:
             return failedFor(OrderFailure::cannotDo);
     }
@@ -167,6 +174,7 @@ void stepOrders(WorldParts& world, TickScratch& scratch) {
             if (progress != kUnderWay) endOrder(world, unit, progress);
         }
         if (!unit.isDying) putToolsAway(world, scratch, unit, wish);
+        putArmsAway(world, unit);
     }
 }
 

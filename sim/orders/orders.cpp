@@ -4,6 +4,7 @@
 
 #include "cob/cob_vm.h"
 #include "io/ascii.h"
+#include "sim/cargo/cargo.h"
 #include "sim/fight/aim_points.h"
 #include "sim/fight/aiming.h"
 #include "sim/fight/attacks.h"
@@ -27,6 +28,9 @@ constexpr OrderRule walk(Aim aim) {
 }
 constexpr OrderRule workOn(Aim aim) {
     return {.aim = aim, .needsBuilt = true, .needsTools = true, .joinsQueue = true};
+}
+constexpr OrderRule carry(Aim aim) {
+    return {.aim = aim, .needsBuilt = true, .needsHold = true, .joinsQueue = true};
 }
 constexpr OrderRule shoot() {
     return {.aim = Aim::targetOrPlace, .needsWeapon = true, .needsBuilt = true, .joinsQueue = true};
@@ -70,6 +74,7 @@ void countDown(WorldParts& world, TickScratch& scratch, Unit& unit) {
 }
 
 void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) {
+    leaveHold(world, unit);
     moveUnitTo(world, unit, standingPlace(*unit.type, *request.place));
     if (request.hasHeading) unit.heading = request.heading;
     if (!unit.type->isBuilding) settleOnGround(world, unit);
@@ -208,8 +213,15 @@ OrderAnswer testDeed(const WorldParts& world, const Unit& unit, const OrderReque
 
 /// Nothing gets at whoever is aboard of somebody.
 bool isOutOfReach(const Unit& unit, const OrderRequest& request) {
-    return unit.carrier && (orderRule(request.kind).joinsQueue ||
-                            request.kind == OrderKind::place || request.kind == OrderKind::damage);
+    return unit.carrier &&
+           (orderRule(request.kind).joinsQueue || request.kind == OrderKind::damage);
+}
+
+/// Whether a unit can have somebody aboard, and whom it is to load.
+bool canCarry(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
+    const Unit* const load = request.target ? world.state.units.withId(*request.target) : nullptr;
+    if (request.kind != OrderKind::load) return unit.type->hold.capacity > 0;
+    return load && load != &unit && load->player == unit.player && fitsHold(*unit.type, *load->type);
 }
 
 /// Whether a unit has the tools for what it is to do.
@@ -236,6 +248,7 @@ OrderAnswer testOrder(const WorldParts& world, const Unit* unit, const OrderRequ
     if (request.kind == OrderKind::move && unit->type->sendsProducts) return OrderRefusal::none;
     if (rule.needsMobility && !unit->type->canMove) return OrderRefusal::cannotMove;
     if (rule.needsTools && !canWork(*unit->type, request)) return OrderRefusal::cannotWork;
+    if (rule.needsHold && !canCarry(world, *unit, request)) return OrderRefusal::cannotWork;
     if (request.kind == OrderKind::build && !unit->type->isBuilding && !request.place)
         return OrderRefusal::needsPlace;
     if (rule.needsWeapon)
@@ -310,8 +323,8 @@ const OrderRule& orderRule(OrderKind kind) {
         walk(Aim::target),        // guard
         workOn(Aim::target),      // repair
         workOn(Aim::target),      // capture
-        toCome(Aim::target),      // load
-        toCome(Aim::place),       // unload
+        carry(Aim::target),       // load
+        carry(Aim::place),        // unload
         workOn(Aim::product),     // build
         workOn(Aim::target),      // reclaim
         atOnce(Aim::none, true),  // activate

@@ -48,6 +48,8 @@ struct OrderRule {
     bool needsBuilt = false;
     /// It is for builders.
     bool needsTools = false;
+    /// It is for carriers.
+    bool needsHold = false;
     /// It joins the queue; others act at once.
     bool joinsQueue = false;
     /// The world can carry it out.

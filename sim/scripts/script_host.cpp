@@ -1,6 +1,7 @@
 #include "sim/scripts/script_host.h"
 
 #include "cob/cob_vm.h"
+#include "sim/cargo/cargo.h"
 #include "sim/fight/weapons.h"
 #include "sim/numbers/random.h"
 #include "sim/phases.h"
@@ -66,10 +67,10 @@ void actOn(WorldParts& world, Unit& unit, const ScriptDeed& deed) {
             return world.tell(unit, Explode{deed.first, deed.second});
         case ScriptDeed::Kind::sound:
             return world.tell(unit, Sound{{}, deed.first});
-        // Nobody carries anybody yet.
         case ScriptDeed::Kind::attach:
+            return attachByScript(world, unit, deed.first, deed.second);
         case ScriptDeed::Kind::drop:
-            return;
+            return dropByScript(world, unit, deed.first);
     }
 }
 

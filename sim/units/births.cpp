@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "sim/motion/ground_motion.h"
+#include "sim/cargo/cargo.h"
 #include "sim/scripts/script_host.h"
 #include "sim/work/generators.h"
 #include "sim/work/work.h"
@@ -51,7 +52,7 @@ CellOwner ownerOf(const Unit& unit) {
 
 void takeCells(WorldParts& world, const Unit& unit) {
     const UnitType& type = *unit.type;
-    if (type.canFly) return;
+    if (unit.carrier || unit.flight.stage == FlightStage::flying) return;
     const CellRect cells = unit.cells();
     forEachCell(cells, [&](Cell cell) {
         if (takesCell(type, cells, cell, unit.values.isYardOpen))
@@ -108,6 +109,8 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
 }
 
 void removeUnit(WorldParts& world, Unit& unit) {
+    leaveHold(world, unit);
+    spillHold(world, unit);
     releaseCells(world, unit);
     world.derived.buckets.remove(unit.slot(), unit.place);
     world.state.scripts.remove(unit);
@@ -119,6 +122,7 @@ void moveUnitTo(WorldParts& world, Unit& unit, GroundPoint place) {
     world.derived.buckets.move(unit.slot(), unit.place, place);
     unit.place = place;
     unit.altitude = restingAltitude(world.frame.terrain, *unit.type, place);
+    unit.flight = {};
     takeCells(world, unit);
 }
 

@@ -61,6 +61,11 @@ void releaseCells(WorldParts& world, const Unit& unit);
 /// How high a unit of that type stands at a place on the map.
 Fixed restingAltitude(const Terrain& terrain, const UnitType& type, GroundPoint place);
 
+/// What sites of a world are tested against.
+inline Ground groundOf(const WorldParts& world) {
+    return {world.frame.terrain, world.state.occupancy, world.frame.vents};
+}
+
 /// Whose the cells of a unit are.
 CellOwner ownerOf(const Unit& unit);
 

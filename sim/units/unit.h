@@ -5,8 +5,10 @@
 #include <memory>
 #include <vector>
 
+#include "sim/cargo/hold.h"
 #include "sim/fight/weapon_state.h"
 #include "sim/ground/cell.h"
+#include "sim/motion/flight.h"
 #include "sim/numbers/angle.h"
 #include "sim/numbers/tick.h"
 #include "sim/orders/order.h"
@@ -152,6 +154,8 @@ struct Unit {
     StandingOrders standing;
     ScriptValues values;
     UnitMotion motion;
+    UnitFlight flight;
+    UnitHold hold;
     UnitGrowth growth;
     UnitLabour labour;
     std::vector<Order> orders;
@@ -255,6 +259,8 @@ void eachField(const Unit& unit, Visit visit) {
     visit("standing", unit.standing);
     visit("values", unit.values);
     visit("motion", unit.motion);
+    visit("flight", unit.flight);
+    visit("hold", unit.hold);
     visit("growth", unit.growth);
     visit("labour", unit.labour);
     visit("weapons", unit.weapons);
@@ -266,6 +272,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
-static_assert(sizeof(Unit) == 416);
+static_assert(sizeof(Unit) == 488);
 
 }  // namespace orb::sim

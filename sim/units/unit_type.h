@@ -7,7 +7,9 @@
 #include <string_view>
 #include <vector>
 
+#include "sim/cargo/hold.h"
 #include "sim/ground/feature_type.h"
+#include "sim/motion/flight.h"
 #include "sim/numbers/fixed.h"
 #include "sim/rules.h"
 #include "sim/scripts/unit_scripts.h"
@@ -105,6 +107,10 @@ struct UnitType {
     std::int32_t waterline = 0;
     SiteLimits limits;
     MoveLimits movement;
+    AirLimits air;
+    HoldLimits hold;
+    /// Others may take it aboard.
+    bool canBeCarried = true;
     /// Of a building, a letter for each cell of its footprint, rows from the north-west.
     std::string yard;
     std::int32_t maxHealth = 1;

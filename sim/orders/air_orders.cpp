@@ -1,0 +1,125 @@
+#include "sim/orders/air_orders.h"
+
+#include <algorithm>
+
+#include "sim/fight/attacks.h"
+#include "sim/orders/work_orders.h"
+#include "sim/rules.h"
+
+namespace orb::sim {
+namespace {
+
+bool isWithin(const Unit& unit, GroundPoint place, Fixed distance) {
+    return squaredDistance(unit.place.x, unit.place.z, place.x, place.z) <= squaredLength(distance);
+}
+
+/// What of a weapon's reach is left over the ground from that much higher.
+Fixed reachOnGround(Fixed reach, Fixed height) {
+    const auto square = [](Fixed length) {
+        const std::int64_t raw = length.raw();
+        return static_cast<std::uint64_t>(raw * raw);
+    };
+    if (square(height) >= square(reach)) return rules::kAttackMargin;
+    return std::max(rules::kAttackMargin,
+                    Fixed::fromWideRaw(squareRoot(square(reach) - square(height))));
+}
+
+/// Brings its weapons to bear on what it attacks: over it, or within reach for those who hover.
+void flyAt(const WorldParts& world, const Unit& unit, const UnitWish::Attack& attack,
+           UnitWish& wish) {
+    const Unit* const target = world.state.units.find(attack.target);
+    const GroundPoint ground = target ? target->place : attack.place;
+    const Fixed height = target ? target->altitude : world.frame.terrain.groundHeight(ground);
+    wish.goal = wish.gathering = ground;
+    if (!unit.type->air.hovers) {
+        wish.flight.manner = FlightManner::run;
+        return;
+    }
+    wish.flight.faced = ground;
+    const Fixed reach = reachOnGround(attackReach(rangesOf(world, unit, attack)), unit.altitude - height);
+    if (!isWithin(unit, ground, reach)) return;
+    wish.goal = unit.place;
+    wish.flight.manner = FlightManner::hold;
+}
+
+/// An enemy that one of its weapons has chosen, for those who may leave their way for it.
+const Unit* chosenEnemy(const WorldParts& world, const Unit& unit) {
+    enum : std::uint8_t { holdsPlace = 0, firesAtWill = 2 };
+    if (unit.standing.move == holdsPlace || unit.standing.fire != firesAtWill) return nullptr;
+    for (const WeaponState& weapon : unit.weapons) {
+        if (weapon.aim != AimKind::unit || weapon.isOrdered) continue;
+        const Unit* const enemy = world.state.units.find(weapon.target);
+        if (enemy && enemy->isPresent()) return enemy;
+    }
+    return nullptr;
+}
+
+OrderProgress fly(const WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
+    if (unit.motion.arrival != Arrival::underWay) return kDone;
+    const bool patrols = order.kind == OrderKind::patrol;
+    if (const Unit* const enemy = patrols ? chosenEnemy(world, unit) : nullptr) {
+        flyAt(world, unit, {enemy->ref(), enemy->place, -1, false}, wish);
+        return kUnderWay;
+    }
+    wish.goal = order.place;
+    wish.gathering = order.gathering;
+    if (patrols || unit.orders.size() > 1) wish.flight.manner = FlightManner::pass;
+    return kUnderWay;
+}
+
+OrderProgress attack(const WorldParts& world, const Unit& unit, const Order& order,
+                     UnitWish& wish) {
+    const Unit* const target = world.state.units.find(order.target);
+    if (order.target && (!target || target->isDying)) return kDone;
+    if (target && !target->isPresent()) return failedFor(OrderFailure::targetGone);
+    const GroundPoint place = target ? target->place : order.place;
+    wish.attack = {order.target, place, order.slot, false};
+    if (faultOf(world, unit, *wish.attack) != WeaponFault::none)
+        return failedFor(OrderFailure::cannotReach);
+    flyAt(world, unit, *wish.attack, wish);
+    return kUnderWay;
+}
+
+void stayNear(const Unit& unit, const Unit& ward, UnitWish& wish) {
+    wish.goal = wish.gathering = ward.place;
+    if (!unit.type->air.hovers) {
+        wish.flight.manner = FlightManner::circle;
+    } else if (isWithin(unit, ward.place, rules::kGuardDistance)) {
+        wish.goal = unit.place;
+        wish.flight.manner = FlightManner::hold;
+    }
+}
+
+OrderProgress guard(WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
+    const Unit* const ward = world.state.units.find(order.target);
+    if (!ward || ward->isDying) return failedFor(OrderFailure::targetGone);
+    const Unit* const enemy = world.state.units.find(ward->lastAttacker);
+    const bool isAttacked = enemy && enemy->isPresent() && enemy->player != unit.player &&
+                            world.state.tick - ward->lastAttackedAt < rules::kGuardMemory;
+    if (isAttacked) {
+        wish.attack = {enemy->ref(), enemy->place, -1, false};
+        flyAt(world, unit, *wish.attack, wish);
+    } else if (!help(world, unit, *ward, wish)) {
+        stayNear(unit, *ward, wish);
+    }
+    return kUnderWay;
+}
+
+}  // namespace
+
+std::optional<OrderProgress> carryOutInAir(WorldParts& world, Unit& unit, const Order& order,
+                                           UnitWish& wish) {
+    switch (order.kind) {
+        case OrderKind::move:
+        case OrderKind::patrol:
+            return fly(world, unit, order, wish);
+        case OrderKind::attack:
+            return attack(world, unit, order, wish);
+        case OrderKind::guard:
+            return guard(world, unit, order, wish);
+        default:
+            return std::nullopt;
+    }
+}
+
+}  // namespace orb::sim
