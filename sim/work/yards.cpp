@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "sim/orders/orders.h"
+#include "sim/motion/giving_way.h"
 #include "sim/rules.h"
 #include "sim/scripts/piece_pose.h"
 #include "sim/units/births.h"
@@ -42,11 +42,14 @@ void carryOnPad(WorldParts& world, const Unit& factory) {
 bool isPadFree(WorldParts& world, Unit& factory, const UnitType& product) {
     const Vector pad = padOf(world, factory);
     const CellRect cells = footprintAt({pad.x, pad.z}, product.footprintX, product.footprintZ);
-    const bool isFree = allCells(cells, [&](Cell cell) {
+    bool isFree = true;
+    forEachCell(cells, [&](Cell cell) {
         const CellOwner owner = world.state.occupancy.ownerOf(cell);
-        return owner.kind() != CellOwner::Kind::mobile;
+        if (owner.kind() != CellOwner::Kind::mobile) return;
+        isFree = false;
+        if (Unit* const unit = world.state.units.withId(owner.id()))
+            makeRoom(world, *unit, factory);
     });
-    if (!isFree) clearYard(world, factory);
     return isFree;
 }
 

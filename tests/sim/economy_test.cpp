@@ -1,68 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "sim/battlefield.h"
 #include "sim/work/work.h"
+#include "sim/workshop.h"
 
 namespace orb::sim {
 namespace {
-
-constexpr Amount whole(std::int64_t value) {
-    return Amount::fromInt(value);
-}
-
-/// A building without a script that gives and takes what the test says.
-std::shared_ptr<UnitType> plant(const UnitEconomy& economy) {
-    auto type = dummyType();
-    type->economy = economy;
-    return type;
-}
-
-Stock& metalOf(Battlefield& field) {
-    return field.world.state.players[0].metal;
-}
-Stock& energyOf(Battlefield& field) {
-    return field.world.state.players[0].energy;
-}
-
-void setStocks(Battlefield& field, std::int64_t metal, std::int64_t energy) {
-    metalOf(field).amount = whole(metal);
-    energyOf(field).amount = whole(energy);
-    metalOf(field).ownStorage = energyOf(field).ownStorage = whole(1'000'000);
-}
-
-/// Builds things that take so much work; from where it stands.
-std::shared_ptr<UnitType> crane(std::int32_t workPerTick) {
-    auto type = std::make_shared<UnitType>();
-    type->name = "CRANE";
-    type->maxHealth = 100;
-    type->canReclaim = type->canCapture = true;
-    type->economy.workPerTick = workPerTick;
-    type->economy.buildDistance = px(100);
-    type->buildOptions = {"DUMMY"};
-    return type;
-}
-
-std::shared_ptr<UnitType> product(std::int32_t buildTime, std::int64_t metal, std::int64_t energy) {
-    auto type = dummyType(1'000);
-    type->economy.buildTime = buildTime;
-    type->economy.buildMetal = whole(metal);
-    type->economy.buildEnergy = whole(energy);
-    return type;
-}
-
-OrderRequest buildOrder(std::shared_ptr<const UnitType> type, double x, double z) {
-    OrderRequest order;
-    order.kind = OrderKind::build;
-    order.product = std::move(type);
-    order.place = at(x, z);
-    return order;
-}
-
-Unit* unitNamed(Battlefield& field, std::string_view name) {
-    for (Unit& unit : field.world.state.units)
-        if (unit.type->name == name) return &unit;
-    return nullptr;
-}
 
 TEST(Economy, SumsAreExactOverTenThousandTicks) {
     Battlefield field;

@@ -28,7 +28,7 @@ test("between the corners of a cell the ground runs straight", () => {
 });
 
 const row = (order: string) => ORDERS.find((one) => one.order === order)!;
-const WORDS = { value: "", script: "", args: "" };
+const WORDS = { value: "", unit: "", count: "", script: "", args: "" };
 
 test("orders become requests, or say what they need", () => {
     assert.deepEqual(buildOrder(row("move"), [], WORDS, false), { missing: "Choose units: click them on the map or in the list" });
@@ -37,6 +37,11 @@ test("orders become requests, or say what they need", () => {
     assert.deepEqual(buildOrder(row("attack"), [1], WORDS, false, { x: 5, z: 6 }), { order: { unitIds: [1], order: "attack", x: 5, z: 6 } });
     assert.deepEqual(buildOrder(row("guard"), [1], WORDS, false, { x: 5, z: 6 }), { missing: "Guard: click a unit" });
     assert.deepEqual(buildOrder(row("kill"), [1], { ...WORDS, value: "40" }, false), { order: { unitIds: [1], order: "kill", value: 40 } });
+    assert.deepEqual(buildOrder(row("build"), [1], { ...WORDS, unit: " FENDIG " }, false, { x: 5, z: 6, unitId: 9 }), { order: { unitIds: [1], order: "build", unit: "FENDIG", x: 5, z: 6 } });
+    assert.deepEqual(buildOrder(row("build"), [1], { ...WORDS, unit: "FENWADE", count: "3" }, true, { x: 5, z: 6 }), { order: { unitIds: [1], order: "build", unit: "FENWADE", count: 3, queue: true, x: 5, z: 6 } });
+    assert.deepEqual(buildOrder(row("build"), [1], WORDS, false, { x: 5, z: 6 }), { missing: "Name the unit that is built" });
+    assert.deepEqual(buildOrder(row("repair"), [1], WORDS, false, { x: 5, z: 6, unitId: 9 }), { order: { unitIds: [1], order: "repair", target: 9 } });
+    assert.deepEqual(buildOrder(row("selfDestruct"), [1], WORDS, false), { order: { unitIds: [1], order: "selfDestruct" } });
     assert.deepEqual(buildOrder(row("script"), [1], { ...WORDS, script: "Walk", args: "1 0x10" }, false), { order: { unitIds: [1], order: "script", name: "Walk", args: [1, 16] } });
     assert.deepEqual(buildOrder(row("script"), [1], { ...WORDS, script: "Walk", args: "x" }, false), { missing: "not a whole number: x" });
 });

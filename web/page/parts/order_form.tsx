@@ -2,6 +2,7 @@ import { useSignal } from "@preact/signals";
 import type { MapUnit } from "protocol";
 import { mapUnits, pointer, selectedUnits, setPointer } from "../store/map";
 import { give, orderWords, preparedOrder, prepareOrder, typeOrderWord } from "../store/map_play";
+import { units } from "../store/roots";
 import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
 import { ORDERS, readPlace } from "../work/map_orders";
@@ -22,6 +23,9 @@ export function OrderForm() {
                 options={ORDERS.map(({ order, title }) => ({ value: order, text: title }))} />
             {row.takes && <div class="words">
                 {row.takes === "value" && <Field label="Value" value={words.value} onInput={(value) => typeOrderWord({ value })} />}
+                {row.takes === "unit" && <Field label="Unit" value={words.unit}
+                    onInput={(unit) => typeOrderWord({ unit })} choices={units.value.map(({ name }) => name)} />}
+                {row.takes === "unit" && <Field label="Count" value={words.count} onInput={(count) => typeOrderWord({ count })} hint="Of a factory" />}
                 {row.takes === "script" && <Field label="Script" value={words.script} onInput={(script) => typeOrderWord({ script })} />}
                 {row.takes === "script" && <Field label="Arguments" value={words.args} onInput={(args) => typeOrderWord({ args })}
                     hint="Whole numbers between blanks or commas" />}

@@ -19,7 +19,7 @@ const playingSignal = signal(false);
 const speedSignal = signal(1);
 const failureSignal = signal("");
 const orderSignal = signal<OrderRow>(ORDERS[0]!);
-const wordsSignal = signal<OrderWords>({ value: "", script: "", args: "" });
+const wordsSignal = signal<OrderWords>({ value: "", unit: "", count: "", script: "", args: "" });
 let lastRow = 0;
 
 /** What the newest ticks told; none before the first. */

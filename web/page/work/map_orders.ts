@@ -8,7 +8,7 @@ export interface OrderRow {
     /** What is clicked; none for orders that are given at once. */
     aim?: "place" | "target" | "either";
     /** What is typed. */
-    takes?: "value" | "script";
+    takes?: "value" | "unit" | "script";
     note: string;
 }
 
@@ -18,6 +18,11 @@ export const ORDERS: readonly OrderRow[] = [
     { order: "patrol", title: "Patrol", aim: "place", note: "Go there and back, again and again." },
     { order: "fire", title: "Fire once", aim: "either", note: "One shot without moving." },
     { order: "guard", title: "Guard", aim: "target", note: "Follow a unit and help it." },
+    { order: "build", title: "Build", aim: "place", takes: "unit", note: "A builder sets up a unit there; a factory builds it in its yard, so many times." },
+    { order: "repair", title: "Repair", aim: "target", note: "Mend a unit, or build on what is not ready." },
+    { order: "reclaim", title: "Reclaim", aim: "target", note: "Take a unit apart for its metal." },
+    { order: "capture", title: "Capture", aim: "target", note: "Make a unit its own." },
+    { order: "selfDestruct", title: "Self-destruct", note: "After the countdown; once more calls it off." },
     { order: "stop", title: "Stop", note: "Forget every order." },
     { order: "activate", title: "Activate", note: "Switch on." },
     { order: "deactivate", title: "Deactivate", note: "Switch off." },
@@ -33,6 +38,8 @@ export const ORDERS: readonly OrderRow[] = [
 
 export interface OrderWords {
     value: string;
+    unit: string;
+    count: string;
     script: string;
     args: string;
 }
@@ -63,6 +70,8 @@ export function buildOrder(
 ): { order: MoveRequest } | { missing: string } {
     if (unitIds.length === 0) return { missing: "Choose units: click them on the map or in the list" };
     const args = readArguments(words.args);
+    if (row.takes === "unit" && words.unit.trim() === "") return { missing: "Name the unit that is built" };
+    if (row.takes === "unit" && !/^\d*$/.test(words.count.trim())) return { missing: "Count: not a whole number" };
     if (row.takes === "script" && words.script.trim() === "") return { missing: "Name the script" };
     if (row.takes === "script" && typeof args === "string") return { missing: args };
     if (row.takes === "value" && words.value.trim() !== "" && !Number.isFinite(Number(words.value))) return { missing: "Value: not a number" };
@@ -72,6 +81,7 @@ export function buildOrder(
     return { order: {
         unitIds: [...unitIds], order: row.order, ...(queue ? { queue } : {}),
         ...(!row.aim || !at ? {} : isAtUnit ? { target: at.unitId! } : { x: at.x, z: at.z }),
+        ...(row.takes === "unit" ? { unit: words.unit.trim(), ...(Number(words.count) > 1 ? { count: Number(words.count) } : {}) } : {}),
         ...(row.takes === "value" && words.value.trim() !== "" ? { value: Number(words.value) } : {}),
         ...(row.takes === "script" && typeof args !== "string" ? { name: words.script.trim(), args } : {}),
     } };
@@ -100,6 +110,7 @@ export function describeEvent(event: MapEvent): string {
         case "explode": return `${event.piece ?? "a piece"} flies off`;
         case "effect": return `effect${event.piece ? ` at ${event.piece}` : ""}`;
         case "sound": return `sound ${event.name ?? event.number}`;
+        case "feature-burns": return `feature ${event.featureId} burns`;
         case "script-missing": return `has no script ${event.script}`;
         default: return event.kind;
     }
