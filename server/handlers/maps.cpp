@@ -127,7 +127,6 @@ Reply mapLoad(UnitViewSession& session, const Payload& payload) {
     if (const auto threads = members.whole("threads"))
         request.threads =
             static_cast<std::size_t>(std::clamp<std::int64_t>(*threads, 1, kMaxThreads));
-    members.flag("progress");  // only what it must be
     return {encodeLoadedMap(session.loadMap(request, payload.progress()))};
 }
 
@@ -140,7 +139,10 @@ Reply mapSpawn(UnitViewSession& session, const Payload& payload) {
     LoadedMap& map = session.requireMap();
     if (!spawn.unit.unit.empty()) {
         std::optional<sim::OrderRequest> order;
-        if (spawn.order) order = preparedOrder(map, session.data(), *spawn.order);
+        if (spawn.order) {
+            order = preparedOrder(map, session.data(), *spawn.order);
+            requireScript(*typeToSpawn(map, session.data(), spawn.unit), *order);
+        }
         const SpawnedUnits spawned = spawnUnits(map, session.data(), spawn.unit);
         json data = encodeSpawnedUnits(spawned);
         if (order) addRefused(data, map, spawned, *order);

@@ -5,6 +5,7 @@
 #include "cob/cob_vm.h"
 #include "io/ascii.h"
 #include "sim/fight/attacks.h"
+#include "sim/fight/obstacles.h"
 #include "sim/motion/giving_way.h"
 #include "sim/motion/ground_motion.h"
 #include "sim/orders/formation.h"
@@ -149,7 +150,7 @@ OrderRefusal testWeapons(const WorldParts& world, const Unit& unit, const OrderR
     if (request.target)
         attack.target = world.state.units.withId(*request.target)->ref();
     else
-        attack.place = *request.place;
+        attack.place = {request.place->x, {}, request.place->z};
     switch (faultOf(world, unit, attack)) {
         case WeaponFault::notThere:
             return OrderRefusal::noWeapon;
@@ -185,10 +186,10 @@ OrderAnswer testDeed(const WorldParts& world, const Unit& unit, const OrderReque
     return OrderRefusal::none;
 }
 
-/// Nothing gets at whoever is aboard of somebody.
+/// Whoever is aboard of somebody does nothing, and is not hurt.
 bool isOutOfReach(const Unit& unit, const OrderRequest& request) {
-    return unit.carrier && (orderRule(request.kind).joinsQueue ||
-                            request.kind == OrderKind::place || request.kind == OrderKind::damage);
+    return unit.carrier &&
+           (orderRule(request.kind).joinsQueue || request.kind == OrderKind::damage);
 }
 
 /// Whether a unit has the tools for what it is to do.
@@ -241,7 +242,10 @@ Order orderOf(WorldParts& world, const OrderRequest& request) {
     Order order;
     order.kind = request.kind;
     order.slot = request.slot;
-    if (request.place) order.place = order.gathering = *request.place;
+    if (request.place) {
+        order.place = order.gathering = *request.place;
+        order.altitude = floorHeight(world, *request.place, Medium::air);
+    }
     if (request.feature && findFeature(world, *request.feature))
         order.feature = static_cast<std::uint32_t>(*request.feature);
     if (request.product) {
