@@ -271,8 +271,13 @@ std::unique_ptr<LoadedMap> loadMap(const MountedData& data, const MapRequest& re
     return map;
 }
 
+std::shared_ptr<const sim::UnitType> typeToSpawn(LoadedMap& map, const MountedData& data,
+                                                 const UnitSpawn& spawn) {
+    return reportingFailure([&] { return unitTypeOf(map, data, spawn.unit); });
+}
+
 SpawnedUnits spawnUnits(LoadedMap& map, const MountedData& data, const UnitSpawn& spawn) {
-    const auto type = reportingFailure([&] { return unitTypeOf(map, data, spawn.unit); });
+    const auto type = typeToSpawn(map, data, spawn);
     const sim::GroundPoint middle = pointAt(spawn.x, spawn.z);
     if (!map.world.terrain().contains(middle)) failPlacing(type->name, sim::SiteFault::outside);
 

@@ -97,6 +97,10 @@ struct UnitSpawn {
     bool isForced = false;
 };
 
+/// Their type. Throws RequestError what loading the unit's files throws.
+std::shared_ptr<const sim::UnitType> typeToSpawn(LoadedMap& map, const MountedData& data,
+                                                 const UnitSpawn& spawn);
+
 struct SpawnedUnits {
     std::string unitName;
     std::vector<std::uint32_t> ids;

@@ -60,15 +60,17 @@ sim::OrderRequest preparedOrder(LoadedMap& map, const MountedData& data, MapOrde
     return std::move(order.order);
 }
 
+void requireScript(const sim::UnitType& type, const sim::OrderRequest& request) {
+    if (request.kind != sim::OrderKind::script) return;
+    if (!type.script || type.script->findScript(request.script) < 0)
+        throw RequestError("script not found: " + request.script);
+}
+
 std::vector<sim::OrderAnswer> giveOrder(LoadedMap& map, std::span<const std::int64_t> unitIds,
                                         const sim::OrderRequest& request) {
-    if (request.kind == sim::OrderKind::script)
-        for (const std::int64_t id : unitIds) {
-            const sim::Unit* const unit = map.world.units().withId(id);
-            if (!unit) continue;
-            if (!unit->type->script || unit->type->script->findScript(request.script) < 0)
-                throw RequestError("script not found: " + request.script);
-        }
+    for (const std::int64_t id : unitIds)
+        if (const sim::Unit* const unit = map.world.units().withId(id))
+            requireScript(*unit->type, request);
     return map.world.giveOrder(unitIds, request);
 }
 

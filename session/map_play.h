@@ -53,6 +53,9 @@ struct Play {
 /// next play.
 Play playTicks(LoadedMap& map, const PlayRequest& request);
 
+/// Throws RequestError "script not found: …" for an order to start one that units of the type lack.
+void requireScript(const sim::UnitType& type, const sim::OrderRequest& request);
+
 /// What `sim::giveOrder` answers. Throws RequestError "position outside the map" and, for a script
 /// that a unit lacks, "script not found: …"; then nobody has the order.
 std::vector<sim::OrderAnswer> giveOrder(LoadedMap& map, std::span<const std::int64_t> unitIds,

@@ -32,7 +32,7 @@ struct UnitWish {
     /// What its weapons should attack: a unit, or a place where `target` is none.
     struct Attack {
         UnitRef target;
-        GroundPoint place;
+        Vector place;
         /// The weapon that is meant; -1 is all of them.
         std::int8_t slot = -1;
         /// One shot that is asked for by name, from weapons too that never fire by themselves. Who

@@ -40,8 +40,10 @@ void checkAim(OrderMembers& members) {
         throw RequestError(word + " needs a unit name");
     if (rule.takesPlace() && !hasTarget && x.has_value() != z.has_value())
         throw RequestError(word + " needs x and z");
-    // A target goes before a place.
-    if (request.target) request.place.reset();
+    // A unit goes before a feature and a place.
+    if (!request.target) return;
+    request.feature.reset();
+    request.place.reset();
 }
 
 void checkSlot(OrderMembers& members) {

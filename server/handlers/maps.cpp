@@ -131,7 +131,6 @@ Reply mapLoad(UnitViewSession& session, const Payload& payload) {
     if (const auto threads = members.whole("threads"))
         request.threads =
             static_cast<std::size_t>(std::clamp<std::int64_t>(*threads, 1, kMaxThreads));
-    members.flag("progress");  // only what it must be
     return {encodeLoadedMap(session.loadMap(request, payload.progress()))};
 }
 
@@ -145,7 +144,10 @@ Reply mapSpawn(UnitViewSession& session, const Payload& payload) {
         if (spawn.unit.unit.empty())
             return encodeSpawnedFeature(spawnFeature(map, session.data(), spawn.feature));
         std::optional<sim::OrderRequest> order;
-        if (spawn.order) order = preparedOrder(map, session.data(), *spawn.order);
+        if (spawn.order) {
+            order = preparedOrder(map, session.data(), *spawn.order);
+            requireScript(*typeToSpawn(map, session.data(), spawn.unit), *order);
+        }
         const SpawnedUnits spawned = spawnUnits(map, session.data(), spawn.unit);
         json data = encodeSpawnedUnits(spawned);
         if (order) addRefused(data, map, spawned, *order);

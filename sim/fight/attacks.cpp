@@ -17,7 +17,7 @@ WeaponFault faultOf(const WorldParts& world, const Unit& unit, const UnitWish::A
     const Unit* const target = world.state.units.find(attack.target);
     const bool reaches = attack.target ? target && target != &unit && target->isPresent() &&
                                              canReach(world, *weapon, *target)
-                                       : canReach(world, *weapon, attack.place);
+                                       : canReach(world, *weapon, {attack.place.x, attack.place.z});
     return reaches ? WeaponFault::none : WeaponFault::cannotReach;
 }
 

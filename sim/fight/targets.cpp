@@ -65,13 +65,13 @@ UnitRef chooseTarget(const WorldParts& world, UnitFinder& finder, const Unit& un
     return isNear ? attacker->ref() : UnitRef();
 }
 
-/// What an order names, as one weapon aims at it: shots at a place on the water end on it, but for
-/// those that run in it.
+/// What an order names, as one weapon aims at it: a place on water is hit at its surface, but by
+/// shots that run in it at its bottom.
 AimWish wishFor(const WorldParts& world, const WeaponType& weapon, const UnitWish::Attack& attack) {
     if (attack.target) return {AimKind::unit, true, attack.target, {}};
-    const Medium medium = weapon.isWaterWeapon ? Medium::water : Medium::air;
-    const auto& [x, z] = attack.place;
-    return {AimKind::place, true, {}, {x, floorHeight(world, attack.place, medium), z}};
+    Vector place = attack.place;
+    if (weapon.isWaterWeapon) place.y = floorHeight(world, {place.x, place.z}, Medium::water);
+    return {AimKind::place, true, {}, place};
 }
 
 /// What an order names is aimed at now; who has to look for something is noted. A weapon looks in

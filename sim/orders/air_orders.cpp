@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "sim/fight/attacks.h"
+#include "sim/orders/attack_orders.h"
 #include "sim/orders/work_orders.h"
 #include "sim/rules.h"
 
@@ -27,16 +28,15 @@ Fixed reachOnGround(Fixed reach, Fixed height) {
 /// Brings its weapons to bear on what it attacks: over it, or within reach for those who hover.
 void flyAt(const WorldParts& world, const Unit& unit, const UnitWish::Attack& attack,
            UnitWish& wish) {
-    const Unit* const target = world.state.units.find(attack.target);
-    const GroundPoint ground = target ? target->place : attack.place;
-    const Fixed height = target ? target->altitude : world.frame.terrain.groundHeight(ground);
+    const GroundPoint ground{attack.place.x, attack.place.z};
     wish.goal = wish.gathering = ground;
     if (!unit.type->air.hovers) {
         wish.flight.manner = FlightManner::run;
         return;
     }
     wish.flight.faced = ground;
-    const Fixed reach = reachOnGround(attackReach(rangesOf(world, unit, attack)), unit.altitude - height);
+    const Fixed reach =
+        reachOnGround(attackReach(rangesOf(world, unit, attack)), unit.altitude - attack.place.y);
     if (!isWithin(unit, ground, reach)) return;
     wish.goal = unit.place;
     wish.flight.manner = FlightManner::hold;
@@ -58,7 +58,7 @@ OrderProgress fly(const WorldParts& world, Unit& unit, const Order& order, UnitW
     if (unit.motion.arrival != Arrival::underWay) return kDone;
     const bool patrols = order.kind == OrderKind::patrol;
     if (const Unit* const enemy = patrols ? chosenEnemy(world, unit) : nullptr) {
-        flyAt(world, unit, {enemy->ref(), enemy->place, -1, false}, wish);
+        flyAt(world, unit, {enemy->ref(), enemy->position(), -1, false}, wish);
         return kUnderWay;
     }
     wish.goal = order.place;
@@ -69,13 +69,7 @@ OrderProgress fly(const WorldParts& world, Unit& unit, const Order& order, UnitW
 
 OrderProgress attack(const WorldParts& world, const Unit& unit, const Order& order,
                      UnitWish& wish) {
-    const Unit* const target = world.state.units.find(order.target);
-    if (order.target && (!target || target->isDying)) return kDone;
-    if (target && !target->isPresent()) return failedFor(OrderFailure::targetGone);
-    const GroundPoint place = target ? target->place : order.place;
-    wish.attack = {order.target, place, order.slot, false};
-    if (faultOf(world, unit, *wish.attack) != WeaponFault::none)
-        return failedFor(OrderFailure::cannotReach);
+    if (const auto end = takeAim(world, unit, order, wish)) return *end;
     flyAt(world, unit, *wish.attack, wish);
     return kUnderWay;
 }
@@ -97,7 +91,7 @@ OrderProgress guard(WorldParts& world, Unit& unit, const Order& order, UnitWish&
     const bool isAttacked = enemy && enemy->isPresent() && enemy->player != unit.player &&
                             world.state.tick - ward->lastAttackedAt < rules::kGuardMemory;
     if (isAttacked) {
-        wish.attack = {enemy->ref(), enemy->place, -1, false};
+        wish.attack = {enemy->ref(), enemy->position(), -1, false};
         flyAt(world, unit, *wish.attack, wish);
     } else if (!help(world, unit, *ward, wish)) {
         stayNear(unit, *ward, wish);

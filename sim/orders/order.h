@@ -51,6 +51,8 @@ struct Order {
     GroundPoint place = {};
     /// Where all go that were given the order together.
     GroundPoint gathering = {};
+    /// Above the map's zero, for a place that is attacked: of water its surface.
+    Fixed altitude = {};
     UnitRef target = {};
     std::uint32_t feature = 0;
     /// What is to be built: its place among the world's products.
@@ -78,11 +80,12 @@ void eachField(const Order& order, Visit visit) {
     visit("isSideStep", order.isSideStep);
     visit("place", order.place);
     visit("gathering", order.gathering);
+    visit("altitude", order.altitude);
     visit("target", order.target);
     visit("feature", order.feature);
     visit("product", order.product);
     visit("count", order.count);
 }
-static_assert(sizeof(Order) == 40);
+static_assert(sizeof(Order) == 44);
 
 }  // namespace orb::sim

@@ -2,6 +2,7 @@
 
 #include "sim/fight/attacks.h"
 #include "sim/orders/air_orders.h"
+#include "sim/orders/attack_orders.h"
 #include "sim/orders/transport_orders.h"
 #include "sim/orders/work_orders.h"
 #include "sim/phases.h"
@@ -73,20 +74,11 @@ void seekShot(const WorldParts& world, Unit& unit, GroundPoint place, UnitWish& 
 }
 
 OrderProgress attack(const WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
-    const Unit* const target = world.state.units.find(order.target);
-    if (order.target && (!target || target->isDying)) return kDone;
-    if (target && !target->isPresent()) return failedFor(OrderFailure::targetGone);
-    const bool isCommand = order.kind == OrderKind::fire;
-    if (isCommand && order.hasFired) return kDone;
-    const GroundPoint place = target ? target->place : order.place;
-    const UnitWish::Attack attack{order.target, place, order.slot, isCommand};
-    // It has got where none of the weapons gets to.
-    if (faultOf(world, unit, attack) != WeaponFault::none)
-        return failedFor(OrderFailure::cannotReach);
-    wish.attack = attack;
-    if (isCommand || !unit.type->canMove) return kUnderWay;
+    if (const auto end = takeAim(world, unit, order, wish)) return *end;
+    if (order.kind == OrderKind::fire || !unit.type->canMove) return kUnderWay;
 
-    const Ranges ranges = rangesOf(world, unit, attack);
+    const GroundPoint place{wish.attack->place.x, wish.attack->place.z};
+    const Ranges ranges = rangesOf(world, unit, *wish.attack);
     if (isWithin(unit, place, attackReach(ranges))) {
         if (lacksShot(unit, order.slot))
             seekShot(world, unit, place, wish);
@@ -107,7 +99,7 @@ OrderProgress guard(WorldParts& world, Unit& unit, const Order& order, UnitWish&
     const Unit* const enemy = world.state.units.find(ward->lastAttacker);
     if (enemy && enemy->player != unit.player &&
         world.state.tick - ward->lastAttackedAt < rules::kGuardMemory)
-        wish.attack = {enemy->ref(), enemy->place, -1, false};
+        wish.attack = {enemy->ref(), enemy->position(), -1, false};
     if (help(world, unit, *ward, wish)) return kUnderWay;
     if (!isWithin(unit, ward->place, rules::kGuardDistance)) goAfter(wish, *ward);
     return kUnderWay;

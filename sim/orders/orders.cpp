@@ -8,6 +8,7 @@
 #include "sim/fight/aim_points.h"
 #include "sim/fight/aiming.h"
 #include "sim/fight/attacks.h"
+#include "sim/fight/obstacles.h"
 #include "sim/motion/giving_way.h"
 #include "sim/motion/ground_motion.h"
 #include "sim/orders/formation.h"
@@ -156,17 +157,16 @@ UnitWish::Attack attackOf(const WorldParts& world, const OrderRequest& request) 
     if (request.target)
         attack.target = world.state.units.withId(*request.target)->ref();
     else
-        attack.place = *request.place;
+        attack.place = {request.place->x, world.frame.terrain.groundHeight(*request.place),
+                        request.place->z};
     return attack;
 }
 
 /// One of the weapons that are meant and able reaches from where the unit is.
 bool reachesFromHere(const WorldParts& world, const Unit& unit, const UnitWish::Attack& attack) {
     const Unit* const target = world.state.units.find(attack.target);
-    const GroundPoint place = attack.place;
     const AimTarget aim =
-        target ? AimTarget{hitCenter(world, *target), target}
-               : AimTarget{{place.x, world.frame.terrain.groundHeight(place), place.z}, nullptr};
+        target ? AimTarget{hitCenter(world, *target), target} : AimTarget{attack.place, nullptr};
     for (std::size_t slot = 0; slot < kWeaponSlots; ++slot)
         if (faultOf(world, unit, attack, slot) == WeaponFault::none &&
             isInRange(world, unit, *unit.type->weapons[slot], aim))
@@ -211,7 +211,7 @@ OrderAnswer testDeed(const WorldParts& world, const Unit& unit, const OrderReque
     return OrderRefusal::none;
 }
 
-/// Nothing gets at whoever is aboard of somebody.
+/// Whoever is aboard of somebody does nothing, and is not hurt.
 bool isOutOfReach(const Unit& unit, const OrderRequest& request) {
     return unit.carrier &&
            (orderRule(request.kind).joinsQueue || request.kind == OrderKind::damage);
@@ -221,7 +221,8 @@ bool isOutOfReach(const Unit& unit, const OrderRequest& request) {
 bool canCarry(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
     const Unit* const load = request.target ? world.state.units.withId(*request.target) : nullptr;
     if (request.kind != OrderKind::load) return unit.type->hold.capacity > 0;
-    return load && load != &unit && load->player == unit.player && fitsHold(*unit.type, *load->type);
+    return load && load != &unit && load->player == unit.player &&
+           fitsHold(*unit.type, *load->type);
 }
 
 /// Whether a unit has the tools for what it is to do.
@@ -279,7 +280,10 @@ Order orderOf(WorldParts& world, const OrderRequest& request) {
     Order order;
     order.kind = request.kind;
     order.slot = request.slot;
-    if (request.place) order.place = order.gathering = *request.place;
+    if (request.place) {
+        order.place = order.gathering = *request.place;
+        order.altitude = floorHeight(world, *request.place, Medium::air);
+    }
     if (request.feature && findFeature(world, *request.feature))
         order.feature = static_cast<std::uint32_t>(*request.feature);
     if (request.product) {

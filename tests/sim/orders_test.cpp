@@ -56,7 +56,7 @@ TEST(Orders, AreRefusedForAReason) {
     EXPECT_EQ(answers(field, all, order(OrderKind::move, 500, 500)),
               (Answers{none, cannotMove, cannotMove, notBuilt, noSuchUnit, noSuchUnit}));
     EXPECT_EQ(answers(field, all, order(OrderKind::attack, post)),
-              (Answers{noWeapon, noWeapon, none, noWeapon, noSuchUnit, noSuchUnit}));
+              (Answers{noWeapon, noSuchTarget, none, noWeapon, noSuchUnit, noSuchUnit}));
     OrderRequest third = order(OrderKind::attack, post);
     third.slot = 2;
     EXPECT_EQ(answers(field, {turret.id}, third), Answers{noWeapon});
@@ -124,7 +124,7 @@ TEST(Orders, AreRefusedWhenNoWeaponCanCarryThemOut) {
     field.tick();
     EXPECT_EQ(field.all<OrderFailed>().back().reason, OrderFailure::targetGone);
     EXPECT_EQ(answer(OrderKind::fire, dry), noSuchTarget);
-    EXPECT_EQ(answers(field, {dry.id}, order(OrderKind::place, 500, 500)), Answers{carried});
+    EXPECT_EQ(answers(field, {dry.id}, order(OrderKind::damage, 500, 500)), Answers{carried});
     EXPECT_EQ(answers(field, {dry.id}, order(OrderKind::stop)), Answers{none});
 }
 

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <optional>
+
+#include "sim/orders/order_progress.h"
+#include "sim/tick_scratch.h"
+#include "sim/world_parts.h"
+
+namespace orb::sim {
+
+/// Wishes for what an order to attack or to fire names; else tells how the order has ended: what it
+/// names is gone, has been fired at, or can be hit by none of the weapons that are meant.
+std::optional<OrderProgress> takeAim(const WorldParts& world, const Unit& unit, const Order& order,
+                                     UnitWish& wish);
+
+}  // namespace orb::sim
