@@ -162,6 +162,7 @@ sim::Conditions conditionsOf(const io::OtaFile& description, const io::OtaSchema
     conditions.minWind = header.getInt("minwindspeed").value_or(conditions.minWind);
     conditions.maxWind = header.getInt("maxwindspeed").value_or(conditions.maxWind);
     conditions.tidalStrength = header.getInt("tidalstrength").value_or(conditions.tidalStrength);
+    conditions.hillsHide = header.getInt("lineofsight").value_or(1) != 0;
     conditions.isLavaWorld = header.getInt("lavaworld").value_or(0) != 0;
     conditions.surfaceMetal =
         schema.values.getInt("surfacemetal").value_or(conditions.surfaceMetal);

@@ -4,6 +4,5 @@
 namespace orb::sim {
 
 void stepFeatures(WorldParts&, TickScratch&) {}
-void stepSight(WorldParts&, TickScratch&) {}
 
 }  // namespace orb::sim

@@ -8,6 +8,7 @@
 #include "sim/fight/damage.h"
 #include "sim/ground/cell.h"
 #include "sim/numbers/angle.h"
+#include "sim/sight/sight_scratch.h"
 #include "sim/units/unit_ref.h"
 
 namespace orb::sim {
@@ -72,6 +73,8 @@ struct WorkCounts {
     std::uint64_t cellsTested = 0;
     std::uint64_t pairs = 0;
     std::uint64_t steps = 0;
+    /// Tiles that units looked at.
+    std::uint64_t tilesSeen = 0;
 };
 
 /// A weapon that looks for a target, and what it found.
@@ -104,6 +107,7 @@ struct TickScratch {
     std::uint64_t areaTests = 0;
     /// Slots that a search has found; empty between searches.
     std::vector<std::uint32_t> found;
+    SightWork sight;
     WorkCounts counts;
 
     /// After births.

@@ -50,6 +50,8 @@ std::string reasonOf(OrderRefusal refusal, const sim::OrderRequest& request) {
                        : fmt::format("cannot {}", orderWord(request.kind));
         case OrderRefusal::needsPlace:
             return "build needs x and z";
+        case OrderRefusal::cannotCloak:
+            return "cannot cloak";
         case OrderRefusal::none:
             break;
     }

@@ -74,7 +74,7 @@ json encodeSpawnedFeature(const sim::Feature& feature) {
 /// What a snapshot asks for.
 struct SnapshotRequest {
     std::optional<std::vector<std::int64_t>> unitIds;
-    std::optional<std::int64_t> player;
+    std::optional<std::int32_t> player;
     bool withPieces = false;
     /// Pieces of those units only whose pose changed after this tick.
     std::optional<std::int64_t> since;
@@ -84,7 +84,9 @@ struct SnapshotRequest {
 SnapshotRequest decodeSnapshot(const Payload& payload) {
     SnapshotRequest request;
     request.unitIds = payload.integers("unitIds");
-    request.player = payload.integer("player");
+    if (const auto player = payload.integer("player"))
+        request.player =
+            static_cast<std::int32_t>(std::clamp<std::int64_t>(*player, 0, sim::kPlayerCount + 1));
     request.withPieces = payload.flag("pieces").value_or(false);
     request.since = payload.integer("since");
     request.withFeatures = payload.flag("features").value_or(false);
@@ -95,9 +97,7 @@ SnapshotRequest decodeSnapshot(const Payload& payload) {
 bool isAskedFor(const SnapshotRequest& request, const sim::World& world, const sim::Unit& unit) {
     if (request.unitIds && !std::ranges::binary_search(*request.unitIds, std::int64_t{unit.id}))
         return false;
-    return !request.player ||
-           world.isSeenBy(unit, static_cast<std::int32_t>(std::clamp<std::int64_t>(
-                                    *request.player, 0, sim::kPlayerCount + 1)));
+    return !request.player || world.isSeenBy(unit, *request.player);
 }
 
 /// What came onto the map after it was loaded, and what left it.
@@ -162,6 +162,7 @@ Reply mapSnapshot(UnitViewSession& session, const Payload& payload) {
     json data = {{"tick", world.tick()},
                  {"units", std::move(units)},
                  {"projectiles", encodeProjectiles(world)}};
+    if (request.player) data["contacts"] = encodeContacts(world, *request.player);
     if (request.withFeatures) data["features"] = encodeFeatureChanges(map);
     return {std::move(data)};
 }

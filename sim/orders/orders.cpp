@@ -9,6 +9,7 @@
 #include "sim/phases.h"
 #include "sim/rules.h"
 #include "sim/scripts/script_host.h"
+#include "sim/sight/cloak.h"
 #include "sim/units/births.h"
 #include "sim/work/work.h"
 
@@ -94,6 +95,9 @@ void actAtOnce(WorldParts& world, TickScratch& scratch, Unit& unit, const OrderR
         case OrderKind::activate:
         case OrderKind::deactivate:
             return switchUnit(world, unit, request.kind == OrderKind::activate);
+        case OrderKind::cloak:
+        case OrderKind::decloak:
+            return setCloak(unit, request.kind == OrderKind::cloak);
         case OrderKind::moveState:
             unit.standing.move = stateOf(request);
             return;
@@ -160,6 +164,8 @@ OrderRefusal testOrder(const WorldParts& world, const Unit* unit, const OrderReq
     if (request.kind == OrderKind::build && !unit->type->isBuilding && !request.place)
         return OrderRefusal::needsPlace;
     if (rule.needsWeapon && !hasWeapon(*unit->type, request.slot)) return OrderRefusal::noWeapon;
+    if (request.kind == OrderKind::cloak && !unit->type->senses.canCloak)
+        return OrderRefusal::cannotCloak;
     if (rule.needsBuilt && !unit->isBuilt()) return OrderRefusal::notBuilt;
     if (rule.joinsQueue && request.isQueued && unit->orders.size() >= kMaxOrders)
         return OrderRefusal::queueFull;
@@ -237,8 +243,8 @@ const OrderRule& orderRule(OrderKind kind) {
         workOn(Aim::target),      // reclaim
         atOnce(Aim::none, true),  // activate
         atOnce(Aim::none, true),  // deactivate
-        toCome(),                 // cloak
-        toCome(),                 // decloak
+        atOnce(Aim::none, true),  // cloak
+        atOnce(Aim::none, true),  // decloak
         atOnce(),                 // moveState
         atOnce(),                 // fireState
         atOnce(),                 // selfDestruct

@@ -64,6 +64,7 @@ enum class OrderRefusal : std::uint8_t {
     notBuilt,
     cannotWork,
     needsPlace,
+    cannotCloak,
 };
 
 /// Gives the order to the units of those ids; one answer for each, in their order. What it asks for

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "sim/scripts/script_host.h"
+#include "sim/sight/sight.h"
 #include "sim/work/generators.h"
 #include "sim/work/work.h"
 
@@ -94,11 +95,14 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
     noteFootprint(world.derived, type);
     setUpScript(world, unit);
     if (unit.isBuilt()) tellGenerator(world, unit);
+    unit.cloak.isWanted = type.senses.beginsCloaked;
+    lookAround(world, unit);
     return unit;
 }
 
 void removeUnit(WorldParts& world, Unit& unit) {
     releaseCells(world, unit);
+    closeEyes(world, unit);
     world.derived.buckets.remove(unit.slot(), unit.place);
     world.state.scripts.remove(unit);
     world.state.units.remove(unit, world.state.tick);
@@ -110,6 +114,7 @@ void moveUnitTo(WorldParts& world, Unit& unit, GroundPoint place) {
     unit.place = place;
     unit.altitude = restingAltitude(world.frame.terrain, *unit.type, place);
     takeCells(world, unit);
+    lookAround(world, unit);
 }
 
 const Feature* placeFeature(WorldParts& world, std::uint32_t typeIndex, Cell northWest,

@@ -10,6 +10,7 @@
 #include "sim/numbers/angle.h"
 #include "sim/numbers/tick.h"
 #include "sim/orders/order.h"
+#include "sim/sight/unit_sight.h"
 #include "sim/units/unit_ref.h"
 #include "sim/units/unit_type.h"
 #include "sim/ways/route.h"
@@ -149,6 +150,8 @@ struct Unit {
     UnitMotion motion;
     UnitGrowth growth;
     UnitLabour labour;
+    UnitSight sight;
+    UnitCloak cloak;
     std::vector<Order> orders;
     std::array<WeaponState, kWeaponSlots> weapons;
     /// The piece that it is aimed at and hit round, as its script said at its birth; -1 for none.
@@ -165,6 +168,7 @@ struct Unit {
     UnitRef ref() const { return {id - 1, generation}; }
     std::uint32_t slot() const { return id - 1; }
     bool isBuilt() const { return buildFraction >= Fixed::fromInt(1); }
+    bool isStunned(Tick now) const { return now < stunnedUntil; }
     /// It is there to act and to be acted on.
     bool isPresent() const { return !isDying && !carrier; }
     CellRect cells() const { return footprintAt(place, type->footprintX, type->footprintZ); }
@@ -229,7 +233,7 @@ void eachField(const StandingOrders& standing, Visit visit) {
 }
 static_assert(sizeof(StandingOrders) == 2);
 
-/// All but the orders, which are a part of their own.
+/// All but orders, sight and cloak, which are in other parts.
 template <typename Visit>
 void eachField(const Unit& unit, Visit visit) {
     visit("id", unit.id);
@@ -259,6 +263,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
-static_assert(sizeof(Unit) == 408);
+static_assert(sizeof(Unit) == 504);
 
 }  // namespace orb::sim
