@@ -144,6 +144,7 @@ void reportTicks(sim::World& world, std::string_view how, double sorting) {
     report("portals visited", &sim::WorkCounts::nodeVisits);
     report("pairs looked at", &sim::WorkCounts::pairs);
     report("steps", &sim::WorkCounts::steps);
+    report("tiles looked at", &sim::WorkCounts::tilesSeen);
 }
 
 }  // namespace

@@ -196,7 +196,7 @@ export interface Messages {
     "map-move": Message<MoveRequest, "map-move-reply", OrderAnswers>;
     "map-tick": Message<MapTickRequest, "map-tick-reply", Ticked>;
     "map-snapshot": Message<SnapshotRequest, "map-snapshot-reply", Snapshot>;
-    "map-heightmap": Message<{ plane?: "height" }, "map-heightmap-reply", Heightmap>;
+    "map-heightmap": Message<HeightmapRequest, "map-heightmap-reply", Heightmap>;
     /** The frame is a PNG. */
     "map-minimap": Message<None, "map-minimap-reply", Minimap>;
     "map-features": Message<None, "map-features-reply", MapFeatures>;
@@ -1611,7 +1611,7 @@ export interface Spawn {
 
 export type OrderKind =
     | QueuedOrder | "stop" | "activate" | "deactivate" | "moveState" | "fireState" | "damage" | "kill"
-    | "finish" | "place" | "script" | "remove" | "selfDestruct";
+    | "finish" | "place" | "script" | "remove" | "selfDestruct" | "cloak" | "decloak";
 
 /** Those that a unit can be at for a while. */
 export type QueuedOrder =
@@ -1784,6 +1784,8 @@ export interface Snapshot {
     tick: number;
     units: MapUnit[];
     projectiles: MapProjectile[];
+    /** With `player`: what he does not see but has on radar or sonar. */
+    contacts?: MapContact[];
     /** What changed since the map was loaded. */
     features?: {
         added: MapFeature[];
@@ -1791,6 +1793,14 @@ export interface Snapshot {
         /** The ids of those that burn, when any does. */
         burning?: number[];
     };
+}
+
+export interface MapContact {
+    unitId: number;
+    player: number;
+    x: number;
+    y: number;
+    z: number;
 }
 
 export interface MapUnit {
@@ -1814,6 +1824,10 @@ export interface MapUnit {
     nano?: { x: number; y: number; z: number; piece?: string };
     /** Seconds until it destroys itself. */
     selfDestruct?: number;
+    /** Seconds for which it does nothing. */
+    stunned?: number;
+    /** It hides; absent when it does not. */
+    cloaked?: true;
     active: boolean;
     /** The current one. */
     order?: QueuedOrder;
@@ -1824,6 +1838,7 @@ export interface MapUnit {
         state: "idle" | "aiming" | "aimed" | "reloading" | "firing";
         /** Seconds until it can fire again. */
         reload: number;
+        /** Shots made ahead. */
         stock: number;
         /** The unit that it is aimed at. */
         target?: number;
@@ -1846,8 +1861,16 @@ export interface MapProjectile {
     owner?: number;
 }
 
+export interface HeightmapRequest {
+    /** Default "height". */
+    plane?: Heightmap["plane"];
+    /** Of the plane "sight": whose it is, 1 to 10, default 1. */
+    player?: number;
+}
+
 export interface Heightmap {
-    plane: "height";
+    /** Bytes of "sight": 2 where the player sees, 1 where his radar or sonar reaches, else 0. */
+    plane: "height" | "sight";
     /** In cells. */
     width: number;
     height: number;

@@ -85,8 +85,8 @@ std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std:
         const std::int32_t reclaimed =
             followerOf(map, tables, added[i], {"featurereclamate", "featurereclamamate"}, added);
         map.world.setReclaimedFollower(added[i], reclaimed);
-        map.world.setBurntFollower(
-            added[i], followerOf(map, tables, added[i], {"featureburnt"}, added));
+        map.world.setBurntFollower(added[i],
+                                   followerOf(map, tables, added[i], {"featureburnt"}, added));
     }
     return type;
 }
@@ -166,6 +166,7 @@ sim::Conditions conditionsOf(const io::OtaFile& description, const io::OtaSchema
     conditions.minWind = header.getInt("minwindspeed").value_or(conditions.minWind);
     conditions.maxWind = header.getInt("maxwindspeed").value_or(conditions.maxWind);
     conditions.tidalStrength = header.getInt("tidalstrength").value_or(conditions.tidalStrength);
+    conditions.hillsHide = header.getInt("lineofsight").value_or(1) != 0;
     conditions.isLavaWorld = header.getInt("lavaworld").value_or(0) != 0;
     conditions.surfaceMetal =
         schema.values.getInt("surfacemetal").value_or(conditions.surfaceMetal);

@@ -168,6 +168,29 @@ sim::UnitEconomy readEconomy(const io::TdfSection& section, const io::FbiUnitInf
     return economy;
 }
 
+sim::UnitSenses readSenses(const io::TdfSection& section) {
+    const auto flag = [&](std::string_view key) { return intOf(section, key, 0) != 0; };
+    const auto distance = [&](std::string_view key) {
+        return std::clamp(intOf(section, key, 0), 0, kMaxSight);
+    };
+    const EconomyReader from(section);
+    sim::UnitSenses senses;
+    senses.radar = distance("radardistance");
+    senses.sonar = distance("sonardistance");
+    senses.radarJam = distance("radardistancejam");
+    senses.sonarJam = distance("sonardistancejam");
+    senses.isStealthy = flag("stealth");
+    senses.aimsByRadar = flag("istargetingupgrade");
+    senses.cloakCost = from.rate("cloakcost");
+    senses.movingCloakCost =
+        section.getFloat("cloakcostmoving") ? from.rate("cloakcostmoving") : senses.cloakCost;
+    senses.beginsCloaked = flag("init_cloaked");
+    senses.canCloak = senses.beginsCloaked || senses.cloakCost > sim::Amount() ||
+                      senses.movingCloakCost > sim::Amount();
+    senses.uncloakDistance = sim::Fixed::fromInt(distance("mincloakdistance"));
+    return senses;
+}
+
 /// What builders may build, what can be done to it, and how it ends.
 void takeWork(sim::UnitType& type, const GameTables& tables, const LoadedUnit& unit) {
     constexpr std::int32_t kMostSeconds = 3'600;
@@ -266,6 +289,7 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     takeModel(type, unit.model);
     takeWeapons(type, tables, fbi);
     takeWork(type, tables, unit);
+    type.senses = readSenses(unit.unitInfo());
 
     const TableEntry* const movement = tables.movementClasses.find(fbi.movementClass);
     takeFootprint(type, movement ? movement->section : unit.unitInfo());

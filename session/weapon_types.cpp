@@ -57,8 +57,10 @@ void readFlags(sim::WeaponType& type, const WeaponReader& weapon) {
     type.isTurret = weapon.flag("turret");
     type.needsFreeLine = weapon.flag("lineofsight") || type.flight == sim::Flight::straight;
     type.isWaterWeapon = weapon.flag("waterweapon");
-    // Interceptors shoot at shots, of which nobody takes notice yet.
-    type.isCommandFire = weapon.flag("commandfire") || weapon.flag("interceptor");
+    type.isInterceptor = weapon.flag("interceptor");
+    type.isCommandFire = weapon.flag("commandfire") || type.isInterceptor;
+    type.isStockpiled = weapon.flag("stockpile");
+    type.isTargetable = weapon.flag("targetable");
     type.isOnlyForAircraft = weapon.flag("toairweapon");
     type.isOnlyForUnits = weapon.flag("unitsonly");
     type.isParalyzer = weapon.flag("paralyzer");
@@ -70,6 +72,7 @@ void readFlags(sim::WeaponType& type, const WeaponReader& weapon) {
 
 void readFlight(sim::WeaponType& type, const WeaponReader& weapon) {
     type.range = Fixed::fromNumber(weapon.number("range", 0, sim::kMaxRange));
+    type.coverage = Fixed::fromNumber(weapon.number("coverage", 0, sim::kMaxRange));
     type.speed =
         std::max(weapon.perTick("weaponvelocity"), Fixed::fromInt(sim::rules::kLeastShotSpeed));
     type.startSpeed = std::min(weapon.perTick("startvelocity"), type.speed);

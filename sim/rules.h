@@ -199,6 +199,37 @@ inline constexpr std::int32_t kSiteWaitTicks = 300;
 /// New units go so many cells farther than they need to leave their factory.
 inline constexpr std::int32_t kRallyCells = 3;
 
+// Seeing and hiding. Known are the distances; the rest no document tells.
+
+/// Who only goes on looks around in one tick of so many, and only from another tile. Higher lets
+/// scouts see later and costs less.
+inline constexpr std::int32_t kLookAroundEvery = 8;
+/// Pixels above the ground under it from which even the lowest unit looks. Less, and small ones see
+/// nothing over a bump.
+inline constexpr std::int32_t kLeastEyeHeight = 16;
+/// Radar and sonar look at a unit in one tick of so many.
+inline constexpr std::int32_t kSweepEvery = 16;
+/// A unit that hides looks for enemies too near in one tick of so many.
+inline constexpr std::int32_t kCloakLookEvery = 4;
+/// Who was found out does not hide for so long.
+inline constexpr Tick kFoundOutTicks = 90;
+// Choices about sight that have no number:
+// - Ground and water hide what lies behind them, features do not.
+// - Only what is built sees, and nobody sees from aboard of something.
+// - Sight knows no depth: it finds what is under water, radar does not and sonar only what is in
+// it.
+// - Radar, sonar and jammers work while their unit is active and not stunned.
+// - Who hides is still on radar, but nobody aims at him; an order to attack finds him again when
+//   he is found out.
+// - Orders may name what nobody has seen: they are given by somebody who sees everything.
+
+/// Shots that a weapon with a stockpile makes ahead; they are lost when its unit is captured.
+inline constexpr std::int32_t kStockpile = 5;
+/// Ticks between two shots out of a stockpile; `reloadtime` is what making one takes.
+inline constexpr Tick kStockpileReload = 30;
+/// An interceptor bursts beside its target from so many pixels on, and what both fly in a tick.
+inline constexpr std::int32_t kInterceptDistance = 16;
+
 /// The worst way to die, in percent of the health that there was.
 inline constexpr std::int32_t kMostSeverity = 200;
 

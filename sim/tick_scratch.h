@@ -9,6 +9,7 @@
 #include "sim/ground/cell.h"
 #include "sim/motion/flight.h"
 #include "sim/numbers/angle.h"
+#include "sim/sight/sight_scratch.h"
 #include "sim/units/unit_ref.h"
 
 namespace orb::sim {
@@ -94,6 +95,8 @@ struct WorkCounts {
     std::uint64_t cellsTested = 0;
     std::uint64_t pairs = 0;
     std::uint64_t steps = 0;
+    /// Tiles that units looked at.
+    std::uint64_t tilesSeen = 0;
 };
 
 /// A weapon that looks for a target, and what it found.
@@ -127,6 +130,7 @@ struct TickScratch {
     std::uint64_t areaTests = 0;
     /// Slots that a search has found; empty between searches.
     std::vector<std::uint32_t> found;
+    SightWork sight;
     WorkCounts counts;
 
     /// After births.

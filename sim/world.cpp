@@ -14,6 +14,7 @@ namespace orb::sim {
 World::World(Terrain terrain, const WorldOptions& options)
     : parts_(std::move(terrain), options.threads) {
     parts_.frame.conditions = options.conditions;
+    parts_.derived.sight.letHillsHide(options.conditions.hillsHide);
     parts_.frame.seed = options.seed;
     parts_.state.players = options.players;
     for (Player& player : parts_.state.players) {
@@ -107,15 +108,6 @@ const Feature* World::placeFeature(std::uint32_t type, Cell northWest) {
 
 Vector World::pieceOf(const Unit& unit, std::int32_t piece) const {
     return pieceInWorld(parts_, unit, piece);
-}
-
-bool World::isSeenBy(const Unit& unit, std::int32_t player) const {
-    if (unit.player == player) return true;
-    return std::any_of(units().begin(), units().end(), [&](const Unit& own) {
-        return own.player == player &&
-               squaredDistance(own.place.x, own.place.z, unit.place.x, unit.place.z) <=
-                   squaredLength(Fixed::fromInt(own.type->sightDistance));
-    });
 }
 
 std::vector<GroundPoint> blockPlaces(const UnitType& type, GroundPoint middle, std::size_t count) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sim/orders/orders.h"
+#include "sim/sight/sight.h"
 #include "sim/state_hash.h"
 #include "sim/tick_scratch.h"
 #include "sim/units/births.h"
@@ -92,8 +93,16 @@ public:
 
     /// Where a piece of a unit is.
     Vector pieceOf(const Unit& unit, std::int32_t piece) const;
-    /// True when one of the player's own units is near enough, or the unit is his.
-    bool isSeenBy(const Unit& unit, std::int32_t player) const;
+    /// See `sim/sight/sight.h`.
+    bool isSeenBy(const Unit& unit, std::int32_t player) const {
+        return sees(parts_, player, unit);
+    }
+    bool isOnRadarOf(const Unit& unit, std::int32_t player) const {
+        return hasOnRadar(player, unit);
+    }
+    std::vector<Knowledge> knowledgeOf(std::int32_t player) const {
+        return sim::knowledgeOf(parts_, player);
+    }
 
 private:
     WorldParts parts_;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "sim/sight/sight.h"
+
 namespace orb::sim {
 
 WorldFrame::WorldFrame(Terrain ground)
@@ -12,7 +14,8 @@ WorldFrame::WorldFrame(Terrain ground)
 WorldState::WorldState(const Terrain& terrain)
     : routes(terrain), occupancy(terrain.cellsX(), terrain.cellsZ()) {}
 
-WorldDerived::WorldDerived(const Terrain& terrain) : buckets(terrain.cellsX(), terrain.cellsZ()) {}
+WorldDerived::WorldDerived(const Terrain& terrain)
+    : buckets(terrain.cellsX(), terrain.cellsZ()), sight(terrain) {}
 
 WorldParts::WorldParts(Terrain ground, std::size_t threads)
     : frame(std::move(ground)), state(frame.terrain), derived(frame.terrain), workers(threads) {}
@@ -24,6 +27,7 @@ void noteFootprint(WorldDerived& derived, const UnitType& type) {
 
 void dropDerived(WorldParts& world) {
     world.derived.buckets.rebuild(world.state.units);
+    rebuildSight(world.derived.sight, world.state.units);
     world.derived.largestFootprint = 1;
     for (const Unit& unit : world.state.units) noteFootprint(world.derived, *unit.type);
     world.state.routes.dropDerived();

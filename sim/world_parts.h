@@ -15,6 +15,7 @@
 #include "sim/ground/occupancy.h"
 #include "sim/ground/terrain.h"
 #include "sim/scripts/running_scripts.h"
+#include "sim/sight/sight_map.h"
 #include "sim/units/players.h"
 #include "sim/units/unit_buckets.h"
 #include "sim/units/units.h"
@@ -61,6 +62,7 @@ struct WorldState {
     Players players;
     Wind wind;
     Projectiles projectiles;
+    FoundState found;
     /// Queue, ways and searches are state; the graphs among it are derived, see there.
     Routes routes;
     /// Follows from the rest but for who came first; see there. Not hashed.
@@ -73,6 +75,7 @@ struct WorldDerived {
     explicit WorldDerived(const Terrain& terrain);
 
     UnitBuckets buckets;
+    SightMap sight;
     /// Cells along the longer side of the largest unit that there has been. Searches for what
     /// reaches somewhere look so much farther; who finds more than is needed tests more.
     std::int32_t largestFootprint = 1;

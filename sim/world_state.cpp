@@ -64,9 +64,12 @@ void putPart(Sink& sink, const WorldState& state, StatePart part) {
         case StatePart::economy:
             putState(sink, "wind", state.wind);
             return putState(sink, "players", state.players);
-        // Nothing of this is there yet.
         case StatePart::sight:
-            return;
+            for (const Unit& unit : state.units) {
+                putState(sink, "sight", unit.sight);
+                putState(sink, "cloak", unit.cloak);
+            }
+            return putState(sink, "found", state.found);
     }
 }
 

@@ -98,6 +98,8 @@ std::string reasonOf(const sim::OrderAnswer& answer, const sim::OrderRequest& re
             return fmt::format("cannot place: {}", sim::textOf(answer.fault));
         case OrderRefusal::tooManyThreads:
             return "too many script threads";
+        case OrderRefusal::cannotCloak:
+            return "cannot cloak";
         case OrderRefusal::none:
             break;
     }

@@ -66,7 +66,7 @@ json encodeWeapons(const sim::World& world, const sim::Unit& unit) {
         json data = {{"slot", slot},
                      {"state", wordOf(sim::activityOf(weapon, world.tick()))},
                      {"reload", static_cast<double>(left) / sim::kTicksPerSecond},
-                     {"stock", 0}};
+                     {"stock", weapon.stockpile.shots}};
         if (const sim::Unit* const target = world.units().find(weapon.target))
             data["target"] = target->id;
         result.push_back(std::move(data));
@@ -196,6 +196,10 @@ json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPiec
     if (unit.labour.selfDestructAt > world.tick())
         result["selfDestruct"] =
             static_cast<double>(unit.labour.selfDestructAt - world.tick()) / sim::kTicksPerSecond;
+    if (unit.isStunned(world.tick()))
+        result["stunned"] =
+            static_cast<double>(unit.stunnedUntil - world.tick()) / sim::kTicksPerSecond;
+    if (unit.cloak.isOn) result["cloaked"] = true;
     if (unit.carrier) encodeRide(world, unit, result);
     if (!unit.hold.cargo.empty()) result["cargo"] = encodeCargo(unit);
     if (withPieces) {
@@ -203,6 +207,18 @@ json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPiec
         result["transforms"] = script ? encodePieces(*script, unit.type->pieces)
                                       : encodePiecesAtRest(unit.type->pieces);
     }
+    return result;
+}
+
+json encodeContacts(const sim::World& world, std::int32_t player) {
+    json result = json::array();
+    for (const sim::Unit& unit : world.units())
+        if (world.isOnRadarOf(unit, player) && !world.isSeenBy(unit, player))
+            result.push_back({{"unitId", unit.id},
+                              {"player", unit.player},
+                              {"x", unit.place.x.toNumber()},
+                              {"y", unit.altitude.toNumber()},
+                              {"z", unit.place.z.toNumber()}});
     return result;
 }
 

@@ -16,6 +16,9 @@ nlohmann::json encodeLoadedMap(const LoadedMap& map);
 /// One unit of a snapshot; with the poses of its pieces when asked for.
 nlohmann::json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPieces);
 
+/// Units that a player has on radar or sonar and does not see.
+nlohmann::json encodeContacts(const sim::World& world, std::int32_t player);
+
 /// What flies.
 nlohmann::json encodeProjectiles(const sim::World& world);
 

@@ -92,8 +92,10 @@ Reply mapMove(UnitViewSession& session, const Payload& payload) {
     if (!unitIds && unitId) unitIds = std::vector{*unitId};
     if (!unitIds || unitIds->empty()) throw RequestError("unit ids are required");
     MapOrder order = orderOfMembers(std::move(members));
+    sim::OrderRequest request;
     const auto answers = session.changeMap([&](LoadedMap& map) {
-        return giveOrder(map, *unitIds, preparedOrder(map, session.data(), std::move(order)));
+        request = preparedOrder(map, session.data(), std::move(order));
+        return giveOrder(map, *unitIds, request);
     });
     json accepted = json::array();
     for (std::size_t i = 0; i < answers.size(); ++i)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "server/handlers/decode_order.h"
 #include "server/handlers/handlers.h"
 #include "server/handlers/members.h"
 #include "session/request_error.h"
@@ -10,6 +11,22 @@ namespace orb::unitview::ipc::handlers {
 namespace {
 
 constexpr std::string_view kHeightPlane = "height";
+constexpr std::string_view kSightPlane = "sight";
+
+/// A byte a cell: what a player knows of it.
+std::vector<std::uint8_t> sightPlane(const sim::World& world, std::int32_t player) {
+    constexpr std::int32_t kTileCells = sim::kTilePixels / sim::kCellPixels;
+    const std::vector<sim::Knowledge> tiles = world.knowledgeOf(player);
+    const sim::Terrain& terrain = world.terrain();
+    const std::int32_t tilesX = (terrain.cellsX() + kTileCells - 1) / kTileCells;
+    std::vector<std::uint8_t> plane;
+    plane.reserve(terrain.heights().size());
+    for (std::int32_t z = 0; z < terrain.cellsZ(); ++z)
+        for (std::int32_t x = 0; x < terrain.cellsX(); ++x)
+            plane.push_back(static_cast<std::uint8_t>(
+                tiles[static_cast<std::size_t>(z / kTileCells * tilesX + x / kTileCells)]));
+    return plane;
+}
 
 /// Windows come from where somebody drags: fractions are dropped. 0 without the member.
 std::int64_t decodePixels(const Members& members, std::string_view key) {
@@ -20,9 +37,13 @@ std::int64_t decodePixels(const Members& members, std::string_view key) {
 }  // namespace
 
 Reply mapHeightmap(UnitViewSession& session, const Payload& payload) {
-    const std::string plane = Members(payload).text("plane").value_or(std::string(kHeightPlane));
-    const sim::Terrain& terrain = session.requireMap().world.terrain();
-    if (plane != kHeightPlane) throw RequestError("unknown plane: " + plane);
+    const Members members(payload);
+    const std::string plane = members.text("plane").value_or(std::string(kHeightPlane));
+    const std::int32_t player = decodePlayer(members).value_or(1);
+    const sim::World& world = session.requireMap().world;
+    const sim::Terrain& terrain = world.terrain();
+    if (plane != kHeightPlane && plane != kSightPlane)
+        throw RequestError("unknown plane: " + plane);
     const auto heights = terrain.heights();
     return {{{"plane", plane},
              {"width", terrain.cellsX()},
@@ -30,7 +51,8 @@ Reply mapHeightmap(UnitViewSession& session, const Payload& payload) {
              {"cellSize", sim::kCellPixels},
              {"seaLevel", terrain.seaLevel()},
              {"byteSize", heights.size()}},
-            {heights.begin(), heights.end()}};
+            plane == kSightPlane ? sightPlane(world, player)
+                                 : std::vector<std::uint8_t>{heights.begin(), heights.end()}};
 }
 
 Reply mapMinimap(UnitViewSession& session, const Payload&) {

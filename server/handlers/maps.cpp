@@ -170,6 +170,7 @@ Reply mapSnapshot(UnitViewSession& session, const Payload& payload) {
     json data = {{"tick", world.tick()},
                  {"units", std::move(units)},
                  {"projectiles", encodeProjectiles(world)}};
+    if (request.player) data["contacts"] = encodeContacts(world, *request.player);
     if (request.withFeatures) data["features"] = encodeFeatureChanges(map);
     return {std::move(data)};
 }

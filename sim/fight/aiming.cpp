@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "sim/fight/interceptors.h"
 #include "sim/fight/obstacles.h"
 
 namespace orb::sim {
@@ -13,14 +14,6 @@ bool flies(const UnitType& type) {
 
 Fixed seaLevel(const WorldParts& world) {
     return Fixed::fromInt(world.frame.terrain.seaLevel());
-}
-
-bool isInWater(const WorldParts& world, const Unit& unit) {
-    return !flies(*unit.type) && unit.altitude < seaLevel(world);
-}
-
-bool isUnderWater(const WorldParts& world, const Unit& unit) {
-    return !flies(*unit.type) && unit.altitude + unit.type->height < seaLevel(world);
 }
 
 /// Where the target will be when a shot from there arrives.
@@ -112,9 +105,21 @@ AimSolution solveDrop(const WorldParts& world, const Unit& unit, const WeaponTyp
 
 }  // namespace
 
+bool isInWater(const WorldParts& world, const Unit& unit) {
+    return !flies(*unit.type) && unit.altitude < seaLevel(world);
+}
+
+bool isUnderWater(const WorldParts& world, const Unit& unit) {
+    return !flies(*unit.type) && unit.altitude + unit.type->height < seaLevel(world);
+}
+
 std::optional<AimTarget> targetOf(const WorldParts& world, const WeaponState& weapon) {
     if (weapon.aim == AimKind::place) return AimTarget{weapon.place};
     if (weapon.aim == AimKind::nothing) return std::nullopt;
+    if (weapon.aim == AimKind::shot) {
+        const Projectile* const shot = findShot(world, weapon.targetShot);
+        return shot ? std::optional(AimTarget{shot->place}) : std::nullopt;
+    }
     const Unit* const unit = world.state.units.find(weapon.target);
     if (!unit || !unit->isPresent()) return std::nullopt;
     return AimTarget{hitCenter(world, *unit), unit};

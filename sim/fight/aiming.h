@@ -31,6 +31,10 @@ struct AimTarget {
 };
 std::optional<AimTarget> targetOf(const WorldParts& world, const WeaponState& weapon);
 
+/// It swims or dives: its lowest point is below the surface, or all of it.
+bool isInWater(const WorldParts& world, const Unit& unit);
+bool isUnderWater(const WorldParts& world, const Unit& unit);
+
 /// Whether what a weapon fires gets there at all: it hits aircraft, ships and what is under water
 /// as its definition says.
 bool canReach(const WorldParts& world, const WeaponType& weapon, const Unit& target);

@@ -5,6 +5,7 @@
 
 #include "sim/fight/aiming.h"
 #include "sim/rules.h"
+#include "sim/sight/sight.h"
 
 namespace orb::sim {
 
@@ -12,10 +13,11 @@ WeaponFault faultOf(const WorldParts& world, const Unit& unit, const UnitWish::A
                     std::size_t slot) {
     const auto& weapon = unit.type->weapons[slot];
     const bool isMeant = attack.slot < 0 || attack.slot == static_cast<std::int32_t>(slot);
-    if (!weapon || !isMeant) return WeaponFault::notThere;
+    if (!weapon || !isMeant || weapon->isInterceptor) return WeaponFault::notThere;
     if (weapon->isCommandFire && !attack.isCommand) return WeaponFault::onlyOnCommand;
     const Unit* const target = world.state.units.find(attack.target);
     const bool reaches = attack.target ? target && target != &unit && target->isPresent() &&
+                                             !hidesFrom(unit.player, *target) &&
                                              canReach(world, *weapon, *target)
                                        : canReach(world, *weapon, {attack.place.x, attack.place.z});
     return reaches ? WeaponFault::none : WeaponFault::cannotReach;

@@ -55,6 +55,7 @@ void paralyze(const WorldParts& world, Unit& unit, Amount ticks) {
     if (unit.type->isImmuneToParalyzer) return;
     const std::int64_t length = std::min<std::int64_t>(ticks.floor(), kMaxWeaponTicks);
     unit.stunnedUntil = std::max(unit.stunnedUntil, world.state.tick + static_cast<Tick>(length));
+    if (unit.isStunned(world.state.tick)) unit.motion.speed = {};
 }
 
 /// Takes hit points, or time, from a unit; it may die of it.
@@ -152,16 +153,25 @@ private:
         forEachCell(cells, [&](Cell cell) {
             const CellOwner owner = world_.state.occupancy.ownerOf(cell);
             if (owner.kind() != CellOwner::Kind::feature) return;
-            const GroundPoint middle = CellRect{cell, 1, 1}.center();
-            const Fixed distance = lengthOf(middle.x - impact_.place.x, middle.z - impact_.place.z);
-            if (distance > weapon().damageRadius) return;
-            found.emplace_back(owner.id(), distance);
+            const Fixed distance = distanceToFeature(owner.id(), CellRect{cell, 1, 1}.center());
+            if (distance <= weapon().damageRadius) found.emplace_back(owner.id(), distance);
         });
         // The nearest cell of each counts.
         std::ranges::sort(found);
         const auto rest =
             std::ranges::unique(found, {}, [](const auto& pair) { return pair.first; });
         found.erase(rest.begin(), rest.end());
+    }
+
+    /// From the hit to a place of a feature, between its feet and its height.
+    Fixed distanceToFeature(std::uint32_t id, GroundPoint place) const {
+        Vector way{place.x - impact_.place.x, {}, place.z - impact_.place.z};
+        const Feature* const feature = world_.state.features.find(id);
+        if (!feature) return lengthOf(way);
+        const std::int32_t height = world_.frame.featureTypes[feature->type].height;
+        const Fixed top = feature->altitude + Fixed::fromInt(height);
+        way.y = impact_.place.y - std::clamp(impact_.place.y, feature->altitude, top);
+        return lengthOf(way);
     }
 
     CellRect onMap(const CellRect& cells) const {

@@ -4,9 +4,11 @@
 
 #include "sim/fight/aim_points.h"
 #include "sim/fight/ballistics.h"
+#include "sim/fight/interceptors.h"
 #include "sim/fight/obstacles.h"
 #include "sim/numbers/random.h"
 #include "sim/phases.h"
+#include "sim/sight/sight.h"
 
 namespace orb::sim {
 namespace {
@@ -41,7 +43,8 @@ bool falls(const WorldParts& world, const Projectile& shot) {
 /// Looks where its target is now; of one that is gone it keeps the last place.
 void watchTarget(const WorldParts& world, Projectile& shot) {
     const Unit* const target = world.state.units.find(shot.target);
-    if (target && target->isPresent()) shot.aim = hitCenter(world, *target);
+    if (target && target->isPresent() && !hidesFrom(shot.player, *target))
+        shot.aim = hitCenter(world, *target);
 }
 
 void turnTowards(Projectile& shot, const Vector& wish) {
@@ -256,6 +259,7 @@ void launch(WorldParts& world, const Unit& owner, const Launch& launch) {
             ? vectorOf(owner.heading, {}, owner.motion.speed)
             : vectorOf(launch.heading + spread(0), launch.pitch + spread(1), shot.speed);
     shot.target = launch.target;
+    shot.targetShot = launch.targetShot;
     shot.aim = launch.aim;
     shot.climbsTo = launch.muzzle.y + kClimb;
     shot.bornAt = now;
@@ -266,6 +270,7 @@ void launch(WorldParts& world, const Unit& owner, const Launch& launch) {
 
 void stepProjectiles(WorldParts& world, TickScratch& scratch) {
     auto& all = world.state.projectiles.all;
+    guideInterceptors(world);
     std::size_t kept = 0;
     for (std::size_t i = 0; i < all.size(); ++i) {
         if (!fly(world, scratch, all[i])) continue;
@@ -273,6 +278,7 @@ void stepProjectiles(WorldParts& world, TickScratch& scratch) {
         ++kept;
     }
     all.resize(kept);
+    intercept(world, scratch);
 }
 
 }  // namespace orb::sim

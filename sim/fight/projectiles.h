@@ -31,6 +31,8 @@ struct Projectile {
     Fixed speed;
     /// What it is meant for, and where that is or was last.
     UnitRef target;
+    /// The id of the shot that it is meant for, 0 for none.
+    std::uint32_t targetShot = 0;
     Vector aim;
     Fixed travelled;
     /// What climbs has reached its height when it is below this no longer.
@@ -51,6 +53,7 @@ void eachField(const Projectile& shot, Visit visit) {
     visit("velocity", shot.velocity);
     visit("speed", shot.speed);
     visit("target", shot.target);
+    visit("targetShot", shot.targetShot);
     visit("aim", shot.aim);
     visit("travelled", shot.travelled);
     visit("climbsTo", shot.climbsTo);
@@ -88,6 +91,8 @@ struct Launch {
     Vector aim;
     /// Numbers the shots of a unit within a tick.
     std::uint32_t count = 0;
+    /// The id of the shot that it is meant for, 0 for none.
+    std::uint32_t targetShot = 0;
 };
 
 /// Sends a shot of a unit on its way.

@@ -4,9 +4,11 @@
 
 #include "sim/fight/aiming.h"
 #include "sim/fight/attacks.h"
+#include "sim/fight/interceptors.h"
 #include "sim/fight/obstacles.h"
 #include "sim/fight/weapons.h"
 #include "sim/phases.h"
+#include "sim/sight/sight.h"
 
 namespace orb::sim {
 namespace {
@@ -20,6 +22,7 @@ bool hasCategoryOf(const UnitType& type, const std::vector<std::string>& words) 
 /// Whether a weapon may choose a unit by itself.
 bool mayChoose(const WorldParts& world, const Unit& unit, std::size_t slot, const Unit& other) {
     return other.isPresent() && other.player != unit.player &&
+           mayAimAt(world, unit.player, other) &&
            canReach(world, *unit.type->weapons[slot], other) &&
            !hasCategoryOf(*other.type, unit.type->badTargets[slot]);
 }
@@ -84,7 +87,8 @@ void plan(WorldParts& world, TickScratch& scratch, Unit& unit, std::size_t slot)
     const bool isDue = (world.state.tick + static_cast<Tick>(unit.id)) % rules::kSearchEvery == 0;
     const Unit* const target = world.state.units.find(weapon.target);
     const bool isGone =
-        weapon.aim != AimKind::nothing && (weapon.isOrdered || !target || !target->isPresent());
+        weapon.aim != AimKind::nothing &&
+        (weapon.isOrdered || !target || !target->isPresent() || hidesFrom(unit.player, *target));
     if (isDue || isGone) scratch.searches.push_back({unit.slot(), slot, {}});
 }
 
@@ -92,8 +96,12 @@ void plan(WorldParts& world, TickScratch& scratch, Unit& unit, std::size_t slot)
 
 void stepTargets(WorldParts& world, TickScratch& scratch) {
     for (Unit& unit : world.state.units)
-        for (std::size_t slot = 0; slot < kWeaponSlots; ++slot)
-            if (unit.type->weapons[slot] && canFight(world, unit)) plan(world, scratch, unit, slot);
+        for (std::size_t slot = 0; slot < kWeaponSlots; ++slot) {
+            const auto& weapon = unit.type->weapons[slot];
+            if (weapon && !weapon->isInterceptor && canFight(world, unit))
+                plan(world, scratch, unit, slot);
+        }
+    aimInterceptors(world);
 
     constexpr std::size_t kSearchesPerBlock = 16;
     scratch.finders.resize(world.workers.count());

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "sim/fight/ballistics.h"
+#include "sim/fight/stockpile.h"
 #include "sim/numbers/angle.h"
 #include "sim/numbers/tick.h"
 #include "sim/units/unit_ref.h"
@@ -13,7 +14,7 @@ namespace orb::sim {
 inline constexpr std::size_t kWeaponSlots = 3;
 
 /// What a weapon is aimed at.
-enum class AimKind : std::uint8_t { nothing, unit, place };
+enum class AimKind : std::uint8_t { nothing, unit, place, shot };
 
 /// One weapon of a unit.
 struct WeaponState {
@@ -36,6 +37,8 @@ struct WeaponState {
     /// Numbers the questions; answers to older ones do not count.
     std::uint32_t question = 0;
     UnitRef target = {};
+    /// The id of one.
+    std::uint32_t targetShot = 0;
     Vector place = {};
     Tick askedAt = 0;
     /// When its direction is looked at next.
@@ -47,6 +50,7 @@ struct WeaponState {
     /// Shots of the burst that are still to come.
     std::int32_t burstLeft = 0;
     Tick nextShotAt = 0;
+    Stockpile stockpile;
 
     bool operator==(const WeaponState&) const = default;
 };
@@ -71,6 +75,7 @@ void eachField(const WeaponState& weapon, Visit visit) {
     visit("askedPitch", weapon.askedPitch);
     visit("question", weapon.question);
     visit("target", weapon.target);
+    visit("targetShot", weapon.targetShot);
     visit("place", weapon.place);
     visit("askedAt", weapon.askedAt);
     visit("lookAt", weapon.lookAt);
@@ -78,7 +83,8 @@ void eachField(const WeaponState& weapon, Visit visit) {
     visit("readyAt", weapon.readyAt);
     visit("burstLeft", weapon.burstLeft);
     visit("nextShotAt", weapon.nextShotAt);
+    visit("stockpile", weapon.stockpile);
 }
-static_assert(sizeof(WeaponState) == 60);
+static_assert(sizeof(WeaponState) == 80);
 
 }  // namespace orb::sim

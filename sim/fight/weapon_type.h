@@ -59,6 +59,12 @@ struct WeaponType {
     bool isWaterWeapon = false;
     /// Fires only when it is told to.
     bool isCommandFire = false;
+    /// Fires only what it has made ahead.
+    bool isStockpiled = false;
+    /// Shoots at shots that are meant for a place within its coverage, and at nothing else.
+    bool isInterceptor = false;
+    /// What it fires can be shot at.
+    bool isTargetable = false;
     bool isOnlyForAircraft = false;
     /// Leaves features alone.
     bool isOnlyForUnits = false;
@@ -74,6 +80,7 @@ struct WeaponType {
     bool fliesBeyondRange = false;
 
     Fixed range;
+    Fixed coverage;
     Fixed startSpeed;
     Fixed speed;
     /// A tick.

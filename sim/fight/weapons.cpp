@@ -5,8 +5,10 @@
 #include <cstdlib>
 
 #include "sim/fight/aiming.h"
+#include "sim/fight/interceptors.h"
 #include "sim/phases.h"
 #include "sim/scripts/script_host.h"
+#include "sim/sight/cloak.h"
 #include "sim/work/work.h"
 
 // A weapon with a target looks every few ticks in which direction that lies. When it does not point
@@ -106,7 +108,8 @@ void lookWithoutScript(WorldParts& world, Unit& unit, std::size_t slot, const Bo
 
 AimSolution solve(WorldParts& world, Unit& unit, std::size_t slot, const AimTarget& target) {
     const WeaponType& type = *unit.type->weapons[slot];
-    if (!isInRange(world, unit, type, target)) return {{}, AimFailure::outOfRange};
+    const bool isShot = unit.weapons[slot].aim == AimKind::shot;
+    if (!isShot && !isInRange(world, unit, type, target)) return {{}, AimFailure::outOfRange};
     return solveAim(world, type, unit, aimPivot(world, unit, slot), target);
 }
 
@@ -158,7 +161,8 @@ void fire(WorldParts& world, Unit& unit, std::size_t slot, const AimTarget& targ
     const auto& [heading, pitch, arc, point] = solution.direction;
     launch(world, unit,
            {type, muzzle.place, heading, pitch, target.unit ? target.unit->ref() : UnitRef(), point,
-            static_cast<std::uint32_t>(slot)});
+            static_cast<std::uint32_t>(slot), weapon.aim == AimKind::shot ? weapon.targetShot : 0});
+    findOut(unit, world.state.tick);
     world.tell(unit,
                Fired{static_cast<std::int32_t>(slot), type->name, muzzle.place, muzzle.piece});
     startScriptIfThere(world, unit, ofSlot(UnitScript::firePrimary, slot));
@@ -167,7 +171,9 @@ void fire(WorldParts& world, Unit& unit, std::size_t slot, const AimTarget& targ
     weapon.toldFailure = 0;
     if (weapon.burstLeft == 0) {
         weapon.burstLeft = type->burst;
-        weapon.readyAt = world.state.tick + type->reload;
+        weapon.readyAt =
+            world.state.tick + (type->isStockpiled ? rules::kStockpileReload : type->reload);
+        if (type->isStockpiled) --weapon.stockpile.shots;
     }
     --weapon.burstLeft;
     weapon.nextShotAt = world.state.tick + type->burstGap;
@@ -176,9 +182,10 @@ void fire(WorldParts& world, Unit& unit, std::size_t slot, const AimTarget& targ
 /// What `toldFailure` holds while a weapon waits for its price.
 constexpr std::uint8_t kToldStall = 255;
 
-/// One shot's price; who cannot pay it waits.
+/// One shot's price; who cannot pay it waits. What was made ahead is paid.
 bool pay(WorldParts& world, Unit& unit, std::size_t slot) {
     const WeaponType& type = *unit.type->weapons[slot];
+    if (type.isStockpiled) return true;
     Player& player = playerOf(world, unit);
     if (player.metal.amount >= type.metalPerShot && player.energy.pay(type.energyPerShot))
         return player.metal.pay(type.metalPerShot);
@@ -188,8 +195,9 @@ bool pay(WorldParts& world, Unit& unit, std::size_t slot) {
     return false;
 }
 
-bool isReady(const WeaponState& weapon, Tick now) {
-    return weapon.burstLeft > 0 ? now >= weapon.nextShotAt : now >= weapon.readyAt;
+bool isReady(const WeaponType& type, const WeaponState& weapon, Tick now) {
+    if (weapon.burstLeft > 0) return now >= weapon.nextShotAt;
+    return now >= weapon.readyAt && (!type.isStockpiled || weapon.stockpile.shots > 0);
 }
 
 /// Fires a weapon that is aimed and ready, when its target is still where it points. True when it
@@ -198,7 +206,7 @@ bool tryToFire(WorldParts& world, Unit& unit, std::size_t slot) {
     const WeaponType& type = *unit.type->weapons[slot];
     WeaponState& weapon = unit.weapons[slot];
     const Tick now = world.state.tick;
-    if (!weapon.isAimed || !isReady(weapon, now) || now < weapon.holdsUntil) return false;
+    if (!weapon.isAimed || !isReady(type, weapon, now) || now < weapon.holdsUntil) return false;
     const auto target = targetOf(world, weapon);
     if (!target) return false;
     const AimSolution solution = solve(world, unit, slot, *target);
@@ -228,7 +236,7 @@ void noteOrder(Unit& unit, std::size_t slot) {
 }  // namespace
 
 bool canFight(const WorldParts& world, const Unit& unit) {
-    return unit.isPresent() && unit.isBuilt() && world.state.tick >= unit.stunnedUntil;
+    return unit.isPresent() && unit.isBuilt() && !unit.isStunned(world.state.tick);
 }
 
 void tellScriptOfWeapons(WorldParts& world, Unit& unit) {
@@ -247,11 +255,13 @@ void tellScriptOfWeapons(WorldParts& world, Unit& unit) {
 void aimAt(WorldParts& world, Unit& unit, std::size_t slot, const AimWish& wish) {
     WeaponState& weapon = unit.weapons[slot];
     weapon.isOrdered = wish.isOrdered;
-    if (weapon.aim == wish.aim && weapon.target == wish.target && weapon.place == wish.place)
+    if (weapon.aim == wish.aim && weapon.target == wish.target && weapon.place == wish.place &&
+        weapon.targetShot == wish.targetShot)
         return;
     const bool losesTarget = weapon.aim != AimKind::nothing && wish.aim == AimKind::nothing;
     weapon.aim = wish.aim;
     weapon.target = wish.target;
+    weapon.targetShot = wish.targetShot;
     weapon.place = wish.place;
     weapon.isAimed = weapon.isAsking = false;
     weapon.lacksShot = false;
@@ -264,6 +274,7 @@ void aimAt(WorldParts& world, Unit& unit, std::size_t slot, const AimWish& wish)
 }
 
 std::optional<GroundPoint> placeToFace(const WorldParts& world, const Unit& unit) {
+    if (!canFight(world, unit)) return std::nullopt;
     for (std::size_t slot = 0; slot < kWeaponSlots; ++slot) {
         const auto& type = unit.type->weapons[slot];
         if (!type || (!needsFacing(*type) && hasAimScript(unit, slot))) continue;
@@ -282,6 +293,7 @@ void askToAim(WorldParts& world) {
 }
 
 void stepWeapons(WorldParts& world, TickScratch& scratch) {
+    fillStockpiles(world);
     for (const EndedCall& call : scratch.endedCalls)
         if (Unit* const unit = world.state.units.at(call.slot)) takeAnswer(world, *unit, call);
     for (Unit& unit : world.state.units) {

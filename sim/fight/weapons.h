@@ -20,6 +20,8 @@ struct AimWish {
     bool isOrdered = false;
     UnitRef target = {};
     Vector place = {};
+    /// The id of one.
+    std::uint32_t targetShot = 0;
 };
 
 /// Aims a weapon; nothing happens while it is what it is aimed at already. A weapon that loses its

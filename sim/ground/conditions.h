@@ -15,6 +15,8 @@ struct Conditions {
     std::int32_t tidalStrength = 0;
     std::int32_t surfaceMetal = rules::kSurfaceMetal;
     bool isLavaWorld = false;
+    /// Hills hide what lies behind them.
+    bool hillsHide = true;
 };
 
 }  // namespace orb::sim

@@ -151,7 +151,7 @@ void endOrder(WorldParts& world, Unit& unit, const OrderProgress& progress) {
 }
 
 bool canAct(const WorldParts& world, const Unit& unit) {
-    return unit.isPresent() && unit.isBuilt() && unit.stunnedUntil <= world.state.tick;
+    return unit.isPresent() && unit.isBuilt() && !unit.isStunned(world.state.tick);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "sim/phases.h"
 #include "sim/rules.h"
 #include "sim/scripts/script_host.h"
+#include "sim/sight/cloak.h"
 #include "sim/units/births.h"
 #include "sim/work/generators.h"
 #include "sim/work/work.h"
@@ -110,6 +111,9 @@ void actAtOnce(WorldParts& world, TickScratch& scratch, Unit& unit, const OrderR
         case OrderKind::activate:
         case OrderKind::deactivate:
             return switchUnit(world, unit, request.kind == OrderKind::activate);
+        case OrderKind::cloak:
+        case OrderKind::decloak:
+            return setCloak(unit, request.kind == OrderKind::cloak);
         case OrderKind::moveState:
             unit.standing.move = stateOf(request);
             return;
@@ -256,6 +260,8 @@ OrderAnswer testOrder(const WorldParts& world, const Unit* unit, const OrderRequ
         if (const auto refusal = testWeapons(world, *unit, attackOf(world, request));
             refusal != OrderRefusal::none)
             return refusal;
+    if (request.kind == OrderKind::cloak && !unit->type->senses.canCloak)
+        return OrderRefusal::cannotCloak;
     if (rule.needsBuilt && !unit->isBuilt()) return OrderRefusal::notBuilt;
     if (rule.needsWeapon && !unit->type->canMove &&
         !reachesFromHere(world, *unit, attackOf(world, request)))
@@ -333,8 +339,8 @@ const OrderRule& orderRule(OrderKind kind) {
         workOn(Aim::target),      // reclaim
         atOnce(Aim::none, true),  // activate
         atOnce(Aim::none, true),  // deactivate
-        toCome(),                 // cloak
-        toCome(),                 // decloak
+        atOnce(Aim::none, true),  // cloak
+        atOnce(Aim::none, true),  // decloak
         atOnce(),                 // moveState
         atOnce(),                 // fireState
         atOnce(),                 // selfDestruct

@@ -80,6 +80,7 @@ enum class OrderRefusal : std::uint8_t {
     carried,
     cannotPlace,
     tooManyThreads,
+    cannotCloak,
 };
 
 /// What a unit answers to an order.

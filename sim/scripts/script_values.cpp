@@ -189,6 +189,8 @@ constexpr Row kRows[] = {
             return static_cast<std::int32_t>(
                 std::min<std::int64_t>(self.health.ceil(), 0x7FFFFFFF));
         }),
+    // Headers that scripts are written with call this one CLOAKED too.
+    own(77, [](World, Self self) { return self.cloak.isOn ? 1 : 0; }),
 };
 
 const Row* rowOf(std::int32_t id) {

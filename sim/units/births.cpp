@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sim/motion/ground_motion.h"
 #include "sim/cargo/cargo.h"
+#include "sim/motion/ground_motion.h"
 #include "sim/scripts/script_host.h"
+#include "sim/sight/sight.h"
 #include "sim/work/generators.h"
 #include "sim/work/work.h"
 
@@ -105,6 +106,8 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
     noteFootprint(world.derived, type);
     setUpScript(world, unit);
     if (unit.isBuilt()) tellGenerator(world, unit);
+    unit.cloak.isWanted = type.senses.beginsCloaked;
+    lookAround(world, unit);
     return unit;
 }
 
@@ -112,6 +115,7 @@ void removeUnit(WorldParts& world, Unit& unit) {
     leaveHold(world, unit);
     spillHold(world, unit);
     releaseCells(world, unit);
+    closeEyes(world, unit);
     world.derived.buckets.remove(unit.slot(), unit.place);
     world.state.scripts.remove(unit);
     world.state.units.remove(unit, world.state.tick);
@@ -124,6 +128,7 @@ void moveUnitTo(WorldParts& world, Unit& unit, GroundPoint place) {
     unit.altitude = restingAltitude(world.frame.terrain, *unit.type, place);
     unit.flight = {};
     takeCells(world, unit);
+    lookAround(world, unit);
 }
 
 const Feature* placeFeature(WorldParts& world, std::uint32_t typeIndex, Cell northWest,

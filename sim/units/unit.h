@@ -12,6 +12,7 @@
 #include "sim/numbers/angle.h"
 #include "sim/numbers/tick.h"
 #include "sim/orders/order.h"
+#include "sim/sight/unit_sight.h"
 #include "sim/units/unit_ref.h"
 #include "sim/units/unit_type.h"
 #include "sim/ways/route.h"
@@ -158,6 +159,8 @@ struct Unit {
     UnitHold hold;
     UnitGrowth growth;
     UnitLabour labour;
+    UnitSight sight;
+    UnitCloak cloak;
     std::vector<Order> orders;
     std::array<WeaponState, kWeaponSlots> weapons;
     /// The piece that it is aimed at and hit round, as its script said at its birth; -1 for none.
@@ -174,6 +177,7 @@ struct Unit {
     UnitRef ref() const { return {id - 1, generation}; }
     std::uint32_t slot() const { return id - 1; }
     bool isBuilt() const { return buildFraction >= Fixed::fromInt(1); }
+    bool isStunned(Tick now) const { return now < stunnedUntil; }
     /// It is there to act and to be acted on.
     bool isPresent() const { return !isDying && !carrier; }
     CellRect cells() const { return footprintAt(place, type->footprintX, type->footprintZ); }
@@ -240,7 +244,7 @@ void eachField(const StandingOrders& standing, Visit visit) {
 }
 static_assert(sizeof(StandingOrders) == 2);
 
-/// All but the orders, which are a part of their own.
+/// All but orders, sight and cloak, which are in other parts.
 template <typename Visit>
 void eachField(const Unit& unit, Visit visit) {
     visit("id", unit.id);
@@ -272,6 +276,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
-static_assert(sizeof(Unit) == 488);
+static_assert(sizeof(Unit) == 584);
 
 }  // namespace orb::sim

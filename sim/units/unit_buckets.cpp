@@ -29,8 +29,7 @@ std::int32_t UnitBuckets::row(Fixed z) const {
 }
 
 std::size_t UnitBuckets::bucketOf(GroundPoint place) const {
-    return static_cast<std::size_t>(row(place.z)) * static_cast<std::size_t>(columns_) +
-           static_cast<std::size_t>(column(place.x));
+    return indexOf(column(place.x), row(place.z));
 }
 
 void UnitBuckets::add(std::uint32_t slot, GroundPoint place) {
@@ -62,9 +61,7 @@ void UnitBuckets::findWithin(const Units& units, GroundPoint place, Fixed radius
     const std::uint64_t most = squaredLength(radius);
     for (std::int32_t z = row(place.z - radius); z <= row(place.z + radius); ++z) {
         for (std::int32_t x = column(place.x - radius); x <= column(place.x + radius); ++x) {
-            const auto bucket = static_cast<std::size_t>(z) * static_cast<std::size_t>(columns_) +
-                                static_cast<std::size_t>(x);
-            for (const std::uint32_t slot : slots_[bucket]) {
+            for (const std::uint32_t slot : slots_[indexOf(x, z)]) {
                 const GroundPoint at = units.at(slot)->place;
                 if (squaredDistance(at.x, at.z, place.x, place.z) <= most) found.push_back(slot);
             }

@@ -13,6 +13,7 @@
 #include "sim/numbers/fixed.h"
 #include "sim/rules.h"
 #include "sim/scripts/unit_scripts.h"
+#include "sim/sight/senses.h"
 
 namespace orb::sim {
 
@@ -116,6 +117,7 @@ struct UnitType {
     std::int32_t maxHealth = 1;
     /// In map pixels.
     std::int32_t sightDistance = 0;
+    UnitSenses senses;
     /// Of the model above its origin, in map pixels.
     Fixed height;
     bool isActiveWhenBuilt = true;

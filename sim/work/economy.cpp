@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <array>
 
+#include "sim/fight/stockpile.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
+#include "sim/sight/cloak.h"
 #include "sim/work/generators.h"
 #include "sim/work/work.h"
 
@@ -42,10 +44,12 @@ Flow& flowOf(Flows& flows, const Unit& unit) {
 
 void addUnit(const WorldParts& world, const Unit& unit, Flow& flow) {
     const UnitEconomy& economy = unit.type->economy;
-    flow.metalIncome += economy.metalMake;
-    flow.energyIncome += economy.energyMake + yieldOf(world, unit).energy;
     flow.metalStorage += economy.metalStorage;
     flow.energyStorage += economy.energyStorage;
+    if (unit.isStunned(world.state.tick)) return;
+    flow.metalIncome += economy.metalMake;
+    flow.energyIncome += economy.energyMake + yieldOf(world, unit).energy;
+    flow.energyUpkeep += cloakUpkeep(unit);
     if (!unit.isActive) return;
     flow.metalUpkeep += economy.metalUse;
     if (economy.energyUse > Amount())
@@ -55,6 +59,9 @@ void addUnit(const WorldParts& world, const Unit& unit, Flow& flow) {
 }
 
 void addWork(const WorldParts& world, const Unit& unit, const UnitWish& wish, Flow& flow) {
+    const Price stockpiles = stockpilePrice(world, unit);
+    addAsked(flow.work.metal, stockpiles.metal);
+    addAsked(flow.work.energy, stockpiles.energy);
     if (!wish.work) return;
     std::int64_t work = fullWork(*unit.type);
     const Price price = priceOf(world, *wish.work, work);
@@ -106,8 +113,10 @@ bool isShort(const WorldParts& world, const Unit& unit, const UnitWish& wish,
              const Player& player) {
     const Fixed whole = Fixed::fromInt(1);
     const UnitEconomy& economy = unit.type->economy;
+    if (unit.isStunned(world.state.tick)) return false;
     if (unit.isActive && shareFor(player, {economy.metalUse, economy.energyUse}) < whole)
         return true;
+    if (shareFor(player, stockpilePrice(world, unit)) < whole) return true;
     if (!wish.work) return false;
     std::int64_t work = fullWork(*unit.type);
     return shareFor(player, priceOf(world, *wish.work, work)) < whole;
@@ -138,7 +147,7 @@ void stepEconomy(WorldParts& world, TickScratch& scratch) {
         settle(player.energy, flow.energyIncome, flow.energyUpkeep, flow.work.energy);
     }
     for (const Unit& unit : world.state.units)
-        if (trades(unit))
+        if (trades(unit) && !unit.isStunned(world.state.tick))
             flowOf(flows, unit).metalIncome += madeMetal(world, unit, playerOf(world, unit));
     for (std::size_t i = 0; i < flows.size(); ++i)
         settle(players[i].metal, flows[i].metalIncome, flows[i].metalUpkeep, flows[i].work.metal);

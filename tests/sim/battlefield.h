@@ -17,11 +17,13 @@ inline Fixed px(double value) {
     return Fixed::fromNumber(value);
 }
 
-/// A world to fight in: flat and dry unless it is made otherwise.
+/// A world to fight in: flat and dry unless it is made otherwise, and no hill hides anything.
 class Battlefield {
 public:
     explicit Battlefield(const io::TntFile& map = flatMap(80, 80, 20, 0), std::size_t threads = 1)
-        : world(Terrain(map), threads) {}
+        : world(Terrain(map), threads) {
+        world.derived.sight.letHillsHide(false);
+    }
 
     Unit& place(const std::shared_ptr<const UnitType>& type, std::int32_t player, double x,
                 double z, double headingDegrees = 0) {
@@ -106,6 +108,7 @@ inline std::shared_ptr<UnitType> turretType(std::shared_ptr<const WeaponType> we
     type->yard = yardOf("oooo", 2, 2);
     type->maxHealth = 100;
     type->height = px(20);
+    type->sightDistance = kMaxSightTiles * kTilePixels;
     type->pieces = {"base", "turret", "barrel", "flare"};
     type->piecesAtRest = {
         {-1, {}}, {0, {{}, px(8), {}}}, {1, {{}, px(4), {}}}, {2, {{}, {}, px(26)}}};

@@ -164,7 +164,7 @@ TEST(World, SeesAsFarAsItsUnits) {
     scout->sightDistance = 100;
     place(world, scout, 100, 100);
     world.placeUnit({.type = scout, .player = 2, .place = at(200, 100)});
-    world.placeUnit({.type = scout, .player = 2, .place = at(201, 100)});
+    world.placeUnit({.type = scout, .player = 2, .place = at(232, 100)});
     EXPECT_TRUE(world.isSeenBy(*world.units().withId(2), 1));
     EXPECT_FALSE(world.isSeenBy(*world.units().withId(3), 1));
     EXPECT_TRUE(world.isSeenBy(*world.units().withId(3), 2));

@@ -1,8 +1,0 @@
-#include "sim/phases.h"
-
-/// The phases that nothing happens in yet.
-namespace orb::sim {
-
-void stepSight(WorldParts&, TickScratch&) {}
-
-}  // namespace orb::sim
