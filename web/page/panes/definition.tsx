@@ -3,81 +3,69 @@ import type { EditorView } from "@codemirror/view";
 import { effect } from "@preact/signals";
 import { isAlive } from "../store/connection";
 import { askCopy } from "../store/copy_unit";
-import {
-    definition, definitionBase, definitionFault, definitionForm, definitionText, definitionWarnings, editDefinition, isDefinitionEdited,
-    openDefinition, removeKey, restoreBackup, revertDefinition, saveDefinition, setKey, theirDefinition,
-} from "../store/definition";
+import { definitionForm, definitions, removeKey, restoreBackup, setKey } from "../store/definition";
 import { generation } from "../store/roots";
 import { unit, wantedUnit } from "../store/unit";
-import { showDialog } from "../store/view";
 import { showWarnings } from "../editor/problems";
 import { fbi } from "../lang/fbi";
+import { documentFault, DocumentState } from "../parts/document_state";
 import { Button } from "../widgets/button";
 import { CodeEditor } from "../widgets/code_editor";
 import { Check, Field } from "../widgets/field";
 import { List } from "../widgets/list";
 import { Split } from "../widgets/split";
-import { States, StatusMark } from "../widgets/states";
+import { StatusMark } from "../widgets/states";
 import { TextCell } from "../widgets/value_cell";
 import { type DefinitionRow, valueFault } from "../work/definition";
-import { locationOf } from "../work/locations";
 import { counted } from "../work/words";
 
 /** The unit's definition, as a form and as the text that it is. */
 export function DefinitionPane() {
     useSignalEffect(() => {
         const { state } = unit.value;
-        if (isAlive.value && generation.value > 0 && (state === "ready" || state === "failed")) void openDefinition(wantedUnit.peek());
+        if (isAlive.value && generation.value > 0 && (state === "ready" || state === "failed")) void definitions.open(wantedUnit.peek());
     });
     return (
-        <States of={definition.shown.value} empty="Choose a unit: its definition stands here." retry={definition.load}>
-            {() => (
-                <div class="pane flow" data-region="definition">
-                    <Toolbar />
-                    <Messages />
-                    <Split id="definition" label="Width of the form" usual={460} least={240} most={900} of="before" direction="row">
-                        {[<Form />, <CodeEditor key={definitionBase.value?.name} label="Definition text" text={definitionText} onChange={editDefinition} extensions={fbi} follow={followWarnings} />]}
-                    </Split>
-                </div>
-            )}
-        </States>
+        <DocumentState of={definitions} empty="Choose a unit: its definition stands here.">
+            <div class="pane flow" data-region="definition">
+                <Toolbar />
+                {documentFault(definitions) ?? <Warnings />}
+                <Split id="definition" label="Width of the form" usual={460} least={240} most={900} of="before" direction="row">
+                    {[<Form />, <CodeEditor key={definitions.number.value} label="Definition text" text={definitions.text}
+                        onChange={definitions.edit} extensions={fbi} follow={followWarnings} />]}
+                </Split>
+            </div>
+        </DocumentState>
     );
 }
 
 function Toolbar() {
-    const unedited = isDefinitionEdited.value ? false : "Nothing is changed";
-    const base = definitionBase.value;
+    const isEdited = definitions.isEdited.value;
+    const unedited = isEdited ? false : "Nothing is changed";
+    const base = definitions.shown.value?.base;
     return (
         <div class="toolbar">
-            <Button title="Save the definition" verb="save-definition" disabled={unedited} onPress={saveDefinition}>Save</Button>
-            <Button title="Give the changes up" disabled={unedited} onPress={revertDefinition}>Revert</Button>
+            <Button title="Save the definition" verb="save-definition" disabled={unedited} onPress={definitions.save}>Save</Button>
+            <Button title="Give the changes up" disabled={unedited} onPress={definitions.revert}>Revert</Button>
             <Button title="Copy the unit into a mod, or under a new name" verb="copy-unit" disabled={!base && "No unit"}
                 onPress={() => void askCopy({ unitName: wantedUnit.peek(), isToEdit: false })}>Copy…</Button>
-            <Button title={base?.hasBackup ? `Bring back what the file was before its first change; it covers ${counted(base.backupCovers.length, "unit")}` : ""}
-                disabled={!base?.hasBackup && "There is no backup: the file was never changed here"} onPress={restoreBackup}>Restore backup…</Button>
-            {base && <span class="quiet" title={`${locationOf(base.source)}, ${base.encoding}`}>
-                {base.source.inBaseTa ? "base game, copied into a mod when saved" : locationOf(base.source)}
-                {isDefinitionEdited.value && <b> · changed</b>}
+            <Button title={base?.hasBackup
+                ? `Bring back what the file was before its first change; it covers ${counted(base.backupCovers.length, "unit")}` : ""}
+                disabled={!base?.hasBackup && "There is no backup: the file was never changed here"}
+                onPress={restoreBackup}>Restore backup…</Button>
+            {base && <span class="quiet" title={`${base.file}, ${base.encoding}`}>
+                {base.source.inBaseTa ? "base game, copied into a mod when saved" : base.file}
+                {isEdited && <b> · changed</b>}
             </span>}
         </div>
     );
 }
 
-/** What stands in the way of saving. */
-function Messages() {
-    if (theirDefinition.value) return (
-        <div class="banner" role="alert">
-            <StatusMark status="warn" word="Another program has changed the file." />
-            <Button kind="main" title="See both changes and bring them together" onPress={() => showDialog("merge")}>Merge…</Button>
-            <Button title="Give your changes up and take the file as it is" onPress={revertDefinition}>Take theirs</Button>
-        </div>
-    );
-    if (definitionFault.value) return <p class="failure" role="alert">{definitionFault.value}</p>;
-    const found = definitionWarnings.value;
-    if (found.length === 0) return <p class="none" />;
-    const [first] = found;
-    return <p class="warnings" role="status"><StatusMark status="warn" word={`line ${first!.line}: ${first!.message}`} />
-        {found.length > 1 && <span class="quiet"> and {found.length - 1} more</span>}</p>;
+function Warnings() {
+    const [first, ...rest] = definitions.found.value;
+    if (!first) return <p class="none" />;
+    return <p class="warnings" role="status"><StatusMark status="warn" word={`line ${first.line}: ${first.message}`} />
+        {rest.length > 0 && <span class="quiet"> and {rest.length} more</span>}</p>;
 }
 
 function Form() {
@@ -114,4 +102,4 @@ function Value({ row, isActive }: { row: DefinitionRow; isActive: boolean }) {
         faultOf={(text) => valueFault(row.kind, text)} write={(text) => setKey(row.key, text)} />;
 }
 
-const followWarnings = (view: EditorView): (() => void) => effect(() => showWarnings(view, definitionWarnings.value));
+const followWarnings = (view: EditorView): (() => void) => effect(() => showWarnings(view, definitions.found.value));
