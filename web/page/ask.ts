@@ -64,7 +64,8 @@ function send<T>(request: Omit<PageRequest, "id">, progress?: (step: Progress) =
     const failure = new Error(`${request.type}: not connected`);
     if (socket?.readyState !== WebSocket.OPEN) return Promise.reject(failure);
     const id = ++lastId;
-    socket.send(JSON.stringify({ id, ...request }, (_, value: unknown) => typeof value === "string" ? wellFormed(value) : value));
+    socket.send(JSON.stringify({ id, ...request },
+        (_, value: unknown) => typeof value === "string" ? wellFormed(value) : value));
     return new Promise((resolve, reject) => waiting.set(id, {
         failure, reject, ...(progress ? { progress } : {}),
         // the one place where a reply gets its declared type

@@ -22,7 +22,8 @@ export function MergeDialog<S extends SavedText, F>({ of, language }: { of: Docu
     const conflicts = parts.filter(isConflict);
     const choices = useSignal<readonly Choice[]>(conflicts.map(() => "mine"));
     const merged = useComputed(() => mergedText(parts, choices.value));
-    if (!theirs) return <Dialog title="Nothing to merge" onClose={closeDialog}><p>The file is as it was read.</p></Dialog>;
+    if (!theirs)
+        return <Dialog title="Nothing to merge" onClose={closeDialog}><p>The file is as it was read.</p></Dialog>;
     return (
         <Dialog title={`Merge two changes of ${unit}`} onClose={closeDialog} actions={<>
             <Button title="Decide later" onPress={closeDialog}>Cancel</Button>
@@ -33,12 +34,19 @@ export function MergeDialog<S extends SavedText, F>({ of, language }: { of: Docu
                 : `Both changed ${counted(conflicts.length, "place")}. Choose for each whose lines hold.`}</p>
             {conflicts.map((part, i) => <Conflict key={i} part={part} number={i} choices={choices} />)}
             <div class="field"><span>Merged text</span>
-                <div class="tall framed"><CodeEditor label="Merged text" text={merged} extensions={language} /></div></div>
+                <div class="tall framed">
+                    <CodeEditor label="Merged text" text={merged} extensions={language} />
+                </div></div>
         </Dialog>
     );
 }
 
-function Conflict({ part, number, choices }: { part: MergePart & { kind: "conflict" }; number: number; choices: Signal<readonly Choice[]> }) {
+function Conflict({ part, number, choices }: {
+    part: MergePart & { kind: "conflict" }; number: number; choices: Signal<readonly Choice[]>;
+}) {
+    const choose = (value: Choice): void => {
+        choices.value = choices.peek().map((one, i) => i === number ? value : one);
+    };
     const text = (lines: readonly string[]): string => lines.map((line) => line.trim()).join("\n") || "(nothing)";
     return (
         <section class="merge-part" aria-label={`Conflict ${number + 1}`}>
@@ -46,8 +54,8 @@ function Conflict({ part, number, choices }: { part: MergePart & { kind: "confli
             <pre><b>yours</b>{"\n"}{text(part.mine)}</pre>
             <pre><b>theirs</b>{"\n"}{text(part.theirs)}</pre>
             <ChoiceField label={`Lines of conflict ${number + 1}`} isCompact value={choices.value[number] ?? "mine"}
-                onChange={(value) => { choices.value = choices.peek().map((one, i) => i === number ? value as Choice : one); }}
-                options={[{ value: "mine", text: "Keep yours" }, { value: "theirs", text: "Take theirs" }, { value: "both", text: "Yours, then theirs" }]} />
+                onChange={(value) => choose(value as Choice)} options={[{ value: "mine", text: "Keep yours" },
+                    { value: "theirs", text: "Take theirs" }, { value: "both", text: "Yours, then theirs" }]} />
         </section>
     );
 }

@@ -10,8 +10,8 @@ import { showStop, stoppedLineMark } from "../editor/stopped_line";
 import { bos } from "../lang/bos";
 import { documentFault, DocumentState } from "../parts/document_state";
 import {
-    breakpoints, endTry, isComparing, isTemporary, moveBreakpoints, original, saveText, scriptPath, scripts, stoppedLine,
-    toggleBreakpoint, toggleComparing, tryFailure, tryText,
+    breakpoints, endTry, isComparing, isTemporary, moveBreakpoints, original, saveText, scriptPath, scripts,
+    stoppedLine, toggleBreakpoint, toggleComparing, tryFailure, tryText,
 } from "../store/script";
 import { loadedUnit } from "../store/unit";
 import { Button } from "../widgets/button";
@@ -27,9 +27,10 @@ export function ScriptPane() {
     return (
         <section class="script" aria-label="Script">
             <div class="toolbar">
-                <Button title="Run this text, write nothing" verb="try-script" disabled={!scripts.shown.value && "No script"}
-                    onPress={tryText}>Try</Button>
-                <Button title="Save the script and its code" verb="save-script" disabled={unedited} onPress={saveText}>Save</Button>
+                <Button title="Run this text, write nothing" verb="try-script"
+                    disabled={!scripts.shown.value && "No script"} onPress={tryText}>Try</Button>
+                <Button title="Save the script and its code" verb="save-script" disabled={unedited}
+                    onPress={saveText}>Save</Button>
                 <Button title="Give the changes up" disabled={unedited} onPress={scripts.revert}>Revert</Button>
                 <Button title="Show what differs from the saved script" isPressed={isComparing.value}
                     onPress={toggleComparing}>Compare</Button>
@@ -46,8 +47,8 @@ export function ScriptPane() {
             {documentFault(scripts)}
             {hasNone ? <p class="empty">This unit has no script.</p>
                 : <DocumentState of={scripts} empty="Choose a unit: its script comes here.">
-                    <CodeEditor key={scripts.number.value} label="Script source" text={scripts.text} onChange={scripts.edit}
-                        extensions={EXTENSIONS} follow={followStore} />
+                    <CodeEditor key={scripts.number.value} label="Script source" text={scripts.text}
+                        onChange={scripts.edit} extensions={EXTENSIONS} follow={followStore} />
                 </DocumentState>}
             {found.length > 0 && <Problems found={found} />}
         </section>
@@ -57,7 +58,8 @@ export function ScriptPane() {
 function Origin() {
     const base = scripts.shown.value?.base;
     if (!base) return null;
-    return <span class="quiet" title={base.path === undefined ? "made of the unit's code; save it to have it as a file" : base.file}>
+    const origin = base.path === undefined ? "made of the unit's code; save it to have it as a file" : base.file;
+    return <span class="quiet" title={origin}>
         {base.path ?? "disassembled"}{scripts.isEdited.value && <b> · changed</b>}
     </span>;
 }
@@ -66,9 +68,11 @@ function Problems({ found }: { found: readonly BosDiagnostic[] }) {
     return (
         <div class="problems">
             <List label="Problems" items={found}
-                keyOf={(one) => `${one.file}:${one.line}:${one.column}:${one.code}:${one.message}`} onSelect={(one) => showLine(one.line)} empty=""
+                keyOf={(one) => `${one.file}:${one.line}:${one.column}:${one.code}:${one.message}`}
+                onSelect={(one) => showLine(one.line)} empty=""
                 columns={[
-                    { width: "auto", cell: (one) => <StatusMark status={one.severity === "error" ? "missing" : "warn"} word={one.severity} /> },
+                    { width: "auto", cell: ({ severity }) =>
+                        <StatusMark status={severity === "error" ? "missing" : "warn"} word={severity} /> },
                     { width: "1fr", cell: (one) => <span title={one.message}>{one.message}</span> },
                     { width: "auto", cell: (one) => <span class="quiet">line {one.line}</span> },
                 ]} />

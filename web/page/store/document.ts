@@ -6,7 +6,7 @@ import { plainText, withEndsOf } from "../work/line_ends";
 import { messageOf, newestNext, whenQuiet, within } from "../work/newest";
 import { wellFormed } from "../work/well_formed";
 import { write } from "./question";
-import { type Loaded, resource } from "./resource";
+import { resource } from "./resource";
 import { rootsKey } from "./roots";
 
 /** What a file holds. */
@@ -48,39 +48,7 @@ export interface DocumentKind<S extends SavedText, F> {
     /** What there is to say of a text; rejects with what stands in the way of saving it. */
     check(unit: string, text: string): Promise<readonly F[]>;
     /** Writes `raw` over `base` and nothing else; `version` of "ok" is that of what is written. */
-    write(unit: string, raw: string, base: S, allowBackupCreation: boolean): Promise<WriteResult & { version?: string }>;
-}
-
-export interface Documents<S extends SavedText, F> {
-    word: string;
-    /** What is read of the disk. */
-    loaded: ReadonlySignal<Loaded<S>>;
-    /** What is edited; none while it is read, or there is nothing. */
-    shown: ReadonlySignal<Document<S> | undefined>;
-    /** Its text; none as `shown`. */
-    text: ReadonlySignal<string | undefined>;
-    isEdited: ReadonlySignal<boolean>;
-    /** Another number, another text: what editors know of one does not hold for the other. */
-    number: ReadonlySignal<number>;
-    /** What the check says of `text`. */
-    found: ReadonlySignal<readonly F[]>;
-    /** Why the text cannot be saved as it stands. */
-    fault: ReadonlySignal<string>;
-    /** Texts that differ from what is saved. */
-    drafts: ReadonlySignal<readonly Document<S>[]>;
-    /** Reads the unit's text, behind `before`; an edited one stays, and when its file has changed, says so. */
-    open(unit: string, before?: () => Promise<void>): Promise<void>;
-    reload(): Promise<void>;
-    edit(text: string): void;
-    /** Gives the edits up. */
-    revert(): void;
-    /** Goes on with a text that is now an edit of `base`. */
-    takeMerged(text: string, base: S): void;
-    /** Gives up what was edited of a file. */
-    drop(file: string): void;
-    tell(found: readonly F[]): void;
-    cancelCheck(): void;
-    save(): Promise<void>;
+    write(unit: string, raw: string, base: S, allowBackupCreation: boolean): Promise<WriteResult>;
 }
 
 const TYPING_MS = 300;
@@ -89,7 +57,7 @@ const CHECK_MS = 20_000;
 
 const isChanged = ({ text, base }: Document<SavedText>): boolean => text !== base.text;
 
-export function documents<S extends SavedText, F>(kind: DocumentKind<S, F>): Documents<S, F> {
+export function documents<S extends SavedText, F>(kind: DocumentKind<S, F>) {
     const shown = signal<Document<S> | undefined>(undefined);
     const drafts = signal<ReadonlyMap<string, Document<S>>>(new Map());
     const number = signal(0);
@@ -123,15 +91,21 @@ export function documents<S extends SavedText, F>(kind: DocumentKind<S, F>): Doc
         if (now) put({ ...now, ...by }, now);
     }
 
+    /** The file as it is now, with the edits of it or of what was the unit's file before. */
     function takeRead(known: S): void {
         const now = drafts.peek().get(known.file) ?? textOf(wanted, wantedRoots);
         const here = { unit: wanted, roots: wantedRoots, theirs: undefined };
-        if (!now || !isChanged(now)) return put({ ...here, base: known, text: known.text, tried: undefined, failure: "" });
-        const isWritten = known.raw === now.tried; // by a save that nobody answered
-        const isOther = ![now.base.text, now.text].includes(known.text) && known.version !== now.base.version && !isWritten;
-        put({ ...now, ...here, ...(isOther ? { theirs: known } : { base: known }), ...(isWritten ? { failure: "" } : {}) }, now);
+        if (!now || !isChanged(now))
+            return put({ ...here, base: known, text: known.text, tried: undefined, failure: "" });
+        const { base, text, tried } = now;
+        if (known.raw === tried) // a save that was never answered
+            put({ ...now, ...here, base: known, tried: undefined, failure: "" }, now);
+        else if (known.version === base.version || known.text === base.text || known.text === text)
+            put({ ...now, ...here, base: known }, now);
+        else put({ ...now, ...here, theirs: known }, now);
     }
 
+    /** Reads the unit's text, behind `before`; an edited one stays, and when its file has changed, says so. */
     async function open(unit: string, before?: () => Promise<void>): Promise<void> {
         const roots = rootsKey.peek();
         if (!isWanted(unit, roots)) batch(() => {
@@ -181,6 +155,7 @@ export function documents<S extends SavedText, F>(kind: DocumentKind<S, F>): Doc
     });
     const check = whenQuiet(TYPING_MS, () => void checkText());
 
+    /** Goes on with a text that is now an edit of `base`. */
     function takeMerged(text: string, base: S): void {
         const now = shown.peek();
         if (!now) return;
@@ -188,6 +163,7 @@ export function documents<S extends SavedText, F>(kind: DocumentKind<S, F>): Doc
         check.poke();
     }
 
+    /** Writes the text over the file that it is an edit of, and asks for what that needs. */
     async function save(): Promise<void> {
         const saved = shown.peek();
         if (!saved || isSaving) return;
@@ -217,22 +193,43 @@ export function documents<S extends SavedText, F>(kind: DocumentKind<S, F>): Doc
     }
 
     return {
-        word: kind.word, loaded: loaded.shown, shown, isEdited, number, found, open, edit, takeMerged, save,
+        word: kind.word,
+        /** What is read of the disk. */
+        loaded: loaded.shown,
+        /** What is edited; none while it is read, or where there is nothing. */
+        shown: shown as ReadonlySignal<Document<S> | undefined>,
         text: computed(() => shown.value?.text),
-        fault,
+        isEdited,
+        /** Another number, another text: what editors know of one does not hold for the other. */
+        number: number as ReadonlySignal<number>,
+        /** What the check says of the text. */
+        found: found as ReadonlySignal<readonly F[]>,
+        /** Why the text cannot be saved as it stands. */
+        fault: fault as ReadonlySignal<string>,
+        /** Texts that differ from what is saved. */
         drafts: computed(() => [...drafts.value.values()]),
+        open,
+        /** Reads again what is shown. */
+        reload: () => open(wanted),
+        edit,
+        /** Gives the edits up. */
         revert() {
             const now = shown.peek();
             const base = now?.theirs ?? now?.base;
             if (base) takeMerged(base.text, base);
             if (loaded.shown.peek().state === "failed") shown.value = undefined;
         },
-        reload: () => open(wanted),
-        drop(file) {
+        takeMerged,
+        /** Gives up what was edited of a file. */
+        drop(file: string) {
             const draft = drafts.peek().get(file);
             if (draft) put({ ...draft, text: draft.base.text, theirs: undefined, failure: "" });
         },
-        tell(told) { found.value = told; },
+        /** What a check by other means has found. */
+        tell(said: readonly F[]) { found.value = said; },
         cancelCheck: check.cancel,
+        save,
     };
 }
+
+export type Documents<S extends SavedText, F> = ReturnType<typeof documents<S, F>>;

@@ -60,6 +60,8 @@ const breakpointsSignal = signal<readonly Breakpoint[]>([]);
 const failureSignal = signal("");
 const isComparingSignal = signal(false);
 
+const breakpointLines = (): number[] => breakpointsSignal.peek().map(({ line }) => line);
+
 export const running: ReadonlySignal<Running | undefined> = runningSignal;
 /** Lines of the text, as the back end replied, not as they were clicked. */
 export const breakpoints: ReadonlySignal<readonly Breakpoint[]> = breakpointsSignal;
@@ -69,7 +71,8 @@ export const isComparing: ReadonlySignal<boolean> = isComparingSignal;
 export const original = computed(() => scripts.shown.value?.base.text ?? "");
 export const isTemporary = computed(() => runningSignal.value?.temporaryScripts !== undefined);
 /** Those that can be started. */
-export const scriptNames = computed(() => runningSignal.value?.temporaryScripts ?? loadedUnit.value?.cobFunctions ?? []);
+export const scriptNames = computed(() =>
+    runningSignal.value?.temporaryScripts ?? loadedUnit.value?.cobFunctions ?? []);
 /** What a script calls its parameters. */
 export function parametersOf(script: string): readonly string[] {
     return runningSignal.value?.symbols?.scripts.find(({ name }) => name === script)?.parameters ?? [];
@@ -121,7 +124,7 @@ async function open(name: string): Promise<void> {
     if (mine !== opened || !known) return;
     runningSignal.value = ownScript(known);
     const isSame = scripts.number.peek() === before;
-    await setBreakpoints(isSame ? breakpointsSignal.peek().map(({ line }) => line) : breakpointsOf.get(known.file) ?? []);
+    await setBreakpoints(isSame ? breakpointLines() : breakpointsOf.get(known.file) ?? []);
 }
 
 export function toggleComparing(): void {
@@ -145,7 +148,7 @@ export async function tryText(): Promise<boolean> {
         const { lineSpans, symbols } = compiled;
         runningSignal.value = { text: tried, lineSpans, symbols, temporaryScripts: loaded.scripts };
         takeReport(loaded.report);
-        await setBreakpoints(breakpointsSignal.peek().map(({ line }) => line));
+        await setBreakpoints(breakpointLines());
         say("The script is loaded for a try; nothing is written");
         return true;
     } catch (error) {
@@ -156,7 +159,8 @@ export async function tryText(): Promise<boolean> {
 
 function tellFault({ diagnostics: found }: Compilation): false {
     const errors = found.filter(({ severity }) => severity === "error");
-    failureSignal.value = `does not compile: ${counted(errors.length, "error")}, the first in line ${errors[0]?.line ?? 1}`;
+    const line = errors[0]?.line ?? 1;
+    failureSignal.value = `does not compile: ${counted(errors.length, "error")}, the first in line ${line}`;
     return false;
 }
 
@@ -166,7 +170,7 @@ export async function endTry(): Promise<void> {
     const known = valueOf(scripts.loaded.peek());
     if (known) runningSignal.value = ownScript(known);
     takeReport(next);
-    await setBreakpoints(breakpointsSignal.peek().map(({ line }) => line));
+    await setBreakpoints(breakpointLines());
 }
 
 /** Compiles the text and writes source and code into the unit's mod. */
@@ -176,7 +180,7 @@ export function saveText(): Promise<void> {
 }
 
 export function toggleBreakpoint(line: number): Promise<void> {
-    return setBreakpoints(toggled(breakpointsSignal.peek().map((one) => one.line), line));
+    return setBreakpoints(toggled(breakpointLines(), line));
 }
 
 /** They moved with the text that they stand in. */
@@ -200,7 +204,8 @@ async function setBreakpoints(lines: readonly number[]): Promise<void> {
         const asReplied = isWaiting ? lines.map((line) => ({ line, isVerified: false })) : withoutDoubles(reply);
         breakpointsSignal.value = asReplied;
         keepBreakpoints(asReplied.map(({ line }) => line));
-        if (isWaiting && lines.length > 0) say("The text differs from what runs: try it (Ctrl+Enter), then it stops there");
+        if (isWaiting && lines.length > 0)
+            say("The text differs from what runs: try it (Ctrl+Enter), then it stops there");
     } catch (error) {
         failureSignal.value = messageOf(error);
     }

@@ -3,7 +3,9 @@ import { defaultKeymap, history, historyKeymap, indentWithTab } from "@codemirro
 import { bracketMatching, HighlightStyle, indentUnit, syntaxHighlighting } from "@codemirror/language";
 import { highlightSelectionMatches, searchKeymap } from "@codemirror/search";
 import { Annotation, Compartment, EditorState, type Extension } from "@codemirror/state";
-import { drawSelection, EditorView, highlightActiveLine, highlightSpecialChars, keymap, lineNumbers } from "@codemirror/view";
+import {
+    drawSelection, EditorView, highlightActiveLine, highlightSpecialChars, keymap, lineNumbers,
+} from "@codemirror/view";
 import { type ReadonlySignal, effect } from "@preact/signals";
 import { useEffect, useRef } from "preact/hooks";
 import { tags } from "@lezer/highlight";
@@ -98,7 +100,8 @@ const LOOKS = EditorView.theme({
 
 /** For texts that are only read. */
 export const READING: Extension = [
-    lineNumbers(), highlightSpecialChars(), syntaxHighlighting(COLORS), LOOKS, EditorState.tabSize.of(4), EditorState.readOnly.of(true),
+    lineNumbers(), highlightSpecialChars(), syntaxHighlighting(COLORS), LOOKS, EditorState.tabSize.of(4),
+    EditorState.readOnly.of(true),
 ];
 
 /** One kind of line end, so that what is typed and what is compared are the same text. */
@@ -111,5 +114,7 @@ const BASICS: Extension = [
     lineNumbers(), history(), drawSelection(), highlightSpecialChars(), highlightActiveLine(), bracketMatching(),
     highlightSelectionMatches(), syntaxHighlighting(COLORS), LOOKS, indentUnit.of("\t"), EditorState.tabSize.of(4),
     // Escape and then Tab leaves the editor
-    keymap.of([indentWithTab, ...defaultKeymap.filter(({ key }) => key !== "Mod-Enter"), ...historyKeymap, ...searchKeymap]),
+    keymap.of([
+        indentWithTab, ...defaultKeymap.filter(({ key }) => key !== "Mod-Enter"), ...historyKeymap, ...searchKeymap,
+    ]),
 ];
