@@ -5,10 +5,10 @@ import { join } from "node:path";
 import type { Page } from "playwright-core";
 import { type BenchOptions, eventually, eventuallyMatches, flow, openUnit } from "./bench";
 
-const SCRIPT = ["piece base;", "", "Create()", "{", "\tsleep 100;", "}", "", "Killed(severity, kind)", "{", "\tkind = 1;", "}", ""];
+const SCRIPT = "piece base;\n\nCreate()\n{\n\tsleep 100;\n}\n\nKilled(severity, kind)\n{\n\tkind = 1;\n}\n";
 
 /** The mod found, in which GLDCRAB has a source. */
-const found = (script = SCRIPT.join("\n"), change: (data: string) => void = () => {}): BenchOptions => ({
+const found = (script = SCRIPT, change: (data: string) => void = () => {}): BenchOptions => ({
     roots(data) {
         writeFileSync(scriptOf(data), script);
         change(data);
@@ -41,13 +41,15 @@ async function editLine(page: Page, line: string): Promise<void> {
 
 async function saveWithConsent(page: Page, word: string): Promise<void> {
     await page.keyboard.press("Control+s");
-    await page.getByRole("dialog", { name: `Write the ${word} of GLDCRAB?` }).getByRole("button", { name: "Back up and write" }).click();
+    await page.getByRole("dialog", { name: `Write the ${word} of GLDCRAB?` })
+        .getByRole("button", { name: "Back up and write" }).click();
     await eventually(() => unsaved(page).count(), 0);
 }
 
 const crlf = (text: string): string => text.replace(/\r?\n/g, "\r\n");
 
-flow("line ends stay as the file has them, and what another program changes in it is merged", found(crlf(SCRIPT.join("\n")), (data) => {
+const ends = "line ends stay as the file has them, and what another program changes in it is merged";
+flow(ends, found(crlf(SCRIPT), (data) => {
     const file = join(data, "found/units/GLDCRAB.fbi");
     // all end in CRLF but one
     writeFileSync(file, crlf(readFileSync(file, "utf8")).replace(/(UnitName=[^\r]*)\r\n/, "$1\n"));
@@ -66,13 +68,15 @@ flow("line ends stay as the file has them, and what another program changes in i
     await page.getByRole("button", { name: "Take the merged text" }).click();
     await definition(page).click();
     await saveWithConsent(page, "definition");
-    assert.equal(readFileSync(file, "utf8"), fbi.replace(/\bName=/, "Name=The ").replace(/(MaxDamage=.*?)\r\n/, "$1// mine\r\n"));
+    assert.equal(readFileSync(file, "utf8"),
+        fbi.replace(/\bName=/, "Name=The ").replace(/(MaxDamage=.*?)\r\n/, "$1// mine\r\n"));
     await typeAtTop(page, "// a\n");
     await saveWithConsent(page, "script");
     assert.equal(readFileSync(scriptOf(data), "utf8"), `// a\r\n${bos}`);
 });
 
-flow("a script that another program or page has written is merged with, and never written over", found(), async ({ page, data, open }) => {
+const two = "a script that another program or page has written is merged with, and never written over";
+flow(two, found(), async ({ page, data, open }) => {
     await openUnit(page, "GLDCRAB");
     const other = await open();
     await openUnit(other, "GLDCRAB");
@@ -82,16 +86,17 @@ flow("a script that another program or page has written is merged with, and neve
     await page.keyboard.press("Control+s");
     const region = page.getByRole("region", { name: "Script", exact: true });
     await region.getByText("Another program has changed the file.").waitFor();
-    assert.equal(readFileSync(scriptOf(data), "utf8"), `// other's\n${SCRIPT.join("\n")}`);
+    assert.equal(readFileSync(scriptOf(data), "utf8"), `// other's\n${SCRIPT}`);
     await region.getByRole("button", { name: "Merge…" }).click();
     await page.getByLabel("Lines of conflict 1").selectOption("both");
     await page.getByRole("button", { name: "Take the merged text" }).click();
     await script(page).click();
     await page.keyboard.press("Control+s");
-    await eventually(() => readFileSync(scriptOf(data), "utf8"), `// mine\n// other's\n${SCRIPT.join("\n")}`);
+    await eventually(() => readFileSync(scriptOf(data), "utf8"), `// mine\n// other's\n${SCRIPT}`);
 });
 
-flow("what is typed while a script is saved stays, with cursor, scroll and undo", found(SCRIPT.join("\n") + "\n".repeat(80)), async ({ page, data, hold }) => {
+const typing = "what is typed while a script is saved stays, with cursor, scroll and undo";
+flow(typing, found(SCRIPT + "\n".repeat(80)), async ({ page, data, hold }) => {
     await openUnit(page, "GLDCRAB");
     await typeAtTop(page, "// ONE\n");
     await saveWithConsent(page, "script");
@@ -117,7 +122,8 @@ flow("what is typed while a script is saved stays, with cursor, scroll and undo"
     await script(page).getByText("piece base;").waitFor();
 });
 
-flow("a text belongs to its file: other folders, a file that is gone, the list of what is unsaved", found(undefined, (data) => {
+const places = "a text belongs to its file: other folders, a file that is gone, the list of what is unsaved";
+flow(places, found(SCRIPT, (data) => {
     cpSync(join(data, "found"), join(data, "found2"), { recursive: true });
 }), async ({ page, data }) => {
     await openDefinition(page);
@@ -130,6 +136,13 @@ flow("a text belongs to its file: other folders, a file that is gone, the list o
     await pane.getByRole("alert").waitFor({ state: "detached" });
     await page.keyboard.press("Control+Shift+l");
     await typeAtTop(page, "// mine\n");
+    for (const end of ["bos", "cob"]) rmSync(join(data, `found/scripts/GLDCRAB.${end}`));
+    await page.keyboard.press("Control+Shift+l");
+    await page.getByText("COB script not found: scripts/GLDCRAB.cob").first().waitFor();
+    await page.getByRole("button", { name: "Write it anew" }).click();
+    await eventually(() => unsaved(page).allTextContents(), ["1 definition unsaved"]);
+    assert.equal(readFileSync(scriptOf(data), "utf8"), `// mine\n${SCRIPT}`);
+    await typeAtTop(page, "// more\n");
     await page.keyboard.press("Control+o");
     const roots = page.getByRole("dialog", { name: "Open a game and mods" });
     await roots.getByRole("button", { name: "Leave found out" }).click();
@@ -147,7 +160,8 @@ flow("a text belongs to its file: other folders, a file that is gone, the list o
     await eventually(() => unsaved(page).allTextContents(), ["1 script unsaved"]);
 });
 
-flow("half a character and an editor that ends in the middle of a save do no lasting harm", found(), async ({ page, data, stopEditor }) => {
+const harm = "half a character and an editor that ends in the middle of a save do no lasting harm";
+flow(harm, found(), async ({ page, data, stopEditor }) => {
     await openUnit(page, "GLDCRAB");
     await script(page).click();
     await page.keyboard.press("Control+Home");
@@ -164,7 +178,7 @@ flow("half a character and an editor that ends in the middle of a save do no las
     await page.getByText("everything is open as before").waitFor();
     await page.getByRole("alert").getByText(/^the script of GLDCRAB is not saved: the editor has ended/).waitFor();
     await script(page).getByText("// never").waitFor();
-    assert.equal(readFileSync(scriptOf(data), "utf8"), `// mine\n${SCRIPT.join("\n")}`);
+    assert.equal(readFileSync(scriptOf(data), "utf8"), `// mine\n${SCRIPT}`);
     await script(page).click();
     await page.keyboard.press("Control+s");
     await eventually(() => unsaved(page).count(), 0);

@@ -36,7 +36,8 @@ flow("the editor ends at a stop: breakpoints are set again and stop again", {}, 
     await start();
 });
 
-flow("the editor ends while a unit is loading: the newest wish is fulfilled by the next one", {}, async ({ page, stopEditor }) => {
+const loading = "the editor ends while a unit is loading: the newest wish is fulfilled by the next one";
+flow(loading, {}, async ({ page, stopEditor }) => {
     await unitIsShown(page, "FENDOCK");
     const end = await stopEditor();
     await page.getByRole("option", { name: /KILCART/ }).click();
@@ -44,7 +45,8 @@ flow("the editor ends while a unit is loading: the newest wish is fulfilled by t
     await unitIsShown(page, "KILCART");
 });
 
-flow("the editor ends while folders are opened: the dialog says so, and the next one opens them", {}, async ({ page, data, stopEditor }) => {
+const mounting = "the editor ends while folders are opened: the dialog says so, and the next one opens them";
+flow(mounting, {}, async ({ page, data, stopEditor }) => {
     await unitIsShown(page, "FENDOCK");
     await page.keyboard.press("Control+o");
     const dialog = page.getByRole("dialog", { name: "Open a game and mods" });
@@ -81,7 +83,8 @@ flow("two pages have a session each", {}, async ({ page, open }) => {
     assert.equal(await page.getByText("editor alive").getAttribute("data-pid"), pid);
 });
 
-flow("a page that is closed in the middle of a save: the save is finished, server and file are whole", {}, async ({ page, open, data, lines }) => {
+const closing = "a page that is closed in the middle of a save: the save is finished, server and file are whole";
+flow(closing, {}, async ({ page, open, data, lines }) => {
     await unitIsShown(page, "FENDOCK");
     const other = await open();
     const sent = (): number => lines().filter((type) => type === "save-fbi-raw").length;

@@ -22,12 +22,14 @@ export function documentFault<S extends SavedText, F>(of: Documents<S, F>) {
     const [now, read] = [of.shown.value, of.loaded.value];
     if (!now) return undefined;
     if (now.theirs) return <Changed of={of} theirs={now.theirs} />;
-    const lost = read.state === "failed" ? read.message : now.failure;
+    const isGone = read.state === "failed";
+    const lost = now.failure || (isGone ? read.message : "");
     if (!lost) return of.fault.value ? <Failure message={of.fault.value} /> : undefined;
     return (
         <div class="banner" role="alert">
             <StatusMark status="missing" word="failed" /> <span>{lost}</span>
-            {read.state === "failed" && <Button title="Look again for the file" onPress={of.reload}>Try again</Button>}
+            {isGone && <Button title="Look again for the file" onPress={of.reload}>Try again</Button>}
+            {isGone && of.writesAnew && <Button title="Make the file of this text" onPress={of.save}>Write it anew</Button>}
             <Button title="Copy this text, to keep it elsewhere" onPress={() => copyText(now.text)}>Copy text</Button>
         </div>
     );

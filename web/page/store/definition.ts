@@ -16,6 +16,7 @@ export type DefinitionText = RawDefinition & SavedText;
 export const definitions = documents<DefinitionText, SaveResult["warnings"][number]>({
     word: "definition",
     checksUnedited: true,
+    writesAnew: false,
     async read(name) {
         const known = await ask("fbi-raw", { name });
         return { ...known, ...savedText(locationOf(known.source), known.version, known.text) };

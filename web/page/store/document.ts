@@ -44,6 +44,8 @@ export interface DocumentKind<S extends SavedText, F> {
     word: string;
     /** Texts as they are on the disk are checked, too. */
     checksUnedited: boolean;
+    /** Saving writes a file that is gone anew. */
+    writesAnew: boolean;
     read(unit: string): Promise<S>;
     /** What there is to say of a text; rejects with what stands in the way of saving it. */
     check(unit: string, text: string): Promise<readonly F[]>;
@@ -166,7 +168,7 @@ export function documents<S extends SavedText, F>(kind: DocumentKind<S, F>) {
     /** Writes the text over the file that it is an edit of, and asks for what that needs. */
     async function save(): Promise<void> {
         const saved = shown.peek();
-        if (!saved || isSaving) return;
+        if (!saved || isSaving || saved.roots !== rootsKey.peek()) return;
         const { unit, base } = saved;
         const what = `the ${kind.word} of ${unit}`;
         const tried = withEndsOf(base.raw, saved.text);
@@ -193,7 +195,7 @@ export function documents<S extends SavedText, F>(kind: DocumentKind<S, F>) {
     }
 
     return {
-        word: kind.word,
+        word: kind.word, writesAnew: kind.writesAnew,
         /** What is read of the disk. */
         loaded: loaded.shown,
         /** What is edited; none while it is read, or where there is nothing. */

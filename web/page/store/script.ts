@@ -41,6 +41,7 @@ export interface ScriptText extends SavedText {
 export const scripts = documents<ScriptText, BosDiagnostic>({
     word: "script",
     checksUnedited: false,
+    writesAnew: true,
     read: readScript,
     check: async (_, text) => (await ask("cob-compile", requestFor(text))).diagnostics,
     async write(name, raw, base, allowBackupCreation) {
