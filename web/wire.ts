@@ -66,5 +66,6 @@ export type ServerEvent =
     | { event: "progress"; id: number; label: string; done: number; total: number }
     | { event: "editor"; state: "alive"; pid: number }
     | { event: "editor"; state: "ended" | "failed"; reason: string }
+    /** Without those that hold what this page has written. */
     | { event: "files-changed"; paths: string[] }
     | { event: "log"; lines: string[] };

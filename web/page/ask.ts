@@ -1,5 +1,6 @@
 // The page's one way to talk with server and back end: typed requests over one WebSocket.
 import type { Payload, Replies } from "protocol";
+import { wellFormed } from "./work/well_formed";
 import type { FrameMessage, MessageType, PageRequest, ServerEvent, ServerLine, ServerMessages } from "../wire";
 
 type OwnType = keyof ServerMessages;
@@ -63,7 +64,8 @@ function send<T>(request: Omit<PageRequest, "id">, progress?: (step: Progress) =
     const failure = new Error(`${request.type}: not connected`);
     if (socket?.readyState !== WebSocket.OPEN) return Promise.reject(failure);
     const id = ++lastId;
-    socket.send(JSON.stringify({ id, ...request }));
+    socket.send(JSON.stringify({ id, ...request },
+        (_, value: unknown) => typeof value === "string" ? wellFormed(value) : value));
     return new Promise((resolve, reject) => waiting.set(id, {
         failure, reject, ...(progress ? { progress } : {}),
         // the one place where a reply gets its declared type

@@ -2,15 +2,14 @@
 import { effect } from "@preact/signals";
 import type { Roots } from "../wire";
 import { say, startConnection } from "./store/connection";
-import { definitionDrafts } from "./store/definition";
+import { definitions } from "./store/definition";
 import { startHealthSweep } from "./store/health_sweep";
 import { followMaps } from "./store/map";
 import { followMapTime } from "./store/map_play";
 import { editState, followModel } from "./store/model_edit";
 import { followPalette } from "./store/palette";
 import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
-import { isOwnWrite } from "./store/question";
-import { draftCount, followUnit } from "./store/script";
+import { followUnit, scripts } from "./store/script";
 import { followTextures } from "./store/textures";
 import { resetTrace } from "./store/trace";
 import { loadedUnit, mayLeaveUnit, noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
@@ -25,7 +24,7 @@ export function begin(): void {
         revived: () => void reopen(),
         filesChanged(paths) {
             void refreshUnits();
-            if (!isOwnWrite()) noteChangedFiles(paths);
+            noteChangedFiles(paths);
         },
     });
     startHealthSweep();
@@ -37,7 +36,7 @@ export function begin(): void {
     followTextures();
     effect(() => { document.title = `${loadedUnit.value ? `${loadedUnit.value.unitName} – ` : ""}Unit Editor`; });
     addEventListener("beforeunload", (event) => {
-        if (draftCount.peek() + definitionDrafts.peek() > 0 || editState.peek().isDirty) event.preventDefault();
+        if (scripts.drafts.peek().length + definitions.drafts.peek().length > 0 || editState.peek().isDirty) event.preventDefault();
     });
 }
 

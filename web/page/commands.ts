@@ -4,10 +4,10 @@ import { restartEditor } from "./store/connection";
 import { refreshUnits } from "./store/roots";
 import { isPlaying, isStopped, pause, play, report, resetScript, resume, stopThreads } from "./store/run";
 import { stepLine } from "./store/step";
-import { isEdited, isTemporary, endTry, saveText, source, toggleComparing, tryText } from "./store/script";
+import { isTemporary, endTry, saveText, scripts, toggleComparing, tryText } from "./store/script";
 import { editState, findDuplicates, lookThrough, redo, revertModel, saveModel, undo } from "./store/model_edit";
 import { askCopy } from "./store/copy_unit";
-import { isDefinitionEdited, saveDefinition } from "./store/definition";
+import { definitions } from "./store/definition";
 import { loadedUnit, reloadUnit, wantedUnit } from "./store/unit";
 import { camera, setCamera, showDialog, showTab, toggleTall } from "./store/view";
 import { toggleAtCursor } from "./editor/cursor";
@@ -32,7 +32,7 @@ const withMap = (verb: () => unknown, otherwise: () => boolean) => (): boolean =
 };
 
 const withSource = (verb: () => unknown) => (): boolean => {
-    if (source.shown.peek().state !== "ready") return false;
+    if (!scripts.shown.peek()) return false;
     void verb();
     return true;
 };
@@ -76,12 +76,13 @@ export const commands: readonly Command[] = [
     { id: "end-try", where: "page", title: "Back to the unit's own script",
         run: () => { if (!isTemporary.peek()) return false; void endTry(); return true; } },
     { id: "save-script", key: "Ctrl+S", where: "script", title: "Save the script and its code",
-        run: withSource(() => isEdited.peek() && saveText()) },
+        run: withSource(() => scripts.isEdited.peek() && saveText()) },
     { id: "compare-script", where: "page", title: "Show what differs from the saved script", run: withSource(toggleComparing) },
     { id: "breakpoint", key: "F9", where: "script", title: "Stop in this line, or no longer", run: toggleAtCursor },
 
     { id: "save-definition", key: "Ctrl+S", where: "definition", title: "Save the definition",
-        run: () => { if (!isDefinitionEdited.peek()) return true; void saveDefinition(); return true; } },
+        run: () => { if (definitions.isEdited.peek()) void definitions.save(); return true; } },
+    { id: "drafts", where: "page", title: "Show every text that is not saved", run: () => showDialog("drafts") },
     { id: "copy-unit", where: "page", title: "Copy the unit into a mod, or under a new name",
         run: () => { if (!wantedUnit.peek()) return false; void askCopy({ unitName: wantedUnit.peek(), isToEdit: false }); return true; } },
 

@@ -48,9 +48,11 @@ export function startEditor(program: string, listener: EditorListener): Editor {
     function take(line: Line | ErrorReply): void {
         if (line.type === "progress" && line.seq === 0)
             return listener.progress(line.data.forSeq, line.data.label, line.data.done, line.data.total);
-        const one = waiting.get(line.seq);
+        // replies come in order: an error without a number is about the oldest line, which could not be read
+        const seq = line.type === "error" && line.seq === 0 ? waiting.keys().next().value ?? 0 : line.seq;
+        const one = waiting.get(seq);
         if (!one) return; // piece-transforms: replies carry reports
-        waiting.delete(line.seq);
+        waiting.delete(seq);
         if (line.type === "error") one.reject(new Error((line as ErrorReply).data.message));
         else if (one.type in FRAMED) framed.push({ waiting: one, data: line.data });
         else one.resolve({ data: line.data });

@@ -3,6 +3,7 @@ import type { WebSocket } from "ws";
 import type { PageRequest, Roots, ServerEvent, ServerLine } from "../wire";
 import { type Answer, type Editor, startEditor } from "./editor";
 import { type Watch, watchFolders } from "./watch";
+import { ownWrites } from "./own_writes";
 
 /** So many ends within so short a time mean that starting again does not help. */
 const MAX_ENDS = 4;
@@ -22,6 +23,7 @@ export interface SessionOptions {
 export function openSession(socket: WebSocket, options: SessionOptions): void {
     const send = (line: ServerLine): void => socket.send(JSON.stringify(line));
     const log = batched((lines: string[]) => send({ event: "log", lines }));
+    const writes = ownWrites();
     const ids = new Map<number, number>(); // seq → the page's id
     const idsInBackground = new Map<number, number>();
     const ends: number[] = [];
@@ -58,7 +60,9 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
 
     async function askMain(id: number, type: string, data: unknown): Promise<Answer> {
         if (!main) throw new Error("the editor is not running");
-        const answer = await askAs(id, ids, main, type, data);
+        const asked = askAs(id, ids, main, type, data);
+        if (CHANGES_FILES.test(type)) writes.follow(asked);
+        const answer = await asked;
         if (type === "set-data-roots") roots = data as Roots;
         if (CHANGES_FILES.test(type)) mountedInBackground = undefined;
         return answer;
@@ -83,15 +87,16 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
         return askAs(id, idsInBackground, editor, type, data);
     }
 
-    const changed = (paths: string[]): void => {
+    async function changed(paths: string[]): Promise<void> {
+        const foreign = await writes.foreign(paths);
         mountedInBackground = undefined;
-        send({ event: "files-changed", paths });
-    };
+        if (isOpen) send({ event: "files-changed", paths: foreign });
+    }
 
     async function answer({ id, type, data, inBackground }: PageRequest): Promise<Answer> {
         if (type === "server-watch") {
             watch?.close();
-            watch = watchFolders((data as { paths: string[] }).paths, changed);
+            watch = watchFolders((data as { paths: string[] }).paths, (paths) => void changed(paths));
             return { data: {} };
         }
         if (type === "server-restart") {

@@ -30,15 +30,18 @@ export interface Bench {
     hold(type: string): () => void;
     /** Ends the page's editor and waits until the page says that another one is alive. */
     killEditor(): Promise<void>;
+    /** Stops the page's editor, so that it does not get to what it is asked from now on; the result kills it. */
+    stopEditor(): Promise<() => Promise<void>>;
     /** A further page of the same server. */
     open(): Promise<Page>;
     /** Errors that the test brings about itself. */
     expectErrors(pattern: RegExp): void;
+    /** Types of the newest requests for the back end. */
+    lines(): string[];
 }
 
 export interface OpenBench extends Bench {
     errors(): string[];
-    lines(): string[];
     close(): Promise<void>;
 }
 
@@ -120,6 +123,12 @@ export async function openBench(options: BenchOptions): Promise<OpenBench> {
     }
 
     const page = await open();
+    const alive = page.getByText("editor alive");
+    const pidOf = async (): Promise<number> => Number(await alive.getAttribute("data-pid"));
+    async function kill(pid: number): Promise<void> {
+        process.kill(pid, "SIGKILL");
+        await eventually(async () => await pidOf() !== pid, true);
+    }
     return {
         page, server, data, scratch, open,
         lines: () => lines,
@@ -130,11 +139,11 @@ export async function openBench(options: BenchOptions): Promise<OpenBench> {
             holds.set(type, new Promise((resolve) => { release = () => { holds.delete(type); resolve(); }; }));
             return () => release();
         },
-        async killEditor() {
-            const alive = page.getByText("editor alive");
-            const pid = Number(await alive.getAttribute("data-pid"));
-            process.kill(pid, "SIGKILL");
-            await eventually(async () => Number(await alive.getAttribute("data-pid")) !== pid, true);
+        async killEditor() { await kill(await pidOf()); },
+        async stopEditor() {
+            const pid = await pidOf();
+            process.kill(pid, "SIGSTOP");
+            return () => kill(pid);
         },
         async close() {
             await context.close();

@@ -2,6 +2,7 @@
 import assert from "node:assert/strict";
 import { test } from "node:test";
 import { definitionRows, valueFault, withoutKey, withValue } from "../page/work/definition";
+import { plainText, withEndsOf } from "../page/work/line_ends";
 import { type Choice, isConflict, merge3, mergedText } from "../page/work/merge";
 import { scanTdf, sectionNamed } from "../page/work/tdf";
 
@@ -39,6 +40,18 @@ test("keeps every line of random changes that do not meet", () => {
         mine[seed % 29] = both[seed % 29] = "mine";
         theirs[31 + seed % 29] = both[31 + seed % 29] = "theirs";
         assert.equal(mergedText(merge3(base.join("\n"), mine.join("\n"), theirs.join("\n")), []), both.join("\n"), `seed ${seed}`);
+    }
+});
+
+test("a text goes back with the line ends that its file has", () => {
+    assert.equal(withEndsOf("a\r\nb\r\n", "a\nB\nnew\n"), "a\r\nB\r\nnew\r\n");
+    assert.equal(withEndsOf("a\nb", "a\nb\nc\n"), "a\nb\nc\n");
+    assert.equal(withEndsOf("a\nb\r\nc\nd", "a\nB\nc\nd"), "a\nB\r\nc\nd");
+    assert.equal(withEndsOf("a\nb\r\nc\nd", "a\nb\nnew\nnewer\nd\n"), "a\nb\r\nnew\nnewer\nd\n");
+    assert.equal(withEndsOf("a\nb\r\nc\n", "b\nx\nc"), "b\r\nx\r\nc");
+    for (let seed = 0; seed < 300; seed++) {
+        const raw = Array.from({ length: 12 }, (_, i) => ["a", "b", "\n", "\r\n", "\r"][(seed * 7 + i * i * (seed + 3)) % 5]).join("");
+        assert.equal(withEndsOf(raw, plainText(raw)), raw, JSON.stringify(raw));
     }
 });
 

@@ -111,6 +111,15 @@ test("the end of an editor answers all that wait, and another one is there", asy
     assert.match(JSON.stringify(await page.ask("list-units")), /data roots not set/);
 });
 
+test("a request that the editor cannot read is refused, and none behind it suffers", async (t) => {
+    const { server } = await openServer(t, {});
+    const page = openSocket(server.address);
+    await page.opened;
+    const deep = JSON.parse("[".repeat(300) + "]".repeat(300));
+    const asked = [page.ask("ping"), page.ask("cob-compile", { source: "\ud800" }), page.ask("ping"), page.ask("ping", { deep }), page.ask("ping")];
+    assert.deepEqual((await Promise.all(asked)).map((line) => "error" in line), [false, true, false, true, false]);
+});
+
 test("gives up on a program that cannot start, says why, and tries again when told", async (t) => {
     const { server } = await openServer(t, { program: join(OUT, "no-such-program") });
     const page = openSocket(server.address);

@@ -2,7 +2,7 @@
 import assert from "node:assert/strict";
 import { appendFileSync, mkdirSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
-import { eventuallyMatches, flow, openUnit, unitIsShown } from "./bench";
+import { eventually, eventuallyMatches, flow, openUnit, unitIsShown } from "./bench";
 
 const REOPENED = "everything is open as before";
 
@@ -36,29 +36,32 @@ flow("the editor ends at a stop: breakpoints are set again and stop again", {}, 
     await start();
 });
 
-flow("the editor ends while a unit is loading: the newest wish is fulfilled by the next one", {}, async ({ page, killEditor, hold }) => {
+const loading = "the editor ends while a unit is loading: the newest wish is fulfilled by the next one";
+flow(loading, {}, async ({ page, stopEditor }) => {
     await unitIsShown(page, "FENDOCK");
-    const release = hold("load-unit");
+    const end = await stopEditor();
     await page.getByRole("option", { name: /KILCART/ }).click();
-    await killEditor();
-    release();
+    await end();
     await unitIsShown(page, "KILCART");
 });
 
-flow("the editor ends while folders are opened", {}, async ({ page, data, killEditor, hold }) => {
+const mounting = "the editor ends while folders are opened: the dialog says so, and the next one opens them";
+flow(mounting, {}, async ({ page, data, stopEditor }) => {
     await unitIsShown(page, "FENDOCK");
     await page.keyboard.press("Control+o");
     const dialog = page.getByRole("dialog", { name: "Open a game and mods" });
     await dialog.getByLabel("Add a mod folder").fill(join(data, "found"));
-    const release = hold("set-data-roots");
-    await dialog.getByRole("button", { name: "Open", exact: true }).click();
-    await killEditor();
-    release();
+    const end = await stopEditor();
+    const open = dialog.getByRole("button", { name: "Open", exact: true });
+    await open.click();
+    await end();
+    await dialog.getByRole("alert").getByText("the editor has ended").waitFor();
+    await unitIsShown(page, "FENDOCK");
+    await open.click();
     await page.getByRole("option", { name: /GLDCRAB/ }).waitFor();
 });
 
-flow("an editor that ends at every start is given up, until it is asked for again", {}, async ({ page, killEditor, expectErrors }) => {
-    expectErrors(/./);
+flow("an editor that ends at every start is given up, until it is asked for again", {}, async ({ page, killEditor }) => {
     await unitIsShown(page, "FENDOCK");
     for (let i = 0; i < 3; i++) await killEditor();
     await page.getByText("editor alive").evaluate((element) => element.getAttribute("data-pid")).then((pid) => process.kill(Number(pid), "SIGKILL"));
@@ -80,19 +83,38 @@ flow("two pages have a session each", {}, async ({ page, open }) => {
     assert.equal(await page.getByText("editor alive").getAttribute("data-pid"), pid);
 });
 
-flow("a page that is closed in the middle of a request leaves the server and the files whole", {}, async ({ page, open, data, hold }) => {
+const closing = "a page that is closed in the middle of a save: the save is finished, server and file are whole";
+flow(closing, {}, async ({ page, open, data, lines }) => {
     await unitIsShown(page, "FENDOCK");
     const other = await open();
+    const sent = (): number => lines().filter((type) => type === "save-fbi-raw").length;
+    async function type(text: string): Promise<void> {
+        const before = sent();
+        await other.getByLabel("Definition text").click();
+        await other.keyboard.press("Control+Home");
+        await other.keyboard.type(text);
+        await eventually(() => sent(), before + 1); // the check
+    }
     await openUnit(other, "FENRAFT");
-    const before = readFileSync(join(data, "mod/marshmod.ufo"));
-    const release = hold("save-unit");
-    await other.getByLabel("Script source").click();
-    await other.keyboard.type("// ");
+    await other.getByRole("tab", { name: /^FBI/ }).click();
+    await type("// one\n");
     await other.keyboard.press("Control+s");
+    await other.getByRole("button", { name: "Back up and write" }).click();
+    await other.getByText("1 definition unsaved").waitFor({ state: "detached" });
+    const archive = join(data, "mod/marshmod.ufo");
+    const before = readFileSync(archive);
+    await type("// two\n");
+    const pid = Number(await other.getByText("editor alive").getAttribute("data-pid"));
+    process.kill(pid, "SIGSTOP");
+    const checked = sent();
+    await other.keyboard.press("Control+s");
+    await eventually(() => sent(), checked + 1);
     await other.close();
-    release();
+    process.kill(pid, "SIGCONT");
+    await eventually(() => readFileSync(archive).equals(before), false);
     await openUnit(page, "FENRAFT");
-    assert.deepEqual(readFileSync(join(data, "mod/marshmod.ufo")), before);
+    await page.getByRole("tab", { name: /^FBI/ }).click();
+    await page.getByLabel("Definition text").getByText("// two").waitFor();
 });
 
 const MARKUP = "<img src=x onerror=alert(1)>";

@@ -1,9 +1,12 @@
 import { CopyUnitDialog } from "../dialogs/copy_unit";
+import { DraftsDialog } from "../dialogs/drafts";
 import { ExtractDialog } from "../dialogs/extract";
 import { FindDialog } from "../dialogs/find";
 import { MergeDialog } from "../dialogs/merge";
 import { QuestionDialog } from "../dialogs/question";
 import { RootsDialog } from "../dialogs/roots";
+import { bos } from "../lang/bos";
+import { fbi } from "../lang/fbi";
 import { bottomPanes } from "../panes/registry";
 import { PiecesPane } from "../panes/pieces";
 import { MapStage } from "../panes/map_stage";
@@ -14,7 +17,9 @@ import { Transport } from "../panes/transport";
 import { UnitsPane } from "../panes/units";
 import { View3dPane } from "../panes/view3d";
 import { ScriptColumn } from "./script_column";
+import { definitions } from "../store/definition";
 import { isMapShown } from "../store/map";
+import { scripts } from "../store/script";
 import { isTall, openDialog, showTab, sizeOf, tab, toggleTall } from "../store/view";
 import { clampSize, Splitter, type SplitterProps } from "../widgets/splitter";
 import { Button } from "../widgets/button";
@@ -64,7 +69,9 @@ export function App() {
             <StatusBar />
             {openDialog.value === "roots" && <RootsDialog />}
             {openDialog.value === "find" && <FindDialog />}
-            {openDialog.value === "merge" && <MergeDialog />}
+            {openDialog.value === "merge-script" && <MergeDialog of={scripts} language={bos} />}
+            {openDialog.value === "merge-definition" && <MergeDialog of={definitions} language={fbi} />}
+            {openDialog.value === "drafts" && <DraftsDialog />}
             {openDialog.value === "extract" && <ExtractDialog />}
             <CopyUnitDialog />
             <QuestionDialog />

@@ -1,7 +1,9 @@
 import { editor, restartEditor, said } from "../store/connection";
-import { definitionDrafts } from "../store/definition";
-import { draftCount } from "../store/script";
+import { definitions } from "../store/definition";
+import type { Documents, SavedText } from "../store/document";
+import { scripts } from "../store/script";
 import { isStale, loadedUnit, reloadUnit } from "../store/unit";
+import { showDialog } from "../store/view";
 import { Button } from "../widgets/button";
 import { baseName } from "../work/paths";
 import { counted } from "../work/words";
@@ -16,12 +18,20 @@ export function StatusBar() {
             </span>}
             {source && <span>{source.inBaseTa ? "base game: changes go into a mod" : "writable"}</span>}
             {isStale.value && <span class="status warn">changed on disk <Button title="Load the unit again" verb="reload-unit" onPress={reloadUnit}>Load again</Button></span>}
-            {draftCount.value > 0 && <span class="status warn" title="Scripts that differ from what is saved">{counted(draftCount.value, "script")} unsaved</span>}
-            {definitionDrafts.value > 0 && <span class="status warn" title="Definitions that differ from what is saved">{counted(definitionDrafts.value, "definition")} unsaved</span>}
+            <Unsaved of={scripts} />
+            <Unsaved of={definitions} />
             <span class="said" role="status" aria-live="polite">{said.value}</span>
             <EditorPart />
         </footer>
     );
+}
+
+function Unsaved<S extends SavedText, F>({ of }: { of: Documents<S, F> }) {
+    const drafts = of.drafts.value;
+    return drafts.length > 0 && <span class="status warn">
+        <Button title={`Texts that differ from what is saved: ${drafts.map(({ base }) => base.file).join(", ")}`}
+            onPress={() => showDialog("drafts")}>{counted(drafts.length, of.word)} unsaved</Button>
+    </span>;
 }
 
 function EditorPart() {

@@ -3,115 +3,113 @@ import type { EditorView } from "@codemirror/view";
 import { effect } from "@preact/signals";
 import { isAlive } from "../store/connection";
 import { askCopy } from "../store/copy_unit";
-import {
-    definition, definitionBase, definitionFault, definitionForm, definitionText, definitionWarnings, editDefinition, isDefinitionEdited,
-    openDefinition, removeKey, restoreBackup, revertDefinition, saveDefinition, setKey, theirDefinition,
-} from "../store/definition";
+import { definitionForm, definitions, removeKey, restoreBackup, setKey } from "../store/definition";
 import { generation } from "../store/roots";
 import { unit, wantedUnit } from "../store/unit";
-import { showDialog } from "../store/view";
 import { showWarnings } from "../editor/problems";
 import { fbi } from "../lang/fbi";
+import { documentFault, DocumentState } from "../parts/document_state";
 import { Button } from "../widgets/button";
 import { CodeEditor } from "../widgets/code_editor";
 import { Check, Field } from "../widgets/field";
 import { List } from "../widgets/list";
 import { Split } from "../widgets/split";
-import { States, StatusMark } from "../widgets/states";
+import { StatusMark } from "../widgets/states";
 import { TextCell } from "../widgets/value_cell";
 import { type DefinitionRow, valueFault } from "../work/definition";
-import { locationOf } from "../work/locations";
 import { counted } from "../work/words";
 
 /** The unit's definition, as a form and as the text that it is. */
 export function DefinitionPane() {
     useSignalEffect(() => {
-        const { state } = unit.value;
-        if (isAlive.value && generation.value > 0 && (state === "ready" || state === "failed")) void openDefinition(wantedUnit.peek());
+        const isThere = unit.value.state === "ready" || unit.value.state === "failed";
+        if (isAlive.value && generation.value > 0 && isThere) void definitions.open(wantedUnit.peek());
     });
     return (
-        <States of={definition.shown.value} empty="Choose a unit: its definition stands here." retry={definition.load}>
-            {() => (
-                <div class="pane flow" data-region="definition">
-                    <Toolbar />
-                    <Messages />
-                    <Split id="definition" label="Width of the form" usual={460} least={240} most={900} of="before" direction="row">
-                        {[<Form />, <CodeEditor key={definitionBase.value?.name} label="Definition text" text={definitionText} onChange={editDefinition} extensions={fbi} follow={followWarnings} />]}
-                    </Split>
-                </div>
-            )}
-        </States>
+        <DocumentState of={definitions} empty="Choose a unit: its definition stands here.">
+            <div class="pane flow" data-region="definition">
+                <Toolbar />
+                {documentFault(definitions) ?? <Warnings />}
+                <Split id="definition" label="Width of the form" usual={460} least={240} most={900} of="before"
+                    direction="row">
+                    {[<Form />, <CodeEditor key={definitions.number.value} label="Definition text"
+                        text={definitions.text} onChange={definitions.edit} extensions={fbi}
+                        follow={followWarnings} />]}
+                </Split>
+            </div>
+        </DocumentState>
     );
 }
 
 function Toolbar() {
-    const unedited = isDefinitionEdited.value ? false : "Nothing is changed";
-    const base = definitionBase.value;
+    const isEdited = definitions.isEdited.value;
+    const unedited = isEdited ? false : "Nothing is changed";
+    const base = definitions.shown.value?.base;
+    const covered = counted(base?.backupCovers.length ?? 0, "unit");
     return (
         <div class="toolbar">
-            <Button title="Save the definition" verb="save-definition" disabled={unedited} onPress={saveDefinition}>Save</Button>
-            <Button title="Give the changes up" disabled={unedited} onPress={revertDefinition}>Revert</Button>
+            <Button title="Save the definition" verb="save-definition" disabled={unedited}
+                onPress={definitions.save}>Save</Button>
+            <Button title="Give the changes up" disabled={unedited} onPress={definitions.revert}>Revert</Button>
             <Button title="Copy the unit into a mod, or under a new name" verb="copy-unit" disabled={!base && "No unit"}
                 onPress={() => void askCopy({ unitName: wantedUnit.peek(), isToEdit: false })}>Copy…</Button>
-            <Button title={base?.hasBackup ? `Bring back what the file was before its first change; it covers ${counted(base.backupCovers.length, "unit")}` : ""}
-                disabled={!base?.hasBackup && "There is no backup: the file was never changed here"} onPress={restoreBackup}>Restore backup…</Button>
-            {base && <span class="quiet" title={`${locationOf(base.source)}, ${base.encoding}`}>
-                {base.source.inBaseTa ? "base game, copied into a mod when saved" : locationOf(base.source)}
-                {isDefinitionEdited.value && <b> · changed</b>}
+            <Button title={`Bring back what the file was before its first change; it covers ${covered}`}
+                disabled={!base?.hasBackup && "There is no backup: the file was never changed here"}
+                onPress={restoreBackup}>Restore backup…</Button>
+            {base && <span class="quiet" title={`${base.file}, ${base.encoding}`}>
+                {base.source.inBaseTa ? "base game, copied into a mod when saved" : base.file}
+                {isEdited && <b> · changed</b>}
             </span>}
         </div>
     );
 }
 
-/** What stands in the way of saving. */
-function Messages() {
-    if (theirDefinition.value) return (
-        <div class="banner" role="alert">
-            <StatusMark status="warn" word="Another program has changed the file." />
-            <Button kind="main" title="See both changes and bring them together" onPress={() => showDialog("merge")}>Merge…</Button>
-            <Button title="Give your changes up and take the file as it is" onPress={revertDefinition}>Take theirs</Button>
-        </div>
-    );
-    if (definitionFault.value) return <p class="failure" role="alert">{definitionFault.value}</p>;
-    const found = definitionWarnings.value;
-    if (found.length === 0) return <p class="none" />;
-    const [first] = found;
-    return <p class="warnings" role="status"><StatusMark status="warn" word={`line ${first!.line}: ${first!.message}`} />
-        {found.length > 1 && <span class="quiet"> and {found.length - 1} more</span>}</p>;
+function Warnings() {
+    const [first, ...rest] = definitions.found.value;
+    if (!first) return <p class="none" />;
+    return <p class="warnings" role="status"><StatusMark status="warn" word={`line ${first.line}: ${first.message}`} />
+        {rest.length > 0 && <span class="quiet"> and {rest.length} more</span>}</p>;
 }
 
 function Form() {
     const search = useSignal("");
     const withUnset = useSignal(false);
     const wanted = search.value.trim().toLowerCase();
-    const rows = definitionForm.value.filter((row) => (row.isSet || withUnset.value || wanted !== "") && row.key.toLowerCase().includes(wanted));
+    const isShown = (row: DefinitionRow): boolean => row.isSet || withUnset.value || wanted !== "";
+    const rows = definitionForm.value.filter((row) => isShown(row) && row.key.toLowerCase().includes(wanted));
     return (
         <section class="pane flow" aria-label="Form">
             <div class="toolbar">
-                <Field label="Search keys" type="search" isCompact value={search.value} onInput={(text) => { search.value = text; }} />
-                <Check label="Unset keys too" title="Show keys with the value that the game takes for them" value={withUnset.value}
-                    onChange={(on) => { withUnset.value = on; }} />
+                <Field label="Search keys" type="search" isCompact value={search.value}
+                    onInput={(text) => { search.value = text; }} />
+                <Check label="Unset keys too" title="Show keys with the value that the game takes for them"
+                    value={withUnset.value} onChange={(on) => { withUnset.value = on; }} />
             </div>
             <List label="Keys" items={rows} keyOf={({ key }) => key.toLowerCase()} textOf={({ key }) => key} hasControls
                 empty={wanted ? "No key is called so." : "The text sets no key of [UNITINFO]."} columns={[
-                    { title: "Key", width: "minmax(80px, 1fr)", cell: (row) => <span class={row.isSet ? "" : "quiet"}>{row.key}</span> },
-                    { title: "Value", width: "minmax(0, 1.4fr)", cell: (row, isActive) => <Value row={row} isActive={isActive} /> },
+                    { title: "Key", width: "minmax(80px, 1fr)",
+                        cell: (row) => <span class={row.isSet ? "" : "quiet"}>{row.key}</span> },
+                    { title: "Value", width: "minmax(0, 1.4fr)",
+                        cell: (row, isActive) => <Value row={row} isActive={isActive} /> },
                     { title: "Base game", width: "72px", isNumber: true, cell: (row) => row.baseline !== undefined &&
-                        <span class="quiet" title={`The base game has ${row.baseline || "nothing"}`}>{row.baseline || "—"}</span> },
+                        <span class="quiet" title={`The base game has ${row.baseline || "nothing"}`}>
+                            {row.baseline || "—"}</span> },
                     { width: "26px", cell: (row, isActive) => row.isSet &&
-                        <Button kind="icon" title={`Remove ${row.key}`} tabIndex={isActive ? 0 : -1} onPress={() => removeKey(row.key)}>✕</Button> },
+                        <Button kind="icon" title={`Remove ${row.key}`} tabIndex={isActive ? 0 : -1}
+                            onPress={() => removeKey(row.key)}>✕</Button> },
                 ]} />
         </section>
     );
 }
 
 function Value({ row, isActive }: { row: DefinitionRow; isActive: boolean }) {
-    if (row.kind === "flag") {
-        return <input type="checkbox" aria-label={row.key} title={row.key} tabIndex={isActive ? 0 : -1} checked={Number.parseInt(row.value, 10) !== 0}
-            onChange={(event) => setKey(row.key, event.currentTarget.checked ? "1" : "0")} />;
-    }
-    return <TextCell label={row.key} value={row.value} isActive={isActive} isNumber={row.kind === "number"} isQuiet={!row.isSet}
-        faultOf={(text) => valueFault(row.kind, text)} write={(text) => setKey(row.key, text)} />;
+    const { key, kind, value, isSet } = row;
+    const tabIndex = isActive ? 0 : -1;
+    if (kind === "flag") return <input type="checkbox" aria-label={key} title={key} tabIndex={tabIndex}
+        checked={Number.parseInt(value, 10) !== 0}
+        onChange={(event) => setKey(key, event.currentTarget.checked ? "1" : "0")} />;
+    return <TextCell label={key} value={value} isActive={isActive} isNumber={kind === "number"} isQuiet={!isSet}
+        faultOf={(text) => valueFault(kind, text)} write={(text) => setKey(key, text)} />;
 }
 
-const followWarnings = (view: EditorView): (() => void) => effect(() => showWarnings(view, definitionWarnings.value));
+const followWarnings = (view: EditorView): (() => void) => effect(() => showWarnings(view, definitions.found.value));

@@ -1,7 +1,7 @@
 // The tabs of the frame, one file each. A new pane is a file here and a row below.
 import type { FunctionComponent } from "preact";
 import { computed, type ReadonlySignal } from "@preact/signals";
-import { definitionDrafts } from "../store/definition";
+import { definitions } from "../store/definition";
 import { healthNote } from "../store/health";
 import { ComparePane } from "./compare";
 import { ConflictsPane } from "./conflicts";
@@ -29,7 +29,7 @@ export interface Pane {
     note?: ReadonlySignal<string | undefined>;
 }
 
-const draftNote = computed(() => definitionDrafts.value > 0 ? "•" : undefined);
+const draftNote = computed(() => definitions.drafts.value.length > 0 ? "•" : undefined);
 
 /** Below the 3D view and the script, in this order. */
 export const bottomPanes: readonly Pane[] = [

@@ -207,22 +207,25 @@ async function mayGiveUp(): Promise<boolean> {
 export function followModel(): void {
     guardLeaving(mayGiveUp);
     let shown: unknown;
+    let isAfterEnd = false; // what the end has undone is told until another unit comes
     effect(() => {
         const now = unit.value;
         const next = now.state === "ready" ? now.value.pieceTree : now.state === "loading" ? shown : undefined;
         if (next === shown) return;
         shown = next;
-        reset();
+        reset(isAfterEnd ? failureSignal.peek() : "");
+        isAfterEnd = false;
     });
     effect(() => {
         if (isAlive.value) return;
+        isAfterEnd = true;
         const { isDirty, undoDepth } = stateSignal.peek();
         reset();
         if (isDirty) failureSignal.value = `the editor has ended: ${counted(undoDepth, "unsaved step")} of the model are lost`;
     });
 }
 
-function reset(): void {
+function reset(failure = ""): void {
     batch(() => {
         stateSignal.value = NO_STEPS;
         stepsSignal.value = [];
@@ -230,7 +233,7 @@ function reset(): void {
         analysedSignal.value = [];
         chosenSignal.value = undefined;
         wordsSignal.value = {};
-        failureSignal.value = "";
+        failureSignal.value = failure;
         details.reset();
     });
 }

@@ -21,11 +21,6 @@ export interface OpenQuestion extends Question {
 const questionSignal = signal<OpenQuestion | undefined>(undefined);
 export const question: ReadonlySignal<OpenQuestion | undefined> = questionSignal;
 
-/** Changes that are told so soon after a write are that write. */
-const OWN_WRITE_MS = 1_500;
-let lastWrite = -Infinity;
-export const isOwnWrite = (): boolean => Date.now() - lastWrite < OWN_WRITE_MS;
-
 /** Resolves with whether the user agrees; a question that is still open is declined. */
 export function askUser(asked: Question): Promise<boolean> {
     questionSignal.peek()?.answer(false);
@@ -44,12 +39,10 @@ export async function write<T extends WriteResult>(
     unitName: string, what: string, request: (allowBackupCreation: boolean) => Promise<T>,
     thenShow: () => Promise<void> = reloadUnit,
 ): Promise<T> {
-    lastWrite = Date.now();
     let result = await request(false);
     if (result.outcome === "base-ta-refused" && await askCopy({ unitName, isToEdit: true })) result = await request(false);
     if (result.outcome === "needs-backup-consent" && await agreesToBackup(what, result.resolvedPath)) result = await request(true);
     if (result.outcome !== "ok") return result;
-    lastWrite = Date.now();
     await refreshUnits();
     await thenShow();
     say(result.reloadError ? `${what} is written, but the unit cannot be loaded: ${result.reloadError}` : `${what} is written to ${result.resolvedPath}`);

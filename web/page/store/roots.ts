@@ -24,6 +24,8 @@ export const start: ReadonlySignal<ServerStart | undefined> = startSignal;
 /** Grows whenever files may have changed: by other roots, by other programs, by our own writes. */
 export const generation: ReadonlySignal<number> = generationSignal;
 export const recent = computed(() => readRoots(kept.value["recent"]));
+/** Tells these folders, in this order, from others. */
+export const rootsKey = computed(() => roots.value ? JSON.stringify(pathsOf(roots.value)) : "");
 export const sides = computed(() => [...new Set(units.value.map((unit) => unit.side))].filter(Boolean).sort());
 
 export function setStart(value: ServerStart): void {

@@ -3,14 +3,17 @@ import { defaultKeymap, history, historyKeymap, indentWithTab } from "@codemirro
 import { bracketMatching, HighlightStyle, indentUnit, syntaxHighlighting } from "@codemirror/language";
 import { highlightSelectionMatches, searchKeymap } from "@codemirror/search";
 import { Annotation, Compartment, EditorState, type Extension } from "@codemirror/state";
-import { drawSelection, EditorView, highlightActiveLine, highlightSpecialChars, keymap, lineNumbers } from "@codemirror/view";
+import {
+    drawSelection, EditorView, highlightActiveLine, highlightSpecialChars, keymap, lineNumbers,
+} from "@codemirror/view";
 import { type ReadonlySignal, effect } from "@preact/signals";
 import { useEffect, useRef } from "preact/hooks";
 import { tags } from "@lezer/highlight";
 
 export interface CodeEditorProps {
     label: string;
-    text: ReadonlySignal<string>;
+    /** Lines end in "\n"; while it is undefined what is there stays. */
+    text: ReadonlySignal<string | undefined>;
     /** Absent: the text is only read. */
     onChange?: (text: string) => void;
     /** A language, and what else the text needs; the first ones given stay. */
@@ -33,7 +36,7 @@ export function CodeEditor({ label, text, onChange, extensions, follow, isReadOn
         const readOnly = new Compartment();
         const view = new EditorView({
             parent: host.current!,
-            doc: text.peek(),
+            doc: text.peek() ?? "",
             extensions: [
                 extensions, BASICS, EditorView.contentAttributes.of({ "aria-label": label, spellcheck: "false" }),
                 readOnly.of([]),
@@ -58,13 +61,14 @@ export function CodeEditor({ label, text, onChange, extensions, follow, isReadOn
 }
 
 /** Replaces only what differs, so that the cursor and marks elsewhere stay. */
-function bringText(view: EditorView, text: string): void {
+function bringText(view: EditorView, text: string | undefined): void {
     const old = view.state.doc.toString();
-    if (old === text) return;
+    if (text === undefined || old === text) return;
     let from = 0;
     while (from < old.length && from < text.length && old[from] === text[from]) from++;
     let end = 0;
-    while (end < old.length - from && end < text.length - from && old[old.length - 1 - end] === text[text.length - 1 - end]) end++;
+    const most = Math.min(old.length, text.length) - from;
+    while (end < most && old[old.length - 1 - end] === text[text.length - 1 - end]) end++;
     view.dispatch({
         changes: { from, to: old.length - end, insert: text.slice(from, text.length - end) },
         annotations: fromStore.of(true),
@@ -96,12 +100,21 @@ const LOOKS = EditorView.theme({
 
 /** For texts that are only read. */
 export const READING: Extension = [
-    lineNumbers(), highlightSpecialChars(), syntaxHighlighting(COLORS), LOOKS, EditorState.tabSize.of(4), EditorState.readOnly.of(true),
+    lineNumbers(), highlightSpecialChars(), syntaxHighlighting(COLORS), LOOKS, EditorState.tabSize.of(4),
+    EditorState.readOnly.of(true),
+];
+
+/** One kind of line end, so that what is typed and what is compared are the same text. */
+const LINES: Extension = [
+    EditorState.lineSeparator.of("\n"), EditorView.clipboardInputFilter.of((text) => text.replace(/\r\n?/g, "\n")),
 ];
 
 const BASICS: Extension = [
+    LINES,
     lineNumbers(), history(), drawSelection(), highlightSpecialChars(), highlightActiveLine(), bracketMatching(),
     highlightSelectionMatches(), syntaxHighlighting(COLORS), LOOKS, indentUnit.of("\t"), EditorState.tabSize.of(4),
     // Escape and then Tab leaves the editor
-    keymap.of([indentWithTab, ...defaultKeymap.filter(({ key }) => key !== "Mod-Enter"), ...historyKeymap, ...searchKeymap]),
+    keymap.of([
+        indentWithTab, ...defaultKeymap.filter(({ key }) => key !== "Mod-Enter"), ...historyKeymap, ...searchKeymap,
+    ]),
 ];

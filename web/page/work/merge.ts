@@ -1,5 +1,5 @@
-// Two changed texts and what both came from: lines that only one side changed are taken from it.
-import { diff } from "@codemirror/merge";
+// Two changed texts and what both came from: lines that only one side changed are taken from it. Lines end in "\n".
+import { type Change, diff } from "@codemirror/merge";
 
 export type MergePart =
     | { kind: "agreed"; lines: string[] }
@@ -19,7 +19,9 @@ interface LineChange {
 export function merge3(base: string, mine: string, theirs: string): MergePart[] {
     const [baseLines, mineLines, theirLines] = [base.split("\n"), mine.split("\n"), theirs.split("\n")];
     const letters = new Map<string, string>();
-    const changes = [...lineChanges(baseLines, mineLines, letters, true), ...lineChanges(baseLines, theirLines, letters, false)]
+    const changesTo = (lines: string[], isMine: boolean): LineChange[] => lineChanges(baseLines, lines, letters)
+        .map(({ fromA, toA, fromB, toB }) => ({ from: fromA, to: toA, delta: (toB - fromB) - (toA - fromA), isMine }));
+    const changes = [...changesTo(mineLines, true), ...changesTo(theirLines, false)]
         .sort((a, b) => a.from - b.from || a.to - b.to);
     const parts: MergePart[] = [];
     const agree = (lines: string[]): void => {
@@ -59,9 +61,10 @@ function belongs(next: LineChange, from: number, to: number, hasAny: boolean): b
 }
 
 /** The changed lines, each line a letter so that whole lines are compared. */
-function lineChanges(before: string[], after: string[], letters: Map<string, string>, isMine: boolean): LineChange[] {
-    return diff(spell(before, letters), spell(after, letters)).map(({ fromA, toA, fromB, toB }) =>
-        ({ from: fromA, to: toA, delta: (toB - fromB) - (toA - fromA), isMine }));
+export function lineChanges(
+    before: readonly string[], after: readonly string[], letters = new Map<string, string>(),
+): readonly Change[] {
+    return diff(spell(before, letters), spell(after, letters));
 }
 
 /** So many lines can differ from one another; letters that are half a character are left out. */

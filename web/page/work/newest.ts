@@ -32,5 +32,13 @@ export function whenQuiet(milliseconds: number, work: () => void): { poke(): voi
     return { poke() { cancel(); timer = setTimeout(work, milliseconds); }, cancel };
 }
 
+/** Rejects when there is no answer within that time. What was asked for goes on, and nobody listens. */
+export function within<T>(milliseconds: number, answer: Promise<T>): Promise<T> {
+    return new Promise((resolve, reject) => {
+        const timer = setTimeout(() => reject(new Error(`no answer for ${milliseconds / 1000} s`)), milliseconds);
+        answer.then(resolve, reject).finally(() => clearTimeout(timer));
+    });
+}
+
 export const asError = (error: unknown): Error => error instanceof Error ? error : new Error(String(error));
 export const messageOf = (error: unknown): string => asError(error).message;
