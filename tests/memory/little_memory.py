@@ -183,8 +183,7 @@ class Squeezed(run.Editor):
     def __init__(self, *arguments):
         super().__init__(*arguments)
         self.waiting = collections.deque()
-        super().send_line(b'{"type":"ping"}')  # it has started
-        super().next_line()
+        self.settle()
 
     def limit(self, size):
         resource.prlimit(self.process.pid, resource.RLIMIT_AS, (size, resource.RLIM_INFINITY))
@@ -192,6 +191,12 @@ class Squeezed(run.Editor):
     def size(self):
         with open(f"/proc/{self.process.pid}/statm", encoding="ascii") as file:
             return int(file.read().split()[0]) * resource.getpagesize()
+
+    def settle(self):
+        """Waits until the program has started, or has set memory aside again."""
+        for _ in range(2):
+            super().send_line(b'{"type":"ping"}')
+            super().next_line()
 
     def send_line(self, line):
         try:
@@ -212,6 +217,7 @@ class Squeezed(run.Editor):
             if not str(reply["data"].get("message", "")).endswith(OUT_OF_MEMORY):
                 return self.waiting.extend(answers)
             self.failures[kind] += 1
+            self.settle()
             room += 64 << 10
 
     def next_line(self):
@@ -236,7 +242,7 @@ def main():
     print(f"the program starts under {lowest} MiB")
     limits = [int(text) for text in options.limits.split(",") if text]
     faults = 0
-    for mib in limits or [lowest, lowest + 4, 64, 160]:
+    for mib in limits or [*range(lowest, lowest + 20, 2), *range(32, 193, 8), *range(224, 513, 32)]:
         try:
             outcomes = check_start(program, commands, mib * MIB, data, options.transcripts[0],
                                    options.large)
