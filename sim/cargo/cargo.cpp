@@ -108,7 +108,8 @@ void leaveHold(WorldParts& world, Unit& load) {
 void spillHold(WorldParts& world, Unit& carrier) {
     const std::vector<UnitRef> cargo = carrier.hold.cargo;
     for (const UnitRef ref : cargo)
-        if (Unit* const load = world.state.units.find(ref); load && !putDown(world, *load, load->place)) {
+        if (Unit* const load = world.state.units.find(ref);
+            load && !putDown(world, *load, load->place)) {
             leaveHold(world, *load);
             moveUnitTo(world, *load, load->place);
         }

@@ -15,6 +15,8 @@
 namespace orb::sim {
 namespace {
 
+constexpr std::int64_t kStepsPerRadian = 10'430;
+
 bool flies(const Unit& unit) {
     return unit.type->canFly && unit.type->canMove && unit.isPresent() && unit.isBuilt();
 }
@@ -39,10 +41,8 @@ GroundPoint overMap(const Terrain& terrain, const UnitType& type, GroundPoint pl
 
 /// Of the circle that it flies when it turns as fast as it can.
 Fixed turnRadius(const UnitType& type, Fixed speed) {
-    constexpr std::int64_t kStepsPerRadian = 10'430;
     constexpr std::int64_t kMostPixels = 4'096;
-    const std::int64_t radius =
-        speed.raw() * kStepsPerRadian / std::max(1, type.movement.turnRate);
+    const std::int64_t radius = speed.raw() * kStepsPerRadian / std::max(1, type.movement.turnRate);
     return Fixed::fromWideRaw(std::min(radius, kMostPixels * Fixed::kOne));
 }
 
@@ -110,6 +110,16 @@ bool passes(const Unit& unit, Fixed distance, std::int32_t off) {
     return isBehind || distance <= std::max(unit.motion.speed, rules::kArrivalDistance);
 }
 
+/// The fastest at which its tightest curve still leads to a goal so far to the side: half the
+/// chord over the sine is the radius.
+Fixed curveSpeed(const UnitType& type, Fixed distance, std::int32_t off) {
+    const std::int64_t sideways = std::abs(sine(Angle::fromSteps(off)).raw());
+    if (sideways == 0) return type.movement.maxSpeed;
+    const std::int64_t turning = std::max(1, type.movement.turnRate);
+    return Fixed::fromWideRaw(distance.raw() * turning / (2 * kStepsPerRadian) * Fixed::kOne /
+                              sideways);
+}
+
 Fixed wishedSpeed(const Unit& unit, const Course& course, Fixed distance, std::int32_t off) {
     const UnitType& type = *unit.type;
     const Fixed most = type.movement.maxSpeed, half = most.over(2, Rounding::up);
@@ -129,7 +139,8 @@ Fixed wishedSpeed(const Unit& unit, const Course& course, Fixed distance, std::i
     // Planes far from their goal fly a curve rather than turn where they are.
     const bool curves = !type.air.hovers && distance > turnRadius(type, half).times(3);
     return std::min({curves ? std::max(turning, half) : turning, distance,
-                     stoppingSpeed(distance, type.movement.brakeRate)});
+                     stoppingSpeed(distance, type.movement.brakeRate),
+                     curveSpeed(type, distance, off)});
 }
 
 /// Near the ground it has to rise first.
@@ -150,9 +161,8 @@ Fixed cruiseAltitude(const WorldParts& world, const Unit& unit) {
     const AirLimits& air = unit.type->air;
     const Fixed speed = std::min(unit.motion.speed, Fixed::fromInt(kMaxSpeed));
     const Vector way = vectorOf(unit.heading, {}, speed.times(rules::kGroundLookAhead));
-    const Fixed surface =
-        std::max(surfaceAt(world, unit.place),
-                 surfaceAt(world, {unit.place.x + way.x, unit.place.z + way.z}));
+    const Fixed surface = std::max(surfaceAt(world, unit.place),
+                                   surfaceAt(world, {unit.place.x + way.x, unit.place.z + way.z}));
     if (!air.isFromSeaLevel) return surface + air.cruiseHeight;
     return std::max(Fixed::fromInt(world.frame.terrain.seaLevel()) + air.cruiseHeight,
                     surface + rules::kLeastClearance);
@@ -160,8 +170,7 @@ Fixed cruiseAltitude(const WorldParts& world, const Unit& unit) {
 
 /// Towards a height, easing off; never below the ground.
 void climbTo(const Unit& unit, Fixed wished, Fixed surface, FlightStep& step) {
-    const Fixed most =
-        std::max(rules::kClimbSpeed, unit.motion.speed.over(2, Rounding::down));
+    const Fixed most = std::max(rules::kClimbSpeed, unit.motion.speed.over(2, Rounding::down));
     const Fixed rest = wished - unit.altitude;
     const Fixed eased = rest.over(rules::kClimbEase, Rounding::nearest);
     const Fixed wanted = std::clamp(eased, -most, most);
@@ -217,10 +226,9 @@ GroundPoint pushFrom(const WorldParts& world, UnitFinder& finder, const Unit& un
         const Fixed room = (own + size(other)).over(2, Rounding::down), apart = lengthOf(x, z);
         if (apart >= room) continue;
         // Who is at the same place goes by his number.
-        const Angle away = apart > Fixed() ? headingOf(x, z)
-                                           : Angle::fromSteps(std::int64_t{unit.id} * 10'007);
-        const Vector push =
-            vectorOf(away, {}, (room - apart).over(room, Rounding::down));
+        const Angle away =
+            apart > Fixed() ? headingOf(x, z) : Angle::fromSteps(std::int64_t{unit.id} * 10'007);
+        const Vector push = vectorOf(away, {}, (room - apart).over(room, Rounding::down));
         pushX += push.x;
         pushZ += push.z;
     }
@@ -332,7 +340,9 @@ FlightStep planFlight(const WorldParts& world, UnitFinder& finder, const Unit& u
 /// v²/2b.
 Fixed stoppingDistance(const Unit& unit) {
     const std::int64_t speed = unit.motion.speed.raw();
-    return Fixed::fromWideRaw(speed * speed / std::max<std::int64_t>(1, 2 * std::int64_t{unit.type->movement.brakeRate.raw()}));
+    return Fixed::fromWideRaw(
+        speed * speed /
+        std::max<std::int64_t>(1, 2 * std::int64_t{unit.type->movement.brakeRate.raw()}));
 }
 
 /// Somebody who has nowhere to go remembers where he is, and when he will look for a place to land.

@@ -140,7 +140,8 @@ bool hasWeapon(const UnitType& type, std::int8_t slot) {
 bool canCarry(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
     const Unit* const load = request.target ? world.state.units.withId(*request.target) : nullptr;
     if (request.kind != OrderKind::load) return unit.type->hold.capacity > 0;
-    return load && load != &unit && load->player == unit.player && fitsHold(*unit.type, *load->type);
+    return load && load != &unit && load->player == unit.player &&
+           fitsHold(*unit.type, *load->type);
 }
 
 /// Whether a unit has the tools for what it is to do.

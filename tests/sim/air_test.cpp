@@ -57,7 +57,9 @@ TEST(Air, KeepsItsHeightAboveHillsAndTheSea) {
             const Fixed ground = field.world.frame.terrain.groundHeight(plane.place);
             EXPECT_GE(plane.altitude, std::max(ground, px(50)));
             const double x = plane.place.x.toNumber();
-            if (x > 1'000 && x < 1'200) EXPECT_NEAR(plane.altitude.toNumber(), isFromSeaLevel ? 204 : 240, 8);
+            if (x > 1'000 && x < 1'200) {
+                EXPECT_NEAR(plane.altitude.toNumber(), isFromSeaLevel ? 204 : 240, 8);
+            }
         }
         EXPECT_FALSE(field.all<OrderDone>().empty());
         EXPECT_NEAR(plane.altitude.toNumber(), 110, 8);
@@ -84,9 +86,9 @@ TEST(Air, LandsBesideWhatStandsThere) {
         EXPECT_TRUE(isLanded(*planes[i])) << i;
         EXPECT_LT(distance(*planes[i], 640, 640), 200);
         for (std::size_t k = 0; k < i; ++k)
-            EXPECT_GE(distance(*planes[i], planes[k]->place.x.toNumber(),
-                               planes[k]->place.z.toNumber()),
-                      30);
+            EXPECT_GE(
+                distance(*planes[i], planes[k]->place.x.toNumber(), planes[k]->place.z.toNumber()),
+                30);
         EXPECT_GE(distance(*planes[i], post.place.x.toNumber(), post.place.z.toNumber()), 30);
     }
 }
@@ -174,8 +176,9 @@ TEST(Air, GunshipsStayOverAPlaceAndFaceIt) {
     EXPECT_EQ(ship.place, place);
     EXPECT_LE(distance(ship, 800, 640), 250);
     EXPECT_NEAR(ship.altitude.toNumber(), 80, 1);
-    // a plane with the same gun comes by
-    EXPECT_LT(std::abs(shortestDifference(ship.heading, headingOf(px(800) - place.x, px(640) - place.z))), 300);
+    EXPECT_LT(
+        std::abs(shortestDifference(ship.heading, headingOf(px(800) - place.x, px(640) - place.z))),
+        300);
 }
 
 TEST(Air, GuardsAndKeepsApart) {
