@@ -1615,7 +1615,8 @@ export type OrderKind =
 
 /** Those that a unit can be at for a while. */
 export type QueuedOrder =
-    | "move" | "patrol" | "attack" | "fire" | "guard" | "build" | "repair" | "reclaim" | "capture";
+    | "move" | "patrol" | "attack" | "fire" | "guard" | "build" | "repair" | "reclaim" | "capture"
+    | "load" | "unload";
 
 export interface UnitOrder {
     /** Default "move". */
@@ -1819,7 +1820,8 @@ export interface MapUnit {
     maxHealth: number;
     /** 1 is ready. */
     buildFraction: number;
-    state: "nanoframe" | "idle" | "moving" | "attacking" | "building" | "reclaiming" | "capturing" | "carried";
+    state: "nanoframe" | "idle" | "moving" | "attacking" | "building" | "reclaiming" | "capturing" | "loading"
+        | "carried";
     /** Where a builder's spray comes from. */
     nano?: { x: number; y: number; z: number; piece?: string };
     /** Seconds until it destroys itself. */
@@ -1846,6 +1848,10 @@ export interface MapUnit {
     transforms?: PieceTransform[];
     /** The unit that it is aboard of. */
     carrier?: number;
+    /** The carrier's piece that it rides on; without it inside, out of sight. */
+    carrierPiece?: string;
+    /** Who is aboard. */
+    cargo?: number[];
 }
 
 /** What flies: where it is, and where it is going. */

@@ -296,6 +296,8 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     type.limits =
         movement ? readLimits(movement->section) : readOwnLimits(unit.unitInfo(), type.floats);
     type.limits.canHover = fbi.canHover;
+    // Ships have a waterline, whether or not they say that they float.
+    if (type.waterline > 0 && type.limits.minWaterDepth > 0) type.floats = true;
     if (type.isBuilding) type.yard = sim::yardOf(fbi.yardMap, type.footprintX, type.footprintZ);
     return type;
 }

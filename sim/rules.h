@@ -29,6 +29,7 @@ inline constexpr std::int32_t kNoLimit = 255;
 /// A definition that says neither how deep nor how shallow its unit may stand, and not that it
 /// floats, means dry land.
 inline constexpr std::int32_t kDryLandDepth = 0;
+// What hovers is held up by the water: only its surface can be too steep, not the ground below.
 
 /// Pixels a tick of a weapon whose definition gives none, so that what it fires leaves the muzzle.
 inline constexpr std::int32_t kLeastShotSpeed = 1;
@@ -124,8 +125,8 @@ inline constexpr Tick kGuardMemory = 150;
 /// Pixels a tick that aircraft rise and sink at most while they stand; under way half their speed,
 /// where that is more. How fast that changes, and over how many ticks it eases off.
 inline constexpr Fixed kClimbSpeed = Fixed::fromInt(2);
-inline constexpr Fixed kClimbChange = Fixed::fromRatio(1, 8, Rounding::nearest);
-inline constexpr std::int32_t kClimbEase = 8;
+inline constexpr Fixed kClimbChange = Fixed::fromRatio(1, 4, Rounding::nearest);
+inline constexpr std::int32_t kClimbEase = 16;
 /// They look so many ticks ahead for higher ground, and keep so high above it who count their
 /// height from the sea.
 inline constexpr std::int32_t kGroundLookAhead = 15;
@@ -160,7 +161,7 @@ inline constexpr Fixed kLoadHeight = Fixed::fromInt(3);
 /// How long scripts have for it.
 inline constexpr std::int32_t kLoadTicks = 900;
 /// Where the place to unload is taken, the next within so many cells will do.
-inline constexpr std::int32_t kUnloadRings = 8;
+inline constexpr std::int32_t kUnloadRings = 5;
 
 // Work, stocks and wind. Known are the rates of building; the rest no document tells.
 

@@ -13,8 +13,8 @@ namespace {
 namespace fs = std::filesystem;
 using namespace orb::samples;
 
-constexpr const char* kRoots[] = {"game", "mod",  "faulty", "found",
-                                  "maps", "arms", "works",  "watch"};
+constexpr const char* kRoots[] = {"game", "mod",   "faulty", "found", "maps",
+                                  "arms", "works", "watch",  "wings"};
 constexpr const char* kPaletteText = "palettes/PALETTE.PAL.txt";
 /// Written last; also marks the output directory as ours to clear.
 constexpr const char* kStampFile = "sample-data.stamp";

@@ -99,7 +99,9 @@ AimSolution solveDrop(const WorldParts& world, const Unit& unit, const WeaponTyp
     const Fixed miss = lengthOf(place.x - target.point.x, place.z - target.point.z);
     direction.pitch = {};
     direction.heading = unit.heading;
-    if (miss > std::max(reach, weapon.damageRadius)) return failed(AimFailure::outOfRange);
+    // The first of several may fall short.
+    const Fixed most = std::max(reach, weapon.burst > 1 ? weapon.damageRadius : unit.motion.speed);
+    if (miss > most) return failed(AimFailure::outOfRange);
     return {direction, {}};
 }
 

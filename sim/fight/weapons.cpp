@@ -106,8 +106,19 @@ void lookWithoutScript(WorldParts& world, Unit& unit, std::size_t slot, const Bo
     if (!points && !turns) tellFailure(world, unit, slot, AimFailure::noScript);
 }
 
+/// The other bombs of a burst follow the first, wherever they fall.
+bool followsFirst(const Unit& unit, std::size_t slot) {
+    return unit.type->weapons[slot]->flight == Flight::dropped && unit.weapons[slot].burstLeft > 0;
+}
+
+/// Who lets bombs fall passes where he has to within a few ticks.
+Tick lookGap(const WeaponType& type) {
+    return type.flight == Flight::dropped ? 1 : rules::kLookEvery;
+}
+
 AimSolution solve(WorldParts& world, Unit& unit, std::size_t slot, const AimTarget& target) {
     const WeaponType& type = *unit.type->weapons[slot];
+    if (followsFirst(unit, slot)) return {{unit.heading, {}, Arc::low, target.point}, {}};
     const bool isShot = unit.weapons[slot].aim == AimKind::shot;
     if (!isShot && !isInRange(world, unit, type, target)) return {{}, AimFailure::outOfRange};
     return solveAim(world, type, unit, aimPivot(world, unit, slot), target);
@@ -123,7 +134,7 @@ void look(WorldParts& world, Unit& unit, std::size_t slot) {
     WeaponState& weapon = unit.weapons[slot];
     const auto target = targetOf(world, weapon);
     if (!target || world.state.tick < weapon.lookAt) return;
-    weapon.lookAt = world.state.tick + rules::kLookEvery;
+    weapon.lookAt = world.state.tick + lookGap(*unit.type->weapons[slot]);
     const AimSolution solution = solve(world, unit, slot, *target);
     weapon.lacksShot = solution.failure && isNearOnMap(unit, type, *target);
     if (solution.failure) {
@@ -153,7 +164,9 @@ void fire(WorldParts& world, Unit& unit, std::size_t slot, const AimTarget& targ
     const auto& type = unit.type->weapons[slot];
     WeaponState& weapon = unit.weapons[slot];
     const Muzzle muzzle = nextMuzzle(world, unit, slot);
-    AimSolution solution = solveAim(world, *type, unit, muzzle.place, target);
+    AimSolution solution = followsFirst(unit, slot)
+                               ? solve(world, unit, slot, target)
+                               : solveAim(world, *type, unit, muzzle.place, target);
     // The muzzle may be where the pivot's free way is not: the shot flies all the same.
     if (solution.failure)
         solution = solveAim(world, *type, unit, aimPivot(world, unit, slot), target);
@@ -211,7 +224,7 @@ bool tryToFire(WorldParts& world, Unit& unit, std::size_t slot) {
     if (!target) return false;
     const AimSolution solution = solve(world, unit, slot, *target);
     if (solution.failure) {
-        weapon.holdsUntil = now + rules::kLookEvery;
+        weapon.holdsUntil = now + lookGap(type);
         tellFailure(world, unit, slot, *solution.failure);
         return false;
     }

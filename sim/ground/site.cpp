@@ -39,7 +39,8 @@ bool isUnderWater(const Terrain& terrain, Cell cell) {
 
 bool isLevelEnough(const Terrain& terrain, const SiteLimits& limits, Cell cell) {
     const std::int32_t most = isUnderWater(terrain, cell) ? limits.maxWaterSlope : limits.maxSlope;
-    return most >= rules::kNoLimit || terrain.slope(cell) <= most;
+    if (most >= rules::kNoLimit) return true;
+    return (limits.canHover ? terrain.surfaceSlope(cell) : terrain.slope(cell)) <= most;
 }
 
 SiteFault testDepth(const Terrain& terrain, const UnitType& type, const CellRect& cells) {

@@ -56,11 +56,21 @@ std::int32_t Terrain::corner(std::int32_t x, std::int32_t z) const {
     return heights_[index({std::min(x, cellsX_ - 1), std::min(z, cellsZ_ - 1)})];
 }
 
-std::int32_t Terrain::slope(Cell cell) const {
+HeightRange Terrain::cornerRange(Cell cell) const {
     const auto [lowest, highest] =
         std::minmax({corner(cell.x, cell.z), corner(cell.x + 1, cell.z), corner(cell.x, cell.z + 1),
                      corner(cell.x + 1, cell.z + 1)});
+    return {lowest, highest};
+}
+
+std::int32_t Terrain::slope(Cell cell) const {
+    const auto [lowest, highest] = cornerRange(cell);
     return highest - lowest;
+}
+
+std::int32_t Terrain::surfaceSlope(Cell cell) const {
+    const auto [lowest, highest] = cornerRange(cell);
+    return std::max(highest, seaLevel_) - std::max(lowest, seaLevel_);
 }
 
 Fixed Terrain::groundHeight(GroundPoint point) const {

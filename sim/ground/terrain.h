@@ -38,6 +38,8 @@ public:
     HeightRange heightRange(const CellRect& cells) const;
     /// The largest difference of the heights at the cell's corners.
     std::int32_t slope(Cell cell) const;
+    /// The same of what is seen: where the ground is under water, of the water.
+    std::int32_t surfaceSlope(Cell cell) const;
     /// No ground: nothing can stand here.
     bool isVoid(Cell cell) const { return isVoid_[index(cell)]; }
     Fixed groundHeight(GroundPoint point) const;
@@ -49,6 +51,8 @@ private:
     }
     /// The height at a cell's north-western corner; beyond the last cells theirs.
     std::int32_t corner(std::int32_t x, std::int32_t z) const;
+    /// Of the cell's corners.
+    HeightRange cornerRange(Cell cell) const;
 
     std::int32_t cellsX_;
     std::int32_t cellsZ_;

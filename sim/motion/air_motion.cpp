@@ -15,6 +15,8 @@
 namespace orb::sim {
 namespace {
 
+constexpr std::int64_t kStepsPerRadian = 10'430;
+
 bool flies(const Unit& unit) {
     return unit.type->canFly && unit.type->canMove && unit.isPresent() && unit.isBuilt();
 }
@@ -39,7 +41,6 @@ GroundPoint overMap(const Terrain& terrain, const UnitType& type, GroundPoint pl
 
 /// Of the circle that it flies when it turns as fast as it can.
 Fixed turnRadius(const UnitType& type, Fixed speed) {
-    constexpr std::int64_t kStepsPerRadian = 10'430;
     constexpr std::int64_t kMostPixels = 4'096;
     const std::int64_t radius = speed.raw() * kStepsPerRadian / std::max(1, type.movement.turnRate);
     return Fixed::fromWideRaw(std::min(radius, kMostPixels * Fixed::kOne));
@@ -109,6 +110,16 @@ bool passes(const Unit& unit, Fixed distance, std::int32_t off) {
     return isBehind || distance <= std::max(unit.motion.speed, rules::kArrivalDistance);
 }
 
+/// The fastest at which its tightest curve still leads to a goal so far to the side: half the
+/// chord over the sine is the radius.
+Fixed curveSpeed(const UnitType& type, Fixed distance, std::int32_t off) {
+    const std::int64_t sideways = std::abs(sine(Angle::fromSteps(off)).raw());
+    if (sideways == 0) return type.movement.maxSpeed;
+    const std::int64_t turning = std::max(1, type.movement.turnRate);
+    return Fixed::fromWideRaw(distance.raw() * turning / (2 * kStepsPerRadian) * Fixed::kOne /
+                              sideways);
+}
+
 Fixed wishedSpeed(const Unit& unit, const Course& course, Fixed distance, std::int32_t off) {
     const UnitType& type = *unit.type;
     const Fixed most = type.movement.maxSpeed, half = most.over(2, Rounding::up);
@@ -128,7 +139,8 @@ Fixed wishedSpeed(const Unit& unit, const Course& course, Fixed distance, std::i
     // Planes far from their goal fly a curve rather than turn where they are.
     const bool curves = !type.air.hovers && distance > turnRadius(type, half).times(3);
     return std::min({curves ? std::max(turning, half) : turning, distance,
-                     stoppingSpeed(distance, type.movement.brakeRate)});
+                     stoppingSpeed(distance, type.movement.brakeRate),
+                     curveSpeed(type, distance, off)});
 }
 
 /// Near the ground it has to rise first.

@@ -27,7 +27,8 @@ std::uint8_t costOfCell(const Terrain& terrain, const Obstacles& obstacles,
     if (terrain.isVoid(cell) || obstacles.isBlocked(cell)) return kNoStep;
     const std::int32_t depth = terrain.seaLevel() - terrain.heightRange({cell, 1, 1}).lowest;
     if (!limits.site.canHover && !isDeepEnoughAndNotTooDeep(limits.site, depth)) return kNoStep;
-    const std::int32_t slope = terrain.slope(cell);
+    const std::int32_t slope =
+        limits.site.canHover ? terrain.surfaceSlope(cell) : terrain.slope(cell);
     const bool isUnderWater = depth > 0;
     if (exceeds(slope, isUnderWater ? limits.site.maxWaterSlope : limits.site.maxSlope))
         return kNoStep;

@@ -57,8 +57,9 @@ TEST(Air, KeepsItsHeightAboveHillsAndTheSea) {
             const Fixed ground = field.world.frame.terrain.groundHeight(plane.place);
             EXPECT_GE(plane.altitude, std::max(ground, px(50)));
             const double x = plane.place.x.toNumber();
-            if (x > 1'000 && x < 1'200)
+            if (x > 1'000 && x < 1'200) {
                 EXPECT_NEAR(plane.altitude.toNumber(), isFromSeaLevel ? 204 : 240, 8);
+            }
         }
         EXPECT_FALSE(field.all<OrderDone>().empty());
         EXPECT_NEAR(plane.altitude.toNumber(), 110, 8);
@@ -175,7 +176,6 @@ TEST(Air, GunshipsStayOverAPlaceAndFaceIt) {
     EXPECT_EQ(ship.place, place);
     EXPECT_LE(distance(ship, 800, 640), 250);
     EXPECT_NEAR(ship.altitude.toNumber(), 80, 1);
-    // a plane with the same gun comes by
     EXPECT_LT(
         std::abs(shortestDifference(ship.heading, headingOf(px(800) - place.x, px(640) - place.z))),
         300);

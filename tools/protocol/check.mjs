@@ -39,7 +39,7 @@ const NEVER_SEEN = [
     'reply ModelPieceHead.unknown',
     'reply DuplicateFaces.unknown',
     'reply Thread.state = dead', // such threads are gone when a tick ends
-    // What happens on maps: battles and walks end as they do; carrying and stalling are to come.
+    // What happens on maps: battles and walks end as they do.
     'request MapTickRequest.until = sound',
     'request MapTickRequest.until = blocked',
     'request MapTickRequest.until = aim-failed',
@@ -63,12 +63,10 @@ const NEVER_SEEN = [
     'reply MapEvent.name',
     'reply MapEvent.number',
     'reply MapEvent.script',
-    'reply MapUnit.state = carried',
     'reply MapUnit.order = attack',
     'reply weapons.state = aimed',
     'reply weapons.state = aiming',
     'reply weapons.state = firing',
-    'reply MapUnit.carrier',
 ];
 
 // How a front end uses the declarations.
