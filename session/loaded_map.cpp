@@ -84,8 +84,8 @@ std::uint32_t featureTypeOf(LoadedMap& map, const GameTables& tables, const std:
         const std::int32_t reclaimed =
             followerOf(map, tables, added[i], {"featurereclamate", "featurereclamamate"}, added);
         map.world.setReclaimedFollower(added[i], reclaimed);
-        map.world.setBurntFollower(
-            added[i], followerOf(map, tables, added[i], {"featureburnt"}, added));
+        map.world.setBurntFollower(added[i],
+                                   followerOf(map, tables, added[i], {"featureburnt"}, added));
     }
     return type;
 }
