@@ -257,8 +257,8 @@ TEST(Orders, WhatCannotMoveIsNotSentAfterWhatIsOutOfItsRange) {
     Unit& turret = field.place(turretType(weaponType(Flight::straight, 200)), 1, 300, 300);
     Unit& near = field.place(runnerType(), 2, 450, 300);
     Unit& far = field.place(runnerType(), 2, 550, 300);
-    using Answers = std::vector<OrderRefusal>;
-    const Answers taken{OrderRefusal::none}, refused{OrderRefusal::outOfRange};
+    using Taken = std::vector<OrderAnswer>;
+    const Taken taken{OrderRefusal::none}, refused{OrderRefusal::outOfRange};
     for (const OrderKind kind : {OrderKind::attack, OrderKind::fire}) {
         EXPECT_EQ(answers(field, {turret.id}, order(kind, far)), refused);
         EXPECT_EQ(answers(field, {turret.id}, order(kind, 300, 520)), refused);
