@@ -168,6 +168,7 @@ TEST(Targets, TakesTheNearestThatItMay) {
     EXPECT_EQ(turret.weapons[0].target, near.ref());
     // the dead are nothing to shoot at
     order.kind = OrderKind::remove;
+    order.target.reset();
     field.give(near, order);
     field.tick(2);
     EXPECT_EQ(turret.weapons[0].aim, AimKind::nothing);
