@@ -1,12 +1,12 @@
 #include "authoring/new_mod.h"
 
 #include <algorithm>
-#include <new>
 #include <vector>
 
 #include "authoring/mod_folder.h"
 #include "io/files/replace_file.h"
 #include "io/game_paths.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
 #include "session/request_error.h"
 
@@ -20,7 +20,7 @@ constexpr std::string_view kSubfolders[] = {io::kUnitFiles.folder, io::kModelFil
                                             io::kWeaponFiles.folder};
 
 [[noreturn]] void failToCreate(const std::error_code& error) {
-    if (error == std::errc::not_enough_memory) throw std::bad_alloc();
+    if (error == std::errc::not_enough_memory) io::throwOutOfMemory();
     throw RequestError("create dir: " + error.message());
 }
 

@@ -13,12 +13,18 @@ bool isOutOfMemory(const std::exception& error) {
                   : dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
 }
 
+void throwOutOfMemory() {
+    if (const std::new_handler freeSome = std::get_new_handler()) freeSome();
+    throw std::bad_alloc();
+}
+
 void rethrowOutOfMemory(const std::exception& error) {
-    if (isOutOfMemory(error)) throw std::bad_alloc();
+    if (dynamic_cast<const std::bad_alloc*>(&error)) throw std::bad_alloc();
+    if (isOutOfMemory(error)) throwOutOfMemory();
 }
 
 void throwIfOutOfMemory() {
-    if (errno == ENOMEM) throw std::bad_alloc();
+    if (errno == ENOMEM) throwOutOfMemory();
 }
 
 void requireMemoryToList() {

@@ -12,6 +12,10 @@ bool isOutOfMemory(const std::exception& error);
 /// was no memory leaves it as std::bad_alloc.
 void rethrowOutOfMemory(const std::exception& error);
 
+/// Throws std::bad_alloc for memory that the system or a library asked for in vain, as if we had:
+/// the new-handler has freed what it can.
+[[noreturn]] void throwOutOfMemory();
+
 /// Throws std::bad_alloc where opening a file has just failed because there was no memory for it.
 void throwIfOutOfMemory();
 

@@ -102,13 +102,18 @@ void mapStack() {
     static_cast<void>(room[0]);
 }
 
+void giveUpAll() {
+    hasRunOut = true;
+    forSmallOnes.giveUp();
+    forTheWayOut.giveUp();
+}
+
 void* allocateInNeed(std::size_t size) {
     if (size <= kSmallAllocation) {
         forSmallOnes.giveUp();
         if (void* const memory = std::malloc(size)) return memory;
     }
-    hasRunOut = true;
-    forTheWayOut.giveUp();
+    giveUpAll();
     throw std::bad_alloc();
 }
 
@@ -123,6 +128,7 @@ void prepareForLittleMemory() {
 #endif
     }
     refillMemoryReserve();
+    std::set_new_handler(giveUpAll);  // for memory that others have asked for in vain
 }
 
 void refillMemoryReserve() {

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <new>
 #include <string>
 
 #include <zlib.h>
 
 #include "io/archive/hpi_format.h"
 #include "io/archive/hpi_lz77.h"
+#include "io/out_of_memory.h"
 
 namespace orb::io {
 namespace {
@@ -145,7 +145,7 @@ std::size_t HpiChunkDecoder::decodeZlib(std::span<std::uint8_t> payload,
     uLongf length = static_cast<uLongf>(output.size());
     const int result =
         uncompress(output.data(), &length, payload.data(), static_cast<uLong>(payload.size()));
-    if (result == Z_MEM_ERROR) throw std::bad_alloc();
+    if (result == Z_MEM_ERROR) throwOutOfMemory();
     if (result != Z_OK)
         throw std::runtime_error("ZLib decompression failed: " + std::to_string(result));
     return length;

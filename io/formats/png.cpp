@@ -4,10 +4,11 @@
 #include <array>
 #include <bit>
 #include <cstdlib>
-#include <new>
 #include <string_view>
 
 #include <zlib.h>
+
+#include "io/out_of_memory.h"
 
 // Big-endian, unlike the game's own formats. A signature of eight bytes, then chunks:
 //
@@ -108,7 +109,7 @@ Bytes deflateRows(const Header& header, ByteView samples) {
     Bytes deflated(size);
     const int result = compress2(deflated.data(), &size, rows.view().data(),
                                  static_cast<uLong>(rows.position()), Z_DEFAULT_COMPRESSION);
-    if (result == Z_MEM_ERROR) throw std::bad_alloc();
+    if (result == Z_MEM_ERROR) throwOutOfMemory();
     if (result != Z_OK) throw std::runtime_error("PNG compression failed");
     deflated.resize(size);
     return deflated;
@@ -254,7 +255,7 @@ Bytes inflateRows(const Header& header, const Bytes& deflated) {
     auto written = static_cast<uLongf>(size);
     const int result =
         uncompress(rows.data(), &written, deflated.data(), static_cast<uLong>(deflated.size()));
-    if (result == Z_MEM_ERROR) throw std::bad_alloc();
+    if (result == Z_MEM_ERROR) throwOutOfMemory();
     if (result != Z_OK || written != size) throw std::runtime_error(kDamaged);
     return rows;
 }
