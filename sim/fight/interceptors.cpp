@@ -48,6 +48,12 @@ bool keepsTarget(const WorldParts& world, const Unit& unit, const WeaponType& ty
     });
 }
 
+/// Who cannot fire soon leaves a shot to others.
+bool isLoaded(const WorldParts& world, const WeaponType& type, const WeaponState& weapon) {
+    const bool isEmpty = type.isStockpiled && weapon.stockpile.shots == 0;
+    return !isEmpty && weapon.readyAt <= world.state.tick + kTicksPerSecond;
+}
+
 template <typename Visit>
 void forEachInterceptor(WorldParts& world, Visit visit) {
     for (Unit& unit : world.state.units)
@@ -60,17 +66,18 @@ void forEachInterceptor(WorldParts& world, Visit visit) {
 }  // namespace
 
 const Projectile* findShot(const WorldParts& world, std::uint32_t id) {
+    if (id == 0) return nullptr;
     const auto& all = world.state.projectiles.all;
     const auto found = std::ranges::lower_bound(all, id, {}, &Projectile::id);
-    return id != 0 && found != all.end() && found->id == id ? &*found : nullptr;
+    return found != all.end() && found->id == id ? &*found : nullptr;
 }
 
 void aimInterceptors(WorldParts& world) {
     std::size_t pairs = 0;
     forEachInterceptor(world, [&](Unit& unit, std::size_t slot, const WeaponType& type) {
         const WeaponState& weapon = unit.weapons[slot];
-        pairs += weapon.aim == AimKind::shot ? world.state.projectiles.all.size() : 0;
         if (weapon.aim != AimKind::shot) return;
+        pairs += world.state.projectiles.all.size();
         if (pairs > kMostPairs || !keepsTarget(world, unit, type, weapon))
             aimAt(world, unit, slot, {});
     });
@@ -78,8 +85,8 @@ void aimInterceptors(WorldParts& world) {
     if (targets.empty()) return;
     forEachInterceptor(world, [&](Unit& unit, std::size_t slot, const WeaponType& type) {
         const WeaponState& weapon = unit.weapons[slot];
-        const bool isEmpty = type.isStockpiled && weapon.stockpile.shots == 0;
-        if (weapon.aim == AimKind::shot || isEmpty || pairs > kMostPairs) return;
+        if (weapon.aim == AimKind::shot || !isLoaded(world, type, weapon)) return;
+        if (pairs > kMostPairs) return;
         pairs += targets.size();
         const auto found = std::ranges::find_if(
             targets, [&](const Projectile* shot) { return isCovered(unit, type, *shot); });

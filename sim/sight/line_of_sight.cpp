@@ -71,15 +71,16 @@ public:
         constexpr std::int32_t kNothingRises = -(1 << 30);
         scratch_.horizon[indexOf(0, 0)] = kNothingRises;
         scratch_.isSeen[indexOf(0, 0)] = 1;
-        for (std::int32_t far = 1; far <= radius_; ++far)
-            for (std::int32_t near = -far; near <= far; ++near) {
-                lookAt(far, near);
-                lookAt(-far, near);
-                // The corners belong to the columns.
-                if (std::abs(near) == far) continue;
-                lookAt(near, far);
-                lookAt(near, -far);
+        const Axis x{look_.tileX, ground_.width, 1, 1};
+        const Axis z{look_.tileZ, ground_.depth, side_, ground_.width};
+        for (std::int32_t far = 1; far <= radius_; ++far) {
+            const std::int32_t near = nearestEnd(far);
+            // The corners belong to the columns.
+            for (const std::int32_t sign : {-1, 1}) {
+                lookAlong({x, sign}, z, far, near);
+                lookAlong({z, sign}, x, far, std::min(near, far - 1));
             }
+        }
         return looked_;
     }
 
@@ -100,45 +101,66 @@ private:
         return static_cast<std::size_t>((z + radius_) * side_ + x + radius_);
     }
 
-    bool isInside(std::int32_t x, std::int32_t z) const {
-        const std::int32_t mapX = look_.tileX + x, mapZ = look_.tileZ + z;
-        if (mapX < 0 || mapZ < 0 || mapX >= ground_.width || mapZ >= ground_.depth) return false;
-        const std::int64_t square = std::int64_t{x} * x + std::int64_t{z} * z;
-        return square * kTilePixels * kTilePixels <= std::int64_t{look_.distance} * look_.distance;
+    /// One of the map's: where the looker is on it, how far it goes, and how far apart two tiles
+    /// along it are in the scratch and in the ground.
+    struct Axis {
+        std::int32_t own = 0;
+        std::int32_t size = 0;
+        std::ptrdiff_t stride = 0;
+        std::ptrdiff_t groundStride = 0;
+    };
+    struct Direction {
+        Axis axis;
+        std::int32_t sign = 1;
+    };
+
+    /// How far to the side of a line that far away the distance ends, within the square; -1 where
+    /// it does not reach there.
+    std::int32_t nearestEnd(std::int32_t far) const {
+        constexpr std::int64_t kTileSquare = std::int64_t{kTilePixels} * kTilePixels;
+        const std::int64_t left =
+            std::int64_t{look_.distance} * look_.distance / kTileSquare - std::int64_t{far} * far;
+        if (left < 0) return -1;
+        return std::min(far,
+                        static_cast<std::int32_t>(squareRoot(static_cast<std::uint64_t>(left))));
     }
 
-    void lookAt(std::int32_t x, std::int32_t z) {
-        if (!isInside(x, z)) return;
-        ++looked_;
-        const std::size_t index = indexOf(x, z);
-        if (!ground_.hides) {
-            scratch_.isSeen[index] = 1;
-            return;
+    /// One side of a square: the tiles so `far` away in a direction, and up to `near` from its
+    /// line.
+    void lookAlong(const Direction& direction, const Axis& across, std::int32_t far,
+                   std::int32_t near) {
+        const auto& [axis, sign] = direction;
+        const std::int32_t place = axis.own + sign * far;
+        if (place < 0 || place >= axis.size) return;
+        const std::int32_t first = std::max(-near, -across.own);
+        const std::int32_t last = std::min(near, across.size - 1 - across.own);
+        if (first > last) return;
+        looked_ += static_cast<std::uint64_t>(last - first + 1);
+        const std::ptrdiff_t farther = sign * axis.stride;
+        auto index =
+            static_cast<std::ptrdiff_t>(indexOf(0, 0)) + far * farther + first * across.stride;
+        auto onGround = place * axis.groundStride + (across.own + first) * across.groundStride;
+        for (std::int32_t side = first; side <= last; ++side) {
+            lookAt(index, index - farther,
+                   side > 0 ? across.stride : (side < 0 ? -across.stride : 0),
+                   steps().of(far, std::abs(side)), onGround);
+            index += across.stride;
+            onGround += across.groundStride;
         }
-        const std::int32_t horizon = horizonAt(x, z);
-        const bool isAlongX = std::abs(x) >= std::abs(z);
-        const Step& step =
-            isAlongX ? steps().of(std::abs(x), std::abs(z)) : steps().of(std::abs(z), std::abs(x));
-        const std::int32_t rise =
-            (ground_.at(look_.tileX + x, look_.tileZ + z) - look_.eye) * step.inverse;
-        scratch_.isSeen[index] = rise >= horizon ? 1 : 0;
-        scratch_.horizon[index] = std::max(rise, horizon);
     }
 
-    /// The steepest that rises before a tile, as seen from the eye.
-    std::int32_t horizonAt(std::int32_t x, std::int32_t z) const {
-        const auto nearer = [](std::int32_t value) {
-            return value > 0 ? value - 1 : (value < 0 ? value + 1 : 0);
-        };
-        const bool isAlongX = std::abs(x) >= std::abs(z);
-        const std::int32_t far = isAlongX ? std::abs(x) : std::abs(z);
-        const std::int32_t near = isAlongX ? std::abs(z) : std::abs(x);
-        const std::int32_t insideX = isAlongX ? nearer(x) : x, insideZ = isAlongX ? z : nearer(z);
-        const std::int32_t atCorner = scratch_.horizon[indexOf(nearer(x), nearer(z))];
-        if (near == far || near == 0) return atCorner;
-        const std::int32_t straight = scratch_.horizon[indexOf(insideX, insideZ)];
-        const std::int64_t part = std::int64_t{atCorner - straight} * steps().of(far, near).share;
-        return straight + static_cast<std::int32_t>(part >> kShareBits);
+    /// `inside` is the tile's neighbour in the square before, `outwards` the way from the axis.
+    void lookAt(std::ptrdiff_t index, std::ptrdiff_t inside, std::ptrdiff_t outwards,
+                const Step& step, std::ptrdiff_t onGround) {
+        std::int32_t* const horizon = scratch_.horizon.data();
+        // At the corners only the second counts.
+        const std::int32_t straight = horizon[inside], nearer = horizon[inside - outwards];
+        const std::int64_t part = (std::int64_t{nearer} - straight) * step.share;
+        const auto before = static_cast<std::int32_t>(straight + (part >> kShareBits));
+        const std::int32_t height = ground_.heights[static_cast<std::size_t>(onGround)];
+        const std::int32_t rise = (height - look_.eye) * step.inverse;
+        scratch_.isSeen[static_cast<std::size_t>(index)] = rise >= before || !ground_.hides ? 1 : 0;
+        horizon[index] = std::max(rise, before);
     }
 
     const TileHeights& ground_;
