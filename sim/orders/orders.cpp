@@ -70,6 +70,7 @@ void countDown(WorldParts& world, TickScratch& scratch, Unit& unit) {
 
 void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) {
     leaveHold(world, unit);
+    if (unit.type->canFly) unit.pitch = unit.roll = {};
     if (request.place) moveUnitTo(world, unit, *request.place);
     if (request.hasHeading) unit.heading = request.heading;
     unit.motion.speed = {};
