@@ -79,7 +79,10 @@ void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) 
     leaveHold(world, unit);
     moveUnitTo(world, unit, standingPlace(*unit.type, *request.place));
     if (request.hasHeading) unit.heading = request.heading;
-    if (!unit.type->isBuilding) settleOnGround(world, unit);
+    if (unit.type->canFly)
+        unit.pitch = unit.roll = {};
+    else if (!unit.type->isBuilding)
+        settleOnGround(world, unit);
     unit.motion.speed = {};
     unit.motion.beginAnew();
     if (unit.type->economy.extracts())

@@ -55,7 +55,11 @@ bool goDownTo(WorldParts& world, Unit& unit, const Unit& load, const Vector& pla
 
 OrderProgress loadFromAbove(WorldParts& world, Unit& unit, Unit& target, UnitWish& wish) {
     UnitHold& hold = unit.hold;
-    if (hold.handled != target.ref() && isWithin(unit, target.place, rules::kLoadNear)) {
+    if (!isWithin(unit, target.place, rules::kLoadNear)) {
+        wish.goal = wish.gathering = target.place;
+        return kUnderWay;
+    }
+    if (hold.handled != target.ref()) {
         hold.handled = target.ref();
         const std::int32_t height = target.type->height.raw();
         startScriptIfThere(world, unit, UnitScript::beginTransport, {&height, 1});

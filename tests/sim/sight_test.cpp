@@ -366,7 +366,7 @@ TEST(Cloak, OnlyWhoCan) {
     const Unit& plain = field.place(dummyType(), 1, 320, 320);
     const std::int64_t id = plain.id;
     EXPECT_EQ(giveOrder(field.world, field.scratch, {&id, 1}, orderOf(OrderKind::cloak)),
-              std::vector{OrderRefusal::cannotCloak});
+              std::vector<OrderAnswer>{OrderRefusal::cannotCloak});
     auto born = veiled();
     born->senses.beginsCloaked = true;
     born->senses.cloakCost = {};

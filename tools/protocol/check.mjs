@@ -63,7 +63,6 @@ const NEVER_SEEN = [
     'reply MapEvent.name',
     'reply MapEvent.number',
     'reply MapEvent.script',
-    'reply MapUnit.order = attack',
     'reply weapons.state = aimed',
     'reply weapons.state = aiming',
     'reply weapons.state = firing',
