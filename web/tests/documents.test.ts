@@ -160,7 +160,7 @@ flow(places, found(SCRIPT, (data) => {
     await eventually(() => unsaved(page).allTextContents(), ["1 script unsaved"]);
 });
 
-const killed = "an editor that ends in the middle of a save: it is said that nothing is saved, and the next one saves it";
+const killed = "an editor that ends in the middle of a save: the page says that nothing is saved, and saves it later";
 flow(killed, found(), async ({ page, data, stopEditor }) => {
     await openUnit(page, "GLDCRAB");
     await typeAtTop(page, "// mine\n");
