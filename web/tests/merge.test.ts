@@ -5,6 +5,7 @@ import { definitionRows, valueFault, withoutKey, withValue } from "../page/work/
 import { plainText, withEndsOf } from "../page/work/line_ends";
 import { type Choice, isConflict, merge3, mergedText } from "../page/work/merge";
 import { scanTdf, sectionNamed } from "../page/work/tdf";
+import { wellFormed } from "../page/work/well_formed";
 
 const lines = (text: string): string => text.split(" ").join("\n");
 const merged = (base: string, mine: string, theirs: string, ...choices: Choice[]): string =>
@@ -53,6 +54,10 @@ test("a text goes back with the line ends that its file has", () => {
         const raw = Array.from({ length: 12 }, (_, i) => ["a", "b", "\n", "\r\n", "\r"][(seed * 7 + i * i * (seed + 3)) % 5]).join("");
         assert.equal(withEndsOf(raw, plainText(raw)), raw, JSON.stringify(raw));
     }
+});
+
+test("halves of characters are replaced, whole ones stay", () => {
+    assert.equal(wellFormed("a\ud83d b\ude00 \ud83d\ude00"), "a\ufffd b\ufffd \ud83d\ude00");
 });
 
 const TEXT = "// head [UNITINFO]\n[UNITINFO]\n\t{\n\tName=Raft; // shown\n\tMaxDamage = 680 ;\n\t[SUB] { Name=inner; }\n\tmaxdamage=700;\n\t}\n";

@@ -207,25 +207,22 @@ async function mayGiveUp(): Promise<boolean> {
 export function followModel(): void {
     guardLeaving(mayGiveUp);
     let shown: unknown;
-    let isAfterEnd = false; // what the end has undone is told until another unit comes
     effect(() => {
         const now = unit.value;
         const next = now.state === "ready" ? now.value.pieceTree : now.state === "loading" ? shown : undefined;
         if (next === shown) return;
         shown = next;
-        reset(isAfterEnd ? failureSignal.peek() : "");
-        isAfterEnd = false;
+        reset();
     });
     effect(() => {
         if (isAlive.value) return;
-        isAfterEnd = true;
         const { isDirty, undoDepth } = stateSignal.peek();
         reset();
         if (isDirty) failureSignal.value = `the editor has ended: ${counted(undoDepth, "unsaved step")} of the model are lost`;
     });
 }
 
-function reset(failure = ""): void {
+function reset(): void {
     batch(() => {
         stateSignal.value = NO_STEPS;
         stepsSignal.value = [];
@@ -233,7 +230,7 @@ function reset(failure = ""): void {
         analysedSignal.value = [];
         chosenSignal.value = undefined;
         wordsSignal.value = {};
-        failureSignal.value = failure;
+        failureSignal.value = "";
         details.reset();
     });
 }
