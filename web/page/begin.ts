@@ -11,7 +11,7 @@ import { followPalette } from "./store/palette";
 import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
 import { isOwnWrite } from "./store/question";
 import { draftCount, followUnit } from "./store/script";
-import { followTextures } from "./store/textures";
+import { followTextures, recoloured } from "./store/textures";
 import { resetTrace } from "./store/trace";
 import { loadedUnit, mayLeaveUnit, noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
 import { messageOf } from "./work/newest";
@@ -37,7 +37,8 @@ export function begin(): void {
     followTextures();
     effect(() => { document.title = `${loadedUnit.value ? `${loadedUnit.value.unitName} – ` : ""}Unit Editor`; });
     addEventListener("beforeunload", (event) => {
-        if (draftCount.peek() + definitionDrafts.peek() > 0 || editState.peek().isDirty) event.preventDefault();
+        if (draftCount.peek() + definitionDrafts.peek() + recoloured.peek().length > 0 ||
+            editState.peek().isDirty) event.preventDefault();
     });
 }
 
