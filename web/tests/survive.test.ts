@@ -36,24 +36,27 @@ flow("the editor ends at a stop: breakpoints are set again and stop again", {}, 
     await start();
 });
 
-flow("the editor ends while a unit is loading: the newest wish is fulfilled by the next one", {}, async ({ page, killEditor, hold }) => {
+flow("the editor ends in the middle of loading a unit: the newest wish is fulfilled by the next one", {},
+    async ({ page, freezeEditor, killEditor }) => {
     await unitIsShown(page, "FENDOCK");
-    const release = hold("load-unit");
+    await freezeEditor();
     await page.getByRole("option", { name: /KILCART/ }).click();
     await killEditor();
-    release();
     await unitIsShown(page, "KILCART");
 });
 
-flow("the editor ends while folders are opened", {}, async ({ page, data, killEditor, hold }) => {
+flow("the editor ends in the middle of mounting: the dialog says why, and the next one mounts", {},
+    async ({ page, data, freezeEditor, killEditor }) => {
     await unitIsShown(page, "FENDOCK");
     await page.keyboard.press("Control+o");
     const dialog = page.getByRole("dialog", { name: "Open a game and mods" });
     await dialog.getByLabel("Add a mod folder").fill(join(data, "found"));
-    const release = hold("set-data-roots");
+    await freezeEditor();
     await dialog.getByRole("button", { name: "Open", exact: true }).click();
     await killEditor();
-    release();
+    await dialog.getByRole("alert").getByText(/the editor has ended/).waitFor();
+    await page.getByText(REOPENED).waitFor();
+    await dialog.getByRole("button", { name: "Open", exact: true }).click();
     await page.getByRole("option", { name: /GLDCRAB/ }).waitFor();
 });
 
