@@ -72,7 +72,7 @@ export function List<T>(props: ListProps<T>) {
     const sight = useSignal(AT_FIRST);
     const active = useSignal<string | undefined>(undefined);
     const lastIndex = useRef(0);
-    const anchor = useRef(0);
+    const anchor = useRef<string | undefined>(undefined);
     const isOwnChoice = useRef(false);
     const typed = useRef({ text: "", at: 0 });
     const keys = useMemo(() => distinct(items.map(props.keyOf)), [items]);
@@ -88,8 +88,8 @@ export function List<T>(props: ListProps<T>) {
     useEffect(() => showRow(scroller.current, at), [at, items.length > 0]);
     useEffect(() => {
         if (!isOwnChoice.current && several && props.selected !== undefined) active.value = props.selected;
-        isOwnChoice.current = false;
     }, [props.selected]);
+    useEffect(() => { isOwnChoice.current = false; });
     useLayoutEffect(() => {
         if (props.followsEnd && scroller.current) scroller.current.scrollTop = scroller.current.scrollHeight;
     }, [items, props.followsEnd]);
@@ -101,8 +101,9 @@ export function List<T>(props: ListProps<T>) {
         if (item === undefined) return;
         active.value = keys[to];
         isOwnChoice.current = true;
-        if (way === "range") return several?.choose(between(items, anchor.current, to));
-        anchor.current = to;
+        const from = anchor.current === undefined ? -1 : keys.indexOf(anchor.current);
+        if (way === "range" && from >= 0) return several?.choose(between(items, from, to));
+        anchor.current = keys[to];
         if (way === "toggle") several?.toggle(item);
         else if (way !== "focus") props.onSelect?.(item);
     }
