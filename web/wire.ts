@@ -16,6 +16,10 @@ export interface ServerMessages {
     "server-start": { request: Record<string, never>; reply: ServerStart };
     /** For choosing folders: what lies in one. */
     "server-folders": { request: { path: string }; reply: FolderListing };
+    /** Folders directly below one that hold a game's archives. */
+    "server-games": { request: { path: string }; reply: { paths: string[] } };
+    /** Whether the system lets a file be written, its folder be changed. */
+    "server-can-write": { request: { path: string }; reply: { canWrite: boolean } };
     /** Kept for the next time, on any port. */
     "server-keep": { request: { key: string; value: unknown }; reply: Record<string, never> };
     /** Watch these folders for what other programs change. */
@@ -38,8 +42,6 @@ export interface FolderListing {
     parent?: string;
     folders: string[];
 }
-
-export type PageMessages = Messages & ServerMessages;
 
 /** One text from the page. Background requests go to a second back end over the same roots. */
 export interface PageRequest {

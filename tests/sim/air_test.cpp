@@ -88,8 +88,8 @@ TEST(Air, LandsBesideWhatStandsThere) {
         for (std::size_t k = 0; k < i; ++k)
             EXPECT_GE(
                 distance(*planes[i], planes[k]->place.x.toNumber(), planes[k]->place.z.toNumber()),
-                30);
-        EXPECT_GE(distance(*planes[i], post.place.x.toNumber(), post.place.z.toNumber()), 30);
+                24);
+        EXPECT_GE(distance(*planes[i], post.place.x.toNumber(), post.place.z.toNumber()), 24);
     }
 }
 

@@ -87,7 +87,7 @@ TEST(Orders, AreRefusedWhenNoWeaponCanCarryThemOut) {
         for (std::size_t x = 0; x < 40; ++x) cellOf(lake, x, z).height = 100;
     Battlefield field(lake);
     const auto make = [](auto change) {
-        auto weapon = weaponType(Flight::straight);
+        auto weapon = weaponType(Flight::straight, 800);
         change(*weapon);
         return weapon;
     };

@@ -168,7 +168,7 @@ TEST(Transport, RefusesWhatItCannotCarry) {
     large->footprintX = 3;
     const auto heavy = walkerType("HEAVY");
     heavy->canBeCarried = false;
-    EXPECT_EQ(answer(ferry, ferry), OrderRefusal::cannotWork);
+    EXPECT_EQ(answer(ferry, ferry), OrderRefusal::noSuchTarget);
     EXPECT_EQ(answer(ferry, field.place(large, 1, 300, 300)), OrderRefusal::cannotWork);
     EXPECT_EQ(answer(ferry, field.place(heavy, 1, 400, 300)), OrderRefusal::cannotWork);
     EXPECT_EQ(answer(ferry, field.place(planeType(), 1, 500, 300)), OrderRefusal::cannotWork);

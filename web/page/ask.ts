@@ -4,10 +4,19 @@ import { wellFormed } from "./work/well_formed";
 import type { FrameMessage, MessageType, PageRequest, ServerEvent, ServerLine, ServerMessages } from "../wire";
 
 type OwnType = keyof ServerMessages;
-type Data<T extends MessageType | OwnType> = T extends MessageType ? Payload<T>
-    : T extends OwnType ? [data?: ServerMessages[T]["request"]] : never;
+type Data<T extends MessageType | OwnType> = T extends MessageType ? [...Payload<T>, how?: How]
+    : T extends OwnType ? [data?: ServerMessages[T]["request"], how?: How] : never;
 type Answer<T extends MessageType | OwnType> = T extends MessageType ? Replies[T]
     : T extends OwnType ? ServerMessages[T]["reply"] : never;
+
+export interface How {
+    /** By the second back end, which never holds up what the user does. It has no loaded unit. */
+    inBackground?: boolean;
+    /** For requests with `progress: true`: hears of each step until the reply. */
+    told?: (step: Progress) => void;
+}
+
+export const IN_BACKGROUND: How = { inBackground: true };
 
 export interface Framed<T> {
     reply: T;
@@ -25,7 +34,7 @@ interface Waiting {
     failure: Error;
     resolve(data: unknown, frame: ArrayBuffer | undefined): void;
     reject(error: Error): void;
-    progress?: (step: Progress) => void;
+    told?: (step: Progress) => void;
 }
 
 const waiting = new Map<number, Waiting>();
@@ -34,46 +43,29 @@ let socket: WebSocket | undefined;
 let lastId = 0;
 
 /** Resolves with the reply's data, rejects with the back end's own text. */
-export function ask<T extends MessageType | OwnType>(type: T, ...[data]: Data<T>): Promise<Answer<T>> {
-    return send<Answer<T>>({ type, data }).then(({ reply }) => reply);
-}
-
-/** The same by the second back end, which never holds up what the user does. It has no loaded unit. */
-export function askInBackground<T extends MessageType>(type: T, ...[data]: Data<T>): Promise<Answer<T>> {
-    return send<Answer<T>>({ type, data, inBackground: true }).then(({ reply }) => reply);
+export function ask<T extends MessageType | OwnType>(type: T, ...[data, how]: Data<T>): Promise<Answer<T>> {
+    return send<Answer<T>>(type, data, how).then(({ reply }) => reply);
 }
 
 /** For replies that a frame follows. */
-export function askFrame<T extends FrameMessage>(type: T, ...[data]: Data<T>): Promise<Framed<Answer<T>>> {
-    return send<Answer<T>>({ type, data });
+export function askFrame<T extends FrameMessage>(type: T, ...[data, how]: Data<T>): Promise<Framed<Answer<T>>> {
+    return send<Answer<T>>(type, data, how);
 }
 
-export function askFrameInBackground<T extends FrameMessage>(type: T, ...[data]: Data<T>): Promise<Framed<Answer<T>>> {
-    return send<Answer<T>>({ type, data, inBackground: true });
-}
-
-/** For requests with `progress: true`; `told` hears of each step until the reply. */
-export function askWithProgress<T extends MessageType>(
-    type: T, data: Replies[T] extends never ? never : Parameters<typeof ask<T>>[1], told: (step: Progress) => void,
-    inBackground = false,
-): Promise<Answer<T>> {
-    return send<Answer<T>>({ type, data, inBackground }, told).then(({ reply }) => reply);
-}
-
-function send<T>(request: Omit<PageRequest, "id">, progress?: (step: Progress) => void): Promise<Framed<T>> {
-    const failure = new Error(`${request.type}: not connected`);
+function send<T>(type: string, data: unknown, { inBackground = false, told }: How = {}): Promise<Framed<T>> {
+    const failure = new Error(`${type}: not connected`);
     if (socket?.readyState !== WebSocket.OPEN) return Promise.reject(failure);
-    const id = ++lastId;
-    socket.send(JSON.stringify({ id, ...request },
+    const request: PageRequest = { id: ++lastId, type, data, inBackground };
+    socket.send(JSON.stringify(request,
         (_, value: unknown) => typeof value === "string" ? wellFormed(value) : value));
-    return new Promise((resolve, reject) => waiting.set(id, {
-        failure, reject, ...(progress ? { progress } : {}),
+    return new Promise((resolve, reject) => waiting.set(request.id, {
+        failure, reject, ...(told ? { told } : {}),
         // the one place where a reply gets its declared type
         resolve: (data, frame) => resolve({ reply: data as T, frame: frame ?? new ArrayBuffer(0) }),
     }));
 }
 
-export interface ConnectionListener {
+interface ConnectionListener {
     event(event: ServerEvent): void;
     opened(): void;
     /** The server has gone; it may come back. */
@@ -101,7 +93,7 @@ export function connect(listener: ConnectionListener): void {
 
 function take(line: ServerLine, listener: ConnectionListener): void {
     if ("event" in line) {
-        if (line.event === "progress") waiting.get(line.id)?.progress?.(line);
+        if (line.event === "progress") waiting.get(line.id)?.told?.(line);
         return listener.event(line);
     }
     const one = waiting.get(line.id);

@@ -10,7 +10,7 @@ import { editState, followModel } from "./store/model_edit";
 import { followPalette } from "./store/palette";
 import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/roots";
 import { followUnit, scripts } from "./store/script";
-import { followTextures } from "./store/textures";
+import { followTextures, recoloured } from "./store/textures";
 import { resetTrace } from "./store/trace";
 import { loadedUnit, mayLeaveUnit, noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
 import { messageOf } from "./work/newest";
@@ -36,7 +36,8 @@ export function begin(): void {
     followTextures();
     effect(() => { document.title = `${loadedUnit.value ? `${loadedUnit.value.unitName} – ` : ""}Unit Editor`; });
     addEventListener("beforeunload", (event) => {
-        if (scripts.drafts.peek().length + definitions.drafts.peek().length > 0 || editState.peek().isDirty) event.preventDefault();
+        const unsaved = scripts.drafts.peek().length + definitions.drafts.peek().length + recoloured.peek().length;
+        if (unsaved > 0 || editState.peek().isDirty) event.preventDefault();
     });
 }
 

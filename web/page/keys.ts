@@ -7,10 +7,6 @@ export function keyText(id: string): string {
     return commands.find((command) => command.id === id)?.key ?? "";
 }
 
-export function runCommand(id: string): void {
-    commands.find((command) => command.id === id)?.run();
-}
-
 /** Bare letters are text wherever text is typed. */
 function isTyping(event: KeyboardEvent): boolean {
     const target = event.target as Element | null;

@@ -24,7 +24,7 @@ export interface Editor {
 }
 
 /** How long a closed process may go on before it is killed: writes of archives take their time. */
-const CLOSE_MS = 30_000;
+const CLOSE_MS = 10 * 60_000;
 
 const FRAMED: Record<FrameMessage, true> = {
     "get-unit-glb": true, "get-weapon-model-glb": true, "get-projectile-sprite": true, "get-sound": true,

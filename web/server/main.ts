@@ -20,6 +20,8 @@ export interface ServerOptions {
     state: string;
     /** The first that is tried; any free one else. */
     port?: number;
+    /** Of an earlier server, whose pages then find this one; else a new one. */
+    token?: string;
     hold?: SessionOptions["hold"];
 }
 
@@ -43,8 +45,10 @@ const FILES = new Map(Object.entries({
 const POLICY = "default-src 'none'; script-src 'self'; style-src 'self' 'unsafe-inline'; " +
     "img-src 'self' data: blob:; media-src data: blob:; connect-src 'self'; frame-ancestors 'none'; base-uri 'none'";
 
+export const newToken = (): string => randomBytes(24).toString("base64url");
+
 export async function serve(options: ServerOptions): Promise<RunningServer> {
-    const token = randomBytes(24).toString("base64url");
+    const token = options.token ?? newToken();
     const own = ownMessages(options);
     const server = createServer((request, response) => void answer(request, response));
     const sockets = new WebSocketServer({ noServer: true, maxPayload: MAX_REQUEST });

@@ -1,10 +1,10 @@
 // What the server answers itself: where to begin, which folders there are, what is kept for the next time.
-import { mkdir, readdir, readFile, rename, writeFile } from "node:fs/promises";
+import { access, constants, mkdir, readdir, readFile, rename, writeFile } from "node:fs/promises";
 import { homedir } from "node:os";
 import { dirname, join, resolve } from "node:path";
 import type { FolderListing, Roots, ServerMessages, ServerStart } from "../wire";
 
-export interface OwnOptions {
+interface OwnOptions {
     roots: Roots;
     sample: Roots;
     state: string;
@@ -24,6 +24,8 @@ export function ownMessages(options: OwnOptions): (type: string, data: unknown) 
         "server-start": async (): Promise<ServerStart> =>
             ({ roots: options.roots, sample: options.sample, home: homedir(), kept: await readKept(file) }),
         "server-folders": ({ path }) => listFolders(resolve(String(path))),
+        "server-games": ({ path }) => gamesBelow(resolve(String(path))),
+        "server-can-write": async ({ path }) => ({ canWrite: await canWrite(resolve(String(path))) }),
         "server-keep": async ({ key, value }) => {
             const next = writing.then(async () => keep(file, { ...await readKept(file), [key]: value }));
             writing = next.catch(() => {});
@@ -32,7 +34,8 @@ export function ownMessages(options: OwnOptions): (type: string, data: unknown) 
         },
     };
     return (type, data) =>
-        type in table ? (table[type as keyof OwnTable] as (data: unknown) => Promise<unknown>)(data ?? {}) : undefined;
+        Object.hasOwn(table, type) ? (table[type as keyof OwnTable] as (data: unknown) => Promise<unknown>)(data ?? {})
+            : undefined;
 }
 
 async function readKept(file: string): Promise<Record<string, unknown>> {
@@ -60,4 +63,22 @@ async function listFolders(path: string): Promise<FolderListing> {
     } catch {
         return { path, parent, exists: false, folders: [] };
     }
+}
+
+/** In so many folders a game is looked for. */
+const MAX_LOOKED = 200;
+
+async function gamesBelow(path: string): Promise<{ paths: string[] }> {
+    const folders = (await listFolders(path)).folders.slice(0, MAX_LOOKED).map((name) => join(path, name));
+    const found = await Promise.all(folders.map(async (folder) => {
+        const names = await readdir(folder).catch((): string[] => []);
+        return names.some((name) => /\.(hpi|ccx|gp3)$/i.test(name));
+    }));
+    return { paths: folders.filter((_, i) => found[i]) };
+}
+
+/** A file takes its own place by way of a second one beside it. */
+async function canWrite(path: string): Promise<boolean> {
+    const found = await Promise.allSettled([path, dirname(path)].map((one) => access(one, constants.W_OK)));
+    return found.every(({ status }) => status === "fulfilled");
 }

@@ -32,7 +32,8 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
     let background: Editor | undefined;
     let watch: Watch | undefined;
     let roots: Roots | undefined;
-    let mountedInBackground: Roots | undefined;
+    /** Resolves when the background has mounted what the page has. */
+    let mounting: Promise<unknown> | undefined;
 
     const progressTo = (known: Map<number, number>) => (seq: number, label: string, done: number, total: number): void =>
         send({ event: "progress", id: known.get(seq) ?? 0, label, done, total });
@@ -64,7 +65,7 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
         if (CHANGES_FILES.test(type)) writes.follow(asked);
         const answer = await asked;
         if (type === "set-data-roots") roots = data as Roots;
-        if (CHANGES_FILES.test(type)) mountedInBackground = undefined;
+        if (type === "set-data-roots" || CHANGES_FILES.test(type)) mounting = undefined;
         return answer;
     }
 
@@ -76,20 +77,23 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
     async function askBackground(id: number, type: string, data: unknown): Promise<Answer> {
         background ??= startEditor(options.program, {
             progress: progressTo(idsInBackground), log() {},
-            ended() { background = mountedInBackground = undefined; },
+            ended() { background = mounting = undefined; },
         });
         const editor = background;
-        if (roots && mountedInBackground !== roots) {
-            mountedInBackground = roots;
-            const { taDataPath, modPaths, mapsPath } = roots;
-            await editor.ask("set-data-roots", { taDataPath, modPaths, mapsPath });
-        }
+        if (roots) await (mounting ??= mountIn(editor, roots));
         return askAs(id, idsInBackground, editor, type, data);
+    }
+
+    /** What could not be mounted is tried again by the next request. */
+    function mountIn(editor: Editor, { taDataPath, modPaths, mapsPath }: Roots): Promise<unknown> {
+        const mine = editor.ask("set-data-roots", { taDataPath, modPaths, mapsPath });
+        mine.catch(() => { if (mounting === mine) mounting = undefined; });
+        return mine;
     }
 
     async function changed(paths: string[]): Promise<void> {
         const foreign = await writes.foreign(paths);
-        mountedInBackground = undefined;
+        mounting = undefined;
         if (isOpen) send({ event: "files-changed", paths: foreign });
     }
 

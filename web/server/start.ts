@@ -1,7 +1,8 @@
 // The command behind ./dev web: start.mjs PROGRAM PAGE_FOLDER SAMPLE_DATA [GAME [MOD...]]
+import { mkdir, readFile, writeFile } from "node:fs/promises";
 import { homedir } from "node:os";
 import { join, resolve } from "node:path";
-import { serve } from "./main";
+import { newToken, serve } from "./main";
 
 /** Tried first, so that the browser's own history finds the page again. */
 const USUAL_PORT = 8437;
@@ -11,7 +12,18 @@ const sample = { taDataPath: resolve(sampleData, "game"), modPaths: [resolve(sam
 const roots = game ? { taDataPath: resolve(game), modPaths: mods.map((mod) => resolve(mod)) } : sample;
 const state = join(process.env["XDG_STATE_HOME"] ?? join(homedir(), ".local/state"), "orb-unit-editor");
 
-const server = await serve({ program: resolve(program), folder, roots, sample, state, port: USUAL_PORT });
+const token = await keptToken();
+const server = await serve({ program: resolve(program), folder, roots, sample, state, port: USUAL_PORT, token });
 console.log(`The unit editor is at\n\n    ${server.address}\n\nCtrl+C ends it.`);
 for (const signal of ["SIGINT", "SIGTERM"] as const)
     process.once(signal, () => void server.close().then(() => process.exit(0)));
+
+/** The same each time, so that a page which is still open, with what is unsaved in it, goes on with the next server. */
+async function keptToken(): Promise<string> {
+    const file = join(state, "token");
+    const known = await readFile(file, "utf8").catch(() => "");
+    if (/^[\w-]{32}$/.test(known)) return known;
+    const made = newToken();
+    await mkdir(state, { recursive: true, mode: 0o700 }).then(() => writeFile(file, made, { mode: 0o600 })).catch(() => {});
+    return made;
+}

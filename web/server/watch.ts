@@ -1,7 +1,7 @@
 // Tells what other programs change below folders. Recursive watching came to Linux only with Node 20, so
 // each folder has a watcher of its own.
 import { type FSWatcher, readdirSync, watch } from "node:fs";
-import { join } from "node:path";
+import { basename, dirname, join, resolve, sep } from "node:path";
 
 export interface Watch {
     close(): void;
@@ -14,7 +14,8 @@ const GATHER_MS = 250;
 /** What the back end itself leaves for a moment beside the files that it writes. */
 const PASSING = /\.orb-write-tmp$|~$/;
 
-export function watchFolders(roots: string[], tell: (paths: string[]) => void): Watch {
+export function watchFolders(paths: string[], tell: (paths: string[]) => void): Watch {
+    const roots = paths.map((path) => resolve(path));
     const watchers = new Map<string, FSWatcher>();
     let gathered = new Set<string>();
     let timer: NodeJS.Timeout | undefined;
@@ -24,9 +25,9 @@ export function watchFolders(roots: string[], tell: (paths: string[]) => void): 
         gathered.add(path);
         timer ??= setTimeout(() => {
             timer = undefined;
-            const paths = [...gathered];
+            const changed = [...gathered];
             gathered = new Set();
-            tell(paths);
+            tell(changed);
         }, GATHER_MS);
     }
 
@@ -59,11 +60,27 @@ export function watchFolders(roots: string[], tell: (paths: string[]) => void): 
         watchers.delete(folder);
     }
 
+    /** A root can vanish and come back, as in a checkout: the folder around it tells. */
+    function watchReturn(root: string): FSWatcher | undefined {
+        try {
+            return watch(dirname(root), (_, name) => {
+                if (name !== basename(root)) return;
+                for (const folder of [...watchers.keys()]) if (folder === root ||
+                    folder.startsWith(root + sep)) remove(folder);
+                add(root, 0);
+                note(root);
+            }).on("error", () => {});
+        } catch {
+            return undefined;
+        }
+    }
+
+    const around = roots.map(watchReturn);
     for (const root of roots) add(root, 0);
     return {
         close() {
             clearTimeout(timer);
-            for (const watcher of watchers.values()) watcher.close();
+            for (const watcher of [...watchers.values(), ...around]) watcher?.close();
             watchers.clear();
         },
     };

@@ -30,8 +30,10 @@ export interface Bench {
     hold(type: string): () => void;
     /** Ends the page's editor and waits until the page says that another one is alive. */
     killEditor(): Promise<void>;
-    /** Stops the page's editor, so that it does not get to what it is asked from now on; the result kills it. */
-    stopEditor(): Promise<() => Promise<void>>;
+    /** Lets the page's editor answer no more: what is asked from now on is in flight when it is killed. */
+    freezeEditor(): Promise<void>;
+    /** Ends the server; the function that it resolves with starts it again. */
+    stopServer(): Promise<() => Promise<void>>;
     /** A further page of the same server. */
     open(): Promise<Page>;
     /** Errors that the test brings about itself. */
@@ -99,18 +101,19 @@ export async function openServer(context: TestContext, options: Partial<ServerOp
 export async function openBench(options: BenchOptions): Promise<OpenBench> {
     const scratch = mkdtempSync(join(tmpdir(), "orb-web-"));
     const data = join(scratch, "data");
-    cpSync(join(BUILD, "samples/data"), data, { recursive: true });
+    cpSync(join(BUILD, "samples/data"), data, { recursive: true, dereference: true });
     const sample = { taDataPath: join(data, "game"), modPaths: [join(data, "mod")], mapsPath: join(data, "maps") };
     const holds = new Map<string, Promise<void>>();
     const lines: string[] = [];
     const errors: string[] = [];
     const forgiven: RegExp[] = [];
-    const server = await serve({
+    const start = (again: Partial<ServerOptions> = {}): Promise<RunningServer> => serve({
         program: join(BUILD, "orb-unit-editor"), folder: join(OUT, "page"), roots: options.roots?.(data) ?? sample,
         sample, state: join(scratch, "state"),
         hold(type) { lines.push(type); if (lines.length > 400) lines.shift(); return holds.get(type); },
-        ...options.server,
+        ...options.server, ...again,
     });
+    let server = await start();
     const context = await (await browser()).newContext({ viewport: { width: 1024, height: 700 }, ...options.page });
     context.setDefaultTimeout(LIMIT_MS);
 
@@ -123,12 +126,6 @@ export async function openBench(options: BenchOptions): Promise<OpenBench> {
     }
 
     const page = await open();
-    const alive = page.getByText("editor alive");
-    const pidOf = async (): Promise<number> => Number(await alive.getAttribute("data-pid"));
-    async function kill(pid: number): Promise<void> {
-        process.kill(pid, "SIGKILL");
-        await eventually(async () => await pidOf() !== pid, true);
-    }
     return {
         page, server, data, scratch, open,
         lines: () => lines,
@@ -139,11 +136,19 @@ export async function openBench(options: BenchOptions): Promise<OpenBench> {
             holds.set(type, new Promise((resolve) => { release = () => { holds.delete(type); resolve(); }; }));
             return () => release();
         },
-        async killEditor() { await kill(await pidOf()); },
-        async stopEditor() {
-            const pid = await pidOf();
-            process.kill(pid, "SIGSTOP");
-            return () => kill(pid);
+        async stopServer() {
+            const { port, pathname } = new URL(server.address);
+            await server.close();
+            return async () => { server = await start({ port: Number(port), token: pathname.replaceAll("/", "") }); };
+        },
+        async freezeEditor() {
+            process.kill(Number(await page.getByText("editor alive").getAttribute("data-pid")), "SIGSTOP");
+        },
+        async killEditor() {
+            const alive = page.getByText("editor alive");
+            const pid = Number(await alive.getAttribute("data-pid"));
+            process.kill(pid, "SIGKILL");
+            await eventually(async () => Number(await alive.getAttribute("data-pid")) !== pid, true);
         },
         async close() {
             await context.close();

@@ -4,13 +4,17 @@ import { test } from "node:test";
 import { Euler, Matrix4, Vector3 } from "three";
 import { marksOf } from "../page/editor/problems";
 import { findKeyFaults, nameOfKey } from "../page/key_names";
-import type { LoadedUnit } from "protocol";
+import type { LoadedUnit, Fbi } from "protocol";
 import { concerns } from "../page/work/unit_files";
 import { readArguments } from "../page/work/arguments";
 import { createClock } from "../page/work/clock";
 import { hexOf, readHex } from "../page/work/colors";
 import { placeOf } from "../page/work/columns";
 import { filterUnits } from "../page/work/filter_units";
+import { readLogLine } from "../page/work/log_lines";
+import { isBelow, shortNames } from "../page/work/paths";
+import { definitionRows } from "../page/work/definition";
+import { distinct, withPlurals } from "../page/work/words";
 import { localName, pieceNamedIn, spanAt, toggled } from "../page/work/lines";
 import { newestNext } from "../page/work/newest";
 import { flattenTree } from "../page/work/tree_rows";
@@ -84,6 +88,9 @@ test("arguments are whole numbers, and what is none is named", () => {
     assert.deepEqual(readArguments(" 1, -2 0x10,-0x1 "), [1, -2, 16, -1]);
     assert.deepEqual(readArguments(""), []);
     assert.equal(readArguments("1 2.5"), "not a whole number: 2.5");
+    assert.deepEqual(readArguments("-2147483648 2147483647 0xffffffff"), [-2147483648, 2147483647, -1]);
+    for (const text of ["2147483648", "99999999999999999999", "0x100000000"]) assert.match(String(readArguments(text)),
+        /^not between .*: /);
 });
 
 test("work that is asked for while it runs runs once more, and survives a failure", async () => {
@@ -109,6 +116,9 @@ test("units are found by name, title and display name", () => {
     assert.deepEqual(filterUnits(units, " sling ").map(({ name }) => name), ["KILCART"]);
     assert.deepEqual(filterUnits(units, "", "FEN").map(({ name }) => name), ["FENWADE"]);
     assert.equal(filterUnits(units, ""), units);
+    assert.deepEqual([isBelow("/a/mod/x", "/a/mod"), isBelow("/a/mod2/x", "/a/mod"), isBelow("C:\\m\\x", "C:\\m"),
+        isBelow("/x", "/")], [true, false, true, true]);
+    assert.deepEqual(shortNames(["/a/mod", "/b/mod", "/b/other", "/c/"]), ["a/mod", "b/mod", "other", "c"]);
 });
 
 test("rows of a tree: open ones with their children, however deep", () => {
@@ -140,12 +150,29 @@ test("keys have names, and clashes and rows without a title are found", () => {
 
 test("files that concern a unit: what it was loaded from, whatever its case", () => {
     const unit = { unitName: "FENWADE", source: { kind: "archive", path: "/m/x.ufo", internalPath: "units/a.fbi", inBaseTa: false },
-        fbi: { objectname: "Walker", scriptname: "", script: "" } } as unknown as LoadedUnit;
+        fbi: { objectname: "Walker", scriptname: "", script: "" }, sounds: { category: "", events: [{ event: "ok", name: "beep", count: 1 }] },
+        weapons: [{ name: "A", missing: true }, { name: "B", sourcePath: "/m/weapons/b.tdf" }] } as unknown as LoadedUnit;
+    assert.deepEqual(["/m/weapons/b.tdf", "/m/textures/any.gaf", "/m/sounds/Beep.wav", "/m/weapons/c.tdf", "/m/beep.fbi"].map((path) => concerns(path, unit)),
+        [true, true, true, false, false]);
     assert.deepEqual(["/m/x.ufo", "/m/scripts/fenwade.BOS", "/m/objects3d/WALKER.3do", "/m/units/.fbi", "/m/unitpics/FENWADE.pcx", "/m/y.ufo"].map((path) => concerns(path, unit)),
         [true, true, true, false, false, false]);
+});
+
+test("what every object has is no key of a definition, a list of words tells equal ones apart", () => {
+    const rows = definitionRows("[UNITINFO]{constructor=1;__proto__=2;toString=3;}", { name: "x" } as unknown as Fbi, { name: "x" } as unknown as Fbi);
+    assert.deepEqual(rows.map(({ key, value, kind, baseline }) => [key, value, kind, baseline]), [["constructor", "1", "text", undefined],
+        ["__proto__", "2", "text", undefined], ["toString", "3", "text", undefined], ["name", "x", "text", undefined]]);
+    assert.deepEqual(distinct(["a", "b", "a"]), ["a", "b", "a (2)"]);
 });
 
 test("colours go to the picker and back", () => {
     assert.equal(hexOf({ r: 1, g: 254, b: 16 }), "#01fe10");
     assert.deepEqual(readHex("#01fe10"), { r: 1, g: 254, b: 16 });
+});
+
+test("lines of the log have time, level and text, and a crash is an error", () => {
+    assert.deepEqual(readLogLine("[2026-11-22 00:02:30.852] [WARN] [mount] x", 1),
+        { number: 1, time: "00:02:30.852", level: 2, text: "[mount] x" });
+    assert.deepEqual([readLogLine("terminate called", 2).level, readLogLine("[d 0] [ODD] x", 3).level], [3, 1]);
+    assert.equal(withPlurals("ORB-ready — 3 warning(s), 1 fault(s)"), "ORB-ready — 3 warnings, 1 fault");
 });

@@ -161,14 +161,14 @@ flow(places, found(SCRIPT, (data) => {
 });
 
 const killed = "an editor that ends in the middle of a save: the page says that nothing is saved, and saves it later";
-flow(killed, found(), async ({ page, data, stopEditor }) => {
+flow(killed, found(), async ({ page, data, freezeEditor, killEditor }) => {
     await openUnit(page, "GLDCRAB");
     await typeAtTop(page, "// mine\n");
     await saveWithConsent(page, "script");
     await page.keyboard.type("// never\n");
-    const end = await stopEditor();
+    await freezeEditor();
     await page.keyboard.press("Control+s");
-    await end();
+    await killEditor();
     await page.getByText("everything is open as before").waitFor();
     await page.getByRole("alert").getByText(/^the script of GLDCRAB is not saved: the editor has ended/).waitFor();
     await script(page).getByText("// never").waitFor();

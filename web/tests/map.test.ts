@@ -41,8 +41,17 @@ flow("places units by click, says why it cannot, and survives the editor's end",
     await page.mouse.click(x + 40, y + 90);
     await page.getByRole("alert").getByText("cannot place KILOVEN: occupied").waitFor();
     await page.keyboard.press("Escape");
+    await page.getByLabel("Heading").fill("-90");
+    assert.equal(await page.getByLabel("Heading").inputValue(), "-90");
+    await page.getByLabel("Count").fill("5000");
+    await page.getByRole("alert").getByText("1 to 1,000").waitFor();
+    assert.match(await page.getByRole("button", { name: "Place by click" }).getAttribute("title") ?? "",
+        /^Count: 1 to 1,000/);
+    await page.keyboard.press("F8");
+    await eventuallyMatches(() => page.getByLabel("Tick", { exact: true }).textContent(), /tick [1-9]/);
     await killEditor();
     await page.getByText("the editor has ended, and Fenmere with it: load it again").waitFor();
+    assert.equal(await page.getByText(/call map-load first/).count(), 0);
     await unitIsShown(page, "FENDOCK");
 });
 
@@ -51,12 +60,12 @@ flow("orders a unit by click, lets time pass and tells what happened", SMALL, as
     await page.getByLabel("Name", { exact: true }).fill("KILCART");
     await page.getByRole("button", { name: "Place by click" }).click();
     const { x, y } = await middle(page);
-    await page.mouse.click(x + 60, y + 80);
+    await page.mouse.click(x + 60, y + 10);
     await eventually(() => units(page).count(), 1);
     const before = await placeOf(page, 0);
     await page.getByRole("tab", { name: "Order", exact: true }).click();
     await page.getByRole("button", { name: "Move by click" }).click();
-    await page.mouse.click(x + 90, y + 60);
+    await page.mouse.click(x + 90, y);
     await eventuallyMatches(() => units(page).nth(0).textContent(), /move/);
     const [fromX = 0, fromZ = 0] = before.split(", ").map(Number);
     await page.getByLabel("Where").fill(`${fromX + 48} ${fromZ}`);

@@ -3,6 +3,7 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import type { MapUnit } from "protocol";
 import { groundGeometry, heightAt, type Heights } from "../page/work/ground";
+import { NOTHING, placingFault, spawnAt } from "../page/work/placing";
 import { buildOrder, describeEvent, meantBy, ORDERS, readPlace } from "../page/work/map_orders";
 
 const flat = (columns: number, rows: number, height: (x: number, z: number) => number): Heights => ({
@@ -61,4 +62,15 @@ test("a click with the right button means attack, guard or move", () => {
     assert.deepEqual(words, ["move", "move", "guard", "attack"]);
     assert.equal(describeEvent({ kind: "hit", tick: 1, x: 0, y: 0, z: 0, weapon: "DART", damaged: [{ unitId: 3, damage: 12.4 }] }), "DART hit 3 (−12)");
     assert.equal(describeEvent({ kind: "order-done", tick: 1, order: "move", reached: false }), "move: done, not reached");
+});
+
+test("what is typed for placing is kept as it is, and what is wrong with it is said", () => {
+    assert.deepEqual(spawnAt({ ...NOTHING, name: "A", heading: "-90", count: "" }, 1, 2),
+        { unit: "A", x: 1, z: 2, player: 1, count: 1, heading: -Math.PI / 2, health: 100, buildFraction: 1 });
+    assert.deepEqual(spawnAt({ ...NOTHING, kind: "feature", name: "Tree", count: "x" }, 1, 2), { feature: "Tree", x: 1, z: 2 });
+    const faults = [{ name: "" }, { count: "5000" }, { count: "1.5" }, { health: "-" }, { where: "1" }]
+        .map((part) => placingFault({ ...NOTHING, name: "A", ...part }, []));
+    assert.deepEqual(faults, ["Name a unit", "Count: 1 to 1,000", "Count: not a whole number", "Health: not a number",
+        "not a place: two numbers, or # and a unit's id"]);
+    assert.throws(() => spawnAt({ ...NOTHING, name: "A", built: "101" }, 0, 0), /^Error: Built: 0 to 100$/);
 });

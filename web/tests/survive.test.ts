@@ -36,28 +36,27 @@ flow("the editor ends at a stop: breakpoints are set again and stop again", {}, 
     await start();
 });
 
-const loading = "the editor ends while a unit is loading: the newest wish is fulfilled by the next one";
-flow(loading, {}, async ({ page, stopEditor }) => {
+flow("the editor ends in the middle of loading a unit: the newest wish is fulfilled by the next one", {},
+    async ({ page, freezeEditor, killEditor }) => {
     await unitIsShown(page, "FENDOCK");
-    const end = await stopEditor();
+    await freezeEditor();
     await page.getByRole("option", { name: /KILCART/ }).click();
-    await end();
+    await killEditor();
     await unitIsShown(page, "KILCART");
 });
 
-const mounting = "the editor ends while folders are opened: the dialog says so, and the next one opens them";
-flow(mounting, {}, async ({ page, data, stopEditor }) => {
+flow("the editor ends in the middle of mounting: the dialog says why, and the next one mounts", {},
+    async ({ page, data, freezeEditor, killEditor }) => {
     await unitIsShown(page, "FENDOCK");
     await page.keyboard.press("Control+o");
     const dialog = page.getByRole("dialog", { name: "Open a game and mods" });
     await dialog.getByLabel("Add a mod folder").fill(join(data, "found"));
-    const end = await stopEditor();
-    const open = dialog.getByRole("button", { name: "Open", exact: true });
-    await open.click();
-    await end();
-    await dialog.getByRole("alert").getByText("the editor has ended").waitFor();
-    await unitIsShown(page, "FENDOCK");
-    await open.click();
+    await freezeEditor();
+    await dialog.getByRole("button", { name: "Open", exact: true }).click();
+    await killEditor();
+    await dialog.getByRole("alert").getByText(/the editor has ended/).waitFor();
+    await page.getByText(REOPENED).waitFor();
+    await dialog.getByRole("button", { name: "Open", exact: true }).click();
     await page.getByRole("option", { name: /GLDCRAB/ }).waitFor();
 });
 

@@ -8,8 +8,10 @@ export function QuestionDialog() {
     if (!asked) return null;
     return (
         <Dialog key={asked.title} title={asked.title} onClose={() => asked.answer(false)} actions={<>
-            <Button title="Leave everything as it is" onPress={() => asked.answer(false)}>Cancel</Button>
-            <Button kind="main" title={asked.yes} onPress={() => asked.answer(true)}>{asked.yes}</Button>
+            <Button title="Leave everything as it is" isFocused={asked.isLoss === true}
+                onPress={() => asked.answer(false)}>Cancel</Button>
+            <Button kind="main" title={asked.yes} isFocused={asked.isLoss !== true}
+                onPress={() => asked.answer(true)}>{asked.yes}</Button>
         </>}>
             {asked.text.map((paragraph) => <p key={paragraph}>{paragraph}</p>)}
         </Dialog>

@@ -20,51 +20,34 @@ import { ScriptColumn } from "./script_column";
 import { definitions } from "../store/definition";
 import { isMapShown } from "../store/map";
 import { scripts } from "../store/script";
-import { isTall, openDialog, showTab, sizeOf, tab, toggleTall } from "../store/view";
-import { clampSize, Splitter, type SplitterProps } from "../widgets/splitter";
+import { isTall, openDialog, showTab, tab, toggleTall } from "../store/view";
 import { Button } from "../widgets/button";
 import { Icon } from "../widgets/icon";
+import { Split } from "../widgets/split";
 import { Tabs } from "../widgets/tabs";
 
-/** At first the unit is the largest thing, on small screens too. */
-const atMost = (pixels: number, share: number, of: number): number => Math.round(Math.min(pixels, share * of));
-
-const LEFT: SplitterProps = { id: "left", label: "Width of the lists", usual: atMost(260, 0.2, innerWidth), least: 160, most: 480, of: "before", direction: "row" };
-const RIGHT: SplitterProps = { id: "right", label: "Width of the script", usual: atMost(440, 0.32, innerWidth), least: 240, most: 900, of: "behind", direction: "row" };
-const BOTTOM: SplitterProps = { id: "bottom", label: "Height of the tabs", usual: atMost(250, 0.28, innerHeight), least: 80, most: 700, of: "behind", direction: "column" };
-const PIECES: SplitterProps = { id: "pieces", label: "Height of the pieces", usual: atMost(280, 0.33, innerHeight), least: 80, most: 700, of: "behind", direction: "column" };
-
 const TALL = "minmax(0, 1fr) 1px minmax(0, 3fr)";
-
-const tracks = (splitter: SplitterProps): string => {
-    const size = `${clampSize(sizeOf(splitter.id, splitter.usual), splitter.least, splitter.most)}px`;
-    return splitter.of === "before" ? `minmax(0, ${size}) 1px minmax(0, 1fr)` : `minmax(0, 1fr) 1px minmax(0, ${size})`;
-};
 
 /** The frame: lists at the left, the unit in the middle, its script at the right, everything else in tabs. */
 export function App() {
     return (
         <div class="frame">
             <RootsBar />
-            <main style={{ gridTemplateColumns: tracks(LEFT) }}>
-                <div class="column" style={{ gridTemplateRows: tracks(PIECES) }}>
-                    <UnitsPane />
-                    <Splitter {...PIECES} />
-                    <PiecesPane />
-                </div>
-                <Splitter {...LEFT} />
-                <div class="column" style={{ gridTemplateRows: isTall.value ? TALL : tracks(BOTTOM) }}>
-                    <div class="across" style={{ gridTemplateColumns: tracks(RIGHT) }}>
-                        {isMapShown.value ? <div class="viewing" data-region="map"><MapStage /><MapTransport /></div> : <div class="viewing" data-region="view model">
-                            <View3dPane />
-                            <Transport />
-                        </div>}
-                        <Splitter {...RIGHT} />
-                        <ScriptColumn />
-                    </div>
-                    <Splitter {...BOTTOM} />
-                    <BottomTabs />
-                </div>
+            <main>
+                <Split id="left" label="Width of the lists" usual={260} share={0.2} least={160} most={480} of="before"
+                    direction="row">
+                    {[
+                        <Split id="pieces" label="Height of the pieces" usual={280} least={80} most={700} of="behind"
+                            direction="column">
+                            {[<UnitsPane />, <PiecesPane />]}
+                        </Split>,
+                        <Split id="bottom" label="Height of the tabs" usual={300} share={0.36} least={80} most={700}
+                            of="behind" direction="column"
+                            tracks={isTall.value && TALL}>
+                            {[<Middle />, <BottomTabs />]}
+                        </Split>,
+                    ]}
+                </Split>
             </main>
             <StatusBar />
             {openDialog.value === "roots" && <RootsDialog />}
@@ -79,6 +62,20 @@ export function App() {
     );
 }
 
+/** The unit or the map, and the unit's script. */
+function Middle() {
+    return (
+        <Split id="right" label="Width of the script" usual={440} share={0.35} least={240} most={900} of="behind"
+            direction="row">
+            {[
+                isMapShown.value ? <div class="viewing" data-region="map"><MapStage /><MapTransport /></div>
+                    : <div class="viewing" data-region="view model"><View3dPane /><Transport /></div>,
+                <ScriptColumn />,
+            ]}
+        </Split>
+    );
+}
+
 function BottomTabs() {
     const pane = bottomPanes.find(({ id }) => id === tab.value) ?? bottomPanes[0]!;
     const View = pane.view;
@@ -86,7 +83,9 @@ function BottomTabs() {
         <div class="bottom">
             <Tabs label="Panes" chosen={pane.id} onChoose={showTab}
                 tabs={bottomPanes.map(({ id, title, hint, note }) => ({ id, title, hint, note: note?.value }))}
-                after={<Button kind="icon" verb="tall-tabs" title="Give the tabs most of the room" isPressed={isTall.value} onPress={toggleTall}><Icon name={isTall.value ? "lower" : "raise"} /></Button>}>
+                after={<Button kind="icon" verb="tall-tabs" title="Give the tabs most of the room"
+                    isPressed={isTall.value} onPress={toggleTall}>
+                    <Icon name={isTall.value ? "lower" : "raise"} /></Button>}>
                 <View key={pane.id} />
             </Tabs>
         </div>

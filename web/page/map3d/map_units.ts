@@ -6,7 +6,7 @@ import { styleColor } from "../view3d/stage";
 import { hexOf } from "../work/colors";
 import { playerColor } from "../work/players";
 
-export interface MapUnits {
+interface MapUnits {
     root: Group;
     /** Shows these and no others; whoever has no new pose keeps the one it has. */
     update(units: readonly MapUnit[], selected: ReadonlySet<number>): void;

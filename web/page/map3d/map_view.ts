@@ -8,7 +8,7 @@ import { buildGround, type GroundMesh } from "./ground_mesh";
 import { createMapFeatures, type FeaturePicture, type MapFeatures3d } from "./map_features";
 import { createMapUnits, type ModelSource } from "./map_units";
 
-export interface MapPlace {
+interface MapPlace {
     x: number;
     z: number;
     /** The unit that was hit. */
@@ -24,7 +24,8 @@ export interface MapClick extends MapPlace {
 export interface MapView {
     /** Another map, or none; resolves when it has been drawn. */
     show(heights: Heights | undefined, picture: ArrayBuffer | undefined, seaLevel: number): Promise<void>;
-    setFeatures(features: readonly MapFeature[], pictureOf: FeaturePicture): void;
+    /** `of` tells whose features they are: those of another map are made anew. */
+    setFeatures(features: readonly MapFeature[], pictureOf: FeaturePicture, of: unknown): void;
     setUnits(units: readonly MapUnit[], selected: ReadonlySet<number>): void;
     setProjectiles(projectiles: readonly MapProjectile[]): void;
     setLight(constants: RenderConstants): void;
@@ -65,6 +66,7 @@ export function createMapView(canvas: HTMLCanvasElement, modelOf: ModelSource, c
     scene.add(units.root, shots);
     let ground: GroundMesh | undefined;
     let features: MapFeatures3d | undefined;
+    let featuresOf: unknown;
     let size = new Vector3();
     let age = 0;
 
@@ -112,10 +114,14 @@ export function createMapView(canvas: HTMLCanvasElement, modelOf: ModelSource, c
             fit();
             await stage.drawn();
         },
-        setFeatures(all, pictureOf) {
-            features?.free();
-            features = createMapFeatures(all, pictureOf, MAGNIFY, requestDraw);
-            scene.add(features.root);
+        setFeatures(all, pictureOf, of) {
+            if (!features || featuresOf !== of) {
+                features?.free();
+                features = createMapFeatures(pictureOf, MAGNIFY, requestDraw);
+                featuresOf = of;
+                scene.add(features.root);
+            }
+            features.update(all);
             requestDraw();
         },
         setUnits(all, selected) { units.update(all, selected); requestDraw(); },

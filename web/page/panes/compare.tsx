@@ -1,35 +1,29 @@
 import { useSignal, useSignalEffect } from "@preact/signals";
 import type { ComparedUnit } from "protocol";
 import { isAlive } from "../store/connection";
-import { addCompared, comparedNames, comparison, removeCompared } from "../store/compare";
+import { compare, comparedNames, comparison } from "../store/compare";
 import { generation, units } from "../store/roots";
 import { loadedUnit } from "../store/unit";
-import { Button } from "../widgets/button";
-import { Check, Field } from "../widgets/field";
+import { Check } from "../widgets/field";
 import { List } from "../widgets/list";
 import { States, StatusMark } from "../widgets/states";
+import { UnitChips } from "../widgets/unit_chips";
 import { comparedKeys, type ComparedKey } from "../work/compared_keys";
 
 type Found = Extract<ComparedUnit, { found: true }>;
 
 /** Definitions side by side, key for key. */
 export function ComparePane() {
-    const typed = useSignal("");
     const onlyDifferent = useSignal(true);
     useSignalEffect(() => {
         comparedNames.value;
         if (isAlive.value && generation.value > 0) void comparison.load();
     });
-    const own = loadedUnit.value?.unitName;
-    const add = (name: string): void => { addCompared(name); typed.value = ""; };
     return (
         <div class="pane flow">
             <div class="toolbar">
-                <Button title="Compare the unit that is loaded" disabled={!own && "No unit is loaded"} onPress={() => { if (own) add(own); }}>Add {own ?? "the unit"}</Button>
-                <Field label="Add a unit" isCompact value={typed.value} onInput={(text) => { typed.value = text; }} onEnter={() => add(typed.peek())}
-                    choices={units.value.slice(0, 500).map(({ name }) => name)} hint="A unit's name, then Enter" />
-                {comparedNames.value.map((name) => <span key={name} class="chip">{name}
-                    <Button kind="icon" title={`Leave ${name} out`} onPress={() => removeCompared(name)}>✕</Button></span>)}
+                <UnitChips label="Add a unit" names={comparedNames.value} known={units.value}
+                    own={loadedUnit.value?.unitName} onChange={compare} />
                 <Check label="Only what differs" value={onlyDifferent.value} onChange={(on) => { onlyDifferent.value = on; }} />
             </div>
             <States of={comparison.shown.value} empty="Add units: their definitions stand side by side here." retry={comparison.load}>

@@ -93,8 +93,9 @@ function Faces({ pieces }: { pieces: readonly ModelPiece[] }) {
     return (
         <div class="pane">
             <List label="Faces" items={rows.value} keyOf={(row) => faceKey(row.mark)} selected={last && faceKey(last)}
-                onSelect={({ mark }) => pickFace(mark, false)} rowClass={({ mark }) => keys.has(faceKey(mark)) ? "picked" : ""}
-                onKey={(event, row) => addOrLeave(event, row)}
+                onSelect={({ mark }) => pickFace(mark, false)}
+                several={{ keys, toggle: ({ mark }) => pickFace(mark, true), choose: (some) => pickFaces(some.map(({ mark }) => mark)) }}
+                onKey={(event) => event.key === "Escape" && (pickFaces([]), true)}
                 empty="This piece has no faces."
                 columns={[
                     { title: "Piece", width: "minmax(56px, 0.8fr)", cell: ({ piece }) => piece.name },
@@ -107,20 +108,12 @@ function Faces({ pieces }: { pieces: readonly ModelPiece[] }) {
                 ]} />
             <div class="foot">
                 <span>{counted(rows.value.length, "face")}{picked.length > 0 && `, ${picked.length} chosen`}</span>
-                <Button title="Choose every face of this list" disabled={rows.value.length === 0 && "No faces"}
+                <Button title="Choose every face of this list (Ctrl+A)" disabled={rows.value.length === 0 && "No faces"}
                     onPress={() => pickFaces(rows.peek().map(({ mark }) => mark))}>Choose all</Button>
                 <Button title="Choose none (Escape)" disabled={picked.length === 0 && "None is chosen"} onPress={() => pickFaces([])}>None</Button>
             </div>
         </div>
     );
-}
-
-/** Space adds the row to what is chosen, or leaves it out. */
-function addOrLeave(event: KeyboardEvent, row: Row | undefined): boolean {
-    if (event.key === " " && row) pickFace(row.mark, true);
-    else if (event.key === "Escape") pickFaces([]);
-    else return false;
-    return true;
 }
 
 function Looks({ face: { texture, color } }: { face: ModelFace }) {

@@ -2,7 +2,7 @@ import { useComputed, useSignal, useSignalEffect } from "@preact/signals";
 import type { ArchiveTree } from "protocol";
 import { isAlive } from "../store/connection";
 import { browse, browseAgain, chooseFile, chosenFile, place, places, tree } from "../store/files";
-import { generation, roots } from "../store/roots";
+import { generation, pathsOf, roots } from "../store/roots";
 import { showDialog } from "../store/view";
 import { Button } from "../widgets/button";
 import { Choice, Field } from "../widgets/field";
@@ -11,7 +11,7 @@ import { Split } from "../widgets/split";
 import { States } from "../widgets/states";
 import { Tree } from "../widgets/tree";
 import { type FileNode, filesNamed, nodesOf } from "../work/locations";
-import { baseName } from "../work/paths";
+import { baseName, isBelow, shortNames } from "../work/paths";
 import { counted } from "../work/words";
 
 /** So many files that a search finds are listed. */
@@ -20,12 +20,15 @@ const MAX_FOUND = 2_000;
 /** The stack as the game sees it, each folder and each archive; what lies in them, to be seen and extracted. */
 export function FilesPane() {
     useSignalEffect(() => { if (isAlive.value && generation.value > 0) void browseAgain(); });
+    const open = roots.value ? pathsOf(roots.value) : [];
+    const short = shortNames(open);
+    const names = new Map(open.map((path, i) => [path, short[i]!]));
     return (
         <div class="pane flow">
             <div class="toolbar">
                 <Choice label="Look into" isCompact value={place.value} onChange={(path) => void browse(path)}
                     title={place.value || "The stack: of each path the file that the game takes"}
-                    options={places.value.map((path) => ({ value: path, text: nameOfPlace(path) }))} />
+                    options={places.value.map((path) => ({ value: path, text: nameOfPlace(path, names) }))} />
                 <Button title={chosenFile.value ? `Extract ${chosenFile.value.path}` : "Extract everything here"} disabled={!roots.value && "No game is open"}
                     onPress={() => showDialog("extract")}>Extract…</Button>
                 <Facts />
@@ -40,10 +43,13 @@ export function FilesPane() {
     );
 }
 
-function nameOfPlace(path: string): string {
+/** A root by its short name, and what lies in it behind that; of nested roots the innermost. */
+function nameOfPlace(path: string, names: ReadonlyMap<string, string>): string {
     if (path === "") return "the stack";
-    const root = [...roots.value?.modPaths ?? [], roots.value?.taDataPath ?? ""].find((one) => path !== one && path.startsWith(one));
-    return root ? `${baseName(root)} › ${path.slice(root.length).replace(/^[\\/]/, "")}` : path;
+    const [root] = [...names.keys()].filter((one) => isBelow(path, one)).sort((a, b) => b.length - a.length);
+    if (root === undefined) return path;
+    const inside = path.slice(root.length).replace(/^[\\/]/, "");
+    return inside === "" ? names.get(root)! : `${names.get(root)} › ${inside}`;
 }
 
 function Facts() {

@@ -9,6 +9,7 @@ import { Check } from "../widgets/field";
 import { List } from "../widgets/list";
 import { States, StatusMark, type Status } from "../widgets/states";
 import { actionText, type HealthRow, healthRows } from "../work/health_rows";
+import { withPlurals } from "../work/words";
 
 /** What keeps the unit from being ready, what is doubtful, and a button for whatever can be mended here. */
 export function HealthPane() {
@@ -26,18 +27,24 @@ export function HealthPane() {
                 return (
                     <div class="pane flow">
                         <div class="toolbar">
-                            <StatusMark status={summary.missing > 0 ? "missing" : summary.warnings > 0 ? "warn" : "ok"} word={summary.verdict} />
+                            <StatusMark status={summary.missing > 0 ? "missing" : summary.warnings > 0 ? "warn" : "ok"}
+                                word={withPlurals(summary.verdict)} />
                             <Check label="Show what is sound" value={withOk.value} onChange={(on) => { withOk.value = on; }} />
                             <Button title="Look again" onPress={health.load}>Again</Button>
                         </div>
                         <List label="Health" items={rows} keyOf={({ key }) => key} selected={chosen.value} onSelect={({ key }) => { chosen.value = key; }}
                             textOf={({ check }) => check.category} hasControls rowClass={({ status }) => status === "suppressed" ? "suppressed" : ""}
                             empty="Nothing is wrong." columns={[
-                                { title: "Status", width: "96px", cell: ({ status }) => <StatusMark {...LOOKS[status]} /> },
-                                { title: "Check", width: "112px", cell: ({ check }) => check.category },
-                                { title: "Of", width: "minmax(48px, 0.3fr)", cell: ({ check }) => <span title={check.ref}>{check.ref}</span> },
-                                { title: "Finding", width: "minmax(0, 1fr)", cell: ({ check }) => <span title={check.detail}>{check.detail}</span> },
-                                { title: "Mend", width: "190px", cell: ({ check }, isActive) => check.action && <Actions action={check.action} isActive={isActive} /> },
+                                { title: "Status", width: "80px",
+                                    cell: ({ status }) => <StatusMark {...LOOKS[status]} /> },
+                                { title: "Check", width: "92px",
+                                    cell: ({ check }) => <span title={check.category}>{check.category}</span> },
+                                { title: "Of", width: "minmax(48px, 0.18fr)",
+                                    cell: ({ check }) => <span title={check.ref}>{check.ref}</span> },
+                                { title: "Finding", width: "minmax(0, 1fr)",
+                                    cell: ({ check }, isActive) => <span class="finding">
+                                    <span title={check.detail}>{check.detail}</span>
+                                    {check.action && <Actions action={check.action} isActive={isActive} />}</span> },
                             ]} />
                         {row && <p class="detail"><b>{row.check.category}</b> {row.check.detail}</p>}
                     </div>

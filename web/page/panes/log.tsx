@@ -1,30 +1,27 @@
 import { useSignal } from "@preact/signals";
 import { clearLog, log } from "../store/connection";
-import { Button } from "../widgets/button";
-import { Check, Field } from "../widgets/field";
-import { List } from "../widgets/list";
+import { Choice } from "../widgets/field";
+import { type Status, StatusMark } from "../widgets/states";
+import { Stream } from "../widgets/stream";
+import { LEVELS } from "../work/log_lines";
 
-interface Line {
-    number: number;
-    text: string;
-}
+const MARKS: readonly Status[] = ["info", "info", "warn", "missing"];
+const CHOICES = ["Everything", "Not debugging", "Warnings and errors", "Errors"];
 
 /** The back end's standard error. */
 export function LogPane() {
-    const wanted = useSignal("");
-    const follows = useSignal(true);
-    const lines = log.value.map((text, number): Line => ({ number, text }))
-        .filter(({ text }) => text.toLowerCase().includes(wanted.value.toLowerCase()));
-    return (
-        <div class="pane">
-            <div class="toolbar">
-                <Field label="Search in the log" type="search" isCompact value={wanted.value} onInput={(text) => { wanted.value = text; }} />
-                <Check label="Follow" title="Keep the newest line in sight" value={follows.value} onChange={(on) => { follows.value = on; }} />
-                <Button title="Empty this log" onPress={clearLog}>Clear</Button>
-            </div>
-            <List label="Log" items={lines} keyOf={(line) => String(line.number)} followsEnd={follows.value}
-                columns={[{ width: "1fr", cell: (line) => <code title={line.text}>{line.text}</code> }]}
-                empty={wanted.value ? "No line holds that." : "The editor has written nothing yet."} />
-        </div>
-    );
+    const least = useSignal(0);
+    return <Stream label="Log" searchLabel="Search in the log"
+        items={log.value.filter(({ level }) => level >= least.value)}
+        keyOf={({ number }) => String(number)} textOf={({ text }) => text} onClear={clearLog}
+        tools={<Choice label="Level" isCompact value={String(least.value)}
+            onChange={(value) => { least.value = Number(value); }}
+            options={CHOICES.map((text, level) => ({ value: String(level), text }))} />}
+        empty={least.value > 0 ? "The editor has written nothing of this kind." : "The editor has written nothing yet."}
+        emptyFound="No line holds that." columns={[
+            { width: "82px", cell: ({ time }) => <code class="quiet">{time}</code> },
+            { width: "72px", cell: ({ level }) => level < 2 ? <span class="quiet">{LEVELS[level]}</span>
+                : <StatusMark status={MARKS[level]!} word={LEVELS[level]!} /> },
+            { width: "minmax(0, 1fr)", cell: ({ text }) => <code title={text}>{text}</code> },
+        ]} />;
 }

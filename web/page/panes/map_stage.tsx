@@ -1,9 +1,8 @@
-import { effect, useSignal } from "@preact/signals";
-import { useEffect, useRef } from "preact/hooks";
-import { ask } from "../ask";
-import { fitMap, lookAtPlace, setMapView } from "../map3d/handle";
+import { effect } from "@preact/signals";
+import { useRef } from "preact/hooks";
+import { fitMap, lookAtPlace, mapView } from "../map3d/handle";
 import { createMapView, type MapView } from "../map3d/map_view";
-import { isAlive } from "../store/connection";
+import { type Drawn, useStage } from "../parts/stage_canvas";
 import { ground, groundHeight, loadedMap, mapFeatures, mapUnits, selectedUnits, showMap, snapshot } from "../store/map";
 import { clickMap, pointerHint } from "../store/map_clicks";
 import { modelOf, pictureOf } from "../store/map_models";
@@ -11,29 +10,16 @@ import { valueOf } from "../store/resource";
 import { Button } from "../widgets/button";
 import { Picture } from "../widgets/picture";
 import { Failure } from "../widgets/states";
-import { messageOf } from "../work/newest";
 
 /** The loaded map in the place of the unit. */
 export function MapStage() {
-    const canvas = useRef<HTMLCanvasElement>(null);
-    const failure = useSignal("");
-    const shown = useSignal("");
-    useEffect(() => {
-        try {
-            const view = createMapView(canvas.current!, modelOf, clickMap);
-            const unset = setMapView(view);
-            const stop = followStore(view, (text) => { failure.value = text; }, (name) => { shown.value = name; });
-            return () => { stop(); unset(); view.free(); };
-        } catch (error) {
-            failure.value = `this browser draws no 3D: ${messageOf(error)}`;
-            return undefined;
-        }
-    }, []);
+    const { canvas, failure, shown } = useStage((element) => createMapView(element, modelOf, clickMap), mapView,
+        followStore);
     const map = loadedMap.value;
     return (
         <section class="view3d" aria-label="Map view">
             <div class="stage">
-                <canvas ref={canvas} class="view-canvas" tabIndex={0} role="img" data-map={shown.value}
+                <canvas ref={canvas} class="view-canvas" tabIndex={0} role="img" data-map={shown}
                     aria-label={`${map?.title ?? "No map"}: drag moves it, the right button turns it, a click chooses a unit`} />
                 <div class="over">
                     <Button title="Bring the whole map into view" verb="fit-map" onPress={fitMap}>Fit</Button>
@@ -41,7 +27,7 @@ export function MapStage() {
                 </div>
                 <div class="under chip" role="status" aria-label="What a click does">{pointerHint.value}</div>
                 <Minimap />
-                {failure.value && <Failure message={failure.value} />}
+                {failure && <Failure message={failure} />}
             </div>
         </section>
     );
@@ -72,25 +58,19 @@ function Minimap() {
     );
 }
 
-function followStore(view: MapView, failed: (text: string) => void, shown: (name: string) => void): () => void {
-    const dark = matchMedia("(prefers-color-scheme: dark)");
-    dark.addEventListener("change", view.recolor);
-    const ends = [
+function followStore(view: MapView, told: Drawn): (() => void)[] {
+    return [
         effect(() => {
             const known = valueOf(ground.value);
-            view.show(known?.heights, known?.picture, known?.map.seaLevel ?? 0).then(() => {
-                failed("");
-                shown(known?.map.name ?? "");
-            }, (error) => failed(messageOf(error)));
+            view.show(known?.heights, known?.picture, known?.map.seaLevel ?? 0).then(() =>
+                told.shown(known?.map.name ?? ""), told.failed);
         }),
         effect(() => {
             const types = valueOf(ground.value)?.features.types ?? [];
-            view.setFeatures(mapFeatures.value, (type) => types[type] ? pictureOf(types[type]!) : Promise.resolve(undefined));
+            view.setFeatures(mapFeatures.value, (type) => types[type] ? pictureOf(types[type]!)
+                : Promise.resolve(undefined), types);
         }),
         effect(() => view.setUnits(mapUnits.value, new Set(selectedUnits.value))),
         effect(() => view.setProjectiles(snapshot.value?.projectiles ?? [])),
-        effect(() => { if (isAlive.value) ask("render-constants").then(view.setLight, () => {}); }),
-        () => dark.removeEventListener("change", view.recolor),
     ];
-    return () => ends.forEach((end) => end());
 }

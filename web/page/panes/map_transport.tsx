@@ -1,5 +1,5 @@
 import { isMapPlaying, mapSpeed, mapTime, setMapSpeed, stepMap, timeFailure, toggleMapPlay } from "../store/map_play";
-import { SPEEDS } from "../store/run";
+import { SPEEDS } from "../store/clock";
 import { Button } from "../widgets/button";
 import { Choice } from "../widgets/field";
 import { Icon } from "../widgets/icon";

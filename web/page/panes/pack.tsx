@@ -13,8 +13,9 @@ import { Split } from "../widgets/split";
 import { States, StatusMark, type Status } from "../widgets/states";
 import { TaskLine } from "../widgets/task_line";
 import { Tree } from "../widgets/tree";
+import { UnitChips } from "../widgets/unit_chips";
 import { type DependencyNode, dependencyTree } from "../work/dependency_rows";
-import { baseName } from "../work/paths";
+import { shortNames } from "../work/paths";
 import { counted } from "../work/words";
 
 /** What units need, and one archive of it or of a whole mod. */
@@ -33,22 +34,12 @@ export function PackPane() {
 }
 
 function Needs() {
-    const typed = useSignal("");
-    const add = (name: string): void => {
-        const wanted = name.trim();
-        if (wanted && !packUnits.peek().some((one) => one.toLowerCase() === wanted.toLowerCase())) setPackUnits([...packUnits.peek(), wanted]);
-        typed.value = "";
-    };
-    const own = loadedUnit.value?.unitName;
     return (
         <section class="pane flow" aria-label="What the units need">
             <div class="toolbar">
-                <Field label="Add a unit to the pack" isCompact value={typed.value} onInput={(text) => { typed.value = text; }} onEnter={() => add(typed.peek())}
-                    choices={units.value.slice(0, 500).map(({ name }) => name)} hint="A unit's name, then Enter" />
-                {own && !packUnits.value.includes(own) && <Button title="Add the unit that is loaded" onPress={() => add(own)}>Add {own}</Button>}
+                <UnitChips label="Add a unit to the pack" names={packUnits.value} known={units.value}
+                    own={loadedUnit.value?.unitName} onChange={setPackUnits} />
                 <Check label="What they build too" value={isRecursive.value} onChange={setRecursive} />
-                {packUnits.value.map((name) => <span key={name} class="chip">{name}
-                    <Button kind="icon" title={`Leave ${name} out`} onPress={() => setPackUnits(packUnits.peek().filter((one) => one !== name))}>✕</Button></span>)}
             </div>
             <States of={dependencies.shown.value} empty="Add a unit: all that it needs stands here." retry={dependencies.load}>
                 {(needed) => <>
@@ -73,6 +64,7 @@ const ONLY_NEEDED = "";
 
 function Archive() {
     const mods = roots.value?.modPaths ?? [];
+    const names = shortNames(mods);
     const what = useSignal(ONLY_NEEDED);
     const destination = useSignal("");
     const overwrite = useSignal(false);
@@ -87,7 +79,7 @@ function Archive() {
         <section class="pane flow" aria-label="Archive">
             <div class="toolbar">
                 <div class="wide"><Choice label="What to pack" isCompact value={what.value} onChange={(value) => { what.value = value; }}
-                    options={[{ value: ONLY_NEEDED, text: "what the units need" }, ...mods.map((mod) => ({ value: mod, text: `all of ${baseName(mod)}` }))]} /></div>
+                    options={[{ value: ONLY_NEEDED, text: "what the units need" }, ...mods.map((mod, i) => ({ value: mod, text: `all of ${names[i]}` }))]} /></div>
                 <div class="wide"><Field label="Archive" isCompact value={destination.value} onInput={(text) => { destination.value = text; }} onEnter={begin}
                     hint="Of the pack to be written or looked at, as /folder/mymod.ufo" /></div>
                 <Choice label="Compression" isCompact value={compression.value} onChange={(value) => { compression.value = value as Compression; }}

@@ -20,7 +20,7 @@ import { UnitValuesPane } from "./unit_values";
 import { VariablesPane } from "./variables";
 import { WeaponsPane } from "./weapons";
 
-export interface Pane {
+interface Pane {
     id: string;
     title: string;
     hint: string;

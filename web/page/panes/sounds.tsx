@@ -1,9 +1,11 @@
 import type { SoundEvent } from "protocol";
 import { askFrame } from "../ask";
+import { complain } from "../store/connection";
 import { unitOrNothing } from "../store/unit";
 import { Button } from "../widgets/button";
 import { List } from "../widgets/list";
 import { States } from "../widgets/states";
+import { messageOf } from "../work/newest";
 
 const NAMES: Record<SoundEvent["event"], string> = {
     select: "Selected", ok: "Order taken", arrived: "Arrived", cant: "Cannot", build: "Builds", engineLoop: "Engine",
@@ -17,7 +19,8 @@ export function SoundsPane() {
                 <div class="pane">
                     <p class="toolbar">{sounds.category ? <>Sound category <b>{sounds.category}</b></> : "The definition names no sound category."}</p>
                     <List label="Sounds" items={sounds.events} keyOf={(sound) => sound.event} hasControls
-                        onActivate={(sound) => void play(sound)} empty="No sounds."
+                        onActivate={(sound) => { play(sound).catch((error) => complain(messageOf(error))); }}
+                        empty="No sounds."
                         columns={[
                             { title: "Event", width: "140px", cell: (sound) => NAMES[sound.event] },
                             { title: "Sound", width: "1fr", cell: (sound) => sound.name || <i class="quiet">none</i> },

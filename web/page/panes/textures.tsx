@@ -1,10 +1,10 @@
-import { useComputed } from "@preact/signals";
+import { useComputed, useSignal } from "@preact/signals";
 import type { IndexChange, RemapPreview, UnitTexture } from "protocol";
 import { colorOf } from "../store/palette";
 import { valueOf } from "../store/resource";
 import {
-    applyChanges, changeColor, changes, chosenTexture, chooseGoing, chooseTexture, goingColor, preview, setChanges, suggest, textureFailure, textures,
-    usage,
+    applyChanges, changeColor, changes, chosenTexture, chooseGoing, chooseTexture, goingColor, preview, recoloured,
+    setChanges, suggest, textureFailure, textures, usage,
 } from "../store/textures";
 import { model } from "../store/unit";
 import { readGlb } from "../view3d/glb";
@@ -39,7 +39,7 @@ function Atlas({ all }: { all: readonly UnitTexture[] }) {
         titleOf={describe} empty="This model has no textures: its faces are coloured."
         cell={(one) => <>
             <Picture png={pictures.value.get(one.name.toLowerCase())} label="" />
-            <span>{one.name}</span>
+            <span>{one.name}{recoloured.value.includes(one.name) && " •"}</span>
             {!one.found && <StatusMark status="missing" word="missing" />}
         </>} />;
 }
@@ -103,16 +103,18 @@ function Changes({ shown }: { shown: RemapPreview }) {
         onSelect={(row) => chooseGoing(row.from)} onKey={leaveOut}
         empty="Choose the colour that goes in the palette, then the one that comes."
         columns={[
-            { title: "Goes", width: "56px", cell: ({ from }) => <Swatch index={from} /> },
-            { title: "Comes", width: "56px", cell: ({ to }) => <Swatch index={to} /> },
-            { title: "Pixels", width: "52px", isNumber: true, cell: ({ pixels }) => pixels.toLocaleString("en") },
-            { title: "Differs", width: "minmax(48px, 1fr)", isNumber: true, cell: ({ distance }) => distance.toFixed(3) },
+            { title: "Goes", width: "48px", cell: ({ from }) => <Swatch index={from} /> },
+            { title: "Comes", width: "48px", cell: ({ to }) => <Swatch index={to} /> },
+            { title: "Pixels", width: "44px", isNumber: true, cell: ({ pixels }) => pixels.toLocaleString("en") },
+            { title: "Differs", width: "minmax(44px, 1fr)", isNumber: true,
+                cell: ({ distance }) => distance.toFixed(3) },
         ]} />;
 }
 
 const Swatch = ({ index }: { index: number }) => <><span class="swatch" style={{ background: colorOf(index) }} /> {index}</>;
 
 function Palette() {
+    const here = useSignal("");
     const used = valueOf(usage.shown.value);
     const going = goingColor.value;
     const choose = (index: number): void => {
@@ -127,8 +129,9 @@ function Palette() {
     return (
         <div class="pane">
             <PaletteGrid label="Palette" colorOf={colorOf} noteOf={noteOf} isUsed={(index) => used?.has(index) === true} chosen={going}
-                onChoose={choose} onEscape={() => chooseGoing(undefined)} />
-            <p class="foot">{going === undefined ? "A dot: used here. Framed: team colour." : `${going} goes: choose what comes (Escape: nothing)`}</p>
+                onHere={(title) => { here.value = title; }} onChoose={choose} onEscape={() => chooseGoing(undefined)} />
+            <p class="foot"><span>{going === undefined ? here.value || "A dot: used here. Framed: team colour."
+                : `${going} goes: choose what comes (Escape: nothing)`}</span></p>
         </div>
     );
 }

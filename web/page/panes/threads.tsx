@@ -1,6 +1,6 @@
 import { useSignal } from "@preact/signals";
 import type { Thread } from "protocol";
-import { inspection, isStopped, report, stopThreads } from "../store/run";
+import { inspection, isPlaying, isStopped, report, stopThreads } from "../store/run";
 import { running } from "../store/script";
 import { selectedThread, selectThread } from "../store/selected_thread";
 import { loadedUnit } from "../store/unit";
@@ -44,7 +44,7 @@ function stateOf({ state, sleepUntil, waitPiece, waitAxis }: Thread): string {
     if (state === "sleep") return `sleeps until tick ${sleepUntil}`;
     if (state === "wait-turn") return `waits: ${piece} turns, ${AXES[waitAxis] ?? waitAxis}`;
     if (state === "wait-move") return `waits: ${piece} moves, ${AXES[waitAxis] ?? waitAxis}`;
-    return state === "run" ? "runs" : state;
+    return state === "run" ? isPlaying.value ? "runs" : "ready" : state;
 }
 
 const stackOf = ({ callStack, script }: Thread): string =>

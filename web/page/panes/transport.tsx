@@ -1,5 +1,6 @@
 import { useSignal } from "@preact/signals";
-import { isPlaying, isStopped, pause, play, report, resetScript, resume, setSpeed, SPEEDS, speed, startScript } from "../store/run";
+import { isPlaying, isStopped, pause, play, report, resetScript, resume, setSpeed, speed, startScript } from "../store/run";
+import { SPEEDS } from "../store/clock";
 import { stepLine } from "../store/step";
 import { parametersOf, scriptNames } from "../store/script";
 import { loadedUnit } from "../store/unit";
@@ -38,13 +39,13 @@ function StartScript({ isDisabled }: { isDisabled: string | false }) {
         if (typeof args !== "string" && name) void startScript(name, args).then(() => play());
     };
     return (
-        <>
+        <div class="start">
             <Choice label="Script to start" isCompact value={name} onChange={(value) => { chosen.value = value; }}
                 options={names.map((value) => ({ value, text: value }))} />
             <Field label="Arguments" isCompact value={text.value} onInput={(value) => { text.value = value; }} onEnter={begin}
                 error={typeof args === "string" ? args : undefined} hint="Whole numbers between blanks or commas"
                 placeholder={parametersOf(name).join(", ") || undefined} />
             <Button title="Start this script" disabled={isDisabled || (typeof args === "string" && args)} onPress={begin}>Start</Button>
-        </>
+        </div>
     );
 }

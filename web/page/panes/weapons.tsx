@@ -39,10 +39,10 @@ async function fetchLook(name: string): Promise<Look> {
 
 /** The unit's weapons with all that their tables say. */
 export function WeaponsPane() {
-    const chosen = useSignal("");
+    const chosen = useSignal(0);
     useSignalEffect(() => {
         const weapons = loadedUnit.value?.weapons ?? [];
-        const name = (weapons.find((one) => one.name === chosen.value) ?? weapons[0])?.name ?? "";
+        const name = (weapons[chosen.value] ?? weapons[0])?.name ?? "";
         if (!isAlive.value) return;
         looked = name;
         look.reset();
@@ -51,14 +51,20 @@ export function WeaponsPane() {
     return (
         <States of={unit.value} empty="Choose a unit: its weapons stand here.">
             {({ weapons }) => {
-                const weapon = weapons.find((one) => one.name === chosen.value) ?? weapons[0];
+                // one weapon can stand in two slots
+                const slots = weapons.map((weapon, slot) => ({ weapon, slot }));
+                const { weapon, slot } = slots[chosen.value] ?? slots[0] ?? {};
                 return (
                     <Split id="weapons" label="Width of the weapons" usual={260} least={160} most={600} of="before" direction="row">
                         {[
-                            <List label="Weapons" items={weapons} keyOf={(one) => one.name} textOf={(one) => one.name} selected={weapon?.name}
-                                onSelect={(one) => { chosen.value = one.name; }} empty="This unit has no weapons." columns={[
-                                    { width: "minmax(0, 1fr)", cell: (one) => one.name },
-                                    { width: "90px", cell: (one) => one.missing ? <StatusMark status="missing" /> : <span class="quiet">{valueOf(one, "name")}</span> },
+                            <List label="Weapons" items={slots} keyOf={(one) => String(one.slot)}
+                                textOf={(one) => one.weapon.name}
+                                selected={slot === undefined ? undefined : String(slot)}
+                                onSelect={(one) => { chosen.value = one.slot; }} empty="This unit has no weapons."
+                                columns={[
+                                    { width: "minmax(0, 1fr)", cell: (one) => one.weapon.name },
+                                    { width: "90px", cell: (one) => one.weapon.missing ? <StatusMark status="missing" />
+                                        : <span class="quiet">{valueOf(one.weapon, "name")}</span> },
                                 ]} />,
                             weapon ? <Weapon weapon={weapon} /> : <p class="empty">Weapon1 to Weapon3 of the definition name a unit's weapons.</p>,
                         ]}

@@ -15,8 +15,8 @@ export function MapUnitsList() {
         <div class="pane">
             <List label="Units on the map" items={all} keyOf={(one) => String(one.unitId)} selected={chosen.length > 0 ? String(chosen.at(-1)) : undefined}
                 onSelect={(one) => selectUnits([one.unitId])} onActivate={({ x, y, z }) => lookAtPlace(x, z, y)} textOf={(one) => one.unitName}
-                rowClass={(one) => chosen.includes(one.unitId) ? "picked" : ""}
-                onKey={(event, one) => event.key === " " && one !== undefined && (toggleUnit(one.unitId), true)}
+                several={{ keys: new Set(chosen.map(String)), toggle: ({ unitId }) => toggleUnit(unitId),
+                    choose: (some) => selectUnits(some.map(({ unitId }) => unitId)) }}
                 empty="No units yet: place some."
                 columns={[
                     { title: "Id", width: "32px", isNumber: true, cell: (one) => one.unitId },
@@ -27,7 +27,7 @@ export function MapUnitsList() {
                 ]} />
             <div class="foot">
                 <span>{counted(all.length, "unit")}{chosen.length > 0 && `, ${chosen.length} chosen`}</span>
-                <Button title="Choose every unit" disabled={all.length === 0 && "No units"}
+                <Button title="Choose every unit (Ctrl+A)" disabled={all.length === 0 && "No units"}
                     onPress={() => selectUnits(mapUnits.peek().map(({ unitId }) => unitId))}>Choose all</Button>
             </div>
         </div>

@@ -1,34 +1,32 @@
 // Lifetime: the opened roots. What is declared twice or leads to nothing, and the two sides of one conflict.
-import { batch, type ReadonlySignal, signal } from "@preact/signals";
+import { batch } from "@preact/signals";
 import type { Conflict, ConflictReport } from "protocol";
-import { askInBackground, askWithProgress, type Progress } from "../ask";
+import { ask, IN_BACKGROUND, type Progress } from "../ask";
 import { placeOfLocation } from "../work/locations";
 import { sectionNamed } from "../work/tdf";
 import { resource } from "./resource";
+import { state } from "./state";
 
-const stepSignal = signal<Progress | undefined>(undefined);
-const chosenSignal = signal<Conflict | undefined>(undefined);
-const loserSignal = signal(1);
-
-export const conflictStep: ReadonlySignal<Progress | undefined> = stepSignal;
-export const chosenConflict: ReadonlySignal<Conflict | undefined> = chosenSignal;
+const [conflictStep, setStep] = state<Progress | undefined>(undefined);
+const [chosenConflict, setChosen] = state<Conflict | undefined>(undefined);
 /** Index of the file that is shown beside the winner. */
-export const chosenLoser: ReadonlySignal<number> = loserSignal;
+const [chosenLoser, setLoser] = state(1);
+export { chosenConflict, chosenLoser, conflictStep };
 
 export const conflicts = resource<ConflictReport>(() =>
-    askWithProgress("conflict-scan", { progress: true }, (step) => { stepSignal.value = step; }, true)
-        .finally(() => { stepSignal.value = undefined; }));
+    ask("conflict-scan", { progress: true }, { inBackground: true, told: setStep }).finally(() => setStep(undefined)));
 
-export interface TwoSides {
+interface TwoSides {
     winner: string;
     loser: string;
 }
 
 export const sidesOfConflict = resource<TwoSides>(async () => {
-    const { files, section } = filesOf(chosenSignal.peek());
-    const [winner = "", loser = ""] = await Promise.all([files[0], files[loserSignal.peek()]].map(async (location) => {
+    const { files, section } = filesOf(chosenConflict.peek());
+    const [winner = "", loser = ""] = await Promise.all([files[0], files[chosenLoser.peek()]].map(async (location) => {
         if (location === undefined) return "";
-        const read = await askInBackground("archive-browse-preview", { ...placeOfLocation(location), maxBytes: MAX_TEXT });
+        const read = await ask("archive-browse-preview", { ...placeOfLocation(location), maxBytes: MAX_TEXT },
+            IN_BACKGROUND);
         if (read.kind !== "text") throw new Error(`not a text: ${location}`);
         return section === undefined ? read.text : sectionNamed(read.text, section) ?? read.text;
     }));
@@ -46,8 +44,8 @@ function filesOf(one: Conflict | undefined): { files: readonly string[]; section
 
 export async function chooseConflict(one: Conflict | undefined, loser = 1): Promise<void> {
     batch(() => {
-        chosenSignal.value = one;
-        loserSignal.value = loser;
+        setChosen(one);
+        setLoser(loser);
         sidesOfConflict.reset();
     });
     if (filesOf(one).files.length > 1) await sidesOfConflict.load();

@@ -1,7 +1,9 @@
 // Lifetime: the page. The back end's process, its log, what is said aloud, what is kept for the next time.
-import { computed, type ReadonlySignal, signal } from "@preact/signals";
+import { computed } from "@preact/signals";
 import { ask, connect } from "../ask";
 import type { ServerEvent, ServerStart } from "../../wire";
+import { type LogLine, readLogLine } from "../work/log_lines";
+import { state } from "./state";
 
 export type EditorState =
     | { state: "connecting" | "lost" }
@@ -10,29 +12,31 @@ export type EditorState =
 
 const MAX_LOG_LINES = 2_000;
 
-const editorSignal = signal<EditorState>({ state: "connecting" });
-const logSignal = signal<readonly string[]>([]);
-const saidSignal = signal("");
-const keptSignal = signal<Readonly<Record<string, unknown>>>({});
+const [editor, setEditor] = state<EditorState>({ state: "connecting" });
+const [log, setLog] = state<readonly LogLine[]>([]);
+const [kept, setKept] = state<Readonly<Record<string, unknown>>>({});
+let logged = 0;
+let complaint = "";
 
-export const editor: ReadonlySignal<EditorState> = editorSignal;
-export const isAlive = computed(() => editorSignal.value.state === "alive");
-export const log: ReadonlySignal<readonly string[]> = logSignal;
+export { editor, kept, log };
+export const isAlive = computed(() => editor.value.state === "alive");
 /** The newest of what a screen reader should tell: stops, saves, failures. The status bar shows it too. */
-export const said: ReadonlySignal<string> = saidSignal;
-export const kept: ReadonlySignal<Readonly<Record<string, unknown>>> = keptSignal;
+export const [said, say] = state("");
+export const clearLog = (): void => setLog([]);
 
-export function say(text: string): void {
-    saidSignal.value = text;
+/** Says what went wrong, until something succeeds. */
+export function complain(text: string): void {
+    complaint = text;
+    say(text);
 }
 
-export function clearLog(): void {
-    logSignal.value = [];
+export function endComplaint(): void {
+    if (complaint !== "" && said.peek() === complaint) say("");
 }
 
 /** Keeps a setting for the next time. */
 export function keep(key: string, value: unknown): void {
-    keptSignal.value = { ...keptSignal.peek(), [key]: value };
+    setKept({ ...kept.peek(), [key]: value });
     void ask("server-keep", { key, value }).catch(() => say(`could not keep ${key} for the next time`));
 }
 
@@ -40,7 +44,7 @@ export function restartEditor(): void {
     void ask("server-restart").catch(() => {}); // the state tells
 }
 
-export interface Lives {
+interface Lives {
     /** The page is connected for the first time. */
     started(start: ServerStart): void;
     /** There is a new process: what was open is to be opened again. */
@@ -54,17 +58,18 @@ export function startConnection(lives: Lives): void {
         opened() {
             if (!isStarted) void ask("server-start").then((start) => {
                 isStarted = true;
-                keptSignal.value = start.kept;
+                setKept(start.kept);
                 lives.started(start);
             });
         },
-        lost() { editorSignal.value = { state: "lost" }; },
+        lost() { setEditor({ state: "lost" }); },
         event(event: ServerEvent) {
             if (event.event === "log")
-                logSignal.value = [...logSignal.peek(), ...event.lines].slice(-MAX_LOG_LINES);
+                setLog([...log.peek(),
+                    ...event.lines.map((text) => readLogLine(text, ++logged))].slice(-MAX_LOG_LINES));
             if (event.event === "files-changed") lives.filesChanged(event.paths);
             if (event.event !== "editor") return;
-            editorSignal.value = event;
+            setEditor(event);
             if (event.state === "alive" && isStarted) lives.revived();
             if (event.state === "ended") say(`${event.reason}; it is started again`);
         },

@@ -1,7 +1,7 @@
 // Lifetime: a dialog. A unit that is to be copied into a mod.
-import { type ReadonlySignal, signal } from "@preact/signals";
+import { state } from "./state";
 
-export interface CopyWish {
+interface CopyWish {
     unitName: string;
     /** Because it is to be changed: it keeps its name and hides the base game's. */
     isToEdit: boolean;
@@ -12,13 +12,13 @@ export interface OpenCopy extends CopyWish {
     done(isCopied: boolean): void;
 }
 
-const copyingSignal = signal<OpenCopy | undefined>(undefined);
-export const copying: ReadonlySignal<OpenCopy | undefined> = copyingSignal;
+const [copying, setCopying] = state<OpenCopy | undefined>(undefined);
+export { copying };
 
 /** Resolves with whether the unit has been copied. */
 export function askCopy(wish: CopyWish): Promise<boolean> {
-    copyingSignal.peek()?.done(false);
+    copying.peek()?.done(false);
     return new Promise((resolve) => {
-        copyingSignal.value = { ...wish, done(isCopied) { copyingSignal.value = undefined; resolve(isCopied); } };
+        setCopying({ ...wish, done(isCopied) { setCopying(undefined); resolve(isCopied); } });
     });
 }

@@ -1,11 +1,13 @@
 // Lifetime: the opened roots. The health of every unit, looked at one after the other in the background.
-import { effect, signal } from "@preact/signals";
-import { askInBackground } from "../ask";
+import { effect } from "@preact/signals";
+import { ask, IN_BACKGROUND } from "../ask";
 import { newestNext } from "../work/newest";
+import { withPlurals } from "../work/words";
 import { isAlive } from "./connection";
 import { generation, units } from "./roots";
+import { state } from "./state";
 
-export interface ListedHealth {
+interface ListedHealth {
     status: "ok" | "warn" | "missing";
     verdict: string;
 }
@@ -13,7 +15,7 @@ export interface ListedHealth {
 /** Each unit's row is drawn anew only in portions: a signal's value is replaced as a whole. */
 const PORTION = 8;
 
-const found = signal<ReadonlyMap<string, ListedHealth>>(new Map());
+const [found, setFound] = state<ReadonlyMap<string, ListedHealth>>(new Map());
 
 export const healthOf = (name: string): ListedHealth | undefined => found.value.get(name);
 
@@ -26,18 +28,21 @@ const sweep = newestNext(async () => {
     for (const [i, { name }] of listed.entries()) {
         await idle();
         if (asked !== generation.peek() || !isAlive.peek()) return;
-        next.set(name, await look(name));
-        if (i % PORTION === 0) found.value = new Map(next);
+        const seen = await look(name);
+        if (seen) next.set(name, seen);
+        if (i % PORTION === 0) setFound(new Map(next));
     }
-    found.value = next;
+    setFound(next);
 });
 
-async function look(name: string): Promise<ListedHealth> {
+/** A unit that cannot be loaded has a report, too: whatever fails here tells nothing of the unit. */
+async function look(name: string): Promise<ListedHealth | undefined> {
     try {
-        const { summary } = await askInBackground("unit-health", { name });
-        return { status: summary.missing > 0 ? "missing" : summary.warnings > 0 ? "warn" : "ok", verdict: summary.verdict };
-    } catch (error) {
-        return { status: "missing", verdict: error instanceof Error ? error.message : String(error) };
+        const { summary } = await ask("unit-health", { name }, IN_BACKGROUND);
+        const status = summary.missing > 0 ? "missing" : summary.warnings > 0 ? "warn" : "ok";
+        return { status, verdict: withPlurals(summary.verdict) };
+    } catch {
+        return undefined;
     }
 }
 

@@ -1,6 +1,7 @@
 // Lifetime: the opened data roots. Models and pictures of what stands on maps, fetched once each in the background.
 import type { FeatureType } from "protocol";
-import { askFrameInBackground, askInBackground } from "../ask";
+import { ask, askFrame, IN_BACKGROUND } from "../ask";
+import { bytesOfBase64 } from "../work/base64";
 import { playerColor } from "../work/players";
 import { generation } from "./roots";
 
@@ -14,36 +15,33 @@ interface FeaturePicture {
     height: number;
 }
 
-function forgetOld(): void {
-    if (knownGeneration === generation.peek()) return;
-    knownGeneration = generation.peek();
-    models.clear();
-    pictures.clear();
+/** What is known of this key, else what is fetched; what could not be fetched is fetched again the next time. */
+function known<T>(all: Map<string, Promise<T>>, key: string, fetch: () => Promise<T>): Promise<T> {
+    if (knownGeneration !== generation.peek()) {
+        knownGeneration = generation.peek();
+        models.clear();
+        pictures.clear();
+    }
+    const found = all.get(key) ?? fetch();
+    all.set(key, found);
+    found.catch(() => { if (all.get(key) === found) all.delete(key); });
+    return found;
 }
 
 /** The model of a unit in its player's colour. */
-export function modelOf(name: string, player: number): Promise<ArrayBuffer> {
-    forgetOld();
-    const key = `${player} ${name}`;
-    const known = models.get(key) ?? askFrameInBackground("get-unit-glb", { name, teamColor: playerColor(player) }).then(({ frame }) => frame);
-    models.set(key, known);
-    return known;
-}
+export const modelOf = (name: string, player: number): Promise<ArrayBuffer> =>
+    known(models, `${player} ${name}`, async () =>
+    (await askFrame("get-unit-glb", { name, teamColor: playerColor(player) }, IN_BACKGROUND)).frame);
 
 /** The first picture of a feature's animation; none for a model, and for one that nothing declares. */
-export function pictureOf({ filename, sequence }: FeatureType): Promise<FeaturePicture | undefined> {
-    forgetOld();
-    if (!filename) return Promise.resolve(undefined);
-    const key = `${filename} ${sequence}`;
-    const known = pictures.get(key) ?? fetchPicture(filename, sequence);
-    pictures.set(key, known);
-    return known;
-}
+export const pictureOf = ({ filename, sequence }: FeatureType): Promise<FeaturePicture | undefined> =>
+    filename ? known(pictures, `${filename} ${sequence}`, () => fetchPicture(filename, sequence))
+        : Promise.resolve(undefined);
 
 async function fetchPicture(filename: string, entry: string | undefined): Promise<FeaturePicture | undefined> {
-    const shown = await askInBackground("archive-browse-preview",
-        { path: "", internalPath: `anims/${filename}.gaf`, ...(entry ? { entry } : {}) });
+    const shown = await ask("archive-browse-preview",
+        { path: "", internalPath: `anims/${filename}.gaf`, ...(entry ? { entry } : {}) }, IN_BACKGROUND);
     if (shown.kind !== "image") return undefined;
-    const bytes = Uint8Array.from(atob(shown.png_b64), (letter) => letter.charCodeAt(0));
-    return { png: new Blob([bytes], { type: "image/png" }), width: shown.width, height: shown.height };
+    return { png: new Blob([bytesOfBase64(shown.png_b64)], { type: "image/png" }), width: shown.width,
+        height: shown.height };
 }

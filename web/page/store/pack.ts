@@ -1,36 +1,26 @@
 // Lifetime: the opened roots. What units need, the pack that is made of them, what is said of a pack.
-import { batch, type ReadonlySignal, signal } from "@preact/signals";
+import { batch } from "@preact/signals";
 import type { MinModPack, ModPack, PackValidation, UnitDependencies } from "protocol";
-import { askInBackground, askWithProgress } from "../ask";
+import { ask, IN_BACKGROUND } from "../ask";
 import { counted } from "../work/words";
 import { resource } from "./resource";
 import { refreshUnits } from "./roots";
+import { state } from "./state";
 import { task } from "./task";
 
-const unitsSignal = signal<readonly string[]>([]);
-const recursiveSignal = signal(false);
-const resultSignal = signal<ModPack | MinModPack | undefined>(undefined);
-const validationSignal = signal<PackValidation | undefined>(undefined);
+export const [packUnits, setPackUnits] = state<readonly string[]>([]);
+export const [isRecursive, setRecursive] = state(false);
+const [writtenPack, setWritten] = state<ModPack | MinModPack | undefined>(undefined);
+const [validation, setValidation] = state<PackValidation | undefined>(undefined);
 
-export const packUnits: ReadonlySignal<readonly string[]> = unitsSignal;
-export const isRecursive: ReadonlySignal<boolean> = recursiveSignal;
-export const writtenPack: ReadonlySignal<ModPack | MinModPack | undefined> = resultSignal;
-export const validation: ReadonlySignal<PackValidation | undefined> = validationSignal;
+export { validation, writtenPack };
 export const packing = task();
 export const validating = task();
 
 export const dependencies = resource<UnitDependencies>(() =>
-    askInBackground("unit-deps", { units: [...unitsSignal.peek()], recursive: recursiveSignal.peek() }));
+    ask("unit-deps", { units: [...packUnits.peek()], recursive: isRecursive.peek() }, IN_BACKGROUND));
 
-export function setPackUnits(units: readonly string[]): void {
-    unitsSignal.value = units;
-}
-
-export function setRecursive(value: boolean): void {
-    recursiveSignal.value = value;
-}
-
-export interface PackWish {
+interface PackWish {
     /** A mod as a whole, else only what the units need. */
     modPath?: string;
     destination: string;
@@ -39,23 +29,25 @@ export interface PackWish {
 }
 
 export async function exportPack({ modPath, ...wish }: PackWish): Promise<void> {
-    batch(() => { resultSignal.value = undefined; validationSignal.value = undefined; validating.reset(); });
+    batch(() => { setWritten(undefined); setValidation(undefined); validating.reset(); });
     await packing.run("Packing", async (told) => {
         const request = { ...wish, progress: true };
         const pack = modPath === undefined
-            ? await askWithProgress("export-min-mod-pack", { ...request, units: [...unitsSignal.peek()], recursive: recursiveSignal.peek() }, told)
-            : await askWithProgress("export-mod-pack", { ...request, modPath }, told);
-        resultSignal.value = pack;
+            ? await ask("export-min-mod-pack", { ...request, units: [...packUnits.peek()],
+                recursive: isRecursive.peek() }, { told })
+            : await ask("export-mod-pack", { ...request, modPath }, { told });
+        setWritten(pack);
         void refreshUnits(); // it may lie in a root, or have taken a mounted archive's place
         return `${counted(pack.fileCount, "file")}, ${counted(pack.byteSize, "byte")} in ${pack.path}`;
     });
 }
 
 export async function validatePack(path: string): Promise<void> {
-    validationSignal.value = undefined;
+    setValidation(undefined);
     await validating.run("Looking at the pack", async (told) => {
-        const report = await askWithProgress("validate-mod-pack", { path, progress: true }, told, true);
-        validationSignal.value = report;
-        return `${report.isValid ? "can be given to others" : "cannot be given to others as it is"}: ${counted(report.unitCount, "unit")}, ${counted(report.fileCount, "file")}`;
+        const report = await ask("validate-mod-pack", { path, progress: true }, { inBackground: true, told });
+        setValidation(report);
+        const verdict = report.isValid ? "can be given to others" : "cannot be given to others as it is";
+        return `${verdict}: ${counted(report.unitCount, "unit")}, ${counted(report.fileCount, "file")}`;
     });
 }

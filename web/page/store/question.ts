@@ -12,6 +12,8 @@ export interface Question {
     text: readonly string[];
     /** What the button says that goes on. */
     yes: string;
+    /** Something is given up: Enter keeps it. */
+    isLoss?: true;
 }
 
 export interface OpenQuestion extends Question {

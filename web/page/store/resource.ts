@@ -8,11 +8,11 @@ export type Loaded<T> =
     | { state: "failed"; message: string }
     | { state: "ready"; value: T };
 
-export interface Resource<T> {
+interface Resource<T> {
     shown: ReadonlySignal<Loaded<T>>;
     /** Fetches again; what is there stays visible meanwhile. */
     load(): Promise<void>;
-    /** Replaces what was fetched, as after an edit whose reply tells the new state. */
+    /** Replaces what was fetched: the reply to a change told it. */
     set(value: T): void;
     reset(): void;
 }

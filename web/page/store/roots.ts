@@ -1,5 +1,5 @@
 // Lifetime: the opened data roots. What is mounted, the units in it, the folders opened before.
-import { batch, computed, type ReadonlySignal, signal } from "@preact/signals";
+import { batch, computed } from "@preact/signals";
 import type { ListedUnit, MountedRoots } from "protocol";
 import type { Roots, ServerStart } from "../../wire";
 import { ask } from "../ask";
@@ -7,30 +7,25 @@ import { messageOf, newestNext } from "../work/newest";
 import { counted } from "../work/words";
 import { keep, kept, say } from "./connection";
 import type { Loaded } from "./resource";
+import { state } from "./state";
 
 const MAX_RECENT = 10;
 
-const rootsSignal = signal<Roots | undefined>(undefined);
-const mountedSignal = signal<Loaded<MountedRoots>>({ state: "empty" });
-const unitsSignal = signal<readonly ListedUnit[]>([]);
-const startSignal = signal<ServerStart | undefined>(undefined);
-const generationSignal = signal(0);
-
-export const roots: ReadonlySignal<Roots | undefined> = rootsSignal;
-export const mounted: ReadonlySignal<Loaded<MountedRoots>> = mountedSignal;
-export const units: ReadonlySignal<readonly ListedUnit[]> = unitsSignal;
-/** Where to begin. */
-export const start: ReadonlySignal<ServerStart | undefined> = startSignal;
+const [roots, setRoots] = state<Roots | undefined>(undefined);
+const [mounted, setMounted] = state<Loaded<MountedRoots>>({ state: "empty" });
+const [units, setUnits] = state<readonly ListedUnit[]>([]);
+/** Roots that are not there, or no longer. */
+const [missingRoots, setMissing] = state<readonly string[]>([]);
 /** Grows whenever files may have changed: by other roots, by other programs, by our own writes. */
-export const generation: ReadonlySignal<number> = generationSignal;
+const [generation, setGeneration] = state(0);
+
+export { generation, missingRoots, mounted, roots, units };
+/** Where to begin. */
+export const [start, setStart] = state<ServerStart | undefined>(undefined);
 export const recent = computed(() => readRoots(kept.value["recent"]));
 /** Tells these folders, in this order, from others. */
 export const rootsKey = computed(() => roots.value ? JSON.stringify(pathsOf(roots.value)) : "");
 export const sides = computed(() => [...new Set(units.value.map((unit) => unit.side))].filter(Boolean).sort());
-
-export function setStart(value: ServerStart): void {
-    startSignal.value = value;
-}
 
 let opening: Promise<unknown> = Promise.resolve();
 
@@ -44,41 +39,58 @@ export function openRoots(wanted: Roots): Promise<void> {
 /** Mounts again, in a new process, what the user has wished for last. */
 export async function reopenRoots(): Promise<boolean> {
     await opening;
-    const last = rootsSignal.peek();
+    const last = roots.peek();
     if (last) await openRoots(last);
     return last !== undefined;
 }
 
 async function mount(wanted: Roots): Promise<void> {
-    const before = mountedSignal.peek();
-    mountedSignal.value = { state: "loading" };
+    const before = mounted.peek();
+    setMounted({ state: "loading" });
     try {
         const mountedNow = await ask("set-data-roots", { ...wanted, report: true, progress: true });
         const { units: listed } = await ask("list-units", { report: true });
         batch(() => {
-            rootsSignal.value = wanted;
-            mountedSignal.value = { state: "ready", value: mountedNow };
-            unitsSignal.value = listed;
-            generationSignal.value++;
+            setRoots(wanted);
+            setMounted({ state: "ready", value: mountedNow });
+            setMissing((mountedNow.allLayers ?? []).filter(({ exists }) => !exists).map(({ path }) => path));
+            setUnits(listed);
+            setGeneration(generation.peek() + 1);
         });
     } catch (error) {
-        mountedSignal.value = before.state === "ready" ? before : { state: "failed", message: messageOf(error) };
+        setMounted(before.state === "ready" ? before : { state: "failed", message: messageOf(error) });
         throw error;
     }
     keep("recent", [wanted, ...recent.peek().filter((one) => !isSame(one, wanted))].slice(0, MAX_RECENT));
     void ask("server-watch", { paths: pathsOf(wanted) }).catch(() => {});
-    say(`${counted(unitsSignal.peek().length, "unit")} mounted`);
+    say(`${counted(units.peek().length, "unit")} mounted`);
 }
 
 /** Sees what other programs, or our own writes, have changed. */
 export const refreshUnits = newestNext(async () => {
-    if (!rootsSignal.peek()) return;
+    const open = roots.peek();
+    if (!open) return;
+    await lookForRoots(pathsOf(open));
     const { units: listed } = await ask("list-units", { refresh: true, report: true });
     batch(() => {
-        unitsSignal.value = listed;
-        generationSignal.value++;
+        setUnits(listed);
+        setGeneration(generation.peek() + 1);
     });
 }, (error) => say(error.message));
+
+/** A folder can vanish while it is open, and come back. */
+async function lookForRoots(paths: readonly string[]): Promise<void> {
+    const found = await Promise.all(paths.map((path) => ask("server-folders", { path })));
+    const missing = paths.filter((_, i) => !found[i]!.exists);
+    const vanished = missing.filter((path) => !missingRoots.peek().includes(path));
+    if (vanished.length > 0) say(`not there any more: ${vanished.join(", ")}`);
+    setMissing(missing);
+}
+
+/** A folder directly below this one that looks like a game's. */
+export async function gameBelow(path: string): Promise<string | undefined> {
+    return (await ask("server-games", { path })).paths[0];
+}
 
 export const pathsOf = ({ taDataPath, modPaths, mapsPath }: Roots): string[] =>
     [...modPaths, taDataPath, ...(mapsPath ? [mapsPath] : [])];

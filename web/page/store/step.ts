@@ -9,7 +9,7 @@ import { breakpoints } from "./script";
 const MAX_PASSED = 500;
 
 /** One line of the thread that has stopped; one tick while nothing is. */
-export function stepLine(): Promise<void> {
+export function stepLine(): Promise<boolean> {
     if (!isStopped.peek()) return stepTick();
     const thread = report.peek()?.pausedThread;
     return carryOut(async () => {

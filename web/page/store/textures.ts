@@ -1,86 +1,90 @@
-// Lifetime: the loaded unit. Its textures, and the change of colours that is prepared for one of them.
-import { batch, computed, effect, type ReadonlySignal, signal } from "@preact/signals";
+// Lifetime: the loaded unit. Its textures, and the changes of colours that are prepared; those outlive it.
+import { batch, computed, effect } from "@preact/signals";
 import type { IndexChange, RemapPreview, UnitTexture } from "protocol";
 import { ask } from "../ask";
-import { messageOf } from "../work/newest";
 import { EVERY_INDEX, withChange } from "../work/team_bands";
 import { say } from "./connection";
 import { askUser, write } from "./question";
 import { resource, valueOf } from "./resource";
 import { generation, roots } from "./roots";
+import { state, wishes } from "./state";
 import { loadedUnit, model, reloadModel, unit } from "./unit";
 
-const chosenSignal = signal("");
-const changesSignal = signal<readonly IndexChange[]>([]);
-const fromSignal = signal<number | undefined>(undefined);
-const failureSignal = signal("");
+type Changes = readonly IndexChange[];
 
+const [chosenName, setChosen] = state("");
+/** By texture, so that looking at another one, or another unit, loses nothing. */
+const [prepared, setPrepared] = state<ReadonlyMap<string, Changes>>(new Map());
+const { failure: textureFailure, attempt, forget } = wishes();
+
+export { textureFailure };
+/** The colour that is to give way to the next one that is chosen. */
+export const [goingColor, chooseGoing] = state<number | undefined>(undefined);
+/** Textures whose changes are not written. */
+export const recoloured = computed(() => [...prepared.value.keys()]);
+export const changes = computed(() => prepared.value.get(chosenName.value) ?? []);
 export const textures = resource<readonly UnitTexture[]>(async () => (await ask("unit-textures")).textures);
-export const chosenTexture = computed(() => (valueOf(textures.shown.value) ?? []).find(({ name }) => name === chosenSignal.value));
+export const chosenTexture = computed(() =>
+    (valueOf(textures.shown.value) ?? []).find(({ name }) => name === chosenName.value));
 /** Pixels of the chosen texture by palette index. */
 export const usage = resource<ReadonlyMap<number, number>>(async () => {
-    const { map } = await ask("texture-preview-remap", { textureName: chosenSignal.peek(), map: [...EVERY_INDEX] });
+    const { map } = await ask("texture-preview-remap", { textureName: chosenName.peek(), map: [...EVERY_INDEX] });
     return new Map(map.filter(({ pixels }) => pixels > 0).map(({ from, pixels }) => [from, pixels]));
 });
 /** Before and after, with what each change does. */
 export const preview = resource<RemapPreview>(() =>
-    ask("texture-preview-remap", { textureName: chosenSignal.peek(), map: [...changesSignal.peek()] }));
-
-export const changes: ReadonlySignal<readonly IndexChange[]> = changesSignal;
-/** The colour that is to give way to the next one that is chosen. */
-export const goingColor: ReadonlySignal<number | undefined> = fromSignal;
-export const textureFailure: ReadonlySignal<string> = failureSignal;
+    ask("texture-preview-remap", { textureName: chosenName.peek(), map: [...changes.peek()] }));
 
 export async function chooseTexture(name: string): Promise<void> {
     batch(() => {
-        chosenSignal.value = name;
-        forgetChanges();
+        setChosen(name);
+        chooseGoing(undefined);
+        forget();
+        usage.reset();
+        preview.reset();
     });
     const found = chosenTexture.peek();
     if (found?.found) await Promise.all([usage.load(), preview.load()]);
 }
 
-function forgetChanges(): void {
-    changesSignal.value = [];
-    fromSignal.value = undefined;
-    failureSignal.value = "";
-    usage.reset();
-    preview.reset();
-}
+export const changeColor = (from: number, to: number): Promise<void> =>
+    setChanges(withChange(changes.peek(), from, to));
 
-export function chooseGoing(index: number | undefined): void {
-    fromSignal.value = index;
-}
-
-export async function changeColor(from: number, to: number): Promise<void> {
-    await setChanges(withChange(changesSignal.peek(), from, to));
-}
-
-export async function setChanges(next: readonly IndexChange[]): Promise<void> {
-    changesSignal.value = next;
+export async function setChanges(next: Changes): Promise<void> {
+    prepare(chosenName.peek(), next);
     await preview.load();
 }
 
+function prepare(textureName: string, next: Changes): void {
+    const all = new Map(prepared.peek());
+    if (next.length > 0) all.set(textureName, next);
+    else all.delete(textureName);
+    setPrepared(all);
+}
+
 /** "away" from team colours, or "toward" them. */
-export function suggest(direction: "away" | "toward"): Promise<void> {
-    return carryOut(async (textureName) => {
+export function suggest(direction: "away" | "toward"): Promise<boolean> {
+    const textureName = chosenName.peek();
+    return attempt(async () => {
         const { map } = await ask("texture-suggest-remap", { textureName, direction });
-        if (chosenSignal.peek() !== textureName) return;
+        if (chosenName.peek() !== textureName) return;
         if (map.length === 0) say(direction === "away" ? "No pixel has a team colour" : "No colour of this texture suggests itself");
         await setChanges(map.map(({ from, to }) => ({ from, to })));
     });
 }
 
 /** Writes the changed texture; one of the base game goes into the first mod. */
-export function applyChanges(): Promise<void> {
-    return carryOut(async (textureName) => {
+export function applyChanges(): Promise<boolean> {
+    const textureName = chosenName.peek();
+    return attempt(async () => {
         const chosen = chosenTexture.peek();
         const isOfBase = chosen?.found === true && chosen.source?.inBaseTa === true;
         const modPath = isOfBase ? await modForTexture(textureName) : undefined;
         if (isOfBase && modPath === undefined) return;
-        const request = { textureName, map: [...changesSignal.peek()], ...(modPath === undefined ? {} : { modPath }) };
+        const request = { textureName, map: [...changes.peek()], ...(modPath === undefined ? {} : { modPath }) };
         const result = await write(textureName, `the texture ${textureName}`,
-            (allowBackupCreation) => ask("texture-apply-remap", { ...request, allowBackupCreation }), showWritten);
+            (allowBackupCreation) => ask("texture-apply-remap", { ...request, allowBackupCreation }),
+                () => showWritten(textureName));
         if (result.outcome === "ok" && result.alsoChanges.length > 0)
             say(`${textureName} is written; of the same file ${result.alsoChanges.join(", ")} changed, too`);
     });
@@ -100,18 +104,10 @@ async function modForTexture(name: string): Promise<string | undefined> {
     return agrees ? modPath : undefined;
 }
 
-async function showWritten(): Promise<void> {
+async function showWritten(textureName: string): Promise<void> {
+    prepare(textureName, []);
     await Promise.all([textures.load(), reloadModel()]);
-    await chooseTexture(chosenSignal.peek());
-}
-
-async function carryOut(work: (textureName: string) => Promise<void>): Promise<void> {
-    failureSignal.value = "";
-    try {
-        await work(chosenSignal.peek());
-    } catch (error) {
-        failureSignal.value = messageOf(error);
-    }
+    await chooseTexture(chosenName.peek());
 }
 
 /** Textures follow unit, model and files; one that both units have stays chosen. */
@@ -125,7 +121,8 @@ export function followTextures(): void {
         seen = shown;
         void textures.load().then(() => {
             const all = valueOf(textures.shown.peek()) ?? [];
-            if (now !== `${generation.peek()} ${model.peek()?.name}` || all.some(({ name }) => name === chosenSignal.peek())) return;
+            if (now !== `${generation.peek()} ${model.peek()?.name}` ||
+                all.some(({ name }) => name === chosenName.peek())) return;
             void chooseTexture(all[0]?.name ?? "");
         });
     });

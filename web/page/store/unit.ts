@@ -1,20 +1,23 @@
 // Lifetime: the loaded unit. Its parts, its model, the piece and the faces that are pointed at.
-import { batch, computed, type ReadonlySignal, signal } from "@preact/signals";
+import { batch, computed } from "@preact/signals";
 import type { LoadedUnit, Piece, Source, TeamColor } from "protocol";
 import { ask, askFrame } from "../ask";
+import { hexOf } from "../work/colors";
 import { messageOf, newestNext } from "../work/newest";
 import { concerns } from "../work/unit_files";
 import { keep, kept, say } from "./connection";
 import { type Loaded, valueOf } from "./resource";
 import { generation } from "./roots";
 import { resetRun } from "./run";
+import { state } from "./state";
 
 export interface FaceMark {
     pieceIndex: number;
     primIndex: number;
 }
 
-export interface UnitModel {
+interface UnitModel {
+    /** As the back end has it. */
     name: string;
     glb: ArrayBuffer;
 }
@@ -22,45 +25,37 @@ export interface UnitModel {
 /** Models of so many units are kept, so that going back and forth costs one request. */
 const MAX_MODELS = 20;
 
-const unitSignal = signal<Loaded<LoadedUnit>>({ state: "empty" });
-const modelSignal = signal<UnitModel | undefined>(undefined);
-const wantedSignal = signal("");
-const pieceSignal = signal<number | undefined>(undefined);
-const facesSignal = signal<readonly FaceMark[]>([]);
-const staleSignal = signal(false);
+const [unit, setUnit] = state<Loaded<LoadedUnit>>({ state: "empty" });
+const [model, setModel] = state<UnitModel | undefined>(undefined);
+/** The name that was asked for last; `unit` follows. */
+const [wantedUnit, setWanted] = state("");
+/** Another program has changed a file of the unit since it was loaded. */
+const [isStale, setStale] = state(false);
+/** As the files have them, without edits, by name and team colour. */
 const models = new Map<string, UnitModel>();
 let modelsGeneration = -1;
 
-export const unit: ReadonlySignal<Loaded<LoadedUnit>> = unitSignal;
-/** While another one loads it is still the one before. */
-export const loadedUnit = computed(() => valueOf(unitSignal.value));
-/** For panes that show a part of it: the 3D view tells why a unit cannot be loaded. */
-export const unitOrNothing = computed((): Loaded<LoadedUnit> => unitSignal.value.state === "failed" ? { state: "empty" } : unitSignal.value);
-/** The name that was asked for last; `unit` follows. */
-export const wantedUnit: ReadonlySignal<string> = wantedSignal;
-export const model: ReadonlySignal<UnitModel | undefined> = modelSignal;
+/** Whether the system lets the file be written that defines the unit. */
+const [canWrite, setCanWrite] = state(true);
+
+export { canWrite, isStale, model, unit, wantedUnit };
 /** Index of the piece that is pointed at. */
-export const selectedPiece: ReadonlySignal<number | undefined> = pieceSignal;
+export const [selectedPiece, selectPiece] = state<number | undefined>(undefined);
 /** Faces that light up. */
-export const markedFaces: ReadonlySignal<readonly FaceMark[]> = facesSignal;
-/** Another program has changed a file of the unit since it was loaded. */
-export const isStale: ReadonlySignal<boolean> = staleSignal;
+export const [markedFaces, markFaces] = state<readonly FaceMark[]>([]);
+/** While another one loads it is still the one before. */
+export const loadedUnit = computed(() => valueOf(unit.value));
+/** For panes that show a part of it: the 3D view tells why a unit cannot be loaded. */
+export const unitOrNothing = computed((): Loaded<LoadedUnit> => unit.value.state === "failed" ? { state: "empty" }
+    : unit.value);
 /** Pieces by index. */
 export const pieces = computed(() => loadedUnit.value ? flatten(loadedUnit.value.pieceTree) : []);
 export const teamColor = computed(() => readColor(kept.value["teamColor"]));
 
-export function selectPiece(index: number | undefined): void {
-    pieceSignal.value = index;
-}
-
-export function markFaces(faces: readonly FaceMark[]): void {
-    facesSignal.value = faces;
-}
-
 /** Loads a unit; while one loads, only the newest wish is kept. */
 export async function openUnit(name: string): Promise<void> {
     if (!await mayLeaveUnit()) return;
-    wantedSignal.value = name;
+    setWanted(name);
     await load();
 }
 
@@ -83,81 +78,98 @@ let mayLeave: () => boolean | Promise<boolean> = () => true;
 /** A write has moved the definition, as into a mod. */
 export function takeSource(source: Source): void {
     const known = loadedUnit.peek();
-    if (known) unitSignal.value = { state: "ready", value: { ...known, source } };
+    if (known) setUnit({ state: "ready", value: { ...known, source } });
+    void lookWhetherWritable();
 }
 
-/** Fetches the model anew, as after each step of an edit; the script runs on. */
+async function lookWhetherWritable(): Promise<void> {
+    const source = loadedUnit.peek()?.source;
+    if (!source) return;
+    const told = await ask("server-can-write", { path: source.path }).catch(() => undefined);
+    if (told && source === loadedUnit.peek()?.source) setCanWrite(told.canWrite);
+}
+
+/** Fetches the loaded unit's model anew, as after each step of an edit; the script runs on. */
 export const reloadModel = newestNext(async () => {
-    const name = wantedSignal.peek();
-    models.delete(name);
-    const fetched = await fetchModel(name);
-    if (wantedSignal.peek() === name) modelSignal.value = fetched;
+    if (unit.peek().state !== "ready") return; // who loads fetches it
+    const fetched = await fetchModel();
+    if (fetched.name === loadedUnit.peek()?.unitName) setModel(fetched);
 }, (error) => say(error.message));
 
 export function setTeamColor(color: TeamColor): void {
-    models.clear();
     keep("teamColor", color);
-    if (loadedUnit.peek()) void reloadModel();
+    if (unit.peek().state === "loading") void load();
+    else void reloadModel();
 }
 
 /** Files have changed on the disk: the unit stays as it is until the user wants it otherwise. */
 export function noteChangedFiles(paths: readonly string[]): void {
     const now = loadedUnit.peek();
-    if (now && paths.some((path) => concerns(path, now))) staleSignal.value = true;
+    if (now && paths.some((path) => concerns(path, now))) setStale(true);
 }
 
 export function resetUnit(): void {
     batch(() => {
-        unitSignal.value = { state: "empty" };
-        modelSignal.value = undefined;
-        wantedSignal.value = "";
-        pieceSignal.value = undefined;
-        facesSignal.value = [];
+        setUnit({ state: "empty" });
+        setModel(undefined);
+        setWanted("");
+        selectPiece(undefined);
+        markFaces([]);
     });
 }
 
 const load = newestNext(async () => {
-    const name = wantedSignal.peek();
+    const name = wantedUnit.peek();
     if (name === "") return;
     if (modelsGeneration !== generation.peek()) models.clear();
     modelsGeneration = generation.peek();
     const before = loadedUnit.peek();
-    unitSignal.value = before ? { state: "loading", before } : { state: "loading" };
+    setUnit(before ? { state: "loading", before } : { state: "loading" });
     try {
-        // those of the unit before outlive it; all are sent at once, since they are answered in order
+        // those of the unit before outlive it
         void ask("cob-clear-breakpoints").catch(() => {});
-        const [loaded, fetched] = await Promise.all(
-            [ask("load-unit", { name, report: true }), models.get(name) ?? fetchModel(name)]);
-        if (wantedSignal.peek() !== name) return;
+        const key = `${name} ${hexOf(teamColor.peek())}`;
+        // sent at once, since they are answered in order
+        const [loaded, first] =
+            await Promise.all([ask("load-unit", { name, report: true }), models.get(key) ?? fetchModel()]);
+        if (wantedUnit.peek() !== name) return;
+        // edits that had waited show in a model of the files just as little as in another unit's
+        const isRight = !loaded.hasEdits && first.name === loaded.unitName;
+        const fetched = isRight ? first : await fetchModel();
+        if (wantedUnit.peek() !== name) return;
+        if (!loaded.hasEdits) keepModel(key, fetched);
         batch(() => {
-            modelSignal.value = fetched;
-            if (before?.unitName !== loaded.unitName) pieceSignal.value = undefined;
-            facesSignal.value = [];
-            unitSignal.value = { state: "ready", value: loaded };
-            staleSignal.value = false;
+            setModel(fetched);
+            if (before?.unitName !== loaded.unitName) selectPiece(undefined);
+            markFaces([]);
+            setUnit({ state: "ready", value: loaded });
+            setStale(false);
             resetRun(loaded.report);
         });
         say(`${name} is loaded`);
+        void lookWhetherWritable();
     } catch (error) {
-        if (wantedSignal.peek() !== name) return;
+        if (wantedUnit.peek() !== name) return;
         batch(() => {
-            modelSignal.value = undefined;
-            unitSignal.value = { state: "failed", message: messageOf(error) };
+            setModel(undefined);
+            setUnit({ state: "failed", message: messageOf(error) });
             resetRun(undefined);
         });
         say(`${name}: ${messageOf(error)}`);
     }
 });
 
-async function fetchModel(name: string): Promise<UnitModel> {
-    const { frame } = await askFrame("get-unit-glb", { teamColor: teamColor.peek() });
-    const fetched = { name, glb: frame };
-    models.set(name, fetched);
-    for (const oldest of models.keys()) {
-        if (models.size <= MAX_MODELS) break;
-        models.delete(oldest);
-    }
-    return fetched;
+/** Of the unit that the back end has loaded, with its edits. */
+async function fetchModel(): Promise<UnitModel> {
+    const { reply, frame } = await askFrame("get-unit-glb", { teamColor: teamColor.peek() });
+    return { name: reply.unitName, glb: frame };
+}
+
+function keepModel(key: string, fetched: UnitModel): void {
+    models.delete(key);
+    models.set(key, fetched);
+    const [oldest] = models.keys();
+    if (models.size > MAX_MODELS && oldest !== undefined) models.delete(oldest);
 }
 
 function flatten(root: Piece): Piece[] {

@@ -1,42 +1,19 @@
 // Lifetime: the page. What is shown of it: the tab, the camera, what lies on the ground.
-import { type ReadonlySignal, signal } from "@preact/signals";
 import { keep, kept } from "./connection";
+import { state } from "./state";
 
 export type Camera = "orbit" | "game";
 
-const tabSignal = signal("health");
-const cameraSignal = signal<Camera>("orbit");
-const dialogSignal = signal("");
-const tallSignal = signal(false);
-
 /** The id of the pane in front, of those at the bottom. */
-export const tab: ReadonlySignal<string> = tabSignal;
-export const camera: ReadonlySignal<Camera> = cameraSignal;
+export const [tab, showTab] = state("health");
+export const [camera, setCamera] = state<Camera>("orbit");
 /** The id of the dialog that is open, or "". */
-export const openDialog: ReadonlySignal<string> = dialogSignal;
-
+export const [openDialog, showDialog] = state("");
+export const closeDialog = (): void => showDialog("");
 /** The tabs have most of the room, for a while. */
-export const isTall: ReadonlySignal<boolean> = tallSignal;
-
-export function toggleTall(): void {
-    tallSignal.value = !tallSignal.peek();
-}
-
-export function showTab(id: string): void {
-    tabSignal.value = id;
-}
-
-export function setCamera(value: Camera): void {
-    cameraSignal.value = value;
-}
-
-export function showDialog(id: string): void {
-    dialogSignal.value = id;
-}
-
-export function closeDialog(): void {
-    dialogSignal.value = "";
-}
+const [isTall, setTall] = state(false);
+export { isTall };
+export const toggleTall = (): void => setTall(!isTall.peek());
 
 /** The place of a splitter, in pixels. */
 export function sizeOf(id: string, usual: number): number {

@@ -8,7 +8,7 @@ export interface GlbModel {
     images: Uint8Array[];
 }
 
-export interface GlbPiece {
+interface GlbPiece {
     name: string;
     /** Index, -1 for the root. */
     parent: number;

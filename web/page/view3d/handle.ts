@@ -1,15 +1,10 @@
 // The one view that is there, for commands that concern it.
+import { current } from "./current";
 import type { UnitView } from "./unit_view";
 
-let view: UnitView | undefined;
-
-/** Returns what ends it. */
-export function setView(value: UnitView): () => void {
-    view = value;
-    return () => { if (view === value) view = undefined; };
-}
+export const unitView = current<UnitView>();
 
 export function fitView(): boolean {
-    view?.fit();
-    return view !== undefined;
+    unitView.get()?.fit();
+    return unitView.get() !== undefined;
 }

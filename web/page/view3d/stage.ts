@@ -5,7 +5,7 @@ import {
 } from "three";
 import type { RenderConstants } from "protocol";
 
-export interface Stage {
+interface Stage {
     scene: Scene;
     renderer: WebGLRenderer;
     /** The only way to draw: one frame however often it is asked for. */
@@ -22,7 +22,7 @@ export interface Stage {
     free(): void;
 }
 
-export interface StageCamera {
+interface StageCamera {
     camera: () => Camera;
     resize(width: number, height: number): void;
     /** Before each frame. */

@@ -6,7 +6,7 @@ import { createGameCamera, createOrbitCamera, type ViewCamera } from "./cameras"
 import { createStage, styleColor } from "./stage";
 import { buildModel, sampleOfMaterials, type UnitModel3d } from "./unit_model";
 
-export interface Hit {
+interface Hit {
     pieceIndex: number;
     primIndex: number;
 }
@@ -15,8 +15,8 @@ export interface UnitView {
     /** Shows a model, or nothing; the one before is freed. Resolves when it has been drawn. */
     show(glb: ArrayBuffer | undefined, footprint: [x: number, z: number], isSame: boolean): Promise<void>;
     pose(transforms: readonly PieceTransform[]): void;
-    /** A piece, the faces that were clicked, and those that something was found at. */
-    mark(piece: number | undefined, picked: readonly Hit[], lit: readonly Hit[]): void;
+    /** A piece, which glows at a stop, the faces that were clicked, and those that something was found at. */
+    mark(piece: number | undefined, picked: readonly Hit[], lit: readonly Hit[], isGlowing: boolean): void;
     setCamera(kind: CameraKind): void;
     setLight(constants: RenderConstants): void;
     /** Takes the colours of the style sheet again. */
@@ -94,11 +94,13 @@ export function createUnitView(canvas: HTMLCanvasElement, picked: (hit: Hit | un
             await stage.drawn();
         },
         pose(transforms) { model?.setPose(transforms); requestDraw(); },
-        mark(piece, picked, lit) {
+        mark(piece, picked, lit, isGlowing) {
+            const glow = { color: styleColor("--lit"), opacity: 0.6 };
             model?.mark([
                 // faces are easier to see when their piece stays as it is
-                { piece: picked.length > 0 ? undefined : piece, color: styleColor("--accent"), opacity: 0.35 },
-                { faces: lit, color: styleColor("--lit"), opacity: 0.55 }, { faces: picked, color: styleColor("--accent"), opacity: 0.8 },
+                { piece: picked.length > 0 ? undefined : piece,
+                    ...isGlowing ? glow : { color: styleColor("--accent"), opacity: 0.5 } },
+                { faces: lit, ...glow }, { faces: picked, color: styleColor("--accent"), opacity: 0.8 },
             ]);
             requestDraw();
         },

@@ -1,10 +1,10 @@
 import type { ComponentChildren } from "preact";
 import { useSignal } from "@preact/signals";
 import { keyText } from "../keys";
-import { asError } from "../work/newest";
-import { say } from "../store/connection";
+import { messageOf } from "../work/newest";
+import { complain, endComplaint } from "../store/connection";
 
-export interface ButtonProps {
+interface ButtonProps {
     children: ComponentChildren;
     /** What it does; for an icon also its name. */
     title: string;
@@ -16,10 +16,13 @@ export interface ButtonProps {
     disabled?: string | false | undefined;
     kind?: "plain" | "main" | "icon";
     isPressed?: boolean;
+    /** Of a dialog's buttons the one that Enter takes. */
+    isFocused?: boolean;
     tabIndex?: number;
 }
 
-export function Button({ children, title, verb, onPress, disabled, kind = "plain", isPressed, tabIndex }: ButtonProps) {
+export function Button({ children, title, verb, onPress, disabled, kind = "plain", isPressed, isFocused,
+    tabIndex }: ButtonProps) {
     const isBusy = useSignal(false);
     const key = verb ? keyText(verb) : "";
 
@@ -29,8 +32,9 @@ export function Button({ children, title, verb, onPress, disabled, kind = "plain
         isBusy.value = true;
         try {
             await onPress();
+            endComplaint();
         } catch (error) {
-            say(asError(error).message);
+            complain(messageOf(error));
         } finally {
             isBusy.value = false;
         }
@@ -39,7 +43,8 @@ export function Button({ children, title, verb, onPress, disabled, kind = "plain
     return (
         <button type="button" class={`button ${kind}`} title={(disabled || title) + (key && ` (${key})`)}
             aria-label={kind === "icon" ? title : undefined} aria-disabled={disabled ? true : undefined}
-            aria-pressed={isPressed} aria-busy={isBusy.value || undefined} tabIndex={tabIndex} onClick={press}>
+            aria-pressed={isPressed} aria-busy={isBusy.value || undefined} tabIndex={tabIndex} autofocus={isFocused}
+            onClick={press}>
             {children}
         </button>
     );

@@ -1,7 +1,7 @@
 import { useId } from "preact/hooks";
 import type { ComponentChildren } from "preact";
 
-export interface FieldProps {
+interface FieldProps {
     label: string;
     value: string;
     onInput: (value: string) => void;
@@ -49,7 +49,7 @@ export function Field(props: FieldProps) {
     );
 }
 
-export interface ChoiceProps {
+interface ChoiceProps {
     label: string;
     value: string;
     options: readonly { value: string; text: string }[];

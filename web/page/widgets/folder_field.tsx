@@ -2,7 +2,6 @@ import { useSignal } from "@preact/signals";
 import { useEffect } from "preact/hooks";
 import type { FolderListing } from "../../wire";
 import { ask } from "../ask";
-import { newestNext } from "../work/newest";
 import { Field } from "./field";
 
 /** A path with suggestions; says at once when nothing is there, unless it may be made. */
@@ -13,14 +12,11 @@ export function FolderField({ label, value, onInput, onEnter, isFocused, mayBeNe
     const below = useSignal<FolderListing | undefined>(undefined);
     useEffect(() => {
         let isOver = false;
-        void newestNext(async () => {
-            const path = value.trim();
-            const [own, parent] = path === "" ? [undefined, undefined]
-                : await Promise.all([ask("server-folders", { path }), ask("server-folders", { path: path.replace(/[^\\/]*$/, "") || "/" })]);
+        void look(value.trim()).then(([own, parent]) => {
             if (isOver) return;
             listing.value = own;
             below.value = own?.exists ? own : parent;
-        })();
+        }, () => {}); // without the server there are no suggestions
         return () => { isOver = true; };
     }, [value]);
     const isMissing = !mayBeNew && value.trim() !== "" && listing.value?.exists === false;
@@ -28,4 +24,10 @@ export function FolderField({ label, value, onInput, onEnter, isFocused, mayBeNe
     return <Field label={label} value={value} onInput={onInput} {...(onEnter ? { onEnter } : {})} {...(isFocused ? { isFocused } : {})} {...(hint ? { hint } : {})}
         error={isMissing ? "no such folder" : undefined}
         choices={here?.exists ? here.folders.slice(0, 200).map((name) => `${here.path.replace(/\/$/, "")}/${name}`) : []} />;
+}
+
+/** What lies in the folder, and in the one that its name begins in. */
+async function look(path: string): Promise<FolderListing[]> {
+    const parent = path.replace(/[^\\/]*$/, "") || "/";
+    return path === "" ? [] : Promise.all([path, parent].map((one) => ask("server-folders", { path: one })));
 }

@@ -7,7 +7,7 @@ export const ROW_HEIGHT = 24;
 /** Rows beyond the edges that are drawn, so that scrolling shows no gaps. */
 const SPARE_ROWS = 12;
 
-export interface Sight {
+interface Sight {
     first: number;
     count: number;
 }

@@ -1,10 +1,10 @@
 import type { ComponentChildren } from "preact";
 import { useSignal } from "@preact/signals";
-import { useEffect, useId, useMemo, useRef } from "preact/hooks";
+import { useMemo } from "preact/hooks";
 import { flattenTree, type TreeRow } from "../work/tree_rows";
-import { AT_FIRST, ROW_HEIGHT, rowsInSight, showRow, useSight } from "./rows";
+import { List } from "./list";
 
-export interface TreeProps<T> {
+interface TreeProps<T> {
     label: string;
     roots: readonly T[];
     keyOf: (node: T) => string;
@@ -21,81 +21,24 @@ export interface TreeProps<T> {
     onKey?: (event: KeyboardEvent, node: T | undefined) => boolean;
 }
 
-const INDENT = 14;
-
-/** A tree, of which only the rows in sight exist. Right opens, Left closes or goes to the parent. */
-export function Tree<T>(props: TreeProps<T>) {
-    const { label, roots, keyOf, childrenOf, textOf, openLevels = 1 } = props;
-    const id = useId();
-    const scroller = useRef<HTMLDivElement>(null);
-    const sight = useSignal(AT_FIRST);
+/** A list whose rows lie below one another. */
+export function Tree<T>({ label, roots, keyOf, childrenOf, textOf, cell, selected, openLevels = 1, empty,
+    ...on }: TreeProps<T>) {
     /** Those that differ from what `openLevels` says. */
     const toggled = useSignal<ReadonlySet<string>>(new Set());
-    const active = useSignal<string | undefined>(undefined);
     const rows = useMemo(() => flattenTree(roots, keyOf, childrenOf, openLevels, toggled.value),
         [roots, toggled.value, openLevels]);
-    const activeKey = props.selected ?? active.value;
-    const at = activeKey === undefined ? -1 : rows.findIndex((row) => row.key === activeKey);
 
-    useSight(scroller, sight);
-    useEffect(() => showRow(scroller.current, at), [at]);
-
-    function choose(index: number): void {
-        const row = rows[Math.min(Math.max(index, 0), rows.length - 1)];
-        if (!row) return;
-        active.value = row.key;
-        props.onSelect?.(row.node);
-    }
-
-    function toggle(key: string): void {
+    function toggle({ key }: TreeRow<T>): void {
         const next = new Set(toggled.peek());
         if (!next.delete(key)) next.add(key);
         toggled.value = next;
     }
 
-    function activate(row: TreeRow<T>): void {
-        if (props.onActivate && row.isOpen === undefined) props.onActivate(row.node);
-        else if (row.isOpen !== undefined) toggle(row.key);
-    }
-
-    function press(event: KeyboardEvent): void {
-        if (event.ctrlKey || event.altKey || event.metaKey) return;
-        const row = rows[at];
-        const next = { ArrowDown: at + 1, ArrowUp: at - 1, Home: 0, End: rows.length - 1, PageDown: at + 10, PageUp: at - 10 }[event.key];
-        if (next !== undefined) choose(next);
-        else if (event.key === "ArrowRight" && row) { if (row.isOpen === false) toggle(row.key); else choose(at + 1); }
-        else if (event.key === "ArrowLeft" && row) { if (row.isOpen) toggle(row.key); else if (row.parent >= 0) choose(row.parent); }
-        else if (event.key === "Enter" && row) activate(row);
-        else if (props.onKey?.(event, row?.node)) { /* handled */ }
-        else if (event.key.length === 1 && event.key !== " ") {
-            const letter = event.key.toLowerCase();
-            const found = rows.findIndex((one, i) => i > at && textOf(one.node).toLowerCase().startsWith(letter));
-            choose(found >= 0 ? found : Math.max(0, rows.findIndex((one) => textOf(one.node).toLowerCase().startsWith(letter))));
-        } else return;
-        event.preventDefault();
-        event.stopPropagation();
-    }
-
-    const [first, last] = rowsInSight(sight.value, rows.length);
-    return (
-        <div class="list">
-            <div ref={scroller} class="scroller" role="tree" aria-label={label} tabIndex={0}
-                aria-activedescendant={at >= 0 ? `${id}-${at}` : undefined} onKeyDown={press}>
-                {rows.length === 0 && <p class="empty">{props.empty}</p>}
-                <div class="rows" role="presentation" style={{ height: `${rows.length * ROW_HEIGHT}px` }}>
-                    {rows.slice(first, last).map((row, i) => (
-                        <div key={row.key} id={`${id}-${first + i}`} role="treeitem" class="row tree-row"
-                            aria-level={row.level + 1} aria-expanded={row.isOpen} aria-selected={first + i === at}
-                            aria-setsize={row.siblings} aria-posinset={row.place + 1}
-                            style={{ top: `${(first + i) * ROW_HEIGHT}px`, paddingLeft: `${row.level * INDENT + 4}px` }}
-                            onClick={() => choose(first + i)} onDblClick={() => activate(row)}>
-                            <span aria-hidden="true" class={`twist ${row.isOpen === undefined ? "leaf" : row.isOpen ? "open" : "closed"}`}
-                                onClick={(event) => { event.stopPropagation(); if (row.isOpen !== undefined) toggle(row.key); }} />
-                            {props.cell(row.node)}
-                        </div>
-                    ))}
-                </div>
-            </div>
-        </div>
-    );
+    return <List<TreeRow<T>> label={label} items={rows} keyOf={({ key }) => key} textOf={({ node }) => textOf(node)}
+        selected={selected}
+        levels={{ rowOf: (row) => row, toggle }} columns={[{ width: "1fr", cell: ({ node }) => cell(node) }]}
+        empty={empty}
+        onSelect={({ node }) => on.onSelect?.(node)} onActivate={on.onActivate && (({ node }) => on.onActivate!(node))}
+        onKey={on.onKey && ((event, row) => on.onKey!(event, row?.node))} />;
 }

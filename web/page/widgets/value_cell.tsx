@@ -1,5 +1,6 @@
 import { useSignal } from "@preact/signals";
-import { say } from "../store/connection";
+import { complain, endComplaint } from "../store/connection";
+import { readInteger } from "../work/arguments";
 import { messageOf } from "../work/newest";
 
 interface CellProps<T> {
@@ -12,8 +13,10 @@ interface CellProps<T> {
 /** A whole number in a row that can be written. */
 export function ValueCell({ label, value, isActive, write }: CellProps<number>) {
     return <TextCell label={label} value={String(value)} isActive={isActive} isNumber
-        faultOf={(text) => /^-?\d+$/.test(text.trim()) ? "" : "not a whole number"} write={(text) => write(Number(text))} />;
+        faultOf={(text) => wordsOf(readInteger(text))} write={(text) => write(Number(readInteger(text)))} />;
 }
+
+const wordsOf = (result: number | string): string => typeof result === "string" ? result : "";
 
 /** A text in a row that can be written: Enter writes, Escape takes back. */
 export function TextCell({ label, value, isActive, write, faultOf, isNumber, isQuiet }:
@@ -25,13 +28,14 @@ export function TextCell({ label, value, isActive, write, faultOf, isNumber, isQ
         const text = typed.peek();
         if (text === undefined) return;
         error.value = faultOf?.(text) ?? "";
-        if (error.peek() !== "") return;
+        if (error.peek() !== "") return complain(`${label}: ${error.peek()}`);
         try {
             if (text !== value) await write(text);
             typed.value = undefined;
+            endComplaint();
         } catch (failure) {
             error.value = messageOf(failure);
-            say(error.peek());
+            complain(error.peek());
         }
     }
 

@@ -12,7 +12,7 @@ export function comparedKeys(definitions: readonly Fbi[], onlyDifferent: boolean
     const keys = [...new Set(definitions.flatMap((one) => Object.keys(one)))].sort();
     const rows = keys.map((key): ComparedKey => {
         const values = definitions.map((one: Readonly<Record<string, unknown>>) => {
-            const value = one[key];
+            const value = Object.hasOwn(one, key) ? one[key] : undefined;
             return Array.isArray(value) ? value.join(", ") : shownValue(value);
         });
         return { key, values, differs: new Set(values).size > 1 };

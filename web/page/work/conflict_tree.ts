@@ -21,7 +21,7 @@ const KINDS: Record<Conflict["kind"], string> = {
     "missing-explode-as": "Explosions that are missing",
 };
 
-export const nameOfConflict = (one: Conflict): string => one.kind === "weapon-name-collision" ? one.asset : one.unitName;
+const nameOfConflict = (one: Conflict): string => one.kind === "weapon-name-collision" ? one.asset : one.unitName;
 
 /** By kind, warnings before notes; within a kind as found. */
 export function conflictTree(found: readonly Conflict[], search: string): ConflictNode[] {

@@ -28,18 +28,20 @@ function lastByKey(scan: TdfText): Map<string, Assignment> {
 
 /** Those that are set in the text's order, then all that could be set, by name. */
 export function definitionRows(text: string, known: Fbi | undefined, baseline: Fbi | undefined): DefinitionRow[] {
-    const kinds: Readonly<Record<string, unknown>> = known ?? {};
-    const before: Readonly<Record<string, unknown>> = baseline ?? {};
+    // any word can be a key: what every object has is none of them
+    const kinds = new Map<string, unknown>(Object.entries(known ?? {}));
+    const before = new Map<string, unknown>(Object.entries(baseline ?? {}));
     const set = lastByKey(scanTdf(text));
     const row = (key: string, value: string, isSet: boolean): DefinitionRow => {
         const lower = key.toLowerCase();
-        const base = before[lower];
+        const base = before.get(lower);
         const differs = base !== undefined && !Array.isArray(base) && !readsAs(value, base);
-        return { key, kind: kindOf(kinds[lower]), value, isSet, ...(differs ? { baseline: shownValue(base) } : {}) };
+        return { key, kind: kindOf(kinds.get(lower)), value, isSet,
+            ...(differs ? { baseline: shownValue(base) } : {}) };
     };
-    const unset = Object.keys(kinds).filter((key) => !set.has(key) && !Array.isArray(kinds[key])).sort();
+    const unset = [...kinds.keys()].filter((key) => !set.has(key) && !Array.isArray(kinds.get(key))).sort();
     return [...[...set.values()].map(({ key, value }) => row(key, value, true)),
-        ...unset.map((key) => row(key, shownValue(kinds[key]), false))];
+        ...unset.map((key) => row(key, shownValue(kinds.get(key)), false))];
 }
 
 const kindOf = (value: unknown): KeyKind => typeof value === "boolean" ? "flag" : typeof value === "number" ? "number" : "text";

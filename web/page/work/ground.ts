@@ -7,7 +7,7 @@ export interface Heights {
     cellSize: number;
 }
 
-export interface GroundGeometry {
+interface GroundGeometry {
     /** Map pixels: x to the east, y up, z to the south. */
     positions: Float32Array;
     /** From 0 to 1 over the picture of the whole map, v downwards. */

@@ -1,6 +1,6 @@
 const ROW_BYTES = 16;
 
-export interface HexRow {
+interface HexRow {
     offset: string;
     hex: string;
     text: string;

@@ -19,7 +19,7 @@ export interface FixInput {
     words: Readonly<Partial<Record<FixWord, string>>>;
 }
 
-export interface FixRow {
+interface FixRow {
     kind: FixKind;
     title: string;
     /** One sentence on what it does. */
