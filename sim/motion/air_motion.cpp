@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "sim/fight/projectiles.h"
+#include "sim/fight/weapon_type.h"
 #include "sim/motion/landing.h"
 #include "sim/motion/steering.h"
 #include "sim/phases.h"
@@ -95,16 +97,29 @@ Fixed circleRadius(const UnitType& type) {
     return std::max(rules::kCircleRadius, turning + turning.over(2, Rounding::down));
 }
 
-/// How far on it flies after it has passed what it attacks.
-Fixed runLength(const UnitType& type) {
+/// How far before its target it lets go of what falls.
+Fixed dropLength(const WorldParts& world, const UnitType& type) {
+    const bool drops = std::ranges::any_of(type.weapons, [](const auto& weapon) {
+        return weapon && weapon->flight == Flight::dropped;
+    });
+    const std::int64_t gravity = fallPerTick(world.frame.conditions).raw();
+    if (!drops || gravity <= 0) return {};
+    const std::int64_t height = std::max(0, type.air.cruiseHeight.raw());
+    const std::uint64_t ticks = squareRoot(static_cast<std::uint64_t>(2 * height / gravity));
+    constexpr std::uint64_t kMostTicks = 150;  // from higher it does not come again for hours
+    return type.movement.maxSpeed.times(static_cast<std::int32_t>(std::min(ticks, kMostTicks)));
+}
+
+/// How far on it flies after it has passed what it attacks, so that it heads for it in time again.
+Fixed runLength(const WorldParts& world, const UnitType& type) {
     const Fixed turning = turnRadius(type, type.movement.maxSpeed);
-    return std::max(type.air.runLength, turning.times(2));
+    return std::max(type.air.runLength, turning.times(3) + dropLength(world, type));
 }
 
 /// Whether it goes straight on, be it that it has just passed its goal or is not far enough yet.
-bool passes(const Unit& unit, Fixed distance, std::int32_t off) {
+bool passes(const WorldParts& world, const Unit& unit, Fixed distance, std::int32_t off) {
     const UnitType& type = *unit.type;
-    if (unit.flight.isPassing) return distance < runLength(type);
+    if (unit.flight.isPassing) return distance < runLength(world, type);
     const Fixed turning = turnRadius(type, unit.motion.speed);
     const bool isBehind = std::abs(off) > kQuarterTurn && distance < turning.times(2);
     return isBehind || distance <= std::max(unit.motion.speed, rules::kArrivalDistance);
@@ -304,7 +319,7 @@ FlightStep planFlight(const WorldParts& world, UnitFinder& finder, const Unit& u
     if (course.manner == FlightManner::circle)
         wished = circling(toGoal, distance, circleRadius(*unit.type));
     if (course.manner == FlightManner::run) {
-        step.isPassing = passes(unit, distance, shortestDifference(unit.heading, toGoal));
+        step.isPassing = passes(world, unit, distance, shortestDifference(unit.heading, toGoal));
         if (step.isPassing) wished = unit.heading;
     }
     if (course.faced && distance <= rules::kLeastPassing)
