@@ -105,6 +105,13 @@ inline constexpr Tick kPatience = 10;
 /// Ticks without getting on after which that is told, and after which the order fails.
 inline constexpr Tick kBlockedTicks = 90;
 inline constexpr Tick kGiveUpTicks = 300;
+/// The same where friends stand in the way. Lower lets those in the middle of a jam give up, who
+/// then stand in the way of the others.
+inline constexpr Tick kGiveUpOnFriendsTicks = 1'800;
+/// Members of a group turn a corner so much farther out as they stand from the group's middle at
+/// its goal, over this, and at most that far. Less crowds them all into the cells at the corner.
+inline constexpr std::int32_t kCornerShare = 2;
+inline constexpr Fixed kWidestCorner = Fixed::fromInt(192);
 /// Who makes room leaves so many cells more than the other needs.
 inline constexpr std::int32_t kSideStepCells = 1;
 

@@ -58,6 +58,8 @@ struct MotionStep {
     Fixed distance;
     /// The end is not the goal but the nearest place that can be reached.
     bool isElsewhere = false;
+    /// It was taken, or turned: the unit lies on other ground than before.
+    bool hasMoved = false;
 };
 
 /// The same of somebody who flies.

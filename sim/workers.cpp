@@ -33,15 +33,16 @@ void Workers::runJob(Job& job) {
             const std::lock_guard lock(mutex_);
             job_ = &job;
             ++jobNumber_;
-            busyThreads_ = threads_.size();
         }
         start_.notify_all();
     }
     takeBlocks(job, 0);
     if (isShared) {
         std::unique_lock lock(mutex_);
-        done_.wait(lock, [this] { return busyThreads_ == 0; });
+        // All blocks are taken. Who wakes up only now finds no job; on a busy machine that would be
+        // waited for longer than the job takes.
         job_ = nullptr;
+        done_.wait(lock, [this] { return busyThreads_ == 0; });
     }
     if (job.failure) std::rethrow_exception(job.failure);
 }
@@ -77,6 +78,8 @@ void Workers::threadLoop(std::size_t worker) {
             if (isEnding_) return;
             lastJob = jobNumber_;
             job = job_;
+            if (!job) continue;
+            ++busyThreads_;
         }
         takeBlocks(*job, worker);
         {

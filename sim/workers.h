@@ -64,6 +64,7 @@ private:
     Job* job_ = nullptr;
     /// Counts the jobs, so that a thread takes part in each only once.
     std::size_t jobNumber_ = 0;
+    /// Threads that are at the job.
     std::size_t busyThreads_ = 0;
     bool isEnding_ = false;
     std::vector<std::thread> threads_;

@@ -122,7 +122,9 @@ void beBlocked(WorldParts& world, Unit& unit, const MotionStep& step, const Cell
     // A queue gets on as its head does; only where each waits for the other they all count on.
     if (waits)
         motion.blockedTicks = std::min(motion.blockedTicks, blocker->motion.blockedTicks + 1);
-    if (motion.blockedTicks >= rules::kGiveUpTicks) return giveUp(unit, step, blocker);
+    const bool isFriend = blocker && blocker->player == unit.player;
+    const Tick longest = isFriend ? rules::kGiveUpOnFriendsTicks : rules::kGiveUpTicks;
+    if (motion.blockedTicks >= longest) return giveUp(unit, step, blocker);
     if (blocker) makeRoom(world, *blocker, unit);
     // Who goes on by himself is waited for, each a little longer than the next.
     const Tick patience = waits ? rules::kPatience + static_cast<Tick>(unit.id % 8) : 0;

@@ -71,12 +71,6 @@ void stepTo(WorldParts& world, Unit& unit, GroundPoint place, const CellRect& fr
     unit.place = place;
 }
 
-/// Where it would come to be after so long a way in a direction.
-GroundPoint ahead(const Unit& unit, Angle heading, Fixed length) {
-    const Vector way = vectorOf(heading, {}, length);
-    return {unit.place.x + way.x, unit.place.z + way.z};
-}
-
 /// Counts how long it has not got on.
 void noteProgress(WorldParts& world, Unit& unit, bool getsOn, bool wantsTo) {
     UnitMotion& motion = unit.motion;
@@ -157,7 +151,7 @@ bool hasArrived(const Unit& unit, const MotionStep& step) {
            (goesOn(unit) || unit.motion.speed <= unit.type->movement.brakeRate);
 }
 
-void applyStep(WorldParts& world, Unit& unit, const MotionStep& step, bool hasGoal) {
+void applyStep(WorldParts& world, Unit& unit, MotionStep& step, bool hasGoal) {
     const bool turns = unit.heading != step.heading;
     unit.heading = step.heading;
     unit.motion.speed = step.speed;
@@ -171,7 +165,7 @@ void applyStep(WorldParts& world, Unit& unit, const MotionStep& step, bool hasGo
     const bool turnsOnly = turns && step.speed == Fixed();
     noteProgress(world, unit, getsOn || turnsOnly,
                  hasGoal && unit.motion.arrival == Arrival::underWay);
-    if (turns || unit.place != before) settleOnGround(world, unit);
+    step.hasMoved = turns || unit.place != before;
 }
 
 Fixed surfaceAt(const WorldParts& world, const Unit& unit, GroundPoint place) {
@@ -191,15 +185,15 @@ void settleOnGround(const WorldParts& world, Unit& unit) {
     if (unit.type->movement.isUpright || unit.type->canFly) return;
     const Fixed length = Fixed::fromInt(unit.type->footprintZ * kCellPixels);
     const Fixed width = Fixed::fromInt(unit.type->footprintX * kCellPixels);
-    const Fixed halfLength = length.over(2, Rounding::down),
-                halfWidth = width.over(2, Rounding::down);
-    const Angle left = unit.heading + Angle::fromSteps(kQuarterTurn);
-    const auto heightAt = [&](Angle direction, Fixed distance) {
-        return surfaceAt(world, unit, ahead(unit, direction, distance));
+    const Vector ahead = vectorOf(unit.heading, {}, length.over(2, Rounding::down));
+    const Vector left =
+        vectorOf(unit.heading + Angle::fromSteps(kQuarterTurn), {}, width.over(2, Rounding::down));
+    const auto rise = [&](const Vector& way) {
+        return surfaceAt(world, unit, {unit.place.x + way.x, unit.place.z + way.z}) -
+               surfaceAt(world, unit, {unit.place.x - way.x, unit.place.z - way.z});
     };
-    unit.pitch =
-        angleOf(heightAt(unit.heading, halfLength) - heightAt(unit.heading, -halfLength), length);
-    unit.roll = angleOf(heightAt(left, halfWidth) - heightAt(left, -halfWidth), width);
+    unit.pitch = angleOf(rise(ahead), length);
+    unit.roll = angleOf(rise(left), width);
 }
 
 void stepRoutes(WorldParts& world, TickScratch& scratch) {
@@ -227,6 +221,10 @@ void stepMotion(WorldParts& world, TickScratch& scratch) {
                   scratch.wishes[unit.slot()].goal.has_value());
         ++scratch.counts.steps;
     }
+    world.workers.forEach(scratch.steps.size(), kUnitsPerBlock, [&](std::size_t slot, std::size_t) {
+        if (scratch.steps[slot].hasMoved)
+            settleOnGround(before, *world.state.units.at(static_cast<std::uint32_t>(slot)));
+    });
 }
 
 }  // namespace orb::sim

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdlib>
 
+#include "sim/rules.h"
+
 namespace orb::sim {
 namespace {
 
@@ -141,6 +143,27 @@ GroundPoint middleAt(const MovementLimits& limits, Cell cell) {
     return CellRect{cell, limits.footprintX, limits.footprintZ}.center();
 }
 
+/// Where a member of a group turns the corner that the group's way has there: the farther from the
+/// group's middle his own place is, the farther out, as far as the straight line there is free.
+GroundPoint besideCorner(const Way& way, const ClassGrid& grid, const MovementLimits& limits,
+                         GroundPoint corner, std::uint8_t worst) {
+    const Fixed apart = lengthOf(way.goal.x - way.gathering.x, way.goal.z - way.gathering.z);
+    const Vector across{-(corner.z - way.place.z), {}, corner.x - way.place.x};
+    for (Fixed out =
+             std::min(apart.over(rules::kCornerShare, Rounding::down), rules::kWidestCorner);
+         out >= Fixed::fromInt(kCellPixels); out = out.over(2, Rounding::down)) {
+        const Vector side = withLength(across, out);
+        for (const Vector& offset : {side, -side}) {
+            const GroundPoint place{corner.x + offset.x, corner.z + offset.z};
+            const Cell cell = footprintAt(place, limits.footprintX, limits.footprintZ).corner;
+            if (cell != cellAt(grid, limits, place)) continue;
+            const std::uint8_t met = worstOnLine(grid, limits, way.place, place);
+            if (met != kNoStep && met <= worst) return place;
+        }
+    }
+    return corner;
+}
+
 bool standsAsNear(const Way& way, const MovementLimits& limits, Cell cell) {
     if (way.start != way.cell) return false;
     const GroundPoint aim = way.seeksOwnGoal ? way.goal : way.gathering;
@@ -186,6 +209,10 @@ RouteStep stepAlong(const Way& way, const ClassGround& ground, const MovementLim
         const std::uint8_t worst = worstOnLine(ground.grid, limits, way.place, middleOf(number));
         if (worst != kNoStep && worst <= ahead.worst[number - 1]) break;
     }
+    if (number > 1 && number < ahead.count && way.goal != way.gathering)
+        return {way.state,
+                besideCorner(way, ground.grid, limits, middleOf(number), ahead.worst[number - 1]),
+                false};
     const bool isEnd = ahead.reachesEnd && number == ahead.count && !way.isProvisional &&
                        way.aim == cellAt(ground.grid, limits, way.goal);
     return {way.state, middleOf(number), isEnd};

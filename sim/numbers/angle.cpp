@@ -127,6 +127,10 @@ Angle angleOf(std::int64_t opposite, std::int64_t along) {
 }
 
 Vector vectorOf(Angle heading, Angle pitch, Fixed length) {
+    if (pitch == Angle())
+        return {length.times(sine(heading), Rounding::nearest),
+                {},
+                length.times(cosine(heading), Rounding::nearest)};
     const Fixed flat = length.times(cosine(pitch), Rounding::nearest);
     return {flat.times(sine(heading), Rounding::nearest),
             length.times(sine(pitch), Rounding::nearest),

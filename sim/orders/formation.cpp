@@ -51,6 +51,19 @@ std::vector<std::size_t> byDistance(std::span<Unit* const> units, GroundPoint pl
     return order;
 }
 
+Cell cornerAt(const Unit& unit, GroundPoint place) {
+    return footprintAt(place, unit.type->footprintX, unit.type->footprintZ).corner;
+}
+
+/// The unit can get there from the place, or where it cannot stand at that, from where it is.
+bool isReachable(const WorldParts& world, const Unit& unit, GroundPoint place, GroundPoint wished) {
+    for (const GroundPoint from : {place, unit.place})
+        if (canStandAt(world, unit, from))
+            return world.state.routes.areConnected(unit.motion.movementClass, cornerAt(unit, from),
+                                                   cornerAt(unit, wished));
+    return true;
+}
+
 }  // namespace
 
 std::vector<GroundPoint> formation(const WorldParts& world, std::span<Unit* const> units,
@@ -65,7 +78,9 @@ std::vector<GroundPoint> formation(const WorldParts& world, std::span<Unit* cons
             const Cell offset = spiral.next();
             const GroundPoint wished{place.x + Fixed::fromInt(offset.x * gap),
                                      place.z + Fixed::fromInt(offset.z * gap)};
-            if (!canStandAt(world, *units[i], wished)) continue;
+            if (!canStandAt(world, *units[i], wished) ||
+                !isReachable(world, *units[i], place, wished))
+                continue;
             places[i] = wished;
             --tries;
             break;

@@ -100,6 +100,12 @@ bool Routes::fits(std::uint32_t movementClass, Cell cell) const {
     return movementClass == kNoMovementClass || grounds_[movementClass].grid.fits(cell);
 }
 
+bool Routes::areConnected(std::uint32_t movementClass, Cell from, Cell to) const {
+    if (movementClass == kNoMovementClass) return true;
+    const SectorGraph& graph = grounds_[movementClass].graph;
+    return graph.componentAt(from) == graph.componentAt(to);
+}
+
 void Routes::dropDerived() {
     grounds_.clear();
     fields_.dropAll();

@@ -52,6 +52,10 @@ public:
     /// class it fits everywhere.
     bool fits(std::uint32_t movementClass, Cell cell) const;
 
+    /// There is a way from one cell to the other, as of the last `update`; without a class there
+    /// always is. The footprint fits at both.
+    bool areConnected(std::uint32_t movementClass, Cell from, Cell to) const;
+
     /// The last one of a walker in a tick counts.
     void wish(const RouteWish& wish) { wishes_.push_back(wish); }
     /// Once a tick, in the phase of the routes.

@@ -200,24 +200,28 @@ TEST(Motion, WhoCannotGetNearerStaysWhereHeIs) {
 }
 
 TEST(Motion, ManyPassAGapAndNoTwoShareACell) {
-    Battlefield field;
-    build(field, 40, 38, 42);
-    std::vector<std::int64_t> ids;
-    const auto type = walkerType();
-    for (const GroundPoint& place : blockPlaces(*type, at(640, 300), 30)) {
-        const Unit& unit = field.place(type, 1, place.x.toNumber(), place.z.toNumber());
-        ids.push_back(unit.id);
-    }
-    giveOrder(field.world, field.scratch, ids, orderTo(640, 1'000));
-    for (int i = 0; i < 3'000 && field.all<OrderDone>().size() < ids.size(); ++i) {
-        field.tick();
+    for (const auto& [count, gap] : {std::pair{30, 4}, {120, 3}}) {
+        Battlefield field;
+        build(field, 40, 38, 38 + gap);
+        std::vector<std::int64_t> ids;
+        const auto type = walkerType();
+        for (const GroundPoint& place :
+             blockPlaces(*type, at(640, 300), static_cast<std::size_t>(count))) {
+            const Unit& unit = field.place(type, 1, place.x.toNumber(), place.z.toNumber());
+            ids.push_back(unit.id);
+        }
+        giveOrder(field.world, field.scratch, ids, orderTo(640, 960));
+        for (int i = 0; i < 6'000 && field.all<OrderDone>().size() < ids.size(); ++i) {
+            field.tick();
+            for (const Unit& unit : field.world.state.units)
+                ASSERT_TRUE(field.world.state.occupancy.isFreeFor(ownerOf(unit), unit.cells()))
+                    << unit.id << " at tick " << i;
+        }
+        EXPECT_EQ(field.all<OrderDone>().size(), ids.size());
+        EXPECT_TRUE(field.all<OrderFailed>().empty());
         for (const Unit& unit : field.world.state.units)
-            ASSERT_TRUE(field.world.state.occupancy.isFreeFor(ownerOf(unit), unit.cells()))
-                << unit.id << " at tick " << i;
+            EXPECT_LT(distance(unit, 640, 960), count == 30 ? 250 : 450);
     }
-    EXPECT_EQ(field.all<OrderDone>().size(), ids.size());
-    EXPECT_TRUE(field.all<OrderFailed>().empty());
-    for (const Unit& unit : field.world.state.units) EXPECT_LT(distance(unit, 640, 1'000), 300);
 }
 
 TEST(Motion, IdleFriendsMakeRoomEnemiesDoNot) {
