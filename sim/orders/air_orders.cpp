@@ -38,6 +38,8 @@ void flyAt(const WorldParts& world, const Unit& unit, const UnitWish::Attack& at
     const Fixed reach =
         reachOnGround(attackReach(rangesOf(world, unit, attack)), unit.altitude - attack.place.y);
     if (!isWithin(unit, ground, reach)) return;
+    // Something is in the way of its shots: it comes nearer.
+    if (lacksShot(unit, attack.slot) && !isWithin(unit, ground, rules::kAttackMargin)) return;
     wish.goal = unit.place;
     wish.flight.manner = FlightManner::hold;
 }

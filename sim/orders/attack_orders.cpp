@@ -20,4 +20,16 @@ std::optional<OrderProgress> takeAim(const WorldParts& world, const Unit& unit, 
     return std::nullopt;
 }
 
+bool lacksShot(const Unit& unit, std::int8_t slot) {
+    bool lacks = false;
+    for (std::size_t i = 0; i < unit.weapons.size(); ++i) {
+        const WeaponState& weapon = unit.weapons[i];
+        const bool isMeant = slot < 0 || static_cast<std::size_t>(slot) == i;
+        if (!isMeant || !weapon.isOrdered || weapon.aim == AimKind::nothing) continue;
+        if (!weapon.lacksShot) return false;
+        lacks = true;
+    }
+    return lacks;
+}
+
 }  // namespace orb::sim

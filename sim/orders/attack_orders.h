@@ -13,4 +13,8 @@ namespace orb::sim {
 std::optional<OrderProgress> takeAim(const WorldParts& world, const Unit& unit, const Order& order,
                                      UnitWish& wish);
 
+/// None of the weapons that are to attack, `slot` or all of them with -1, could hit from where the
+/// unit is.
+bool lacksShot(const Unit& unit, std::int8_t slot);
+
 }  // namespace orb::sim

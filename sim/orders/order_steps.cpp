@@ -51,19 +51,6 @@ OrderProgress move(Unit& unit, const Order& order, UnitWish& wish) {
     return kUnderWay;
 }
 
-/// None of the weapons that are to attack could hit from where the unit is.
-bool lacksShot(const Unit& unit, std::int8_t slot) {
-    bool lacks = false;
-    for (std::size_t i = 0; i < unit.weapons.size(); ++i) {
-        const WeaponState& weapon = unit.weapons[i];
-        const bool isMeant = slot < 0 || static_cast<std::size_t>(slot) == i;
-        if (!isMeant || !weapon.isOrdered || weapon.aim == AimKind::nothing) continue;
-        if (!weapon.lacksShot) return false;
-        lacks = true;
-    }
-    return lacks;
-}
-
 /// Goes nearer until it has a shot or gets no nearer; then it waits for the target to move.
 void seekShot(const WorldParts& world, Unit& unit, GroundPoint place, UnitWish& wish) {
     const Tick turn = world.state.tick + static_cast<Tick>(unit.id);
