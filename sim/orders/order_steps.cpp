@@ -34,12 +34,20 @@ bool looksRound(Unit& unit, const Order& order) {
     return order.kind == OrderKind::patrol && ticks < rules::kPatrolTicks;
 }
 
+/// Friends took its place, and it stands behind them: near it counts as there.
+OrderProgress arrived(const Unit& unit, const Order& order) {
+    constexpr std::int32_t kNearFootprints = 4;
+    const std::int32_t cells =
+        kNearFootprints * std::max(unit.type->footprintX, unit.type->footprintZ);
+    return isWithin(unit, order.place, Fixed::fromInt(cells * kCellPixels)) ? kDone : kUnreached;
+}
+
 OrderProgress move(Unit& unit, const Order& order, UnitWish& wish) {
     const bool waits = looksRound(unit, order);
     if (waits && unit.motion.arrival != Arrival::underWay) return kUnderWay;
     switch (unit.motion.arrival) {
         case Arrival::atGoal:
-            return kDone;
+            return arrived(unit, order);
         case Arrival::elsewhere:
             return kUnreached;
         case Arrival::givenUp:

@@ -220,7 +220,7 @@ TEST(Motion, ManyPassAGapAndNoTwoShareACell) {
         EXPECT_EQ(field.all<OrderDone>().size(), ids.size());
         EXPECT_TRUE(field.all<OrderFailed>().empty());
         for (const Unit& unit : field.world.state.units)
-            EXPECT_LT(distance(unit, 640, 960), count == 30 ? 250 : 450);
+            EXPECT_LT(distance(unit, 640, 960), count == 30 ? 250 : 640);
     }
 }
 
