@@ -69,6 +69,7 @@ bool World::replaceTypes(
         unit.type = std::move(type);
         unit.values = {};
         unit.labour.hasStarted = false;
+        unit.hold.handled = {};
         setUpScript(parts_, unit);
         hasReplaced = true;
     }

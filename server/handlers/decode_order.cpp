@@ -26,7 +26,8 @@ void checkAim(OrderMembers& members) {
     auto& [word, request, product, slot, x, z, value] = members;
     using Aim = sim::OrderRule::Aim;
     const sim::OrderRule& rule = sim::orderRule(request.kind);
-    if (!rule.takesTarget()) request.target.reset();
+    const bool isUnload = request.kind == OrderKind::unload;  // takes both
+    if (!rule.takesTarget() && !isUnload) request.target.reset();
     if (request.kind != OrderKind::reclaim) request.feature.reset();
     if (rule.takesPlace() && x && z)
         request.place = {sim::Fixed::fromNumber(*x), sim::Fixed::fromNumber(*z)};
@@ -41,7 +42,7 @@ void checkAim(OrderMembers& members) {
     if (rule.takesPlace() && !hasTarget && x.has_value() != z.has_value())
         throw RequestError(word + " needs x and z");
     // A unit goes before a feature and a place.
-    if (!request.target) return;
+    if (!request.target || isUnload) return;
     request.feature.reset();
     request.place.reset();
 }

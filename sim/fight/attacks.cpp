@@ -15,6 +15,7 @@ WeaponFault faultOf(const WorldParts& world, const Unit& unit, const UnitWish::A
     const bool isMeant = attack.slot < 0 || attack.slot == static_cast<std::int32_t>(slot);
     if (!weapon || !isMeant || weapon->isInterceptor) return WeaponFault::notThere;
     if (weapon->isCommandFire && !attack.isCommand) return WeaponFault::onlyOnCommand;
+    if (weapon->range <= Fixed()) return WeaponFault::cannotReach;
     const Unit* const target = world.state.units.find(attack.target);
     const bool reaches = attack.target ? target && target != &unit && target->isPresent() &&
                                              !hidesFrom(unit.player, *target) &&

@@ -119,6 +119,11 @@ Fixed runLength(const WorldParts& world, const UnitType& type) {
 /// Whether it goes straight on, be it that it has just passed its goal or is not far enough yet.
 bool passes(const WorldParts& world, const Unit& unit, Fixed distance, std::int32_t off) {
     const UnitType& type = *unit.type;
+    // At the map's edge it turns round.
+    const Fixed length = std::max(unit.motion.speed, rules::kArrivalDistance);
+    const Vector ahead = vectorOf(unit.heading, {}, length);
+    const GroundPoint next{unit.place.x + ahead.x, unit.place.z + ahead.z};
+    if (overMap(world.frame.terrain, type, next) != next) return false;
     if (unit.flight.isPassing) return distance < runLength(world, type);
     const Fixed turning = turnRadius(type, unit.motion.speed);
     const bool isBehind = std::abs(off) > kQuarterTurn && distance < turning.times(2);
@@ -372,13 +377,14 @@ void noteWaiting(const WorldParts& world, Unit& unit, const FlightStep& step, bo
         flight.hasSite = flight.hasLooked = false;
         const Fixed stop = std::min(stoppingDistance(unit), rules::kMostPassing);
         const Vector way = vectorOf(unit.heading, {}, stop);
-        flight.anchor = {unit.place.x + way.x, unit.place.z + way.z};
+        flight.anchor =
+            overMap(world.frame.terrain, *unit.type, {unit.place.x + way.x, unit.place.z + way.z});
         flight.looksAt = world.state.tick + rules::kLandingDelay;
     }
     if (!step.hasLooked) return;
     flight.hasLooked = true;
     flight.hasSite = step.site.has_value();
-    if (step.site) flight.site = *step.site;
+    if (step.site) flight.site = overMap(world.frame.terrain, *unit.type, *step.site);
     flight.looksAt = world.state.tick + rules::kLandingLook + static_cast<Tick>(unit.id % 16);
 }
 

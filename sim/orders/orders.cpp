@@ -153,6 +153,7 @@ bool isTargetThere(const WorldParts& world, const Unit& unit, const OrderRequest
     if (request.feature && !findFeature(world, *request.feature)) return false;
     if (!request.target) return true;
     const Unit* const target = world.state.units.withId(*request.target);
+    if (request.kind == OrderKind::unload) return target && target->carrier == unit.ref();
     const bool mustBePresent = request.kind != OrderKind::guard;
     return target && target != &unit && (!mustBePresent || target->isPresent());
 }
@@ -314,6 +315,8 @@ void setRally(Unit& factory, GroundPoint place) {
 void queueOrder(Unit& unit, const Order& order, bool isQueued) {
     if (!isQueued) unit.orders.clear();
     if (unit.orders.empty()) unit.motion.beginAnew();
+    if (orderRule(order.kind).needsWeapon)  // what was told of the last attack is told again
+        for (WeaponState& weapon : unit.weapons) weapon.toldFailure = 0;
     if (order.kind == OrderKind::patrol && !patrols(unit)) {
         Order start = order;
         start.place = start.gathering = unit.place;

@@ -254,6 +254,7 @@ OrderProgress reclaim(WorldParts& world, Unit& unit, const Order& order, UnitWis
     }
     const Unit* const target = world.state.units.find(order.target);
     if (!target || target->isDying) return kDone;
+    if (!target->isPresent()) return failedFor(OrderFailure::targetGone);
     if (target == &unit) return failedFor(OrderFailure::cannotDo);
     return workOn(world, unit, Kind::reclaim, *target, wish);
 }
@@ -262,13 +263,15 @@ OrderProgress capture(WorldParts& world, Unit& unit, const Order& order, UnitWis
     const Unit* const target = world.state.units.find(order.target);
     if (!target || !target->isPresent()) return failedFor(OrderFailure::targetGone);
     if (target->player == unit.player) return kDone;
+    // A frame is its builder's, who would go on with it.
+    if (!target->isBuilt()) return failedFor(OrderFailure::cannotDo);
     return workOn(world, unit, Kind::capture, *target, wish);
 }
 
 bool help(WorldParts& world, Unit& unit, const Unit& ward, UnitWish& wish) {
     if (unit.type->economy.workPerTick == 0) return false;
     const Unit* const site = isWhole(ward) ? siteOf(world, ward) : &ward;
-    if (!site || site->isDying || site == &unit || isWhole(*site)) return false;
+    if (!site || !site->isPresent() || site == &unit || isWhole(*site)) return false;
     return workOn(world, unit, mending(*site), *site, wish) == kUnderWay;
 }
 

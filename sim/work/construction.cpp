@@ -82,7 +82,10 @@ void capture(WorldParts& world, const Unit& unit, Unit& target, std::int64_t wor
     target.lastAttacker = {};
     target.labour.selfDestructAt = 0;
     target.labour.hasRally = false;
-    for (std::size_t slot = 0; slot < kWeaponSlots; ++slot) aimAt(world, target, slot, {});
+    for (std::size_t slot = 0; slot < kWeaponSlots; ++slot) {
+        aimAt(world, target, slot, {});
+        target.weapons[slot].stockpile = {};
+    }
     target.motion.beginAnew();
 }
 
