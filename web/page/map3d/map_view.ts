@@ -127,7 +127,11 @@ export function createMapView(canvas: HTMLCanvasElement, modelOf: ModelSource, c
             features.update(all);
             requestDraw();
         },
-        setUnits(all, selected) { units.update(all, selected); requestDraw(); },
+        setUnits(all, selected) {
+            // who rides on no piece of its carrier is inside
+            units.update(all.filter((one) => one.carrier === undefined || one.carrierPiece), selected);
+            requestDraw();
+        },
         setProjectiles(all) {
             shots.put(all.flatMap(({ x, y, z }) => [x, y, z]));
             requestDraw();
