@@ -24,7 +24,8 @@ for (const signal of ["SIGINT", "SIGTERM"] as const)
  */
 async function keptToken(): Promise<string> {
     const file = join(state, "token");
-    const isOwn = process.platform === "win32" || await stat(file).then(({ mode }) => (mode & 0o077) === 0, () => false);
+    const isOwn = process.platform === "win32"
+        || await stat(file).then(({ mode }) => (mode & 0o077) === 0, () => false);
     const known = isOwn ? await readFile(file, "utf8").catch(() => "") : "";
     if (/^[\w-]{32}$/.test(known)) return known;
     const made = newToken();

@@ -91,7 +91,8 @@ flow("runs and pauses by key, and a click with the right button orders", SMALL, 
 });
 
 const MODS = { ...SMALL, roots: (data: string) => ({
-    taDataPath: join(data, "game"), modPaths: ["works", "watch", "wings"].map((mod) => join(data, mod)), mapsPath: join(data, "maps"),
+    taDataPath: join(data, "game"), mapsPath: join(data, "maps"),
+    modPaths: ["works", "watch", "wings"].map((mod) => join(data, mod)),
 }) };
 
 flow("tells what burns, who hides and who is carried", MODS, async ({ page }) => {

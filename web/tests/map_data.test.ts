@@ -42,7 +42,8 @@ test("orders become requests, or say what they need", () => {
     assert.deepEqual(buildOrder(row("build"), [1], { ...WORDS, unit: "FENWADE", count: "3" }, true, { x: 5, z: 6 }), { order: { unitIds: [1], order: "build", unit: "FENWADE", count: 3, queue: true, x: 5, z: 6 } });
     assert.deepEqual(buildOrder(row("build"), [1], WORDS, false, { x: 5, z: 6 }), { missing: "Name the unit that is built" });
     assert.deepEqual(buildOrder(row("repair"), [1], WORDS, false, { x: 5, z: 6, unitId: 9 }), { order: { unitIds: [1], order: "repair", target: 9 } });
-    assert.deepEqual(["load", "unload", "cloak", "decloak"].map((word) => buildOrder(row(word), [1], WORDS, false, { x: 5, z: 6, unitId: 9 })), [
+    assert.deepEqual(["load", "unload", "cloak", "decloak"].map((word) =>
+        buildOrder(row(word), [1], WORDS, false, { x: 5, z: 6, unitId: 9 })), [
         { order: { unitIds: [1], order: "load", target: 9 } }, { order: { unitIds: [1], order: "unload", x: 5, z: 6 } },
         { order: { unitIds: [1], order: "cloak" } }, { order: { unitIds: [1], order: "decloak" } }]);
     assert.deepEqual(buildOrder(row("selfDestruct"), [1], WORDS, false), { order: { unitIds: [1], order: "selfDestruct" } });
@@ -62,7 +63,8 @@ test("a place is typed as two numbers or as a unit", () => {
 test("a unit's state tells what it is at, and whether it hides or is stunned", () => {
     const unit = { state: "idle", buildFraction: 1, queued: 0 } as MapUnit;
     assert.deepEqual([
-        unit, { ...unit, state: "nanoframe", buildFraction: 0.5, queued: 2 }, { ...unit, state: "loading", order: "unload", queued: 2 },
+        unit, { ...unit, state: "nanoframe", buildFraction: 0.5, queued: 2 },
+        { ...unit, state: "loading", order: "unload", queued: 2 },
         { ...unit, order: "attack", cloaked: true, stunned: 2.1 },
     ].map((one) => describeState(one as MapUnit)), [
         "idle", "frame, 50 % built", "unload, 2 queued", "attack, cloaked, stunned 3 s"]);
