@@ -1,10 +1,11 @@
 // Flow 13: maps, what stands on them, and time.
 import assert from "node:assert/strict";
+import { join } from "node:path";
 import type { Page } from "playwright-core";
 import { eventually, eventuallyMatches, flow, unitIsShown } from "./bench";
 
-async function loadMap(page: Page, schema: string): Promise<void> {
-    await unitIsShown(page, "FENDOCK");
+async function loadMap(page: Page, schema: string, firstUnit = "FENDOCK"): Promise<void> {
+    await unitIsShown(page, firstUnit);
     await page.getByRole("tab", { name: "Map", exact: true }).click();
     await page.getByLabel("Schema").selectOption({ label: schema });
     await page.getByRole("button", { name: "Load", exact: true }).click();
@@ -87,4 +88,54 @@ flow("runs and pauses by key, and a click with the right button orders", SMALL, 
     await eventuallyMatches(() => page.getByLabel("Tick", { exact: true }).textContent(), /tick [1-9]/);
     await page.keyboard.press("F8");
     await page.getByRole("toolbar", { name: "Map time" }).getByRole("button", { name: "Run", exact: true }).waitFor();
+});
+
+const MODS = { ...SMALL, roots: (data: string) => ({
+    taDataPath: join(data, "game"), mapsPath: join(data, "maps"),
+    modPaths: ["works", "watch", "wings"].map((mod) => join(data, mod)),
+}) };
+
+flow("tells what burns, who hides and who is carried", MODS, async ({ page }) => {
+    await loadMap(page, "Network 1", "FENDIG");
+    const tool = (name: string) => page.getByRole("tab", { name, exact: true }).click();
+    const put = async (name: string, where: string, what = "Unit"): Promise<void> => {
+        await tool("Place");
+        await page.getByLabel("What", { exact: true }).selectOption({ label: what });
+        await page.getByLabel("Name", { exact: true }).fill(name);
+        await page.getByLabel("Where").fill(where);
+        await page.getByRole("button", { name: "Place", exact: true }).click();
+        await page.getByText(what === "Unit" ? "1 unit placed" : `${name} placed`).waitFor();
+    };
+    const order = async (title: string, where?: string): Promise<void> => {
+        await tool("Order");
+        await page.getByRole("combobox", { name: "Order", exact: true }).selectOption({ label: title });
+        if (where) await page.getByLabel("Where").fill(where);
+        await page.getByRole("form", { name: "Order" }).getByRole("button", { name: title, exact: true }).click();
+        await page.getByText(`${title}: 1 unit`).waitFor();
+    };
+    const row = (name: string) => units(page).filter({ hasText: name });
+
+    await put("FENVEIL", "1000 400");
+    await order("Cloak");
+    await page.getByRole("button", { name: "1 s", exact: true }).click();
+    await row("FENVEIL").getByText("idle, cloaked").waitFor();
+
+    await put("FenReed", "1040 320", "Feature");
+    await put("FenReed", "1088 320", "Feature");
+    await put("FENSTEW", "1008 320");
+    await order("Kill");
+    await tool("Events");
+    await page.getByRole("button", { name: "10 s" }).click();
+    await page.getByRole("listbox", { name: "Events" }).getByText(/^feature \d+ burns/).first().waitFor();
+
+    await put("FENWADE", "300 420");
+    const id = await row("FENWADE").locator("span").first().textContent();
+    await put("FENSTORK", "200 600");
+    await order("Load", `#${id}`);
+    await row("FENSTORK").getByText("load").waitFor();
+    await page.getByRole("button", { name: "10 s" }).click();
+    await row("FENWADE").getByText("carried").waitFor();
+    await order("Unload", "300 420");
+    await page.getByRole("button", { name: "10 s" }).click();
+    await row("FENWADE").getByText("idle").waitFor();
 });

@@ -4,7 +4,7 @@ import { test } from "node:test";
 import type { MapUnit } from "protocol";
 import { groundGeometry, heightAt, type Heights } from "../page/work/ground";
 import { NOTHING, placingFault, spawnAt } from "../page/work/placing";
-import { buildOrder, describeEvent, meantBy, ORDERS, readPlace } from "../page/work/map_orders";
+import { buildOrder, describeEvent, describeState, meantBy, ORDERS, readPlace } from "../page/work/map_orders";
 
 const flat = (columns: number, rows: number, height: (x: number, z: number) => number): Heights => ({
     columns, rows, cellSize: 16, bytes: Uint8Array.from({ length: columns * rows }, (_, i) => height(i % columns, Math.floor(i / columns))),
@@ -42,6 +42,10 @@ test("orders become requests, or say what they need", () => {
     assert.deepEqual(buildOrder(row("build"), [1], { ...WORDS, unit: "FENWADE", count: "3" }, true, { x: 5, z: 6 }), { order: { unitIds: [1], order: "build", unit: "FENWADE", count: 3, queue: true, x: 5, z: 6 } });
     assert.deepEqual(buildOrder(row("build"), [1], WORDS, false, { x: 5, z: 6 }), { missing: "Name the unit that is built" });
     assert.deepEqual(buildOrder(row("repair"), [1], WORDS, false, { x: 5, z: 6, unitId: 9 }), { order: { unitIds: [1], order: "repair", target: 9 } });
+    assert.deepEqual(["load", "unload", "cloak", "decloak"].map((word) =>
+        buildOrder(row(word), [1], WORDS, false, { x: 5, z: 6, unitId: 9 })), [
+        { order: { unitIds: [1], order: "load", target: 9 } }, { order: { unitIds: [1], order: "unload", x: 5, z: 6 } },
+        { order: { unitIds: [1], order: "cloak" } }, { order: { unitIds: [1], order: "decloak" } }]);
     assert.deepEqual(buildOrder(row("selfDestruct"), [1], WORDS, false), { order: { unitIds: [1], order: "selfDestruct" } });
     assert.deepEqual(buildOrder(row("script"), [1], { ...WORDS, script: "Walk", args: "1 0x10" }, false), { order: { unitIds: [1], order: "script", name: "Walk", args: [1, 16] } });
     assert.deepEqual(buildOrder(row("script"), [1], { ...WORDS, script: "Walk", args: "x" }, false), { missing: "not a whole number: x" });
@@ -54,6 +58,16 @@ test("a place is typed as two numbers or as a unit", () => {
     assert.deepEqual(readPlace("# 6", units), { x: 100, z: 200, unitId: 6 });
     assert.deepEqual(["#7", "12", "1 2 3", "a b"].map((text) => readPlace(text, units)),
         ["no unit 7", ...Array.from({ length: 3 }, () => "not a place: two numbers, or # and a unit's id")]);
+});
+
+test("a unit's state tells what it is at, and whether it hides or is stunned", () => {
+    const unit = { state: "idle", buildFraction: 1, queued: 0 } as MapUnit;
+    assert.deepEqual([
+        unit, { ...unit, state: "nanoframe", buildFraction: 0.5, queued: 2 },
+        { ...unit, state: "loading", order: "unload", queued: 2 },
+        { ...unit, order: "attack", cloaked: true, stunned: 2.1 },
+    ].map((one) => describeState(one as MapUnit)), [
+        "idle", "frame, 50 % built", "unload, 2 queued", "attack, cloaked, stunned 3 s"]);
 });
 
 test("a click with the right button means attack, guard or move", () => {

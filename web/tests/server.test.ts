@@ -1,7 +1,10 @@
 // The server without a browser: who gets in, what happens to processes when pages and editors go.
 import assert from "node:assert/strict";
-import { readdirSync, readFileSync } from "node:fs";
+import { spawn } from "node:child_process";
+import { once } from "node:events";
+import { chmodSync, mkdtempSync, readdirSync, readFileSync, rmSync, statSync, writeFileSync } from "node:fs";
 import { request } from "node:http";
+import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { test } from "node:test";
 import WebSocket from "ws";
@@ -74,6 +77,38 @@ test("a stranger's page in the same browser gets no socket", async (t) => {
     assert.equal(await openSocket(server.address, "null").opened, false);
     assert.equal(await openSocket(`${origin}/`, origin).opened, false);
     assert.equal(await openSocket(`${origin}/${"x".repeat(32)}/`, origin).opened, false);
+});
+
+test("a server's address is the next one's too, and nobody else can read or use it", async (t) => {
+    const state = mkdtempSync(join(tmpdir(), "orb-web-"));
+    const file = join(state, "orb-unit-editor/token");
+    t.after(() => rmSync(state, { recursive: true, force: true }));
+    const started = async (): Promise<string> => {
+        const child = spawn(process.execPath, [join(OUT, "start.mjs"), "no-program", join(OUT, "page"), state],
+            { env: { ...process.env, XDG_STATE_HOME: state }, stdio: ["ignore", "pipe", "inherit"] });
+        const ended = once(child, "exit");
+        try {
+            const [told] = await once(child.stdout, "data") as [Buffer];
+            const address = /http:\S+/.exec(String(told))![0];
+            const { origin, pathname } = new URL(address);
+            assert.equal(statSync(file).mode & 0o777, 0o600);
+            assert.equal(pathname, `/${readFileSync(file, "utf8")}/`);
+            assert.equal(await openSocket(address, "http://evil.example").opened, false);
+            assert.equal((await get(origin)).status, 403);
+            assert.equal((await get(address)).headers["access-control-allow-origin"], undefined);
+            return pathname;
+        } finally {
+            child.kill();
+            await ended;
+        }
+    };
+    const first = await started();
+    assert.equal(await started(), first);
+    chmodSync(file, 0o644);
+    const other = await started();
+    assert.notEqual(other, first, "others could have read it");
+    writeFileSync(file, "short");
+    assert.notEqual(await started(), other);
 });
 
 test("a page gets an editor of its own, and it ends with the page, also in the middle of a request", async (t) => {

@@ -28,6 +28,8 @@ export interface MapView {
     setFeatures(features: readonly MapFeature[], pictureOf: FeaturePicture, of: unknown): void;
     setUnits(units: readonly MapUnit[], selected: ReadonlySet<number>): void;
     setProjectiles(projectiles: readonly MapProjectile[]): void;
+    /** Features that burn. */
+    setFires(burning: readonly MapFeature[]): void;
     setLight(constants: RenderConstants): void;
     /** Looks at a place. */
     lookAt(x: number, z: number, y: number): void;
@@ -43,6 +45,8 @@ const MAGNIFY = 1 / Math.tan(FIELD_OF_VIEW * Math.PI / 360);
 /** What flies, in map pixels. */
 const SHOT_SIZE = 5;
 const SHOT_COLOR = 0xffd24a;
+const FIRE_SIZE = 14;
+const FIRE_COLOR = 0xff6a1f;
 /** Steeper than this one looks under the ground. */
 const LOWEST_ANGLE = Math.PI * 0.47;
 /** Of the map's depth: so much is seen at first. */
@@ -60,10 +64,9 @@ export function createMapView(canvas: HTMLCanvasElement, modelOf: ModelSource, c
     controls.listenToKeyEvents(canvas);
     controls.addEventListener("change", requestDraw);
     const units = createMapUnits(modelOf, requestDraw);
-    const shots = new Points(new BufferGeometry(), new PointsMaterial({ color: SHOT_COLOR, size: SHOT_SIZE * MAGNIFY }));
-    shots.frustumCulled = false;
-    shots.raycast = () => {};
-    scene.add(units.root, shots);
+    const shots = createDots(SHOT_COLOR, SHOT_SIZE);
+    const fires = createDots(FIRE_COLOR, FIRE_SIZE);
+    scene.add(units.root, shots.root, fires.root);
     let ground: GroundMesh | undefined;
     let features: MapFeatures3d | undefined;
     let featuresOf: unknown;
@@ -124,10 +127,17 @@ export function createMapView(canvas: HTMLCanvasElement, modelOf: ModelSource, c
             features.update(all);
             requestDraw();
         },
-        setUnits(all, selected) { units.update(all, selected); requestDraw(); },
+        setUnits(all, selected) {
+            // who rides on no piece of its carrier is inside
+            units.update(all.filter((one) => one.carrier === undefined || one.carrierPiece), selected);
+            requestDraw();
+        },
         setProjectiles(all) {
-            shots.geometry.dispose();
-            shots.geometry = new BufferGeometry().setAttribute("position", new Float32BufferAttribute(all.flatMap(({ x, y, z }) => [x, y, z]), 3));
+            shots.put(all.flatMap(({ x, y, z }) => [x, y, z]));
+            requestDraw();
+        },
+        setFires(all) {
+            fires.put(all.flatMap(([, , x, y, z]) => [x, y + FIRE_SIZE / 2, z]));
             requestDraw();
         },
         setLight: ({ light }) => stage.setLight(light),
@@ -139,11 +149,29 @@ export function createMapView(canvas: HTMLCanvasElement, modelOf: ModelSource, c
             ground?.free();
             features?.free();
             units.free();
-            shots.geometry.dispose();
-            shots.material.dispose();
+            shots.free();
+            fires.free();
             controls.dispose();
             canvas.removeEventListener("contextmenu", keepMenu);
             stage.free();
+        },
+    };
+}
+
+/** Points of one color, of a size in map pixels, which no click hits. */
+function createDots(color: number, size: number) {
+    const root = new Points(new BufferGeometry(), new PointsMaterial({ color, size: size * MAGNIFY }));
+    root.frustumCulled = false;
+    root.raycast = () => {};
+    return {
+        root,
+        put(places: number[]): void {
+            root.geometry.dispose();
+            root.geometry = new BufferGeometry().setAttribute("position", new Float32BufferAttribute(places, 3));
+        },
+        free(): void {
+            root.geometry.dispose();
+            root.material.dispose();
         },
     };
 }

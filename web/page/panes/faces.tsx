@@ -65,7 +65,8 @@ function Findings() {
             onKey={(event) => event.key === "Escape" && (chooseFinding(undefined), true)} textOf={(one) => one.title}
             empty="Nothing is wrong with these faces. The buttons at the right look closer."
             columns={[
-                { title: "Found", width: "minmax(0, 1fr)", cell: (one) => <StatusMark status={one.status} word={one.title} /> },
+                { title: "Found", width: "minmax(0, 1fr)", cell: (one) =>
+                    <span title={one.title}><StatusMark status={one.status} word={one.title} /></span> },
                 { title: "Faces", width: "44px", isNumber: true, cell: (one) => one.faces.length || "" },
             ]} />
     );

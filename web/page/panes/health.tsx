@@ -40,7 +40,7 @@ export function HealthPane() {
                                 { title: "Check", width: "92px",
                                     cell: ({ check }) => <span title={check.category}>{check.category}</span> },
                                 { title: "Of", width: "minmax(48px, 0.18fr)",
-                                    cell: ({ check }) => <span title={check.ref}>{check.ref}</span> },
+                                    cell: ({ check }) => <span title={check.ref}>{withPlurals(check.ref)}</span> },
                                 { title: "Finding", width: "minmax(0, 1fr)",
                                     cell: ({ check }, isActive) => <span class="finding">
                                     <span title={check.detail}>{check.detail}</span>

@@ -19,7 +19,7 @@ export function LogPane() {
             options={CHOICES.map((text, level) => ({ value: String(level), text }))} />}
         empty={least.value > 0 ? "The editor has written nothing of this kind." : "The editor has written nothing yet."}
         emptyFound="No line holds that." columns={[
-            { width: "82px", cell: ({ time }) => <code class="quiet">{time}</code> },
+            { width: "100px", cell: ({ time }) => <code class="quiet">{time}</code> },
             { width: "72px", cell: ({ level }) => level < 2 ? <span class="quiet">{LEVELS[level]}</span>
                 : <StatusMark status={MARKS[level]!} word={LEVELS[level]!} /> },
             { width: "minmax(0, 1fr)", cell: ({ text }) => <code title={text}>{text}</code> },

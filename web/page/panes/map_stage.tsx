@@ -72,5 +72,9 @@ function followStore(view: MapView, told: Drawn): (() => void)[] {
         }),
         effect(() => view.setUnits(mapUnits.value, new Set(selectedUnits.value))),
         effect(() => view.setProjectiles(snapshot.value?.projectiles ?? [])),
+        effect(() => {
+            const burning = new Set(snapshot.value?.features?.burning);
+            view.setFires(burning.size > 0 ? mapFeatures.value.filter(([id]) => burning.has(id)) : []);
+        }),
     ];
 }

@@ -130,7 +130,7 @@ function Palette() {
         <div class="pane">
             <PaletteGrid label="Palette" colorOf={colorOf} noteOf={noteOf} isUsed={(index) => used?.has(index) === true} chosen={going}
                 onHere={(title) => { here.value = title; }} onChoose={choose} onEscape={() => chooseGoing(undefined)} />
-            <p class="foot"><span>{going === undefined ? here.value || "A dot: used here. Framed: team colour."
+            <p class="foot"><span>{going === undefined ? here.value || "Dot: used. Frame: team colour."
                 : `${going} goes: choose what comes (Escape: nothing)`}</span></p>
         </div>
     );

@@ -4,6 +4,7 @@ import { mapUnits, selectedUnits, selectUnits, toggleUnit } from "../store/map";
 import { Button } from "../widgets/button";
 import { List } from "../widgets/list";
 import { hexOf } from "../work/colors";
+import { describeState } from "../work/map_orders";
 import { playerColor } from "../work/players";
 import { counted } from "../work/words";
 
@@ -21,7 +22,7 @@ export function MapUnitsList() {
                 columns={[
                     { title: "Id", width: "32px", isNumber: true, cell: (one) => one.unitId },
                     { title: "Unit", width: "minmax(72px, 1fr)", cell: (one) => <><Player of={one} /> {one.unitName}</> },
-                    { title: "State", width: "minmax(60px, 1fr)", cell: stateOf },
+                    { title: "State", width: "minmax(60px, 1fr)", cell: describeState },
                     { title: "Health", width: "80px", isNumber: true, cell: (one) => `${one.health} / ${one.maxHealth}` },
                     { title: "Place", width: "84px", isNumber: true, cell: (one) => `${Math.round(one.x)}, ${Math.round(one.z)}` },
                 ]} />
@@ -36,8 +37,3 @@ export function MapUnitsList() {
 
 const Player = ({ of: { player } }: { of: MapUnit }) =>
     <span class="swatch" role="img" aria-label={`player ${player}`} title={`player ${player}`} style={{ background: hexOf(playerColor(player)) }} />;
-
-function stateOf({ state, order, buildFraction, queued }: MapUnit): string {
-    if (state === "nanoframe") return `frame, ${Math.round(buildFraction * 100)} % built`;
-    return `${order ?? state}${queued > 0 ? `, ${queued} queued` : ""}`;
-}

@@ -24,7 +24,7 @@ export function PlaceForm() {
         return setPointer(pointer.peek() === "place" ? "select" : "place");
     };
     return (
-        <form class="fix" aria-label="Place" onSubmit={(event) => event.preventDefault()}>
+        <form class="fix placing" aria-label="Place" onSubmit={(event) => event.preventDefault()}>
             <div class="words">
                 <Choice label="What" value={kind}
                     onChange={(next) => setPlacing({ kind: next as Placing["kind"], name: "" })}

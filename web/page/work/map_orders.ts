@@ -22,6 +22,10 @@ export const ORDERS: readonly OrderRow[] = [
     { order: "repair", title: "Repair", aim: "target", note: "Mend a unit, or build on what is not ready." },
     { order: "reclaim", title: "Reclaim", aim: "target", note: "Take a unit apart for its metal." },
     { order: "capture", title: "Capture", aim: "target", note: "Make a unit its own." },
+    { order: "load", title: "Load", aim: "target", note: "Take a unit aboard." },
+    { order: "unload", title: "Unload", aim: "place", note: "Put down there, or near it, all who are aboard." },
+    { order: "cloak", title: "Cloak", note: "Hide whenever it can." },
+    { order: "decloak", title: "Decloak", note: "Hide no more." },
     { order: "selfDestruct", title: "Self-destruct", note: "After the countdown; once more calls it off." },
     { order: "stop", title: "Stop", note: "Forget every order." },
     { order: "activate", title: "Activate", note: "Switch on." },
@@ -93,6 +97,17 @@ export function meantBy(at: OrderPlace, units: readonly MapUnit[], chosen: reado
     const target = units.find(({ unitId }) => unitId === at.unitId);
     const word: OrderKind = !target || chosen.includes(target.unitId) ? "move" : target.player === player ? "guard" : "attack";
     return ORDERS.find(({ order }) => order === word)!;
+}
+
+/** What a unit is at, and what has befallen it. */
+export function describeState({ state, order, buildFraction, queued, cloaked, stunned }: MapUnit): string {
+    return [
+        state === "nanoframe" ? `frame, ${Math.round(buildFraction * 100)} % built` : order ?? state,
+        ...(state === "loading" && order !== "load" && order !== "unload" ? ["loading"] : []),
+        ...(cloaked ? ["cloaked"] : []),
+        ...(stunned ? [`stunned ${Math.ceil(stunned)} s`] : []),
+        ...(state !== "nanoframe" && queued > 0 ? [`${queued} queued`] : []),
+    ].join(", ");
 }
 
 /** An event in words, without tick and unit. */
