@@ -41,6 +41,7 @@ const NEVER_SEEN = [
     'reply Thread.state = dead', // such threads are gone when a tick ends
     // What happens on maps: battles and walks end as they do.
     'request MapTickRequest.until = sound',
+    'request MapTickRequest.until = corpse',
     'request MapTickRequest.until = blocked',
     'request MapTickRequest.until = aim-failed',
     'request MapTickRequest.until = explode',
@@ -50,6 +51,7 @@ const NEVER_SEEN = [
     'reply MapEvent.order = patrol',
     'reply MapEvent.order = attack',
     'reply MapEvent.order = guard',
+    'reply MapEvent.order = load',
     'reply MapEvent.kind',
     'reply MapEvent.order = move',
     'reply MapEvent.order = fire',
@@ -64,7 +66,6 @@ const NEVER_SEEN = [
     'reply MapEvent.number',
     'reply MapEvent.script',
     'reply weapons.state = aimed',
-    'reply weapons.state = aiming',
     'reply weapons.state = firing',
 ];
 
