@@ -153,6 +153,15 @@ void* operator new(std::size_t size) {
     return memory ? memory : orb::unitview::ipc::allocateInNeed(size);
 }
 
+// As the library's own would be; a sanitizer brings another, which does not go with what is here.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(size);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
