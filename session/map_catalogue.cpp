@@ -5,6 +5,7 @@
 
 #include "io/ascii.h"
 #include "io/game_paths.h"
+#include "io/out_of_memory.h"
 #include "io/virtual_path.h"
 #include "server/logger.h"
 
@@ -22,6 +23,7 @@ std::optional<io::OtaFile> readDescription(const io::CompositeVirtualFileSystem&
         const auto text = files.readFile(path);
         if (text) return io::parseOta(io::asText(*text));
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         logUnreadable(path, error.what());
     }
     return std::nullopt;
@@ -34,6 +36,7 @@ std::optional<io::TntSize> readCells(const io::CompositeVirtualFileSystem& files
         const auto bytes = files.readFile(path);
         if (bytes) return io::readTntSize(*bytes);
     } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
         logUnreadable(path, error.what());
     }
     return std::nullopt;
