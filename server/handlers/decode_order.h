@@ -35,7 +35,7 @@ OrderMembers decodeOrderMembers(const Members& payload);
 /// The order that they make; what an order of its kind does not take is left aside. Throws
 /// RequestError "unknown order: …", "move needs x and z", "guard needs a target", "build needs a
 /// unit name", "slot must be 0 to 2", "fireState needs a value", "value must be 0 to 2", "value
-/// must be 0 or more", "script name is required" or "not implemented: …".
+/// must be 0 or more", "script name is required".
 MapOrder orderOfMembers(OrderMembers members);
 
 /// [{`unitId`, `reason`}] for those who do not take it.

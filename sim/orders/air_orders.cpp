@@ -10,10 +10,6 @@
 namespace orb::sim {
 namespace {
 
-bool isWithin(const Unit& unit, GroundPoint place, Fixed distance) {
-    return squaredDistance(unit.place.x, unit.place.z, place.x, place.z) <= squaredLength(distance);
-}
-
 /// What of a weapon's reach is left over the ground from that much higher.
 Fixed reachOnGround(Fixed reach, Fixed height) {
     const auto square = [](Fixed length) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "sim/events.h"
+#include "sim/units/unit.h"
 
 namespace orb::sim {
 
@@ -23,6 +24,11 @@ inline constexpr OrderProgress kUnreached{OrderProgress::Stage::unreached};
 
 constexpr OrderProgress failedFor(OrderFailure reason, SiteFault fault = SiteFault::none) {
     return {OrderProgress::Stage::failed, reason, fault};
+}
+
+/// Near enough to a place on the map.
+inline bool isWithin(const Unit& unit, GroundPoint place, Fixed distance) {
+    return squaredDistance(unit.place.x, unit.place.z, place.x, place.z) <= squaredLength(distance);
 }
 
 }  // namespace orb::sim

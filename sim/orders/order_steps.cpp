@@ -23,10 +23,6 @@ void goAfter(UnitWish& wish, const Unit& target) {
     wish.goal = wish.gathering = target.place;
 }
 
-bool isWithin(const Unit& unit, GroundPoint place, Fixed distance) {
-    return squaredDistance(unit.place.x, unit.place.z, place.x, place.z) <= squaredLength(distance);
-}
-
 /// A patrol whose places are where it stands, or out of reach, looks round before it goes on.
 bool looksRound(Unit& unit, const Order& order) {
     std::uint8_t& ticks = unit.motion.legTicks;

@@ -40,9 +40,6 @@ constexpr OrderRule shoot() {
 constexpr OrderRule atOnce(Aim aim = Aim::none, bool needsBuilt = false) {
     return {.aim = aim, .needsBuilt = needsBuilt};
 }
-constexpr OrderRule toCome(Aim aim = Aim::none) {
-    return {.aim = aim, .isKnown = false};
-}
 
 /// What one order to a factory builds at most.
 constexpr std::int32_t kMaxProducts = 1'000;

@@ -52,8 +52,6 @@ struct OrderRule {
     bool needsHold = false;
     /// It joins the queue; others act at once.
     bool joinsQueue = false;
-    /// The world can carry it out.
-    bool isKnown = true;
 
     bool takesPlace() const { return aim != Aim::none && aim != Aim::target; }
     bool takesTarget() const { return aim == Aim::target || aim == Aim::targetOrPlace; }

@@ -11,10 +11,6 @@
 namespace orb::sim {
 namespace {
 
-bool isWithin(const Unit& unit, GroundPoint place, Fixed distance) {
-    return squaredDistance(unit.place.x, unit.place.z, place.x, place.z) <= squaredLength(distance);
-}
-
 OrderProgress tired(Unit& unit) {
     return ++unit.labour.waitTicks > rules::kLoadTicks ? failedFor(OrderFailure::blocked)
                                                        : kUnderWay;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "sim/cargo/cargo.h"
 #include "sim/fight/damage.h"
 #include "sim/motion/giving_way.h"
 #include "sim/orders/orders.h"
@@ -20,16 +21,6 @@ CellRect cellsAt(const UnitType& type, GroundPoint place) {
     return footprintAt(place, type.footprintX, type.footprintZ);
 }
 
-/// From a place to the nearest of the cells.
-Fixed distanceTo(const CellRect& cells, GroundPoint place) {
-    const auto outside = [](Fixed value, std::int32_t corner, std::int32_t size) {
-        return value - std::clamp(value, Fixed::fromInt(corner * kCellPixels),
-                                  Fixed::fromInt((corner + size) * kCellPixels));
-    };
-    return lengthOf(outside(place.x, cells.corner.x, cells.width),
-                    outside(place.z, cells.corner.z, cells.depth));
-}
-
 /// Who stands beside it reaches it in any case.
 Fixed reachOf(const UnitType& type) {
     const std::int32_t beside =
@@ -39,7 +30,7 @@ Fixed reachOf(const UnitType& type) {
 
 /// Brings a unit near enough to work on those cells; none when it is there.
 std::optional<OrderProgress> approach(Unit& unit, const CellRect& cells, UnitWish& wish) {
-    if (distanceTo(cells, unit.place) <= reachOf(*unit.type)) {
+    if (distanceFrom(cells, unit.place) <= reachOf(*unit.type)) {
         unit.motion.arrival = Arrival::underWay;
         return std::nullopt;
     }
