@@ -1,8 +1,6 @@
 #include "session/unit_dependencies.h"
 
-#include <algorithm>
 #include <numeric>
-#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -12,9 +10,8 @@
 #include "io/ascii.h"
 #include "io/game_paths.h"
 #include "io/out_of_memory.h"
-#include "io/path_text.h"
-#include "io/vfs/hpi_file_system.h"
 #include "model/piece_list.h"
+#include "session/dependency_list.h"
 #include "session/loaded_unit.h"
 #include "session/model_file.h"
 #include "session/references.h"
@@ -49,24 +46,6 @@ struct SectionRole {
 /// walk busy, for each unit anew.
 constexpr std::size_t kMaxFeaturesInARow = 256;
 
-std::uint64_t sizeOf(const io::LayeredLocation& found) {
-    if (found.location.kind == io::FileLocation::Kind::loose) {
-        std::error_code error;
-        const auto size = std::filesystem::file_size(found.location.path, error);
-        return error ? 0 : size;
-    }
-    const auto* const archive = dynamic_cast<const io::HpiFileSystem*>(found.layer->files.get());
-    const io::HpiEntry* const entry =
-        archive ? archive->archive().findFile(found.location.internalPath) : nullptr;
-    return entry ? entry->file()->fileSize : 0;
-}
-
-std::string storedPath(const io::LayeredLocation& found) {
-    if (found.location.kind == io::FileLocation::Kind::archive) return found.location.internalPath;
-    return io::textFromPath(
-        found.location.path.lexically_relative(found.layer->path).generic_string());
-}
-
 bool isAbsent(std::string_view name) {
     return name == "-1" || isAbsentName(name);
 }
@@ -78,7 +57,8 @@ bool isNumber(std::string_view value) {
 
 class Walk {
 public:
-    Walk(const MountedData& data, bool recursive) : data_(data), recursive_(recursive) {}
+    Walk(const MountedData& data, bool recursive)
+        : data_(data), recursive_(recursive), found_(data) {}
 
     UnitDependencies run(std::span<const std::string> units, const io::Progress& progress);
 
@@ -108,29 +88,19 @@ private:
     void visit(const UnitDeclaration& unit);
     void followTextures(const std::string& modelPath);
     void followWeapon(std::string_view name);
-    void followSection(NamedTable GameTables::*table, const TableEntry& entry, DependencyRole role);
     void followKeys(const TableEntry& entry, std::span<const SectionRole> roles);
     void indexDownloads();
-    bool add(const std::string& path, DependencyRole role, bool isTable = false);
-    void miss(DependencyRole role, std::string_view name);
-    void damage(const std::string& path, std::string_view message);
     /// True the first time for this unit: what one name leads to is the same each time.
     bool isNew(DependencyRole role, std::string_view name);
 
     const MountedData& data_;
     bool recursive_;
-    UnitDependencies result_;
+    DependencyList found_;
     /// All that were met, each once.
     std::vector<const UnitDeclaration*> units_;
     std::unordered_set<const UnitDeclaration*> known_;
-    /// The unit that is being followed.
-    std::string user_;
+    /// Roles and names that the unit being followed has led to.
     std::unordered_set<std::string> followed_;
-    /// By upper-cased path.
-    std::map<std::string, Dependency> files_;
-    std::map<std::pair<DependencyRole, std::string>, MissingDependency> missing_;
-    std::map<std::string, std::string> damaged_;
-    std::unordered_map<const TableEntry*, std::size_t> sections_;
     /// The textures of each model, which units may share, by its path.
     std::unordered_map<std::string, std::vector<std::string>> textures_;
     /// The entries that name each unit as what is built, and as the builder.
@@ -176,14 +146,11 @@ UnitDependencies Walk::run(std::span<const std::string> units, const io::Progres
     for (const std::string& name : units) requireUnit(name);
     for (std::size_t i = 0; i < units_.size(); ++i) {
         progress(units_[i]->name, i, units_.size());
-        result_.units.push_back(units_[i]->name);
         visit(*units_[i]);
     }
-    for (auto& [key, file] : files_) result_.files.push_back(std::move(file));
-    std::ranges::sort(result_.files, {}, &Dependency::path);
-    for (auto& [key, missing] : missing_) result_.missing.push_back(std::move(missing));
-    for (auto& [path, message] : damaged_) result_.damaged.push_back({path, message});
-    return std::move(result_);
+    UnitDependencies all = found_.take();
+    for (const UnitDeclaration* const unit : units_) all.units.push_back(unit->name);
+    return all;
 }
 
 void Walk::requireUnit(const std::string& name) {
@@ -201,7 +168,7 @@ void Walk::queue(const UnitDeclaration* unit) {
 }
 
 void Walk::visit(const UnitDeclaration& unit) {
-    user_ = unit.name;
+    found_.setUser(unit.name);
     followed_.clear();
     for (const UnitRole& row : kUnitRoles) (this->*row.find)(unit, row.role);
 }
@@ -211,38 +178,8 @@ bool Walk::isNew(DependencyRole role, std::string_view name) {
         .second;
 }
 
-bool Walk::add(const std::string& path, DependencyRole role, bool isTable) {
-    std::string key = io::upperCased(path);
-    auto known = files_.find(key);
-    if (known == files_.end()) {
-        const auto found = data_.files.locateInLayers(path);
-        if (!found) return false;
-        known = files_.emplace(std::move(key), Dependency{}).first;
-        Dependency& file = known->second;
-        file.path = storedPath(*found);
-        file.source = {found->location, found->layer->rootKind == io::DataRootKind::base};
-        file.size = sizeOf(*found);
-        file.isTable = isTable;
-    }
-    Dependency& file = known->second;
-    file.roles.insert(role);
-    file.usedBy.insert(user_);
-    return true;
-}
-
-void Walk::miss(DependencyRole role, std::string_view name) {
-    const auto [entry, isNewEntry] =
-        missing_.try_emplace({role, io::upperCased(name)}, MissingDependency{role, {}, {}});
-    if (isNewEntry) entry->second.name = name;
-    entry->second.usedBy.insert(user_);
-}
-
-void Walk::damage(const std::string& path, std::string_view message) {
-    damaged_.try_emplace(path, message);
-}
-
 void Walk::findDefinition(const UnitDeclaration& unit, DependencyRole role) {
-    add(unit.file.path, role);
+    found_.add(unit.file.path, role);
 }
 
 void Walk::findModel(const UnitDeclaration& unit, DependencyRole role) {
@@ -251,37 +188,37 @@ void Walk::findModel(const UnitDeclaration& unit, DependencyRole role) {
 
 void Walk::findScript(const UnitDeclaration& unit, DependencyRole role) {
     const std::string path = scriptPath(unit.info, unit.name);
-    if (!add(path, role)) return miss(role, path);
+    if (!found_.add(path, role)) return found_.miss(role, path);
     try {
         if (const auto bytes = data_.files.readFile(path)) io::parseCob(*bytes);
     } catch (const std::exception& error) {
         io::rethrowOutOfMemory(error);
-        damage(path, error.what());
+        found_.damage(path, error.what());
     }
 }
 
 void Walk::findScriptSource(const UnitDeclaration& unit, DependencyRole role) {
     const std::string path = io::kScriptSourceFiles.path(scriptName(unit.info, unit.name));
-    if (!add(path, role)) return;
+    if (!found_.add(path, role)) return;
     try {
         const auto source = data_.files.readFile(path);
         if (!source) return;
         for (const std::string& included :
              bos::includedFiles(io::asText(*source), path, data_.files))
-            add(included, role);
+            found_.add(included, role);
     } catch (const std::exception& error) {
         io::rethrowOutOfMemory(error);
-        damage(path, error.what());
+        found_.damage(path, error.what());
     }
 }
 
 void Walk::findPictures(const UnitDeclaration& unit, DependencyRole role) {
     const UnitPictures pictures = findUnitPictures(data_, unit.name, unit.info.buildPic);
-    for (const BuildPictureSource& source : pictures.sources) add(source.path, role);
+    for (const BuildPictureSource& source : pictures.sources) found_.add(source.path, role);
     const std::string_view stem = buildPictureStem(pictures.pictureName);
     for (const std::string_view ending : kBuildPictureEndings)
-        add(fmt::format("{}/{}{}", io::kBuildPictureFiles.folder, stem, ending), role);
-    if (pictures.sources.empty()) miss(role, pictures.pictureName);
+        found_.add(fmt::format("{}/{}{}", io::kBuildPictureFiles.folder, stem, ending), role);
+    if (pictures.sources.empty()) found_.miss(role, pictures.pictureName);
 }
 
 void Walk::findWeapons(const UnitDeclaration& unit, DependencyRole) {
@@ -294,8 +231,8 @@ void Walk::findSoundCategory(const UnitDeclaration& unit, DependencyRole role) {
     const std::string& name = unit.info.soundCategory;
     if (isAbsent(name)) return;
     const TableEntry* const entry = data_.tables.soundCategories.find(name);
-    if (!entry) return miss(role, name);
-    followSection(&GameTables::soundCategories, *entry, role);
+    if (!entry) return found_.miss(role, name);
+    found_.addSection(&GameTables::soundCategories, *entry, role);
     for (const auto& [event, sound] : entry->section.values)
         followSound(sound, DependencyRole::sound);
 }
@@ -304,8 +241,8 @@ void Walk::findMovementClass(const UnitDeclaration& unit, DependencyRole role) {
     const std::string& name = unit.info.movementClass;
     if (isAbsent(name)) return;
     if (const TableEntry* const entry = data_.tables.movementClasses.find(name))
-        return followSection(&GameTables::movementClasses, *entry, role);
-    if (!unit.info.canFly) miss(role, name);
+        return found_.addSection(&GameTables::movementClasses, *entry, role);
+    if (!unit.info.canFly) found_.miss(role, name);
 }
 
 void Walk::findCorpse(const UnitDeclaration& unit, DependencyRole role) {
@@ -313,14 +250,14 @@ void Walk::findCorpse(const UnitDeclaration& unit, DependencyRole role) {
     if (isAbsent(name)) return;
     const TableEntry* const feature = data_.tables.features.find(name);
     const UnitDeclaration* const wreck = data_.catalogue.find(name);
-    if (!feature && !wreck) return miss(role, name);
+    if (!feature && !wreck) return found_.miss(role, name);
     if (feature) {
-        followSection(&GameTables::features, *feature, role);
+        found_.addSection(&GameTables::features, *feature, role);
         followFeature(name, DependencyRole::feature);
     }
     if (!wreck) return;
     // Nobody ever hears or fights it.
-    add(wreck->file.path, role);
+    found_.add(wreck->file.path, role);
     followModel(wreck->info.objectName, DependencyRole::model);
 }
 
@@ -330,10 +267,10 @@ void Walk::findBuildOptions(const UnitDeclaration& unit, DependencyRole role) {
         if (isAbsent(name)) continue;
         const UnitDeclaration* const option = data_.catalogue.findLoadable(name);
         if (!option)
-            miss(role, name);
+            found_.miss(role, name);
         else if (recursive_) {
             queue(option);
-            add(option->file.path, role);
+            found_.add(option->file.path, role);
         }
     }
 }
@@ -354,23 +291,23 @@ void Walk::findBuildMenus(const UnitDeclaration& unit, DependencyRole role) {
     indexDownloads();
     const auto [first, last] = downloadsOf_.equal_range(io::upperCased(unit.name));
     for (auto entry = first; entry != last; ++entry)
-        followSection(&GameTables::downloads, *entry->second, role);
+        found_.addSection(&GameTables::downloads, *entry->second, role);
     const auto [begin, end] = downloadsBy_.equal_range(io::upperCased(unit.name));
     for (auto entry = begin; entry != end; ++entry) {
         const auto built = entry->second->section.getString("UNITNAME").value_or("");
         const bool comesAlong =
             data_.catalogue.findBase(built) || (recursive_ && data_.catalogue.findLoadable(built));
-        if (comesAlong) followSection(&GameTables::downloads, *entry->second, role);
+        if (comesAlong) found_.addSection(&GameTables::downloads, *entry->second, role);
     }
     if (const TableEntry* const canBuild = findCanBuild(data_.tables, unit.name))
-        followSection(&GameTables::sideData, *canBuild, role);
+        found_.addSection(&GameTables::sideData, *canBuild, role);
 }
 
 void Walk::followWeapon(std::string_view name) {
     if (isAbsent(name) || !isNew(DependencyRole::weapon, name)) return;
     const TableEntry* const entry = data_.tables.weapons.find(name);
-    if (!entry) return miss(DependencyRole::weapon, name);
-    followSection(&GameTables::weapons, *entry, DependencyRole::weapon);
+    if (!entry) return found_.miss(DependencyRole::weapon, name);
+    found_.addSection(&GameTables::weapons, *entry, DependencyRole::weapon);
     followKeys(*entry, kWeaponRoles);
     for (const auto& [key, value] : entry->section.values)
         if (key.find(kSoundKey) != std::string::npos) followSound(value, DependencyRole::sound);
@@ -386,14 +323,14 @@ void Walk::followFeature(std::string_view name, DependencyRole role) {
         if (isAbsent(feature) || !isNew(role, feature)) continue;
         const TableEntry* const entry = data_.tables.features.find(feature);
         if (!entry) {
-            miss(role, feature);
+            found_.miss(role, feature);
             continue;
         }
         if (++followed > kMaxFeaturesInARow)
-            return damage(
+            return found_.damage(
                 entry->file.path,
                 fmt::format("more than {} features turn into each other", kMaxFeaturesInARow));
-        followSection(&GameTables::features, *entry, role);
+        found_.addSection(&GameTables::features, *entry, role);
         for (const SectionRole& row : kFeatureRoles) {
             const std::string value(entry->section.getString(row.key).value_or(""));
             if (row.role == DependencyRole::feature)
@@ -409,20 +346,10 @@ void Walk::followKeys(const TableEntry& entry, std::span<const SectionRole> role
         (this->*row.find)(entry.section.getString(row.key).value_or(""), row.role);
 }
 
-void Walk::followSection(NamedTable GameTables::*table, const TableEntry& entry,
-                         DependencyRole role) {
-    add(entry.file.path, role, true);
-    const auto [place, isNewSection] = sections_.try_emplace(&entry, result_.sections.size());
-    if (isNewSection) result_.sections.push_back({table, &entry, {}, {}});
-    NeededSection& section = result_.sections[place->second];
-    section.roles.insert(role);
-    section.usedBy.insert(user_);
-}
-
 void Walk::followModel(std::string_view name, DependencyRole role) {
     if (isAbsent(name) || !isNew(role, name)) return;
     const std::string path = io::kModelFiles.path(modelFileName(data_.files, name));
-    if (!add(path, role)) return miss(role, path);
+    if (!found_.add(path, role)) return found_.miss(role, path);
     followTextures(path);
 }
 
@@ -434,33 +361,33 @@ void Walk::followTextures(const std::string& modelPath) {
                 known->second = textureNames(io::parse3do(*bytes));
         } catch (const std::exception& error) {
             io::rethrowOutOfMemory(error);
-            damage(modelPath, error.what());
+            found_.damage(modelPath, error.what());
         }
     }
     for (const std::string& name : known->second) {
         if (!isNew(DependencyRole::texture, name)) continue;
         const GafEntryRef* const texture = data_.pictures.textures.locate(name);
-        if (!texture || !add(texture->path, DependencyRole::texture))
-            miss(DependencyRole::texture, name);
+        if (!texture || !found_.add(texture->path, DependencyRole::texture))
+            found_.miss(DependencyRole::texture, name);
     }
 }
 
 void Walk::followAnimation(std::string_view name, DependencyRole role) {
     if (isAbsent(name)) return;
     const GafEntryRef* const entry = data_.pictures.animations.find(name);
-    if (!entry || !add(entry->path, role)) miss(role, name);
+    if (!entry || !found_.add(entry->path, role)) found_.miss(role, name);
 }
 
 void Walk::followAnimationFile(std::string_view name, DependencyRole role) {
     if (isAbsent(name)) return;
     const std::string path = io::kAnimationFiles.path(io::kAnimationFiles.stem(name));
-    if (!add(path, role)) miss(role, path);
+    if (!found_.add(path, role)) found_.miss(role, path);
 }
 
 void Walk::followSound(std::string_view name, DependencyRole role) {
     if (isAbsent(name)) return;
     const std::string path = io::kSoundFiles.path(io::kSoundFiles.stem(name));
-    if (!add(path, role) && !isNumber(name)) miss(role, path);
+    if (!found_.add(path, role) && !isNumber(name)) found_.miss(role, path);
 }
 
 }  // namespace
