@@ -55,7 +55,7 @@ public:
 
     /// From here on whoever comes next can finish the write. A file that is written in place has
     /// nothing to be moved.
-    void plan() {
+    void plan(const fs::path& root) {
         if (files_.size() < 2 || !std::ranges::all_of(files_, &StagedFile::hasTemporary)) return;
         std::vector<io::PlannedFile> planned;
         planned.reserve(files_.size());
@@ -65,10 +65,10 @@ public:
             if (file.replacement->existing)
                 oldVersion = io::contentVersion(ops_.read(file.target, error));
             if (error) return;
-            planned.push_back(
-                {file.target, oldVersion, io::contentVersion(file.replacement->content)});
+            planned.push_back({file.replacement->path, oldVersion,
+                               io::contentVersion(file.replacement->content)});
         }
-        plan_ = io::planPath(files_.front().target.parent_path());
+        plan_ = io::planPath(root);
         io::writePlan(ops_, plan_, planned);
     }
 
@@ -97,12 +97,12 @@ public:
     }
 
     void undo() {
-        dropPlan();
         for (auto file = files_.rbegin(); file != files_.rend(); ++file) {
             if (file->hasTemporary) io::removeIfPossible(ops_, io::temporaryPath(file->target));
             if (file->isReplaced) putBack(*file);
             if (!file->oldName.empty()) io::removeIfPossible(ops_, file->oldName);
         }
+        dropPlan();
         for (auto folder = newFolders_.rbegin(); folder != newFolders_.rend(); ++folder)
             io::removeIfPossible(ops_, *folder);
     }
@@ -207,12 +207,13 @@ private:
 
 }  // namespace
 
-void replaceFiles(io::FileOps& ops, std::span<const FileReplacement> files, fs::path& failed) {
+void replaceFiles(io::FileOps& ops, std::span<const FileReplacement> files, const fs::path& root,
+                  fs::path& failed) {
     Transaction transaction(ops, failed);
     try {
         for (const FileReplacement& file : files) transaction.stage(file);
         transaction.keepOldContents();
-        transaction.plan();
+        transaction.plan(root);
         transaction.moveIntoPlace();
     } catch (...) {
         transaction.undo();

@@ -21,11 +21,11 @@ struct FileReplacement {
 
 /// Writes all of the files or, when one cannot be written, none: those before it are put back or
 /// removed, and so are folders made for them. All are written beside their places before the first
-/// is moved into its own. Their folders should be locked. Where the process dies, io::finishWrite
-/// moves the rest into place, unless there is room for no new file beside one of them. Throws
-/// std::runtime_error with one of the texts of WriteResult, and sets `failed` to the file that it
-/// tells of.
+/// is moved into its own. Their folders, and `root`, which holds them, should be locked. Where the
+/// process dies, io::finishWrite of the root moves the rest into place, unless there is room for no
+/// new file beside one of them. Throws std::runtime_error with one of the texts of WriteResult, and
+/// sets `failed` to the file that it tells of.
 void replaceFiles(io::FileOps& ops, std::span<const FileReplacement> files,
-                  std::filesystem::path& failed);
+                  const std::filesystem::path& root, std::filesystem::path& failed);
 
 }  // namespace orb::unitview

@@ -11,6 +11,7 @@
 #include "io/archive/hpi_writer.h"
 #include "io/files/folder_lock.h"
 #include "io/files/replace_file.h"
+#include "io/files/write_plan.h"
 #include "io/out_of_memory.h"
 
 namespace orb::unitview {
@@ -40,8 +41,10 @@ std::vector<Target> groupByFile(std::span<const FileWrite> writes) {
 }
 
 /// Locked in one order by every process, so that no two wait for each other.
-std::vector<std::unique_ptr<io::FolderLock>> lockFolders(std::span<const Target> targets) {
+std::vector<std::unique_ptr<io::FolderLock>> lockFolders(std::span<const Target> targets,
+                                                         const fs::path& root) {
     std::set<fs::path> files;
+    if (targets.size() > 1) files.insert(io::planPath(root));
     for (const Target& target : targets) files.insert(target.path);
     std::vector<std::unique_ptr<io::FolderLock>> locks;
     locks.reserve(files.size());
@@ -64,7 +67,7 @@ io::Bytes rewriteArchive(const Target& target) {
 /// Either all are written, or what is thrown tells why none is (then no backup is new either);
 /// `result.resolvedPath` names the file in question.
 void writeTargets(io::FileOps& ops, std::span<Target> targets, bool allowBackupCreation,
-                  WriteResult& result) {
+                  const fs::path& root, WriteResult& result) {
     const fs::path first = result.resolvedPath;
     for (Target& target : targets) {
         result.resolvedPath = target.path;
@@ -88,7 +91,7 @@ void writeTargets(io::FileOps& ops, std::span<Target> targets, bool allowBackupC
             result.resolvedPath = target.path;
             if (target.existing && ensureBackup(ops, target.path)) backedUp.push_back(target.path);
         }
-        replaceFiles(ops, files, result.resolvedPath);
+        replaceFiles(ops, files, root, result.resolvedPath);
     } catch (...) {
         for (const fs::path& file : backedUp) takeBackBackup(ops, file);
         throw;
@@ -99,15 +102,15 @@ void writeTargets(io::FileOps& ops, std::span<Target> targets, bool allowBackupC
 }  // namespace
 
 WriteResult writeSources(io::FileOps& ops, std::span<const FileWrite> writes,
-                         bool allowBackupCreation) {
+                         bool allowBackupCreation, const fs::path& root) {
     WriteResult result;
     if (writes.empty()) return result;
     result.resolvedPath = writes.front().target.path;
     std::vector<Target> targets = groupByFile(writes);
     // From reading an archive to replacing it, nobody else may write it.
-    const auto locks = lockFolders(targets);
+    const auto locks = lockFolders(targets, root);
     try {
-        writeTargets(ops, targets, allowBackupCreation, result);
+        writeTargets(ops, targets, allowBackupCreation, root, result);
     } catch (const std::runtime_error& failure) {
         result.outcome = WriteOutcome::error;
         result.message = failure.what();

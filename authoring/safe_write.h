@@ -37,8 +37,10 @@ struct FileWrite {
 ///
 /// The first write of a file that exists makes its backup, of an entry that of the whole archive;
 /// without `allowBackupCreation` nothing is written then. A backup is never replaced. A symbolic
-/// link stays one: the file that it leads to is written, the backup lies beside the link.
+/// link stays one: the file that it leads to is written, the backup lies beside the link. Where the
+/// process dies on the way, io::finishWrite of `root` ends the write of several files; it holds all
+/// of them, as a mod does.
 WriteResult writeSources(io::FileOps& ops, std::span<const FileWrite> writes,
-                         bool allowBackupCreation);
+                         bool allowBackupCreation, const std::filesystem::path& root);
 
 }  // namespace orb::unitview

@@ -69,6 +69,15 @@ EditResult writeOnTerms(UnitViewSession& session, const FileLocation& file, std:
     return result;
 }
 
+/// The root that holds a file, where an edit that was interrupted is looked for.
+std::filesystem::path rootOf(const MountedData& data, const std::filesystem::path& file) {
+    for (const std::filesystem::path& root : data.roots) {
+        const auto relative = file.lexically_relative(root);
+        if (!relative.empty() && *relative.begin() != "..") return root;
+    }
+    return file.parent_path();
+}
+
 /// The units that a file on disk defines, each once.
 std::vector<std::string> unitsIn(const MountedData& data, const FileLocation& file) {
     const auto isThere = [&](const UnitDeclaration* unit) {
@@ -120,7 +129,9 @@ FbiEdit editDefinition(const RawDefinition& definition, std::span<const FbiChang
 EditResult writeUnitFiles(UnitViewSession& session, std::span<const FileWrite> files,
                           bool allowBackupCreation, io::FileOps& ops,
                           const std::optional<UnitSource>& model) {
-    WriteResult written = writeSources(ops, files, allowBackupCreation);
+    if (files.empty()) return {};
+    WriteResult written = writeSources(ops, files, allowBackupCreation,
+                                       rootOf(session.data(), files.front().target.path));
     if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
     if (written.outcome == WriteOutcome::needsBackupConsent)
         return {EditOutcome::needsBackupConsent, std::move(written.resolvedPath), {}};

@@ -27,23 +27,17 @@ bool isSameFile(const io::FileLocation& file, const io::FileLocation& written) {
            (written.internalPath.empty() || file.internalPath == written.internalPath);
 }
 
-/// Edits of a mod that died on the way are finished before it is mounted; the first file of one
-/// lies in the mod's folder or one right below.
+/// An edit of a mod that died on the way is finished before the mod is mounted.
 void finishWrites(const fs::path& mod) {
-    std::vector<fs::path> folders = {mod};
-    std::error_code error;
-    io::requireMemoryToList();
-    for (fs::directory_iterator entry(mod, error), end; !error && entry != end;
-         entry.increment(error))
-        if (std::error_code ignored; entry->is_directory(ignored)) folders.push_back(entry->path());
-    for (const fs::path& folder : folders) {
-        const auto unfinished = io::finishWrite(io::systemFileOps(), folder);
-        if (unfinished == io::UnfinishedWrite::none) continue;
-        const bool isFinished = unfinished == io::UnfinishedWrite::finished;
-        LogLine(LogLevel::warn) << "[mount] an edit in " << io::textFromPath(folder)
-                                << (isFinished ? " that had been interrupted is finished"
-                                               : " was interrupted and cannot be finished");
-    }
+    using io::UnfinishedWrite;
+    const UnfinishedWrite unfinished = io::finishWrite(io::systemFileOps(), mod);
+    if (unfinished == UnfinishedWrite::none) return;
+    LogLine(LogLevel::warn) << "[mount] an edit in " << io::textFromPath(mod)
+                            << (unfinished == UnfinishedWrite::finished
+                                    ? " that had been interrupted is finished"
+                                : unfinished == UnfinishedWrite::undone
+                                    ? " that had failed and been interrupted is undone"
+                                    : " was interrupted and cannot be finished");
 }
 
 /// What has been written must be read again. When the memory gives out, some more is set free that

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "io/content_version.h"
@@ -36,11 +37,12 @@ std::string take(ByteCursor& in) {
     return std::string(asText(in.take(length)));
 }
 
+/// As a path from the folder when it lies there, without following any link.
 fs::path relativeTo(const fs::path& folder, const fs::path& target) {
     std::error_code ignored;
     const fs::path whole = fs::absolute(target, ignored);
     const fs::path relative = whole.lexically_relative(fs::absolute(folder, ignored));
-    return relative.empty() ? whole : relative;
+    return relative.empty() || *relative.begin() == ".." ? whole : relative;
 }
 
 /// Throws std::runtime_error for what is no plan.
@@ -64,7 +66,12 @@ std::optional<std::vector<PlannedFile>> readPlan(FileOps& ops, const fs::path& p
     const Bytes bytes = ops.read(plan, error);
     if (error) return std::nullopt;
     try {
-        return parsePlan(bytes, plan.parent_path());
+        auto files = parsePlan(bytes, plan.parent_path());
+        for (PlannedFile& file : files) {
+            file.target = ops.followLink(file.target, error);
+            if (error) return std::nullopt;
+        }
+        return files;
     } catch (const std::runtime_error&) {
         return std::nullopt;
     }
@@ -81,28 +88,58 @@ std::optional<std::string> versionOf(FileOps& ops, const fs::path& file) {
     return error ? "" : contentVersion(bytes);
 }
 
-bool isNew(FileOps& ops, const PlannedFile& file) {
-    return versionOf(ops, file.target) == file.newVersion;
+/// What a file can be turned into, and how; none of the files is a link.
+struct Direction {
+    std::optional<std::string> (*goal)(const PlannedFile&);
+    /// Where the content is meanwhile.
+    fs::path (*sibling)(const fs::path&);
+};
+
+constexpr Direction kForward = {
+    [](const PlannedFile& file) { return std::optional(file.newVersion); }, temporaryPath};
+constexpr Direction kBack = {[](const PlannedFile& file) { return file.oldVersion; },
+                             oldContentPath};
+
+bool isThere(FileOps& ops, const PlannedFile& file, const Direction& direction) {
+    return versionOf(ops, file.target) == direction.goal(file);
 }
 
-bool canBecomeNew(FileOps& ops, const PlannedFile& file) {
-    return isNew(ops, file) || (versionOf(ops, file.target) == file.oldVersion &&
-                                versionOf(ops, temporaryPath(file.target)) == file.newVersion);
+bool canGo(FileOps& ops, const PlannedFile& file, const Direction& direction) {
+    const auto version = versionOf(ops, file.target);
+    const auto goal = direction.goal(file);
+    if (version == goal) return true;
+    const bool isOurs = version == file.oldVersion || version == file.newVersion;
+    return isOurs && (!goal || versionOf(ops, direction.sibling(file.target)) == goal);
 }
 
 /// `error` is set where a file cannot be moved into place.
-UnfinishedWrite finish(FileOps& ops, const std::vector<PlannedFile>& files,
-                       std::error_code& error) {
-    for (const PlannedFile& file : files)
-        if (!canBecomeNew(ops, file)) return UnfinishedWrite::givenUp;
+void go(FileOps& ops, const std::vector<PlannedFile>& files, const Direction& direction,
+        std::error_code& error) {
     for (const PlannedFile& file : files) {
-        if (isNew(ops, file)) continue;
-        ops.rename(temporaryPath(file.target), file.target, error);
-        if (error) return UnfinishedWrite::givenUp;
+        if (isThere(ops, file, direction)) continue;
+        if (direction.goal(file))
+            ops.rename(direction.sibling(file.target), file.target, error);
+        else
+            ops.remove(file.target, error);
+        if (error) return;
         syncFolderOf(ops, file.target);
     }
-    for (const PlannedFile& file : files) removeIfPossible(ops, oldContentPath(file.target));
-    return UnfinishedWrite::finished;
+    for (const PlannedFile& file : files) {
+        removeIfPossible(ops, temporaryPath(file.target));
+        removeIfPossible(ops, oldContentPath(file.target));
+    }
+}
+
+UnfinishedWrite settle(FileOps& ops, const std::vector<PlannedFile>& files,
+                       std::error_code& error) {
+    for (const auto& [direction, result] : {std::pair{kForward, UnfinishedWrite::finished},
+                                            std::pair{kBack, UnfinishedWrite::undone}}) {
+        const auto canAll = [&](const PlannedFile& file) { return canGo(ops, file, direction); };
+        if (!std::ranges::all_of(files, canAll)) continue;
+        go(ops, files, direction, error);
+        return error ? UnfinishedWrite::givenUp : result;
+    }
+    return UnfinishedWrite::givenUp;
 }
 
 }  // namespace
@@ -138,7 +175,7 @@ UnfinishedWrite finishWrite(FileOps& ops, const fs::path& folder) {
     if (!lock.isHeld() || !fs::is_regular_file(ops.status(plan, error)))
         return UnfinishedWrite::none;
     const auto files = readPlan(ops, plan);
-    const UnfinishedWrite result = files ? finish(ops, *files, error) : UnfinishedWrite::givenUp;
+    const UnfinishedWrite result = files ? settle(ops, *files, error) : UnfinishedWrite::givenUp;
     // Where a file could not be moved, the next time may succeed.
     if (!error) removeIfPossible(ops, plan);
     return result;

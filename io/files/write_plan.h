@@ -8,19 +8,20 @@
 #include "io/files/file_ops.h"
 
 /// Writing several files as one, also where the process dies between two of them: once all new
-/// contents lie beside their places, a plan beside the first file names them, and whoever finds
-/// such a plan moves what is left into place.
+/// contents lie beside their places, a plan in the folder that holds them all (a mod) names them,
+/// and whoever finds such a plan moves what is left into place, or puts back what was there.
 namespace orb::io {
 
 struct PlannedFile {
-    /// No link. Its new content is in its temporary sibling.
+    /// Where it is a link, the file that it leads to is meant. The new content is in that file's
+    /// temporary sibling, the old one, once that is replaced, beside it too.
     std::filesystem::path target;
     /// io::contentVersion of what was there; none for a new file.
     std::optional<std::string> oldVersion;
     std::string newVersion;
 };
 
-/// The plan of a write whose first file lies in a folder.
+/// The plan of a write of files in that folder and those below.
 std::filesystem::path planPath(const std::filesystem::path& folder);
 
 /// What is appended to a file's name for its old content while others are being written.
@@ -33,12 +34,14 @@ enum class UnfinishedWrite {
     none,
     /// All of its files are the new ones now.
     finished,
-    /// Its files were changed meanwhile, or their new contents are lost: they stay as they are.
+    /// All of its files are the old ones again: the process died while it undid what had failed.
+    undone,
+    /// Its files were changed meanwhile, or their contents are lost: they stay as they are.
     givenUp
 };
 
-/// Finishes the write that a process began in a folder and that died. One that is under way is left
-/// alone.
+/// Finishes or undoes the write that a process began in a folder before it died. One that is under
+/// way is left alone.
 UnfinishedWrite finishWrite(FileOps& ops, const std::filesystem::path& folder);
 
 }  // namespace orb::io

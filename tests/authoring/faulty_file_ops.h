@@ -22,6 +22,8 @@ public:
     bool refusesRenames = false;
     bool refusesNewFiles = false;
     bool refusesHardLinks = false;
+    /// A file that nothing becomes, and whose bytes nobody writes.
+    Path refusedFile;
 
     /// The operation that was made to fail; empty when there were not so many.
     const std::string& struck() const { return struck_; }
@@ -37,7 +39,7 @@ public:
         if (!strikes("createDirectories", error)) real_.createDirectories(path, error);
     }
     std::FILE* open(const Path& path, io::OpenMode mode, std::error_code& error) override {
-        if (strikes("open", error)) return nullptr;
+        if (strikes("open", error) || refused(path == refusedFile, error)) return nullptr;
         if (mode != io::OpenMode::createNew || !refused(refusesNewFiles, error))
             return real_.open(path, mode, error);
         return nullptr;
@@ -76,7 +78,7 @@ public:
             real_.hardLink(file, name, error);
     }
     void rename(const Path& from, const Path& to, std::error_code& error) override {
-        if (!strikes("rename", error) && !refused(refusesRenames, error))
+        if (!strikes("rename", error) && !refused(refusesRenames || to == refusedFile, error))
             real_.rename(from, to, error);
     }
     void remove(const Path& path, std::error_code& error) override {

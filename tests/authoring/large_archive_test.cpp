@@ -55,7 +55,7 @@ TEST(LargeArchiveTest, IsRewrittenWithinTwiceItsSize) {
     const long peak = peakOf([&] {
         const std::vector<FileWrite> writes{
             {{io::FileLocation::Kind::archive, path, "units/A.FBI"}, io::bytesOf("new")}};
-        return writeSources(io::systemFileOps(), writes, true).outcome == WriteOutcome::ok;
+        return writeSources(io::systemFileOps(), writes, true, {}).outcome == WriteOutcome::ok;
     });
     const io::HpiArchive archive(path), backup(backupPath(path));
     EXPECT_EQ(archive.readFile(*archive.findFile("units/A.FBI")), io::bytesOf("new"));

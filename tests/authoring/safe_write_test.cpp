@@ -78,7 +78,7 @@ io::Bytes archiveWith(const std::string& text) {
 WriteResult write(io::FileOps& ops, const io::FileLocation& target, io::Bytes content,
                   bool allowBackupCreation = true) {
     const FileWrite only{target, std::move(content)};
-    return writeSources(ops, {&only, 1}, allowBackupCreation);
+    return writeSources(ops, {&only, 1}, allowBackupCreation, target.path.parent_path());
 }
 
 std::string readAll(const fs::path& path) {
@@ -239,24 +239,32 @@ TEST(SafeWriteTest, TheProcessMayDieBetweenAnyTwoOperations) {
 
 #endif
 
-/// A unit of several files, one of them new in a new folder, two of them in one archive.
+/// A unit of several files, one of them new in a new folder, two of them in one archive, and one,
+/// where there are links, behind two.
 class SeveralFiles {
 public:
     explicit SeveralFiles(const io::TestFolder& folder) : root_(folder.path() / "several") {
         fs::remove_all(root_);
-        folder.write("several/A.FBI", kOld);
+        folder.write("several/units/A.FBI", kOld);
+#if ORB_TEST_HAS_POSIX
+        fs::remove_all(folder.path() / "kept");
+        fs::rename(root_ / "units", folder.path() / "kept");
+        fs::create_directory_symlink("../kept", root_ / "units");
+        fs::rename(folder.path() / "kept/A.FBI", folder.path() / "kept/linked");
+        fs::create_symlink("linked", folder.path() / "kept/A.FBI");
+#endif
         folder.write("several/a.ufo", archiveWith(kOld));
     }
 
     void run(io::FileOps& ops) const {
         const std::vector<FileWrite> writes{
-            {{Kind::loose, root_ / "A.FBI", ""}, bytesOf(kNew)},
+            {{Kind::loose, definition(), ""}, bytesOf(kNew)},
             {{Kind::archive, root_ / "a.ufo", "units/A.FBI"}, bytesOf(kNew)},
-            {{Kind::loose, root_ / "objects3d/deep/A.3do", ""}, bytesOf(kNew)},
+            {{Kind::loose, model(), ""}, bytesOf(kNew)},
             {{Kind::archive, root_ / "a.ufo", "units/B.FBI"}, bytesOf(kNew)}};
-        const WriteResult result = writeSources(ops, writes, true);
+        const WriteResult result = writeSources(ops, writes, true, root_);
         if (result.outcome != WriteOutcome::ok) throw RequestError(result.message);
-        EXPECT_EQ(result.resolvedPath, root_ / "A.FBI");
+        EXPECT_EQ(result.resolvedPath, definition());
     }
 
     /// "old" or "new" for each file, as far as they are whole.
@@ -264,9 +272,9 @@ public:
         const io::HpiArchive archive(root_ / "a.ufo");
         const io::Bytes entry = archive.readFile(*archive.findFile("units/A.FBI"));
         const bool hasAdded = archive.findFile("units/B.FBI") != nullptr;
-        return word(readAll(root_ / "A.FBI")) +
+        return word(readAll(definition())) +
                word(hasAdded == (io::asText(entry) == kNew) ? std::string(io::asText(entry)) : "") +
-               word(readAll(root_ / "objects3d/deep/A.3do"));
+               word(readAll(model()));
     }
 
     /// Whether nothing lies about but the files, their folders and backups.
@@ -277,11 +285,21 @@ public:
         return true;
     }
 
-    const fs::path& root() const { return root_; }
-    bool hasBackups() const {
-        return fs::exists(backupPath(root_ / "A.FBI")) || fs::exists(backupPath(root_ / "a.ufo"));
+    const fs::path& root() const {
+        return root_;
     }
-    bool hasNewFolders() const { return fs::exists(root_ / "objects3d"); }
+    fs::path definition() const {
+        return root_ / "units/A.FBI";
+    }
+    fs::path model() const {
+        return root_ / "objects3d/deep/A.3do";
+    }
+    bool hasBackups() const {
+        return fs::exists(backupPath(definition())) || fs::exists(backupPath(root_ / "a.ufo"));
+    }
+    bool hasNewFolders() const {
+        return fs::exists(root_ / "objects3d");
+    }
 
 private:
     static std::string word(const std::string& text) {
@@ -319,27 +337,36 @@ TEST(SafeWriteTest, SeveralFilesAreWrittenTogetherOrNotAtAll) {
 #if ORB_TEST_HAS_POSIX
 TEST(SafeWriteTest, SeveralFilesAreOldOrNewTogetherWhereTheProcessDiesAndTheWriteIsFinished) {
     const io::TestFolder folder;
-    std::set<std::string> met;
-    for (int step = 0;; ++step) {
-        const SeveralFiles files(folder);
-        const pid_t child = fork();
-        if (child == 0) {
-            FaultyFileOps ops(step, Fault::die);
-            ::_exit(failureOf([&] { files.run(ops); }).empty() ? 0 : 1);
+    using io::UnfinishedWrite;
+    for (const bool failsAtTheModel : {false, true}) {
+        std::set<UnfinishedWrite> met;
+        for (int step = 0;; ++step) {
+            SCOPED_TRACE(fmt::format("{} {}", step, failsAtTheModel));
+            const SeveralFiles files(folder);
+            const pid_t child = fork();
+            if (child == 0) {
+                FaultyFileOps ops(step, Fault::die);
+                if (failsAtTheModel) ops.refusedFile = files.model();
+                ::_exit(failureOf([&] { files.run(ops); }).empty() ? 0 : 1);
+            }
+            int status = 0;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            EXPECT_EQ(files.state().find("(damaged)"), std::string::npos);
+            const auto finished = io::finishWrite(io::systemFileOps(), files.root());
+            met.insert(finished);
+            if (WEXITSTATUS(status) != FaultyFileOps::kDeathStatus) break;
+            if (finished == UnfinishedWrite::none)
+                EXPECT_TRUE(files.state() == "old old old " || files.state() == "new new new ");
+            else
+                EXPECT_EQ(files.state(),
+                          finished == UnfinishedWrite::finished ? "new new new " : "old old old ");
+            EXPECT_EQ(failureOf([&] { files.run(io::systemFileOps()); }), "");
+            EXPECT_TRUE(files.isTidy()) << "the next write clears up";
         }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_EQ(files.state().find("(damaged)"), std::string::npos) << step;
-        const std::string dead = files.state();
-        const auto finished = io::finishWrite(io::systemFileOps(), files.root());
-        EXPECT_NE(finished, io::UnfinishedWrite::givenUp) << step;
-        EXPECT_EQ(files.state(), finished == io::UnfinishedWrite::finished ? "new new new " : dead);
-        met.insert(files.state());
-        if (WEXITSTATUS(status) != FaultyFileOps::kDeathStatus) break;
-        EXPECT_EQ(failureOf([&] { files.run(io::systemFileOps()); }), "");
-        EXPECT_TRUE(files.isTidy()) << "the next write clears up";
+        std::set expected{UnfinishedWrite::none, UnfinishedWrite::finished};
+        if (failsAtTheModel) expected.insert(UnfinishedWrite::undone);
+        EXPECT_EQ(met, expected);
     }
-    EXPECT_EQ(met, (std::set<std::string>{"old old old ", "new new new "}));
 }
 
 TEST(SafeWriteTest, WhatIsNoPlanFinishesNothing) {
@@ -351,7 +378,7 @@ TEST(SafeWriteTest, WhatIsNoPlanFinishesNothing) {
     };
     const fs::path plan = io::planPath(folder.path());
     const io::PlannedFile planned[] = {{target, versionOf(kOld), versionOf(kNew)},
-                                       {folder.path() / "gone", std::nullopt, versionOf(kNew)}};
+                                       {folder.path() / "gone", versionOf(kOld), versionOf(kNew)}};
     ASSERT_TRUE(io::writePlan(io::systemFileOps(), plan, planned));
     std::string bytes = readAll(plan);
     for (; !bytes.empty(); bytes.pop_back()) {  // the whole one cannot be finished either
@@ -376,9 +403,9 @@ TEST(SafeWriteTest, AnUnfinishedWriteLeavesAloneWhatOthersHaveChanged) {
         ASSERT_EQ(waitpid(child, &status, 0), child);
         if (WEXITSTATUS(status) != FaultyFileOps::kDeathStatus) break;
         if (!fs::exists(io::planPath(files.root()))) continue;
-        folder.write("several/A.FBI", "another program's");
+        folder.write("several/units/A.FBI", "another program's");
         EXPECT_EQ(io::finishWrite(io::systemFileOps(), files.root()), io::UnfinishedWrite::givenUp);
-        EXPECT_EQ(readAll(files.root() / "A.FBI"), "another program's");
+        EXPECT_EQ(readAll(files.definition()), "another program's");
         EXPECT_EQ(io::finishWrite(io::systemFileOps(), files.root()), io::UnfinishedWrite::none);
     }
 }

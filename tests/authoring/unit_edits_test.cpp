@@ -235,7 +235,7 @@ TEST_F(UnitEditsTest, ASaveThatDiesIsFinishedByTheNextMountOrHasNotBegun) {
         const bool isSaved = contentOf(mod / "units/ant.fbi").find("=11;") != std::string::npos;
         EXPECT_EQ(fs::exists(mod / "scripts/legs.cob"), isSaved) << step;
         EXPECT_EQ(fs::exists(mod / "scripts/legs.bos"), isSaved) << step;
-        EXPECT_FALSE(fs::exists(io::planPath(mod / "units"))) << step;
+        EXPECT_FALSE(fs::exists(io::planPath(mod))) << step;
         met.insert(isSaved);
         if (WEXITSTATUS(status) != FaultyFileOps::kDeathStatus) break;
     }
