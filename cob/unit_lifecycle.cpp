@@ -1,5 +1,6 @@
 #include "cob/unit_lifecycle.h"
 
+#include <algorithm>
 #include <optional>
 
 #include <fmt/format.h>
@@ -104,6 +105,16 @@ void UnitLifecycle::deactivate(LifecycleUnit& unit) {
 std::int32_t UnitLifecycle::queryPiece(std::int32_t id, std::string_view script) {
     CobInstance* const instance = instanceOf(id);
     return instance != nullptr ? queriedPiece(*instance, script) : kNoPiece;
+}
+
+void UnitLifecycle::queryPieces(std::int32_t id, std::string_view script,
+                                std::span<std::int32_t> pieces) {
+    std::ranges::fill(pieces, kNoPiece);
+    CobInstance* const instance = instanceOf(id);
+    if (instance == nullptr) return;
+    CobVm(*instance).call(script, pieces, kCallBudget);
+    for (std::int32_t& piece : pieces)
+        piece = piece < 0 ? kNoPiece : mappedResult(*instance, piece);
 }
 
 std::int32_t UnitLifecycle::sweetSpot(std::int32_t id) {

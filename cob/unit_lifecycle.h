@@ -48,6 +48,8 @@ public:
     /// The piece that a script answers with: through its one parameter or, failing that, by its
     /// result.
     std::int32_t queryPiece(std::int32_t id, std::string_view script);
+    /// The same of a script that answers with several: one through each parameter.
+    void queryPieces(std::int32_t id, std::string_view script, std::span<std::int32_t> pieces);
     /// Where to aim at the unit.
     std::int32_t sweetSpot(std::int32_t id);
     /// Where weapon 0, 1 or 2 fires from; a missing script is logged once per unit and slot.

@@ -1616,7 +1616,7 @@ export type OrderKind =
 /** Those that a unit can be at for a while. */
 export type QueuedOrder =
     | "move" | "patrol" | "attack" | "fire" | "guard" | "build" | "repair" | "reclaim" | "capture"
-    | "load" | "unload";
+    | "load" | "unload" | "land";
 
 export interface UnitOrder {
     /** Default "move". */

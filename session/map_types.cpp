@@ -254,6 +254,7 @@ sim::FeatureType makeFeatureType(const GameTables& tables, const std::string& na
     if (intOf(section, "indestructible", 0) == 0)
         type.health = sim::Amount::fromInt(std::clamp(intOf(section, "damage", 0), 0, kMaxHealth));
     type.isReclaimable = intOf(section, "reclaimable", 0) != 0;
+    type.isForPatrols = intOf(section, "autoreclaimable", 1) != 0;
     type.isDeposit = intOf(section, "indestructible", 0) != 0 && !type.isReclaimable &&
                      section.getFloat("metal").value_or(0.0F) > 0;
     type.isGeothermal = intOf(section, "geothermal", 0) != 0;
@@ -299,6 +300,8 @@ sim::UnitType makeUnitType(const GameTables& tables, const LoadedUnit& unit) {
     // Ships have a waterline, whether or not they say that they float.
     if (type.waterline > 0 && type.limits.minWaterDepth > 0) type.floats = true;
     if (type.isBuilding) type.yard = sim::yardOf(fbi.yardMap, type.footprintX, type.footprintZ);
+    type.becomesFeature =
+        intOf(unit.unitInfo(), "isfeature", 0) != 0 || type.yard.find('f') != std::string::npos;
     return type;
 }
 

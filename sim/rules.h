@@ -158,6 +158,8 @@ inline constexpr Fixed kAirPush = Fixed::fromInt(1);
 
 // Carrying. Known are the scripts; no document tells the rest. Who is aboard dies with his carrier;
 // nobody who is aboard carries others; aircraft and buildings are not carried, nor what others own.
+// Who captures a carrier has all who are aboard. Landing pads mend each guest with all of the work
+// that their unit does in a tick.
 
 /// From edge to edge, what stands or swims takes aboard and puts down over this distance.
 inline constexpr Fixed kLoadDistance = Fixed::fromInt(96);
@@ -187,6 +189,9 @@ inline constexpr std::int32_t kReclaimPerEnergy = 1;
 /// A frame that nobody has built for so long decays, from whole to nothing in so many ticks.
 inline constexpr Tick kDecayAfter = 300;
 inline constexpr std::int32_t kDecayTicks = 1'800;
+/// A builder on patrol looks in one tick of so many for something to do within its reach. Higher
+/// lets fast ones pass by.
+inline constexpr Tick kChoreEvery = 16;
 /// Ticks after which what was done to capture somebody is forgotten.
 inline constexpr Tick kCaptureMemory = 90;
 // What burns.
@@ -226,7 +231,8 @@ inline constexpr Tick kFoundOutTicks = 90;
 // - Only what is built sees, and nobody sees from aboard of something.
 // - Sight knows no depth: it finds what is under water, radar does not and sonar only what is in
 // it.
-// - Radar, sonar and jammers work while their unit is active and not stunned.
+// - Radar, sonar and jammers work while their unit is active, its energy paid in full, and it is not
+//   stunned.
 // - Who hides is still on radar, but nobody aims at him; an order to attack finds him again when
 //   he is found out.
 // - Orders may name what nobody has seen: they are given by somebody who sees everything.

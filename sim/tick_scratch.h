@@ -22,6 +22,8 @@ struct WorkWish {
     UnitRef target;
     /// The feature that is reclaimed.
     std::uint32_t feature = 0;
+    /// Whose tools do it; none for the unit's own.
+    UnitRef worker = {};
 };
 
 /// What a unit's order asks the later phases of this tick for.

@@ -70,6 +70,7 @@ bool World::replaceTypes(
         unit.values = {};
         unit.labour.hasStarted = false;
         unit.hold.handled = {};
+        unit.pads.pieces = UnitPads().pieces;
         setUpScript(parts_, unit);
         hasReplaced = true;
     }

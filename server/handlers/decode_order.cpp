@@ -1,6 +1,7 @@
 #include "server/handlers/decode_order.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <unordered_set>
 
@@ -66,6 +67,21 @@ void checkValue(OrderMembers& members) {
     members.request.value = value.value_or(kUsualSeverity);
 }
 
+/// With what parts it from the words before.
+std::string_view textOf(sim::OrderHindrance hindrance) {
+    constexpr std::array<std::string_view, 10> kTexts = {"",
+                                                         ": hold full",
+                                                         ": nobody aboard",
+                                                         ": too large",
+                                                         ": cannot be carried",
+                                                         ": carries others",
+                                                         ": of another player",
+                                                         ": of the same player",
+                                                         ": target not built",
+                                                         ": no landing pad"};
+    return kTexts.at(static_cast<std::size_t>(hindrance));
+}
+
 std::string reasonOf(const sim::OrderAnswer& answer, const sim::OrderRequest& request) {
     switch (answer.refusal) {
         case OrderRefusal::noSuchUnit:
@@ -86,9 +102,8 @@ std::string reasonOf(const sim::OrderAnswer& answer, const sim::OrderRequest& re
         case OrderRefusal::notBuilt:
             return "not built";
         case OrderRefusal::cannotWork:
-            return request.kind == OrderKind::build
-                       ? "cannot build " + request.product->name
-                       : fmt::format("cannot {}", orderWord(request.kind));
+            if (request.kind == OrderKind::build) return "cannot build " + request.product->name;
+            return fmt::format("cannot {}{}", orderWord(request.kind), textOf(answer.hindrance));
         case OrderRefusal::needsPlace:
             return "build needs x and z";
         case OrderRefusal::outOfRange:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string_view>
 
 #include <nlohmann/json.hpp>
@@ -10,6 +11,7 @@
 #include "server/handlers/encode_source.h"
 #include "server/handlers/json_numbers.h"
 #include "server/handlers/order_words.h"
+#include "sim/cargo/landing_pads.h"
 #include "sim/fight/weapons.h"
 
 namespace orb::unitview::ipc {
@@ -85,12 +87,18 @@ json encodeNano(const sim::World& world, const sim::Unit& unit) {
 }
 
 /// Whom it rides on, and where: without a piece it is inside, out of sight.
-void encodeRide(const sim::World& world, const sim::Unit& unit, json& data) {
-    data["carrier"] = unit.carrier.slot + 1;
-    const sim::Unit* const carrier = world.units().find(unit.carrier);
-    const auto piece = static_cast<std::size_t>(unit.carrierPiece);
-    if (carrier && unit.carrierPiece >= 0 && piece < carrier->type->pieces.size())
+void encodeRide(const sim::World& world, const sim::Perch& ride, json& data) {
+    data["carrier"] = ride.owner.slot + 1;
+    const sim::Unit* const carrier = world.units().find(ride.owner);
+    const auto piece = static_cast<std::size_t>(ride.piece);
+    if (carrier && ride.piece >= 0 && piece < carrier->type->pieces.size())
         data["carrierPiece"] = carrier->type->pieces[piece];
+}
+
+std::optional<sim::Perch> rideOf(const sim::World& world, const sim::Unit& unit) {
+    if (unit.carrier) return sim::Perch{unit.carrier, unit.carrierPiece};
+    if (unit.flight.stage != sim::FlightStage::perched) return std::nullopt;
+    return sim::perchOf(world.units(), unit);
 }
 
 json encodeCargo(const sim::Unit& unit) {
@@ -200,7 +208,7 @@ json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPiec
         result["stunned"] =
             static_cast<double>(unit.stunnedUntil - world.tick()) / sim::kTicksPerSecond;
     if (unit.cloak.isOn) result["cloaked"] = true;
-    if (unit.carrier) encodeRide(world, unit, result);
+    if (const auto ride = rideOf(world, unit)) encodeRide(world, *ride, result);
     if (!unit.hold.cargo.empty()) result["cargo"] = encodeCargo(unit);
     if (withPieces) {
         const CobInstance* const script = world.scripts().of(unit);

@@ -7,11 +7,11 @@ namespace orb::unitview::ipc {
 namespace {
 
 /// By kind.
-constexpr std::array<std::string_view, 25> kWords = {
-    "move",    "patrol",  "stop",      "attack",    "fire",         "guard",    "repair",
-    "capture", "load",    "unload",    "build",     "reclaim",      "activate", "deactivate",
-    "cloak",   "decloak", "moveState", "fireState", "selfDestruct", "damage",   "kill",
-    "finish",  "place",   "script",    "remove"};
+constexpr std::array<std::string_view, 26> kWords = {
+    "move",       "patrol", "stop",    "attack",    "fire",      "guard",        "repair",
+    "capture",    "load",   "unload",  "land",      "build",     "reclaim",      "activate",
+    "deactivate", "cloak",  "decloak", "moveState", "fireState", "selfDestruct", "damage",
+    "kill",       "finish", "place",   "script",    "remove"};
 static_assert(static_cast<std::size_t>(sim::OrderKind::remove) + 1 == kWords.size());
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "sim/cargo/landing_pads.h"
 #include "sim/motion/ground_motion.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
@@ -48,9 +49,13 @@ Fixed distanceFrom(const CellRect& cells, GroundPoint place) {
                     outside(place.z, cells.corner.z, cells.depth));
 }
 
+bool canBeCarried(const UnitType& type) {
+    return type.canBeCarried && !type.isBuilding && !type.canFly;
+}
+
 bool fitsHold(const UnitType& carrier, const UnitType& load) {
     const std::int32_t most = carrier.hold.mostFootprint;
-    return carrier.hold.capacity > 0 && load.canBeCarried && !load.isBuilding && !load.canFly &&
+    return carrier.hold.capacity > 0 && canBeCarried(load) &&
            (most == 0 || std::max(load.footprintX, load.footprintZ) <= most);
 }
 
@@ -116,10 +121,12 @@ void spillHold(WorldParts& world, Unit& carrier) {
 }
 
 void stepCargo(WorldParts& world, TickScratch&) {
-    for (Unit& unit : world.state.units)
+    for (Unit& unit : world.state.units) {
+        if (unit.flight.stage == FlightStage::perched) ridePad(world, unit);
         if (unit.carrier)
             if (const Unit* const carrier = world.state.units.find(unit.carrier))
                 ride(world, *carrier, unit);
+    }
 }
 
 }  // namespace orb::sim

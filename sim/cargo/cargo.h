@@ -10,6 +10,9 @@ namespace orb::sim {
 // not on the ground, takes no cells and does nothing. Nobody who is carried carries others, so
 // there are no chains.
 
+/// Others can take units of that type aboard.
+bool canBeCarried(const UnitType& type);
+
 /// A unit of that type finds room in an empty hold.
 bool fitsHold(const UnitType& carrier, const UnitType& load);
 

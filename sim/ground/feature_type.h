@@ -44,6 +44,8 @@ struct FeatureType {
     std::int32_t height = 0;
     bool isBlocking = false;
     bool isReclaimable = false;
+    /// Builders on patrol take it, if it can be reclaimed at all.
+    bool isForPatrols = true;
     /// Hit points; 0 for what cannot be destroyed.
     Amount health = {};
     /// Index of the type that is there when one of these is destroyed, -1 for none.
@@ -61,6 +63,8 @@ struct FeatureType {
     std::string object = {};
     std::string pictureFile = {};
     std::string pictureSequence = {};
+
+    bool reclaimsItself() const { return isReclaimable && isForPatrols; }
 };
 
 }  // namespace orb::sim

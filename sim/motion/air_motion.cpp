@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "sim/cargo/landing_pads.h"
 #include "sim/fight/projectiles.h"
 #include "sim/fight/weapon_type.h"
 #include "sim/motion/landing.h"
@@ -303,9 +304,18 @@ FlightStep planLanding(const WorldParts& world, const Unit& unit) {
     return step;
 }
 
+/// It stays until its order is another, or its pad is gone.
+FlightStep planPerched(const WorldParts& world, const Unit& unit) {
+    FlightStep step = standing(unit);
+    step.takesOff = !perchOf(world.state.units, unit);
+    return step;
+}
+
 FlightStep planFlight(const WorldParts& world, UnitFinder& finder, const Unit& unit,
                       const UnitWish& wish) {
     const UnitFlight& flight = unit.flight;
+    if (unit.isStunned(world.state.tick)) return standing(unit);
+    if (flight.stage == FlightStage::perched) return planPerched(world, unit);
     const bool isUp = flight.stage == FlightStage::flying;
     if (!isUp && !wish.goal)
         return flight.stage == FlightStage::landing ? planLanding(world, unit) : standing(unit);
@@ -411,7 +421,8 @@ void tryToLand(WorldParts& world, Unit& unit) {
 void applyFlight(WorldParts& world, Unit& unit, const FlightStep& step, bool hasGoal) {
     if (hasGoal && step.isThere) unit.motion.arrival = Arrival::atGoal;
     if (step.takesOff) takeOff(world, unit);
-    if (unit.flight.stage == FlightStage::landed) return;
+    if (unit.flight.stage == FlightStage::landed || unit.flight.stage == FlightStage::perched)
+        return;
     if (unit.flight.stage == FlightStage::flying) {
         world.derived.buckets.move(unit.slot(), unit.place, step.place);
         unit.place = step.place;

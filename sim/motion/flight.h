@@ -32,6 +32,8 @@ enum class FlightStage : std::uint8_t {
     flying,
     /// Straight down onto its site, whose cells it has already.
     landing,
+    /// On a landing pad, with which it moves.
+    perched,
 };
 
 /// How a unit that can fly does.

@@ -49,4 +49,10 @@ void touchDown(WorldParts& world, Unit& unit) {
     switchOn(world, unit, false);
 }
 
+void sitDown(WorldParts& world, Unit& unit) {
+    touchDown(world, unit);
+    unit.flight.stage = FlightStage::perched;
+    unit.motion.speed = {};
+}
+
 }  // namespace orb::sim

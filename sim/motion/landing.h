@@ -22,4 +22,7 @@ void beginLanding(WorldParts& world, Unit& unit);
 /// It stands.
 void touchDown(WorldParts& world, Unit& unit);
 
+/// It sits on a landing pad, from the air.
+void sitDown(WorldParts& world, Unit& unit);
+
 }  // namespace orb::sim

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 
+#include "sim/cargo/landing_pads.h"
 #include "sim/fight/attacks.h"
+#include "sim/motion/landing.h"
 #include "sim/orders/attack_orders.h"
 #include "sim/orders/work_orders.h"
 #include "sim/rules.h"
+#include "sim/scripts/piece_pose.h"
 
 namespace orb::sim {
 namespace {
@@ -97,6 +100,35 @@ OrderProgress guard(WorldParts& world, Unit& unit, const Order& order, UnitWish&
     return kUnderWay;
 }
 
+/// Goes down to a pad, sits there until it is whole, and leaves.
+OrderProgress land(WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
+    const Unit* const owner = world.state.units.find(order.target);
+    if (!owner || !owner->isPresent()) return failedFor(OrderFailure::targetGone);
+    if (owner->player != unit.player || !owner->isBuilt()) return failedFor(OrderFailure::cannotDo);
+    const auto perch = takePerch(world, unit);
+    if (!perch) {
+        if (!hasPads(*owner->type)) return failedFor(OrderFailure::cannotDo);
+        stayNear(unit, *owner, wish);
+        return kUnderWay;
+    }
+    if (unit.flight.stage == FlightStage::perched) {
+        const bool canMend = owner->type->economy.workPerTick > 0;
+        if (unit.health >= Amount::fromInt(unit.type->maxHealth) || !canMend) return kDone;
+        if (!owner->isStunned(world.state.tick))
+            wish.work = {WorkWish::Kind::repair, unit.ref(), 0, owner->ref()};
+        return kUnderWay;
+    }
+    const Vector pad = pieceInWorld(world, *owner, perch->piece);
+    const GroundPoint place{pad.x, pad.z};
+    wish.goal = wish.gathering = place;
+    if (!isWithin(unit, place, rules::kLoadNear)) return kUnderWay;
+    wish.flight.altitude = pad.y;
+    if (isWithin(unit, place, rules::kLoadReach + owner->motion.speed) &&
+        unit.altitude <= pad.y + rules::kLoadHeight)
+        sitDown(world, unit);
+    return kUnderWay;
+}
+
 }  // namespace
 
 std::optional<OrderProgress> carryOutInAir(WorldParts& world, Unit& unit, const Order& order,
@@ -109,6 +141,12 @@ std::optional<OrderProgress> carryOutInAir(WorldParts& world, Unit& unit, const 
             return attack(world, unit, order, wish);
         case OrderKind::guard:
             return guard(world, unit, order, wish);
+        case OrderKind::land:
+            return land(world, unit, order, wish);
+        case OrderKind::fire:
+            // Who can stay where he is fires from there.
+            if (unit.type->air.hovers) return std::nullopt;
+            return attack(world, unit, order, wish);
         default:
             return std::nullopt;
     }

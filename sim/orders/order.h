@@ -20,6 +20,7 @@ enum class OrderKind : std::uint8_t {
     capture,
     load,
     unload,
+    land,
     build,
     reclaim,
     activate,
@@ -45,7 +46,8 @@ struct Order {
     std::int8_t slot = -1;
     /// The weapon that was told to has fired.
     bool hasFired = false;
-    /// Given by the world to make room, not by anybody's request; its end is told to nobody.
+    /// Given by the world, not by anybody's request: to make room, or to work beside the way. Its
+    /// end is told to nobody.
     bool isSideStep = false;
     /// Where to; where `target` is none, for attack and fire also what to.
     GroundPoint place = {};

@@ -153,6 +153,7 @@ void stepOrders(WorldParts& world, TickScratch& scratch) {
         if (!unit.orders.empty() && canAct(world, unit)) {
             // The next order begins in the next tick: a patrol between two places where the unit
             // stands does not go round for ever.
+            findChore(world, scratch, unit);
             const OrderProgress progress = carryOut(world, scratch, unit, wish);
             if (progress != kUnderWay) endOrder(world, unit, progress);
         }

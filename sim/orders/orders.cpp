@@ -5,6 +5,7 @@
 #include "cob/cob_vm.h"
 #include "io/ascii.h"
 #include "sim/cargo/cargo.h"
+#include "sim/cargo/landing_pads.h"
 #include "sim/fight/aim_points.h"
 #include "sim/fight/aiming.h"
 #include "sim/fight/attacks.h"
@@ -34,6 +35,9 @@ constexpr OrderRule workOn(Aim aim) {
 constexpr OrderRule carry(Aim aim) {
     return {.aim = aim, .needsBuilt = true, .needsHold = true, .joinsQueue = true};
 }
+constexpr OrderRule fly(Aim aim) {
+    return {.aim = aim, .needsBuilt = true, .needsWings = true, .joinsQueue = true};
+}
 constexpr OrderRule shoot() {
     return {.aim = Aim::targetOrPlace, .needsWeapon = true, .needsBuilt = true, .joinsQueue = true};
 }
@@ -41,6 +45,8 @@ constexpr OrderRule atOnce(Aim aim = Aim::none, bool needsBuilt = false) {
     return {.aim = aim, .needsBuilt = needsBuilt};
 }
 
+/// Orders that a factory hands on at most.
+constexpr std::size_t kMaxRally = 16;
 /// What one order to a factory builds at most.
 constexpr std::int32_t kMaxProducts = 1'000;
 
@@ -72,8 +78,15 @@ void countDown(WorldParts& world, TickScratch& scratch, Unit& unit) {
         end = end != 0 ? 0 : world.state.tick + std::max(1, unit.type->selfDestructTicks);
 }
 
+/// A factory whose yard it leaves begins another.
+void leaveYard(WorldParts& world, const Unit& frame) {
+    for (Unit& factory : world.state.units)
+        if (factory.labour.site && factory.labour.site == frame.ref()) factory.labour.site = {};
+}
+
 void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) {
     leaveHold(world, unit);
+    leaveYard(world, unit);
     moveUnitTo(world, unit, standingPlace(*unit.type, *request.place));
     if (request.hasHeading) unit.heading = request.heading;
     if (unit.type->canFly)
@@ -145,12 +158,21 @@ bool mayBuild(const UnitType& builder, const UnitType& product) {
     });
 }
 
+/// It has an order of that kind at that unit; of nobody in particular without one.
+bool isToDo(const Unit& unit, OrderKind kind, const Unit* target) {
+    return std::ranges::any_of(unit.orders, [&](const Order& order) {
+        return order.kind == kind && (!target || order.target == target->ref());
+    });
+}
+
 /// Whether what the order names is there, and somebody else who can be got at.
 bool isTargetThere(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
     if (request.feature && !findFeature(world, *request.feature)) return false;
     if (!request.target) return true;
     const Unit* const target = world.state.units.withId(*request.target);
-    if (request.kind == OrderKind::unload) return target && target->carrier == unit.ref();
+    if (request.kind == OrderKind::unload)
+        return target && (target->carrier == unit.ref() ||
+                          (request.isQueued && isToDo(unit, OrderKind::load, target)));
     const bool mustBePresent = request.kind != OrderKind::guard;
     return target && target != &unit && (!mustBePresent || target->isPresent());
 }
@@ -222,12 +244,51 @@ bool isOutOfReach(const Unit& unit, const OrderRequest& request) {
            (orderRule(request.kind).joinsQueue || request.kind == OrderKind::damage);
 }
 
-/// Whether a unit can have somebody aboard, and whom it is to load.
-bool canCarry(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
-    const Unit* const load = request.target ? world.state.units.withId(*request.target) : nullptr;
-    if (request.kind != OrderKind::load) return unit.type->hold.capacity > 0;
-    return load && load != &unit && load->player == unit.player &&
-           fitsHold(*unit.type, *load->type);
+bool isHoldFull(const Unit& unit) {
+    return unit.hold.cargo.size() >= static_cast<std::size_t>(unit.type->hold.capacity);
+}
+
+OrderHindrance testLoad(const Unit& unit, const Unit& load, bool isQueued) {
+    if (load.player != unit.player) return OrderHindrance::ofOtherPlayer;
+    if (!canBeCarried(*load.type)) return OrderHindrance::cannotBeCarried;
+    if (!fitsHold(*unit.type, *load.type)) return OrderHindrance::tooLarge;
+    if (!load.isBuilt()) return OrderHindrance::targetNotBuilt;
+    if (!load.hold.cargo.empty()) return OrderHindrance::carriesOthers;
+    const bool makesRoom = isQueued && isToDo(unit, OrderKind::unload, nullptr);
+    return isHoldFull(unit) && !makesRoom ? OrderHindrance::holdFull : OrderHindrance::none;
+}
+
+/// What keeps a unit that could do so otherwise from working on its target.
+OrderHindrance hindranceOf(const WorldParts& world, const Unit& unit, const OrderRequest& request) {
+    const bool isOfUnits = request.kind == OrderKind::unload || request.target;
+    if (!isOfUnits) return OrderHindrance::none;
+    const Unit* const target = request.target ? world.state.units.withId(*request.target) : nullptr;
+    if (request.kind == OrderKind::unload) {
+        const bool takesOne = request.isQueued && isToDo(unit, OrderKind::load, nullptr);
+        return unit.hold.cargo.empty() && !takesOne ? OrderHindrance::holdEmpty
+                                                    : OrderHindrance::none;
+    }
+    const bool isOwn = target->player == unit.player;
+    switch (request.kind) {
+        case OrderKind::load:
+            return testLoad(unit, *target, request.isQueued);
+        case OrderKind::repair:
+            return isOwn ? OrderHindrance::none : OrderHindrance::ofOtherPlayer;
+        case OrderKind::capture:
+            if (isOwn) return OrderHindrance::ofSamePlayer;
+            return target->isBuilt() ? OrderHindrance::none : OrderHindrance::targetNotBuilt;
+        case OrderKind::land:
+            if (!isOwn) return OrderHindrance::ofOtherPlayer;
+            if (!hasPads(*target->type)) return OrderHindrance::noPad;
+            return target->isBuilt() ? OrderHindrance::none : OrderHindrance::targetNotBuilt;
+        default:
+            return OrderHindrance::none;
+    }
+}
+
+/// What a factory does not do itself but its products.
+bool isHandedOn(const Unit& unit, OrderKind kind) {
+    return (kind == OrderKind::move || kind == OrderKind::patrol) && unit.type->sendsProducts;
 }
 
 /// Whether a unit has the tools for what it is to do.
@@ -251,10 +312,14 @@ OrderAnswer testOrder(const WorldParts& world, const Unit* unit, const OrderRequ
     const OrderRule& rule = orderRule(request.kind);
     if (!unit || unit->isDying) return OrderRefusal::noSuchUnit;
     if (!isTargetThere(world, *unit, request)) return OrderRefusal::noSuchTarget;
-    if (request.kind == OrderKind::move && unit->type->sendsProducts) return OrderRefusal::none;
+    if (isHandedOn(*unit, request.kind))
+        return request.isQueued && unit->rally.size() >= kMaxRally ? OrderRefusal::queueFull
+                                                                   : OrderRefusal::none;
     if (rule.needsMobility && !unit->type->canMove) return OrderRefusal::cannotMove;
     if (rule.needsTools && !canWork(*unit->type, request)) return OrderRefusal::cannotWork;
-    if (rule.needsHold && !canCarry(world, *unit, request)) return OrderRefusal::cannotWork;
+    if (rule.needsHold && unit->type->hold.capacity == 0) return OrderRefusal::cannotWork;
+    if (rule.needsWings && !(unit->type->canFly && unit->type->canMove))
+        return OrderRefusal::cannotWork;
     if (request.kind == OrderKind::build && !unit->type->isBuilding && !request.place)
         return OrderRefusal::needsPlace;
     if (rule.needsWeapon)
@@ -268,6 +333,8 @@ OrderAnswer testOrder(const WorldParts& world, const Unit* unit, const OrderRequ
         !reachesFromHere(world, *unit, attackOf(world, request)))
         return OrderRefusal::outOfRange;
     if (isOutOfReach(*unit, request)) return OrderRefusal::carried;
+    if (const OrderHindrance why = hindranceOf(world, *unit, request); why != OrderHindrance::none)
+        return OrderAnswer(why);
     if (!rule.joinsQueue) return testDeed(world, *unit, request);
     return hasRoom(*unit, request) ? OrderRefusal::none : OrderRefusal::queueFull;
 }
@@ -303,10 +370,10 @@ Order orderOf(WorldParts& world, const OrderRequest& request) {
     return order;
 }
 
-/// Where its products go that are ready from now on.
-void setRally(Unit& factory, GroundPoint place) {
-    factory.labour.rally = place;
-    factory.labour.hasRally = true;
+/// For its products that are ready from now on.
+void handOn(Unit& factory, const Order& order, bool isQueued) {
+    if (!isQueued) factory.rally.clear();
+    factory.rally.push_back(order);
 }
 
 void queueOrder(Unit& unit, const Order& order, bool isQueued) {
@@ -327,7 +394,7 @@ void queueOrder(Unit& unit, const Order& order, bool isQueued) {
 }  // namespace
 
 const OrderRule& orderRule(OrderKind kind) {
-    static constexpr std::array<OrderRule, 25> kRules = {{
+    static constexpr std::array<OrderRule, 26> kRules = {{
         walk(Aim::place),         // move
         walk(Aim::place),         // patrol
         atOnce(),                 // stop
@@ -338,6 +405,7 @@ const OrderRule& orderRule(OrderKind kind) {
         workOn(Aim::target),      // capture
         carry(Aim::target),       // load
         carry(Aim::place),        // unload
+        fly(Aim::target),         // land
         workOn(Aim::product),     // build
         workOn(Aim::target),      // reclaim
         atOnce(Aim::none, true),  // activate
@@ -368,8 +436,8 @@ std::vector<OrderAnswer> giveOrder(WorldParts& world, TickScratch& scratch,
         Unit* const unit = world.state.units.withId(id);
         answers.push_back(testOrder(world, unit, request));
         if (!answers.back().isTaken()) continue;
-        if (request.kind == OrderKind::move && unit->type->sendsProducts) {
-            setRally(*unit, *request.place);
+        if (isHandedOn(*unit, request.kind)) {
+            handOn(*unit, orderOf(world, request), request.isQueued);
         } else if (orderRule(request.kind).joinsQueue) {
             takers.push_back(unit);
         } else {

@@ -50,6 +50,8 @@ struct OrderRule {
     bool needsTools = false;
     /// It is for carriers.
     bool needsHold = false;
+    /// It is for aircraft.
+    bool needsWings = false;
     /// It joins the queue; others act at once.
     bool joinsQueue = false;
 
@@ -62,7 +64,7 @@ const OrderRule& orderRule(OrderKind kind);
 enum class OrderRefusal : std::uint8_t {
     none,
     noSuchUnit,
-    /// Nobody has that id, or it is the unit itself or aboard of somebody.
+    /// Nobody has that id, or it is the unit itself, or it is, or is not, aboard of somebody.
     noSuchTarget,
     cannotMove,
     noWeapon,
@@ -81,14 +83,34 @@ enum class OrderRefusal : std::uint8_t {
     cannotCloak,
 };
 
+/// Why a unit that has the tools cannot do with a certain target what it is told.
+enum class OrderHindrance : std::uint8_t {
+    none,
+    holdFull,
+    holdEmpty,
+    tooLarge,
+    cannotBeCarried,
+    carriesOthers,
+    /// It is for units of the same player, or of another one.
+    ofOtherPlayer,
+    ofSamePlayer,
+    targetNotBuilt,
+    noPad,
+};
+
 /// What a unit answers to an order.
 struct OrderAnswer {
     OrderRefusal refusal = OrderRefusal::none;
     /// Why it cannot be placed there.
     SiteFault fault = SiteFault::none;
+    /// Why it cannot work on its target.
+    OrderHindrance hindrance = OrderHindrance::none;
 
     OrderAnswer() = default;
     OrderAnswer(OrderRefusal why) : refusal(why) {}
+    explicit OrderAnswer(OrderHindrance why)
+        : refusal(why == OrderHindrance::none ? OrderRefusal::none : OrderRefusal::cannotWork),
+          hindrance(why) {}
     explicit OrderAnswer(SiteFault why)
         : refusal(why == SiteFault::none ? OrderRefusal::none : OrderRefusal::cannotPlace),
           fault(why) {}

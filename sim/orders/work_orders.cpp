@@ -135,23 +135,121 @@ bool isWhole(const Unit& unit) {
 /// Those who guard each other in a row are followed so far.
 constexpr int kMostGuards = 8;
 
-/// What a unit, or whom it guards, is building or repairing.
-const Unit* siteOf(const WorldParts& world, const Unit& unit) {
-    const Unit* worker = &unit;
-    for (int i = 0; worker && i < kMostGuards; ++i) {
-        if (const Unit* const site = world.state.units.find(worker->labour.site)) return site;
-        if (worker->orders.empty()) return nullptr;
-        const Order& order = worker->orders.front();
-        const Unit* const target = world.state.units.find(order.target);
-        if (order.kind == OrderKind::build || order.kind == OrderKind::repair) return target;
-        if (order.kind != OrderKind::guard || (target && !isWhole(*target))) return nullptr;
-        worker = target;
-    }
-    return nullptr;
-}
-
 Kind mending(const Unit& target) {
     return target.isBuilt() ? Kind::repair : Kind::build;
+}
+
+/// What somebody works on.
+struct Job {
+    Kind kind = Kind::build;
+    const Unit* target = nullptr;
+    const Feature* feature = nullptr;
+};
+
+Job mendingJob(const Unit* target) {
+    return target && target->isPresent() && !isWhole(*target) ? Job{mending(*target), target}
+                                                              : Job();
+}
+
+Job jobOf(const WorldParts& world, const Order& order) {
+    const Unit* const target = world.state.units.find(order.target);
+    switch (order.kind) {
+        case OrderKind::build:
+        case OrderKind::repair:
+            return mendingJob(target);
+        case OrderKind::reclaim:
+            if (order.feature != 0)
+                return {Kind::reclaim, nullptr, world.state.features.find(order.feature)};
+            return {Kind::reclaim, target && target->isPresent() ? target : nullptr};
+        case OrderKind::capture:
+            return {Kind::capture, target && target->isPresent() ? target : nullptr};
+        default:
+            return {};
+    }
+}
+
+/// The job of a unit, or of whom it guards.
+Job jobOf(const WorldParts& world, const Unit& unit) {
+    const Unit* worker = &unit;
+    for (int i = 0; worker && i < kMostGuards; ++i) {
+        if (const Unit* const site = world.state.units.find(worker->labour.site))
+            return mendingJob(site);
+        if (worker->orders.empty()) return {};
+        const Order& order = worker->orders.front();
+        if (order.kind != OrderKind::guard) return jobOf(world, order);
+        worker = world.state.units.find(order.target);
+        if (worker && !isWhole(*worker)) return {};
+    }
+    return {};
+}
+
+bool canDo(const WorldParts& world, const Unit& unit, const Job& job) {
+    if (job.target == &unit) return false;
+    switch (job.kind) {
+        case Kind::reclaim:
+            return unit.type->canReclaim &&
+                   (!job.feature || world.frame.featureTypes[job.feature->type].isReclaimable);
+        case Kind::capture:
+            return unit.type->canCapture && job.target && job.target->player != unit.player &&
+                   job.target->isBuilt();
+        default:
+            return true;
+    }
+}
+
+/// There is room for the worth of a feature.
+bool isWanted(const Player& player, const FeatureType& type) {
+    return type.reclaimsItself() &&
+           ((type.metal > 0 && player.metal.amount < player.metal.storage) ||
+            (type.energy > 0 && player.energy.amount < player.energy.storage));
+}
+
+/// No definition reaches farther; all cells within it are looked at.
+Fixed choreReach(const UnitType& type) {
+    return std::min(reachOf(type), Fixed::fromInt(512));
+}
+
+/// The nearest unit that a builder can mend from where it is.
+const Unit* findToMend(const WorldParts& world, TickScratch& scratch, const Unit& unit) {
+    const Fixed reach = choreReach(*unit.type);
+    const Fixed largest = Fixed::fromInt(world.derived.largestFootprint * kCellPixels);
+    world.derived.buckets.findWithin(world.state.units, unit.place, reach + largest, scratch.found);
+    const Unit* nearest = nullptr;
+    Fixed least = reach;
+    for (const std::uint32_t slot : scratch.found) {
+        const Unit& other = *world.state.units.at(slot);
+        if (&other == &unit || other.player != unit.player || !mendingJob(&other).target) continue;
+        const Fixed distance = distanceFrom(other.cells(), unit.place);
+        if (distance > least || (nearest && distance == least)) continue;
+        nearest = &other;
+        least = distance;
+    }
+    scratch.found.clear();
+    return nearest;
+}
+
+/// The same of a feature that blocks, to reclaim.
+std::uint32_t findToReclaim(const WorldParts& world, const Unit& unit) {
+    const Fixed reach = choreReach(*unit.type);
+    const std::int32_t cells = reach.floor() / kCellPixels;
+    const Cell middle{unit.place.x.floor() / kCellPixels, unit.place.z.floor() / kCellPixels};
+    const Player& player = world.state.players.at(static_cast<std::size_t>(unit.player - 1));
+    std::uint32_t nearest = 0;
+    Fixed least = reach;
+    forEachCell({{middle.x - cells, middle.z - cells}, 2 * cells + 1, 2 * cells + 1},
+                [&](Cell cell) {
+                    if (!world.frame.terrain.contains({cell, 1, 1})) return;
+                    const CellOwner owner = world.state.occupancy.ownerOf(cell);
+                    if (owner.kind() != CellOwner::Kind::feature) return;
+                    const Fixed distance = distanceFrom({cell, 1, 1}, unit.place);
+                    if (distance > least || (nearest != 0 && distance == least)) return;
+                    const Feature* const feature = world.state.features.find(owner.id());
+                    if (!feature || !isWanted(player, world.frame.featureTypes[feature->type]))
+                        return;
+                    nearest = feature->id;
+                    least = distance;
+                });
+    return nearest;
 }
 
 bool isOpen(const Unit& factory) {
@@ -174,7 +272,8 @@ void giveUpSite(WorldParts& world, TickScratch& scratch, Unit& factory) {
 OrderProgress buildOnSite(WorldParts& world, Unit& unit, Order& order, UnitWish& wish) {
     const UnitType& product = *world.frame.products.at(order.product);
     const Unit* const frame = world.state.units.find(order.target);
-    if (order.target && (!frame || frame->isDying)) return failedFor(OrderFailure::targetGone);
+    if (order.target && (!frame || frame->isDying))
+        return product.becomesFeature ? kDone : failedFor(OrderFailure::targetGone);
     if (frame) return frame->isBuilt() ? kDone : workOn(world, unit, Kind::build, *frame, wish);
 
     const CellRect cells = cellsAt(product, order.place);
@@ -231,6 +330,7 @@ OrderProgress buildInYard(WorldParts& world, TickScratch& scratch, Unit& unit, O
 OrderProgress repair(WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
     const Unit* const target = world.state.units.find(order.target);
     if (!target || !target->isPresent()) return failedFor(OrderFailure::targetGone);
+    if (target->player != unit.player) return failedFor(OrderFailure::cannotDo);
     if (isWhole(*target)) return kDone;
     return workOn(world, unit, mending(*target), *target, wish);
 }
@@ -260,10 +360,31 @@ OrderProgress capture(WorldParts& world, Unit& unit, const Order& order, UnitWis
 }
 
 bool help(WorldParts& world, Unit& unit, const Unit& ward, UnitWish& wish) {
-    if (unit.type->economy.workPerTick == 0) return false;
-    const Unit* const site = isWhole(ward) ? siteOf(world, ward) : &ward;
-    if (!site || !site->isPresent() || site == &unit || isWhole(*site)) return false;
-    return workOn(world, unit, mending(*site), *site, wish) == kUnderWay;
+    if (unit.type->economy.workPerTick == 0 || ward.player != unit.player) return false;
+    const Job job = isWhole(ward) ? jobOf(world, ward) : mendingJob(&ward);
+    if (!canDo(world, unit, job)) return false;
+    if (job.feature) return workOnFeature(world, unit, *job.feature, wish) == kUnderWay;
+    return job.target && workOn(world, unit, job.kind, *job.target, wish) == kUnderWay;
+}
+
+void findChore(WorldParts& world, TickScratch& scratch, Unit& unit) {
+    const Tick turn = world.state.tick + static_cast<Tick>(unit.id);
+    if (unit.type->economy.workPerTick == 0 || turn % rules::kChoreEvery != 0 ||
+        unit.orders.front().kind != OrderKind::patrol || unit.orders.size() >= kMaxOrders)
+        return;
+    Order chore;
+    chore.isSideStep = true;
+    if (const Unit* const target = findToMend(world, scratch, unit)) {
+        chore.kind = OrderKind::repair;
+        chore.target = target->ref();
+    } else if (const std::uint32_t id = unit.type->canReclaim ? findToReclaim(world, unit) : 0) {
+        chore.kind = OrderKind::reclaim;
+        chore.feature = id;
+    } else {
+        return;
+    }
+    unit.orders.insert(unit.orders.begin(), chore);
+    unit.motion.beginAnew();
 }
 
 void putToolsAway(WorldParts& world, TickScratch& scratch, Unit& unit, const UnitWish& wish) {

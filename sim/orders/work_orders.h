@@ -19,6 +19,10 @@ OrderProgress capture(WorldParts& world, Unit& unit, const Order& order, UnitWis
 /// help with.
 bool help(WorldParts& world, Unit& unit, const Unit& ward, UnitWish& wish);
 
+/// What a builder on patrol finds to do where it just is, in one tick of some: somebody to mend, a
+/// frame, or what it has room for the worth of. It becomes its current order.
+void findChore(WorldParts& world, TickScratch& scratch, Unit& unit);
+
 /// Puts away the tools of a unit that does not work any more, and shuts the yard that it had
 /// opened.
 void putToolsAway(WorldParts& world, TickScratch& scratch, Unit& unit, const UnitWish& wish);

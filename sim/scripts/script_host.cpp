@@ -151,6 +151,13 @@ std::int32_t queryPiece(WorldParts& world, Unit& unit, UnitScript script) {
     return piece;
 }
 
+void queryPieces(WorldParts& world, Unit& unit, UnitScript script, std::span<std::int32_t> pieces) {
+    if (unit.type->indexOf(script) < 0) return;
+    world.state.scripts.lifecycle().queryPieces(static_cast<std::int32_t>(unit.id),
+                                                scriptName(unit, script), pieces);
+    actOnScript(world, unit);
+}
+
 void actOnScript(WorldParts& world, Unit& unit) {
     ScriptOutbox& outbox = world.state.scripts.outboxOf(unit);
     for (const auto& [id, value] : outbox.values) setScriptValue(world, unit, id, value);

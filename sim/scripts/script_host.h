@@ -39,6 +39,9 @@ bool startScriptIfThere(WorldParts& world, const Unit& unit, UnitScript script,
 /// The index of the model's piece, -1 for none. Not while scripts run.
 std::int32_t queryPiece(WorldParts& world, Unit& unit, UnitScript script);
 
+/// The same of a script that names several: one for each of `pieces`.
+void queryPieces(WorldParts& world, Unit& unit, UnitScript script, std::span<std::int32_t> pieces);
+
 /// Acts on what the unit's script has done: for whoever ran it outside the scripts' own phase.
 void actOnScript(WorldParts& world, Unit& unit);
 

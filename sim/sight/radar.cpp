@@ -62,7 +62,11 @@ std::uint16_t foundBy(const WorldParts& world, const std::vector<Emitter>& emitt
 }  // namespace
 
 bool emits(const WorldParts& world, const Unit& unit) {
-    return unit.isActive && unit.isBuilt() && unit.isPresent() && !unit.isStunned(world.state.tick);
+    const Player& player = world.state.players.at(static_cast<std::size_t>(unit.player - 1));
+    const bool isPaid =
+        unit.type->economy.energyUse <= Amount() || player.energy.share == Fixed::fromInt(1);
+    return unit.isActive && isPaid && unit.isBuilt() && unit.isPresent() &&
+           !unit.isStunned(world.state.tick);
 }
 
 void sweep(WorldParts& world, TickScratch& scratch) {

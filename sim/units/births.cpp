@@ -53,7 +53,8 @@ CellOwner ownerOf(const Unit& unit) {
 
 void takeCells(WorldParts& world, const Unit& unit) {
     const UnitType& type = *unit.type;
-    if (unit.carrier || unit.flight.stage == FlightStage::flying) return;
+    const FlightStage stage = unit.flight.stage;
+    if (unit.carrier || stage == FlightStage::flying || stage == FlightStage::perched) return;
     const CellRect cells = unit.cells();
     forEachCell(cells, [&](Cell cell) {
         if (takesCell(type, cells, cell, unit.values.isYardOpen))
@@ -93,9 +94,10 @@ Unit& placeUnit(WorldParts& world, const UnitBirth& birth) {
     unit.place = standingPlace(type, birth.place);
     unit.altitude = restingAltitude(world.frame.terrain, type, unit.place);
     unit.heading = birth.heading;
-    unit.health = healthOf(type, birth.healthPercent);
     setWork(unit, (wholeWork(type) * birth.buildFraction.raw()) >> Fixed::kFractionBits);
     unit.buildFraction = birth.buildFraction;
+    unit.health = std::max(Amount::fromInt(1), partOf(healthOf(type, birth.healthPercent),
+                                                      unit.growth.done, wholeWork(type)));
     unit.labour.groundMetal = type.economy.extracts() ? groundMetal(world.frame, unit.cells()) : 0;
     unit.isActive = birth.isActive;
     unit.standing = {type.moveState, type.fireState};

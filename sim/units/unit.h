@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "sim/cargo/hold.h"
+#include "sim/cargo/pads.h"
 #include "sim/fight/weapon_state.h"
 #include "sim/ground/cell.h"
 #include "sim/motion/flight.h"
@@ -85,10 +86,11 @@ struct UnitGrowth {
     /// When somebody last built it; before the first time it does not decay.
     Tick builtAt = 0;
     bool wasBegun = false;
-    /// The work that has gone into its capture, and when the last did.
+    /// The work that a player has put into its capture, and when he last did.
     std::int64_t captured = 0;
     Tick capturedAt = 0;
-    /// The work that has gone into taking it apart since it is ready.
+    std::int32_t capturedBy = 0;
+    /// The work that has gone into taking it apart since it is ready, less what was mended of it.
     std::int64_t reclaimed = 0;
 
     bool operator==(const UnitGrowth&) const = default;
@@ -98,9 +100,6 @@ struct UnitGrowth {
 struct UnitLabour {
     /// What stands in its yard and is being built.
     UnitRef site;
-    /// Where its products go; the place in front of it while there is none.
-    GroundPoint rally;
-    bool hasRally = false;
     /// Its script was told StartBuilding.
     bool hasStarted = false;
     /// It was switched on in order to build.
@@ -157,11 +156,15 @@ struct Unit {
     UnitMotion motion;
     UnitFlight flight;
     UnitHold hold;
+    UnitPads pads;
     UnitGrowth growth;
     UnitLabour labour;
     UnitSight sight;
     UnitCloak cloak;
     std::vector<Order> orders;
+    /// Of a factory: what its products do when they are ready; where nothing is said, they come
+    /// out.
+    std::vector<Order> rally;
     std::array<WeaponState, kWeaponSlots> weapons;
     /// The piece that it is aimed at and hit round, as its script said at its birth; -1 for none.
     std::int32_t sweetSpot = -1;
@@ -217,6 +220,7 @@ void eachField(const UnitGrowth& growth, Visit visit) {
     visit("wasBegun", growth.wasBegun);
     visit("captured", growth.captured);
     visit("capturedAt", growth.capturedAt);
+    visit("capturedBy", growth.capturedBy);
     visit("reclaimed", growth.reclaimed);
 }
 static_assert(sizeof(UnitGrowth) == 40);
@@ -224,8 +228,6 @@ static_assert(sizeof(UnitGrowth) == 40);
 template <typename Visit>
 void eachField(const UnitLabour& labour, Visit visit) {
     visit("site", labour.site);
-    visit("rally", labour.rally);
-    visit("hasRally", labour.hasRally);
     visit("hasStarted", labour.hasStarted);
     visit("isOpen", labour.isOpen);
     visit("isStalled", labour.isStalled);
@@ -235,7 +237,7 @@ void eachField(const UnitLabour& labour, Visit visit) {
     visit("groundMetal", labour.groundMetal);
     visit("selfDestructAt", labour.selfDestructAt);
 }
-static_assert(sizeof(UnitLabour) == 40);
+static_assert(sizeof(UnitLabour) == 32);
 
 template <typename Visit>
 void eachField(const StandingOrders& standing, Visit visit) {
@@ -265,8 +267,10 @@ void eachField(const Unit& unit, Visit visit) {
     visit("motion", unit.motion);
     visit("flight", unit.flight);
     visit("hold", unit.hold);
+    visit("pads", unit.pads);
     visit("growth", unit.growth);
     visit("labour", unit.labour);
+    visit("rally", unit.rally);
     visit("weapons", unit.weapons);
     visit("sweetSpot", unit.sweetSpot);
     visit("lastAttacker", unit.lastAttacker);
@@ -276,6 +280,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
-static_assert(sizeof(Unit) == 584);
+static_assert(sizeof(Unit) == 624);
 
 }  // namespace orb::sim

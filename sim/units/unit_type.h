@@ -133,6 +133,8 @@ struct UnitType {
     std::shared_ptr<const WeaponType> selfDestructAs;
     /// Index of the feature type that it becomes, -1 for none.
     std::int32_t corpse = -1;
+    /// It becomes that as soon as somebody has built it.
+    bool becomesFeature = false;
     /// What of the damage is left while it is armored.
     Fixed damageModifier = Fixed::fromInt(1);
     bool isImmuneToParalyzer = false;

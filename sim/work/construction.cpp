@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <cstdlib>
 
 #include "sim/fight/damage.h"
+#include "sim/fight/remains.h"
 #include "sim/fight/weapons.h"
 #include "sim/phases.h"
 #include "sim/rules.h"
@@ -68,25 +70,36 @@ void build(WorldParts& world, Unit& target, std::int64_t work) {
 void repair(Unit& target, std::int64_t work) {
     const Amount most = Amount::fromInt(target.type->maxHealth);
     target.health = std::min(most, target.health + partOf(most, work, wholeWork(*target.type)));
+    target.growth.reclaimed = std::max<std::int64_t>(0, target.growth.reclaimed - work);
 }
 
-void capture(WorldParts& world, const Unit& unit, Unit& target, std::int64_t work) {
-    UnitGrowth& growth = target.growth;
-    if (world.state.tick - growth.capturedAt > rules::kCaptureMemory) growth.captured = 0;
-    growth.captured += work;
-    growth.capturedAt = world.state.tick;
-    if (growth.captured < wholeWork(*target.type)) return;
-    growth.captured = 0;
-    target.player = unit.player;
+void changeHands(WorldParts& world, Unit& target, std::int32_t player) {
+    target.player = player;
     target.orders.clear();
+    target.rally.clear();
     target.lastAttacker = {};
     target.labour.selfDestructAt = 0;
-    target.labour.hasRally = false;
+    target.growth.captured = 0;
+    target.growth.capturedBy = 0;
     for (std::size_t slot = 0; slot < kWeaponSlots; ++slot) {
         aimAt(world, target, slot, {});
         target.weapons[slot].stockpile = {};
     }
     target.motion.beginAnew();
+}
+
+/// Of two players who are at it each undoes what the other has done.
+void capture(WorldParts& world, const Unit& unit, Unit& target, std::int64_t work) {
+    UnitGrowth& growth = target.growth;
+    const std::int64_t done = capturedSoFar(world, target, unit.player) + work;
+    if (done >= 0) growth.capturedBy = unit.player;
+    growth.captured = std::abs(done);
+    growth.capturedAt = world.state.tick;
+    if (done < wholeWork(*target.type)) return;
+    changeHands(world, target, unit.player);
+    for (const UnitRef ref : target.hold.cargo)
+        if (Unit* const aboard = world.state.units.find(ref))
+            changeHands(world, *aboard, unit.player);
 }
 
 /// A frame goes back the way it came, and its metal to who takes it apart.
@@ -142,14 +155,16 @@ void reclaimFeature(WorldParts& world, const Unit& unit, std::uint32_t id, std::
 }
 
 void doWork(WorldParts& world, TickScratch& scratch, Unit& unit, const WorkWish& wish) {
-    std::int64_t work = fullWork(*unit.type);
+    std::int64_t work = fullWork(world, unit, wish);
     if (wish.feature != 0) return reclaimFeature(world, unit, wish.feature, work);
     Unit* const target = world.state.units.find(wish.target);
     if (!target || target->isDying) return;
+    // Whoever waits for metal at a frame keeps it from decaying.
+    if (wish.kind == WorkWish::Kind::build) target->growth.builtAt = world.state.tick;
     Player& player = playerOf(world, unit);
-    const Fixed share = shareFor(player, priceOf(world, wish, work));
+    const Fixed share = shareFor(player, priceOf(world, unit.player, wish, work));
     work = work * share.raw() >> Fixed::kFractionBits;
-    const Price price = priceOf(world, wish, work);
+    const Price price = priceOf(world, unit.player, wish, work);
     if (work == 0 || price.metal > player.metal.amount || !player.energy.pay(price.energy)) return;
     player.metal.pay(price.metal);
     switch (wish.kind) {
@@ -189,6 +204,8 @@ void heal(Unit& unit) {
 void age(WorldParts& world, TickScratch& scratch, Unit& unit) {
     if (unit.isDying) return;
     if (!unit.isBuilt()) return decay(world, scratch, unit);
+    if (unit.type->becomesFeature && unit.growth.wasBegun && unit.type->corpse >= 0)
+        return bury(world, {unit.ref(), unit.type->corpse});
     heal(unit);
     const Tick end = unit.labour.selfDestructAt;
     if (end != 0 && world.state.tick >= end)
@@ -201,7 +218,7 @@ void stepConstruction(WorldParts& world, TickScratch& scratch) {
     for (Unit& unit : world.state.units) {
         const std::optional<WorkWish> wish = scratch.wishes[unit.slot()].work;
         if (!wish || unit.isDying) continue;
-        noteNanoPiece(world, unit);
+        if (!wish->worker) noteNanoPiece(world, unit);
         if (wish->kind == WorkWish::Kind::build && !wish->target)
             beginFrame(world, scratch, unit);
         else

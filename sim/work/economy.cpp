@@ -63,8 +63,8 @@ void addWork(const WorldParts& world, const Unit& unit, const UnitWish& wish, Fl
     addAsked(flow.work.metal, stockpiles.metal);
     addAsked(flow.work.energy, stockpiles.energy);
     if (!wish.work) return;
-    std::int64_t work = fullWork(*unit.type);
-    const Price price = priceOf(world, *wish.work, work);
+    std::int64_t work = fullWork(world, unit, *wish.work);
+    const Price price = priceOf(world, unit.player, *wish.work, work);
     addAsked(flow.work.metal, price.metal);
     addAsked(flow.work.energy, price.energy);
 }
@@ -118,8 +118,8 @@ bool isShort(const WorldParts& world, const Unit& unit, const UnitWish& wish,
         return true;
     if (shareFor(player, stockpilePrice(world, unit)) < whole) return true;
     if (!wish.work) return false;
-    std::int64_t work = fullWork(*unit.type);
-    return shareFor(player, priceOf(world, *wish.work, work)) < whole;
+    std::int64_t work = fullWork(world, unit, *wish.work);
+    return shareFor(player, priceOf(world, unit.player, *wish.work, work)) < whole;
 }
 
 }  // namespace

@@ -9,19 +9,29 @@
 namespace orb::sim {
 namespace {
 
-std::int64_t leftToDo(const Unit& target, WorkWish::Kind kind) {
+/// The work that brings back the hit points which a unit lacks.
+std::int64_t workToMend(const Unit& target) {
+    std::int64_t most = Amount::fromInt(target.type->maxHealth).raw();
+    std::int64_t lacking = std::clamp<std::int64_t>(most - target.health.raw(), 0, most);
+    // Both lose the same bits until the product fits.
+    for (; most >= std::int64_t{1} << 31; most >>= 1) lacking >>= 1;
+    return quotient(lacking * wholeWork(*target.type), most, Rounding::up);
+}
+
+std::int64_t leftToDo(const WorldParts& world, const Unit& target, std::int32_t player,
+                      WorkWish::Kind kind) {
     const std::int64_t whole = wholeWork(*target.type);
     switch (kind) {
         case WorkWish::Kind::build:
             return whole - target.growth.done;
         case WorkWish::Kind::capture:
-            return whole - target.growth.captured;
+            return whole - capturedSoFar(world, target, player);
         case WorkWish::Kind::reclaim:
             return target.isBuilt() ? whole - target.growth.reclaimed : target.growth.done;
         case WorkWish::Kind::repair:
             break;
     }
-    return whole;
+    return std::clamp<std::int64_t>(workToMend(target), 1, whole);
 }
 
 Price partsOf(const UnitEconomy& economy, std::int64_t from, std::int64_t to, std::int64_t whole) {
@@ -50,22 +60,39 @@ std::int64_t fullWork(const UnitType& type) {
     return type.economy.workPerTick * kWorkSteps;
 }
 
-Price priceOf(const WorldParts& world, const WorkWish& wish, std::int64_t& work) {
+std::int64_t fullWork(const WorldParts& world, const Unit& unit, const WorkWish& wish) {
+    const Unit* const worker = wish.worker ? world.state.units.find(wish.worker) : &unit;
+    return worker ? fullWork(*worker->type) : 0;
+}
+
+std::int64_t capturedSoFar(const WorldParts& world, const Unit& target, std::int32_t player) {
+    const UnitGrowth& growth = target.growth;
+    if (world.state.tick - growth.capturedAt > rules::kCaptureMemory) return 0;
+    return growth.capturedBy == player ? growth.captured : -growth.captured;
+}
+
+Price priceOf(const WorldParts& world, std::int32_t player, const WorkWish& wish,
+              std::int64_t& work) {
     const Unit* const target = world.state.units.find(wish.target);
     if (!target) return {};
-    work = std::min(work, leftToDo(*target, wish.kind));
+    work = std::min(work, leftToDo(world, *target, player, wish.kind));
     const std::int64_t whole = wholeWork(*target->type);
     const UnitEconomy& economy = target->type->economy;
     const UnitGrowth& growth = target->growth;
     switch (wish.kind) {
         case WorkWish::Kind::build:
             return partsOf(economy, growth.done, growth.done + work, whole);
-        case WorkWish::Kind::capture:
-            return {{}, partsOf(economy, growth.captured, growth.captured + work, whole).energy};
-        case WorkWish::Kind::repair:
-            return {{},
+        case WorkWish::Kind::capture: {
+            const std::int64_t before = capturedSoFar(world, *target, player);
+            return {{}, partsOf(economy, before, before + work, whole).energy};
+        }
+        case WorkWish::Kind::repair: {
+            // What was taken apart has given its metal away.
+            const std::int64_t left = std::max<std::int64_t>(0, growth.reclaimed - work);
+            return {partsOf(economy, left, growth.reclaimed, whole).metal,
                     partOf(economy.buildEnergy, work, whole)
                         .times(rules::kRepairEnergy, Rounding::down)};
+        }
         case WorkWish::Kind::reclaim:
             break;
     }

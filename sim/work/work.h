@@ -28,9 +28,17 @@ std::int64_t wholeWork(const FeatureType& type);
 /// What a builder does in a tick when everything is paid.
 std::int64_t fullWork(const UnitType& type);
 
-/// What work would cost that changes its target by so much; reclaiming costs nothing.
+/// The same for what a unit wishes to do, be it with somebody else's tools.
+std::int64_t fullWork(const WorldParts& world, const Unit& unit, const WorkWish& wish);
+
+/// What work of a player would cost that changes its target by so much; reclaiming costs nothing.
 /// `work` is cut to what there is left to do.
-Price priceOf(const WorldParts& world, const WorkWish& wish, std::int64_t& work);
+Price priceOf(const WorldParts& world, std::int32_t player, const WorkWish& wish,
+              std::int64_t& work);
+
+/// The work of a player that counts towards a unit's capture; what others have done, and he has to
+/// undo first, is below 0.
+std::int64_t capturedSoFar(const WorldParts& world, const Unit& target, std::int32_t player);
 
 /// The part of what was asked for that a unit gets for a price.
 Fixed shareFor(const Player& player, const Price& price);

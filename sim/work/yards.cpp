@@ -56,11 +56,17 @@ bool isPadFree(WorldParts& world, Unit& factory, const UnitType& product) {
 void rollOut(WorldParts& world, Unit& factory, Unit& product) {
     product.altitude = restingAltitude(world.frame.terrain, *product.type, product.place);
     if (!product.type->canMove) return;
-    Order order;
-    order.kind = OrderKind::move;
-    order.place = order.gathering =
-        factory.labour.hasRally ? factory.labour.rally : usualRally(world, factory, *product.type);
-    product.orders.push_back(order);
+    Order out;
+    out.kind = OrderKind::move;
+    out.place = out.gathering = usualRally(world, factory, *product.type);
+    product.orders = factory.rally;
+    // Who is to patrol comes back to the doors.
+    const auto patrol = std::ranges::find(product.orders, OrderKind::patrol, &Order::kind);
+    if (patrol != product.orders.end()) {
+        out.kind = OrderKind::patrol;
+        product.orders.insert(patrol + 1, out);
+    }
+    if (product.orders.empty()) product.orders.push_back(out);
     product.motion.beginAnew();
 }
 

@@ -160,6 +160,23 @@ TEST(Air, BombersComeAgainAndAgain) {
     EXPECT_TRUE(isLanded(plane));
 }
 
+TEST(Air, BombersFlyToFireOnce) {
+    Battlefield field;
+    const auto bomb = weaponType(Flight::dropped, 300);
+    bomb->isTurret = false;
+    bomb->damageRadius = px(24);
+    const auto type = planeType();
+    type->weapons[0] = bomb;
+    Unit& plane = field.place(type, 1, 200, 200);
+    field.give(plane, orderAt(OrderKind::fire, 700, 640));
+    EXPECT_TRUE(field.tickUntil<Hit>(600));
+    const Vector hit = field.all<Hit>()[0].place;
+    EXPECT_LT(std::hypot(hit.x.toNumber() - 700, hit.z.toNumber() - 640), 24);
+    field.tick(300);
+    EXPECT_EQ(field.all<Fired>().size(), 1U);
+    EXPECT_TRUE(plane.orders.empty());
+}
+
 TEST(Air, GunshipsStayOverAPlaceAndFaceIt) {
     Battlefield field;
     const auto gun = weaponType(Flight::straight, 250);
@@ -222,6 +239,76 @@ TEST(Air, HostileFiguresStayOnTheMap) {
         field.tick(50);
         EXPECT_TRUE(field.world.frame.terrain.contains(plane.place));
     }
+}
+
+TEST(Air, WhoIsStunnedStaysWhereItIs) {
+    Battlefield field;
+    Unit& plane = field.place(planeType(), 1, 300, 300);
+    field.give(plane, orderAt(OrderKind::move, 1'000, 300));
+    field.tick(30);
+    const Vector before = plane.position();
+    plane.stunnedUntil = field.world.state.tick + 60;
+    field.tick(60);
+    EXPECT_EQ(plane.position(), before);
+    field.tick(30);
+    EXPECT_NE(plane.position(), before);
+}
+
+constexpr std::string_view kRoost = R"(
+piece deck, left, right;
+Create() { return (0); }
+QueryLandingPad(one, two) { one = left; two = right; return (0); }
+)";
+
+TEST(Air, LandsOnPadsUntilItIsWhole) {
+    Battlefield field;
+    Stock& energy = field.world.state.players[0].energy;
+    energy.amount = energy.ownStorage = Amount::fromInt(1'000);
+    auto roost = dummyType();
+    roost->economy.workPerTick = 2;
+    giveScript(*roost, kRoost, {"deck", "left", "right"});
+    roost->piecesAtRest[1].offset = {px(-30), px(15), {}};
+    roost->piecesAtRest[2].offset = {px(30), px(15), {}};
+    Unit& owner = field.place(roost, 1, 600, 600);
+    auto type = planeType();
+    type->economy.buildTime = 100;
+    type->economy.buildEnergy = Amount::fromInt(40);
+    std::vector<Unit*> planes;
+    for (const double x : {200.0, 300.0, 400.0}) {
+        planes.push_back(&field.place(type, 1, x, 300));
+        planes.back()->health = Amount::fromInt(20);
+        field.give(*planes.back(), orderOn(OrderKind::land, owner));
+    }
+    int sat = 0, together = 0;
+    for (int i = 0; i < 1'500 && field.all<OrderDone>().size() < 3; ++i) {
+        field.tick();
+        int now = 0;
+        for (const Unit* plane : planes) {
+            if (plane->flight.stage != FlightStage::perched) continue;
+            ++now;
+            EXPECT_EQ(plane->altitude, px(35));
+            EXPECT_NEAR(distance(*plane, 608, 608), 30, 0.1);
+        }
+        sat += now > 0;
+        together = std::max(together, now);
+    }
+    EXPECT_EQ(field.all<OrderDone>().size(), 3U);
+    EXPECT_EQ(together, 2);
+    EXPECT_GT(sat, 40);
+    for (const Unit* plane : planes) EXPECT_EQ(plane->health, Amount::fromInt(100));
+    EXPECT_NEAR(energy.spent.toNumber(), 3 * 8, 0.1);
+
+    // what it sits on goes: it flies away
+    planes[0]->health = Amount::fromInt(1);
+    field.give(*planes[0], orderOn(OrderKind::land, owner));
+    for (int i = 0; i < 600 && planes[0]->flight.stage != FlightStage::perched; ++i) field.tick();
+    OrderRequest remove;
+    remove.kind = OrderKind::remove;
+    field.give(owner, remove);
+    field.forget();
+    field.tick(5);
+    EXPECT_EQ(planes[0]->flight.stage, FlightStage::flying);
+    EXPECT_EQ(field.all<OrderFailed>().size(), 1U);
 }
 
 }  // namespace

@@ -168,13 +168,68 @@ TEST(Transport, RefusesWhatItCannotCarry) {
     large->footprintX = 3;
     const auto heavy = walkerType("HEAVY");
     heavy->canBeCarried = false;
+    const auto why = [&](const Unit& target) {
+        const OrderAnswer given = answer(ferry, target);
+        EXPECT_EQ(given.refusal, OrderRefusal::cannotWork);
+        return given.hindrance;
+    };
     EXPECT_EQ(answer(ferry, ferry), OrderRefusal::noSuchTarget);
-    EXPECT_EQ(answer(ferry, field.place(large, 1, 300, 300)), OrderRefusal::cannotWork);
-    EXPECT_EQ(answer(ferry, field.place(heavy, 1, 400, 300)), OrderRefusal::cannotWork);
-    EXPECT_EQ(answer(ferry, field.place(planeType(), 1, 500, 300)), OrderRefusal::cannotWork);
-    EXPECT_EQ(answer(ferry, field.place(dummyType(), 1, 600, 300)), OrderRefusal::cannotWork);
-    EXPECT_EQ(answer(ferry, field.place(walkerType(), 2, 700, 300)), OrderRefusal::cannotWork);
+    EXPECT_EQ(why(field.place(large, 1, 300, 300)), OrderHindrance::tooLarge);
+    EXPECT_EQ(why(field.place(heavy, 1, 400, 300)), OrderHindrance::cannotBeCarried);
+    EXPECT_EQ(why(field.place(planeType(), 1, 500, 300)), OrderHindrance::cannotBeCarried);
+    EXPECT_EQ(why(field.place(dummyType(), 1, 600, 300)), OrderHindrance::cannotBeCarried);
+    EXPECT_EQ(why(field.place(walkerType(), 2, 700, 300)), OrderHindrance::ofOtherPlayer);
+    Unit& frame = field.place(walkerType(), 1, 700, 400);
+    frame.buildFraction = px(0.5);
+    EXPECT_EQ(why(frame), OrderHindrance::targetNotBuilt);
     EXPECT_EQ(answer(field.place(walkerType(), 1, 800, 300), ferry), OrderRefusal::cannotWork);
+}
+
+TEST(Transport, HoldsFillAndEmptyInTheOrderOfTheirQueue) {
+    Battlefield field;
+    Unit& ferry = field.place(ferryType(false), 1, 200, 200);
+    const auto answer = [&](OrderRequest order, bool isQueued) {
+        order.isQueued = isQueued;
+        const std::int64_t id = ferry.id;
+        return giveOrder(field.world, field.scratch, {&id, 1}, order)[0].hindrance;
+    };
+    const OrderRequest unload = orderAt(OrderKind::unload, 300, 300);
+    Unit& first = field.place(walkerType(), 1, 240, 200);
+    Unit& second = field.place(walkerType(), 1, 160, 200);
+    Unit& third = field.place(walkerType(), 1, 200, 240);
+    EXPECT_EQ(answer(unload, false), OrderHindrance::holdEmpty);
+    EXPECT_EQ(answer(unload, true), OrderHindrance::holdEmpty);
+    EXPECT_EQ(answer(orderOn(OrderKind::load, first), false), OrderHindrance::none);
+    OrderRequest letOut = unload;
+    letOut.target = first.id;
+    EXPECT_EQ(answer(letOut, true), OrderHindrance::none);
+    EXPECT_EQ(answer(orderOn(OrderKind::load, first), true), OrderHindrance::none);
+    EXPECT_EQ(answer(orderOn(OrderKind::load, second), true), OrderHindrance::none);
+    field.tick(150);
+    ASSERT_EQ(ferry.hold.cargo.size(), 2U);
+    EXPECT_TRUE(ferry.orders.empty());
+    EXPECT_EQ(answer(orderOn(OrderKind::load, third), false), OrderHindrance::holdFull);
+    EXPECT_EQ(answer(unload, false), OrderHindrance::none);
+    EXPECT_EQ(answer(orderOn(OrderKind::load, third), true), OrderHindrance::none);
+    field.tick(200);
+    EXPECT_EQ(ferry.hold.cargo, std::vector{third.ref()});
+}
+
+TEST(Transport, CapturedCarriersBringTheirLoad) {
+    Battlefield field;
+    field.world.state.players[0].energy.amount = Amount::fromInt(1'000);
+    Unit& ferry = field.place(ferryType(false), 2, 300, 300);
+    Unit& load = field.place(walkerType(), 2, 340, 300);
+    takeAboard(field.world, ferry, load, -1);
+    auto captor = dummyType();
+    captor->canCapture = true;
+    captor->economy.workPerTick = 10;
+    captor->economy.buildDistance = px(100);
+    field.give(field.place(captor, 1, 300, 360), orderOn(OrderKind::capture, ferry));
+    field.tick(5);
+    EXPECT_EQ(ferry.player, 1);
+    EXPECT_EQ(load.player, 1);
+    expectSound(field);
 }
 
 TEST(Transport, CarriersDoNotCarryEachOtherInCircles) {

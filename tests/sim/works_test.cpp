@@ -177,6 +177,193 @@ TEST(Works, WhoIsTakenApartActsToTheEndAndLeavesNothing) {
     EXPECT_NEAR(metalOf(field).amount.toNumber(), 40 + 5.1, 1.5);
 }
 
+TEST(Works, PlayersUndoWhatOthersHaveDoneToCapture) {
+    Battlefield field;
+    setStocks(field, 0, 1'000);
+    field.world.state.players[1].energy = energyOf(field);
+    const Unit& first = field.place(crane(10), 1, 400, 400);
+    const Unit& second = field.place(crane(10), 2, 400, 496);
+    const Unit& target = field.place(product(1'000, 0, 100), 3, 400, 448);
+    field.give(first, orderAt(OrderKind::capture, target));
+    field.tick(90);
+    field.give(first, stopping());
+    field.give(second, orderAt(OrderKind::capture, target));
+    field.tick(185);
+    EXPECT_EQ(target.player, 3);
+    field.tick(10);
+    EXPECT_EQ(target.player, 2);
+    // each pays for his own work
+    EXPECT_EQ(energyOf(field).spent, whole(90));
+    EXPECT_EQ(field.world.state.players[1].energy.spent, whole(190));
+}
+
+TEST(Works, WhatWasTakenApartCostsItsMetalAgain) {
+    Battlefield field;
+    setStocks(field, 0, 1'000);
+    const Unit& builder = field.place(crane(10), 1, 400, 400);
+    Unit& target = field.place(product(1'000, 80, 100), 1, 400, 448);
+    const auto work = [&](OrderKind kind, int ticks) {
+        field.give(builder, orderAt(kind, target));
+        field.tick(ticks);
+    };
+    work(OrderKind::reclaim, 50);
+    EXPECT_EQ(metalOf(field).amount, whole(40));
+    work(OrderKind::repair, 60);
+    EXPECT_EQ(target.health, whole(1'000));
+    EXPECT_EQ(metalOf(field).amount, Amount());
+    EXPECT_NEAR(energyOf(field).spent.toNumber(), 12.5, 0.1);
+    // whole again, and not only to look at
+    work(OrderKind::reclaim, 60);
+    EXPECT_EQ(metalOf(field).amount, whole(48));
+    EXPECT_NEAR(target.health.toNumber(), 400, 1);
+    // what was shot off costs energy alone, and no more than is missing
+    target.growth.reclaimed = 0;
+    target.health = whole(999);
+    work(OrderKind::repair, 5);
+    EXPECT_EQ(metalOf(field).amount, whole(48));
+    EXPECT_NEAR(energyOf(field).spent.toNumber(), 12.5 + 0.025, 0.1);
+}
+
+TEST(Works, GuardsTakeApartAndCaptureToo) {
+    Battlefield field;
+    setStocks(field, 0, 1'000);
+    field.world.frame.featureTypes.push_back(
+        {.name = "rock", .isBlocking = true, .isReclaimable = true, .metal = 100});
+    const Unit& first = field.place(wright(10), 1, 400, 400);
+    const Unit& second = field.place(wright(10), 1, 440, 400);
+    field.give(second, orderAt(OrderKind::guard, first));
+    const Unit& foe = field.place(product(1'000, 0, 0), 2, 400, 448);
+    field.give(first, orderAt(OrderKind::capture, foe));
+    field.tick(54);
+    EXPECT_EQ(foe.player, 1);
+    OrderRequest rock;
+    rock.kind = OrderKind::reclaim;
+    rock.feature = placeFeature(field.world, 0, {26, 23})->id;
+    field.give(first, rock);
+    field.tick(54);
+    EXPECT_EQ(metalOf(field).amount, whole(100));
+    // nobody helps an enemy, nor mends him
+    const Unit& other = field.place(product(1'000, 0, 0), 2, 500, 448);
+    const std::int64_t id = first.id;
+    const auto answer = [&](OrderKind kind, const Unit& target) {
+        return giveOrder(field.world, field.scratch, {&id, 1}, orderAt(kind, target))[0].hindrance;
+    };
+    EXPECT_EQ(answer(OrderKind::repair, other), OrderHindrance::ofOtherPlayer);
+    EXPECT_EQ(answer(OrderKind::capture, foe), OrderHindrance::ofSamePlayer);
+}
+
+TEST(Works, BuildersOnPatrolWorkBesideTheirWay) {
+    Battlefield field;
+    setStocks(field, 0, 1'000);
+    field.world.frame.featureTypes.push_back(
+        {.name = "rock", .isBlocking = true, .isReclaimable = true, .metal = 20});
+    field.world.frame.featureTypes.push_back({.name = "statue",
+                                              .isBlocking = true,
+                                              .isReclaimable = true,
+                                              .isForPatrols = false,
+                                              .metal = 20});
+    placeFeature(field.world, 0, {30, 23});
+    placeFeature(field.world, 1, {34, 23});
+    Unit& hurt = field.place(product(100, 0, 0), 1, 700, 450);
+    hurt.health = whole(500);
+    const Unit& builder = field.place(wright(10), 1, 400, 400);
+    OrderRequest patrol;
+    patrol.kind = OrderKind::patrol;
+    patrol.place = at(800, 400);
+    field.give(builder, patrol);
+    field.tick(400);
+    EXPECT_EQ(metalOf(field).amount, whole(20));
+    EXPECT_EQ(field.world.state.features.all().size(), 1U);
+    EXPECT_EQ(hurt.health, whole(1'000));
+    EXPECT_EQ(builder.orders.size(), 2U);
+    // nothing is told of it
+    for (const OrderDone& done : field.all<OrderDone>()) EXPECT_EQ(done.order, OrderKind::patrol);
+}
+
+TEST(Works, FactoriesHandOrdersOn) {
+    Battlefield field;
+    setStocks(field, 1'000, 1'000);
+    auto works = dummyType();
+    works->economy.workPerTick = 100;
+    works->sendsProducts = true;
+    auto cart = wright(1);
+    cart->name = "CART";
+    works->buildOptions = {"CART"};
+    const Unit& factory = field.place(works, 1, 400, 400);
+    OrderRequest patrol;
+    patrol.kind = OrderKind::patrol;
+    patrol.place = at(700, 500);
+    field.give(factory, patrol);
+    patrol.place = at(700, 700);
+    patrol.isQueued = true;
+    field.give(factory, patrol);
+    EXPECT_TRUE(factory.orders.empty());
+    field.give(factory, buildOrder(cart, 0, 0));
+    field.tick(5);
+    const Unit* made = unitNamed(field, "CART");
+    ASSERT_NE(made, nullptr);
+    ASSERT_EQ(made->orders.size(), 3U);
+    EXPECT_EQ(made->orders[0].place, at(700, 500));
+    EXPECT_GT(made->orders[1].place.z, px(420));
+    EXPECT_EQ(made->orders[2].place, at(700, 700));
+}
+
+TEST(Works, FramesThatArePlacedElsewhereLeaveTheirYard) {
+    Battlefield field;
+    setStocks(field, 1'000, 1'000);
+    auto works = dummyType();
+    works->economy.workPerTick = 1;
+    auto cart = wright(1);
+    cart->name = "CART";
+    cart->economy.buildTime = 1'000;
+    works->buildOptions = {"CART"};
+    const Unit& factory = field.place(works, 1, 400, 400);
+    field.give(factory, buildOrder(cart, 0, 0));
+    field.tick(5);
+    Unit* const frame = unitNamed(field, "CART");
+    ASSERT_NE(frame, nullptr);
+    OrderRequest place;
+    place.kind = OrderKind::place;
+    place.place = at(700, 700);
+    field.give(*frame, place);
+    field.tick(5);
+    EXPECT_EQ(frame->place, at(700, 700));
+    EXPECT_EQ(field.world.state.units.count(), 3U);
+}
+
+TEST(Works, HealthGrowsWithFrames) {
+    Battlefield field;
+    setStocks(field, 1'000, 1'000);
+    const auto health = [&](double fraction, float percent) {
+        const Unit& unit = placeUnit(field.world, {.type = product(1'000, 0, 0),
+                                                   .place = at(200, 200),
+                                                   .healthPercent = percent,
+                                                   .buildFraction = px(fraction),
+                                                   .isForced = true});
+        return unit.health.toNumber();
+    };
+    EXPECT_EQ(health(0, 100), 1);
+    EXPECT_EQ(health(0.5, 100), 500);
+    EXPECT_EQ(health(0.5, 50), 250);
+    EXPECT_EQ(health(1, 50), 500);
+}
+
+TEST(Works, SomeBecomeFeaturesWhenTheyAreBuilt) {
+    Battlefield field;
+    setStocks(field, 1'000, 1'000);
+    field.world.frame.featureTypes.push_back({.name = "teeth", .isBlocking = true});
+    auto teeth = product(100, 10, 10);
+    teeth->becomesFeature = true;
+    teeth->corpse = 0;
+    const Unit& builder = field.place(crane(10), 1, 400, 400);
+    field.give(builder, buildOrder(teeth, 400, 448));
+    field.tick(20);
+    EXPECT_EQ(field.world.state.units.count(), 1U);
+    ASSERT_EQ(field.world.state.features.all().size(), 1U);
+    ASSERT_EQ(field.all<OrderDone>().size(), 1U);
+    EXPECT_EQ(metalOf(field).spent, whole(10));
+}
+
 TEST(Works, FactoriesGiveUpWhatTheyAreNotToBuildAnyMore) {
     Battlefield field;
     setStocks(field, 1'000, 1'000);
