@@ -79,6 +79,7 @@ void capture(WorldParts& world, const Unit& unit, Unit& target, std::int64_t wor
     growth.captured = 0;
     target.player = unit.player;
     target.orders.clear();
+    target.chase = {};
     target.lastAttacker = {};
     target.labour.selfDestructAt = 0;
     target.labour.hasRally = false;
