@@ -14,11 +14,18 @@ namespace {
 /// One of its weapons can shoot at the enemy by itself, and is made for such targets.
 bool hasWeaponFor(const WorldParts& world, const Unit& unit, const Unit& enemy) {
     const UnitWish::Attack attack{enemy.ref(), enemy.position(), -1, false};
-    return std::ranges::any_of(unit.type->weaponSlots, [&](int slot) {
-        const auto index = static_cast<std::size_t>(slot);
-        return faultOf(world, unit, attack, index) == WeaponFault::none &&
-               !isOfCategory(*enemy.type, unit.type->badTargets[index]);
-    });
+    for (std::size_t slot = 0; slot < kWeaponSlots; ++slot)
+        if (faultOf(world, unit, attack, slot) == WeaponFault::none &&
+            !isOfCategory(*enemy.type, unit.type->badTargets[slot]))
+            return true;
+    return false;
+}
+
+Fixed longestRange(const UnitType& type) {
+    Fixed longest;
+    for (const auto& weapon : type.weapons)
+        if (weapon) longest = std::max(longest, weapon->range);
+    return longest;
 }
 
 /// Who only shoots back goes after his last attacker, while he remembers him.
@@ -59,18 +66,18 @@ bool isFree(const Unit& unit) {
 /// Who patrols stands and fights; who has nothing to do shoots from where he is.
 bool looksForEnemies(const WorldParts& world, const Unit& unit) {
     const UnitType& type = *unit.type;
-    if (!type.canMove || type.canFly || type.weaponSlots.empty() || !canFight(world, unit))
+    if (!type.canMove || type.canFly || !canFight(world, unit)) return false;
+    if (longestRange(type) == Fixed() || unit.standing.move == StandingOrders::kHoldsPlace ||
+        !isFree(unit))
         return false;
-    if (unit.standing.move == StandingOrders::kHoldsPlace || !isFree(unit)) return false;
     return unit.chase.isAway || !unit.orders.empty() || !isShooting(unit);
 }
 
 /// The nearest one within sight of the unit itself, or within its range.
 UnitRef nearestQuarry(const WorldParts& world, UnitFinder& finder, const Unit& unit) {
     if (world.state.tick < unit.chase.restsUntil) return {};
-    Fixed reach = Fixed::fromInt(unit.type->sightDistance);
-    for (const int slot : unit.type->weaponSlots)
-        reach = std::max(reach, unit.type->weapons[static_cast<std::size_t>(slot)]->range);
+    const Fixed reach =
+        std::max(Fixed::fromInt(unit.type->sightDistance), longestRange(*unit.type));
     world.derived.buckets.findWithin(world.state.units, unit.place, reach, finder.found);
     UnitRef nearest;
     std::uint64_t least = ~std::uint64_t{0};

@@ -181,9 +181,10 @@ TEST(Damage, FallsTowardsTheEdgeAndOffArmour) {
     EXPECT_EQ(shell->damageAt(px(25), Amount::fromInt(100)), Amount::fromInt(75));
     EXPECT_EQ(shell->damageAt(px(50), Amount::fromInt(100)), Amount::fromInt(50));
     EXPECT_EQ(shell->damageAt(px(50.1), Amount::fromInt(100)), Amount());
-    shell->damageRadius = px(3);
-    shell->edgeShare = px(0);
-    EXPECT_EQ(shell->damageAt(px(1), Amount::fromInt(kMaxDamage)).raw(), 43'690'666'666'667);
+    auto exact = *shell;
+    exact.damageRadius = px(3);
+    exact.edgeShare = px(0);
+    EXPECT_EQ(exact.damageAt(px(1), Amount::fromInt(kMaxDamage)).raw(), 43'690'666'666'667);
 
     Battlefield field;
     const Unit& middle = field.place(dummyType(1'000), 2, 320, 320);
