@@ -10,7 +10,9 @@ namespace {
 
 bool isIdle(const sim::World& world) {
     const auto waits = [](const sim::Order& order) {
-        return order.kind == sim::OrderKind::patrol || order.kind == sim::OrderKind::guard;
+        using enum sim::OrderSource;
+        return order.source == chase || order.source == chore ||
+               order.kind == sim::OrderKind::patrol || order.kind == sim::OrderKind::guard;
     };
     return std::all_of(world.units().begin(), world.units().end(), [&](const sim::Unit& unit) {
         return std::ranges::all_of(unit.orders, waits);

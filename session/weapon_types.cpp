@@ -75,7 +75,8 @@ void readFlight(sim::WeaponType& type, const WeaponReader& weapon) {
     type.coverage = Fixed::fromNumber(weapon.number("coverage", 0, sim::kMaxRange));
     type.speed =
         std::max(weapon.perTick("weaponvelocity"), Fixed::fromInt(sim::rules::kLeastShotSpeed));
-    type.startSpeed = std::min(weapon.perTick("startvelocity"), type.speed);
+    type.startSpeed = std::clamp(weapon.perTick("startvelocity"),
+                                 Fixed::fromInt(sim::rules::kLeastShotSpeed), type.speed);
     type.acceleration = Fixed::fromNumber(std::min<double>(
         weapon.number("weaponacceleration", 0, 1e9) / (sim::kTicksPerSecond * sim::kTicksPerSecond),
         sim::kMaxShotSpeed));
@@ -155,8 +156,11 @@ void takeWeapons(sim::UnitType& type, const GameTables& tables, const io::FbiUni
     for (std::size_t slot = 0; slot < weapons.size(); ++slot) {
         type.weapons[slot] = makeWeaponType(tables, *weapons[slot]);
         if (type.weapons[slot]) type.weaponSlots.push_back(static_cast<int>(slot));
-        type.badTargets[slot] = wordsOf(*badTargets[slot]);
+        type.badTargets[slot] = wordsOf(*badTargets[slot] + ' ' + fbi.badTargetCategory);
     }
+    type.notChased = wordsOf(fbi.noChaseCategory);
+    if (fbi.maneuverLeashLength > 0)
+        type.leash = sim::Fixed::fromInt(std::min(fbi.maneuverLeashLength, sim::kMaxRange));
     type.explodeAs = makeWeaponType(tables, fbi.explodeAs);
     type.selfDestructAs = makeWeaponType(tables, fbi.selfDestructAs);
     type.categories = wordsOf(fbi.category);

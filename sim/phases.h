@@ -20,7 +20,7 @@ namespace orb::sim {
 //   routes     P  wishes, static cells            routes' queue and caches
 //   motion     P  wishes, routes, cells           scratch.steps, then places, cells, buckets
 //   flight     P  wishes, ground, buckets         scratch.flights, then the same of who flies
-//   targets    P  units by bucket, weapons        targets of weapons
+//   targets    P  units by bucket, weapons        targets of weapons, whom units go after
 //   scripts    P  all of the unit's state         running scripts, then values, events; endedCalls
 //   cargo         carriers and their poses        places of who is aboard
 //   weapons       wishes, endedCalls, poses       weapons, projectiles, scripts that are started

@@ -42,9 +42,12 @@ inline constexpr std::int32_t kMostFallSeconds = 120;
 /// Steps of 1/65536 turn within which a weapon without `tolerance` counts as aimed: some 5 degrees.
 /// Half of the known weapons give one, from 200 to 37,152.
 inline constexpr std::int32_t kAimTolerance = 1'000;
-/// Differences that no weapon is turned anew for, in steps: 1.4 degrees. Less, and turrets that
-/// follow somebody are told so all the time.
+/// Differences within which every weapon goes on counting as aimed, in steps: 1.4 degrees. Less,
+/// and those that follow somebody do not get to fire.
 inline constexpr std::int32_t kLeastTolerance = 256;
+/// Differences after which the barrel of an aimed weapon follows, in steps: 0.003 radians. Less,
+/// and more scripts run.
+inline constexpr std::int32_t kFineTurn = 32;
 /// Ticks between two looks at where a weapon's target lies, and thus between two starts of AimX.
 /// Less lets shots follow sudden turns sooner and costs scripts.
 inline constexpr std::int32_t kLookEvery = 10;
@@ -70,7 +73,8 @@ inline constexpr std::int32_t kMuzzleHeightWhole = 4;
 /// angles to turn to.
 inline constexpr std::int32_t kMostRocking = 500;
 // Choices about fights that have no number:
-// - Weapons choose the nearest enemy; what is not of the player himself is one.
+// - Weapons choose the nearest enemy; what is not of the player himself is one. Those that are bad
+//   targets come last.
 // - Straight and thrown shots are aimed at where the target will be if it goes on as it does.
 // - A shot that is not for the water ends on the water's surface.
 // - Damage falls evenly from the middle of an area to its edge, measured to the victim's box.
@@ -120,6 +124,15 @@ inline constexpr Fixed kAttackMargin = Fixed::fromInt(16);
 /// Who has come as near as it gets and still has no shot tries again so often whether the target
 /// can be got nearer to now.
 inline constexpr Tick kSeekShotEvery = 64;
+/// Who goes after enemies only a little leaves his place by so much, where his definition does not
+/// say. Higher lets units be drawn away.
+inline constexpr Fixed kManoeuvreDistance = Fixed::fromInt(320);
+/// Who could not get at somebody goes after nobody for so long. Shorter holds up patrols.
+inline constexpr Tick kChaseRest = 300;
+// Choices about going after enemies that have no number:
+// - Units see as far as they themselves see, or shoot, for whom to go after; the nearest counts.
+// - Who was there last is forgotten when nobody of his player sees him any more.
+// - Aircraft without an order stay on the ground; on patrol they attack whom they meet.
 /// A patrol takes at least so long for each leg. Lower lets patrols on the spot tell their arrival
 /// all the time.
 inline constexpr Tick kPatrolTicks = 30;

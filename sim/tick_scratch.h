@@ -110,6 +110,12 @@ struct TargetSearch {
     UnitRef target = {};
 };
 
+/// A unit that looks whom to go after, and whom it found.
+struct ChaseSearch {
+    std::uint32_t unit = 0;
+    UnitRef enemy = {};
+};
+
 /// A worker's own: slots that a search has found, empty between searches, and how many it tested.
 struct UnitFinder {
     std::vector<std::uint32_t> found;
@@ -126,6 +132,7 @@ struct TickScratch {
     /// By slot, and in the order of their births within a unit.
     std::vector<EndedCall> endedCalls;
     std::vector<TargetSearch> searches;
+    std::vector<ChaseSearch> chases;
     std::vector<UnitFinder> finders;
     std::vector<Damage> damage;
     std::vector<Impact> impacts;
@@ -150,6 +157,7 @@ struct TickScratch {
         flights.assign(slotCount, {});
         endedCalls.clear();
         searches.clear();
+        chases.clear();
         damage.clear();
         impacts.clear();
         deaths.clear();

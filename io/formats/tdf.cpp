@@ -1,6 +1,7 @@
 #include "io/formats/tdf.h"
 
 #include <charconv>
+#include <limits>
 
 #include "io/formats/tdf_scanner.h"
 
@@ -30,12 +31,32 @@ std::string_view numberStart(std::string_view text) {
     return numeric ? text : std::string_view();
 }
 
+/// Whether a number that does not fit a float lies next to 0 rather than beyond the largest: it has
+/// a negative exponent, or nothing but zeros before the point.
+bool isTiny(std::string_view number) {
+    const std::size_t exponent = number.find_first_of("eE");
+    if (exponent < number.size()) return number.substr(exponent + 1).starts_with('-');
+    return number.substr(0, number.find('.')).find_first_of("123456789") == std::string_view::npos;
+}
+
+/// Of a number that does not fit, from its text: the nearest one that does.
+std::int32_t nearestThatFits(std::string_view number, std::int32_t /*type*/) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    return number.starts_with('-') ? Limits::min() : Limits::max();
+}
+float nearestThatFits(std::string_view number, float /*type*/) {
+    const float size = isTiny(number) ? 0.0F : std::numeric_limits<float>::max();
+    return number.starts_with('-') ? -size : size;
+}
+
 template <typename Number>
 std::optional<Number> toNumber(std::string_view value) {
     const std::string_view text = numberStart(value);
     Number number{};
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (result.ec != std::errc()) return std::nullopt;
+    const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (fault == std::errc::result_out_of_range)
+        return nearestThatFits({text.data(), static_cast<std::size_t>(end - text.data())}, number);
+    if (fault != std::errc()) return std::nullopt;
     return number;
 }
 

@@ -13,11 +13,12 @@
 namespace orb::io {
 
 /// White space, an optional sign and decimal digits; whatever follows is ignored, so "12.7" reads
-/// 12. None when there are no digits or the number does not fit.
+/// 12. Numbers that do not fit are the nearest that do. None when there are no digits.
 std::optional<std::int32_t> tdfInt(std::string_view value);
 
 /// White space, an optional sign, then digits with a point and exponent if any, the same in every
-/// locale; whatever follows is ignored. Never infinite and never NaN: none instead.
+/// locale; whatever follows is ignored. Never infinite: what is too large is the largest, what is
+/// too small 0. Never NaN: none instead.
 std::optional<float> tdfFloat(std::string_view value);
 
 /// One bracketed section of a TDF or FBI text, or the whole text as the unnamed root. Names are

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <span>
 #include <string_view>
 
 #include <nlohmann/json.hpp>
@@ -112,6 +113,14 @@ std::string_view workWord(sim::OrderKind kind) {
     return kind == sim::OrderKind::capture ? "capturing" : "building";
 }
 
+/// What it was told, behind what it does by itself.
+std::span<const sim::Order> givenOrders(const sim::Unit& unit) {
+    const auto isGiven = [](const sim::Order& order) {
+        return order.source == sim::OrderSource::given;
+    };
+    return {std::ranges::find_if(unit.orders, isGiven), unit.orders.end()};
+}
+
 std::string_view stateWord(const sim::Unit& unit) {
     if (!unit.isBuilt()) return "nanoframe";
     if (unit.carrier) return "carried";
@@ -181,6 +190,7 @@ json encodeLoadedMap(const LoadedMap& map) {
 }
 
 json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPieces) {
+    const std::span<const sim::Order> orders = givenOrders(unit);
     json result = {{"unitId", unit.id},
                    {"unitName", unit.type->name},
                    {"player", unit.player},
@@ -196,10 +206,9 @@ json encodeMapUnit(const sim::World& world, const sim::Unit& unit, bool withPiec
                    {"buildFraction", unit.buildFraction.toNumber()},
                    {"state", stateWord(unit)},
                    {"active", unit.isActive},
-                   {"queued", unit.orders.empty() ? 0 : unit.orders.size() - 1},
+                   {"queued", orders.empty() ? 0 : orders.size() - 1},
                    {"weapons", encodeWeapons(world, unit)}};
-    if (!unit.orders.empty() && !unit.orders.front().isSideStep)
-        result["order"] = orderWord(unit.orders.front().kind);
+    if (!orders.empty()) result["order"] = orderWord(orders.front().kind);
     if (unit.labour.nanoPiece >= 0) result["nano"] = encodeNano(world, unit);
     if (unit.labour.selfDestructAt > world.tick())
         result["selfDestruct"] =

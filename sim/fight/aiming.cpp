@@ -108,7 +108,10 @@ AimSolution solveDrop(const WorldParts& world, const Unit& unit, const WeaponTyp
 }  // namespace
 
 bool isInWater(const WorldParts& world, const Unit& unit) {
-    return !flies(*unit.type) && unit.altitude < seaLevel(world);
+    if (flies(*unit.type) || unit.type->limits.canHover) return false;
+    if (unit.altitude < seaLevel(world)) return true;
+    // a raft without draught
+    return unit.type->floats && world.frame.terrain.groundHeight(unit.place) < seaLevel(world);
 }
 
 bool isUnderWater(const WorldParts& world, const Unit& unit) {
@@ -125,6 +128,13 @@ std::optional<AimTarget> targetOf(const WorldParts& world, const WeaponState& we
     const Unit* const unit = world.state.units.find(weapon.target);
     if (!unit || !unit->isPresent()) return std::nullopt;
     return AimTarget{hitCenter(world, *unit), unit};
+}
+
+Vector hitCenterFor(const WorldParts& world, const WeaponType& weapon, const Unit& unit) {
+    Vector center = hitCenter(world, unit);
+    if (weapon.isWaterWeapon)
+        center.y = std::min(center.y, seaLevel(world) - Fixed::fromInt(rules::kTorpedoDepth));
+    return center;
 }
 
 bool canReach(const WorldParts& world, const WeaponType& weapon, const Unit& target) {
@@ -149,7 +159,9 @@ bool isInRange(const WorldParts& world, const Unit& unit, const WeaponType& weap
 }
 
 AimSolution solveAim(const WorldParts& world, const WeaponType& weapon, const Unit& unit,
-                     const Vector& from, const AimTarget& target) {
+                     const Vector& from, const AimTarget& named) {
+    AimTarget target = named;
+    if (target.unit) target.point = hitCenterFor(world, weapon, *target.unit);
     AimDirection direction;
     direction.point = leadPoint(weapon, from, target);
     const Vector way = direction.point - from;

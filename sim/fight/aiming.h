@@ -35,6 +35,9 @@ std::optional<AimTarget> targetOf(const WorldParts& world, const WeaponState& we
 bool isInWater(const WorldParts& world, const Unit& unit);
 bool isUnderWater(const WorldParts& world, const Unit& unit);
 
+/// Round which a shot hits a unit: what runs in the water meets what of it lies in the water.
+Vector hitCenterFor(const WorldParts& world, const WeaponType& weapon, const Unit& unit);
+
 /// Whether what a weapon fires gets there at all: it hits aircraft, ships and what is under water
 /// as its definition says.
 bool canReach(const WorldParts& world, const WeaponType& weapon, const Unit& target);

@@ -1,5 +1,7 @@
 #include "sim/fight/ballistics.h"
 
+#include <algorithm>
+
 namespace orb::sim {
 namespace {
 
@@ -41,6 +43,35 @@ Vector fallOneTick(Vector& velocity, Fixed gravity) {
     velocity.y -= gravity;
     way.y -= gravity.over(2, Rounding::nearest);
     return way;
+}
+
+Vector turnedTowards(const Vector& from, const Vector& to, std::int32_t mostSteps) {
+    // Directions have this length, so that products of two fit 64 bits.
+    constexpr Fixed kLength = Fixed::fromInt(256);
+    const auto scaled = [&](std::int64_t product) {
+        return quotient(product, kLength.raw(), Rounding::nearest);
+    };
+    const auto product = [](Fixed a, Fixed b) { return std::int64_t{a.raw()} * b.raw(); };
+    const Vector now = withLength(from, kLength), wish = withLength(to, kLength);
+    if (now == Vector() || wish == Vector()) return from;
+    const std::int64_t along =
+        scaled(product(now.x, wish.x) + product(now.y, wish.y) + product(now.z, wish.z));
+    // What of the wish lies across.
+    const auto across = [&](Fixed wished, Fixed part) {
+        return wished - Fixed::fromWideRaw(scaled(part.raw() * along));
+    };
+    Vector side{across(wish.x, now.x), across(wish.y, now.y), across(wish.z, now.z)};
+    if (angleOf(lengthOf(side).raw(), along).raw() <= mostSteps) return to;
+    if (side == Vector()) side = {-now.z, {}, now.x};  // to what lies behind, over its left
+    if (side == Vector()) side = {kLength, {}, {}};
+    side = withLength(side, kLength);
+    const Angle turn = Angle::fromSteps(std::clamp(mostSteps, 0, 32'768));
+    const auto turned = [&](Fixed ahead, Fixed aside) {
+        return Fixed::fromWideRaw(
+            quotient(product(ahead, cosine(turn)) + product(aside, sine(turn)), Fixed::kOne,
+                     Rounding::nearest));
+    };
+    return {turned(now.x, side.x), turned(now.y, side.y), turned(now.z, side.z)};
 }
 
 }  // namespace orb::sim

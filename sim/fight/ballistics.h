@@ -19,4 +19,8 @@ std::optional<Angle> throwPitch(Fixed distance, Fixed rise, Fixed speed, Fixed g
 /// the exact parabola.
 Vector fallOneTick(Vector& velocity, Fixed gravity);
 
+/// A direction of flight turned towards another by at most so many steps, the shortest way round in
+/// space. One without length stays as it is.
+Vector turnedTowards(const Vector& from, const Vector& to, std::int32_t mostSteps);
+
 }  // namespace orb::sim

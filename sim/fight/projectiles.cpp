@@ -1,8 +1,10 @@
 #include "sim/fight/projectiles.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "sim/fight/aim_points.h"
+#include "sim/fight/aiming.h"
 #include "sim/fight/ballistics.h"
 #include "sim/fight/interceptors.h"
 #include "sim/fight/obstacles.h"
@@ -44,18 +46,12 @@ bool falls(const WorldParts& world, const Projectile& shot) {
 void watchTarget(const WorldParts& world, Projectile& shot) {
     const Unit* const target = world.state.units.find(shot.target);
     if (target && target->isPresent() && !hidesFrom(shot.player, *target))
-        shot.aim = hitCenter(world, *target);
+        shot.aim = hitCenterFor(world, *shot.weapon, *target);
 }
 
 void turnTowards(Projectile& shot, const Vector& wish) {
-    const std::int32_t most = shot.weapon->turnPerTick;
-    const bool isUpright = shot.velocity.x == Fixed() && shot.velocity.z == Fixed();
-    const Angle wanted = headingOf(wish.x, wish.z);
-    const Angle heading =
-        isUpright ? wanted
-                  : turnedTowards(headingOf(shot.velocity.x, shot.velocity.z), wanted, most);
-    const Angle pitch = turnedTowards(pitchOf(shot.velocity), pitchOf(wish), most);
-    shot.velocity = vectorOf(heading, pitch, shot.speed);
+    shot.velocity =
+        withLength(turnedTowards(shot.velocity, wish, shot.weapon->turnPerTick), shot.speed);
 }
 
 /// Towards a place above the ground that lies a little ahead, until the target is near.
@@ -95,11 +91,23 @@ void steer(const WorldParts& world, Projectile& shot) {
     }
 }
 
+/// A torpedo that does not turn is put into the water above its target's depth: it runs on straight
+/// to where that was.
+void diveTowards(const WorldParts& world, Projectile& shot, const Vector& entry) {
+    const bool isIn = entry.y < Fixed::fromInt(world.frame.terrain.seaLevel());
+    if (!isIn || !shot.weapon->isWaterWeapon || shot.weapon->flight != Flight::straight) return;
+    const Vector wish = shot.aim - entry;
+    const Angle turn = headingOf(wish.x, wish.z) - headingOf(shot.velocity.x, shot.velocity.z);
+    constexpr std::int32_t kQuarterTurn = 16'384;
+    if (std::abs(turn.steps()) < kQuarterTurn) shot.velocity = withLength(wish, shot.speed);
+}
+
 /// Where it goes in this tick.
 Vector wayOf(const WorldParts& world, Projectile& shot) {
     if (falls(world, shot)) {
         const Vector way = fallOneTick(shot.velocity, fallPerTick(world.frame.conditions));
         shot.velocity.y = std::max(shot.velocity.y, Fixed::fromInt(-kMaxShotSpeed));
+        diveTowards(world, shot, shot.place + way);
         return way;
     }
     steer(world, shot);
@@ -111,10 +119,16 @@ Vector wayOf(const WorldParts& world, Projectile& shot) {
     return way;
 }
 
-bool canHit(const Projectile& shot, const Unit& unit) {
+/// Torpedoes run below what hovers, and other shots end above what dives.
+bool isInMedium(const WorldParts& world, const Projectile& shot, const Unit& unit) {
+    return shot.weapon->isWaterWeapon ? isInWater(world, unit) : !isUnderWater(world, unit);
+}
+
+bool canHit(const WorldParts& world, const Projectile& shot, const Unit& unit) {
     const UnitRef ref = unit.ref();
     if (!unit.isPresent() || ref == shot.owner) return false;
     if (std::ranges::find(shot.pierced, ref) != shot.pierced.end()) return false;
+    if (!isInMedium(world, shot, unit)) return false;
     return ref == shot.target || unit.player != shot.player || rules::kShotsHitFriends;
 }
 
@@ -141,8 +155,10 @@ UnitContact firstUnit(const WorldParts& world, TickScratch& scratch, const Proje
         const Unit& unit = *world.state.units.at(slot);
         ++scratch.counts.pairs;
         const Fixed radius = hitRadius(*unit.type);
-        if (!canHit(shot, unit) || !isWithin(unit.place, middle, half + radius + radius)) continue;
-        const auto share = shareToSphere(shot.place, way, hitCenter(world, unit), radius);
+        if (!canHit(world, shot, unit) || !isWithin(unit.place, middle, half + radius + radius))
+            continue;
+        const auto share =
+            shareToSphere(shot.place, way, hitCenterFor(world, *shot.weapon, unit), radius);
         if (share && (!first.unit || *share < first.share)) first = {&unit, *share};
     }
     scratch.found.clear();

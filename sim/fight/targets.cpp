@@ -7,24 +7,22 @@
 #include "sim/fight/interceptors.h"
 #include "sim/fight/obstacles.h"
 #include "sim/fight/weapons.h"
+#include "sim/orders/chasing.h"
 #include "sim/phases.h"
 #include "sim/sight/sight.h"
 
 namespace orb::sim {
 namespace {
 
-bool hasCategoryOf(const UnitType& type, const std::vector<std::string>& words) {
-    return std::ranges::any_of(words, [&](const std::string& word) {
-        return std::ranges::find(type.categories, word) != type.categories.end();
-    });
-}
-
 /// Whether a weapon may choose a unit by itself.
 bool mayChoose(const WorldParts& world, const Unit& unit, std::size_t slot, const Unit& other) {
     return other.isPresent() && other.player != unit.player &&
-           mayAimAt(world, unit.player, other) &&
-           canReach(world, *unit.type->weapons[slot], other) &&
-           !hasCategoryOf(*other.type, unit.type->badTargets[slot]);
+           mayAimAt(world, unit.player, other) && canReach(world, *unit.type->weapons[slot], other);
+}
+
+/// It is chosen only where there is nobody else.
+bool isPoor(const Unit& unit, std::size_t slot, const Unit& other) {
+    return isOfCategory(*other.type, unit.type->badTargets[slot]);
 }
 
 bool mayKeep(const WorldParts& world, const Unit& unit, std::size_t slot) {
@@ -33,34 +31,50 @@ bool mayKeep(const WorldParts& world, const Unit& unit, std::size_t slot) {
            isInRange(world, unit, *unit.type->weapons[slot], *target);
 }
 
-/// The nearest enemy in range, the lower id where two are as near.
-UnitRef nearestEnemy(const WorldParts& world, UnitFinder& finder, const Unit& unit,
-                     std::size_t slot) {
+struct FoundEnemy {
+    UnitRef unit;
+    bool isPoor = true;
+    std::uint64_t distance = ~std::uint64_t{0};
+
+    bool isWorseThan(bool poor, std::uint64_t square) const {
+        return isPoor != poor ? isPoor : distance > square;
+    }
+};
+
+/// The nearest enemy in range that the weapon is made for, else the nearest; the lower id where two
+/// are as near.
+FoundEnemy nearestEnemy(const WorldParts& world, UnitFinder& finder, const Unit& unit,
+                        std::size_t slot) {
     const WeaponType& weapon = *unit.type->weapons[slot];
     world.derived.buckets.findWithin(world.state.units, unit.place, weapon.range, finder.found);
-    UnitRef nearest;
-    std::uint64_t least = ~std::uint64_t{0};
+    FoundEnemy best;
     for (const std::uint32_t candidate : finder.found) {
         const Unit& other = *world.state.units.at(candidate);
         ++finder.pairs;
         const std::uint64_t distance =
             squaredDistance(unit.place.x, unit.place.z, other.place.x, other.place.z);
-        if (distance >= least || !mayChoose(world, unit, slot, other)) continue;
+        if (other.player == unit.player || !best.isWorseThan(false, distance)) continue;
+        const bool poor = isPoor(unit, slot, other);
+        if (!best.isWorseThan(poor, distance) || !mayChoose(world, unit, slot, other)) continue;
         if (!isInRange(world, unit, weapon, {hitCenter(world, other), &other})) continue;
-        nearest = other.ref();
-        least = distance;
+        best = {other.ref(), poor, distance};
     }
     finder.found.clear();
-    return nearest;
+    return best;
 }
 
 /// What a weapon without an order should be aimed at.
 UnitRef chooseTarget(const WorldParts& world, UnitFinder& finder, const Unit& unit,
                      std::size_t slot) {
-    enum : std::uint8_t { holdsFire, returnsFire };
-    if (unit.type->weapons[slot]->isCommandFire || unit.standing.fire == holdsFire) return {};
-    if (mayKeep(world, unit, slot)) return unit.weapons[slot].target;
-    if (unit.standing.fire != returnsFire) return nearestEnemy(world, finder, unit, slot);
+    if (unit.type->weapons[slot]->isCommandFire || unit.standing.fire == StandingOrders::kHoldsFire)
+        return {};
+    const UnitRef kept = mayKeep(world, unit, slot) ? unit.weapons[slot].target : UnitRef();
+    if (kept && !isPoor(unit, slot, *world.state.units.find(kept))) return kept;
+    if (unit.standing.fire != StandingOrders::kReturnsFire) {
+        const FoundEnemy found = nearestEnemy(world, finder, unit, slot);
+        return kept && found.isPoor ? kept : found.unit;
+    }
+    if (kept) return kept;
     const Unit* const attacker = world.state.units.find(unit.lastAttacker);
     if (!attacker || !mayChoose(world, unit, slot, *attacker)) return {};
     const bool isNear =
@@ -117,6 +131,7 @@ void stepTargets(WorldParts& world, TickScratch& scratch) {
               {target ? AimKind::unit : AimKind::nothing, false, target, {}});
     for (UnitFinder& finder : scratch.finders) scratch.counts.pairs += finder.pairs;
     scratch.finders.clear();
+    goAfterEnemies(world, scratch);
     askToAim(world);
 }
 

@@ -14,7 +14,8 @@
 // A weapon with a target looks every few ticks in which direction that lies. When it does not point
 // there, its script AimX is started with that direction, and while the answer is TRUE and the
 // direction stays within the weapon's tolerance, it counts as aimed. An aimed weapon that has
-// reloaded fires.
+// reloaded fires. While it is aimed the script is asked again after small changes, so that its
+// barrel follows.
 
 namespace orb::sim {
 namespace {
@@ -51,6 +52,14 @@ bool pointsAt(const WeaponType& type, const WeaponState& weapon, const BodyDirec
            isWithin(weapon.askedPitch, wish.pitch, type.pitchTolerance);
 }
 
+/// Whether it lies so near to the direction asked for that its barrel need not follow.
+bool pointsExactlyAt(const WeaponState& weapon, const BodyDirection& wish) {
+    const auto isOff = [](Angle a, Angle b) {
+        return std::abs(shortestDifference(a, b)) > rules::kFineTurn;
+    };
+    return !isOff(weapon.askedHeading, wish.heading) && !isOff(weapon.askedPitch, wish.pitch);
+}
+
 /// Turrets turn by themselves, and what climbs first may leave in any direction.
 bool needsFacing(const WeaponType& type) {
     return !type.isTurret && type.flight != Flight::vertical;
@@ -72,6 +81,7 @@ void tellFailure(WorldParts& world, Unit& unit, std::size_t slot, AimFailure rea
 void becomeAimed(WorldParts& world, Unit& unit, std::size_t slot) {
     WeaponState& weapon = unit.weapons[slot];
     weapon.isAsking = false;
+    if (weapon.isAimed) return;
     weapon.isAimed = true;
     weapon.toldFailure = 0;
     world.tell(unit, Aimed{static_cast<std::int32_t>(slot)});
@@ -79,7 +89,6 @@ void becomeAimed(WorldParts& world, Unit& unit, std::size_t slot) {
 
 void ask(WorldParts& world, Unit& unit, std::size_t slot, const BodyDirection& wish) {
     WeaponState& weapon = unit.weapons[slot];
-    weapon.isAimed = false;
     weapon.askedHeading = wish.heading;
     weapon.askedPitch = wish.pitch;
     weapon.askedAt = world.state.tick;
@@ -146,7 +155,9 @@ void look(WorldParts& world, Unit& unit, std::size_t slot) {
     if (!hasAimScript(unit, slot)) return lookWithoutScript(world, unit, slot, wish);
     const bool points = pointsAt(type, weapon, wish);
     const bool waits = weapon.isAsking && world.state.tick - weapon.askedAt < kAskAgainAfter;
-    if (!points || (!weapon.isAimed && !waits)) ask(world, unit, slot, wish);
+    if (!points) weapon.isAimed = false;
+    if (!points || (!waits && !(weapon.isAimed && pointsExactlyAt(weapon, wish))))
+        ask(world, unit, slot, wish);
 }
 
 void takeAnswer(WorldParts& world, Unit& unit, const EndedCall& call) {
@@ -157,6 +168,7 @@ void takeAnswer(WorldParts& world, Unit& unit, const EndedCall& call) {
     weapon.isAsking = false;
     if (call.wasSignalled) return;
     if (call.value != 0) return becomeAimed(world, unit, slot);
+    weapon.isAimed = false;
     tellFailure(world, unit, slot, AimFailure::scriptRefused);
 }
 

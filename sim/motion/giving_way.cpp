@@ -148,7 +148,7 @@ void makeRoom(WorldParts& world, Unit& unit, const Unit& other) {
         if (!mayStep(world, unit, unit.cells(), to)) continue;
         Order order;
         order.kind = OrderKind::move;
-        order.isSideStep = true;
+        order.source = OrderSource::sideStep;
         order.place = order.gathering = to.center();
         unit.orders.push_back(order);
         unit.motion.beginAnew();

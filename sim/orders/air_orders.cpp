@@ -45,12 +45,14 @@ void flyAt(const WorldParts& world, const Unit& unit, const UnitWish::Attack& at
 
 /// An enemy that one of its weapons has chosen, for those who may leave their way for it.
 const Unit* chosenEnemy(const WorldParts& world, const Unit& unit) {
-    enum : std::uint8_t { holdsPlace = 0, firesAtWill = 2 };
-    if (unit.standing.move == holdsPlace || unit.standing.fire != firesAtWill) return nullptr;
+    if (unit.standing.move == StandingOrders::kHoldsPlace ||
+        unit.standing.fire != StandingOrders::kFiresAtWill)
+        return nullptr;
     for (const WeaponState& weapon : unit.weapons) {
         if (weapon.aim != AimKind::unit || weapon.isOrdered) continue;
         const Unit* const enemy = world.state.units.find(weapon.target);
-        if (enemy && enemy->isPresent()) return enemy;
+        if (enemy && enemy->isPresent() && !isOfCategory(*enemy->type, unit.type->notChased))
+            return enemy;
     }
     return nullptr;
 }

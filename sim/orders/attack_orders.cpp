@@ -1,8 +1,23 @@
 #include "sim/orders/attack_orders.h"
 
+#include <algorithm>
+
 #include "sim/fight/attacks.h"
+#include "sim/rules.h"
 
 namespace orb::sim {
+namespace {
+
+/// Goes nearer until it has a shot or gets no nearer; then it waits for the target to move.
+void seekShot(const WorldParts& world, Unit& unit, GroundPoint place, UnitWish& wish) {
+    const Tick turn = world.state.tick + static_cast<Tick>(unit.id);
+    if (unit.motion.arrival == Arrival::underWay)
+        wish.goal = wish.gathering = place;
+    else if (turn % rules::kSeekShotEvery == 0)
+        unit.motion.beginAnew();
+}
+
+}  // namespace
 
 std::optional<OrderProgress> takeAim(const WorldParts& world, const Unit& unit, const Order& order,
                                      UnitWish& wish) {
@@ -30,6 +45,35 @@ bool lacksShot(const Unit& unit, std::int8_t slot) {
         lacks = true;
     }
     return lacks;
+}
+
+bool lacksShotAt(const Unit& unit, UnitRef target) {
+    return std::ranges::any_of(unit.weapons, [&](const WeaponState& weapon) {
+        return weapon.aim == AimKind::unit && weapon.target == target && weapon.lacksShot;
+    });
+}
+
+bool isWithinReach(const WorldParts& world, const Unit& unit, const UnitWish::Attack& attack) {
+    return isWithin(unit, {attack.place.x, attack.place.z},
+                    attackReach(rangesOf(world, unit, attack)));
+}
+
+OrderProgress comeNearer(const WorldParts& world, Unit& unit, const UnitWish::Attack& attack,
+                         bool lacks, UnitWish& wish) {
+    const GroundPoint place{attack.place.x, attack.place.z};
+    if (isWithinReach(world, unit, attack)) {
+        if (lacks)
+            seekShot(world, unit, place, wish);
+        else
+            unit.motion.arrival = Arrival::underWay;
+        return kUnderWay;
+    }
+    if (unit.motion.arrival == Arrival::givenUp) return failedFor(OrderFailure::blocked);
+    if (unit.motion.arrival == Arrival::elsewhere &&
+        !isWithin(unit, place, rangesOf(world, unit, attack).longest))
+        return failedFor(OrderFailure::noWay);
+    wish.goal = wish.gathering = place;
+    return kUnderWay;
 }
 
 }  // namespace orb::sim

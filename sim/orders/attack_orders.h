@@ -17,4 +17,14 @@ std::optional<OrderProgress> takeAim(const WorldParts& world, const Unit& unit, 
 /// unit is.
 bool lacksShot(const Unit& unit, std::int8_t slot);
 
+/// The same of whom weapons have chosen themselves.
+bool lacksShotAt(const Unit& unit, UnitRef target);
+
+/// Near enough that all weapons reach that can hit it.
+bool isWithinReach(const WorldParts& world, const Unit& unit, const UnitWish::Attack& attack);
+
+/// Brings a unit within reach of what it attacks, and nearer while it lacks a shot from there.
+OrderProgress comeNearer(const WorldParts& world, Unit& unit, const UnitWish::Attack& attack,
+                         bool lacks, UnitWish& wish);
+
 }  // namespace orb::sim

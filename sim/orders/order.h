@@ -39,6 +39,11 @@ enum class OrderKind : std::uint8_t {
     remove,
 };
 
+/// Who gave an order: somebody, the world so that it makes room, or the unit itself, which goes
+/// after an enemy or comes back from that, or works beside its way. Only the ends of given ones are
+/// told.
+enum class OrderSource : std::uint8_t { given, sideStep, chase, chore };
+
 /// One order in a unit's queue; the first one is being carried out.
 struct Order {
     OrderKind kind = OrderKind::move;
@@ -46,9 +51,7 @@ struct Order {
     std::int8_t slot = -1;
     /// The weapon that was told to has fired.
     bool hasFired = false;
-    /// Given by the world, not by anybody's request: to make room, or to work beside the way. Its
-    /// end is told to nobody.
-    bool isSideStep = false;
+    OrderSource source = OrderSource::given;
     /// Where to; where `target` is none, for attack and fire also what to.
     GroundPoint place = {};
     /// Where all go that were given the order together.
@@ -79,7 +82,7 @@ void eachField(const Order& order, Visit visit) {
     visit("kind", order.kind);
     visit("slot", order.slot);
     visit("hasFired", order.hasFired);
-    visit("isSideStep", order.isSideStep);
+    visit("source", order.source);
     visit("place", order.place);
     visit("gathering", order.gathering);
     visit("altitude", order.altitude);

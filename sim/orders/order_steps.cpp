@@ -3,6 +3,7 @@
 #include "sim/fight/attacks.h"
 #include "sim/orders/air_orders.h"
 #include "sim/orders/attack_orders.h"
+#include "sim/orders/chasing.h"
 #include "sim/orders/transport_orders.h"
 #include "sim/orders/work_orders.h"
 #include "sim/phases.h"
@@ -55,43 +56,31 @@ OrderProgress move(Unit& unit, const Order& order, UnitWish& wish) {
     return kUnderWay;
 }
 
-/// Goes nearer until it has a shot or gets no nearer; then it waits for the target to move.
-void seekShot(const WorldParts& world, Unit& unit, GroundPoint place, UnitWish& wish) {
-    const Tick turn = world.state.tick + static_cast<Tick>(unit.id);
-    if (unit.motion.arrival == Arrival::underWay)
-        wish.goal = wish.gathering = place;
-    else if (turn % rules::kSeekShotEvery == 0)
-        unit.motion.beginAnew();
-}
-
 OrderProgress attack(const WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
     if (const auto end = takeAim(world, unit, order, wish)) return *end;
     if (order.kind == OrderKind::fire || !unit.type->canMove) return kUnderWay;
+    return comeNearer(world, unit, *wish.attack, lacksShot(unit, order.slot), wish);
+}
 
-    const GroundPoint place{wish.attack->place.x, wish.attack->place.z};
-    const Ranges ranges = rangesOf(world, unit, *wish.attack);
-    if (isWithin(unit, place, attackReach(ranges))) {
-        if (lacksShot(unit, order.slot))
-            seekShot(world, unit, place, wish);
-        else
-            unit.motion.arrival = Arrival::underWay;
-        return kUnderWay;
-    }
-    if (unit.motion.arrival == Arrival::givenUp) return failedFor(OrderFailure::blocked);
-    if (unit.motion.arrival == Arrival::elsewhere && !isWithin(unit, place, ranges.longest))
-        return failedFor(OrderFailure::noWay);
-    wish.goal = wish.gathering = place;
-    return kUnderWay;
+/// Whoever attacks its ward, while that is remembered.
+const Unit* attackerOf(const WorldParts& world, const Unit& unit, const Unit& ward) {
+    const Unit* const enemy = world.state.units.find(ward.lastAttacker);
+    const bool isRemembered = world.state.tick - ward.lastAttackedAt < rules::kGuardMemory;
+    return enemy && isRemembered && enemy->player != unit.player ? enemy : nullptr;
 }
 
 OrderProgress guard(WorldParts& world, Unit& unit, const Order& order, UnitWish& wish) {
     const Unit* const ward = world.state.units.find(order.target);
     if (!ward || ward->isDying) return failedFor(OrderFailure::targetGone);
-    const Unit* const enemy = world.state.units.find(ward->lastAttacker);
-    if (enemy && enemy->player != unit.player &&
-        world.state.tick - ward->lastAttackedAt < rules::kGuardMemory)
-        wish.attack = {enemy->ref(), enemy->position(), -1, false};
+    const Unit* const enemy = attackerOf(world, unit, *ward);
+    if (enemy) wish.attack = {enemy->ref(), enemy->position(), -1, false};
     if (help(world, unit, *ward, wish)) return kUnderWay;
+    if (enemy && world.state.tick >= unit.chase.restsUntil &&
+        mayChase(world, unit, *enemy, ward->place)) {
+        const bool lacks = lacksShot(unit, -1);
+        if (comeNearer(world, unit, *wish.attack, lacks, wish) == kUnderWay) return kUnderWay;
+        unit.chase.restsUntil = world.state.tick + rules::kChaseRest;
+    }
     if (!isWithin(unit, ward->place, rules::kGuardDistance)) goAfter(wish, *ward);
     return kUnderWay;
 }
@@ -106,6 +95,7 @@ OrderProgress carryOut(WorldParts& world, TickScratch& scratch, Unit& unit, Unit
             return move(unit, order, wish);
         case OrderKind::attack:
         case OrderKind::fire:
+            if (order.source == OrderSource::chase) return chase(world, unit, order, wish);
             return attack(world, unit, order, wish);
         case OrderKind::guard:
             return guard(world, unit, order, wish);
@@ -132,7 +122,10 @@ void endOrder(WorldParts& world, Unit& unit, const OrderProgress& progress) {
     unit.orders.erase(unit.orders.begin());
     unit.motion.beginAnew();
     unit.labour.waitTicks = 0;
-    if (order.isSideStep) return;
+    if (order.source == OrderSource::chase &&
+        (order.kind == OrderKind::move || !unit.orders.empty()))
+        unit.chase.isAway = false;
+    if (order.source != OrderSource::given) return;
     if (progress.stage == OrderProgress::Stage::failed)
         world.tell(unit, OrderFailed{order.kind, progress.reason, progress.fault});
     else

@@ -87,6 +87,7 @@ void leaveYard(WorldParts& world, const Unit& frame) {
 void placeElsewhere(WorldParts& world, Unit& unit, const OrderRequest& request) {
     leaveHold(world, unit);
     leaveYard(world, unit);
+    unit.chase.isAway = false;
     moveUnitTo(world, unit, standingPlace(*unit.type, *request.place));
     if (request.hasHeading) unit.heading = request.heading;
     if (unit.type->canFly)
@@ -120,6 +121,7 @@ void actAtOnce(WorldParts& world, TickScratch& scratch, Unit& unit, const OrderR
     switch (request.kind) {
         case OrderKind::stop:
             unit.orders.clear();
+            unit.chase.isAway = false;
             return unit.motion.beginAnew();
         case OrderKind::activate:
         case OrderKind::deactivate:
@@ -377,7 +379,9 @@ void handOn(Unit& factory, const Order& order, bool isQueued) {
 }
 
 void queueOrder(Unit& unit, const Order& order, bool isQueued) {
-    if (!isQueued) unit.orders.clear();
+    const bool isOwnWill = unit.orders.size() == 1 && unit.orders[0].source == OrderSource::chase;
+    if (!isQueued || isOwnWill) unit.orders.clear();
+    if (unit.orders.empty()) unit.chase.isAway = false;
     if (unit.orders.empty()) unit.motion.beginAnew();
     if (orderRule(order.kind).needsWeapon)  // what was told of the last attack is told again
         for (WeaponState& weapon : unit.weapons) weapon.toldFailure = 0;

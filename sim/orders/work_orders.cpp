@@ -373,7 +373,7 @@ void findChore(WorldParts& world, TickScratch& scratch, Unit& unit) {
         unit.orders.front().kind != OrderKind::patrol || unit.orders.size() >= kMaxOrders)
         return;
     Order chore;
-    chore.isSideStep = true;
+    chore.source = OrderSource::chore;
     if (const Unit* const target = findToMend(world, scratch, unit)) {
         chore.kind = OrderKind::repair;
         chore.target = target->ref();

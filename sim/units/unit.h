@@ -12,6 +12,7 @@
 #include "sim/motion/flight.h"
 #include "sim/numbers/angle.h"
 #include "sim/numbers/tick.h"
+#include "sim/orders/chase_state.h"
 #include "sim/orders/order.h"
 #include "sim/sight/unit_sight.h"
 #include "sim/units/unit_ref.h"
@@ -122,10 +123,13 @@ struct UnitLabour {
 
 /// How a unit behaves without orders.
 struct StandingOrders {
+    static constexpr std::uint8_t kHoldsPlace = 0, kManoeuvres = 1, kRoams = 2;
+    static constexpr std::uint8_t kHoldsFire = 0, kReturnsFire = 1, kFiresAtWill = 2;
+
     /// 0 holds its place, 1 and 2 go after enemies a little and far.
-    std::uint8_t move = 2;
+    std::uint8_t move = kRoams;
     /// 0 holds its fire, 1 returns it, 2 fires at will.
-    std::uint8_t fire = 2;
+    std::uint8_t fire = kFiresAtWill;
 
     bool operator==(const StandingOrders&) const = default;
 };
@@ -152,6 +156,7 @@ struct Unit {
     /// Its end is in the queue of damage; nothing else happens to it.
     bool isDying = false;
     StandingOrders standing;
+    UnitChase chase;
     ScriptValues values;
     UnitMotion motion;
     UnitFlight flight;
@@ -263,6 +268,7 @@ void eachField(const Unit& unit, Visit visit) {
     visit("isActive", unit.isActive);
     visit("isDying", unit.isDying);
     visit("standing", unit.standing);
+    visit("chase", unit.chase);
     visit("values", unit.values);
     visit("motion", unit.motion);
     visit("flight", unit.flight);
@@ -280,6 +286,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
-static_assert(sizeof(Unit) == 624);
+static_assert(sizeof(Unit) == 600);
 
 }  // namespace orb::sim

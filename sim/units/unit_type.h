@@ -151,8 +151,12 @@ struct UnitType {
     Amount healing;
     /// The words of its category, in upper case.
     std::vector<std::string> categories;
-    /// By weapon: of these categories it chooses no targets by itself.
+    /// By weapon: of these categories it chooses a target only where there is no other.
     std::array<std::vector<std::string>, 3> badTargets;
+    /// It does not go after targets of these categories by itself.
+    std::vector<std::string> notChased;
+    /// How far it leaves its place for an enemy that it goes after only a little.
+    Fixed leash = rules::kManoeuvreDistance;
 
     /// The names of the model's pieces in model order, and how they hang together.
     std::vector<std::string> pieces;
@@ -165,6 +169,9 @@ struct UnitType {
         return scripts[static_cast<std::size_t>(which)];
     }
 };
+
+/// Whether one of its categories is among the words; all units are of the category ALL.
+bool isOfCategory(const UnitType& type, const std::vector<std::string>& words);
 
 /// The letters of a yard map laid out over a footprint: blanks do not count, too few letters end in
 /// copies of the last, too many are dropped. Without any letter every cell is occupied.

@@ -77,6 +77,7 @@ void changeHands(WorldParts& world, Unit& target, std::int32_t player) {
     target.player = player;
     target.orders.clear();
     target.rally.clear();
+    target.chase = {};
     target.lastAttacker = {};
     target.labour.selfDestructAt = 0;
     target.growth.captured = 0;

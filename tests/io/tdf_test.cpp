@@ -1,5 +1,7 @@
 #include "io/formats/tdf.h"
 
+#include <limits>
+
 #include <gtest/gtest.h>
 
 #include "io/format_damage.h"
@@ -63,6 +65,9 @@ TEST(Tdf, FindsNamesInAnyCaseAndKeepsThemUpperCased) {
 
 TEST(Tdf, ConvertsNumbers) {
     const auto none = std::nullopt;
+    constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+    constexpr float kLargest = std::numeric_limits<float>::max();
+    const std::string long0 = "0." + std::string(400, '0') + "1", long9(400, '9');
     const struct {
         const char* text;
         std::optional<std::int32_t> asInt;
@@ -82,9 +87,15 @@ TEST(Tdf, ConvertsNumbers) {
                  {"inf", none, none},
                  {"-nan", none, none},
                  {"2147483647", 2147483647, 2147483648.0F},
-                 {"2147483648", none, 2147483648.0F},
-                 {"-2147483648", -2147483647 - 1, -2147483648.0F},
-                 {"1e39", 1, none}};
+                 {"2147483648", kMost, 2147483648.0F},
+                 {"-2147483648", -kMost - 1, -2147483648.0F},
+                 {"99999999999999.5 hp", kMost, 1e14F},
+                 {"-99999999999999999999999", -kMost - 1, -1e23F},
+                 {"1e39", 1, kLargest},
+                 {"-1e999999999", -1, -kLargest},
+                 {"1e-60", 1, 0.0F},
+                 {long0.c_str(), 0, 0.0F},
+                 {long9.c_str(), kMost, kLargest}};
     for (const auto& [text, asInt, asFloat] : cases) {
         TdfSection section;
         section.setValue("key", std::string("\t ") + text);

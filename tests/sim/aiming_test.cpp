@@ -38,6 +38,26 @@ TEST(Aiming, PutsTheMuzzleOnTheLineToTheTarget) {
             }
 }
 
+TEST(Aiming, FollowsWhileItsBodyTilts) {
+    Battlefield field;
+    const auto gun = weaponType(Flight::guided);
+    gun->tolerance = gun->pitchTolerance = 8'000;
+    Unit& turret = field.place(turretType(gun), 1, 640, 640, 30);
+    turret.pitch = Angle::fromDegrees(4);
+    const Unit& target = field.place(dummyType(10'000), 2, 800, 700);
+    ASSERT_TRUE(field.tickUntil<Aimed>(90));
+    field.forget();
+    turret.pitch = Angle::fromDegrees(-9);
+    turret.roll = Angle::fromDegrees(12);
+    turret.heading = turret.heading + Angle::fromDegrees(5);
+    field.tick(30);
+    constexpr double kBarrel = 26, kMostRadians = 0.005;
+    EXPECT_LT(missOfMuzzle(field, turret, hitCenter(field.world, target)), kBarrel * kMostRadians);
+    // it has counted as aimed all the time
+    EXPECT_TRUE(field.all<Aimed>().empty());
+    EXPECT_FALSE(field.all<Fired>().empty());
+}
+
 TEST(Aiming, TellsWhyItDoesNotFire) {
     const auto reasonAfter = [](Battlefield& field) {
         field.tick(60);
@@ -142,7 +162,7 @@ TEST(Targets, TakesTheNearestThatItMay) {
     Unit& turret = field.place(gun, 1, 640, 640);
     const auto kite = dummyType();
     kite->categories = {"FEN", "VTOL"};
-    field.place(kite, 2, 640, 680);
+    const Unit& poor = field.place(kite, 2, 640, 680);
     field.place(dummyType(), 1, 680, 640);
     const Unit& far = field.place(dummyType(), 2, 640, 900);
     const Unit& near = field.place(dummyType(), 2, 640, 500);
@@ -151,7 +171,7 @@ TEST(Targets, TakesTheNearestThatItMay) {
 
     turret.standing.fire = 1;  // returns fire
     turret.lastAttacker = far.ref();
-    field.place(dummyType(), 3, 600, 640);
+    Unit& third = field.place(dummyType(), 3, 600, 640);
     turret.weapons[0] = {};
     field.tick(17);
     EXPECT_EQ(turret.weapons[0].target, far.ref());
@@ -172,6 +192,16 @@ TEST(Targets, TakesTheNearestThatItMay) {
     field.give(near, order);
     field.tick(2);
     EXPECT_EQ(turret.weapons[0].aim, AimKind::nothing);
+
+    // bad targets are better than none
+    field.give(far, order);
+    turret.standing.fire = StandingOrders::kFiresAtWill;
+    moveUnitTo(field.world, third, at(640, 1'200));
+    field.tick(17);
+    EXPECT_EQ(turret.weapons[0].target, poor.ref());
+    moveUnitTo(field.world, third, at(640, 900));
+    field.tick(17);
+    EXPECT_EQ(turret.weapons[0].target, third.ref());
 }
 
 }  // namespace

@@ -46,6 +46,17 @@ TEST(Projectiles, ClimbersAndCruisersKeepTheirHeight) {
     }
 }
 
+TEST(Projectiles, ClimbersComeDownOnWhatIsNear) {
+    for (const double distance : {80.0, 140.0, 220.0, 300.0}) {
+        const auto climber = weaponType(Flight::vertical, 500);
+        climber->speed = climber->startSpeed = px(10);
+        climber->turnPerTick = 666;
+        Duel duel(climber, distance);
+        ASSERT_TRUE(duel.field.tickUntil<Hit>(400)) << distance;
+        EXPECT_EQ(duel.field.all<Hit>()[0].damaged.size(), 1U) << distance;
+    }
+}
+
 TEST(Projectiles, BombsFallOntoWhatIsBelow) {
     const auto bomb = weaponType(Flight::dropped, 300);
     auto bomber = turretType(bomb, "");
@@ -86,6 +97,37 @@ TEST(Projectiles, TorpedoesStayInTheWater) {
     }
     EXPECT_LT(target.health, Amount::fromInt(100));
     EXPECT_EQ(ashore.health, Amount::fromInt(100));
+}
+
+TEST(Projectiles, TorpedoesHitWhateverSwims) {
+    const io::TntFile sea = flatMap(80, 80, 20, 80);
+    const auto ship = [](double height, std::int32_t waterline) {
+        const auto hull = dummyType();
+        hull->isBuilding = false;
+        hull->floats = true;
+        hull->footprintX = hull->footprintZ = 1;
+        hull->height = px(height);
+        hull->waterline = waterline;
+        return hull;
+    };
+    const auto hovercraft = ship(20, 0);
+    hovercraft->limits.canHover = true;
+    for (const Flight flight : {Flight::straight, Flight::guided})
+        for (const auto& [hull, isHit] :
+             {std::pair{ship(10, 6), true}, std::pair{ship(60, 6), true},
+              std::pair{ship(20, 0), true}, std::pair{hovercraft, false}}) {
+            const auto torpedo = weaponType(flight, 500);
+            torpedo->isWaterWeapon = true;
+            torpedo->needsFreeLine = false;
+            const auto attacker = turretType(torpedo);
+            attacker->isBuilding = false;
+            attacker->floats = true;
+            Battlefield field(sea);
+            field.place(attacker, 1, 320, 320);
+            const Unit& target = field.place(hull, 2, 620, 320);
+            field.tick(150);
+            EXPECT_EQ(target.health < Amount::fromInt(100), isHit) << hull->height.toNumber();
+        }
 }
 
 TEST(Projectiles, EndAtTheirRangeAndAtTheEdge) {
@@ -139,6 +181,10 @@ TEST(Damage, FallsTowardsTheEdgeAndOffArmour) {
     EXPECT_EQ(shell->damageAt(px(25), Amount::fromInt(100)), Amount::fromInt(75));
     EXPECT_EQ(shell->damageAt(px(50), Amount::fromInt(100)), Amount::fromInt(50));
     EXPECT_EQ(shell->damageAt(px(50.1), Amount::fromInt(100)), Amount());
+    auto exact = *shell;
+    exact.damageRadius = px(3);
+    exact.edgeShare = px(0);
+    EXPECT_EQ(exact.damageAt(px(1), Amount::fromInt(kMaxDamage)).raw(), 43'690'666'666'667);
 
     Battlefield field;
     const Unit& middle = field.place(dummyType(1'000), 2, 320, 320);
