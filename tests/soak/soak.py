@@ -103,8 +103,7 @@ def report(front_end, sampler, seconds):
     print(f"\n{'message':28}{'asked':>8}{'served':>8}{'mean ms':>10}{'worst ms':>10}")
     for name, (asked, served, total, worst) in sorted(front_end.latencies.items()):
         print(f"{name:28}{asked:8}{served:8}{total / asked * 1e3:10.2f}{worst * 1e3:10.1f}")
-    unserved = [name for name, command in front_end.commands.items()
-                if command.is_built and not front_end.latencies.get(name, [0, 0])[1]]
+    unserved = [name for name in front_end.commands if not front_end.latencies.get(name, [0, 0])[1]]
     print(f"never served alone: {', '.join(unserved) or 'none'}")
     for took, line in sorted(front_end.slow, reverse=True)[:10]:
         print(f"slow: {took:.2f} s {line.decode(errors='replace')}")
