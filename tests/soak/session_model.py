@@ -19,7 +19,8 @@ def clamped(value, least, most):
 class SessionModel:
     """Follows roots, unit, map and steps of a model's edits. What it cannot know is None."""
 
-    def __init__(self):
+    def __init__(self, folder):
+        self.folder = folder  # in which the program runs
         self.has_roots, self.has_unit, self.has_map = False, False, False
         self.tick, self.unit_count = 0, None
         self.steps = None  # (to undo, to redo)
@@ -127,7 +128,8 @@ class SessionModel:
     # ---- Files ----
 
     def follow_export_mod_pack(self, data):
-        self.must(not self.is_alone or os.path.getsize(data["path"]) == data["byteSize"],
+        path = os.path.join(self.folder, data["path"])
+        self.must(not self.is_alone or os.path.getsize(path) == data["byteSize"],
                   "a pack is as long as announced")
 
     follow_export_min_mod_pack = follow_export_mod_pack

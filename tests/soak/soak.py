@@ -70,7 +70,7 @@ class Sampler:
 def drive(front_end, requests, disk, rng, progress):
     """Plays until the progress is 1, and tells of each tenth."""
     told = 0
-    model = SessionModel()
+    model = SessionModel(disk.folder)
     while (reached := progress()) < 1:
         if int(reached * 10) > told:
             told = int(reached * 10)
