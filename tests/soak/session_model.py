@@ -161,8 +161,10 @@ class SessionModel:
         count = clamped(self.payload().get("count", 1), 1, MOST_SPAWNED)
         if count is not None:
             self.must(len(ids) + data["refused"] == count, "every unit is placed or refused")
-        # An order may end what was placed.
-        self.unit_count = self.unit_count + len(ids) if "order" not in self.payload() else None
+        if "order" in self.payload():  # it may end what was placed
+            self.unit_count = None
+        elif self.unit_count is not None:
+            self.unit_count += len(ids)
 
     def follow_map_move(self, data):
         asked = self.payload().get("unitIds", [self.payload().get("unitId")])
