@@ -17,8 +17,7 @@ std::vector<std::string> includedFiles(std::string_view source, const std::strin
     std::vector<std::string> paths = diagnostics.files();
     paths.erase(paths.begin());  // the source
     std::ranges::sort(paths);
-    const auto repeated = std::ranges::unique(paths);
-    paths.erase(repeated.begin(), repeated.end());
+    paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
     return paths;
 }
 

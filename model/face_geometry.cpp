@@ -128,7 +128,7 @@ bool isConcave(const FaceShape& shape) {
 
 std::array<Vec3d, 2> planeAxes(const Vec3d& normal) {
     std::size_t axis = 0;
-    for (const std::size_t other : {1, 2})
+    for (const std::size_t other : {1U, 2U})
         if (std::abs(normal[other]) < std::abs(normal[axis])) axis = other;
     Vec3d helper{};
     helper[axis] = 1;

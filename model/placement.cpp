@@ -26,7 +26,7 @@ std::vector<Placement> placePieces(const std::vector<PieceRef>& pieces,
             parent < 0 ? Placement{} : placements[static_cast<std::size_t>(parent)];
         const PiecePose moved = i < pose.size() ? pose[i] : PiecePose{};
         placement.origin = placement.apply(piece->position + toDouble(moved.offset));
-        for (const std::size_t axis : {1, 0, 2})
+        for (const std::size_t axis : {1U, 0U, 2U})
             turnAxes(placement.axes, axis, double{moved.angle[axis]});
         placement.isVisible = moved.isVisible;
         placements.push_back(placement);

@@ -19,7 +19,7 @@ struct Reply;
 
 /// Decodes the payload, calls one operation, encodes the answer. Throws PayloadError for a payload
 /// that does not decode and RequestError for a request that cannot be served.
-using Handler = Reply (*)(UnitViewSession& session, const Payload& payload);
+using Handler = Reply(UnitViewSession& session, const Payload& payload);
 
 /// What a command does beside its reply line.
 enum class Effect : std::uint8_t {
@@ -40,8 +40,8 @@ struct Command {
     /// Starts the error text for a payload that does not decode. Empty: the guard round the handler
     /// reports it like any other exception.
     std::string_view badPayloadPrefix;
-    /// Null for a type that is dispatched but not built yet.
-    Handler handler;
+    /// A reference, so that no row compiles without one.
+    Handler& handler;
 };
 
 /// Every message type that the server knows, in dispatch order.

@@ -97,7 +97,6 @@ void UnitIpcServer::dispatch(const Envelope& envelope) {
 
 void UnitIpcServer::serve(const Command& command, const Envelope& envelope) {
     if (command.effect == Effect::frame && !binary_) throw RequestError(kNoBinaryChannel);
-    if (!command.handler) throw RequestError(fmt::format("not implemented: {}", command.type));
 
     Payload payload = Payload::parse(envelope.data);
     payload.setProgressListener(progressEvents(

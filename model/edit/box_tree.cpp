@@ -120,9 +120,12 @@ std::size_t BoxTree::partition(std::span<std::uint32_t> items, const Box& middle
     }
     if (best.cost < HUGE_VAL) {
         const Bins bins(middles, best.axis);
-        const auto rest = std::ranges::partition(
-            items, [&](std::uint32_t item) { return bins.binOf(boxes_[item]) < best.bin; });
-        if (!rest.empty() && rest.size() < items.size()) return items.size() - rest.size();
+        const auto isFirst = [&](std::uint32_t item) {
+            return bins.binOf(boxes_[item]) < best.bin;
+        };
+        const auto rest = std::partition(items.begin(), items.end(), isFirst);
+        if (rest != items.begin() && rest != items.end())
+            return static_cast<std::size_t>(rest - items.begin());
     }
     const Vec3d extent = middles.greatest - middles.least;
     const auto axis = static_cast<std::size_t>(std::ranges::max_element(extent) - extent.begin());

@@ -87,8 +87,8 @@ std::size_t leastRotation(const CornerKey& corners) {
 }
 
 CornerKey fromLeast(CornerKey corners) {
-    std::ranges::rotate(corners,
-                        corners.begin() + static_cast<std::ptrdiff_t>(leastRotation(corners)));
+    const auto first = corners.begin() + static_cast<std::ptrdiff_t>(leastRotation(corners));
+    std::rotate(corners.begin(), first, corners.end());
     return corners;
 }
 

@@ -252,7 +252,7 @@ std::size_t turnCorners(EditedModel& model, const ModelFix& fix) {
         if (corners.empty()) return;
         const auto count = static_cast<std::int64_t>(corners.size());
         const std::int64_t by = (fix.byCorners.value_or(1) % count + count) % count;
-        std::ranges::rotate(corners, corners.begin() + by);
+        std::rotate(corners.begin(), corners.begin() + by, corners.end());
     });
 }
 

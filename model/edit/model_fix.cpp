@@ -196,8 +196,7 @@ FaceSelection selectFaces(const EditedModel& model, const std::vector<FaceKey>& 
     }
     for (auto& [piece, indices] : selection) {
         std::ranges::sort(indices);
-        const auto repeated = std::ranges::unique(indices);
-        indices.erase(repeated.begin(), repeated.end());
+        indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
     }
     return selection;
 }

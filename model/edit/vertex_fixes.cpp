@@ -102,8 +102,7 @@ std::size_t moveVertices(EditedModel& model, const ModelFix& fix) {
     Model3doObject& piece = model.piece(fix.piece.value());
     std::vector<std::int64_t> indices = fix.vertices.value();
     std::ranges::sort(indices);
-    const auto repeated = std::ranges::unique(indices);
-    indices.erase(repeated.begin(), repeated.end());
+    indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
     std::size_t count = 0;
     for (const std::int64_t index : indices) {
         if (index < 0 || static_cast<std::uint64_t>(index) >= piece.vertices.size())

@@ -158,9 +158,8 @@ private:
         });
         // The nearest cell of each counts.
         std::ranges::sort(found);
-        const auto rest =
-            std::ranges::unique(found, {}, [](const auto& pair) { return pair.first; });
-        found.erase(rest.begin(), rest.end());
+        const auto isSame = [](const auto& a, const auto& b) { return a.first == b.first; };
+        found.erase(std::unique(found.begin(), found.end(), isSame), found.end());
     }
 
     /// From the hit to a place of a feature, between its feet and its height.

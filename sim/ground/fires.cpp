@@ -46,8 +46,7 @@ std::vector<std::uint32_t> neighbours(const WorldParts& world, const Feature& fe
             found.push_back(owner.id());
     });
     std::ranges::sort(found);
-    const auto rest = std::ranges::unique(found);
-    found.erase(rest.begin(), rest.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
     return found;
 }
 

@@ -13,7 +13,7 @@ import sys
 import tempfile
 from concurrent.futures import ThreadPoolExecutor
 
-FOLDERS = ["io", "cob", "bos", "model", "session", "diagnostics", "authoring", "server"]
+FOLDERS = ["io", "cob", "bos", "model", "sim", "session", "diagnostics", "authoring", "server"]
 WORST = 12
 COUNTS = ["lines", "regions", "branches"]
 COLUMNS = "{:44} {:>15} {:>15} {:>15}"

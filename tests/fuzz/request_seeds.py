@@ -13,7 +13,8 @@ source, out = sys.argv[1:]
 sys.path.insert(0, os.path.join(source, "tests", "sessions"))
 from run import read_steps  # noqa: E402
 
-CONTEXT = {"set-data-roots", "load-unit", "cob-start"}
+CONTEXT = {"set-data-roots", "load-unit", "cob-start", "map-load", "map-spawn", "map-move",
+           "model-apply-fix"}
 
 
 def words_of(value):

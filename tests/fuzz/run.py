@@ -22,13 +22,14 @@ MEMORY_MB = 2048
 ALLOCATION_MB = 512
 CANNOT_CONFINE = 3
 # Slow targets with much code behind them get a larger share of the time.
-WEIGHTS = {"requests": 4, "bos_compiler": 2, "disassembler": 2, "interpreter": 2,
-           "two_interpreters": 2, "palette": 0.2}
+WEIGHTS = {"requests": 4, "world": 4, "mod": 3, "bos_compiler": 2, "disassembler": 2, "interpreter": 2,
+           "two_interpreters": 2, "palette": 0.2, "write_plan": 0.5}
 COLUMNS = "{:18} {:>11} {:>8} {:>7} {:>7}  {}"
 
 
 def length_limit(target):
-    return {"archive": 16384, "requests": 4096, "chunk": 8192}.get(target, 10240)
+    return {"archive": 16384, "mod": 16384, "requests": 4096, "chunk": 8192,
+            "world": 2048, "write_plan": 512}.get(target, 10240)
 
 
 def last_number(pattern, text, default="-"):

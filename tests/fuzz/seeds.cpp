@@ -2,6 +2,8 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <map>
+#include <random>
 #include <set>
 #include <sstream>
 
@@ -15,6 +17,7 @@
 #include "io/archive/hpi_format.h"
 #include "io/ascii.h"
 #include "io/formats/fbi.h"
+#include "io/formats/tdf.h"
 #include "io/formats/tnt.h"
 #include "io/vfs/data_roots.h"
 #include "memory_file.h"
@@ -212,6 +215,76 @@ void makeMaps(Output& out) {
     out.seed("tnt", io::asText(io::writeTnt(map)));
 }
 
+/// For each unit of a mod all files of its name, as `mod_fuzz` takes them, with the mod's tables.
+void makeMods(Output& out, const fs::path& data) {
+    constexpr std::size_t kMostBytes = 0xFFFF;
+    for (const char* const mod : {"found", "arms", "works", "watch", "wings", "mod", "faulty"}) {
+        io::CompositeVirtualFileSystem files;
+        io::buildLayers(files, {}, data / mod, "");
+        std::map<std::string, std::string> units;
+        std::string tables;
+        for (const char* const folder : {"units", "objects3d", "scripts", "unitpics", "weapons",
+                                         "download", "gamedata", "features", "features/corpses"})
+            files.forEachFile(folder, "", [&](std::string_view name, const auto& content, auto) {
+                if (!content || content->size() > kMostBytes) return;
+                std::string file = fmt::format("{}/{}\n", folder, name);
+                file += static_cast<char>(content->size() >> 8);
+                file += static_cast<char>(content->size());
+                file += io::asText(*content);
+                const bool isTable = io::endsWithIgnoringCase(name, ".tdf");
+                (isTable ? tables : units[fs::path(name).stem().string()]) += file;
+            });
+        for (const auto& [name, text] : units) out.seed("mod", text + tables);
+    }
+}
+
+/// Programs of the battle are dense: whatever the bytes are, they mean something.
+void makeBattles(Output& out, const std::set<std::string>& keys) {
+    constexpr int kBattles = 40;
+    constexpr std::size_t kLength = 300;
+    constexpr const char* kValues[] = {"0", "1", "-1", "7", "200", "99999", "1e9", "YYoo", ""};
+    std::minstd_rand random(1);
+    const std::vector<std::string> words(keys.begin(), keys.end());
+    for (int battle = 0; battle < kBattles; ++battle) {
+        const std::size_t changes = battle % 4 * 2;
+        std::string program(1, static_cast<char>(changes));
+        for (std::size_t i = 0; i < changes; ++i) {
+            program += static_cast<char>(random());
+            program += words[random() % words.size()];
+            program += kValues[random() % std::size(kValues)];
+            program += '\n';
+        }
+        while (program.size() < kLength) program += static_cast<char>(random() >> 8);
+        out.seed("world", program);
+    }
+}
+
+void makePlans(Output& out) {
+    for (const char state : {'\0', '\1', '\3', '\x55', '\xFF'})
+        out.seed("write_plan", std::string{'\1', state});
+    out.seed("write_plan", std::string("\1\x55\0\0\0\4\1", 7));
+    out.seed("write_plan", std::string("\0\0BPLN\1\0\0\0\2\0\0\0..", 16));
+}
+
+/// The keys of tables and of what stands below their sections.
+void addKeys(std::set<std::string>& words, const io::TdfSection& section) {
+    for (const auto& [kind, name] : section.order)
+        if (kind == io::TdfSection::Entry::Kind::value)
+            words.insert(name + "=");
+        else
+            addKeys(words, *section.child(name));
+}
+
+std::set<std::string> tableKeys(const fs::path& sources) {
+    std::set<std::string> words;
+    for (const auto& entry : fs::recursive_directory_iterator(sources)) {
+        const std::string extension = entry.path().extension().string();
+        if (extension == ".tdf" || extension == ".fbi")
+            addKeys(words, io::parseTdf(readText(entry.path())));
+    }
+    return words;
+}
+
 std::set<std::string> mapDescriptionWords() {
     std::set<std::string> words;
     for (const char* const word :
@@ -262,6 +335,9 @@ void collect(const fs::path& data, const fs::path& sources, Output& out) {
         }
     makeArchives(out);
     makeMaps(out);
+    makeMods(out, data);
+    makePlans(out);
+    makeBattles(out, tableKeys(sources));
     for (const Use& use : uses())
         if (use.extension == ".cob" && use.prefix.ends_with('\x01'))
             out.seed(use.target,
@@ -278,6 +354,7 @@ void collect(const fs::path& data, const fs::path& sources, Output& out) {
 
     out.dictionary("bos_compiler", useSources(out, sources));
     out.dictionary("ota", mapDescriptionWords());
+    for (const char* const target : {"world", "mod"}) out.dictionary(target, tableKeys(sources));
     for (const char* const target :
          {"cob", "disassembler", "lints", "interpreter", "two_interpreters"})
         out.dictionary(target, opcodeWords());

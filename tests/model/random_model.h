@@ -168,7 +168,8 @@ private:
             piece.primitives.push_back(face);
             if (!isOneIn(6)) continue;
             auto& doubled = face.vertexIndices;
-            std::ranges::rotate(doubled, doubled.begin() + static_cast<std::ptrdiff_t>(below(4)));
+            const auto first = doubled.begin() + static_cast<std::ptrdiff_t>(below(4));
+            std::rotate(doubled.begin(), first, doubled.end());
             if (isOneIn(2)) std::ranges::reverse(doubled);
             face.flags[0] = isOneIn(2);
             piece.primitives.push_back(face);

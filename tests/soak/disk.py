@@ -3,6 +3,7 @@ import glob
 import os
 import shutil
 
+PLAIN_MODS = ("arms", "works", "watch", "wings")
 DISTURBED = ("mod", "mod2", "faulty", "faulty2")
 ODD_CONTENTS = [b"", b"[UNITINFO]{UnitName=ODD;ObjectName=FENRAFT;}", b"[A]{" * 5000, b"[" * 3000,
                 b'{"perUnit":{"A":{"b":["c"]}}}']
@@ -14,8 +15,11 @@ class Disk:
     def __init__(self, folder, samples, large=None):
         self.folder, self.samples = folder, samples
         self.out = os.path.join(folder, "out")
+        self.made = os.path.join(folder, "made")
+        os.mkdir(self.made)
         for name, source in (("game", "game"), ("maps", "maps"), ("mod", "mod"), ("mod2", "mod"),
-                             ("faulty", "faulty"), ("faulty2", "faulty")):
+                             ("faulty", "faulty"), ("faulty2", "faulty"),
+                             *zip(PLAIN_MODS, PLAIN_MODS)):
             shutil.copytree(os.path.join(samples, source), self.path(name))
         self.large_mods = []
         if large:
@@ -40,6 +44,8 @@ class Disk:
         shutil.rmtree(mod)
         shutil.copytree(os.path.join(self.samples, os.path.basename(mod).rstrip("2")), mod)
         shutil.rmtree(self.out, ignore_errors=True)
+        shutil.rmtree(self.made)
+        os.mkdir(self.made)
 
     def files(self, mod):
         return sorted(os.path.join(folder, name) for folder, _, names in os.walk(mod)

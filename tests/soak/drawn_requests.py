@@ -1,5 +1,8 @@
 """Draws the lines that a front end might send, sensible ones and others."""
 import json
+import os
+
+from disk import PLAIN_MODS
 
 # What people do one after the other; the names are those of the messages.
 PLAYS = {
@@ -23,11 +26,28 @@ PLAYS = {
              "conflict-scan",
     "map": "map-list map-load map-spawn map-spawn map-snapshot map-features map-heightmap "
            "map-minimap map-terrain-texture map-spawn map-snapshot map-exit map-snapshot",
+    "battle": "map-load map-spawn map-spawn map-spawn map-spawn map-move map-move map-tick map-snapshot "
+              "map-move map-tick map-heightmap map-move map-move map-tick map-tick map-snapshot map-exit",
+    "model": "load-unit model-get-unit-summary model-get-piece model-duplicate-faces model-bleed-through "
+             "model-apply-fix model-apply-fix get-unit-glb model-undo model-redo model-undo "
+             "model-apply-fix model-get-unit-summary model-commit save-unit model-revert",
+    "recolor": "texture-suggest-remap texture-preview-remap texture-apply-remap texture-preview-remap",
+    "make": "create-mod-folder unit-clone load-unit save-unit create-corpse-stub unit-deps "
+            "export-min-mod-pack validate-mod-pack export-mod-pack validate-mod-pack",
     "chat": "hello ping ping hello",
 }
-RARE = {"mount": 2, "check": 3, "map": 2, "chat": 1}  # of 6
+RARE = {"mount": 2, "check": 3, "map": 3, "make": 3, "recolor": 3, "chat": 1}  # of 6
 
-MAPS = ["Fenmere", "fenmere", "FltBare", "FltLists", "FltCut", "FltOld", "FltText", "Nowhere"]
+MAPS = [*["Fenmere"] * 6, "fenmere", "FltBare", "FltLists", "FltCut", "FltOld", "FltText", "Nowhere"]
+ORDERS = ["move", "patrol", "stop", "attack", "fire", "guard", "repair", "capture", "load", "unload", "build",
+          "reclaim", "activate", "deactivate", "cloak", "decloak", "moveState", "fireState",
+          "selfDestruct", "damage", "kill", "finish", "place", "script", "remove"]
+FIXES = ["add-twins", "remove-twins", "flip-faces", "delete-faces", "remove-duplicates",
+         "remove-degenerate", "triangulate", "turn-corners", "set-texture", "set-color",
+         "replace-texture", "remove-unused-vertices", "weld-vertices", "move-vertices", "scale",
+         "rename-piece", "move-piece", "set-selection", "make-selection"]
+TEXTURES = ["FENFLAG", "fltteam", "FLTTINT", "FENHULL", "none"]
+NEW_UNITS = ["SOAKONE", "SOAKTWO", "FENRAFT", "CON", "a b"]
 FEATURES = ["WRECKS", "FenVent", "fenalder", "NoSuch"]
 LINT_CODES = ["missing-create", "unused-script", "loop-no-sleep", "recursive-start", "Ω", ""]
 FOLDERS = ["", "units", "UNITS/", "scripts", "anims\\", "no/where", "..", "unitpics", "textures"]
@@ -58,6 +78,7 @@ class Requests:
         self.sources, self.cobs, self.spans = list(SOURCES), [], []
         self.inside = {}
         self.archive = ""
+        self.pieces, self.textures, self.unit_ids = ["base"], list(TEXTURES), [1]
         self.is_mounted = False
         self.edited = "FENRAFT"
 
@@ -149,15 +170,17 @@ class Requests:
 
     def roots(self):
         path, large = self.disk.path, self.disk.large_mods
-        mods = [path(name) for name in ("mod", "faulty", "mod2", "faulty2", "nowhere")] + large
+        mods = [path(name) for name in ("mod", "faulty", "mod2", "faulty2", "nowhere", *PLAIN_MODS)] + large
         game = "large/game" if large and self.rng.random() < 0.3 else "game"
         # A mod comes first, so that what is kept in the first root is kept there.
         return {"taDataPath": path(game if self.rng.random() < 0.97 else "nowhere"),
                 "modPaths": self.rng.sample(mods, self.rng.randrange(1, 4)),
-                **self.maybe(0.3, mapsPath=path("maps"))}
+                **self.maybe(0.8, mapsPath=path("maps"))}
 
     def place(self):
-        return self.pick([self.rng.randrange(2048), self.rng.random() * 300, -1, 1e300])
+        if self.rng.random() < 0.05:
+            return self.pick([-1, 1e300])
+        return self.rng.choice([self.rng.randrange(2048), 250 + self.rng.random() * 300])
 
     def team_color(self):
         return self.maybe(teamColor={"r": 230, "g": 4, "b": -3, "enabled": self.flag()})
@@ -185,6 +208,59 @@ class Requests:
                 **self.maybe(target=self.pick(self.scripts)),
                 **self.maybe(0.3, scope=self.pick(["global", "unit", "all"]))}
 
+    def made(self, name):
+        """A place that the disk clears now and then."""
+        return os.path.join(self.disk.made, name)
+
+    def pack(self):
+        return {"destination": self.made(self.pick(["a.ufo", "b.ufo"])), **self.maybe(0.9, overwrite=True),
+                **self.maybe(0.3, compression=self.pick(["none", "lz77", "zlib"]))}
+
+    def face(self):
+        return {"piece": self.pick(self.pieces), "primIndex": self.pick([0, 1, 2, 9])}
+
+    def fix(self):
+        """Of any kind, with what some of them need."""
+        kind = self.pick(FIXES)
+        return {"kind": kind, "piece": self.pick(self.pieces), "factor": self.pick([0.5, 2, 2, 1e9]),
+                **self.maybe(0.9, faces=[self.face()]), "vertices": [0, self.pick([1, 2, 9])],
+                "by": [0, 1, 0.5] if kind == "move-vertices" else self.pick([1, -1]),
+                "texture": self.pick(self.textures), "color": self.rng.randrange(260),
+                "from": self.pick(self.textures), "to": self.pick(self.textures),
+                "name": self.pick(["base", "x" * 70, "New"]), "position": [1, 2, 3], "primIndex": 0}
+
+    def saving(self):
+        script = self.pick([{"bos": self.source()}, {"cob_b64": self.pick(self.cobs or ["AAAA"])}])
+        return {**self.maybe(values=self.pick(FBI_CHANGES)), **self.maybe(0.3, script=script),
+                **self.maybe(0.3, model=self.flag()), **self.maybe(0.7, allowBackupCreation=True)}
+
+    def cloning(self):
+        return {"name": self.unit(), **self.maybe(0.8, newName=self.pick(NEW_UNITS)),
+                **{"with": self.rng.sample(["model", "script", "picture"], self.rng.randrange(4))},
+                **self.maybe(0.7, overwrite=True), **self.maybe(0.7, allowBackupCreation=True)}
+
+    def recoloring(self):
+        chosen = [{"from": index, "to": self.rng.randrange(256)} for index in (0, 100, 101, 200)]
+        return {"textureName": self.pick(self.textures), **self.maybe(0.4, map=chosen)}
+
+    def ids(self):
+        return [self.pick(self.unit_ids) for _ in range(self.rng.randrange(1, 6))]
+
+    def order(self):
+        """Orders leave aside what they do not take."""
+        return {"order": self.pick(ORDERS), **self.maybe(0.8, x=self.place(), z=self.place()),
+                **self.maybe(target=self.pick([*self.unit_ids, 4999])), "unit": self.unit(),
+                "value": self.pick([0, 1, 2, 2, 60]), "name": self.pick(self.scripts),
+                **self.maybe(0.1, slot=self.pick([0, 1, 2, 3])), **self.maybe(0.3, queue=True),
+                **self.maybe(0.2, targetFeature=self.rng.randrange(200)),
+                **self.maybe(0.3, count=self.pick([1, 3])), **self.maybe(0.3, unrestricted=True)}
+
+    def time(self):
+        stocks = [{"player": self.pick([1, 2, 10]), "metal": 1e4, "energy": 1e4}]
+        until = self.pick(["idle", "killed", "built", "order-done", "nothing"])
+        return {**self.maybe(0.9, ticks=self.pick([1, 10, 30, 60, 200])), **self.maybe(0.3, stocks=stocks),
+                **self.maybe(0.2, until=until), **self.maybe(0.2, events=self.flag())}
+
     def another_archive(self):
         self.archive = self.pick([*self.disk.archives(), "base1.hpi", "art.hpi", "none.hpi", "."])
         return {"path": self.archive}
@@ -208,6 +284,12 @@ class Requests:
                 case "list-units":
                     if data["units"]:
                         self.units = [unit["name"] for unit in data["units"]]
+                case "map-spawn-reply" if "unitIds" in data:
+                    self.unit_ids = (self.unit_ids + data["unitIds"])[-40:]
+                case "model-unit-summary":
+                    self.pieces = [piece["name"] for piece in data["pieces"]] or ["base"]
+                case "unit-textures":
+                    self.textures = TEXTURES + [each["name"] for each in data["textures"]][:20]
                 case "unit-loaded":
                     self.scripts = data["cobFunctions"] or ["Create"]
                     self.weapons = (self.weapons + [weapon["name"] for weapon in data["weapons"]])[-30:]
@@ -235,7 +317,7 @@ PAYLOADS = {
     "get-projectile-sprite": lambda r: {"weapon": r.pick(r.weapons)},
     "get-sound": lambda r: {"name": r.pick([*r.disk.sounds, "../x", "none"])},
     "list-unit-buildpic-sources": lambda r: r.maybe(name=r.unit()),
-    "get-unit-orb-buildpic": lambda r: r.maybe(name=r.unit()),
+    "get-unit-orb-buildpic": lambda r: {"name": r.pick(["KILOVEN", "KILCART", r.unit()])},
     "get-unit-buildpic": lambda r: {**r.maybe(name=r.unit()), **r.maybe(0.3, format="gaf")},
     "cob-start": lambda r: {"name": r.pick(r.scripts),
                             **r.maybe(args=[r.rng.randrange(-5, 70000)] * 3)},
@@ -265,10 +347,33 @@ PAYLOADS = {
     "archive-browse-extract-one": lambda r: {**r.extraction(), **r.file_inside()},
     "archive-browse-extract-dir": lambda r: {**r.extraction(), "directory": r.pick(FOLDERS)},
     "archive-browse-extract-all": Requests.extraction,
+    "create-mod-folder": lambda r: {"path": r.made(r.pick(["one", "two"])), **r.maybe(0.3, mount=r.flag())},
+    "unit-clone": Requests.cloning,
+    "create-corpse-stub": lambda r: {**r.maybe(parentUnit=r.unit()), **r.maybe(name=r.pick(NEW_UNITS)),
+                                     **r.maybe(0.7, allowBackupCreation=True)},
+    "save-unit": Requests.saving,
+    "unit-deps": lambda r: {**r.maybe(0.8, units=[r.unit(), r.unit()]), **r.maybe(recursive=True)},
+    "export-mod-pack": Requests.pack,
+    "export-min-mod-pack": lambda r: {"units": [r.unit()], **r.maybe(recursive=True), **r.pack()},
+    "validate-mod-pack": lambda r: {"path": r.made(r.pick(["a.ufo", "b.ufo"]))},
+    "model-get-piece": lambda r: {"piece": r.pick([*r.pieces, 0, 99])},
+    "model-duplicate-faces": lambda r: {**r.maybe(0.3, piece=r.pick(r.pieces)),
+                                        **r.maybe(0.3, tolerance=r.pick([0, 0.5, -1]))},
+    "model-bleed-through": lambda r: {**r.maybe(view=r.pick(["game", "all"])),
+                                      **r.maybe(directions=r.pick([16, 64, 5000])),
+                                      **r.maybe(0.3, pose=r.pick(["rest", "current"]))},
+    "model-apply-fix": Requests.fix,
+    "model-commit": lambda r: r.maybe(0.8, allowBackupCreation=True),
+    "texture-suggest-remap": lambda r: {"textureName": r.pick(r.textures),
+                                        **r.maybe(0.4, direction=r.pick(["away", "toward"]))},
+    "texture-preview-remap": Requests.recoloring,
+    "texture-apply-remap": lambda r: {**r.recoloring(), **r.maybe(0.7, allowBackupCreation=True)},
+    "map-move": lambda r: {"unitIds": r.ids(), **r.order()},
+    "map-tick": Requests.time,
     "map-load": lambda r: {"name": r.pick(MAPS), **r.maybe(schema=r.pick([0, 1, 1, 2, 3])),
                            **r.maybe(0.2, placeUnits=r.flag())},
     "map-spawn": lambda r: {**(r.maybe(0.8, unit=r.unit()) or {"feature": r.pick(FEATURES)}),
-                            "x": r.place(), "z": r.place(), **r.maybe(0.2, force=r.flag()),
+                            "x": r.place(), "z": r.place(), **r.maybe(0.6, force=True),
                             **r.maybe(0.3, count=r.pick([1, 9, 1000, 10**9])),
                             **r.maybe(0.3, heading=r.pick([1, -7.5, 1e300]))},
     "map-snapshot": lambda r: {**r.maybe(player=r.pick([1, 2, 11])), **r.maybe(pieces=r.flag()),

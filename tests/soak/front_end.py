@@ -17,7 +17,7 @@ LONGEST_WAIT_S = 60
 FAULTY_LOG = re.compile(rb"Sanitizer|runtime error:|terminate called|\[CRITICAL\]")
 MAGIC = {"unit-glb": b"glTF", "weapon-model-glb": b"glTF", "projectile-sprite": b"\x89PNG"}
 
-Command = collections.namedtuple("Command", "type reply effect is_built")
+Command = collections.namedtuple("Command", "type reply effect")
 # What a line that was sent must be answered with; `command` is None where only an error will do.
 # The answer to a line that the memory does not hold has no number.
 Sent = collections.namedtuple("Sent", "line seq command at measured may_be_lost")
@@ -31,7 +31,7 @@ class Fault(Exception):
 def read_commands(path):
     """The messages by type, as orb-list-messages lists them."""
     with open(path, encoding="utf-8") as file:
-        return {row["type"]: Command(row["type"], row["replyType"], row["effect"], row["isBuilt"])
+        return {row["type"]: Command(row["type"], row["replyType"], row["effect"])
                 for row in json.load(file)}
 
 
@@ -106,8 +106,6 @@ class FrontEnd:
             return self.note(sent, answer, is_error, at)
         if answer["seq"] != sent.seq or (not is_error and answer["type"] != wanted):
             raise Fault(f"{sent.line[:300]} (seq {sent.seq}) was answered {str(answer)[:300]}")
-        if sent.command and not sent.command.is_built and not is_error:
-            raise Fault(f"{sent.line[:300]} is built, the table says it is not")
         self.events_due = (0, 0)
         if not is_error and sent.command.effect == "transforms":
             self.events_due = (0 if sent.command.type == "load-unit" else 1, 1)

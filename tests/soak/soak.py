@@ -24,6 +24,7 @@ import time
 from disk import Disk
 from drawn_requests import Requests
 from front_end import Fault, FrontEnd, read_commands
+from session_model import SessionModel
 
 # The allocator keeps what the largest request so far has needed, and the mix of requests differs
 # from one window to the next; a leak of 200 bytes a request is 20 MB in 100,000.
@@ -69,6 +70,7 @@ class Sampler:
 def drive(front_end, requests, disk, rng, progress):
     """Plays until the progress is 1, and tells of each tenth."""
     told = 0
+    model = SessionModel(disk.folder)
     while (reached := progress()) < 1:
         if int(reached * 10) > told:
             told = int(reached * 10)
@@ -80,10 +82,10 @@ def drive(front_end, requests, disk, rng, progress):
             front_end.frame_delay_s = rng.choice([0, 0, 0.001, 0.005])
         is_measured = front_end.frame_delay_s == 0
         if rng.random() < 0.4:
-            requests.learn(front_end.send(lines, is_measured))
+            requests.learn(model.checked(front_end.send(lines, is_measured)))
         else:
             for line in lines:
-                requests.learn(front_end.send([line], is_measured))
+                requests.learn(model.checked(front_end.send([line], is_measured)))
 
 
 def warm_up(front_end, disk):
@@ -95,6 +97,10 @@ def warm_up(front_end, disk):
         front_end.send([(line, number, front_end.commands[name])])
 
 
+def shut_down(front_end):
+    front_end.send([(b'{"type":"shutdown","seq":1}', 1, front_end.commands["shutdown"])])
+
+
 def report(front_end, sampler, seconds):
     errors = sum(front_end.errors.values())
     print(f"{front_end.answered} requests in {seconds:.0f} s, {errors} answered with errors:")
@@ -103,8 +109,7 @@ def report(front_end, sampler, seconds):
     print(f"\n{'message':28}{'asked':>8}{'served':>8}{'mean ms':>10}{'worst ms':>10}")
     for name, (asked, served, total, worst) in sorted(front_end.latencies.items()):
         print(f"{name:28}{asked:8}{served:8}{total / asked * 1e3:10.2f}{worst * 1e3:10.1f}")
-    unserved = [name for name, command in front_end.commands.items()
-                if command.is_built and not front_end.latencies.get(name, [0, 0])[1]]
+    unserved = [name for name in front_end.commands if not front_end.latencies.get(name, [0, 0])[1]]
     print(f"never served alone: {', '.join(unserved) or 'none'}")
     for took, line in sorted(front_end.slow, reverse=True)[:10]:
         print(f"slow: {took:.2f} s {line.decode(errors='replace')}")
@@ -146,6 +151,7 @@ def main():
                 drive(front_end, Requests(rng, disk, commands), disk, rng, progress)
             except KeyboardInterrupt:
                 print("interrupted: this is what there was")
+            shut_down(front_end)
             seconds = time.monotonic() - began
             front_end.close()
             report(front_end, sampler, seconds)

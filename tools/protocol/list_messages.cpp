@@ -1,5 +1,5 @@
 // Prints what the program itself knows of its messages, for checks that are no C++:
-// [{"type", "replyType", "effect": "none" | "frame" | "transforms" | "stop", "isBuilt"}]
+// [{"type", "replyType", "effect": "none" | "frame" | "transforms" | "stop"}]
 #include <iostream>
 
 #include <nlohmann/json.hpp>
@@ -31,7 +31,6 @@ int main() {
     for (const auto& command : orb::unitview::ipc::commandTable())
         messages.push_back({{"type", command.type},
                             {"replyType", command.replyType},
-                            {"effect", nameOf(command.effect)},
-                            {"isBuilt", command.handler != nullptr}});
+                            {"effect", nameOf(command.effect)}});
     std::cout << messages.dump(1) << '\n';
 }
