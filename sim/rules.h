@@ -244,7 +244,8 @@ inline constexpr Tick kFoundOutTicks = 90;
 // - Only what is built sees, and nobody sees from aboard of something.
 // - Sight knows no depth: it finds what is under water, radar does not and sonar only what is in
 // it.
-// - Radar, sonar and jammers work while their unit is active, its energy paid in full, and it is not
+// - Radar, sonar and jammers work while their unit is active, its energy paid in full, and it is
+// not
 //   stunned.
 // - Who hides is still on radar, but nobody aims at him; an order to attack finds him again when
 //   he is found out.

@@ -286,6 +286,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
-static_assert(sizeof(Unit) == 600);
+static_assert(sizeof(Unit) == 640);
 
 }  // namespace orb::sim
