@@ -1,7 +1,8 @@
-// Loads a map of 1,280 by 1,280 cells and draws its ground. Baselines of the same run: loading
-// against reading the map's file, pictures against copying as many pixels as they have, memory
-// against the file's size.
+// Loads a map of 1,280 by 1,280 cells, lists it and draws its ground. Baselines of the same run:
+// loading against reading the map's file, listing against reading that file's header, pictures
+// against copying as many pixels as they have, memory against the file's size.
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 
@@ -10,6 +11,7 @@
 
 #include "bench/figures.h"
 #include "bench/large_data_root.h"
+#include "session/map_catalogue.h"
 #include "session/map_pictures.h"
 #include "session/unit_view_session.h"
 
@@ -102,6 +104,24 @@ void benchLoading(unitview::UnitViewSession& session, const fs::path& file) {
                   static_cast<double>(fs::file_size(file)) / 1e6);
 }
 
+/// The list of maps tells their sizes, which stand at the front of their files.
+void benchListing(const unitview::UnitViewSession& session, const fs::path& file) {
+    constexpr int kListings = 50;
+    const auto timings = bench::measure(
+        {[&] {
+             for (int i = 0; i < kListings; ++i)
+                 bench::require(unitview::listMaps(session.data().files).front().cells.has_value(),
+                                "a map has no size");
+         },
+         [&] {
+             std::array<char, io::kTntHeaderSize> header{};
+             for (int i = 0; i < kListings; ++i)
+                 std::ifstream(file, std::ios::binary).read(header.data(), header.size());
+         }});
+    bench::reportTime("list a map of 40 x 40 / read its file's header", timings[0], "us",
+                      timings[1], kListings);
+}
+
 void benchPicture(const unitview::UnitViewSession& session, std::uint32_t scale) {
     const io::TntFile& map = session.requireMap().picture;
     const std::uint32_t whole = kSide * io::kTntCellSide;
@@ -135,6 +155,7 @@ int main() {
     unitview::UnitViewSession session;
     session.setDataRoots({root, {}, {}});
     benchLoading(session, file);
+    benchListing(session, file);
     for (std::uint32_t scale = 1; scale <= unitview::kMaxTerrainScale; scale *= 2)
         benchPicture(session, scale);
     return 0;

@@ -1,8 +1,8 @@
 // Mounts a game of 3,000 units in 40 archives and loads units of it. Baselines of the same run:
 // mounting against plainly reading and inflating the same bytes, loading a unit against plainly
 // reading and inflating its three files, and against loading from a game of 30 units in one
-// archive. Then the same units in loose files, named in another case than they are asked for,
-// against the archives and against plainly opening and reading the files.
+// archive. Then the same units in one archive and in loose files, named in another case than they
+// are asked for, against the archives and against plainly opening and reading the files.
 
 #include <deque>
 #include <filesystem>
@@ -48,6 +48,19 @@ void benchMounting(UnitViewSession& session, const fs::path& game) {
     bench::reportTime("  in place of roots mounted before", timings[1], "ms", timings[2]);
 }
 
+void benchOneArchive() {
+    const fs::path game =
+        bench::makeLargeDataRoot(bench::dataFolder() / "whole", {kUnits, 1, 1'000'000}).game;
+    const auto reads = bench::listMountReadsOf(game);
+    UnitViewSession session;
+    const auto timings = bench::measure({[&] {
+                                             session.setDataRoots({game, {}, {}});
+                                         },
+                                         [&] { readPlainly(reads); }});
+    bench::require(session.data().catalogue.roster().size() == kUnits, "units are missing");
+    bench::reportTime("mount 3000 units, one archive / plain read", timings[0], "ms", timings[1]);
+}
+
 /// What every edit does once its file is written, against reading what changed.
 void benchRefresh(UnitViewSession& session) {
     const io::FileLocation written = session.resolveUnitSource("UNIT0000").location;
@@ -82,6 +95,13 @@ void benchLooseFiles(UnitViewSession& archives) {
     UnitViewSession loose;
     loose.setDataRoots({game, {}, {}});
     bench::require(loose.data().catalogue.roster().size() == kUnits, "loose units are missing");
+    const auto texts = bench::listLooseMountFiles(game);
+    const auto mounting = bench::measure({[&] {
+                                              loose.setDataRoots({game, {}, {}});
+                                          },
+                                          [&] { bench::readPlainly(texts); }});
+    bench::reportTime("mount 3000 loose units / plain read of their texts", mounting[0], "ms",
+                      mounting[1]);
     std::vector<fs::path> files;
     for (std::size_t i = 0; i < kLoadedUnits; ++i)
         for (auto& path :
@@ -103,6 +123,7 @@ int main() {
     const fs::path game = bench::makeLargeDataRoot(bench::dataFolder() / "large").game;
     UnitViewSession session;
     benchMounting(session, game);
+    benchOneArchive();
     benchRefresh(session);
     benchLoading(session, game);
     benchLooseFiles(session);

@@ -11,6 +11,7 @@
 #include "bench/large_data_root.h"
 #include "io/archive/hpi_archive.h"
 #include "io/archive/hpi_format.h"
+#include "io/ascii.h"
 
 namespace orb::bench {
 namespace {
@@ -60,6 +61,9 @@ std::vector<fs::path> archivesOf(const fs::path& game) {
 constexpr std::array kUnitFiles = {"units/{}.fbi", "objects3d/{}.3do", "scripts/{}.cob",
                                    "unitpics/{}.pcx"};
 
+/// What mounting reads all files of.
+constexpr std::array kMountedFolders = {"units", "weapons", "gamedata", "palettes"};
+
 std::span<const char* const> patternsOf(UnitFiles which) {
     return std::span(kUnitFiles).first(which == UnitFiles::all ? 4 : 3);
 }
@@ -74,7 +78,7 @@ void addFile(PlainArchive& plain, const io::HpiEntry& entry) {
 PlainArchive listMountReads(const fs::path& path) {
     const io::HpiArchive archive(path);
     PlainArchive plain{path, {}};
-    for (const char* directory : {"units", "weapons", "gamedata", "palettes"})
+    for (const char* directory : kMountedFolders)
         if (const auto* const entries = archive.findDirectory(directory))
             for (const io::HpiEntry& entry : *entries) addFile(plain, entry);
     return plain;
@@ -126,6 +130,14 @@ std::vector<fs::path> listLooseUnitFiles(const fs::path& game, std::string_view 
     std::vector<fs::path> files;
     for (const char* pattern : patternsOf(which))
         files.push_back(loosePath(game, fmt::format(fmt::runtime(pattern), unit)));
+    return files;
+}
+
+std::vector<fs::path> listLooseMountFiles(const fs::path& game) {
+    std::vector<fs::path> files;
+    for (const char* folder : kMountedFolders)
+        for (const auto& entry : fs::directory_iterator(game / io::upperCased(folder)))
+            files.push_back(entry.path());
     return files;
 }
 

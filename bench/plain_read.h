@@ -48,6 +48,9 @@ std::vector<std::filesystem::path> listLooseUnitFiles(const std::filesystem::pat
                                                       std::string_view unit,
                                                       UnitFiles which = UnitFiles::loaded);
 
+/// Every file that mounting a game of loose files reads.
+std::vector<std::filesystem::path> listLooseMountFiles(const std::filesystem::path& game);
+
 /// The baseline of everything that reads loose files: opens and reads them, and forgets them.
 /// Returns their size.
 std::size_t readPlainly(const std::vector<std::filesystem::path>& files);

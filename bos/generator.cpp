@@ -25,7 +25,7 @@ private:
     void script(std::size_t index);
     void parameters(const Script& script);
     void implicitReturn(std::size_t index);
-    bool hasReturned(const Script& script) const;
+    bool hasReturned(const Script& script, ImplicitReturn rule) const;
     void warnOfEnd(std::size_t index);
     void statements(const std::vector<Statement>& list, bool isInside);
     void statement(const Statement& statement, bool isInside);
@@ -115,9 +115,9 @@ bool endsInReturn(const std::vector<Statement>& list) {
     return !last->empty() && last->back().kind == StatementKind::ret;
 }
 
-/// By the rule in effect the script needs no return behind its body.
-bool Generator::hasReturned(const Script& script) const {
-    switch (options_.implicitReturn) {
+/// By that rule the script needs no return behind its body.
+bool Generator::hasReturned(const Script& script, ImplicitReturn rule) const {
+    switch (rule) {
         case ImplicitReturn::compat:
             return lastWasReturn_;
         case ImplicitReturn::lastWord:
@@ -130,9 +130,11 @@ bool Generator::hasReturned(const Script& script) const {
 void Generator::implicitReturn(std::size_t index) {
     const Script& script = program_.scripts[index];
     const bool isSafe = options_.implicitReturn == ImplicitReturn::safe;
-    if (!endsInReturn(script.body) && (isSafe ? lastWasReturn_ : hasReturned(script)))
-        warnOfEnd(index);
-    if (hasReturned(script)) return;
+    const bool isReturned = hasReturned(script, options_.implicitReturn);
+    for (const auto rule : {ImplicitReturn::safe, ImplicitReturn::compat, ImplicitReturn::lastWord})
+        out_.use.implicitReturn |= hasReturned(script, rule) != isReturned;
+    if (!endsInReturn(script.body) && (isSafe ? lastWasReturn_ : isReturned)) warnOfEnd(index);
+    if (isReturned) return;
     const std::uint32_t from = here();
     valuelessReturn();
     span(from, script.end);
@@ -234,6 +236,7 @@ void Generator::ofForm(const Statement& statement) {
 
 void Generator::started(const Statement& statement) {
     const auto& arguments = statement.values;
+    out_.use.argumentOrder |= arguments.size() > 1;
     if (options_.argumentOrder == ArgumentOrder::vm) {
         for (std::size_t i = arguments.size(); i-- > 0;) expression(arguments[i]);
     } else {
@@ -257,6 +260,7 @@ void Generator::returned(const Statement& statement) {
 }
 
 void Generator::valuelessReturn() {
+    out_.use.valuelessReturn = true;
     if (options_.valuelessReturn == ValuelessReturn::bare) {
         emit(Op::createLocal);
     } else {
@@ -323,6 +327,7 @@ void Generator::expression(const Expression& expression) {
 
 void Generator::scaled(const ExpressionItem& item) {
     const bool isLinear = item.kind == ExpressionItem::Kind::linear;
+    (isLinear ? out_.use.linearScale : out_.use.angularScale) = true;
     const auto units = (isLinear ? options_.linearScale : options_.angularScale).units(item.text);
     const std::uint32_t limit = item.isNegative ? 0x80000000U : 0x7FFFFFFFU;
     if (!units || *units > limit) return diagnostics_.report<Problem::numberOutOfRange>(item.at);

@@ -9,6 +9,15 @@
 
 namespace orb::unitview::bos {
 
+/// The options that a program's code depends on.
+struct OptionUse {
+    bool linearScale = false;
+    bool angularScale = false;
+    bool implicitReturn = false;
+    bool valuelessReturn = false;
+    bool argumentOrder = false;
+};
+
 /// What a program is translated to.
 struct GeneratedCode {
     io::CobFile cob;
@@ -16,6 +25,8 @@ struct GeneratedCode {
     std::vector<CobLineSpan> lineSpans;
     /// For each word of code: it is the value of a literal in [ ] or < >.
     std::vector<bool> isScaled;
+    /// With others of the options that are not in use the code would be the same.
+    OptionUse use;
 };
 
 /// Gives names their meaning and writes the code of every script, in the order of the source. The

@@ -135,9 +135,9 @@ std::optional<Token> Lexer::readToken() {
     const char c = at(0);
     const std::string_view rest = text_.substr(position_);
     if (isNameStart(c)) {
-        std::size_t length = hyphenatedWordLength(rest);
-        if (length == 0)
-            while (isNamePart(at(length))) ++length;
+        std::size_t length = 1;
+        while (isNamePart(at(length))) ++length;
+        if (at(length) == '-') length = std::max(length, hyphenatedWordLength(rest));
         Token token = take(TokenKind::name, length);
         token.word = wordOf(token.text);
         return token;
@@ -147,7 +147,7 @@ std::optional<Token> Lexer::readToken() {
         rest[rest.find_first_of("\"\r\n", 1)] == '"')
         return takeQuoted();
     for (const SymbolRow& row : kSymbols) {
-        if (!rest.starts_with(row.text)) continue;
+        if (row.text.front() != c || !rest.starts_with(row.text)) continue;
         Token token = take(TokenKind::symbol, row.text.size());
         token.symbol = row.symbol;
         return token;

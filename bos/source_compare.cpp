@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "bos/name_table.h"
 #include "bos/parser.h"
@@ -50,6 +52,15 @@ std::vector<BosOptions> candidates(const BosOptions& first) {
                     if (options != first) all.push_back(options);
                 }
     return all;
+}
+
+/// Whether a program's code, which depends on the options in use, is the same with both.
+bool makeSameCode(const BosOptions& a, const BosOptions& b, const OptionUse& use) {
+    return (!use.linearScale || a.linearScale == b.linearScale) &&
+           (!use.angularScale || a.angularScale == b.angularScale) &&
+           (!use.implicitReturn || a.implicitReturn == b.implicitReturn) &&
+           (!use.valuelessReturn || a.valuelessReturn == b.valuelessReturn) &&
+           (!use.argumentOrder || a.argumentOrder == b.argumentOrder);
 }
 
 class Comparer {
@@ -113,9 +124,15 @@ std::optional<Comparer::Attempt> Comparer::attempt(const BosOptions& options) co
 
 void Comparer::run(const BosOptions& first, SourceComparison& result) {
     std::optional<Attempt> best;
+    std::vector<std::pair<BosOptions, OptionUse>> tried;
     for (const BosOptions& options : candidates(first)) {
+        const auto isSame = [&](const auto& other) {
+            return makeSameCode(options, other.first, other.second);
+        };
+        if (std::ranges::any_of(tried, isSame)) continue;
         std::optional<Attempt> next = attempt(options);
         if (!next) continue;
+        tried.emplace_back(options, next->code.use);
         const bool isBetter = !best || std::pair(next->identical, next->equalWords) >
                                            std::pair(best->identical, best->equalWords);
         if (!isBetter) continue;

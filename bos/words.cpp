@@ -71,9 +71,6 @@ Word wordOf(std::string_view text) {
 }
 
 std::size_t hyphenatedWordLength(std::string_view text) {
-    const std::size_t first =
-        text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_");
-    if (first == std::string_view::npos || text[first] != '-') return 0;
     for (const std::string_view word : vocabulary().hyphenated) {
         const bool endsHere = text.size() <= word.size() || !isNamePart(text[word.size()]);
         if (endsHere && io::equalsIgnoringCase(text.substr(0, word.size()), word))

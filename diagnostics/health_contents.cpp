@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <exception>
 #include <limits>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -61,9 +62,11 @@ std::string describeTeamIndices(const Texture& texture) {
     for (const io::TeamBand& band : io::kTeamBands)
         for (std::size_t index = band.first; index <= band.last; ++index)
             if (texture.histogram[index] > 0) indices.push_back(index);
-    std::ranges::stable_sort(indices, std::ranges::greater{},
-                             [&](std::size_t index) { return texture.histogram[index]; });
-    indices.resize(std::min(indices.size(), kListedTeamIndices));
+    const std::size_t listed = std::min(indices.size(), kListedTeamIndices);
+    std::ranges::partial_sort(
+        indices, indices.begin() + static_cast<std::ptrdiff_t>(listed), {},
+        [&](std::size_t index) { return std::pair(~texture.histogram[index], index); });
+    indices.resize(listed);
     std::string text;
     for (const std::size_t index : indices)
         text += fmt::format("{}{}:{}px", text.empty() ? "" : ", ", index, texture.histogram[index]);

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <bit>
-#include <initializer_list>
+#include <charconv>
 #include <map>
 #include <span>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 #include <unordered_map>
 
 #include <fmt/compile.h>
@@ -68,83 +70,139 @@ constexpr std::size_t kMaterialsPerTexture = 2;
 /// the time and memory of an export.
 class RecordList {
 public:
-    /// Appends a record; returns its index.
-    /// `format` is FMT_COMPILE's, since an export writes tens of thousands of records.
-    template <typename Format, typename... Values>
-    std::size_t add(const Format& format, const Values&... values) {
-        text_.push_back(count_ == 0 ? '[' : ',');
-        fmt::format_to(fmt::appender(text_), format, values...);
+    /// Appends a record that is put together of texts and numbers; returns its index.
+    template <typename... Parts>
+    std::size_t add(const Parts&... parts) {
+        const std::size_t most = size_ + (roomFor(parts) + ... + 1);
+        if (most > text_.size()) text_.resize(std::max(most, 2 * text_.size()));
+        char* end = text_.data() + size_;
+        *end++ = count_ == 0 ? '[' : ',';
+        ((end = write(end, parts)), ...);
+        size_ = static_cast<std::size_t>(end - text_.data());
         return count_++;
     }
     std::size_t size() const { return count_; }
     /// The array without its closing bracket. Empty without records, since the format forbids empty
     /// arrays.
-    std::string_view openText() const { return {text_.data(), text_.size()}; }
+    std::string_view openText() const { return {text_.data(), size_}; }
 
 private:
-    fmt::memory_buffer text_;
+    /// Of a number's text: 64 bits have 20 digits, a double takes at most 24 characters.
+    static constexpr std::size_t kNumberRoom = 32;
+
+    static std::size_t roomFor(std::string_view text) { return text.size(); }
+    template <typename Number>
+    requires std::is_arithmetic_v<Number>
+    static std::size_t roomFor(Number) { return kNumberRoom; }
+    static std::size_t roomFor(const io::Vec3& point) {
+        return 2 + point.size() * (kNumberRoom + 1);
+    }
+
+    static char* write(char* to, std::string_view text) {
+        return std::copy(text.begin(), text.end(), to);
+    }
+    template <typename Number>
+    requires std::is_integral_v<Number>
+    static char* write(char* to, Number number) {
+        return std::to_chars(to, to + kNumberRoom, number).ptr;
+    }
+    /// With every digit that the floats have, seen as doubles.
+    static char* write(char* to, const io::Vec3& point) {
+        *to++ = '[';
+        for (const float value : point) {
+            to = fmt::format_to(to, FMT_COMPILE("{}"), static_cast<double>(value));
+            *to++ = ',';
+        }
+        to[-1] = ']';
+        return to;
+    }
+
+    /// Longer than what is used of it, so that growing and writing are two steps.
+    std::vector<char> text_;
+    std::size_t size_ = 0;
     std::size_t count_ = 0;
 };
 
-/// A point with every digit that its floats have, seen as doubles.
-std::string pointText(const io::Vec3& point) {
-    return fmt::format(FMT_COMPILE("[{},{},{}]"), static_cast<double>(point[0]),
-                       static_cast<double>(point[1]), static_cast<double>(point[2]));
-}
+struct Bounds {
+    io::Vec3 least;
+    io::Vec3 greatest;
+};
 
-/// The "max" and "min" members of an accessor.
-std::string boundsText(std::span<const io::Vec3> positions) {
-    io::Vec3 least = positions.front();
-    io::Vec3 greatest = positions.front();
+Bounds boundsOf(std::span<const io::Vec3> positions) {
+    Bounds bounds{positions.front(), positions.front()};
     for (const io::Vec3& position : positions) {
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            least[axis] = std::min(least[axis], position[axis]);
-            greatest[axis] = std::max(greatest[axis], position[axis]);
+            bounds.least[axis] = std::min(bounds.least[axis], position[axis]);
+            bounds.greatest[axis] = std::max(bounds.greatest[axis], position[axis]);
         }
     }
-    return fmt::format(FMT_COMPILE(R"("max":{},"min":{},)"), pointText(greatest), pointText(least));
+    return bounds;
 }
 
-/// The binary buffer with the list of its blocks.
+/// Writes the bytes of an unsigned number, the lowest first; returns where they end.
+template <typename Number>
+std::uint8_t* writeNumber(std::uint8_t* to, Number number) {
+    for (std::size_t i = 0; i < sizeof(Number); ++i)
+        *to++ = static_cast<std::uint8_t>(number >> 8 * i);
+    return to;
+}
+
+template <typename Vector>
+std::uint8_t* writeVector(std::uint8_t* to, const Vector& vector) {
+    for (const float value : vector) to = writeNumber(to, std::bit_cast<std::uint32_t>(value));
+    return to;
+}
+
+/// The binary buffer with the list of its blocks. What adds one returns the index of its view.
 class BlockBuffer {
 public:
     void reserve(std::size_t size) { bytes_.reserve(size); }
 
-    /// Appends vectors of floats; returns the index of the buffer view.
     template <typename Vector>
     std::size_t addVertexData(std::span<const Vector> vectors) {
-        const std::size_t start = bytes_.position();
-        for (const Vector& vector : vectors)
-            for (const float value : vector) bytes_.u32(std::bit_cast<std::uint32_t>(value));
-        return addView(start, kArrayBuffer);
+        std::uint8_t* to = extend(vectors.size() * std::tuple_size_v<Vector> * sizeof(float));
+        for (const Vector& vector : vectors) to = writeVector(to, vector);
+        return addVertexView();
+    }
+    std::size_t addColors(std::size_t count, const ColorRgb& color) {
+        std::uint8_t* to = extend(count * color.size() * sizeof(float));
+        for (std::size_t i = 0; i < count; ++i) to = writeVector(to, color);
+        return addVertexView();
     }
 
     std::size_t addIdentityIndices(std::size_t count) {
-        const std::size_t start = bytes_.position();
-        for (std::size_t i = 0; i < count; ++i) bytes_.u16(static_cast<std::uint16_t>(i));
-        return addView(start, kElementArrayBuffer);
+        std::uint8_t* to = extend(count * sizeof(std::uint16_t));
+        for (std::size_t i = 0; i < count; ++i) to = writeNumber(to, static_cast<std::uint16_t>(i));
+        return addView(R"(,"target":)", kElementArrayBuffer, "}");
     }
 
     std::size_t addPicture(io::ByteView png) {
-        const std::size_t start = bytes_.position();
-        bytes_.bytes(png);
-        return addView(start, std::nullopt);
+        std::ranges::copy(png, extend(png.size()));
+        return addView("}");
     }
 
-    io::ByteView bytes() const { return bytes_.view(); }
+    io::ByteView bytes() const { return bytes_; }
     const RecordList& views() const { return views_; }
 
 private:
-    std::size_t addView(std::size_t start, std::optional<int> target) {
-        const std::size_t length = bytes_.position() - start;
-        bytes_.zeros((kAlignment - length % kAlignment) % kAlignment);
-        const std::string targetText =
-            target ? fmt::format(FMT_COMPILE(R"(,"target":{})"), *target) : "";
-        return views_.add(FMT_COMPILE(R"({{"buffer":0,"byteLength":{},"byteOffset":{}{}}})"),
-                          length, start, targetText);
+    /// Room for a block; zeros fill it up to the next one.
+    std::uint8_t* extend(std::size_t length) {
+        start_ = bytes_.size();
+        length_ = length;
+        bytes_.resize(start_ + (length + kAlignment - 1) / kAlignment * kAlignment);
+        return bytes_.data() + start_;
+    }
+    std::size_t addVertexView() { return addView(R"(,"target":)", kArrayBuffer, "}"); }
+    template <typename... Rest>
+    std::size_t addView(const Rest&... rest) {
+        return views_.add(R"({"buffer":0,"byteLength":)", length_, R"(,"byteOffset":)", start_,
+                          rest...);
     }
 
-    io::ByteWriter bytes_;
+    io::Bytes bytes_;
+    /// Of the block added last.
+    std::size_t start_ = 0;
+    std::size_t length_ = 0;
     RecordList views_;
 };
 
@@ -216,7 +274,7 @@ public:
         RecordList primitives;
         for (std::size_t i = 0; i < piece.rangeCount; ++i)
             addRange(mesh_.ranges[piece.firstRange + i], primitives);
-        return meshes_.add(FMT_COMPILE(R"({{"primitives":{}]}})"), primitives.openText());
+        return meshes_.add(R"({"primitives":)", primitives.openText(), "]}");
     }
 
     const RecordList& meshes() const { return meshes_; }
@@ -227,21 +285,21 @@ private:
         const std::size_t count = range.vertexCount;
         const std::span positions(mesh_.positions.data() + range.firstVertex, count);
         const std::span texCoords(mesh_.texCoords.data() + range.firstVertex, count);
-        const std::vector<ColorRgb> colors(count, colorOf(range));
+        const Bounds bounds = boundsOf(positions);
 
-        const std::size_t position = addAccessor(buffer_.addVertexData(positions), kFloat, count,
-                                                 "VEC3", boundsText(positions));
-        const std::size_t color =
-            addAccessor(buffer_.addVertexData(std::span(colors)), kFloat, count, "VEC3");
+        const std::size_t position =
+            addAccessor(buffer_.addVertexData(positions), kFloat, count, R"("max":)",
+                        bounds.greatest, R"(,"min":)", bounds.least, R"(,"type":"VEC3"})");
+        const std::size_t color = addAccessor(buffer_.addColors(count, colorOf(range)), kFloat,
+                                              count, R"("type":"VEC3"})");
         const std::size_t texCoord =
-            addAccessor(buffer_.addVertexData(texCoords), kFloat, count, "VEC2");
-        const std::size_t indices =
-            addAccessor(buffer_.addIdentityIndices(count), kUnsignedShort, count, "SCALAR");
-        primitives.add(
-            FMT_COMPILE(R"({{"attributes":{{"COLOR_0":{},"POSITION":{},"TEXCOORD_0":{}}},)"
-                        R"("extras":{{"primIndex":{}}},"indices":{},"material":{},"mode":{}}})"),
-            color, position, texCoord, range.primIndex, indices, materials_.indexOf(range),
-            kTriangles);
+            addAccessor(buffer_.addVertexData(texCoords), kFloat, count, R"("type":"VEC2"})");
+        const std::size_t indices = addAccessor(buffer_.addIdentityIndices(count), kUnsignedShort,
+                                                count, R"("type":"SCALAR"})");
+        primitives.add(R"({"attributes":{"COLOR_0":)", color, R"(,"POSITION":)", position,
+                       R"(,"TEXCOORD_0":)", texCoord, R"(},"extras":{"primIndex":)",
+                       range.primIndex, R"(},"indices":)", indices, R"(,"material":)",
+                       materials_.indexOf(range), R"(,"mode":)", kTriangles, "}");
     }
 
     ColorRgb colorOf(const DrawRange& range) const {
@@ -249,11 +307,11 @@ private:
         return range.color ? colors_[*range.color] : kGrey;
     }
 
+    template <typename... Rest>
     std::size_t addAccessor(std::size_t bufferView, int componentType, std::size_t count,
-                            std::string_view type, const std::string& bounds = {}) {
-        return accessors_.add(
-            FMT_COMPILE(R"({{"bufferView":{},"componentType":{},"count":{},{}"type":"{}"}})"),
-            bufferView, componentType, count, bounds, type);
+                            const Rest&... rest) {
+        return accessors_.add(R"({"bufferView":)", bufferView, R"(,"componentType":)",
+                              componentType, R"(,"count":)", count, ",", rest...);
     }
 
     const ModelMesh& mesh_;

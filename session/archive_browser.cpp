@@ -1,6 +1,10 @@
 #include "session/archive_browser.h"
 
 #include <algorithm>
+#include <exception>
+#include <future>
+#include <variant>
+#include <vector>
 
 #include "io/files/replace_file.h"
 #include "io/out_of_memory.h"
@@ -105,30 +109,90 @@ ExtractedFile extractArchiveFile(const io::HpiArchive& archive, const std::strin
     return {path, bytes.size()};
 }
 
+namespace {
+
+/// A file's content, or why it has none.
+using Decoded = std::variant<io::Bytes, std::exception_ptr>;
+
+/// Decodes the files of an archive in their order, a batch at a time.
+class BatchDecoder {
+public:
+    BatchDecoder(const io::HpiArchive& archive, std::span<const ArchiveFile> files)
+        : archive_(archive),
+          files_(files),
+          reader_(archive.openReader()),
+          bytesLeft_(reader_.maxDecodedBytes()) {}
+
+    /// The next files; none at the end.
+    std::vector<Decoded> next() {
+        constexpr std::uint64_t kBytes = 1 << 20;
+        constexpr std::size_t kFiles = 1'024;
+        std::vector<Decoded> batch;
+        for (std::uint64_t bytes = 0; !files_.empty() && bytes < kBytes && batch.size() < kFiles;) {
+            const ArchiveFile& file = files_.front();
+            files_ = files_.subspan(1);
+            bytes += file.entry->fileSize;
+            try {
+                batch.emplace_back(decode(file));
+            } catch (...) {
+                batch.emplace_back(std::current_exception());
+            }
+        }
+        return batch;
+    }
+
+private:
+    io::Bytes decode(const ArchiveFile& file) {
+        if (!isSafePath(file.path)) throw RequestError("unsafe file name");
+        const io::HpiEntry* const found = archive_.findFile(file.path);
+        if (found && found->file() != file.entry)
+            throw RequestError("another file of that name comes first");
+        if (file.entry->fileSize > bytesLeft_)
+            throw RequestError("more data than the archive can hold");
+        bytesLeft_ -= file.entry->fileSize;
+        return reader_.readFile(*file.entry);
+    }
+
+    const io::HpiArchive& archive_;
+    std::span<const ArchiveFile> files_;
+    io::HpiReader reader_;
+    std::uint64_t bytesLeft_;
+};
+
+const io::Bytes& contentOf(const Decoded& decoded) {
+    if (const auto* const error = std::get_if<std::exception_ptr>(&decoded))
+        std::rethrow_exception(*error);
+    return std::get<io::Bytes>(decoded);
+}
+
+}  // namespace
+
+// While a batch is written, another thread decodes the next one, where there is a thread to be had.
 ExtractionResult extractArchiveDirectory(const io::HpiArchive& archive,
                                          const std::string& directory, const fs::path& destination,
                                          bool overwrite, const io::Progress& progress) {
     ExtractionResult result;
-    io::HpiReader reader = archive.openReader();
-    std::uint64_t bytesLeft = reader.maxDecodedBytes();
     const std::vector<ArchiveFile> files = listArchiveFiles(archive, directory);
-    for (const ArchiveFile& file : files) {
-        progress(file.path, static_cast<std::size_t>(&file - files.data()), files.size());
-        try {
-            if (!isSafePath(file.path)) throw RequestError("unsafe file name");
-            const io::HpiEntry* const found = archive.findFile(file.path);
-            if (found && found->file() != file.entry)
-                throw RequestError("another file of that name comes first");
-            if (file.entry->fileSize > bytesLeft)
-                throw RequestError("more data than the archive can hold");
-            bytesLeft -= file.entry->fileSize;
-            result.byteSize +=
-                writeExtracted(file.path, reader.readFile(*file.entry), destination, overwrite)
-                    .byteSize;
-            ++result.fileCount;
-        } catch (const std::exception& error) {
-            io::rethrowOutOfMemory(error);
-            result.skipped.push_back({file.path, error.what()});
+    BatchDecoder decoder(archive, files);
+    const auto decodeNext = [&] {
+        return std::async(std::launch::async | std::launch::deferred,
+                          [&] { return decoder.next(); });
+    };
+    auto file = files.begin();
+    auto coming = decodeNext();
+    for (auto batch = coming.get(); !batch.empty(); batch = coming.get()) {
+        coming = decodeNext();
+        for (const Decoded& decoded : batch) {
+            progress(file->path, static_cast<std::size_t>(file - files.begin()), files.size());
+            try {
+                result.byteSize +=
+                    writeExtracted(file->path, contentOf(decoded), destination, overwrite).byteSize;
+                ++result.fileCount;
+            } catch (const std::exception& error) {
+                io::rethrowOutOfMemory(error);
+                result.skipped.push_back({file->path, error.what()});
+            }
+            ++file;
         }
     }
     return result;

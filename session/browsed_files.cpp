@@ -124,7 +124,7 @@ public:
             const Pending folder = std::move(pending_.back());
             pending_.pop_back();
             const fs::path place = canonicalPath(folder.path);
-            for (const fs::directory_entry& entry : entriesOf(folder.path))
+            for (const io::FolderEntry& entry : entriesOf(folder.path))
                 visit(entry, folder, place, collector);
         }
     }
@@ -136,7 +136,7 @@ private:
         std::size_t depth = 0;
     };
 
-    static std::vector<fs::directory_entry> entriesOf(const fs::path& folder) {
+    static std::vector<io::FolderEntry> entriesOf(const fs::path& folder) {
         try {
             return io::distinctEntries(folder);
         } catch (const fs::filesystem_error& error) {
@@ -145,11 +145,12 @@ private:
         }
     }
 
-    void visit(const fs::directory_entry& entry, const Pending& folder, const fs::path& place,
+    void visit(const io::FolderEntry& listed, const Pending& folder, const fs::path& place,
                Collector& collector) {
+        const auto& [name, entry] = listed;
         std::error_code ignored;
         if (entry.is_symlink(ignored) && !mayFollow(entry, place)) return;
-        std::string path = folder.prefix + io::nameOf(entry);
+        std::string path = folder.prefix + name;
         if (entry.is_directory(ignored)) {
             if (folder.depth < kMaxFolderNesting)
                 pending_.push_back({entry.path(), path + "/", folder.depth + 1});

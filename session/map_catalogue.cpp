@@ -6,6 +6,7 @@
 #include "io/ascii.h"
 #include "io/game_paths.h"
 #include "io/out_of_memory.h"
+#include "io/vfs/file_beginning.h"
 #include "io/virtual_path.h"
 #include "server/logger.h"
 
@@ -33,8 +34,8 @@ std::optional<io::TntSize> readCells(const io::CompositeVirtualFileSystem& files
                                      const std::string& name) {
     const std::string path = io::kMapFiles.path(name);
     try {
-        const auto bytes = files.readFile(path);
-        if (bytes) return io::readTntSize(*bytes);
+        const auto header = io::readBeginning(files, path, io::kTntHeaderSize);
+        if (header) return io::readTntSize(*header);
     } catch (const std::exception& error) {
         io::rethrowOutOfMemory(error);
         logUnreadable(path, error.what());

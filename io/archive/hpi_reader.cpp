@@ -72,10 +72,11 @@ Bytes HpiReader::readAt(std::uint64_t offset, std::uint64_t size) {
     return result;
 }
 
-Bytes HpiReader::readFile(const HpiFileEntry& file) {
-    if (file.fileSize == 0) return {};
-    if (file.compressionFlag == 0) return readAt(file.dataOffset, file.fileSize);
-    return readChunks(file);
+Bytes HpiReader::readFile(const HpiFileEntry& file, std::uint64_t maxBytes) {
+    const std::uint64_t wanted = std::min<std::uint64_t>(file.fileSize, maxBytes);
+    if (wanted == 0) return {};
+    if (file.compressionFlag == 0) return readAt(file.dataOffset, wanted);
+    return readChunks(file, wanted);
 }
 
 std::uint64_t HpiReader::maxDecodedBytes() const {
@@ -100,29 +101,28 @@ HpiReader::ChunkTable HpiReader::readChunkTable(const HpiFileEntry& file) {
     return table;
 }
 
-Bytes HpiReader::readChunks(const HpiFileEntry& file) {
+Bytes HpiReader::readChunks(const HpiFileEntry& file, std::uint64_t wanted) {
     const ChunkTable table = readChunkTable(file);
     const std::uint64_t available = std::min(table.storedBytes, length_ - table.firstChunk);
     Bytes result;
-    result.reserve(static_cast<std::size_t>(
-        std::min<std::uint64_t>(file.fileSize, kReservedPerStoredByte * available)));
+    result.reserve(static_cast<std::size_t>(std::min(wanted, kReservedPerStoredByte * available)));
 
     std::uint64_t offset = table.firstChunk;
-    for (std::span<const std::uint32_t> sizes = table.sizes; !sizes.empty();) {
+    for (auto sizes = std::span(table.sizes).first(hpiChunkCount(wanted)); !sizes.empty();) {
         const Batch batch = nextBatch(sizes, offset);
         std::span<std::uint8_t> chunks = batchAt(offset, batch.byteCount);
         for (const std::uint32_t size : sizes.first(batch.chunkCount)) {
             decoder_.append(chunks.first(size), result);
-            if (result.size() > file.fileSize) result.resize(file.fileSize);
+            if (result.size() > wanted) result.resize(static_cast<std::size_t>(wanted));
             chunks = chunks.subspan(size);
         }
         sizes = sizes.subspan(batch.chunkCount);
         offset += batch.byteCount;
     }
-    if (result.size() < file.fileSize &&
-        file.fileSize > kPaddingMargin + kMaxDecodedPerStoredByte * table.storedBytes)
+    if (result.size() < wanted &&
+        wanted > kPaddingMargin + kMaxDecodedPerStoredByte * table.storedBytes)
         throw readError(file.dataOffset);
-    result.resize(file.fileSize);
+    result.resize(static_cast<std::size_t>(wanted));
     return result;
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <memory>
 #include <span>
 #include <vector>
@@ -34,8 +35,10 @@ public:
     Bytes readAt(std::uint64_t offset, std::uint64_t size);
 
     /// The decoded content of a file, exactly `fileSize` bytes: longer data is cut, shorter data is
-    /// padded with zeros. Also throws what HpiChunkDecoder::append throws.
-    Bytes readFile(const HpiFileEntry& file);
+    /// padded with zeros. Of a larger one only the first `maxBytes`. Also throws what
+    /// HpiChunkDecoder::append throws.
+    Bytes readFile(const HpiFileEntry& file,
+                   std::uint64_t maxBytes = std::numeric_limits<std::uint64_t>::max());
 
     /// More bytes than all files of the archive together decode to, unless entries share their
     /// data.
@@ -59,7 +62,7 @@ private:
     };
 
     ChunkTable readChunkTable(const HpiFileEntry& file);
-    Bytes readChunks(const HpiFileEntry& file);
+    Bytes readChunks(const HpiFileEntry& file, std::uint64_t wanted);
     Batch nextBatch(std::span<const std::uint32_t> chunkSizes, std::uint64_t offset) const;
     std::span<std::uint8_t> batchAt(std::uint64_t offset, std::uint64_t size);
     void readInto(std::uint64_t offset, std::span<std::uint8_t> destination);

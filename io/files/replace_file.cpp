@@ -76,10 +76,14 @@ std::optional<ReplaceFailure> writeTemporary(FileOps& ops, const fs::path& targe
                                              const std::optional<fs::perms>& permissions,
                                              ByteView bytes, Durability durability) {
     const fs::path temporary = temporaryPath(target);
-    // Nothing that an earlier process may have left shall be in it.
-    removeIfPossible(ops, temporary);
     std::error_code error;
-    std::FILE* const file = ops.open(temporary, OpenMode::createNew, error);
+    std::FILE* file = ops.open(temporary, OpenMode::createNew, error);
+    if (error == std::errc::file_exists) {
+        // Nothing that an earlier process may have left shall be in it.
+        removeIfPossible(ops, temporary);
+        error.clear();
+        file = ops.open(temporary, OpenMode::createNew, error);
+    }
     if (!file) return ReplaceFailure{ReplaceFailure::Step::openTemporary, error};
     writeAndClose(ops, file, bytes, durability, error);
     if (error) {

@@ -1,5 +1,6 @@
 #include "io/formats/fbi.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -38,6 +39,8 @@ constexpr NumberedKeys kCanBuildKeys{"unit", 64};            // of its [CANBUILD
 
 constexpr std::string_view kCanBuildSection = "CANBUILD";
 
+constexpr std::size_t kLongestKey = std::ranges::max(kKeys, {}, &std::string_view::size).size();
+
 /// Finds a key's row by a hash of its length and a few letters, which is all that it takes to tell
 /// most keys apart; a catalogue looks up hundreds of thousands. With a hash map of the standard
 /// library, reading a definition takes 1.36 times as long.
@@ -55,9 +58,12 @@ public:
     }
 
     std::size_t find(std::string_view key) const {
-        if (key.empty()) return kNone;
-        for (std::size_t slot = hash(key); slots_[slot] != kNone; slot = (slot + 1) % kSlots)
-            if (equalsIgnoringCase(kKeys[slots_[slot]], key)) return slots_[slot];
+        if (key.empty() || key.size() > kLongestKey) return kNone;
+        std::array<char, kLongestKey> letters;
+        std::ranges::transform(key, letters.begin(), toLower);
+        const std::string_view lower(letters.data(), key.size());
+        for (std::size_t slot = hash(lower); slots_[slot] != kNone; slot = (slot + 1) % kSlots)
+            if (kKeys[slots_[slot]] == lower) return slots_[slot];
         return kNone;
     }
 
@@ -65,9 +71,10 @@ private:
     static constexpr std::size_t kSlots = 1024;
     static_assert(kKeyCount < 256);
 
+    /// Of a key in lower case, as the table has them.
     static std::size_t hash(std::string_view key) {
         const auto letter = [&](std::size_t at) {
-            return static_cast<std::size_t>(static_cast<unsigned char>(toLower(key[at])));
+            return static_cast<std::size_t>(static_cast<unsigned char>(key[at]));
         };
         const std::size_t size = key.size();
         return (size * 131 + letter(0) * 31 + letter(size / 2) * 17 + letter(size / 3) * 7 +

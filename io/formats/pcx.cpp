@@ -59,13 +59,15 @@ Header readHeader(ByteCursor& cursor) {
 void decodeRow(ByteCursor& cursor, std::size_t bytesPerLine, std::span<std::uint8_t> row) {
     std::size_t x = 0;
     while (x < bytesPerLine && cursor.remaining() > 0) {
-        std::size_t count = 1;
-        std::uint8_t value = cursor.u8();
-        if ((value & kRunMark) == kRunMark) {
-            if (cursor.remaining() == 0) return;
-            count = std::min<std::size_t>(value & kRunCountMask, bytesPerLine - x);
-            value = cursor.u8();
+        const std::uint8_t first = cursor.u8();
+        if ((first & kRunMark) != kRunMark) {
+            if (x < row.size()) row[x] = first;
+            ++x;
+            continue;
         }
+        if (cursor.remaining() == 0) return;
+        const std::size_t count = std::min<std::size_t>(first & kRunCountMask, bytesPerLine - x);
+        const std::uint8_t value = cursor.u8();
         const std::size_t from = std::min(x, row.size());
         const std::size_t to = std::min(x + count, row.size());
         std::fill(row.data() + from, row.data() + to, value);

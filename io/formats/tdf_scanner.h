@@ -71,8 +71,14 @@ private:
         if (!atEnd() && text_[position_] == c) ++position_;
     }
 
-    void skipSpace() {
-        while (!atEnd() && isTdfSpace(text_[position_])) ++position_;
+    void skipSpace() { skipWhile(isTdfSpace); }
+
+    /// Counts in a local variable, which no character that is read can be taken to alias.
+    template <typename Predicate>
+    void skipWhile(Predicate matches) {
+        std::size_t at = position_;
+        while (at < text_.size() && matches(text_[at])) ++at;
+        position_ = at;
     }
 
     void skipBlank() {
@@ -120,7 +126,7 @@ private:
 
     void readValue() {
         const std::size_t start = position_;
-        while (!atEnd() && !endsTdfKey(text_[position_])) ++position_;
+        skipWhile([](char c) { return !endsTdfKey(c); });
         if (position_ == start) {  // a stray "=", ";", "{" or "]"
             ++position_;
             return skip(start);

@@ -1,42 +1,18 @@
 #include "io/vfs/directory_file_system.h"
 
-#include <cerrno>
-#include <fstream>
 #include <stdexcept>
 
 #include "io/ascii.h"
-#include "io/out_of_memory.h"
 #include "io/path_text.h"
+#include "io/vfs/loose_file.h"
 
 namespace orb::io {
 namespace fs = std::filesystem;
 namespace {
 
-/// No file of the game comes near this size; a sparse one of any size is easily made.
-constexpr std::streamoff kMaxLooseFileBytes = 1 << 30;
-
 bool isRegularFile(const fs::directory_entry& entry) {
     std::error_code ignored;
     return entry.is_regular_file(ignored);
-}
-
-/// The content of a regular file; none when it cannot be opened. Throws std::runtime_error "file
-/// too large: …".
-std::optional<Bytes> readWholeFile(const fs::path& path) {
-    errno = 0;
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    const std::streamoff length = file ? static_cast<std::streamoff>(file.tellg()) : -1;
-    if (length < 0) {
-        throwIfOutOfMemory();
-        return std::nullopt;
-    }
-    if (length > kMaxLooseFileBytes)
-        throw std::runtime_error("file too large: " + textFromPath(path));
-    Bytes content(static_cast<std::size_t>(length));
-    file.seekg(0);
-    file.read(reinterpret_cast<char*>(content.data()), length);
-    content.resize(static_cast<std::size_t>(file.gcount()));
-    return content;
 }
 
 }  // namespace
@@ -61,8 +37,7 @@ std::optional<fs::path> DirectoryFileSystem::resolveFile(const VirtualPath& path
     return file;
 }
 
-std::vector<fs::directory_entry> DirectoryFileSystem::entriesOf(
-    const VirtualPath& directory) const {
+std::vector<FolderEntry> DirectoryFileSystem::entriesOf(const VirtualPath& directory) const {
     const std::optional<fs::path> path = resolve(directory);
     std::error_code ignored;
     if (!path || !fs::is_directory(*path, ignored)) return {};
@@ -71,25 +46,23 @@ std::vector<fs::directory_entry> DirectoryFileSystem::entriesOf(
 
 std::optional<Bytes> DirectoryFileSystem::readFile(const VirtualPath& path) const {
     const std::optional<fs::path> file = resolveFile(path);
-    return file ? readWholeFile(*file) : std::nullopt;
+    return file ? readLooseFile(*file) : std::nullopt;
 }
 
 std::vector<std::string> DirectoryFileSystem::listFiles(const VirtualPath& directory,
                                                         std::string_view suffix) const {
     std::vector<std::string> names;
-    for (const fs::directory_entry& entry : entriesOf(directory)) {
-        std::string name = nameOf(entry);
+    for (auto& [name, entry] : entriesOf(directory))
         if (endsWithIgnoringCase(name, suffix) && isRegularFile(entry))
             names.push_back(std::move(name));
-    }
     return names;
 }
 
 std::vector<std::string> DirectoryFileSystem::listDirectories(const VirtualPath& directory) const {
     std::vector<std::string> names;
     std::error_code ignored;
-    for (const fs::directory_entry& entry : entriesOf(directory))
-        if (entry.is_directory(ignored)) names.push_back(nameOf(entry));
+    for (auto& [name, entry] : entriesOf(directory))
+        if (entry.is_directory(ignored)) names.push_back(std::move(name));
     return names;
 }
 
@@ -101,14 +74,13 @@ std::optional<FileLocation> DirectoryFileSystem::locate(const VirtualPath& path)
 
 void DirectoryFileSystem::visitFiles(const VirtualPath& directory, std::string_view suffix,
                                      const FileVisitor& visit, const FileFilter& wanted) const {
-    for (const fs::directory_entry& entry : entriesOf(directory)) {
-        const std::string name = nameOf(entry);
+    for (const auto& [name, entry] : entriesOf(directory)) {
         if (!endsWithIgnoringCase(name, suffix) || !isRegularFile(entry)) continue;
         if (wanted && !wanted(name)) continue;
         std::optional<Bytes> content;
         std::string error;
         try {
-            content = readWholeFile(entry.path());
+            content = readLooseFile(entry.path());
         } catch (const std::runtime_error& tooLarge) {
             error = tooLarge.what();
         }

@@ -30,7 +30,7 @@ private:
                     const FileFilter& wanted) const override;
     std::optional<std::filesystem::path> resolve(const VirtualPath& path) const;
     std::optional<std::filesystem::path> resolveFile(const VirtualPath& path) const;
-    std::vector<std::filesystem::directory_entry> entriesOf(const VirtualPath& directory) const;
+    std::vector<FolderEntry> entriesOf(const VirtualPath& directory) const;
 
     std::filesystem::path root_;
     mutable FolderIndex index_;

@@ -19,15 +19,18 @@ constexpr bool kNamesHaveOneSpelling = false;
 constexpr bool kNamesHaveOneSpelling = true;
 #endif
 
-std::vector<fs::directory_entry> entriesOf(const fs::path& folder) {
+std::vector<FolderEntry> entriesOf(const fs::path& folder) {
     std::error_code error;
     requireMemoryToList();
-    fs::directory_iterator entry(folder, error);
+    fs::directory_iterator next(folder, error);
     if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory)
         return {};
     if (error)
         throw fs::filesystem_error("directory iterator cannot open directory", folder, error);
-    return {entry, fs::directory_iterator()};
+    std::vector<FolderEntry> entries;
+    for (const fs::directory_entry& entry : next)
+        entries.push_back({textFromPath(entry.path().filename()), entry});
+    return entries;
 }
 
 bool isLowerCased(std::string_view text) {
@@ -46,13 +49,9 @@ bool isPresent(const fs::path& path) {
 
 }  // namespace
 
-std::string nameOf(const fs::directory_entry& entry) {
-    return textFromPath(entry.path().filename());
-}
-
-std::vector<fs::directory_entry> sortedEntries(const fs::path& folder) {
-    std::vector<fs::directory_entry> entries = entriesOf(folder);
-    std::ranges::sort(entries, {}, nameOf);
+std::vector<FolderEntry> sortedEntries(const fs::path& folder) {
+    std::vector<FolderEntry> entries = entriesOf(folder);
+    std::ranges::sort(entries, {}, &FolderEntry::name);
     return entries;
 }
 
@@ -61,24 +60,23 @@ bool isPreferredSpelling(std::string_view name, std::string_view other) {
     return isLower == isLowerCased(endingOf(other)) ? name < other : isLower;
 }
 
-std::vector<fs::directory_entry> distinctEntries(const fs::path& folder) {
-    std::vector<fs::directory_entry> entries = sortedEntries(folder);
+std::vector<FolderEntry> distinctEntries(const fs::path& folder) {
+    std::vector<FolderEntry> entries = sortedEntries(folder);
     std::unordered_map<std::string, std::string> preferred;
     preferred.reserve(entries.size());
-    for (const fs::directory_entry& entry : entries) {
-        const auto [known, isNew] = preferred.try_emplace(lowerCased(nameOf(entry)), nameOf(entry));
-        if (!isNew && isPreferredSpelling(nameOf(entry), known->second))
-            known->second = nameOf(entry);
+    for (const auto& [name, entry] : entries) {
+        const auto [known, isNew] = preferred.try_emplace(lowerCased(name), name);
+        if (!isNew && isPreferredSpelling(name, known->second)) known->second = name;
     }
     if (preferred.size() < entries.size())
-        std::erase_if(entries, [&](const fs::directory_entry& entry) {
-            return preferred.at(lowerCased(nameOf(entry))) != nameOf(entry);
+        std::erase_if(entries, [&](const FolderEntry& entry) {
+            return preferred.at(lowerCased(entry.name)) != entry.name;
         });
     return entries;
 }
 
 FolderListing::FolderListing(const fs::path& folder) {
-    for (const fs::directory_entry& entry : entriesOf(folder)) names_.push_back(nameOf(entry));
+    for (FolderEntry& entry : entriesOf(folder)) names_.push_back(std::move(entry.name));
     std::ranges::sort(names_);
     preferred_.reserve(names_.size());
     for (const std::string& name : names_) {

@@ -14,12 +14,16 @@
 
 namespace orb::io {
 
-/// The entry's name in its folder, as paths of game data spell it.
-std::string nameOf(const std::filesystem::directory_entry& entry);
+/// One of the things that a folder lists.
+struct FolderEntry {
+    /// In its folder, as paths of game data spell it.
+    std::string name;
+    std::filesystem::directory_entry entry;
+};
 
 /// What a folder lists, by name in byte order; nothing when it is gone. One that cannot be listed
 /// raises std::filesystem::filesystem_error.
-std::vector<std::filesystem::directory_entry> sortedEntries(const std::filesystem::path& folder);
+std::vector<FolderEntry> sortedEntries(const std::filesystem::path& folder);
 
 /// Of several spellings of one name in a folder, the one that counts however the name is asked for
 /// comes first: that whose extension (or, without one, that which) is in lower case, as the game's
@@ -27,7 +31,7 @@ std::vector<std::filesystem::directory_entry> sortedEntries(const std::filesyste
 bool isPreferredSpelling(std::string_view name, std::string_view other);
 
 /// As sortedEntries; of several spellings of a name only the one that counts.
-std::vector<std::filesystem::directory_entry> distinctEntries(const std::filesystem::path& folder);
+std::vector<FolderEntry> distinctEntries(const std::filesystem::path& folder);
 
 /// The names in a folder at one moment.
 class FolderListing {

@@ -27,13 +27,15 @@ json encodeValue(const Value& value) {
         return value;
 }
 
-/// Numbers pieces in the order of flattenPieces; recursion is as deep as the model nests.
+/// Numbers pieces in the order of flattenPieces; recursion is as deep as the model nests. Members
+/// are put in place one by one: as a list they would all be made twice.
 json encodePieceTree(const io::Model3doObject& piece, int& nextIndex) {
-    json result = {{"name", piece.name},
-                   {"index", nextIndex++},
-                   {"position", encodePoint(piece.position)},
-                   {"vertexCount", piece.vertices.size()},
-                   {"primitiveCount", piece.primitives.size()}};
+    json result = json::object();
+    result["name"] = piece.name;
+    result["index"] = nextIndex++;
+    result["position"] = encodePoint(piece.position);
+    result["vertexCount"] = piece.vertices.size();
+    result["primitiveCount"] = piece.primitives.size();
     if (piece.selectionPrimitive) result["selectionPrimitive"] = *piece.selectionPrimitive;
     json children = json::array();
     for (const auto& child : piece.children) children.push_back(encodePieceTree(*child, nextIndex));

@@ -65,11 +65,18 @@ json encodeRow(const HealthRow& row) {
     return result;
 }
 
+/// Put together in place: as a list of members it would be made twice, and a unit has a hundred.
+json encodeKey(const UnitHealth::RawKey& raw) {
+    json result = json::object();
+    result["key"] = raw.key;
+    result["value"] = raw.value;
+    return result;
+}
+
 json encodeHealth(const UnitHealth& report) {
     json checks = json::array(), keys = json::array();
     for (const HealthRow& row : report.rows) checks.push_back(encodeRow(row));
-    for (const auto& [key, value] : report.rawFbiKeys)
-        keys.push_back({{"key", key}, {"value", value}});
+    for (const UnitHealth::RawKey& raw : report.rawFbiKeys) keys.push_back(encodeKey(raw));
     json result = {{"unit", report.unit},
                    {"checks", std::move(checks)},
                    {"rawFbiKeys", std::move(keys)},

@@ -4,10 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include "io/archive/hpi_format.h"
 #include "io/archive/hpi_writer.h"
 #include "io/path_text.h"
 #include "io/vfs/data_roots.h"
 #include "io/vfs/directory_file_system.h"
+#include "io/vfs/file_beginning.h"
 #include "io/vfs/hpi_file_system.h"
 #include "tests/io/archive_fixture.h"
 #include "tests/log_capture.h"
@@ -287,6 +289,24 @@ TEST_F(LayersTest, FirstLayerWins) {
         stack_.listFiles("units", ".FBI"),
         (Names{"A.fbi", stack_.layers()[1].files->listFiles("units", "")[0],
                stack_.layers()[1].files->listFiles("units", "")[1], "B.FBI", "c.fbi", "d.fbi"}));
+}
+
+TEST_F(LayersTest, ReadsTheBeginningsOfFiles) {
+    EXPECT_EQ(readBeginning(stack_, "units/a.fbi", 4), bytesOf("m1 a"));
+    EXPECT_EQ(readBeginning(stack_, "units/b.fbi", 4), bytesOf("m1 l"));
+    EXPECT_EQ(readBeginning(stack_, "units/c.fbi", 100), bytesOf("game archive"));
+    EXPECT_EQ(readBeginning(stack_, "units/f.fbi", 4), std::nullopt);
+    EXPECT_THROW(readBeginning(stack_, "units/d.fbi", 1), std::runtime_error);
+
+    const HpiInputFile large[] = {{"maps/large.tnt", Bytes(3 * kHpiChunkSize, 'x')}};
+    Bytes damaged = writeHpi(large);
+    damaged[damaged.size() - 1 - 93] ^= 1;  // in the last payload
+    folder_.write("m3/c.hpi", damaged);
+    CompositeVirtualFileSystem stack;
+    const fs::path mods[] = {folder_.path() / "m3"};
+    buildLayers(stack, mods, folder_.path() / "game", {});
+    EXPECT_THROW(stack.readFile("maps/large.tnt"), std::runtime_error);
+    EXPECT_EQ(readBeginning(stack, "maps/large.tnt", 70'000), Bytes(70'000, 'x'));
 }
 
 TEST_F(LayersTest, TellsWhereFilesLie) {

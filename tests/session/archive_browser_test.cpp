@@ -1,7 +1,11 @@
 #include "session/archive_browser.h"
 
+#include <algorithm>
+#include <fstream>
+
 #include <gtest/gtest.h>
 
+#include "io/archive/hpi_writer.h"
 #include "session/request_error.h"
 #include "tests/io/archive_fixture.h"
 #include "tests/platform.h"
@@ -61,6 +65,29 @@ TEST(ArchiveBrowserTest, ExtractsTheFirstOfANameAndNoMoreThanTheArchiveCanHold) 
                                         "bulk: HPI read error at offset 0",
                                         "more: more data than the archive can hold"}));
     EXPECT_EQ(std::filesystem::file_size(folder.path() / "out/twin"), 0u);
+}
+
+TEST(ArchiveBrowserTest, ExtractsWhatComesInManyBatches) {
+    const TestFolder folder;
+    std::vector<io::HpiInputFile> files;
+    for (std::size_t i = 0; i < 60; ++i)
+        files.push_back({fmt::format("f{}/{}", i % 7, i), io::Bytes(i * 3'000, std::uint8_t(i))});
+    const HpiArchive archive(folder.write("many.hpi", io::writeHpi(files)));
+    std::vector<std::size_t> steps;
+    const auto result =
+        extractArchiveDirectory(archive, "", folder.path() / "out", false,
+                                io::Progress([&](std::string_view, std::size_t step, std::size_t) {
+                                    steps.push_back(step);
+                                }));
+    EXPECT_EQ(result.fileCount, files.size());
+    EXPECT_TRUE(result.skipped.empty());
+    EXPECT_EQ(steps.size(), files.size());
+    EXPECT_TRUE(std::ranges::is_sorted(steps));
+    for (const io::HpiInputFile& file : files) {
+        std::ifstream written(folder.path() / "out" / file.path, std::ios::binary);
+        const std::string text{std::istreambuf_iterator<char>(written), {}};
+        EXPECT_EQ(text, io::asText(file.content)) << file.path;
+    }
 }
 
 TEST(ArchiveBrowserTest, WritesNothingUnderANameThatLeavesTheFolder) {
