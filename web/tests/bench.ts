@@ -112,8 +112,9 @@ export async function openBench(options: BenchOptions): Promise<OpenBench> {
     const lines: string[] = [];
     const errors: string[] = [];
     const forgiven: RegExp[] = [];
+    const roots = options.roots?.(data) ?? sample;
     const start = (again: Partial<ServerOptions> = {}): Promise<RunningServer> => serve({
-        program: join(BUILD, "orb-unit-editor"), folder: join(OUT, "page"), roots: options.roots?.(data) ?? sample,
+        program: join(BUILD, "orb-unit-editor"), folder: join(OUT, "page"), roots,
         sample, state: join(scratch, "state"),
         async around(type, data, ask) {
             lines.push(type);

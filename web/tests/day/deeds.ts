@@ -36,7 +36,9 @@ export async function lookAt(desk: Desk, unit: string): Promise<void> {
     await leaveMap(desk);
     await page.keyboard.press("Control+k");
     await page.getByLabel("Search", { exact: true }).fill(unit);
-    await page.keyboard.press("Enter");
+    const isListed = await dialog(desk).getByRole("option", { name: unit }).first().waitFor({ timeout: SOON_MS }).then(() => true, () => false);
+    await page.keyboard.press(isListed ? "Enter" : "Escape");
+    if (!isListed) throw new NotNow();
     desk.unit = unit;
     const giveUp = button(dialog(desk), "Give them up");
     const shown = page.locator(`canvas[data-shown="${unit}"]`);
@@ -59,6 +61,10 @@ async function lookAtOwn(world: World, desk: Desk): Promise<void> {
 }
 
 const LABELS = { script: "Script source", definition: "Definition text" } as const;
+
+const paneOf = (desk: Desk, name: RegExp): Locator => desk.page.getByRole("tabpanel", { name });
+const textPane = (desk: Desk, kind: "script" | "definition"): Locator =>
+    kind === "script" ? desk.page.getByRole("region", { name: "Script", exact: true }) : paneOf(desk, /^FBI/);
 
 /** Puts the cursor to the first or the last place of a text; resolves with the file that it belongs to. */
 async function goInto(world: World, desk: Desk, kind: "script" | "definition", end: "Home" | "End") {
@@ -94,9 +100,8 @@ async function typeInto(world: World, desk: Desk, kind: "script" | "definition")
 
 async function save(world: World, desk: Desk, kind: "script" | "definition"): Promise<void> {
     await goInto(world, desk, kind, "Home");
-    const pane = kind === "script" ? desk.page.getByRole("region", { name: "Script", exact: true })
-        : desk.page.getByRole("tabpanel", { name: /^FBI/ });
-    if (await button(pane, "Save").first().getAttribute("aria-disabled") === "true") throw new NotNow();
+    const pane = textPane(desk, kind);
+    if (await button(pane, "Save").first().getAttribute("aria-disabled") === "true") await typeInto(world, desk, kind);
     await desk.page.keyboard.press("Control+s");
     await consent(desk, pane);
 }
@@ -128,8 +133,6 @@ function giveUpAll({ ledger }: World, { page }: Desk): void {
     for (const mark of ledger.marks) if (mark.page === page) Object.assign(mark, { page: undefined, mayBeGone: true });
 }
 
-const paneOf = (desk: Desk, name: RegExp): Locator => desk.page.getByRole("tabpanel", { name });
-
 export const DEEDS: readonly Deed[] = [
     { name: "looks at a unit", weight: 8, async do(world, desk) {
         const names = await desk.page.getByRole("listbox", { name: "Units" }).getByRole("option").locator("span:nth-child(2)").allTextContents();
@@ -160,7 +163,7 @@ export const DEEDS: readonly Deed[] = [
         if (await isSeen(dialog(desk))) throw new NotNow(); // the keys would go to the question
         await desk.page.keyboard.type(`${mark.text} `);
         if ((await textIn(desk, LABELS[kind]))?.includes(mark.text)) world.ledger.marks.add(mark);
-        await consent(desk, kind === "script" ? desk.page.getByRole("region", { name: "Script", exact: true }) : paneOf(desk, /^FBI/)).catch(() => {});
+        await consent(desk, textPane(desk, kind)).catch(() => {});
     } },
     { name: "types and takes it back", weight: 4, async do(world, desk) {
         const kind = textKind(world);
@@ -171,7 +174,7 @@ export const DEEDS: readonly Deed[] = [
     { name: "reverts a text", weight: 1, async do(world, desk) {
         const kind = textKind(world);
         await goInto(world, desk, kind, "Home");
-        const pane = kind === "script" ? desk.page.getByRole("region", { name: "Script", exact: true }) : paneOf(desk, /^FBI/);
+        const pane = textPane(desk, kind);
         await press(button(pane, "Revert"));
         await takenBack(world, desk, kind);
     } },
@@ -181,13 +184,13 @@ export const DEEDS: readonly Deed[] = [
         await button(dialog(desk), /^(Take the merged text|Close)$/).first().click();
     } },
     { name: "takes the other program's text", weight: 1, async do(world, desk) {
-        const inScript = button(desk.page.getByRole("region", { name: "Script", exact: true }), "Take theirs");
+        const inScript = button(textPane(desk, "script"), "Take theirs");
         const kind = await isSeen(inScript) ? "script" : "definition";
         await press(button(desk.page, "Take theirs"));
         await takenBack(world, desk, kind);
     } },
     { name: "tries a script", weight: 3, async do({ chance }, desk) {
-        await press(button(desk.page.getByRole("region", { name: "Script", exact: true }), "Try"));
+        await press(button(textPane(desk, "script"), "Try"));
         if (chance.percent(60)) await press(button(desk.page, "Back"));
     } },
     { name: "runs the script", weight: 3, async do(_, desk) {

@@ -65,11 +65,12 @@ export async function openWorld(chance: Random, note: (text: string) => void): P
         // what "Copy text" gives, without the browser's clipboard
         Object.defineProperty(navigator, "clipboard", { value: { writeText: async (text: string) => { (window as { copied?: string }).copied = text; } } });
     });
-    bench.context.setDefaultTimeout(6_000);
+    bench.context.setDefaultTimeout(15_000);
     const world: World = {
         bench, disk, isMounted, roots: roots!, papers, ledger: book!, desks: [], chance, note, archives: new Set(), first: new Map(),
         async openDesk() {
             const desk = { page: await bench.open(), unit: "", openedAt: Date.now() };
+            await desk.page.locator("canvas:not([data-shown=''])").first().waitFor({ timeout: 60_000 });
             world.desks.push(desk);
             return desk;
         },
