@@ -10,6 +10,8 @@ export type Kind = "script" | "definition" | "model" | "texture";
 export interface Paper {
     kind: Kind;
     unit: string;
+    /** Another unit with the same file. */
+    otherUnit?: string;
     /** The loose file, or the archive that holds it. */
     path: string;
     /** Within the archive. */
@@ -74,7 +76,7 @@ export function ledger(papers: readonly Paper[]) {
     /** Which file a request of the page writes, and with what. */
     function written(type: string, data: unknown): { paper: Paper; text: string } | undefined {
         const { name, text, checkOnly, script } = (data ?? {}) as Save;
-        const of = (kind: Kind, unit = name): Paper | undefined => papers.find((one) => one.kind === kind && one.unit === unit);
+        const of = (kind: Kind, unit = name): Paper | undefined => papers.find((one) => one.kind === kind && (one.unit === unit || one.otherUnit === unit));
         const found = (paper: Paper | undefined, content = ANY) => paper && { paper, text: content };
         if (type === "save-fbi-raw" && !checkOnly) return found(of("definition"), text);
         if (type === "save-unit") return script ? found(of("script"), script.bos) : found(of("model"));

@@ -104,7 +104,7 @@ export function rememberArchive(world: World): void {
 function papersOn(disk: string): Paper[] {
     const archive = join(disk, "mod/marshmod.ufo");
     return [
-        makePaper("script", "GLDCRAB", join(disk, "found/scripts/GLDCRAB.bos")),
+        { ...makePaper("script", "GLDCRAB", join(disk, "found/scripts/GLDCRAB.bos")), otherUnit: "GLDYARD" },
         makePaper("definition", "GLDCRAB", join(disk, "found/units/GLDCRAB.fbi")),
         makePaper("definition", "GLDYARD", join(disk, "found/units/GLDYARD.fbi")),
         makePaper("script", "FENRAFT", archive, "scripts/FENRAFT.bos"),
