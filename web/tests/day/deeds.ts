@@ -1,6 +1,6 @@
 // What a modder does at the page, one thing at a time, with keys and mouse.
 import { join } from "node:path";
-import type { Locator, Page } from "playwright-core";
+import type { Dialog, Locator, Page } from "playwright-core";
 import { unitIsShown } from "../bench";
 import type { Mark } from "./papers";
 import { type Desk, OWN_UNITS, paperIn, textIn, type World } from "./world";
@@ -295,13 +295,13 @@ export const DEEDS: readonly Deed[] = [
     } },
 ];
 
-/** The browser asks when something is unsaved, and is told to go on. */
+/** The browser asks when something is unsaved, and is told to go on: texts are there again. */
 export async function reload(world: World, desk: Desk): Promise<void> {
-    giveUpAll(world, desk);
-    desk.page.once("dialog", (asked) => void asked.accept().catch(() => {}));
+    const go = (asked: Dialog): void => void asked.accept().catch(() => {});
+    desk.page.on("dialog", go);
     desk.unit = "";
     desk.openedAt = Date.now();
-    await desk.page.reload({ timeout: 10_000 });
+    await desk.page.reload({ timeout: 10_000 }).finally(() => desk.page.off("dialog", go));
     await desk.page.locator("canvas:not([data-shown=''])").first().waitFor();
     await lookAt(desk, world.chance.pick(OWN_UNITS));
 }
