@@ -14,7 +14,7 @@ const seedAt = words.indexOf("--seed");
 const seed = seedAt >= 0 ? Number(words[seedAt + 1]) : Date.now() % 1_000_000;
 const seconds = Number(words.find((word, i) => i !== seedAt + 1 && /^\d+$/.test(word)) ?? 3_600);
 const MOST_FINDINGS = 40;
-const DEED_MS = 60_000;
+const DEED_MS = 180_000;
 
 const began = Date.now();
 const clock = (): string => ((Date.now() - began) / 1000).toFixed(1).padStart(7);
@@ -45,6 +45,10 @@ async function find(world: World, text: string): Promise<void> {
         await page.screenshot({ path: join(folder, `day_${seed}_${findings.length}_${i}.png`) }).catch(() => {});
 }
 
+/** In one line, as far as it says what was waited for. */
+const messageOf = (error: unknown): string => error instanceof Error
+    ? error.message.replace(/\x1b\[\d+m/g, "").split("\n").filter(Boolean).slice(0, 6).join(" | ") : String(error);
+
 /** One deed; without a fault around, it must succeed or be impossible. */
 async function doDeed(world: World, mustSucceed: boolean): Promise<void> {
     const deed = world.chance.weighted(DEEDS);
@@ -56,9 +60,8 @@ async function doDeed(world: World, mustSucceed: boolean): Promise<void> {
     } catch (error) {
         const isNotNow = error instanceof NotNow;
         count(deed.name, isNotNow ? "notNow" : "failed");
-        const why = error instanceof Error ? error.message.replace(/\x1b\[\d+m/g, "").split("\n").filter(Boolean).slice(0, 6).join(" | ") : String(error);
-        note(`    ${isNotNow ? "not now" : why}`);
-        if (mustSucceed && !isNotNow) await find(world, `${deed.name}: ${why}`);
+        note(`    ${isNotNow ? "not now" : messageOf(error)}`);
+        if (mustSucceed && !isNotNow) await find(world, `${deed.name}: ${messageOf(error)}`);
         await desk.page.keyboard.press("Escape").catch(() => {});
     }
 }
@@ -88,7 +91,7 @@ async function calm(world: World): Promise<void> {
     const rest = async (desk: Desk): Promise<void> => { for (const fault of await comeToRest(desk)) await find(world, fault); };
     for (const desk of world.desks) {
         await rest(desk);
-        await lookAround(desk).catch(async (error) => find(world, `cannot look around: ${String(error).split("\n")[0]}`));
+        await lookAround(desk).catch(async (error) => find(world, `cannot look around: ${messageOf(error)}`));
         await rest(desk);
     }
     let wrong = await contradictions(world);
@@ -116,7 +119,7 @@ try {
     await lookAt(await world.openDesk(), OWN_UNITS[0]);
     for (let measured = 0; Date.now() - began < seconds * 1_000 && findings.length < MOST_FINDINGS; rounds++) {
         await hour(world);
-        await calm(world);
+        await calm(world).catch((error) => find(world, `cannot be looked at: ${messageOf(error)}`));
         if (Date.now() - measured < 60_000) continue;
         measured = Date.now();
         sizes.push(await figures(world));

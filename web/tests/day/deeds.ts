@@ -15,7 +15,7 @@ interface Deed {
 /** What cannot be done as things stand; a person does something else then. */
 export class NotNow extends Error {}
 
-const SOON_MS = 1_500;
+const SOON_MS = 5_000;
 
 export const button = (where: Page | Locator, name: string | RegExp): Locator => where.getByRole("button", { name, exact: true });
 const dialog = ({ page }: Desk): Locator => page.getByRole("dialog");
@@ -301,7 +301,7 @@ export async function reload(world: World, desk: Desk): Promise<void> {
     desk.page.on("dialog", go);
     desk.unit = "";
     desk.openedAt = Date.now();
-    await desk.page.reload({ timeout: 10_000 }).finally(() => desk.page.off("dialog", go));
+    await desk.page.reload().finally(() => desk.page.off("dialog", go));
     await desk.page.locator("canvas:not([data-shown=''])").first().waitFor();
     await lookAt(desk, world.chance.pick(OWN_UNITS));
 }

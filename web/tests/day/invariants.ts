@@ -26,8 +26,8 @@ interface Invariant {
 }
 
 const REST_MS = 600;
-const ALIVE_WITHIN_MS = 10_000;
-const REST_WITHIN_MS = 20_000;
+const ALIVE_WITHIN_MS = 30_000;
+const REST_WITHIN_MS = 60_000;
 
 /** Ends what a person would end, and waits until nothing is under way any more; resolves with what is still. */
 export async function comeToRest(desk: Desk): Promise<string[]> {

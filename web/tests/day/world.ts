@@ -65,7 +65,7 @@ export async function openWorld(chance: Random, note: (text: string) => void): P
         // what "Copy text" gives, without the browser's clipboard
         Object.defineProperty(navigator, "clipboard", { value: { writeText: async (text: string) => { (window as { copied?: string }).copied = text; } } });
     });
-    bench.context.setDefaultTimeout(15_000);
+    bench.context.setDefaultTimeout(60_000);
     const world: World = {
         bench, disk, isMounted, roots: roots!, papers, ledger: book!, desks: [], chance, note, archives: new Set(), first: new Map(),
         async openDesk() {
