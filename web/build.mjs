@@ -25,7 +25,7 @@ if (process.argv.includes("--tests")) {
     rmSync(join(out, "tests"), { recursive: true, force: true });
     await build({
         ...node, outdir: join(out, "tests"), outExtension: { ".js": ".mjs" },
-        entryPoints: readdirSync(join(here, "tests")).filter((name) => name.endsWith(".test.ts") || ["run.ts", "shots.ts", "measure.ts", "large.ts"].includes(name))
+        entryPoints: readdirSync(join(here, "tests")).filter((name) => name.endsWith(".test.ts") || ["run.ts", "day.ts", "shots.ts", "measure.ts", "large.ts"].includes(name))
             .map((name) => join(here, "tests", name)),
         external: ["playwright-core", "esbuild"], splitting: true,
     });

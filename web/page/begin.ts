@@ -12,7 +12,7 @@ import { openRoots, refreshUnits, reopenRoots, setStart, units } from "./store/r
 import { followUnit, scripts } from "./store/script";
 import { followTextures, recoloured } from "./store/textures";
 import { resetTrace } from "./store/trace";
-import { loadedUnit, mayLeaveUnit, noteChangedFiles, openUnit, reloadUnit, resetUnit, wantedUnit } from "./store/unit";
+import { loadedUnit, mayLeaveUnit, noteChangedFiles, openUnit, reloadUnit, resetUnit, unit, wantedUnit } from "./store/unit";
 import { messageOf } from "./work/newest";
 
 export function begin(): void {
@@ -23,7 +23,8 @@ export function begin(): void {
         },
         revived: () => void reopen(),
         filesChanged(paths) {
-            void refreshUnits();
+            // what stood in the way of a unit may be gone
+            void refreshUnits().then(() => { if (unit.peek().state === "failed") void reloadUnit(); });
             noteChangedFiles(paths);
         },
     });

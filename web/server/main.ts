@@ -22,11 +22,13 @@ export interface ServerOptions {
     port?: number;
     /** Of an earlier server, whose pages then find this one; else a new one. */
     token?: string;
-    hold?: SessionOptions["hold"];
+    around?: SessionOptions["around"];
 }
 
 export interface RunningServer {
     address: string;
+    /** Ends the connections of all pages, which connect again. */
+    cut(): void;
     close(): Promise<void>;
 }
 
@@ -91,17 +93,22 @@ export async function serve(options: ServerOptions): Promise<RunningServer> {
             return;
         }
         sockets.handleUpgrade(request, socket, head, (page) =>
-            openSession(page, { program: options.program, own, hold: options.hold }));
+            openSession(page, { program: options.program, own, around: options.around }));
     });
 
     await listen(options.port ?? 0).catch(() => listen(0));
     return {
         address: `${address()}/${token}/`,
+        cut,
         async close() {
-            for (const page of sockets.clients) page.terminate();
+            cut();
             await new Promise((resolve) => { server.close(resolve); server.closeAllConnections(); });
         },
     };
+
+    function cut(): void {
+        for (const page of sockets.clients) page.terminate();
+    }
 
     function listen(port: number): Promise<void> {
         return new Promise((resolve, reject) => {

@@ -16,8 +16,8 @@ export interface SessionOptions {
     program: string;
     /** The server's own messages. */
     own: (type: string, data: unknown) => Promise<unknown> | undefined;
-    /** For tests: holds a request back until it resolves. */
-    hold?: (type: string) => Promise<void> | undefined;
+    /** For tests: stands around each request for the back end, and may hold or note it. */
+    around?: (type: string, data: unknown, ask: () => Promise<Answer>) => Promise<Answer>;
 }
 
 export function openSession(socket: WebSocket, options: SessionOptions): void {
@@ -111,8 +111,8 @@ export function openSession(socket: WebSocket, options: SessionOptions): void {
         const own = options.own(type, data);
         if (own) return { data: await own };
         if (type === "shutdown") throw new Error("a page does not shut the editor down");
-        await options.hold?.(type);
-        return inBackground ? askBackground(id, type, data) : askMain(id, type, data);
+        const ask = () => inBackground ? askBackground(id, type, data) : askMain(id, type, data);
+        return options.around ? options.around(type, data, ask) : ask();
     }
 
     async function serve(request: PageRequest): Promise<void> {

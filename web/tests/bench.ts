@@ -5,7 +5,7 @@ import { cpSync, existsSync, mkdirSync, mkdtempSync, rmSync, writeFileSync } fro
 import { tmpdir } from "node:os";
 import { join, resolve } from "node:path";
 import { test as nodeTest, type TestContext } from "node:test";
-import { type Browser, type BrowserContextOptions, chromium, type Page } from "playwright-core";
+import { type Browser, type BrowserContext, type BrowserContextOptions, chromium, type Page } from "playwright-core";
 import { startEditor } from "../server/editor";
 import { type RunningServer, serve, type ServerOptions } from "../server/main";
 import type { Roots } from "../wire";
@@ -17,10 +17,13 @@ export const OUT = resolve(process.env["ORB_WEB_BUILD"] ?? "build/web");
 const FAILURES = join(OUT, "failures");
 
 const FLAGS = ["--no-sandbox", "--use-angle=swiftshader", "--enable-unsafe-swiftshader", "--disable-gpu-vsync"];
-const LIMIT_MS = 10_000;
+/** On a machine that has much else to do everything may take so many times as long. */
+export const PATIENCE = Number(process.env["ORB_PATIENCE"] ?? 1);
+const LIMIT_MS = 10_000 * PATIENCE;
 
 export interface Bench {
     page: Page;
+    context: BrowserContext;
     server: RunningServer;
     /** A fresh copy of the sample data: game, mod, faulty, found, maps. */
     data: string;
@@ -32,6 +35,8 @@ export interface Bench {
     killEditor(): Promise<void>;
     /** Lets the page's editor answer no more: what is asked from now on is in flight when it is killed. */
     freezeEditor(): Promise<void>;
+    /** Ends the connections of all pages, which connect again. */
+    cut(): void;
     /** Ends the server; the function that it resolves with starts it again. */
     stopServer(): Promise<() => Promise<void>>;
     /** A further page of the same server. */
@@ -52,6 +57,8 @@ export interface BenchOptions {
     roots?: (data: string) => Roots;
     page?: BrowserContextOptions;
     server?: Partial<ServerOptions>;
+    /** Stands around each request for the back end. */
+    around?: ServerOptions["around"];
 }
 
 let shared: Promise<Browser> | undefined;
@@ -107,10 +114,16 @@ export async function openBench(options: BenchOptions): Promise<OpenBench> {
     const lines: string[] = [];
     const errors: string[] = [];
     const forgiven: RegExp[] = [];
+    const roots = options.roots?.(data) ?? sample;
     const start = (again: Partial<ServerOptions> = {}): Promise<RunningServer> => serve({
-        program: join(BUILD, "orb-unit-editor"), folder: join(OUT, "page"), roots: options.roots?.(data) ?? sample,
+        program: join(BUILD, "orb-unit-editor"), folder: join(OUT, "page"), roots,
         sample, state: join(scratch, "state"),
-        hold(type) { lines.push(type); if (lines.length > 400) lines.shift(); return holds.get(type); },
+        async around(type, data, ask) {
+            lines.push(type);
+            if (lines.length > 400) lines.shift();
+            await holds.get(type);
+            return options.around ? options.around(type, data, ask) : ask();
+        },
         ...options.server, ...again,
     });
     let server = await start();
@@ -127,7 +140,7 @@ export async function openBench(options: BenchOptions): Promise<OpenBench> {
 
     const page = await open();
     return {
-        page, server, data, scratch, open,
+        page, context, server, data, scratch, open,
         lines: () => lines,
         errors: () => errors.filter((text) => !forgiven.some((pattern) => pattern.test(text))),
         expectErrors(pattern) { forgiven.push(pattern); },
@@ -136,6 +149,7 @@ export async function openBench(options: BenchOptions): Promise<OpenBench> {
             holds.set(type, new Promise((resolve) => { release = () => { holds.delete(type); resolve(); }; }));
             return () => release();
         },
+        cut: () => server.cut(),
         async stopServer() {
             const { port, pathname } = new URL(server.address);
             await server.close();

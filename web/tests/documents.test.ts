@@ -194,3 +194,19 @@ flow("what others write right after a save is not taken for the page's own", fou
     await page.getByRole("option", { name: /NEWONE/ }).waitFor(); // told behind the page's own write
     assert.equal(await page.getByText("changed on disk").count(), 0);
 });
+
+flow("what is unsaved is there again when the page is loaded anew", found(), async ({ page, data }) => {
+    await openUnit(page, "GLDCRAB");
+    await typeAtTop(page, "// mine\n");
+    page.once("dialog", (asked) => void asked.accept());
+    await page.reload();
+    await eventually(() => unsaved(page).allTextContents(), ["1 script unsaved"]);
+    await openUnit(page, "GLDCRAB");
+    await script(page).getByText("// mine").waitFor();
+    await script(page).click();
+    await saveWithConsent(page, "script");
+    assert.equal(readFileSync(scriptOf(data), "utf8"), `// mine\n${SCRIPT}`);
+    await page.reload();
+    await openUnit(page, "GLDCRAB");
+    assert.equal(await unsaved(page).count(), 0);
+});

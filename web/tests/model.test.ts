@@ -1,6 +1,6 @@
 // Flow 8: the model, its faces and what mends them.
 import assert from "node:assert/strict";
-import { existsSync, readFileSync } from "node:fs";
+import { copyFileSync, existsSync, readFileSync } from "node:fs";
 import { join } from "node:path";
 import type { Page } from "playwright-core";
 import { type BenchOptions, eventually, eventuallyMatches, flow, unitIsShown } from "./bench";
@@ -94,16 +94,30 @@ flow("copies a unit of the base game into the mod to save its model", {}, async 
     await eventuallyMatches(() => page.getByRole("contentinfo").textContent(), /writable/);
 });
 
-flow("asks before another unit ends unsaved steps", {}, async ({ page, killEditor }) => {
-    await openFaces(page, "FENWADE");
-    await page.getByLabel("Fix", { exact: true }).selectOption("make-selection");
-    await button(page, "Make a selection plate").click();
-    await eventually(() => history(page), "1. Make selection plate");
+flow("asks before another unit ends unsaved steps, and makes them again with the next editor", FAULTY,
+    async ({ page, data, killEditor }) => {
+    await openFaces(page, "FLTMESH");
+    for (const factor of ["2", "3", "4"]) {
+        await page.getByLabel("Fix", { exact: true }).selectOption("scale");
+        await page.getByLabel("Factor").fill(factor);
+        await button(page, "Scale").click();
+        await eventuallyMatches(() => history(page), new RegExp(`^${Number(factor) - 1}. Scale`));
+    }
+    await button(page, "Undo").click();
+    await eventuallyMatches(() => history(page), /^2. Scale/);
     await page.getByLabel("Search units").fill("KILCART");
     await page.keyboard.press("Enter");
-    const dialog = page.getByRole("dialog", { name: "Give up the edits of FENWADE's model?" });
+    const dialog = page.getByRole("dialog", { name: "Give up the edits of FLTMESH's model?" });
     await dialog.getByRole("button", { name: "Cancel" }).click();
-    await unitIsShown(page, "FENWADE");
+    await unitIsShown(page, "FLTMESH");
+    const size = () => page.getByRole("listbox", { name: "Faces" }).getByRole("option").count();
+    const before = await size();
     await killEditor();
-    await page.getByRole("alert").getByText("1 unsaved step of the model are lost").or(page.getByText(/unsaved step/)).first().waitFor();
+    await eventuallyMatches(() => history(page), /^2. Scale/);
+    await page.getByText("changed", { exact: true }).waitFor();
+    await eventually(size, before);
+    const file = join(data, "faulty/objects3d/FLTMESH.3do");
+    copyFileSync(join(data, "faulty/objects3d/FLTTINT.3do"), file);
+    await killEditor();
+    await page.getByRole("alert").getByText("2 unsaved steps of the model are lost: its file has changed").waitFor();
 });

@@ -129,7 +129,9 @@ test("a page gets an editor of its own, and it ends with the page, also in the m
 test("the end of an editor answers all that wait, and another one is there", async (t) => {
     let release = (): void => {};
     const held = new Promise<void>((resolve) => { release = resolve; });
-    const { server } = await openServer(t, { hold: (type) => type === "get-sound" ? held : undefined });
+    const { server } = await openServer(t, {
+        around: async (type, _, ask) => { if (type === "get-sound") await held; return ask(); },
+    });
     const page = openSocket(server.address);
     await page.opened;
     const { roots } = (await page.ask("server-start") as { data: { roots: object } }).data;

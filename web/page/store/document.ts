@@ -1,10 +1,11 @@
-// Lifetime: the page. Texts that are edited, of scripts and of definitions alike. A text belongs to a file: what was
+// Lifetime: the tab. Texts that are edited, of scripts and of definitions alike. A text belongs to a file: what was
 // edited of other files is kept, and nothing is written over what another program has written since.
 import { batch, computed, type ReadonlySignal, signal } from "@preact/signals";
 import type { WriteResult } from "protocol";
 import { plainText, withEndsOf } from "../work/line_ends";
 import { messageOf, newestNext, whenQuiet, within } from "../work/newest";
 import { wellFormed } from "../work/well_formed";
+import { keepDrafts, keptDrafts } from "./kept_drafts";
 import { write } from "./question";
 import { resource } from "./resource";
 import { rootsKey } from "./roots";
@@ -61,7 +62,10 @@ const isChanged = ({ text, base }: Document<SavedText>): boolean => text !== bas
 
 export function documents<S extends SavedText, F>(kind: DocumentKind<S, F>) {
     const shown = signal<Document<S> | undefined>(undefined);
-    const drafts = signal<ReadonlyMap<string, Document<S>>>(new Map());
+    const drafts = signal<ReadonlyMap<string, Document<S>>>(keptDrafts(kind.word));
+    const keep = (): void => keepDrafts(kind.word, drafts.peek());
+    const keepSoon = whenQuiet(TYPING_MS, keep);
+    addEventListener("pagehide", keep);
     const number = signal(0);
     const found = signal<readonly F[]>([]);
     const fault = signal("");
@@ -86,6 +90,7 @@ export function documents<S extends SavedText, F>(kind: DocumentKind<S, F>) {
             drafts.value = kept;
             if (isWanted(next.unit, next.roots)) shown.value = next;
         });
+        keepSoon.poke();
     }
 
     function change({ unit, roots }: Document<S>, by: Partial<Document<S>>): void {

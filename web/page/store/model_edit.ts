@@ -1,9 +1,11 @@
 // Lifetime: the working model of the loaded unit. Its steps, what was found at it, the faces that are chosen.
 import { batch, computed, effect } from "@preact/signals";
-import type { EditState, ModelFix, ModelPiece } from "protocol";
+import type { EditState, ModelFix, ModelPiece, ModelSummary, Replies } from "protocol";
 import { ask } from "../ask";
 import { type Finding, faceKey, findingOfBleedThrough, findingsOf, findingsOfDuplicates } from "../work/findings";
 import { buildFix, cornersOf, facesConcerned, type FixInput, type FixKind, type FixWord, FIX_FOR } from "../work/model_fixes";
+import { messageOf } from "../work/newest";
+import { asSaved, NO_FIXES, type UnsavedFixes, withAgain, withFix, withoutLast } from "../work/unsaved_fixes";
 import { counted } from "../work/words";
 import { isAlive, say } from "./connection";
 import { askUser, write } from "./question";
@@ -26,6 +28,11 @@ const [analysed, setAnalysed] = state<readonly Finding[]>([]);
 const [chosenTitle, setChosen] = state<string | undefined>(undefined);
 const [fixWords, setWords] = state<FixInput["words"]>({});
 const { failure: editFailure, fail, attempt, forget } = wishes();
+let unsaved: UnsavedFixes = NO_FIXES;
+/** The pieces of the model as its file has them. */
+let savedShape = "";
+/** What is to be made again with the next editor. */
+let interrupted: { unit: string; shape: string; fixes: readonly ModelFix[] } | undefined;
 
 export { editFailure, editState, fixWords, steps };
 /** Faces that were clicked. */
@@ -37,8 +44,11 @@ export const [fixKind, prepareFix] = state<FixKind>("add-twins");
 export const details = resource<readonly ModelPiece[]>(async () => {
     const { pieces, ...edits } = await ask("model-get-unit-summary");
     setState(edits);
+    if (!edits.isDirty) savedShape = shapeOf(pieces);
     return Promise.all(pieces.map(({ index }) => ask("model-get-piece", { piece: index })));
 });
+const shapeOf = (all: ModelSummary["pieces"]): string =>
+    JSON.stringify(all.map(({ name, position, vertexCount, faceCount }) => [name, position, vertexCount, faceCount]));
 const shownPieces = computed(() => valueOf(details.shown.value) ?? []);
 /** What the model reports, and behind it what the newest analysis found. */
 export const findings = computed(() => [...findingsOf(shownPieces.value), ...analysed.value]);
@@ -104,6 +114,7 @@ export function applyFix(fix: ModelFix): Promise<boolean> {
         const { label, changed, ...edits } = await ask("model-apply-fix", fix);
         if (changed === 0) return say(`${label}: nothing to change`);
         setSteps([...steps.peek().slice(0, editState.peek().undoDepth), label].slice(-MAX_STEPS));
+        unsaved = withFix(unsaved, fix);
         await takeState(edits);
         say(`${label}: ${changed} changed`);
     });
@@ -114,17 +125,23 @@ export const redo = (): Promise<boolean> => step("model-redo", "made again");
 
 function step(type: "model-undo" | "model-redo", word: string): Promise<boolean> {
     return attempt(async () => {
-        const { label, ...edits } = await ask(type);
+        const { label, ...edits } = await stepBy(type);
         await takeState(edits);
         say(`${label}: ${word}`);
     });
+}
+
+async function stepBy(type: "model-undo" | "model-redo"): Promise<Replies["model-undo"]> {
+    const reply = await ask(type);
+    unsaved = type === "model-undo" ? withoutLast(unsaved) : withAgain(unsaved);
+    return reply;
 }
 
 /** Undoes or makes again until so many steps are made. */
 export function goToStep(depth: number): Promise<boolean> {
     return attempt(async () => {
         let edits = editState.peek();
-        while (edits.undoDepth !== depth) edits = await ask(edits.undoDepth > depth ? "model-undo" : "model-redo");
+        while (edits.undoDepth !== depth) edits = await stepBy(edits.undoDepth > depth ? "model-undo" : "model-redo");
         await takeState(edits);
     });
 }
@@ -133,6 +150,7 @@ export function revertModel(): Promise<boolean> {
     return attempt(async () => {
         await ask("model-revert");
         setSteps([]);
+        unsaved = NO_FIXES;
         await takeState(NO_STEPS);
         say("The model is as it was saved");
     });
@@ -145,6 +163,7 @@ export async function saveModel(): Promise<void> {
     await attempt(async () => {
         const { outcome, resolvedPath } = await write(name, `the model of ${name}`,
             (allowBackupCreation) => ask("save-unit", { name, allowBackupCreation }), async () => {
+                unsaved = asSaved(unsaved);
                 const { source } = await ask("resolve-unit-source", { name });
                 takeSource(source);
                 await resetScript(); // the back end has loaded the unit again: its script is at rest
@@ -188,21 +207,56 @@ export function followModel(): void {
         shown = next;
         reset();
         // that steps were lost is still to be read when the same unit is back
-        if (now.state === "ready" && now.value.unitName !== name) forget();
-        if (now.state === "ready") name = now.value.unitName;
+        if (now.state !== "ready") return;
+        if (now.value.unitName !== name) forget();
+        name = now.value.unitName;
+        if (interrupted) void repeatFixes(interrupted);
     });
     effect(() => {
         if (isAlive.value) return;
         const { isDirty, undoDepth } = editState.peek();
+        const unit = loadedUnit.peek()?.unitName;
+        const fixes = unsaved.made;
+        if (isDirty && unit !== undefined && fixes) interrupted ??= { unit, shape: savedShape, fixes };
         reset();
-        if (isDirty) fail(`the editor has ended: ${counted(undoDepth, "unsaved step")} of the model are lost`);
+        if (isDirty) fail(`the editor has ended: ${sayUnsaved(interrupted?.fixes.length ?? undoDepth)} ` +
+            (interrupted ? "to be made again with the next one" : "lost"));
     });
+}
+
+const sayUnsaved = (count: number): string => `${counted(count, "unsaved step")} of the model ${count === 1 ? "is" : "are"}`;
+
+/** What was not saved when the editor ended is made again, if the model's file is as it was. */
+async function repeatFixes(wish: NonNullable<typeof interrupted>): Promise<void> {
+    try {
+        if (loadedUnit.peek()?.unitName !== wish.unit) throw new Error("another unit is loaded");
+        const { pieces } = await ask("model-get-unit-summary");
+        if (shapeOf(pieces) !== wish.shape) throw new Error("its file has changed");
+        const labels: string[] = [];
+        let edits = NO_STEPS;
+        for (const fix of wish.fixes) {
+            const { label, changed, ...next } = await ask("model-apply-fix", fix);
+            edits = next;
+            if (changed > 0) labels.push(label);
+        }
+        interrupted = undefined;
+        unsaved = { made: wish.fixes, undone: [] };
+        setSteps(labels);
+        fail("");
+        await takeState(edits);
+        say(`The editor had ended: ${sayUnsaved(labels.length)} made again`);
+    } catch (error) {
+        if (!isAlive.peek()) return; // with the one after it
+        interrupted = undefined;
+        fail(`the editor has ended: ${sayUnsaved(wish.fixes.length)} lost: ${messageOf(error)}`);
+    }
 }
 
 function reset(): void {
     batch(() => {
         setState(NO_STEPS);
         setSteps([]);
+        unsaved = NO_FIXES;
         pickFaces([]);
         setAnalysed([]);
         setChosen(undefined);
