@@ -14,6 +14,7 @@ using std::string_view;
 
 constexpr string_view kBlanks = " \t";
 constexpr string_view kLineBreaks = "\r\n";
+constexpr const char* kMalformed = "cannot edit: the text around a changed key is malformed";
 
 struct Assignment {
     string_view key;
@@ -116,12 +117,13 @@ public:
             const auto assignments = assignmentsOf(change.key);
             if (assignments.empty()) continue;
             const Assignment& last = *assignments.back();
-            if (!change.value)
-                for (const Assignment* assignment : assignments) remove(*assignment);
-            else if (io::fbiValueReadsAs(last.key, last.value, io::tdfTrimmed(*change.value)))
+            if (change.value &&
+                io::fbiValueReadsAs(last.key, last.value, io::tdfTrimmed(*change.value)))
                 continue;
-            else
+            if (change.value)
                 replaceValue(last, io::tdfTrimmed(*change.value));
+            else
+                for (const Assignment* assignment : assignments) remove(*assignment);
             result.changed.emplace_back(last.key);
         }
         result.text = finish(changes);
@@ -188,12 +190,26 @@ private:
             isOneLine(terminator) && terminator.ends_with(io::kTdfValueEnd) ? terminator : ";";
     }
 
+    /// Where a ";" was forgotten the value holds the next statements too, which nobody asked to
+    /// change.
+    void requireOneLine(const Assignment& assignment) const {
+        const bool goesOn = assignment.value.find_first_of(kLineBreaks) != string_view::npos;
+        const std::size_t assign = endOf(assignment.key);
+        const bool beginsLate = text_.substr(assign, offsetOf(assignment.value) - assign)
+                                    .find_first_of(kLineBreaks) != string_view::npos;
+        if (goesOn || (beginsLate && assignment.value.find('=') != string_view::npos))
+            throw RequestError(std::string(kMalformed) + ": the value of \"" +
+                               std::string(assignment.key) + "\" runs over the end of its line");
+    }
+
     void replaceValue(const Assignment& assignment, string_view value) {
+        requireOneLine(assignment);
         splices_.push_back(
             {offsetOf(assignment.value), endOf(assignment.value), std::string(value)});
     }
 
     void remove(const Assignment& assignment) {
+        requireOneLine(assignment);
         std::size_t begin = offsetOf(assignment.key);
         std::size_t end = assignment.end;
         const std::size_t lineBegin = text_.substr(0, begin).find_last_not_of(kBlanks) + 1;
@@ -264,7 +280,7 @@ private:
         const auto before = others(scan_);
         const auto after = others(scanText(edited));
         if (!std::equal(before.begin(), before.end(), after.begin(), after.end(), readsAlike))
-            throw RequestError("cannot edit: the text around a changed key is malformed");
+            throw RequestError(kMalformed);
     }
 
     string_view text_;
