@@ -92,6 +92,9 @@ OrderProgress carryOut(WorldParts& world, TickScratch& scratch, Unit& unit, Unit
     switch (order.kind) {
         case OrderKind::move:
         case OrderKind::patrol:
+            if (order.source == OrderSource::chase &&
+                unit.standing.move == StandingOrders::kHoldsPlace)
+                return kDone;
             return move(unit, order, wish);
         case OrderKind::attack:
         case OrderKind::fire:

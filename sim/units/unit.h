@@ -174,7 +174,7 @@ struct Unit {
     /// The piece that it is aimed at and hit round, as its script said at its birth; -1 for none.
     std::int32_t sweetSpot = -1;
     UnitRef lastAttacker;
-    Tick lastAttackedAt = 0;
+    Tick lastAttackedAt = -1;
     /// It does nothing before this tick.
     Tick stunnedUntil = 0;
     std::int32_t kills = 0;
