@@ -69,7 +69,9 @@ void checkValue(OrderMembers& members) {
 
 /// With what parts it from the words before.
 std::string_view textOf(sim::OrderHindrance hindrance) {
-    constexpr std::array<std::string_view, 10> kTexts = {"",
+    constexpr std::array<std::string_view, 12> kTexts = {"",
+                                                         ": itself",
+                                                         ": aboard already",
                                                          ": hold full",
                                                          ": nobody aboard",
                                                          ": too large",

@@ -175,6 +175,7 @@ bool isTargetThere(const WorldParts& world, const Unit& unit, const OrderRequest
     if (request.kind == OrderKind::unload)
         return target && (target->carrier == unit.ref() ||
                           (request.isQueued && isToDo(unit, OrderKind::load, target)));
+    if (request.kind == OrderKind::load) return target;  // see below
     const bool mustBePresent = request.kind != OrderKind::guard;
     return target && target != &unit && (!mustBePresent || target->isPresent());
 }
@@ -251,6 +252,8 @@ bool isHoldFull(const Unit& unit) {
 }
 
 OrderHindrance testLoad(const Unit& unit, const Unit& load, bool isQueued) {
+    if (&load == &unit) return OrderHindrance::itself;
+    if (load.carrier) return OrderHindrance::aboard;
     if (load.player != unit.player) return OrderHindrance::ofOtherPlayer;
     if (!canBeCarried(*load.type)) return OrderHindrance::cannotBeCarried;
     if (!fitsHold(*unit.type, *load.type)) return OrderHindrance::tooLarge;

@@ -86,6 +86,9 @@ enum class OrderRefusal : std::uint8_t {
 /// Why a unit that has the tools cannot do with a certain target what it is told.
 enum class OrderHindrance : std::uint8_t {
     none,
+    itself,
+    /// Of somebody, maybe of this unit.
+    aboard,
     holdFull,
     holdEmpty,
     tooLarge,

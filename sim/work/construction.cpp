@@ -35,6 +35,13 @@ UnitBirth birthOf(const WorldParts& world, const Unit& unit, const Order& order)
     return birth;
 }
 
+/// What a factory was told to do without orders, other than it would by itself, its products do.
+void handStandingOn(const Unit& factory, Unit& product) {
+    const UnitType& type = *factory.type;
+    if (factory.standing.move != type.moveState) product.standing.move = factory.standing.move;
+    if (factory.standing.fire != type.fireState) product.standing.fire = factory.standing.fire;
+}
+
 /// Sets up the frame of what the unit's order is to build.
 void beginFrame(WorldParts& world, TickScratch& scratch, Unit& unit) {
     if (unit.orders.empty() || world.state.units.isFull()) return;
@@ -43,10 +50,12 @@ void beginFrame(WorldParts& world, TickScratch& scratch, Unit& unit) {
     Unit& frame = placeUnit(world, birth);
     frame.growth.wasBegun = true;
     frame.growth.builtAt = world.state.tick;
-    if (unit.type->isBuilding)
+    if (unit.type->isBuilding) {
         unit.labour.site = frame.ref();
-    else
+        handStandingOn(unit, frame);
+    } else {
         unit.orders.front().target = frame.ref();
+    }
     scratch.fit(world.state.units.slotCount());
 }
 

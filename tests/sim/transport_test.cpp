@@ -173,7 +173,7 @@ TEST(Transport, RefusesWhatItCannotCarry) {
         EXPECT_EQ(given.refusal, OrderRefusal::cannotWork);
         return given.hindrance;
     };
-    EXPECT_EQ(answer(ferry, ferry), OrderRefusal::noSuchTarget);
+    EXPECT_EQ(why(ferry), OrderHindrance::itself);
     EXPECT_EQ(why(field.place(large, 1, 300, 300)), OrderHindrance::tooLarge);
     EXPECT_EQ(why(field.place(heavy, 1, 400, 300)), OrderHindrance::cannotBeCarried);
     EXPECT_EQ(why(field.place(planeType(), 1, 500, 300)), OrderHindrance::cannotBeCarried);

@@ -298,10 +298,15 @@ TEST(Works, FactoriesHandOrdersOn) {
     patrol.isQueued = true;
     field.give(factory, patrol);
     EXPECT_TRUE(factory.orders.empty());
+    OrderRequest hold;
+    hold.kind = OrderKind::fireState;
+    hold.value = 0;
+    field.give(factory, hold);
     field.give(factory, buildOrder(cart, 0, 0));
     field.tick(5);
     const Unit* made = unitNamed(field, "CART");
     ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->standing.fire, 0);
     ASSERT_EQ(made->orders.size(), 3U);
     EXPECT_EQ(made->orders[0].place, at(700, 500));
     EXPECT_GT(made->orders[1].place.z, px(420));
