@@ -218,8 +218,11 @@ bool fly(const WorldParts& world, TickScratch& scratch, Projectile& shot) {
     if (contact.unit &&
         !hitUnit(scratch, shot, *contact.unit, shot.place + shareOf(clear, contact.share)))
         return false;
-    if (obstacle && !obstacle->isEdge && (isStopped || obstacle->feature != 0))
+    const bool goesThrough = obstacle && !isStopped && obstacle->feature != 0;
+    if (obstacle && !obstacle->isEdge &&
+        (isStopped || (goesThrough && obstacle->feature != shot.piercedFeature)))
         burst(scratch, shot, obstacle->place, {}, obstacle->feature);
+    if (goesThrough) shot.piercedFeature = obstacle->feature;
     if (isStopped) return false;
     shot.place = shot.place + way;
     shot.travelled += lengthOf(way);

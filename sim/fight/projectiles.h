@@ -39,8 +39,9 @@ struct Projectile {
     Fixed climbsTo;
     Tick bornAt = 0;
     Tick endsAt = 0;
-    /// What it has hit on its way through.
+    /// What it has hit on its way through: all units, and the last feature by its id.
     std::vector<UnitRef> pierced;
+    std::uint32_t piercedFeature = 0;
 };
 
 template <typename Visit>
@@ -60,8 +61,9 @@ void eachField(const Projectile& shot, Visit visit) {
     visit("bornAt", shot.bornAt);
     visit("endsAt", shot.endsAt);
     visit("pierced", shot.pierced);
+    visit("piercedFeature", shot.piercedFeature);
 }
-static_assert(sizeof(Projectile) == 128);
+static_assert(sizeof(Projectile) == 136);
 
 /// By birth.
 struct Projectiles {

@@ -22,10 +22,11 @@ void seekShot(const WorldParts& world, Unit& unit, GroundPoint place, UnitWish& 
 std::optional<OrderProgress> takeAim(const WorldParts& world, const Unit& unit, const Order& order,
                                      UnitWish& wish) {
     const Unit* const target = world.state.units.find(order.target);
-    if (order.target && (!target || target->isDying)) return kDone;
-    if (target && !target->isPresent()) return failedFor(OrderFailure::targetGone);
     const bool isCommand = order.kind == OrderKind::fire;
     if (isCommand && order.hasFired) return kDone;
+    const bool isGone = order.target && (!target || target->isDying);
+    if (isGone && !isCommand) return kDone;
+    if (isGone || (target && !target->isPresent())) return failedFor(OrderFailure::targetGone);
     const Vector place =
         target ? target->position() : Vector{order.place.x, order.altitude, order.place.z};
     const UnitWish::Attack attack{order.target, place, order.slot, isCommand};

@@ -141,7 +141,8 @@ OrderProgress chase(const WorldParts& world, Unit& unit, const Order& order, Uni
     const bool isNear = isWithinReach(world, unit, attack);
     const bool lacks = isNear && lacksShotAt(unit, enemy->ref());
     if (isNear && !lacks && unit.orders.size() == 1 && isShooting(unit)) return kDone;
-    const bool isStuck = lacks && unit.motion.arrival != Arrival::underWay;
+    const bool isStuck =
+        unit.motion.arrival != Arrival::underWay && (lacks || (!isNear && !isShooting(unit)));
     const OrderProgress progress =
         isStuck ? failedFor(OrderFailure::noWay) : comeNearer(world, unit, attack, lacks, wish);
     if (progress.stage == OrderProgress::Stage::failed)
