@@ -58,6 +58,9 @@ inline constexpr std::int32_t kSearchEvery = 16;
 inline constexpr std::int32_t kClimbPixels = 256;
 /// Pixels below the water's surface that torpedoes keep to.
 inline constexpr std::int32_t kTorpedoDepth = 4;
+/// Pixels above it at which all other shots take what swims or wades, when its own point lies
+/// lower: scripts of ships mostly name the origin of the model, which lies under water.
+inline constexpr std::int32_t kHullHeight = 4;
 /// Pixels beyond its range after which a shot is over. Range is measured between the middles of
 /// units, a shot flies from the muzzle; less, and some end before a target at the very edge.
 inline constexpr std::int32_t kRangeSlack = 32;

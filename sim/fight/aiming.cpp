@@ -132,8 +132,12 @@ std::optional<AimTarget> targetOf(const WorldParts& world, const WeaponState& we
 
 Vector hitCenterFor(const WorldParts& world, const WeaponType& weapon, const Unit& unit) {
     Vector center = hitCenter(world, unit);
+    const Fixed sea = seaLevel(world);
     if (weapon.isWaterWeapon)
-        center.y = std::min(center.y, seaLevel(world) - Fixed::fromInt(rules::kTorpedoDepth));
+        center.y = std::min(center.y, sea - Fixed::fromInt(rules::kTorpedoDepth));
+    else if (isInWater(world, unit) && !isUnderWater(world, unit))
+        center.y = std::max(center.y, std::min(sea + Fixed::fromInt(rules::kHullHeight),
+                                               unit.altitude + unit.type->height));
     return center;
 }
 

@@ -69,6 +69,9 @@ bool bodyFaces(const WeaponType& type, const BodyDirection& wish) {
     return !needsFacing(type) || isWithin({}, wish.heading, type.tolerance);
 }
 
+/// What `toldFailure` holds while a weapon waits for its price.
+constexpr std::uint8_t kToldStall = 255;
+
 /// Told once until something else happens with the weapon.
 void tellFailure(WorldParts& world, Unit& unit, std::size_t slot, AimFailure reason) {
     WeaponState& weapon = unit.weapons[slot];
@@ -83,7 +86,7 @@ void becomeAimed(WorldParts& world, Unit& unit, std::size_t slot) {
     weapon.isAsking = false;
     if (weapon.isAimed) return;
     weapon.isAimed = true;
-    weapon.toldFailure = 0;
+    if (weapon.toldFailure != kToldStall) weapon.toldFailure = 0;
     world.tell(unit, Aimed{static_cast<std::int32_t>(slot)});
 }
 
@@ -203,9 +206,6 @@ void fire(WorldParts& world, Unit& unit, std::size_t slot, const AimTarget& targ
     --weapon.burstLeft;
     weapon.nextShotAt = world.state.tick + type->burstGap;
 }
-
-/// What `toldFailure` holds while a weapon waits for its price.
-constexpr std::uint8_t kToldStall = 255;
 
 /// One shot's price; who cannot pay it waits. What was made ahead is paid.
 bool pay(WorldParts& world, Unit& unit, std::size_t slot) {

@@ -42,7 +42,9 @@ std::int32_t healthOf(const Unit& unit) {
 std::int32_t buildPercentLeft(const Unit& unit) {
     constexpr std::int32_t kWhole = Fixed::kOne;
     const std::int32_t left = std::max(0, kWhole - unit.buildFraction.raw());
-    return static_cast<std::int32_t>((std::int64_t{left} * 100 + kWhole - 1) / kWhole);
+    if (left == 0) return 0;
+    const std::int64_t percent = (std::int64_t{left} * 100 + kWhole / 2) / kWhole;
+    return static_cast<std::int32_t>(std::max<std::int64_t>(1, percent));
 }
 
 std::int32_t modelPieceOf(const WorldParts& world, const Unit& self, std::int32_t cobPiece) {
