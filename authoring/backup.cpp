@@ -1,7 +1,10 @@
 #include "authoring/backup.h"
 
 #include <stdexcept>
+#include <string>
 
+#include "io/files/file_note.h"
+#include "io/files/file_version.h"
 #include "io/files/folder_lock.h"
 #include "io/files/replace_file.h"
 #include "io/path_text.h"
@@ -46,6 +49,38 @@ void makeBackup(io::FileOps& ops, const fs::path& path, const fs::path& backup) 
     io::syncFolderOf(ops, backup);
 }
 
+/// A free name for a backup that is not that of the file as it is now.
+fs::path sparePath(io::FileOps& ops, const fs::path& file, std::error_code& error) {
+    for (int number = 1;; ++number) {
+        fs::path numbered = file;
+        numbered += "." + std::to_string(number);
+        const fs::path path = backupPath(numbered);
+        const bool isTaken = io::statusOfExisting(ops, path, error).has_value();
+        if (error || !isTaken) return path;
+    }
+}
+
+/// Returns where it lies then.
+fs::path stepAside(io::FileOps& ops, const fs::path& file) {
+    std::error_code error;
+    fs::path spare = sparePath(ops, file, error);
+    if (!error) ops.rename(backupPath(file), spare, error);
+    if (error) throw std::runtime_error(about("backup failed: ", error));
+    return spare;
+}
+
+/// A second name, or else a copy.
+fs::path keepCopy(io::FileOps& ops, const fs::path& file, std::error_code& error) {
+    const fs::path target = ops.followLink(file, error);
+    if (error) return {};
+    fs::path spare = sparePath(ops, file, error);
+    if (!error) ops.hardLink(target, spare, error);
+    if (!error) return spare;
+    error.clear();
+    ops.copy(target, spare, error);
+    return spare;
+}
+
 }  // namespace
 
 fs::path backupPath(const fs::path& file) {
@@ -59,21 +94,45 @@ bool hasBackup(io::FileOps& ops, const fs::path& file) {
     return fs::is_regular_file(ops.status(backupPath(file), ignored));
 }
 
-bool ensureBackup(io::FileOps& ops, const fs::path& file) {
+bool isBackupOlder(io::FileOps& ops, const fs::path& file) {
+    if (!hasBackup(ops, file)) return false;
+    const std::string note = io::fileNote(backupPath(file));
+    const auto version = io::fileVersion(file);
+    return !note.empty() && version && note.find(*version) == std::string::npos;
+}
+
+void noteVersions(const fs::path& file, const std::string& now, const std::string& next) {
+    io::setFileNote(backupPath(file), now + " " + next);
+}
+
+std::optional<NewBackup> ensureBackup(io::FileOps& ops, const fs::path& file) {
     const io::FolderLock lock(file);
     // What a process left that died while it made this backup.
     io::removeIfPossible(ops, io::temporaryPath(backupPath(file)));
-    if (hasBackup(ops, file)) return false;
-    makeBackup(ops, file, backupPath(file));
-    return true;
+    NewBackup made{file, {}};
+    if (hasBackup(ops, file)) {
+        if (!isBackupOlder(ops, file)) return std::nullopt;
+        made.older = stepAside(ops, file);
+    }
+    try {
+        makeBackup(ops, file, backupPath(file));
+    } catch (...) {
+        std::error_code ignored;
+        if (!made.older.empty()) ops.rename(made.older, backupPath(file), ignored);
+        throw;
+    }
+    return made;
 }
 
-void takeBackBackup(io::FileOps& ops, const fs::path& file) {
+void takeBackBackup(io::FileOps& ops, const NewBackup& made) {
+    const fs::path backup = backupPath(made.file);
     std::error_code error;
-    const io::Bytes content = ops.read(file, error);
+    const io::Bytes content = ops.read(made.file, error);
     if (error) return;
-    const io::Bytes kept = ops.read(backupPath(file), error);
-    if (!error && kept == content) io::removeIfPossible(ops, backupPath(file));
+    const io::Bytes kept = ops.read(backup, error);
+    if (error || kept != content) return;
+    if (made.older.empty()) return io::removeIfPossible(ops, backup);
+    ops.rename(made.older, backup, error);
 }
 
 std::optional<std::string> restoreFromBackup(io::FileOps& ops, const fs::path& file) {
@@ -81,12 +140,18 @@ std::optional<std::string> restoreFromBackup(io::FileOps& ops, const fs::path& f
     const fs::path backup = backupPath(file);
     if (!hasBackup(ops, file)) throw RequestError("no backup at " + io::textFromPath(backup));
     std::error_code error;
+    std::optional<std::string> warning;
+    if (isBackupOlder(ops, file)) {
+        const fs::path kept = keepCopy(ops, file, error);
+        if (error) throw RequestError(about("restore failed: ", error));
+        warning = "another program had replaced it: kept as " + io::textFromPath(kept);
+    }
     const fs::path target = ops.followLink(file, error);
     if (!error) {
         ops.rename(backup, target, error);
         if (!error) {
             io::syncFolderOf(ops, target);
-            return std::nullopt;
+            return warning;
         }
         // Refused, or the file lies on another disk.
         const io::Bytes bytes = ops.read(backup, error);
@@ -95,7 +160,7 @@ std::optional<std::string> restoreFromBackup(io::FileOps& ops, const fs::path& f
     if (error) throw RequestError(about("restore failed: ", error));
     ops.remove(backup, error);
     if (error) return about("restored but couldn't remove backup: ", error);
-    return std::nullopt;
+    return warning;
 }
 
 }  // namespace orb::unitview

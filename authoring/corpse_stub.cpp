@@ -6,7 +6,7 @@
 
 #include "authoring/mod_target.h"
 #include "io/ascii.h"
-#include "io/files/folder_lock.h"
+#include "io/files/write_plan.h"
 #include "io/game_paths.h"
 #include "session/model_file.h"
 #include "session/references.h"
@@ -138,7 +138,9 @@ FileWrite newFile(const MountedData& data, const io::VfsLayer& root, const std::
 CorpseResult createCorpseStub(UnitViewSession& session, const CorpseRequest& request,
                               io::FileOps& ops) {
     const MountedData& data = session.data();
-    const io::FolderLock lock(readDefinition(session, request.parentUnit).source.location.path);
+    const auto file = readDefinition(session, request.parentUnit).source.location.path;
+    const io::FolderLock rootLock = lockForEdit(session, io::planPath(editRootOf(session, file)));
+    const io::FolderLock lock = lockForEdit(session, file);
     const Parent parent(readDefinition(session, request.parentUnit));
     CorpseResult result{wreckName(parent, request.name), {}, {}};
     requireNewUnitName(result.name);

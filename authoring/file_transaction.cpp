@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "io/content_version.h"
+#include "io/files/file_version.h"
 #include "io/files/replace_file.h"
 #include "io/files/write_plan.h"
 #include "io/path_text.h"
@@ -61,12 +61,10 @@ public:
         planned.reserve(files_.size());
         for (const StagedFile& file : files_) {
             std::optional<std::string> oldVersion;
-            std::error_code error;
-            if (file.replacement->existing)
-                oldVersion = io::contentVersion(ops_.read(file.target, error));
-            if (error) return;
-            planned.push_back({file.replacement->path, oldVersion,
-                               io::contentVersion(file.replacement->content)});
+            if (file.replacement->existing) oldVersion = io::fileVersion(file.target);
+            if (oldVersion == "") return;
+            planned.push_back(
+                {file.replacement->path, oldVersion, io::fileVersion(file.replacement->content)});
         }
         plan_ = io::planPath(root);
         io::writePlan(ops_, plan_, planned);

@@ -2,7 +2,6 @@
 
 #include "authoring/source_file.h"
 #include "io/content_version.h"
-#include "io/files/folder_lock.h"
 #include "io/out_of_memory.h"
 #include "model/edit/model_values.h"
 #include "session/model_file.h"
@@ -57,8 +56,7 @@ EditResult commitModel(UnitViewSession& session, const EditTerms& terms) {
     if (!saved) return {EditOutcome::ok, modelTarget(session).location.path, {}, terms.ifVersion};
     const io::FileLocation& file = saved->target.location;
     if (saved->target.inBaseTa) return {EditOutcome::refusedForBase, file.path};
-    // What another program writes between reading and writing would be lost.
-    const io::FolderLock lock(file.path);
+    const io::FolderLock lock = lockForEdit(session, file.path);
     if (auto other = otherVersionOnDisk(*saved, terms.ifVersion))
         return {EditOutcome::changedOnDisk, file.path, {}, std::move(other)};
     const FileWrite write{file, saved->file};

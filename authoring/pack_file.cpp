@@ -1,11 +1,18 @@
 #include "authoring/pack_file.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
+#include <fmt/format.h>
+
 #include "authoring/mod_folder.h"
+#include "io/archive/hpi_archive.h"
+#include "io/ascii.h"
 #include "io/files/replace_file.h"
+#include "io/out_of_memory.h"
 #include "io/path_text.h"
+#include "io/vfs/data_roots.h"
 #include "io/virtual_path.h"
 #include "server/logger.h"
 #include "session/request_error.h"
@@ -28,6 +35,53 @@ const io::VfsLayer* mountedArchive(const UnitViewSession& session, const fs::pat
                resolved(layer.path) == resolved(file);
     });
     return found == layers.end() ? nullptr : &*found;
+}
+
+/// The mounted mod that a file lies in, or null.
+const fs::path* modOf(const UnitViewSession& session, const fs::path& file) {
+    const auto& mods = session.data().request.modPaths;
+    const auto found =
+        std::ranges::find_if(mods, [&](const fs::path& mod) { return liesIn(file, mod); });
+    return found == mods.end() ? nullptr : &*found;
+}
+
+bool isNamedAsArchive(const fs::path& file) {
+    return io::isArchiveExtension(io::textFromPath(file.extension()));
+}
+
+std::vector<std::string> filePaths(const io::HpiArchive& archive) {
+    std::vector<std::string> paths;
+    std::vector<std::pair<std::string, const io::HpiEntries*>> left{{"", &archive.root().entries}};
+    while (!left.empty()) {
+        const auto [folder, entries] = left.back();
+        left.pop_back();
+        for (const io::HpiEntry& entry : *entries)
+            if (entry.directory())
+                left.emplace_back(folder + entry.name + "/", entry.directory());
+            else
+                paths.push_back(folder + entry.name);
+    }
+    return paths;
+}
+
+/// Nothing else may hold what a pack takes the place of.
+void requireHoldsAllOf(const fs::path& mounted, const std::vector<io::HpiInputFile>& files) {
+    std::vector<std::string> paths;
+    try {
+        paths = filePaths(io::HpiArchive(mounted));
+    } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
+        return;  // it is none any more
+    }
+    std::set<std::string> packed;
+    for (const io::HpiInputFile& file : files) packed.insert(io::upperCased(file.path));
+    std::erase_if(paths,
+                  [&](const std::string& path) { return packed.contains(io::upperCased(path)); });
+    if (paths.empty()) return;
+    const std::string more =
+        paths.size() > 1 ? fmt::format(" and {} more", paths.size() - 1) : std::string();
+    throw RequestError(fmt::format("pack lacks files of {}: {}{}", io::textFromPath(mounted),
+                                   *std::ranges::min_element(paths), more));
 }
 
 }  // namespace
@@ -53,6 +107,8 @@ void requirePackDestination(const UnitViewSession& session, const PackRequest& r
         throw RequestError("destination lies in the game directory: " + text);
     if (!request.overwrite && fs::exists(fs::symlink_status(path, ignored)))
         throw RequestError("file exists: " + text);
+    if (!isNamedAsArchive(path) && fs::exists(path, ignored) && modOf(session, path))
+        throw RequestError("destination is no archive: " + text);
 }
 
 void PackContent::add(std::string path, io::ByteView content) {
@@ -71,7 +127,15 @@ WrittenPack writePack(UnitViewSession& session, const PackRequest& request, Pack
                       io::FileOps& ops) {
     const std::vector<io::HpiInputFile> files = content.takeSorted();
     const fs::path& path = request.destination;
-    WrittenPack pack{path, files.size(), 0, {}};
+    WrittenPack pack{path, files.size(), 0};
+    const bool isMounted = mountedArchive(session, path) != nullptr;
+    if (isMounted) requireHoldsAllOf(path, files);
+    const fs::path* const mod = modOf(session, path);
+    if (!isMounted && mod && isNamedAsArchive(path) &&
+        resolved(path.parent_path()) == resolved(*mod))
+        pack.warning =
+            "the pack lies in a mounted mod: the next time the mod is mounted it hides the "
+            "loose files that it was made from";
     reportingFailure([&] {
         const io::Bytes bytes = io::writeHpi(files);
         pack.byteSize = bytes.size();

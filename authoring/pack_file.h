@@ -31,6 +31,8 @@ struct WrittenPack {
     std::uint64_t byteSize = 0;
     /// Of the loaded unit, where the pack took the place of a mounted archive.
     Reload reload = {};
+    /// What a pack does where it lies.
+    std::optional<std::string> warning = {};
 };
 
 /// "zlib", "lz77" or "none". Throws RequestError "unknown compression: …".
@@ -55,12 +57,14 @@ private:
 
 /// Throws RequestError unless a pack may be written there: "bad file name: …", "folder not found:
 /// …", "destination lies in the game directory: …", "destination is a folder: …" or, unless it is
-/// to be overwritten, "file exists: …".
+/// to be overwritten, "file exists: …"; "destination is no archive: …" for another file of a
+/// mounted mod.
 void requirePackDestination(const UnitViewSession& session, const PackRequest& request);
 
 /// Writes the files as one archive: afterwards the destination is what it was or the whole pack. A
 /// mounted archive is mounted anew; references into the session's data end then. Throws
-/// RequestError with the text of what failed.
+/// RequestError with the text of what failed, "pack lacks files of …" for a mounted archive that
+/// has files under paths which the pack has not.
 WrittenPack writePack(UnitViewSession& session, const PackRequest& request, PackContent content,
                       io::FileOps& ops = io::systemFileOps());
 

@@ -9,6 +9,7 @@
 #include "authoring/backup.h"
 #include "authoring/file_transaction.h"
 #include "io/archive/hpi_writer.h"
+#include "io/files/file_version.h"
 #include "io/files/folder_lock.h"
 #include "io/files/replace_file.h"
 #include "io/files/write_plan.h"
@@ -44,10 +45,10 @@ std::vector<Target> groupByFile(std::span<const FileWrite> writes) {
 std::vector<std::unique_ptr<io::FolderLock>> lockFolders(std::span<const Target> targets,
                                                          const fs::path& root) {
     std::set<fs::path> files;
-    if (targets.size() > 1) files.insert(io::planPath(root));
     for (const Target& target : targets) files.insert(target.path);
     std::vector<std::unique_ptr<io::FolderLock>> locks;
-    locks.reserve(files.size());
+    locks.reserve(files.size() + 1);
+    if (targets.size() > 1) locks.push_back(std::make_unique<io::FolderLock>(io::planPath(root)));
     for (const fs::path& file : files) locks.push_back(std::make_unique<io::FolderLock>(file));
     return locks;
 }
@@ -74,7 +75,7 @@ void writeTargets(io::FileOps& ops, std::span<Target> targets, bool allowBackupC
         std::error_code error;
         target.existing = io::statusOfExisting(ops, target.path, error);
         if (error) throw std::runtime_error("backup failed: " + error.message());
-        if (!target.existing || allowBackupCreation || hasBackup(ops, target.path)) continue;
+        if (!target.existing || allowBackupCreation || hasOwnBackup(ops, target.path)) continue;
         result.outcome = WriteOutcome::needsBackupConsent;
         return;
     }
@@ -85,15 +86,18 @@ void writeTargets(io::FileOps& ops, std::span<Target> targets, bool allowBackupC
                          target.kind == Kind::archive ? rewriteArchive(target)
                                                       : target.writes.front()->content});
     }
-    std::vector<fs::path> backedUp;
+    std::vector<NewBackup> backedUp;
     try {
-        for (const Target& target : targets) {
-            result.resolvedPath = target.path;
-            if (target.existing && ensureBackup(ops, target.path)) backedUp.push_back(target.path);
+        for (const FileReplacement& file : files) {
+            result.resolvedPath = file.path;
+            if (!file.existing) continue;
+            if (auto made = ensureBackup(ops, file.path)) backedUp.push_back(std::move(*made));
+            noteVersions(file.path, io::fileVersion(file.path).value_or(""),
+                         io::fileVersion(file.content));
         }
         replaceFiles(ops, files, root, result.resolvedPath);
     } catch (...) {
-        for (const fs::path& file : backedUp) takeBackBackup(ops, file);
+        for (const NewBackup& made : backedUp) takeBackBackup(ops, made);
         throw;
     }
     result.resolvedPath = first;
@@ -102,14 +106,16 @@ void writeTargets(io::FileOps& ops, std::span<Target> targets, bool allowBackupC
 }  // namespace
 
 WriteResult writeSources(io::FileOps& ops, std::span<const FileWrite> writes,
-                         bool allowBackupCreation, const fs::path& root) {
+                         bool allowBackupCreation, const fs::path& root,
+                         std::span<const fs::path> otherRoots) {
     WriteResult result;
     if (writes.empty()) return result;
     result.resolvedPath = writes.front().target.path;
     std::vector<Target> targets = groupByFile(writes);
-    // From reading an archive to replacing it, nobody else may write it.
-    const auto locks = lockFolders(targets, root);
     try {
+        // From reading an archive to replacing it, nobody else may write it.
+        const auto locks = lockFolders(targets, root);
+        if (targets.size() > 1) io::finishWrite(ops, root, otherRoots);
         writeTargets(ops, targets, allowBackupCreation, root, result);
     } catch (const std::runtime_error& failure) {
         result.outcome = WriteOutcome::error;

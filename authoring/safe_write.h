@@ -36,11 +36,13 @@ struct FileWrite {
 /// whole. No two writes may have the same target.
 ///
 /// The first write of a file that exists makes its backup, of an entry that of the whole archive;
-/// without `allowBackupCreation` nothing is written then. A backup is never replaced. A symbolic
+/// without `allowBackupCreation` nothing is written then. A backup is never replaced; that of an
+/// older file gets another name. A symbolic
 /// link stays one: the file that it leads to is written, the backup lies beside the link. Where the
-/// process dies on the way, io::finishWrite of `root` ends the write of several files; it holds all
-/// of them, as a mod does.
+/// process dies on the way, io::finishWrite of `root` ends the write of several files; it holds
+/// them, as a mod does, or one of the other roots does.
 WriteResult writeSources(io::FileOps& ops, std::span<const FileWrite> writes,
-                         bool allowBackupCreation, const std::filesystem::path& root);
+                         bool allowBackupCreation, const std::filesystem::path& root,
+                         std::span<const std::filesystem::path> otherRoots = {});
 
 }  // namespace orb::unitview

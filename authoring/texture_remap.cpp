@@ -5,7 +5,6 @@
 #include "authoring/mod_folder.h"
 #include "authoring/source_file.h"
 #include "io/ascii.h"
-#include "io/files/folder_lock.h"
 #include "io/formats/gaf.h"
 #include "session/request_error.h"
 
@@ -143,8 +142,7 @@ RemapResult applyTextureRemap(UnitViewSession& session, const std::string& name,
     const bool isCopied = place.source.inBaseTa && mod;
     const io::FileLocation target =
         isCopied ? looseFileIn(*mod, place.path) : place.source.location;
-    // What another editor writes between reading and writing would be lost.
-    const io::FolderLock lock(target.path);
+    const io::FolderLock lock = lockForEdit(session, target.path);
     const FoundTexture texture = readTexture(place, name);
     const io::Palette& palette = session.palette();
     io::GafRecolored recolored =

@@ -3,19 +3,24 @@
 #include <algorithm>
 
 #include "authoring/backup.h"
+#include "authoring/mod_folder.h"
 #include "authoring/safe_write.h"
 #include "authoring/source_file.h"
+#include "io/archive/hpi_archive.h"
 #include "io/ascii.h"
 #include "io/content_version.h"
-#include "io/files/folder_lock.h"
+#include "io/files/write_plan.h"
 #include "io/formats/tdf.h"
+#include "io/game_paths.h"
 #include "io/out_of_memory.h"
 #include "io/path_text.h"
+#include "io/vfs/data_roots.h"
 #include "session/request_error.h"
 
 namespace orb::unitview {
 namespace {
 
+namespace fs = std::filesystem;
 using io::FileLocation;
 
 /// A unit by the name that a request gives it, and the file that defines it.
@@ -69,15 +74,6 @@ EditResult writeOnTerms(UnitViewSession& session, const FileLocation& file, std:
     return result;
 }
 
-/// The root that holds a file, where an edit that was interrupted is looked for.
-std::filesystem::path rootOf(const MountedData& data, const std::filesystem::path& file) {
-    for (const std::filesystem::path& root : data.roots) {
-        const auto relative = file.lexically_relative(root);
-        if (!relative.empty() && *relative.begin() != "..") return root;
-    }
-    return file.parent_path();
-}
-
 /// The units that a file on disk defines, each once.
 std::vector<std::string> unitsIn(const MountedData& data, const FileLocation& file) {
     const auto isThere = [&](const UnitDeclaration* unit) {
@@ -94,19 +90,126 @@ std::vector<std::string> unitsIn(const MountedData& data, const FileLocation& fi
     return names;
 }
 
+bool isMounted(const MountedData& data, const fs::path& archive) {
+    const auto layers = data.files.layers();
+    return std::ranges::find(layers, archive, &io::VfsLayer::path) != layers.end();
+}
+
+bool opensAsArchive(const fs::path& file) {
+    try {
+        const io::HpiArchive archive(file);
+        return true;
+    } catch (const std::exception& error) {
+        io::rethrowOutOfMemory(error);
+        return false;
+    }
+}
+
+void requireReadable(const io::HpiArchive& archive) {
+    io::HpiReader reader = archive.openReader();
+    std::vector<const io::HpiEntries*> left{&archive.root().entries};
+    while (!left.empty()) {
+        const io::HpiEntries* const folder = left.back();
+        left.pop_back();
+        for (const io::HpiEntry& entry : *folder)
+            if (entry.directory())
+                left.push_back(entry.directory());
+            else
+                reader.readFile(*entry.file());
+    }
+}
+
+/// What would be put in the place of a unit's file must be one. Throws RequestError "backup is
+/// damaged: …".
+void requireWholeBackup(const FileLocation& file) {
+    const fs::path backup = backupPath(file.path);
+    reportingFailure(
+        [&] {
+            if (file.kind == FileLocation::Kind::archive) {
+                requireReadable(io::HpiArchive(backup));
+                return;
+            }
+            std::error_code error;
+            const io::Bytes bytes = io::systemFileOps().read(backup, error);
+            if (error) throw RequestError(error.message());
+            if (!io::parseTdf(io::asText(bytes)).child(io::kUnitInfoSection))
+                throw RequestError(kNoUnitInfo);
+        },
+        "backup is damaged: ");
+}
+
+/// The names of a folder's backups without what makes them backups, in order.
+std::vector<fs::path> backedUpIn(const fs::path& folder) {
+    std::vector<fs::path> files;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const fs::path file = fs::path(entry->path()).replace_extension();
+        if (backupPath(file) == entry->path()) files.push_back(file);
+    }
+    std::ranges::sort(files);
+    return files;
+}
+
+/// A mod's folder of definitions, as it is spelled there.
+fs::path unitFolderOf(const MountedData& data, const fs::path& mod) {
+    for (const io::VfsLayer& layer : data.files.layers())
+        if (layer.kind == FileLocation::Kind::loose && layer.path == mod)
+            return looseFileIn(layer, io::kUnitFiles.path("x")).path.parent_path();
+    return mod;
+}
+
+/// The file of a unit that is gone or cannot be read any more, by its backup in a mod.
+std::optional<FileLocation> findLostSource(const MountedData& data, const std::string& name) {
+    const std::string path = io::kUnitFiles.path(name);
+    for (const fs::path& mod : data.request.modPaths) {
+        const auto isDefinition = [&](const fs::path& file) {
+            return io::equalsIgnoringCase(io::textFromPath(file.filename()),
+                                          name + std::string(io::kUnitFiles.extension));
+        };
+        const std::vector<fs::path> loose = backedUpIn(unitFolderOf(data, mod));
+        if (const auto found = std::ranges::find_if(loose, isDefinition); found != loose.end())
+            return FileLocation{FileLocation::Kind::loose, *found, {}};
+        for (const fs::path& archive : backedUpIn(mod)) {
+            if (!io::isArchiveExtension(io::textFromPath(archive.extension())) ||
+                opensAsArchive(archive) || !opensAsArchive(backupPath(archive)))
+                continue;
+            if (auto stored = io::HpiArchive(backupPath(archive)).storedPath(path))
+                return FileLocation{FileLocation::Kind::archive, archive, std::move(*stored)};
+        }
+    }
+    return std::nullopt;
+}
+
 }  // namespace
+
+fs::path editRootOf(const UnitViewSession& session, const fs::path& file) {
+    for (const fs::path& root : session.data().roots) {
+        const auto relative = file.lexically_relative(root);
+        if (!relative.empty() && *relative.begin() != "..") return root;
+    }
+    return file.parent_path();
+}
+
+io::FolderLock lockForEdit(const UnitViewSession& session, const fs::path& file) {
+    return reportingFailure([&] {
+        io::finishWrite(io::systemFileOps(), editRootOf(session, file), session.data().roots);
+        return io::FolderLock(file);
+    });
+}
 
 RawDefinition readDefinition(const UnitViewSession& session,
                              const std::optional<std::string>& name) {
     NamedSource unit = resolve(session, name);
-    const io::FolderLock lock(unit.source.location.path);
     const FileLocation& file = unit.source.location;
+    const io::FolderLock lock(file.path, io::FolderLock::Busy::goOn);
     const io::Bytes content = readSource(unit);
     auto [text, encoding] = io::decodeGameText(io::asText(content));
     RawDefinition raw{std::move(unit.name), std::move(text), encoding, unit.source,
                       io::contentVersion(content)};
     raw.hasBackup = hasBackup(io::systemFileOps(), file.path);
     if (raw.hasBackup) raw.backupCovers = unitsIn(session.data(), file);
+    raw.isBackupOlder = isBackupOlder(io::systemFileOps(), file.path);
     return raw;
 }
 
@@ -130,8 +233,9 @@ EditResult writeUnitFiles(UnitViewSession& session, std::span<const FileWrite> f
                           bool allowBackupCreation, io::FileOps& ops,
                           const std::optional<UnitSource>& model) {
     if (files.empty()) return {};
-    WriteResult written = writeSources(ops, files, allowBackupCreation,
-                                       rootOf(session.data(), files.front().target.path));
+    WriteResult written =
+        writeSources(ops, files, allowBackupCreation,
+                     editRootOf(session, files.front().target.path), session.data().roots);
     if (written.outcome == WriteOutcome::error) throw RequestError(written.message);
     if (written.outcome == WriteOutcome::needsBackupConsent)
         return {EditOutcome::needsBackupConsent, std::move(written.resolvedPath), {}};
@@ -157,7 +261,7 @@ EditResult saveDefinition(UnitViewSession& session, const std::optional<std::str
     const FileLocation& file = unit.source.location;
     if (!io::parseTdf(text).child(io::kUnitInfoSection)) throw RequestError(kNoUnitInfo);
     if (unit.source.inBaseTa && !terms.checkOnly) return refusedForBase(unit.source);
-    const io::FolderLock lock(file.path);
+    const io::FolderLock lock = lockForEdit(session, file.path);
     const io::Bytes content = readSource(unit);
     if (auto refused = refusedForVersion(unit, content, terms)) return std::move(*refused);
     if (terms.checkOnly) return {EditOutcome::checked, file.path, {}, terms.ifVersion};
@@ -170,8 +274,7 @@ PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::s
     checkFbiChanges(changes);
     const NamedSource unit = resolve(session, name);
     if (unit.source.inBaseTa) return {refusedForBase(unit.source), {}};
-    // What another editor writes between reading and writing would be lost.
-    const io::FolderLock lock(unit.source.location.path);
+    const io::FolderLock lock = lockForEdit(session, unit.source.location.path);
     const io::Bytes content = readSource(unit);
     if (auto refused = refusedForVersion(unit, content, terms)) return {std::move(*refused), {}};
     auto [text, encoding] = io::decodeGameText(io::asText(content));
@@ -184,15 +287,23 @@ PatchResult patchDefinition(UnitViewSession& session, const std::optional<std::s
 }
 
 RestoredSource restoreUnitSource(UnitViewSession& session, const std::string& name) {
-    FileLocation file;
+    io::FileOps& ops = io::systemFileOps();
+    std::optional<FileLocation> file;
     try {
         file = session.resolveUnitSource(name).location;
     } catch (const RequestError&) {
-        throw RequestError("could not resolve source for " + name);
+        // It may be gone.
     }
-    RestoredSource result{file.path, restoreFromBackup(io::systemFileOps(), file.path), {}};
-    file.internalPath.clear();
-    result.reload = session.refreshAfterWrite({&file, 1});
+    if (session.hasData() && !(file && hasBackup(ops, file->path)))
+        if (auto lost = findLostSource(session.data(), name)) file = std::move(lost);
+    if (!file) throw RequestError("could not resolve source for " + name);
+    const io::FolderLock lock = lockForEdit(session, file->path);
+    if (hasBackup(ops, file->path)) requireWholeBackup(*file);
+    RestoredSource result{file->path, restoreFromBackup(ops, file->path), {}};
+    if (file->kind == FileLocation::Kind::archive && !isMounted(session.data(), file->path))
+        session.mountAgain(session.data().request);
+    file->internalPath.clear();
+    result.reload = session.refreshAfterWrite({&*file, 1});
     return result;
 }
 

@@ -7,6 +7,7 @@
 
 #include "authoring/fbi_edit.h"
 #include "authoring/safe_write.h"
+#include "io/files/folder_lock.h"
 #include "io/text_encoding.h"
 #include "session/unit_view_session.h"
 
@@ -27,11 +28,21 @@ struct RawDefinition {
     bool hasBackup = false;
     /// The units that restoring the backup would undo: all that its file defines.
     std::vector<std::string> backupCovers = {};
+    /// Another program has put another file in this one's place since.
+    bool isBackupOlder = false;
 };
 
 /// Reads the file itself, not what was mounted. Throws a damaged archive's text.
 RawDefinition readDefinition(const UnitViewSession& session,
                              const std::optional<std::string>& name);
+
+/// The root that holds a file, where an edit that was interrupted is looked for.
+std::filesystem::path editRootOf(const UnitViewSession& session, const std::filesystem::path& file);
+
+/// Locks the folder of a file from reading to writing it: what another editor writes in between
+/// would be lost. An edit of its mod that was interrupted is finished before. Throws RequestError
+/// "… is being written by another editor".
+io::FolderLock lockForEdit(const UnitViewSession& session, const std::filesystem::path& file);
 
 /// The bytes of the file.
 std::string definitionBytes(const RawDefinition& definition);
@@ -100,8 +111,9 @@ struct RestoredSource {
     Reload reload = {};
 };
 
-/// Restores the file (or archive) that a unit's definition lies in from its backup. Throws
-/// RequestError "could not resolve source for NAME" or what restoreFromBackup throws.
+/// Restores the file (or archive) that a unit's definition lies in from its backup; where that file
+/// is gone or cannot be read, from the backup in a mod that has the definition. Throws RequestError
+/// "could not resolve source for NAME", "backup is damaged: …" or what restoreFromBackup throws.
 RestoredSource restoreUnitSource(UnitViewSession& session, const std::string& name);
 
 }  // namespace orb::unitview

@@ -6,10 +6,11 @@
 
 #include "authoring/mod_target.h"
 #include "authoring/model_commit.h"
+#include "authoring/source_file.h"
 #include "authoring/unit_parts.h"
 #include "io/ascii.h"
 #include "io/content_version.h"
-#include "io/files/folder_lock.h"
+#include "io/files/write_plan.h"
 #include "io/formats/cob_file.h"
 #include "io/formats/tdf.h"
 #include "io/game_paths.h"
@@ -62,8 +63,15 @@ public:
     std::string version;
     /// Where the working model is written, if it is.
     std::optional<UnitSource> model;
-    /// Of its file on disk, when the edits are for another one.
-    std::optional<std::string> otherModelVersion;
+    /// A file that another program has changed, and its version now; nothing may be written then.
+    struct OtherVersion {
+        std::filesystem::path file;
+        std::string version;
+    };
+    std::optional<OtherVersion> otherModel;
+    std::optional<OtherVersion> otherScript;
+    /// That of the script's source as it is saved.
+    std::string scriptVersion;
 
 private:
     void takeDefinition() {
@@ -89,9 +97,14 @@ private:
     }
 
     void takeScript() {
+        if (std::holds_alternative<std::monostate>(request_.script)) return;
+        if (unit_.loadedFromIR) throw RequestError("unit was loaded from its IR document");
         const std::string_view name = scriptName(info_, name_);
-        if (!std::holds_alternative<std::monostate>(request_.script) && unit_.loadedFromIR)
-            throw RequestError("unit was loaded from its IR document");
+        if (!io::equalsIgnoringCase(name, scriptName(unit_.fbi, unit_.name))) {
+            requireFree(io::kScriptFiles.path(name));
+            requireFree(io::kScriptSourceFiles.path(name));
+        }
+        const io::Bytes before = readScriptSource(name);
         if (const auto* const cob = std::get_if<io::Bytes>(&request_.script)) {
             reportingFailure([&] { io::parseCob(*cob); }, "bad cob_b64: ");
             addPart("script", io::kScriptFiles.path(name), *cob);
@@ -103,10 +116,34 @@ private:
             });
             if (!compiled.ok) failToCompile(compiled.diagnostics);
             addPart("script", cobPath, io::writeCob(compiled.code.cob));
+            const auto encoding = io::decodeGameText(io::asText(before)).encoding;
+            const std::string text = encodeDefinition(source->bos, encoding);
+            scriptVersion = io::contentVersion(io::asBytes(text));
             add("script-source", placeInRoot(session_.data(), rootFor(cobPath), path),
-                io::Bytes(source->bos.begin(), source->bos.end()));
+                io::Bytes(text.begin(), text.end()));
             result.diagnostics = std::move(compiled.diagnostics);
         }
+    }
+
+    /// As it is on disk, nothing where there is none; locked, where the request is for a version.
+    io::Bytes readScriptSource(std::string_view name) {
+        const auto found = findSource(session_.data().files, io::kScriptSourceFiles.path(name));
+        if (found && request_.ifScriptVersion)
+            reportingFailure([&] { scriptLock_.emplace(found->location.path); });
+        std::optional<io::Bytes> content;
+        if (found) content = reportingFailure([&] { return readSourceFile(found->location); });
+        scriptVersion = content ? io::contentVersion(*content) : std::string();
+        if (scriptVersion != request_.ifScriptVersion.value_or(scriptVersion))
+            otherScript = {found ? found->location.path : definition_.source.location.path,
+                           scriptVersion};
+        return content.value_or(io::Bytes());
+    }
+
+    /// What the new name of a part leads to is another unit's.
+    void requireFree(const std::string& path) const {
+        if (request_.overwrite) return;
+        if (const auto existing = session_.data().files.locate(path))
+            throw RequestError("file exists: " + locationText(*existing));
     }
 
     void takeModel() {
@@ -118,10 +155,12 @@ private:
         if (isRenamed || saved->target.inBaseTa) {
             const std::string name = isRenamed ? std::string(io::kModelFiles.stem(info_.objectName))
                                                : fileStem(saved->target.location);
+            if (isRenamed) requireFree(io::kModelFiles.path(name));
             saved->target = {placeOf(io::kModelFiles.path(name)), false};
         } else {
-            modelLock_.emplace(saved->target.location.path);
-            otherModelVersion = otherVersionOnDisk(*saved, request_.ifModelVersion);
+            reportingFailure([&] { modelLock_.emplace(saved->target.location.path); });
+            if (auto other = otherVersionOnDisk(*saved, request_.ifModelVersion))
+                otherModel = {saved->target.location.path, std::move(*other)};
         }
         model = saved->target;
         add("model", saved->target.location, std::move(saved->file));
@@ -129,7 +168,10 @@ private:
 
     void takePicture() {
         if (!request_.picture) return;
-        addPart("picture", buildPicturePath(info_, name_),
+        const std::string path = buildPicturePath(info_, name_);
+        if (!io::equalsIgnoringCase(path, buildPicturePath(unit_.fbi, unit_.name)))
+            requireFree(path);
+        addPart("picture", path,
                 reportingFailure(
                     [&] { return buildPictureFromPng(*request_.picture, session_.palette()); },
                     "bad png_b64: "));
@@ -164,6 +206,7 @@ private:
     std::string name_;
     /// What another program writes between reading and writing would be lost.
     std::optional<io::FolderLock> modelLock_;
+    std::optional<io::FolderLock> scriptLock_;
 };
 
 }  // namespace
@@ -171,8 +214,9 @@ private:
 SaveResult saveUnit(UnitViewSession& session, const SaveRequest& request, io::FileOps& ops) {
     const std::string stem = requireUnitNamed(session, request.name).definitionName();
     const io::FileLocation file = session.resolveUnitSource(stem).location;
-    // What another editor writes between reading and writing would be lost.
-    const io::FolderLock lock(file.path);
+    const io::FolderLock rootLock =
+        lockForEdit(session, io::planPath(editRootOf(session, file.path)));
+    const io::FolderLock lock = lockForEdit(session, file.path);
     RawDefinition definition = readDefinition(session, stem);
     if (definition.source.inBaseTa)
         return {{}, {}, {EditOutcome::refusedForBase, definition.source.location.path, {}}};
@@ -180,12 +224,14 @@ SaveResult saveUnit(UnitViewSession& session, const SaveRequest& request, io::Fi
     if (terms.ifVersion && *terms.ifVersion != definition.version)
         return {{}, {}, {EditOutcome::changedOnDisk, file.path, {}, definition.version}};
     Saving saving(session, request, std::move(definition));
-    if (saving.otherModelVersion) {
+    for (const auto& [other, told] : {std::pair{&saving.otherModel, &SaveResult::modelVersion},
+                                      std::pair{&saving.otherScript, &SaveResult::scriptVersion}}) {
+        if (!*other) continue;
         SaveResult refused;
         refused.edit.outcome = EditOutcome::changedOnDisk;
-        refused.edit.resolvedPath = saving.model->location.path;
+        refused.edit.resolvedPath = (*other)->file;
         refused.edit.version = terms.ifVersion;
-        refused.modelVersion = std::move(saving.otherModelVersion);
+        refused.*told = (*other)->version;
         return refused;
     }
     SaveResult result = std::move(saving.result);
@@ -194,6 +240,7 @@ SaveResult saveUnit(UnitViewSession& session, const SaveRequest& request, io::Fi
     const bool isSaved = result.edit.outcome == EditOutcome::ok;
     if (isSaved) result.edit.resolvedPath = file.path;
     if (terms.ifVersion) result.edit.version = isSaved ? saving.version : *terms.ifVersion;
+    if (isSaved && request.ifScriptVersion) result.scriptVersion = saving.scriptVersion;
     return result;
 }
 

@@ -402,7 +402,7 @@ export interface LoadedUnit {
     loadedFromIR: boolean;
     /** Edits of its model that had waited are there again. */
     hasEdits?: true;
-    /** Edits of a model that had waited have ended: it is another one. */
+    /** Edits of a model that had waited, or were not saved, have ended. */
     editsDropped?: true;
     source?: Source;
     fbi: Fbi;
@@ -839,7 +839,9 @@ export type UnitSourceText = {
     lineSpans?: LineSpan[];
     /** When the source has no mistakes. */
     symbols?: SourceSymbols;
-} & ({ origin: "file"; path: string } | { origin: "disassembly" });
+    /** Of a file that is not valid UTF-8. */
+    encoding?: "windows-1252";
+} & ({ origin: "file"; path: string; version: string } | { origin: "disassembly" });
 
 export interface SourceComparison {
     name: string;
@@ -984,6 +986,8 @@ export interface RawDefinition {
     hasBackup: boolean;
     /** The units that restoring the backup would undo; none without one. */
     backupCovers: string[];
+    /** Another program has replaced the file since: the next write makes a backup of that. */
+    backupIsOlder?: true;
 }
 
 interface WriteRequest extends MaybeNamed {
@@ -1074,6 +1078,10 @@ interface SaveUnitRequest extends WriteRequest {
     model?: boolean;
     /** Of a refusal: writes the model only over that content. */
     ifModelVersion?: string;
+    /** Of cob-get-unit-bos, "" without one: writes the script only over that source. */
+    ifScriptVersion?: string;
+    /** Whether a part may take the place of a file that has its new name already. */
+    overwrite?: boolean;
 }
 
 export interface SavedUnit extends WriteResult {
@@ -1085,6 +1093,8 @@ export interface SavedUnit extends WriteResult {
     diagnostics?: BosDiagnostic[];
     /** Of the model's file as it is now, when that is why the outcome is "changed-on-disk". */
     modelVersion?: string;
+    /** Of the script's source as it is now, when that is why, or of the one saved with `ifScriptVersion`. */
+    scriptVersion?: string;
 }
 
 // ---- Packs ----
@@ -1135,6 +1145,8 @@ export interface ModPack {
     /** On the disk. */
     byteSize: number;
     leftOut: { path: string; reason: string }[];
+    /** Of a pack that will hide loose files of a mounted mod. */
+    warning?: string;
     /** Where the pack took the place of a mounted archive: why the unit cannot be loaded again. */
     reloadError?: string;
     /** The edits of the loaded unit's model have ended, for its model is another one now. */

@@ -37,6 +37,11 @@ std::string errorText(const Command& command, const std::exception& error) {
     return fmt::format("handler '{}' threw: {}", command.type, error.what());
 }
 
+/// What runs, runs on what was read before.
+bool readsFiles(const Command& command) {
+    return command.type != "cob-tick" && command.type != "map-tick";
+}
+
 std::string pieceTransforms(CobSession& cob) {
     const CobInstance* const instance = cob.instance();
     return instance ? compactText(encodePieceTransforms(*instance, cob.modelPieces())) : "";
@@ -101,6 +106,7 @@ void UnitIpcServer::serve(const Command& command, const Envelope& envelope) {
     Payload payload = Payload::parse(envelope.data);
     payload.setProgressListener(progressEvents(
         envelope.seq, [this](const json& progress) { sendReply(0, "progress", progress); }));
+    if (readsFiles(command)) session_.followArchives();
     Reply reply = command.handler(session_, payload);
     const Dismantling whenSent(reply.data);
     sendAll(command, envelope.seq, reply);

@@ -17,15 +17,19 @@ UnitBos readUnitBos(const UnitViewSession& session, const std::optional<std::str
     UnitScript script = readUnitScript(session, name);
     if (!script.source) {
         bos::BosDisassembly text = bos::disassembleCob(*script.cob);
-        UnitBos result{std::move(script.unitName), std::move(text.source), {}, {}, {}, {}};
+        UnitBos result{.unitName = std::move(script.unitName), .source = std::move(text.source)};
         if (text.isExact || !text.lineSpans.empty()) result.lineSpans = std::move(text.lineSpans);
         result.symbols = std::move(text.symbols);
         return result;
     }
-    bos::SourceComparison compared = compare(session, script, *script.source);
-    UnitBos result{std::move(script.unitName),   std::move(*script.source),
-                   std::move(script.sourcePath), {},
-                   std::move(compared.files),    {}};
+    auto& [text, encoding, version] = *script.source;
+    bos::SourceComparison compared = compare(session, script, text);
+    UnitBos result{.unitName = std::move(script.unitName),
+                   .source = std::move(text),
+                   .path = std::move(script.sourcePath),
+                   .encoding = encoding,
+                   .version = std::move(version),
+                   .files = std::move(compared.files)};
     if (!compared.ok) return result;
     if (compared.isSameCode || !compared.lineSpans.empty())
         result.lineSpans = std::move(compared.lineSpans);
@@ -47,7 +51,8 @@ UnitSourceComparison compareUnitSource(const UnitViewSession& session,
                                        const std::optional<std::string>& source) {
     UnitScript script = readUnitScript(session, name);
     if (!source && !script.source) throw RequestError("BOS source not found: " + script.sourcePath);
-    bos::SourceComparison comparison = compare(session, script, source ? *source : *script.source);
+    bos::SourceComparison comparison =
+        compare(session, script, source ? *source : script.source->text);
     return {std::move(script.unitName), std::move(comparison)};
 }
 

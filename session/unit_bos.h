@@ -6,6 +6,7 @@
 
 #include "bos/disassembler.h"
 #include "bos/source_compare.h"
+#include "io/text_encoding.h"
 #include "session/unit_view_session.h"
 
 /// The scripts of units as sources. A `name` is as for readUnitScript, whose errors all of these
@@ -17,14 +18,17 @@ struct UnitBos {
     std::string unitName;
     std::string source;
     /// The source's own file; none for a disassembly.
-    std::optional<std::string> path;
+    std::optional<std::string> path = {};
+    io::TextEncoding encoding = io::TextEncoding::utf8;
+    /// Tells this content of that file from others.
+    std::string version = {};
     /// Which code each line stands for, in the scripts whose code the source gives; none when it
     /// gives none.
-    std::optional<std::vector<CobLineSpan>> lineSpans;
+    std::optional<std::vector<CobLineSpan>> lineSpans = {};
     /// The paths of the source and of what it includes, as line spans count them.
-    std::vector<std::string> files;
+    std::vector<std::string> files = {};
     /// None when the source has mistakes.
-    std::optional<bos::SourceSymbols> symbols;
+    std::optional<bos::SourceSymbols> symbols = {};
 };
 
 /// The source beside a unit's script, else what disassembling it gives.

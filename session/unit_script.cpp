@@ -1,6 +1,7 @@
 #include "session/unit_script.h"
 
 #include "io/ascii.h"
+#include "io/content_version.h"
 #include "io/game_paths.h"
 #include "session/request_error.h"
 
@@ -25,6 +26,11 @@ std::string sourcePath(const io::FbiUnitInfo& fbi, std::string_view unitName) {
     return io::kScriptSourceFiles.path(scriptName(fbi, unitName));
 }
 
+ScriptSource decodeSource(const io::Bytes& file) {
+    auto [text, encoding] = io::decodeGameText(io::asText(file));
+    return {std::move(text), encoding, io::contentVersion(file)};
+}
+
 /// The script alone.
 UnitScript readScript(const UnitViewSession& session, const std::optional<std::string>& name) {
     if (const LoadedUnit* const unit = loadedUnit(session, name)) {
@@ -47,8 +53,8 @@ UnitScript readScript(const UnitViewSession& session, const std::optional<std::s
 UnitScript readUnitScript(const UnitViewSession& session, const std::optional<std::string>& name) {
     return reportingFailure([&] {
         UnitScript script = readScript(session, name);
-        if (const auto text = session.data().files.readFile(script.sourcePath))
-            script.source = std::string(io::asText(*text));
+        if (const auto file = session.data().files.readFile(script.sourcePath))
+            script.source = decodeSource(*file);
         return script;
     });
 }

@@ -5,9 +5,19 @@
 #include <string>
 
 #include "io/formats/cob_file.h"
+#include "io/text_encoding.h"
 #include "session/unit_view_session.h"
 
 namespace orb::unitview {
+
+/// A script's source as its file has it.
+struct ScriptSource {
+    /// UTF-8.
+    std::string text;
+    io::TextEncoding encoding = io::TextEncoding::utf8;
+    /// Tells this content of the file from others.
+    std::string version;
+};
 
 /// A unit's script and, where the stack has it, the source beside it.
 struct UnitScript {
@@ -15,7 +25,7 @@ struct UnitScript {
     std::shared_ptr<const io::CobFile> cob;
     /// "scripts/NAME.bos" for the script "scripts/NAME.cob", whether there is such a file or not.
     std::string sourcePath;
-    std::optional<std::string> source;
+    std::optional<ScriptSource> source;
 };
 
 /// The script of the loaded unit, or of the one called `name`. Throws RequestError "no unit loaded;

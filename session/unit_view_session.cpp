@@ -28,15 +28,17 @@ bool isSameFile(const io::FileLocation& file, const io::FileLocation& written) {
 }
 
 /// An edit of a mod that died on the way is finished before the mod is mounted.
-void finishWrites(const fs::path& mod) {
+void finishWrites(const fs::path& mod, std::span<const fs::path> mods) {
     using io::UnfinishedWrite;
-    const UnfinishedWrite unfinished = io::finishWrite(io::systemFileOps(), mod);
+    const UnfinishedWrite unfinished = io::finishWrite(io::systemFileOps(), mod, mods);
     if (unfinished == UnfinishedWrite::none) return;
     LogLine(LogLevel::warn) << "[mount] an edit in " << io::textFromPath(mod)
                             << (unfinished == UnfinishedWrite::finished
                                     ? " that had been interrupted is finished"
                                 : unfinished == UnfinishedWrite::undone
                                     ? " that had failed and been interrupted is undone"
+                                : unfinished == UnfinishedWrite::busy
+                                    ? " is under way in another editor"
                                     : " was interrupted and cannot be finished");
 }
 
@@ -49,6 +51,13 @@ auto insisting(Operation&& operation) {
     } catch (const std::bad_alloc&) {
         return operation();
     }
+}
+
+/// Tells an archive on disk from what has taken its place.
+ArchiveStamp stampOf(const io::VfsLayer& layer) {
+    if (layer.kind != io::FileLocation::Kind::archive) return {};
+    std::error_code error;
+    return {fs::file_size(layer.path, error), fs::last_write_time(layer.path, error)};
 }
 
 void requireUnitName(const std::string& name) {
@@ -70,12 +79,36 @@ void UnitViewSession::mountAgain(const DataRootsRequest& request) {
 }
 
 void UnitViewSession::mount(const DataRootsRequest& request, const io::Progress& progress) {
-    for (const fs::path& mod : request.modPaths) finishWrites(mod);
+    for (const fs::path& mod : request.modPaths) finishWrites(mod, request.modPaths);
     auto mounted = mountDataRoots(request, palette(), progress);
     lintSuppressions_ = loadLintSuppressions(mounted->roots);
     data_ = std::move(mounted);
+    archiveStamps_.assign(data_->files.layers().size(), {});
+    stampArchives();
     LogLine(LogLevel::info) << "[mount] " << data_->files.layers().size() << " layers, "
                             << data_->catalogue.roster().size() << " units";
+}
+
+void UnitViewSession::stampArchives() {
+    const auto layers = data_->files.layers();
+    for (std::size_t i = 0; i < layers.size(); ++i) archiveStamps_[i] = stampOf(layers[i]);
+}
+
+void UnitViewSession::followArchives() {
+    if (!data_) return;
+    try {
+        std::vector<io::FileLocation> changed;
+        const auto layers = data_->files.layers();
+        for (std::size_t i = 0; i < layers.size(); ++i)
+            if (stampOf(layers[i]) != archiveStamps_[i])
+                changed.push_back({layers[i].kind, layers[i].path, {}});
+        if (changed.empty()) return;
+        stampArchives();
+        readAgain(changed);
+        if (map_) map_->forgetTypes();
+    } catch (const std::exception& error) {  // without memory; the next request may have some
+        LogLine(LogLevel::warn) << "[refresh] " << error.what();
+    }
 }
 
 void UnitViewSession::clearDataRoots() {
@@ -219,6 +252,8 @@ bool UnitViewSession::takeUp(WaitingEdits edits) {
         working.setSavedVersion(unit_->modelVersion);
     else if (!working.isDirty() || !isSameFile())
         return false;
+    else
+        working.setSavedReplaced();
     workingModel_ = std::move(working);
     cob_.setModelPieces(pieceNames(workingModel_->model()));
     return true;
@@ -278,6 +313,7 @@ void UnitViewSession::readAgain(std::span<const io::FileLocation> written) {
 
 Reload UnitViewSession::refreshAfterWrite(std::span<const io::FileLocation> written) {
     if (written.empty()) return {};
+    stampArchives();
     readAgain(written);
     if (map_) map_->forgetTypes();
     const auto isOfUnit = [&](const io::FileLocation& file) {

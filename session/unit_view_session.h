@@ -27,6 +27,13 @@ struct Reload {
     bool endedEdits = false;
 };
 
+/// Of an archive when it was opened.
+struct ArchiveStamp {
+    std::uintmax_t size = 0;
+    std::filesystem::file_time_type time = {};
+    bool operator==(const ArchiveStamp&) const = default;
+};
+
 /// Edits of a model while their unit is not loaded.
 struct WaitingEdits {
     std::string unitName;
@@ -48,6 +55,9 @@ public:
     /// Mounts the roots as they are now, changed by other programs or joined by another one; the
     /// loaded unit and map stay. Throws what setDataRoots throws.
     void mountAgain(const DataRootsRequest& request);
+
+    /// Opens archives anew that other programs have changed since they were mounted. Never throws.
+    void followArchives();
 
     /// Drops the mounted data, the loaded unit and the loaded map.
     void clearDataRoots();
@@ -152,6 +162,7 @@ private:
     bool reloadUnit();
     void load(const std::string& name);
     bool takeUp(WaitingEdits edits);
+    void stampArchives();
 
     std::unique_ptr<MountedData> data_;
     LintSuppressions lintSuppressions_;
@@ -159,6 +170,8 @@ private:
     std::optional<WorkingModel> workingModel_;
     /// Of a unit that could not be loaded again.
     std::optional<WaitingEdits> waitingEdits_;
+    /// By layer.
+    std::vector<ArchiveStamp> archiveStamps_;
     CobSession cob_;
     std::unique_ptr<LoadedMap> map_;
 };

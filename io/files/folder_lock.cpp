@@ -1,8 +1,9 @@
 #include "io/files/folder_lock.h"
 
 #ifndef _WIN32
-#include <chrono>
+#include <cerrno>
 #include <map>
+#include <stdexcept>
 #include <thread>
 #include <utility>
 
@@ -10,6 +11,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "io/path_text.h"
 #endif
 
 namespace orb::io {
@@ -18,7 +21,7 @@ namespace orb::io {
 
 // A file that is open elsewhere can be neither removed nor renamed there.
 class FolderLock::Descriptor {};
-FolderLock::FolderLock(const std::filesystem::path&) {}
+FolderLock::FolderLock(const std::filesystem::path&, Busy) {}
 bool FolderLock::isHeld() const {
     return false;
 }
@@ -27,8 +30,8 @@ bool FolderLock::isHeld() const {
 
 namespace {
 
-/// Longer than a write takes; who holds a lock for longer is not waited for.
-constexpr auto kLongestWait = std::chrono::seconds(3);
+/// Of those who can go on without.
+constexpr std::chrono::milliseconds kShortWait = std::chrono::seconds(3);
 constexpr auto kPause = std::chrono::milliseconds(2);
 
 using FolderId = std::pair<dev_t, ino_t>;
@@ -53,10 +56,15 @@ public:
         return {status.st_dev, status.st_ino};
     }
 
-    void lock() {
-        const auto end = std::chrono::steady_clock::now() + kLongestWait;
-        while (!tryLock() && std::chrono::steady_clock::now() < end)
+    /// False when another process has it after that time.
+    bool lock(std::chrono::milliseconds longest) {
+        const auto end = std::chrono::steady_clock::now() + longest;
+        while (!tryLock()) {
+            if (errno != EWOULDBLOCK && errno != EINTR) return true;  // there are no locks here
+            if (std::chrono::steady_clock::now() >= end) return false;
             std::this_thread::sleep_for(kPause);
+        }
+        return true;
     }
     bool isLocked() const { return isLocked_; }
 
@@ -73,17 +81,18 @@ private:
     bool isLocked_ = false;
 };
 
-FolderLock::FolderLock(const std::filesystem::path& file) {
-    const auto opened =
-        std::make_shared<Descriptor>(file.has_parent_path() ? file.parent_path() : ".");
+FolderLock::FolderLock(const std::filesystem::path& file, Busy busy) {
+    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
+    const auto opened = std::make_shared<Descriptor>(folder);
     const FolderId id = opened->id();
     if (id == FolderId{}) return;
     auto& locked = Descriptor::locked();
-    std::erase_if(locked, [](const auto& folder) { return folder.second.expired(); });
+    std::erase_if(locked, [](const auto& each) { return each.second.expired(); });
     held_ = locked[id].lock();
-    if (held_) return;
-    opened->lock();
-    locked[id] = held_ = opened;
+    if (held_ && held_->isLocked()) return;
+    if (!held_) locked[id] = held_ = opened;
+    if (!held_->lock(busy == Busy::refuse ? longestWait : kShortWait) && busy == Busy::refuse)
+        throw std::runtime_error(textFromPath(folder) + " is being written by another editor");
 }
 
 bool FolderLock::isHeld() const {

@@ -46,16 +46,21 @@ public:
     /// Marks the present model as saved in a file of that content version.
     void markSaved(std::string version = {}) {
         saved_ = steps_[position_].model;
-        savedVersion_ = std::move(version);
+        setSavedVersion(std::move(version));
     }
     /// The file that holds the saved model has another content now, which reads the same.
-    void setSavedVersion(std::string version) { savedVersion_ = std::move(version); }
+    void setSavedVersion(std::string version) {
+        savedVersion_ = std::move(version);
+        isSavedReplaced_ = false;
+    }
+    /// That file holds another model now, and no step is what it holds.
+    void setSavedReplaced() { isSavedReplaced_ = true; }
     const std::string& savedVersion() const { return savedVersion_; }
     /// The model that was saved last.
     const io::Model3doObject& saved() const { return *saved_; }
     /// The present model is another one than was saved. Going back to that makes it clean again; a
     /// model that only looks like it does not.
-    bool isDirty() const { return steps_[position_].model != saved_; }
+    bool isDirty() const { return isSavedReplaced_ || steps_[position_].model != saved_; }
 
 private:
     struct Step {
@@ -72,6 +77,7 @@ private:
     std::size_t bytes_ = 0;
     std::shared_ptr<const io::Model3doObject> saved_;
     std::string savedVersion_;
+    bool isSavedReplaced_ = false;
 };
 
 }  // namespace orb::unitview

@@ -23,13 +23,15 @@ json encodeWarnings(const std::vector<FbiWarning>& warnings) {
 Reply fbiRaw(UnitViewSession& session, const Payload& payload) {
     const RawDefinition raw = readDefinition(session, payload.text("name"));
     const bool isUtf8 = raw.encoding == io::TextEncoding::utf8;
-    return {{{"name", raw.name},
-             {"text", raw.text},
-             {"encoding", isUtf8 ? "utf-8" : "windows-1252"},
-             {"source", encodeSource(raw.source)},
-             {"version", raw.version},
-             {"hasBackup", raw.hasBackup},
-             {"backupCovers", raw.backupCovers}}};
+    json data = {{"name", raw.name},
+                 {"text", raw.text},
+                 {"encoding", isUtf8 ? "utf-8" : "windows-1252"},
+                 {"source", encodeSource(raw.source)},
+                 {"version", raw.version},
+                 {"hasBackup", raw.hasBackup},
+                 {"backupCovers", raw.backupCovers}};
+    if (raw.isBackupOlder) data["backupIsOlder"] = true;
+    return {std::move(data)};
 }
 
 Reply saveFbiRaw(UnitViewSession& session, const Payload& payload) {

@@ -42,6 +42,7 @@ json encodePack(const WrittenPack& pack) {
                  {"fileCount", pack.fileCount},
                  {"byteSize", pack.byteSize}};
     addReload(data, pack.reload);
+    if (pack.warning) data["warning"] = *pack.warning;
     return data;
 }
 

@@ -66,6 +66,8 @@ SaveRequest decodeSave(const Payload& payload) {
     request.model = payload.flag("model").value_or(true);
     request.terms = decodeTerms(payload);
     request.ifModelVersion = textOption(payload, "ifModelVersion");
+    request.ifScriptVersion = textOption(payload, "ifScriptVersion");
+    request.overwrite = payload.flag("overwrite").value_or(false);
     const auto script = payload.object("script");
     const auto picture = payload.object("picture");
     std::optional<std::string> png;
@@ -130,6 +132,7 @@ Reply saveUnit(UnitViewSession& session, const Payload& payload) {
             {{"part", file.part}, {"resolvedPath", io::textFromPath(file.location.path)}});
     if (saved.diagnostics) data["diagnostics"] = encodeDiagnostics(*saved.diagnostics);
     if (saved.modelVersion) data["modelVersion"] = *saved.modelVersion;
+    if (saved.scriptVersion) data["scriptVersion"] = *saved.scriptVersion;
     return {std::move(data)};
 }
 

@@ -51,10 +51,11 @@ Reply listUnits(UnitViewSession& session, const Payload& payload) {
 
 Reply loadUnit(UnitViewSession& session, const Payload& payload) {
     const bool withReport = decodeReport(payload);
-    const bool haveEditsWaited = session.hasWaitingEdits();
+    const WorkingModel* const working = session.workingModel();
+    const bool hadEdits = session.hasWaitingEdits() || (working && working->isDirty());
     const LoadedUnit& unit = session.loadUnit(payload.text("name").value_or(""));
     Reply reply{encodeLoadedUnit(unit, describeUnit(unit, session.data()))};
-    if (haveEditsWaited) reply.data[session.workingModel() ? "hasEdits" : "editsDropped"] = true;
+    if (hadEdits) reply.data[session.workingModel() ? "hasEdits" : "editsDropped"] = true;
     if (!withReport) return reply;
     reply.data["buildMenu"] = encodeBuildMenu(session.data().tables.buildMenus.of(unit.name));
     if (session.cob().instance()) reply.data["report"] = encodeReport(session);

@@ -11,6 +11,10 @@
 #include "authoring/backup.h"
 #include "io/archive/hpi_writer.h"
 #include "io/content_version.h"
+#include "io/files/file_note.h"
+#include "io/files/file_version.h"
+#include "io/files/folder_lock.h"
+#include "io/files/replace_file.h"
 #include "io/files/write_plan.h"
 #include "io/path_text.h"
 #include "session/request_error.h"
@@ -21,6 +25,7 @@
 #if ORB_TEST_HAS_POSIX
 #include <sys/mount.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #endif
 
 namespace orb::unitview {
@@ -455,6 +460,90 @@ TEST(SafeWriteTest, NamesWhatFailed) {
     const auto damaged = folder.write("damaged.ufo", "HAPIHOPI");
     EXPECT_EQ(write(io::systemFileOps(), {Kind::archive, damaged, "a"}, {}).message,
               "archive rewrite failed: Unsupported HPI version: " + io::textFromPath(damaged));
+}
+
+#if ORB_TEST_HAS_POSIX
+TEST(SafeWriteTest, APlanTouchesNothingOutsideOfItsMods) {
+    const io::TestFolder folder;
+    const auto versionOf = [](const std::string& text) {
+        return io::fileVersion(io::asBytes(text));
+    };
+    const fs::path mod = folder.path() / "mod", other = folder.path() / "other";
+    const auto finish = [&](const fs::path& first, const fs::path& second, std::size_t copies = 1) {
+        for (const fs::path& file : {first, second}) {
+            fs::create_directories(file.parent_path());
+            std::ofstream(file) << kOld;
+            std::ofstream(io::temporaryPath(file)) << kNew;
+        }
+        std::vector<io::PlannedFile> planned(copies, {first, versionOf(kOld), versionOf(kNew)});
+        planned.push_back({second, versionOf(kOld), versionOf(kNew)});
+        EXPECT_TRUE(io::writePlan(io::systemFileOps(), io::planPath(mod), planned));
+        const auto result = io::finishWrite(io::systemFileOps(), mod, {&other, 1});
+        EXPECT_EQ(readAll(first), readAll(second));
+        return result;
+    };
+    using io::UnfinishedWrite;
+    fs::create_directories(mod);
+    fs::create_directories(folder.path() / "kept");
+    fs::create_directory_symlink(folder.path() / "kept", mod / "units");
+    EXPECT_EQ(finish(mod / "units/A.FBI", mod / "b"), UnfinishedWrite::finished);
+    EXPECT_EQ(finish(mod / "units/A.FBI", other / "b"), UnfinishedWrite::finished);
+    EXPECT_EQ(finish(mod / "a", mod / "../b"), UnfinishedWrite::givenUp);
+    EXPECT_EQ(finish(mod / "a", folder.path() / "b"), UnfinishedWrite::givenUp);
+    EXPECT_EQ(finish(mod / "a", other / "../b"), UnfinishedWrite::givenUp);
+    EXPECT_EQ(finish(mod / "a", mod / "b", 2), UnfinishedWrite::givenUp) << "one file twice";
+}
+
+TEST(SafeWriteTest, WhatAnotherProcessWritesIsNotWrittenOver) {
+    const io::TestFolder folder;
+    const SeveralFiles files(folder);
+    io::FolderLock::longestWait = std::chrono::milliseconds(50);
+    int ready[2], done[2];
+    ASSERT_EQ(::pipe(ready) + ::pipe(done), 0);
+    const pid_t child = fork();
+    char byte = 0;
+    if (child == 0) {
+        ::close(done[1]);
+        const io::FolderLock lock(files.definition());
+        ::write(ready[1], &byte, 1);
+        ::read(done[0], &byte, 1);  // ends when the parent closes its end
+        ::_exit(0);
+    }
+    ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+    EXPECT_EQ(
+        failureOf([&] { files.run(io::systemFileOps()); }),
+        io::textFromPath(files.definition().parent_path()) + " is being written by another editor");
+    EXPECT_EQ(files.state(), "old old old ");
+    ::close(done[1]);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(failureOf([&] { files.run(io::systemFileOps()); }), "");
+    io::FolderLock::longestWait = std::chrono::seconds(30);
+}
+#endif
+
+TEST(SafeWriteTest, AFileThatAnotherProgramPutThereIsBackedUpToo) {
+    const io::TestFolder folder;
+    const auto file = folder.write("A.FBI", kFirst);
+    const auto outcomeOf = [&](const std::string& text, bool allow) {
+        return write(io::systemFileOps(), {Kind::loose, file, ""}, bytesOf(text), allow).outcome;
+    };
+    ASSERT_EQ(outcomeOf(kOld, true), WriteOutcome::ok);
+    if (io::fileNote(backupPath(file)).empty()) GTEST_SKIP() << "no notes in this file system";
+    EXPECT_EQ(outcomeOf(kNew, false), WriteOutcome::ok);
+    const std::string theirs = "another program's";
+    folder.write("A.FBI", theirs);
+    EXPECT_TRUE(isBackupOlder(io::systemFileOps(), file));
+    EXPECT_EQ(outcomeOf(kOld, false), WriteOutcome::needsBackupConsent);
+    EXPECT_EQ(outcomeOf(kOld, true), WriteOutcome::ok);
+    EXPECT_EQ(readAll(backupPath(file)), theirs);
+    EXPECT_EQ(readAll(folder.path() / "A.FBI.1.orbbackup"), kFirst);
+    EXPECT_EQ(outcomeOf(kNew, false), WriteOutcome::ok);
+
+    folder.write("A.FBI", "a third");
+    EXPECT_NE(restoreFromBackup(io::systemFileOps(), file), std::nullopt);
+    EXPECT_EQ(readAll(file), theirs);
+    EXPECT_EQ(readAll(folder.path() / "A.FBI.2.orbbackup"), "a third");
 }
 
 TEST(SafeWriteTest, AsksBeforeTheFirstBackupAndKeepsIt) {

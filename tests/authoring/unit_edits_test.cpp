@@ -4,14 +4,20 @@
 
 #include <gtest/gtest.h>
 
+#include "authoring/backup.h"
 #include "authoring/corpse_stub.h"
 #include "authoring/new_mod.h"
+#include "authoring/pack_file.h"
 #include "authoring/unit_clone.h"
 #include "authoring/unit_save.h"
+#include "io/archive/hpi_writer.h"
+#include "io/content_version.h"
 #include "io/files/write_plan.h"
 #include "io/formats/gaf.h"
 #include "io/formats/model3do.h"
+#include "session/model_edits.h"
 #include "tests/authoring/faulty_file_ops.h"
+#include "tests/io/archive_fixture.h"
 #include "tests/platform.h"
 #include "tests/quiet_log.h"
 #include "tests/test_folder.h"
@@ -143,6 +149,127 @@ TEST_F(UnitEditsTest, ADefinitionOfManyKeysIsClonedAndSaved) {
     EXPECT_EQ(contentOf(folder.path() / "mod/units/HUGE.fbi"), text + "}\n");
 }
 
+TEST_F(UnitEditsTest, AScriptsSourceKeepsItsEncodingAndWhatOthersWroteIntoIt) {
+    fs::remove(folder.path() / "game/scripts/legs.cob");
+    const std::string source = "// gr\xfc\xdf\x65\npiece base; Create() { }\n";
+    folder.write("mod/scripts/legs.bos", source);
+    cloneUnit(session, {.name = "ant"});
+    mount(session);
+    session.loadUnit("ant");
+    SaveRequest request;
+    request.script =
+        ScriptText{"// gr\xc3\xbc\xc3\x9f\x65\npiece base; Create() { }\n// more\n", {}};
+    request.ifScriptVersion = io::contentVersion(io::asBytes(source + "x"));
+    request.terms.allowBackupCreation = true;
+    const SaveResult refused = saveUnit(session, request);
+    EXPECT_EQ(refused.edit.outcome, EditOutcome::changedOnDisk);
+    EXPECT_EQ(refused.edit.resolvedPath, folder.path() / "mod/scripts/legs.bos");
+    EXPECT_EQ(contentOf(folder.path() / "mod/scripts/legs.bos"), source);
+    request.ifScriptVersion = refused.scriptVersion;
+    const SaveResult saved = saveUnit(session, request);
+    EXPECT_EQ(saved.edit.outcome, EditOutcome::ok);
+    const std::string written = contentOf(folder.path() / "mod/scripts/legs.bos");
+    EXPECT_EQ(written, source + "// more\n");
+    EXPECT_EQ(saved.scriptVersion, io::contentVersion(io::asBytes(written)));
+}
+
+TEST_F(UnitEditsTest, ANewNameOfAPartTakesNoFileFromAnotherUnit) {
+    fs::remove(folder.path() / "game/scripts/legs.cob");
+    cloneUnit(session, {.name = "ant"});
+    folder.write("mod/objects3d/bee.3do", "a bee");
+    folder.write("mod/scripts/wings.bos", "wings");
+    mount(session);
+    session.loadUnit("ant");
+    ModelFix fix;
+    fix.kind = "rename-piece";
+    fix.piece = std::int64_t{0};
+    fix.name = "base";
+    applyModelFix(session, fix);
+    const auto before = snapshot(folder.path());
+    SaveRequest request;
+    request.terms.allowBackupCreation = true;
+    request.definition = std::vector<FbiChange>{{"ObjectName", "bee"}};
+    EXPECT_THROW(saveUnit(session, request), RequestError);
+    request.definition = std::vector<FbiChange>{{"Script", "wings"}};
+    request.script = ScriptText{"piece base; Create() { }", {}};
+    request.model = false;
+    EXPECT_THROW(saveUnit(session, request), RequestError);
+    EXPECT_EQ(snapshot(folder.path()), before);
+    request.overwrite = true;
+    EXPECT_EQ(saveUnit(session, request).edit.outcome, EditOutcome::ok);
+    EXPECT_EQ(contentOf(folder.path() / "mod/scripts/wings.bos"), "piece base; Create() { }");
+}
+
+TEST_F(UnitEditsTest, ABackupIsRestoredWhenItIsWholeAndAlsoWhereItsFileIsGone) {
+    cloneUnit(session, {.name = "ant"});
+    const fs::path file = folder.path() / "mod/units/ant.fbi";
+    const fs::path backup = backupPath(file);
+    const std::vector<FbiChange> change{{"MaxDamage", "11"}};
+    patchDefinition(session, "ant", change, {.allowBackupCreation = true});
+    const std::string edited = contentOf(file);
+    folder.write("mod/units/ant.fbi.orbbackup", "");
+    EXPECT_THROW(restoreUnitSource(session, "ant"), RequestError);
+    EXPECT_EQ(contentOf(file), edited);
+    EXPECT_TRUE(fs::exists(backup));
+
+    folder.write("mod/units/ant.fbi.orbbackup", kDefinition);
+    fs::remove(file);
+    mount(session);
+    EXPECT_EQ(restoreUnitSource(session, "ANT").restoredPath, file);
+    EXPECT_EQ(contentOf(file), kDefinition);
+
+    const std::vector<io::HpiInputFile> entries{
+        {"units/bee.fbi", io::bytesOf("[UNITINFO]{UnitName=BEE; ObjectName=ant;}")}};
+    const io::Bytes archive = io::writeHpi(entries);
+    folder.write("mod/bees.ufo", archive);
+    mount(session);
+    patchDefinition(session, "bee", change, {.allowBackupCreation = true});
+    folder.write("mod/bees.ufo", "");
+    mount(session);
+    EXPECT_THROW(session.resolveUnitSource("bee"), RequestError);
+    restoreUnitSource(session, "bee");
+    EXPECT_EQ(contentOf(folder.path() / "mod/bees.ufo"), io::asText(archive));
+    EXPECT_EQ(session.resolveUnitSource("bee").location.kind, io::FileLocation::Kind::archive);
+}
+
+TEST_F(UnitEditsTest, AnArchiveThatAnotherEditorHasWrittenIsReadAnew) {
+    const auto archiveWith = [](const std::string& text) {
+        const std::vector<io::HpiInputFile> entries{{"units/bee.fbi", io::bytesOf(text)}};
+        return io::writeHpi(entries);
+    };
+    folder.write("mod/bees.ufo", archiveWith("[UNITINFO]{UnitName=BEE; ObjectName=ant;}"));
+    mount(session);
+    folder.write("mod/bees.ufo", archiveWith("[UNITINFO]{UnitName=WASP; ObjectName=ant; Name=b;}"));
+    session.followArchives();
+    EXPECT_TRUE(session.data().catalogue.find("WASP"));
+    EXPECT_FALSE(session.data().catalogue.find("BEE"));
+}
+
+TEST_F(UnitEditsTest, APackTakesThePlaceOfNothingThatItLacks) {
+    const std::vector<io::HpiInputFile> entries{{"units/bee.fbi", io::bytesOf(kDefinition)},
+                                                {"units/wasp.fbi", io::bytesOf(kDefinition)}};
+    folder.write("mod/bees.ufo", io::writeHpi(entries));
+    folder.write("mod/units/fly.fbi", kDefinition);
+    mount(session);
+    const auto before = snapshot(folder.path());
+    const auto failureOf = [&](const PackRequest& request) -> std::string {
+        try {
+            requirePackDestination(session, request);
+            PackContent content(request.compression);
+            content.add("UNITS/bee.fbi", io::bytesOf(kDefinition));
+            writePack(session, request, std::move(content));
+            return "";
+        } catch (const RequestError& error) {
+            return error.what();
+        }
+    };
+    EXPECT_TRUE(failureOf({folder.path() / "mod/bees.ufo", true}).ends_with(": units/wasp.fbi"));
+    EXPECT_TRUE(failureOf({folder.path() / "mod/units/fly.fbi", true})
+                    .starts_with("destination is no archive: "));
+    EXPECT_EQ(snapshot(folder.path()), before);
+    EXPECT_EQ(failureOf({folder.path() / "bees.ufo", true}), "");
+}
+
 /// Lets each file operation of an edit fail in turn: it is then done, or nothing has changed.
 TEST_F(UnitEditsTest, AFailureAtAnyStepLeavesNothingOrEverything) {
     using Edit = std::function<void(UnitViewSession&, io::FileOps&)>;
@@ -204,42 +331,51 @@ TEST_F(UnitEditsTest, AFailureAtAnyStepLeavesNothingOrEverything) {
 }
 
 #if ORB_TEST_HAS_POSIX
-/// Lets the process die at each file operation of a save: the next mount finishes it, or it has
-/// never been.
-TEST_F(UnitEditsTest, ASaveThatDiesIsFinishedByTheNextMountOrHasNotBegun) {
+/// Lets the process die at each file operation of a save: the next mount finishes it, or the next
+/// edit of a session that was there before, or it has never been.
+TEST_F(UnitEditsTest, ASaveThatDiesIsFinishedByWhoComesNextOrHasNotBegun) {
     fs::remove(folder.path() / "game/scripts/legs.cob");
     cloneUnit(session, {.name = "ant"});
     const fs::path mod = folder.path() / "mod";
     const auto before = snapshot(mod);
-    std::set<bool> met;
-    for (int step = 0;; ++step) {
-        fs::remove_all(mod);
-        for (const auto& [path, content] : before)
-            if (content != "(folder)") folder.write("mod/" + path, content);
-        const pid_t child = fork();
-        if (child == 0) {
-            UnitViewSession dying;
-            mount(dying);
-            dying.loadUnit("ant");
-            FaultyFileOps ops(step, FaultyFileOps::Fault::die);
-            SaveRequest request;
-            request.definition = std::vector<FbiChange>{{"MaxDamage", "11"}};
-            request.script = ScriptText{"piece base; Create() { }", {}};
-            request.terms.allowBackupCreation = true;
-            saveUnit(dying, request, ops);
-            ::_exit(0);
+    std::set<std::pair<bool, bool>> met;
+    for (const bool byEdit : {false, true}) {
+        for (int step = 0;; ++step) {
+            fs::remove_all(mod);
+            for (const auto& [path, content] : before)
+                if (content != "(folder)") folder.write("mod/" + path, content);
+            mount(session);
+            const pid_t child = fork();
+            if (child == 0) {
+                UnitViewSession dying;
+                mount(dying);
+                dying.loadUnit("ant");
+                FaultyFileOps ops(step, FaultyFileOps::Fault::die);
+                SaveRequest request;
+                request.definition = std::vector<FbiChange>{{"MaxDamage", "11"}};
+                request.script = ScriptText{"piece base; Create() { }", {}};
+                request.terms.allowBackupCreation = true;
+                saveUnit(dying, request, ops);
+                ::_exit(0);
+            }
+            int status = 0;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            const std::vector<FbiChange> change{{"Name", "Bee"}};
+            if (byEdit)
+                patchDefinition(session, "ant", change, {.allowBackupCreation = true});
+            else
+                mount(session);
+            const std::string written = contentOf(mod / "units/ant.fbi");
+            const bool isSaved = written.find("=11;") != std::string::npos;
+            EXPECT_EQ(written.find("=Bee;") != std::string::npos, byEdit) << step;
+            EXPECT_EQ(fs::exists(mod / "scripts/legs.cob"), isSaved) << step;
+            EXPECT_EQ(fs::exists(mod / "scripts/legs.bos"), isSaved) << step;
+            EXPECT_FALSE(fs::exists(io::planPath(mod))) << step;
+            met.emplace(byEdit, isSaved);
+            if (WEXITSTATUS(status) != FaultyFileOps::kDeathStatus) break;
         }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        mount(session);
-        const bool isSaved = contentOf(mod / "units/ant.fbi").find("=11;") != std::string::npos;
-        EXPECT_EQ(fs::exists(mod / "scripts/legs.cob"), isSaved) << step;
-        EXPECT_EQ(fs::exists(mod / "scripts/legs.bos"), isSaved) << step;
-        EXPECT_FALSE(fs::exists(io::planPath(mod))) << step;
-        met.insert(isSaved);
-        if (WEXITSTATUS(status) != FaultyFileOps::kDeathStatus) break;
     }
-    EXPECT_EQ(met.size(), 2U);
+    EXPECT_EQ(met.size(), 4U);
 }
 #endif
 

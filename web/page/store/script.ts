@@ -33,6 +33,8 @@ export interface Breakpoint {
 export interface ScriptText extends SavedText {
     /** Of the source in the stack; none of one that is disassembled. */
     path: string | undefined;
+    /** Tells this content of the source from others; empty without a source. */
+    sourceVersion: string;
     lineSpans: readonly LineSpan[];
     symbols: SourceSymbols | undefined;
 }
@@ -48,7 +50,10 @@ export const scripts = documents<ScriptText, BosDiagnostic>({
         await ask("list-units", { refresh: true }); // sees what other programs have written
         const now = await readScript(name).catch(() => undefined); // one that is gone is written anew
         if (now && now.version !== base.version) return { outcome: "changed-on-disk", resolvedPath: now.file };
-        const saved = await ask("save-unit", { name, script: { bos: raw }, model: false, allowBackupCreation });
+        const saved = await ask("save-unit", {
+            name, script: { bos: raw }, model: false, allowBackupCreation,
+            ...now && { ifScriptVersion: now.sourceVersion },
+        });
         return { ...saved, version: raw };
     },
 });
@@ -91,8 +96,9 @@ export const scriptPath = computed(() => scripts.shown.value?.base.path);
 async function readScript(name: string): Promise<ScriptText> {
     const known = await ask("cob-get-unit-bos", { name });
     const path = known.origin === "file" ? known.path : undefined;
+    const sourceVersion = known.origin === "file" ? known.version : "";
     const { source, lineSpans = [], symbols } = known;
-    return { ...savedText(await fileOf(name, path), source, source), path, lineSpans, symbols };
+    return { ...savedText(await fileOf(name, path), source, source), path, sourceVersion, lineSpans, symbols };
 }
 
 /** Where the source lies, or else the code. */
