@@ -2,7 +2,7 @@
 import { mkdirSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { browser, OUT } from "./bench";
-import { DEEDS, lookAt, NotNow } from "./day/deeds";
+import { DEEDS, lookAt, NotNow, reload } from "./day/deeds";
 import { FAULTS, pause } from "./day/faults";
 import { comeToRest, contradictions, lookAround } from "./day/invariants";
 import { figures, grown, type Figures } from "./day/memory";
@@ -102,7 +102,6 @@ async function calm(world: World): Promise<void> {
 
 /** What was found would be found again in each page. */
 async function startOver(world: World): Promise<void> {
-    const { reload } = await import("./day/deeds");
     for (const desk of world.desks) await reload(world, desk).catch(() => {});
     world.ledger.marks.clear();
 }

@@ -1,10 +1,11 @@
 // What of models and textures is data: no browser.
 import assert from "node:assert/strict";
 import { test } from "node:test";
-import type { ModelFace, ModelPiece } from "protocol";
+import type { ModelFace, ModelFix, ModelPiece } from "protocol";
 import { findingsOf, findingsOfDuplicates } from "../page/work/findings";
 import { buildFix, cornersOf, facesConcerned, FIXES, type FixInput, sayConcerned } from "../page/work/model_fixes";
 import { EVERY_INDEX, isTeamIndex, withChange } from "../page/work/team_bands";
+import { asSaved, NO_FIXES, withAgain, withFix, withoutLast } from "../page/work/unsaved_fixes";
 
 const face = (primIndex: number, more: Partial<ModelFace> = {}): ModelFace => ({
     primIndex, indices: [0, 1, 2], flags: [false, false, false], isTwin: false, isSelection: false, normal: [0, 1, 0], area: 1, issues: [], ...more,
@@ -61,4 +62,14 @@ test("changes of colours stay one for each index, in order", () => {
     const two = withChange(withChange([], 100, 5), 7, 9);
     assert.deepEqual(two, [{ from: 7, to: 9 }, { from: 100, to: 5 }]);
     assert.deepEqual(withChange(two, 100, 100), [{ from: 7, to: 9 }]);
+});
+
+test("what is unsaved of a model is known until a step that is in its file is undone", () => {
+    const [one, two]: ModelFix[] = [{ kind: "scale", factor: 1 }, { kind: "scale", factor: 2 }];
+    const made = withFix(withFix(NO_FIXES, one!), two!);
+    assert.deepEqual(withoutLast(made), { made: [one], undone: [two] });
+    assert.deepEqual(withAgain(withoutLast(made)), made);
+    assert.deepEqual(withFix(withoutLast(made), one!), { made: [one, one], undone: [] });
+    assert.deepEqual(withAgain(asSaved(withoutLast(made))), { made: [two], undone: [] });
+    assert.equal(withFix(withoutLast(asSaved(made)), one!).made, undefined);
 });

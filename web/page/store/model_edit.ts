@@ -5,7 +5,7 @@ import { ask } from "../ask";
 import { type Finding, faceKey, findingOfBleedThrough, findingsOf, findingsOfDuplicates } from "../work/findings";
 import { buildFix, cornersOf, facesConcerned, type FixInput, type FixKind, type FixWord, FIX_FOR } from "../work/model_fixes";
 import { messageOf } from "../work/newest";
-import { asSaved, NO_FIXES, type UnsavedFixes, withAgain, withFix, withoutLast } from "../work/unsaved_fixes";
+import { asSaved, NO_FIXES, UNKNOWN_FIXES, type UnsavedFixes, withAgain, withFix, withoutLast } from "../work/unsaved_fixes";
 import { counted } from "../work/words";
 import { isAlive, say } from "./connection";
 import { askUser, write } from "./question";
@@ -45,6 +45,8 @@ export const details = resource<readonly ModelPiece[]>(async () => {
     const { pieces, ...edits } = await ask("model-get-unit-summary");
     setState(edits);
     if (!edits.isDirty) savedShape = shapeOf(pieces);
+    // the back end had kept them for a unit that could not be loaded for a while
+    else if (unsaved.made?.length === 0) unsaved = UNKNOWN_FIXES;
     return Promise.all(pieces.map(({ index }) => ask("model-get-piece", { piece: index })));
 });
 const shapeOf = (all: ModelSummary["pieces"]): string =>

@@ -8,19 +8,19 @@ export interface UnsavedFixes {
 }
 
 export const NO_FIXES: UnsavedFixes = { made: [], undone: [] };
-const UNKNOWN: UnsavedFixes = { made: undefined, undone: [] };
+export const UNKNOWN_FIXES: UnsavedFixes = { made: undefined, undone: [] };
 
 export const withFix = ({ made }: UnsavedFixes, fix: ModelFix): UnsavedFixes =>
     ({ made: made && [...made, fix], undone: [] });
 
 export function withoutLast({ made = [], undone }: UnsavedFixes): UnsavedFixes {
     const last = made.at(-1);
-    return last ? { made: made.slice(0, -1), undone: [...undone, last] } : UNKNOWN;
+    return last ? { made: made.slice(0, -1), undone: [...undone, last] } : UNKNOWN_FIXES;
 }
 
 export function withAgain({ made, undone }: UnsavedFixes): UnsavedFixes {
     const next = undone.at(-1);
-    return made && next ? { made: [...made, next], undone: undone.slice(0, -1) } : UNKNOWN;
+    return made && next ? { made: [...made, next], undone: undone.slice(0, -1) } : UNKNOWN_FIXES;
 }
 
 /** All of it is in the file now. */

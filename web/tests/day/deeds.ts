@@ -189,6 +189,16 @@ export const DEEDS: readonly Deed[] = [
         await press(button(desk.page, "Take theirs"));
         await takenBack(world, desk, kind);
     } },
+    { name: "brings a backup back", weight: 1, async do(world, desk) {
+        await lookAt(desk, world.chance.pick(["GLDCRAB", "GLDYARD"]));
+        await showTab(desk, /^FBI/);
+        await press(button(paneOf(desk, /^FBI/), "Restore backup…"));
+        await button(dialog(desk), "Restore").click();
+        await dialog(desk).waitFor({ state: "detached" });
+        // all that was written since the first change, and what is unsaved of it, is given up
+        const paper = await paperIn(desk, world, "definition");
+        for (const mark of world.ledger.marks) if (mark.paper === paper) mark.mayBeGone = true;
+    } },
     { name: "tries a script", weight: 3, async do({ chance }, desk) {
         await press(button(textPane(desk, "script"), "Try"));
         if (chance.percent(60)) await press(button(desk.page, "Back"));

@@ -53,6 +53,12 @@ export const isText = ({ kind }: Paper): boolean => kind === "script" || kind ==
 export const readLoose = ({ path, kind }: Paper): string =>
     existsSync(path) ? readFileSync(path, kind === "script" || kind === "definition" ? "utf8" : "base64") : GONE;
 
+/** What a loose file was before its first change. */
+function backupOf(paper: Paper | undefined): string {
+    const path = `${paper?.path}.orbbackup`;
+    return existsSync(path) ? readFileSync(path, "utf8") : GONE;
+}
+
 /** The file as the disk has it; of an archive as another back end reads it. */
 export async function readPaper(paper: Paper, reader: Editor): Promise<string> {
     if (!paper.inside) return readLoose(paper);
@@ -80,6 +86,7 @@ export function ledger(papers: readonly Paper[]) {
         const found = (paper: Paper | undefined, content = ANY) => paper && { paper, text: content };
         if (type === "save-fbi-raw" && !checkOnly) return found(of("definition"), text);
         if (type === "save-unit") return script ? found(of("script"), script.bos) : found(of("model"));
+        if (type === "restore-source-from-backup") return found(of("definition"), backupOf(of("definition")));
         if (type === "texture-apply-remap") return found(papers.find(({ kind }) => kind === "texture"));
         return undefined;
     }
@@ -97,13 +104,14 @@ export function ledger(papers: readonly Paper[]) {
         const take = (isDone: boolean): void => {
             if (isAlone() && isDone) {
                 paper.now = new Set([text === ANY ? readLoose(paper) : text]);
-                paper.hasBackup = paper.isPaired = true;
+                paper.hasBackup = type !== "restore-source-from-backup";
+                paper.isPaired = true;
             } else if (isAlone() && !wasThere) paper.now.delete(text);
             paper.events++;
         };
         try {
             const answer = await ask();
-            const { outcome } = answer.data as { outcome?: string };
+            const { outcome = "ok" } = answer.data as { outcome?: string };
             take(outcome === "ok");
             return answer;
         } catch (error) {

@@ -6,7 +6,7 @@ import type { Page } from "playwright-core";
 import { startEditor, type Editor } from "../../server/editor";
 import type { Roots } from "../../wire";
 import { BUILD, openBench, type OpenBench } from "../bench";
-import { type Ledger, ledger, makePaper, type Paper } from "./papers";
+import { type Ledger, ledger, makePaper, type Paper, readPaper } from "./papers";
 import type { Random } from "./random";
 
 export const DISK_BYTES = 3 * 2 ** 20;
@@ -82,7 +82,6 @@ export async function openWorld(chance: Random, note: (text: string) => void): P
     await bench.page.close(); // it was opened before the clipboard was ours
     world.first = await withReader(world, async (reader) => {
         const first = new Map<Paper, string>();
-        const { readPaper } = await import("./papers");
         for (const paper of papers) {
             const text = await readPaper(paper, reader);
             paper.states.add(text);
