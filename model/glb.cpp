@@ -4,6 +4,7 @@
 #include <bit>
 #include <charconv>
 #include <map>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <tuple>
@@ -74,17 +75,17 @@ public:
     template <typename... Parts>
     std::size_t add(const Parts&... parts) {
         const std::size_t most = size_ + (roomFor(parts) + ... + 1);
-        if (most > text_.size()) text_.resize(std::max(most, 2 * text_.size()));
-        char* end = text_.data() + size_;
+        if (most > capacity_) grow(std::max(most, 2 * capacity_));
+        char* end = text_.get() + size_;
         *end++ = count_ == 0 ? '[' : ',';
         ((end = write(end, parts)), ...);
-        size_ = static_cast<std::size_t>(end - text_.data());
+        size_ = static_cast<std::size_t>(end - text_.get());
         return count_++;
     }
     std::size_t size() const { return count_; }
     /// The array without its closing bracket. Empty without records, since the format forbids empty
     /// arrays.
-    std::string_view openText() const { return {text_.data(), size_}; }
+    std::string_view openText() const { return {text_.get(), size_}; }
 
 private:
     /// Of a number's text: 64 bits have 20 digits, a double takes at most 24 characters.
@@ -117,8 +118,16 @@ private:
         return to;
     }
 
-    /// Longer than what is used of it, so that growing and writing are two steps.
-    std::vector<char> text_;
+    void grow(std::size_t capacity) {
+        auto grown = std::make_unique_for_overwrite<char[]>(capacity);
+        std::copy_n(text_.get(), size_, grown.get());
+        text_ = std::move(grown);
+        capacity_ = capacity;
+    }
+
+    /// No vector, which would fill what is written anyway, and touch memory that never is.
+    std::unique_ptr<char[]> text_;
+    std::size_t capacity_ = 0;
     std::size_t size_ = 0;
     std::size_t count_ = 0;
 };
