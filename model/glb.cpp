@@ -4,6 +4,7 @@
 #include <bit>
 #include <charconv>
 #include <map>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <tuple>
@@ -74,17 +75,17 @@ public:
     template <typename... Parts>
     std::size_t add(const Parts&... parts) {
         const std::size_t most = size_ + (roomFor(parts) + ... + 1);
-        if (most > text_.size()) text_.resize(std::max(most, 2 * text_.size()));
-        char* end = text_.data() + size_;
+        if (most > capacity_) grow(std::max(most, 2 * capacity_));
+        char* end = text_.get() + size_;
         *end++ = count_ == 0 ? '[' : ',';
         ((end = write(end, parts)), ...);
-        size_ = static_cast<std::size_t>(end - text_.data());
+        size_ = static_cast<std::size_t>(end - text_.get());
         return count_++;
     }
     std::size_t size() const { return count_; }
     /// The array without its closing bracket. Empty without records, since the format forbids empty
     /// arrays.
-    std::string_view openText() const { return {text_.data(), size_}; }
+    std::string_view openText() const { return {text_.get(), size_}; }
 
 private:
     /// Of a number's text: 64 bits have 20 digits, a double takes at most 24 characters.
@@ -117,8 +118,16 @@ private:
         return to;
     }
 
-    /// Longer than what is used of it, so that growing and writing are two steps.
-    std::vector<char> text_;
+    void grow(std::size_t capacity) {
+        auto grown = std::make_unique_for_overwrite<char[]>(capacity);
+        std::copy_n(text_.get(), size_, grown.get());
+        text_ = std::move(grown);
+        capacity_ = capacity;
+    }
+
+    /// No vector, which would fill what is written anyway, and touch memory that never is.
+    std::unique_ptr<char[]> text_;
+    std::size_t capacity_ = 0;
     std::size_t size_ = 0;
     std::size_t count_ = 0;
 };
@@ -153,56 +162,36 @@ std::uint8_t* writeVector(std::uint8_t* to, const Vector& vector) {
     return to;
 }
 
-/// The binary buffer with the list of its blocks. What adds one returns the index of its view.
-class BlockBuffer {
+constexpr std::size_t padded(std::size_t length) {
+    return (length + kAlignment - 1) / kAlignment * kAlignment;
+}
+
+/// Where the blocks of the binary buffer lie, and the list of views that says so. What adds one
+/// returns the index of its view.
+class BlockLayout {
 public:
-    void reserve(std::size_t size) { bytes_.reserve(size); }
-
-    template <typename Vector>
-    std::size_t addVertexData(std::span<const Vector> vectors) {
-        std::uint8_t* to = extend(vectors.size() * std::tuple_size_v<Vector> * sizeof(float));
-        for (const Vector& vector : vectors) to = writeVector(to, vector);
-        return addVertexView();
+    std::size_t addVertexData(std::size_t length) {
+        return add(length, R"(,"target":)", kArrayBuffer, "}");
     }
-    std::size_t addColors(std::size_t count, const ColorRgb& color) {
-        std::uint8_t* to = extend(count * color.size() * sizeof(float));
-        for (std::size_t i = 0; i < count; ++i) to = writeVector(to, color);
-        return addVertexView();
+    std::size_t addIndices(std::size_t length) {
+        return add(length, R"(,"target":)", kElementArrayBuffer, "}");
     }
+    std::size_t addPicture(std::size_t length) { return add(length, "}"); }
 
-    std::size_t addIdentityIndices(std::size_t count) {
-        std::uint8_t* to = extend(count * sizeof(std::uint16_t));
-        for (std::size_t i = 0; i < count; ++i) to = writeNumber(to, static_cast<std::uint16_t>(i));
-        return addView(R"(,"target":)", kElementArrayBuffer, "}");
-    }
-
-    std::size_t addPicture(io::ByteView png) {
-        std::ranges::copy(png, extend(png.size()));
-        return addView("}");
-    }
-
-    io::ByteView bytes() const { return bytes_; }
+    /// Of the buffer.
+    std::size_t size() const { return size_; }
     const RecordList& views() const { return views_; }
 
 private:
-    /// Room for a block; zeros fill it up to the next one.
-    std::uint8_t* extend(std::size_t length) {
-        start_ = bytes_.size();
-        length_ = length;
-        bytes_.resize(start_ + (length + kAlignment - 1) / kAlignment * kAlignment);
-        return bytes_.data() + start_;
-    }
-    std::size_t addVertexView() { return addView(R"(,"target":)", kArrayBuffer, "}"); }
     template <typename... Rest>
-    std::size_t addView(const Rest&... rest) {
-        return views_.add(R"({"buffer":0,"byteLength":)", length_, R"(,"byteOffset":)", start_,
+    std::size_t add(std::size_t length, const Rest&... rest) {
+        const std::size_t start = size_;
+        size_ += padded(length);
+        return views_.add(R"({"buffer":0,"byteLength":)", length, R"(,"byteOffset":)", start,
                           rest...);
     }
 
-    io::Bytes bytes_;
-    /// Of the block added last.
-    std::size_t start_ = 0;
-    std::size_t length_ = 0;
+    std::size_t size_ = 0;
     RecordList views_;
 };
 
@@ -265,8 +254,8 @@ private:
 class GeometryWriter {
 public:
     GeometryWriter(const ModelMesh& mesh, const Materials& materials,
-                   const std::array<ColorRgb, 256>& colors, BlockBuffer& buffer)
-        : mesh_(mesh), materials_(materials), colors_(colors), buffer_(buffer) {}
+                   const std::array<ColorRgb, 256>& colors, BlockLayout& layout)
+        : mesh_(mesh), materials_(materials), colors_(colors), layout_(layout) {}
 
     /// The index of the mesh, or none for a piece without geometry.
     std::optional<std::size_t> addPiece(const PieceMesh& piece) {
@@ -280,26 +269,46 @@ public:
     const RecordList& meshes() const { return meshes_; }
     const RecordList& accessors() const { return accessors_; }
 
+    /// Writes the blocks of all pieces, which were added in their order; returns where they end.
+    std::uint8_t* writeBlocks(std::uint8_t* to) const {
+        for (const DrawRange& range : mesh_.ranges) to = writeRange(to, range);
+        return to;
+    }
+
 private:
     void addRange(const DrawRange& range, RecordList& primitives) {
         const std::size_t count = range.vertexCount;
-        const std::span positions(mesh_.positions.data() + range.firstVertex, count);
-        const std::span texCoords(mesh_.texCoords.data() + range.firstVertex, count);
-        const Bounds bounds = boundsOf(positions);
-
+        const Bounds bounds = boundsOf(positionsOf(range));
         const std::size_t position =
-            addAccessor(buffer_.addVertexData(positions), kFloat, count, R"("max":)",
+            addAccessor(layout_.addVertexData(count * sizeof(io::Vec3)), kFloat, count, R"("max":)",
                         bounds.greatest, R"(,"min":)", bounds.least, R"(,"type":"VEC3"})");
-        const std::size_t color = addAccessor(buffer_.addColors(count, colorOf(range)), kFloat,
-                                              count, R"("type":"VEC3"})");
-        const std::size_t texCoord =
-            addAccessor(buffer_.addVertexData(texCoords), kFloat, count, R"("type":"VEC2"})");
-        const std::size_t indices = addAccessor(buffer_.addIdentityIndices(count), kUnsignedShort,
-                                                count, R"("type":"SCALAR"})");
+        const std::size_t color = addAccessor(layout_.addVertexData(count * sizeof(ColorRgb)),
+                                              kFloat, count, R"("type":"VEC3"})");
+        const std::size_t texCoord = addAccessor(layout_.addVertexData(count * sizeof(TexCoord)),
+                                                 kFloat, count, R"("type":"VEC2"})");
+        const std::size_t indices = addAccessor(layout_.addIndices(count * sizeof(std::uint16_t)),
+                                                kUnsignedShort, count, R"("type":"SCALAR"})");
         primitives.add(R"({"attributes":{"COLOR_0":)", color, R"(,"POSITION":)", position,
                        R"(,"TEXCOORD_0":)", texCoord, R"(},"extras":{"primIndex":)",
                        range.primIndex, R"(},"indices":)", indices, R"(,"material":)",
                        materials_.indexOf(range), R"(,"mode":)", kTriangles, "}");
+    }
+
+    /// The blocks of `addRange`.
+    std::uint8_t* writeRange(std::uint8_t* to, const DrawRange& range) const {
+        const std::size_t count = range.vertexCount;
+        const ColorRgb color = colorOf(range);
+        for (const io::Vec3& position : positionsOf(range)) to = writeVector(to, position);
+        for (std::size_t i = 0; i < count; ++i) to = writeVector(to, color);
+        for (std::size_t i = 0; i < count; ++i)
+            to = writeVector(to, mesh_.texCoords[range.firstVertex + i]);
+        std::uint8_t* const indices = to;
+        for (std::size_t i = 0; i < count; ++i) to = writeNumber(to, static_cast<std::uint16_t>(i));
+        return indices + padded(count * sizeof(std::uint16_t));
+    }
+
+    std::span<const io::Vec3> positionsOf(const DrawRange& range) const {
+        return {mesh_.positions.data() + range.firstVertex, range.vertexCount};
     }
 
     ColorRgb colorOf(const DrawRange& range) const {
@@ -317,7 +326,7 @@ private:
     const ModelMesh& mesh_;
     const Materials& materials_;
     const std::array<ColorRgb, 256>& colors_;
-    BlockBuffer& buffer_;
+    BlockLayout& layout_;
     RecordList meshes_;
     RecordList accessors_;
 };
@@ -335,14 +344,6 @@ json encodeNodes(const std::vector<PieceRef>& pieces) {
     return nodes;
 }
 
-/// The size that the binary buffer takes at most.
-std::size_t binarySize(const ModelMesh& mesh, const TextureSet& textures) {
-    constexpr std::size_t kVertexSize = (3 + 3 + 2) * sizeof(float) + sizeof(std::uint16_t);
-    std::size_t size = mesh.positions.size() * kVertexSize + mesh.ranges.size() * kAlignment;
-    for (const auto& [key, texture] : textures) size += texture.png->size() + kAlignment;
-    return size;
-}
-
 /// Everything of the document but geometry and pictures.
 json documentFrame(const io::Model3doObject& model, std::size_t pieceCount) {
     return {
@@ -358,18 +359,26 @@ json documentFrame(const io::Model3doObject& model, std::size_t pieceCount) {
                        {"extras", {{"unitRootPiece", model.name}, {"pieceCount", pieceCount}}}}})}};
 }
 
-/// Appends the pictures and adds what refers to them.
-void addPictures(json& document, const TextureSet& set, BlockBuffer& buffer) {
+/// Adds the pictures and what refers to them.
+void addPictures(json& document, const TextureSet& set, BlockLayout& layout) {
     json images = json::array();
     json textures = json::array();
     for (const auto& [key, texture] : set) {
         images.push_back(
-            {{"mimeType", "image/png"}, {"bufferView", buffer.addPicture(*texture.png)}});
+            {{"mimeType", "image/png"}, {"bufferView", layout.addPicture(texture.png->size())}});
         textures.push_back({{"sampler", 0}, {"source", textures.size()}});
     }
     if (images.empty()) return;
     document["images"] = std::move(images);
     document["textures"] = std::move(textures);
+}
+
+/// The blocks of `addPictures`.
+void writePictures(std::uint8_t* to, const TextureSet& set) {
+    for (const auto& [key, texture] : set) {
+        std::ranges::copy(*texture.png, to);
+        to += padded(texture.png->size());
+    }
 }
 
 /// The members of the document that are lists of records.
@@ -394,9 +403,10 @@ void writeDocument(io::ByteWriter& out, const json& document, const Lists& lists
     out.text("}");
 }
 
-io::Bytes writeContainer(const json& document, const Lists& lists, io::ByteView binary) {
+/// All but the blocks of the binary buffer, for which zeros stand at the end.
+io::Bytes writeContainer(const json& document, const Lists& lists, std::size_t binarySize) {
     constexpr std::size_t kUsualRest = 16384;  // of the document, beside the lists
-    std::size_t size = kContainerSize + kUsualRest + binary.size();
+    std::size_t size = kContainerSize + kUsualRest;
     for (const auto& [key, list] : lists) size += list->openText().size();
     io::ByteWriter out;
     out.reserve(size);
@@ -409,9 +419,9 @@ io::Bytes writeContainer(const json& document, const Lists& lists, io::ByteView 
     writeDocument(out, document, lists);
     while ((out.position() - start) % kAlignment != 0) out.u8(' ');
     out.patchU32(kJsonLengthAt, static_cast<std::uint32_t>(out.position() - start));
-    out.u32(static_cast<std::uint32_t>(binary.size()));
+    out.u32(static_cast<std::uint32_t>(binarySize));
     out.u32(kBinChunk);
-    out.bytes(binary);
+    out.zeros(binarySize);
     out.patchU32(kLengthAt, static_cast<std::uint32_t>(out.position()));
     return out.take();
 }
@@ -428,30 +438,29 @@ io::Bytes model3doToGlb(const io::Model3doObject& model, const TextureSet& textu
     const ModelMesh mesh = buildMesh(model);
     const Materials materials(mesh, textures);
     const std::array<ColorRgb, 256> colors = unitColors(palette, team);
-    BlockBuffer buffer;
-    buffer.reserve(binarySize(mesh, textures));
-    GeometryWriter geometry(mesh, materials, colors, buffer);
+    BlockLayout layout;
+    GeometryWriter geometry(mesh, materials, colors, layout);
     json nodes = encodeNodes(pieces);
     for (std::size_t i = 0; i < pieces.size(); ++i)
         if (const auto index = geometry.addPiece(mesh.pieces[i])) nodes[i]["mesh"] = *index;
     LogLine(LogLevel::info) << "[glb] emitPieceGeometryDFS done; pieceMeshes="
-                            << geometry.meshes().size() << " bin=" << buffer.bytes().size();
+                            << geometry.meshes().size() << " bin=" << layout.size();
 
     json document = documentFrame(model, pieces.size());
     document["nodes"] = std::move(nodes);
     document["materials"] = materials.encode();
-    addPictures(document, textures, buffer);
-    if (!buffer.bytes().empty())
-        document["buffers"] = json::array({{{"byteLength", buffer.bytes().size()}}});
+    addPictures(document, textures, layout);
+    if (layout.size() > 0) document["buffers"] = json::array({{{"byteLength", layout.size()}}});
 
     io::Bytes glb = writeContainer(document,
                                    {{"meshes", &geometry.meshes()},
                                     {"accessors", &geometry.accessors()},
-                                    {"bufferViews", &buffer.views()}},
-                                   buffer.bytes());
+                                    {"bufferViews", &layout.views()}},
+                                   layout.size());
+    writePictures(geometry.writeBlocks(glb.data() + (glb.size() - layout.size())), textures);
     LogLine(LogLevel::info) << "[glb] model3doToGlb done: totalSize=" << glb.size()
-                            << " jsonSize=" << glb.size() - buffer.bytes().size() - kContainerSize
-                            << " binSize=" << buffer.bytes().size();
+                            << " jsonSize=" << glb.size() - layout.size() - kContainerSize
+                            << " binSize=" << layout.size();
     return glb;
 }
 
