@@ -99,26 +99,41 @@ inline constexpr Fixed kArrivalDistance = Fixed::fromInt(2);
 /// standing. Higher ends crowding sooner and leaves looser groups.
 inline constexpr std::int32_t kCrowdedGoalFootprints = 2;
 inline constexpr Tick kCrowdedGoalTicks = 15;
-/// It grows by a footprint with so many detours, up to this many.
-inline constexpr std::int32_t kDetoursPerFootprint = 2;
+/// Behind one of its group who is there already a unit stays after so many.
+inline constexpr Tick kBehindGroupTicks = 60;
+/// It grows by a footprint with so many ticks without getting on, up to this many.
+inline constexpr Tick kTicksPerFootprint = 45;
 inline constexpr std::int32_t kMostCrowdedGoalFootprints = 12;
-/// How long somebody goes round before he heads for his goal again, and how far he looks whether
-/// there is room. Longer gets round larger groups and wanders more.
-inline constexpr Tick kDetourTicks = 20;
-inline constexpr Tick kLongestDetourTicks = 90;
-inline constexpr Fixed kDetourProbe = Fixed::fromInt(16);
-/// How long others are waited for who go on by themselves. Longer keeps queues in order.
-inline constexpr Tick kPatience = 10;
+/// The longest that somebody takes to stop, in ticks, however little his brakes are said to do.
+inline constexpr std::int32_t kMostBrakingTicks = 300;
+/// Ticks between two looks at who is in the way, and so near to where it goes first somebody has
+/// come round them. Less wanders less and costs more searches.
+inline constexpr Tick kLookRoundEvery = 8;
+inline constexpr Fixed kDetourReached = Fixed::fromInt(8);
+/// Who has gone round others for so long near a crowded goal stays where he is.
+inline constexpr std::int16_t kCrowdedDetourTicks = 150;
+/// Who goes the same way and has not got on for so long is gone round too. Less breaks up queues.
+inline constexpr std::int16_t kJammedTicks = 45;
+/// Who comes no farther on such a detour looks for another after so many ticks, and everyone after
+/// a while; who has not come nearer to his goal by going round others for so long gives up.
+inline constexpr std::int16_t kDetourPatience = 6;
+inline constexpr Tick kLongestDetour = 64;
+inline constexpr Tick kMostDetourTicks = 1'800;
+/// Where two groups cannot pass one another, after so many ticks the one goes back, for so long.
+inline constexpr std::int16_t kStandOffTicks = 45;
+inline constexpr std::int16_t kBackTicks = 150;
+/// Who has not moved for so many ticks stands: his legs rest.
+inline constexpr Tick kStandsTicks = 10;
 /// Ticks without getting on after which that is told, and after which the order fails.
 inline constexpr Tick kBlockedTicks = 90;
 inline constexpr Tick kGiveUpTicks = 300;
 /// The same where friends stand in the way. Lower lets those in the middle of a jam give up, who
 /// then stand in the way of the others.
 inline constexpr Tick kGiveUpOnFriendsTicks = 1'800;
-/// Members of a group turn a corner so much farther out as they stand from the group's middle at
-/// its goal, over this, and at most that far. Less crowds them all into the cells at the corner.
-inline constexpr std::int32_t kCornerShare = 2;
-inline constexpr Fixed kWidestCorner = Fixed::fromInt(192);
+/// Members of a group go beside the group's way as far as their places lie from its middle at the
+/// goal, over this, and at most that far. Less crowds them all into one file.
+inline constexpr std::int32_t kLaneShare = 2;
+inline constexpr Fixed kWidestLane = Fixed::fromInt(192);
 /// Who makes room leaves so many cells more than the other needs.
 inline constexpr std::int32_t kSideStepCells = 1;
 

@@ -53,8 +53,10 @@ struct UnitWish {
 struct MotionStep {
     Angle heading;
     Fixed speed;
-    /// Where its way leads, which it may be going round something to get to.
-    Angle wished;
+    /// Where it goes first, so as to come round others.
+    std::optional<GroundPoint> detour;
+    /// On which side of its way that is: see `UnitMotion::hand`.
+    std::int8_t hand = 0;
     /// Where its way ends, and how far that is in a straight line; none when it is not near.
     std::optional<GroundPoint> end;
     Fixed distance;

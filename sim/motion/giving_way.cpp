@@ -5,14 +5,12 @@
 #include <utility>
 
 #include "sim/motion/ground_motion.h"
+#include "sim/motion/steering.h"
 #include "sim/rules.h"
 #include "sim/units/births.h"
 
 namespace orb::sim {
 namespace {
-
-constexpr std::int32_t kQuarterTurn = 16'384;
-constexpr std::int32_t kEighthTurn = kQuarterTurn / 2;
 
 /// Cells of a footprint that somebody else has or that are not on the map.
 std::int32_t countForeign(const WorldParts& world, const Unit& unit, const CellRect& cells) {
@@ -37,14 +35,10 @@ Unit* blockerAt(WorldParts& world, const Unit& unit, const CellRect& cells) {
     return found;
 }
 
-bool isUnderWay(const Unit& unit) {
-    return !unit.orders.empty() && unit.type->canMove;
-}
-
 /// Who follows somebody keeps his speed, so that queues flow; others come to a halt.
 Fixed speedBehind(const Unit& unit, const Unit* blocker) {
     const bool follows =
-        blocker && isUnderWay(*blocker) &&
+        blocker && blocker->motion.hasGoal &&
         std::abs(shortestDifference(unit.heading, blocker->heading)) < kQuarterTurn;
     if (follows && blocker->motion.speed > Fixed())
         return std::min(unit.motion.speed, blocker->motion.speed);
@@ -57,48 +51,76 @@ CellRect cellsAhead(const Unit& unit, Angle heading, Fixed length) {
                        unit.type->footprintZ);
 }
 
-/// The first direction in which there is room for a step: those that lead least away come first,
-/// and all units try the same side, so that two who meet do not dance.
-void chooseDetour(const WorldParts& world, Unit& unit, Angle wished) {
-    constexpr std::array<std::int32_t, 6> kTries = {
-        kEighthTurn, -kEighthTurn, kQuarterTurn, -kQuarterTurn, 3 * kEighthTurn, -3 * kEighthTurn};
-    const CellRect from = unit.cells();
-    for (const std::int32_t offset : kTries) {
-        const Angle heading = wished + Angle::fromSteps(offset);
-        const CellRect to = cellsAhead(unit, heading, rules::kDetourProbe);
-        if (to == from || !mayStep(world, unit, from, to)) continue;
-        const std::int32_t turn = std::abs(shortestDifference(unit.heading, heading));
-        const std::int32_t turning = turn / std::max(1, unit.type->movement.turnRate);
-        unit.motion.detours = static_cast<std::uint8_t>(std::min(unit.motion.detours + 1, 255));
-        unit.motion.detour = Angle::fromSteps(offset);
-        unit.motion.detourTicks = static_cast<std::int16_t>(
-            std::min(rules::kDetourTicks + turning, rules::kLongestDetourTicks));
-        return;
-    }
-}
-
 bool isWithinFootprints(const Unit& unit, const MotionStep& step, std::int32_t footprints) {
     const std::int32_t cells = footprints * std::max(unit.type->footprintX, unit.type->footprintZ);
     return step.end && step.distance <= Fixed::fromInt(cells * kCellPixels);
 }
 
-/// It stands beside its goal, which others have taken; the longer it has looked for a way, the
-/// farther that may be.
-bool isNearEnough(const Unit& unit, const MotionStep& step) {
+/// It is about as near to where its group goes as its own place there is.
+bool isAmongGroup(const Unit& unit) {
+    if (!unit.motion.gathering) return false;
+    const GroundPoint middle = *unit.motion.gathering;
+    const bool hasPlace = !unit.orders.empty() && unit.orders.front().kind == OrderKind::move;
+    const GroundPoint own = hasPlace ? unit.orders.front().place : middle;
+    const std::int32_t cells =
+        rules::kCrowdedGoalFootprints * std::max(unit.type->footprintX, unit.type->footprintZ);
+    return lengthOf(unit.place.x - middle.x, unit.place.z - middle.z) <=
+           lengthOf(own.x - middle.x, own.z - middle.z) + Fixed::fromInt(cells * kCellPixels);
+}
+
+/// It stands behind one of its group who is there already, or beside its goal, which others have
+/// taken; the longer it has waited, the farther that may be.
+bool isNearEnough(const Unit& unit, const MotionStep& step, const Unit& blocker) {
+    const UnitMotion& motion = unit.motion;
+    if (motion.stillTicks >= rules::kBehindGroupTicks && !blocker.motion.hasGoal &&
+        goTogether(unit, blocker) && (step.isElsewhere || isAmongGroup(unit)))
+        return true;
     const std::int32_t footprints =
-        std::min(rules::kCrowdedGoalFootprints + unit.motion.detours / rules::kDetoursPerFootprint,
+        std::min(rules::kCrowdedGoalFootprints + motion.blockedTicks / rules::kTicksPerFootprint,
                  rules::kMostCrowdedGoalFootprints);
-    return unit.motion.stillTicks >= rules::kCrowdedGoalTicks &&
+    return motion.stillTicks >= rules::kCrowdedGoalTicks &&
            isWithinFootprints(unit, step, footprints);
 }
 
-/// Ends a way that does not go on: behind friends before the goal it is as good as there.
-void giveUp(Unit& unit, const MotionStep& step, const Unit* blocker) {
-    const bool isThere = blocker && blocker->player == unit.player &&
-                         isWithinFootprints(unit, step, rules::kMostCrowdedGoalFootprints);
-    unit.motion.arrival = !isThere           ? Arrival::givenUp
-                          : step.isElsewhere ? Arrival::elsewhere
-                                             : Arrival::atGoal;
+/// Ends its way here, which is as good as at its goal. It does not belong here, so it lets those
+/// through who do; where nobody gets to the goal there are none.
+void stayHere(Unit& unit, const MotionStep& step) {
+    unit.motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
+    if (!step.isElsewhere) unit.motion.gathering.reset();
+}
+
+/// Ends a way that does not go on.
+void giveUp(Unit& unit) {
+    unit.motion.arrival = Arrival::givenUp;
+    unit.motion.gathering.reset();
+}
+
+/// Where two groups meet and cannot pass, one goes back: the same for all of them, those behind as
+/// soon as those before them do.
+bool goesBackFor(const Unit& unit, const Unit& blocker) {
+    if (!blocker.motion.hasGoal || blocker.player != unit.player || unit.motion.backTicks > 0)
+        return false;
+    if (goTogether(unit, blocker)) return blocker.motion.backTicks > 0;
+    const auto rank = [](const Unit& one) {
+        const GroundPoint place = one.motion.gathering.value_or(GroundPoint());
+        return std::pair(place.x, place.z);
+    };
+    const bool isOncoming =
+        std::abs(shortestDifference(unit.heading, blocker.heading)) > kQuarterTurn;
+    return isOncoming && rank(unit) < rank(blocker) &&
+           unit.motion.stillTicks >= rules::kStandOffTicks;
+}
+
+/// It can step aside onto those cells, or could if others who stand there did so too.
+bool isRoom(const WorldParts& world, const Unit& unit, const CellRect& to) {
+    if (mayStep(world, unit, unit.cells(), to)) return true;
+    return canStandAt(world, unit, to.center()) && allCells(to, [&](Cell cell) {
+               const CellOwner owner = world.state.occupancy.ownerOf(cell);
+               if (owner == CellOwner() || owner == ownerOf(unit)) return true;
+               const Unit* const other =
+                   owner.isUnit() ? world.state.units.withId(owner.id()) : nullptr;
+               return other && makesRoomFor(*other, unit);
+           });
 }
 
 }  // namespace
@@ -110,32 +132,68 @@ bool mayStep(const WorldParts& world, const Unit& unit, const CellRect& from, co
     return canStandAt(world, unit, to.center()) || !canStandAt(world, unit, from.center());
 }
 
+bool goTogether(const Unit& unit, const Unit& other) {
+    return unit.player == other.player && unit.motion.gathering &&
+           unit.motion.gathering == other.motion.gathering;
+}
+
 void beBlocked(WorldParts& world, Unit& unit, const MotionStep& step, const CellRect& wished) {
     UnitMotion& motion = unit.motion;
     Unit* const blocker = blockerAt(world, unit, wished);
     motion.speed = speedBehind(unit, blocker);
-    if (blocker && isNearEnough(unit, step)) {
-        motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
+    if (blocker && goesBackFor(unit, *blocker)) {
+        motion.backTicks =
+            goTogether(unit, *blocker) ? blocker->motion.backTicks : rules::kBackTicks;
+        motion.detour.reset();
         return;
     }
-    const bool waits = blocker && isUnderWay(*blocker);
+    if (blocker && isNearEnough(unit, step, *blocker)) return stayHere(unit, step);
+    const bool waits = blocker && blocker->motion.hasGoal;
     // A queue gets on as its head does; only where each waits for the other they all count on.
     if (waits)
         motion.blockedTicks = std::min(motion.blockedTicks, blocker->motion.blockedTicks + 1);
     const bool isFriend = blocker && blocker->player == unit.player;
     const Tick longest = isFriend ? rules::kGiveUpOnFriendsTicks : rules::kGiveUpTicks;
-    if (motion.blockedTicks >= longest) return giveUp(unit, step, blocker);
+    if (motion.blockedTicks >= longest) {
+        // Behind friends before the goal is as good as there.
+        if (isFriend && isWithinFootprints(unit, step, rules::kMostCrowdedGoalFootprints))
+            return stayHere(unit, step);
+        return giveUp(unit);
+    }
     if (blocker) makeRoom(world, *blocker, unit);
-    // Who goes on by himself is waited for, each a little longer than the next.
-    const Tick patience = waits ? rules::kPatience + static_cast<Tick>(unit.id % 8) : 0;
-    if (motion.detourTicks == 0 && motion.stillTicks >= patience)
-        chooseDetour(world, unit, step.wished);
+}
+
+void noteDetours(Unit& unit, const MotionStep& step, GroundPoint goal) {
+    UnitMotion& motion = unit.motion;
+    const Fixed distance = lengthOf(goal.x - unit.place.x, goal.z - unit.place.z);
+    if (motion.nearest - distance >= Fixed::fromInt(kCellPixels)) {
+        motion.nearest = distance;
+        motion.hand = 0;
+        motion.detourTicks = 0;
+    }
+    const int change = motion.detour ? 1 : -1;
+    motion.detourTicks = static_cast<std::int16_t>(
+        std::clamp<int>(motion.detourTicks + change, 0, rules::kMostDetourTicks));
+    const bool isNear = step.isElsewhere
+                            ? isWithinFootprints(unit, step, rules::kMostCrowdedGoalFootprints)
+                            : isAmongGroup(unit);
+    if (isNear && motion.detourTicks >= rules::kCrowdedDetourTicks) return stayHere(unit, step);
+    if (motion.detourTicks >= rules::kMostDetourTicks) giveUp(unit);
+}
+
+bool makesRoomFor(const Unit& unit, const Unit& other) {
+    const bool isAtWork = unit.labour.hasStarted || unit.labour.isOpen || unit.hold.handled;
+    const bool stands = unit.orders.empty() ||
+                        (!unit.motion.hasGoal && (unit.orders.front().kind == OrderKind::guard ||
+                                                  unit.orders.front().kind == OrderKind::attack));
+    // Who has got to where the other goes too stays there.
+    const bool isThere = other.motion.hasGoal && goTogether(unit, other);
+    return stands && !isAtWork && !isThere && unit.type->canMove && unit.isPresent() &&
+           unit.isBuilt() && unit.player == other.player;
 }
 
 void makeRoom(WorldParts& world, Unit& unit, const Unit& other) {
-    if (!unit.orders.empty() || !unit.type->canMove || !unit.isPresent() || !unit.isBuilt() ||
-        unit.player != other.player)
-        return;
+    if (!makesRoomFor(unit, other)) return;
     // First to the side of the other's way on which it stands already.
     const Vector between = unit.position() - other.position();
     const bool isLeft = shortestDifference(other.heading, headingOf(between.x, between.z)) >= 0;
@@ -145,12 +203,12 @@ void makeRoom(WorldParts& world, Unit& unit, const Unit& other) {
     for (const std::int32_t turn : {side, side / 2, -side, -side / 2, 0}) {
         const CellRect to = cellsAhead(unit, other.heading + Angle::fromSteps(turn),
                                        Fixed::fromInt(cells * kCellPixels));
-        if (!mayStep(world, unit, unit.cells(), to)) continue;
+        if (!isRoom(world, unit, to)) continue;
         Order order;
         order.kind = OrderKind::move;
         order.source = OrderSource::sideStep;
         order.place = order.gathering = to.center();
-        unit.orders.push_back(order);
+        unit.orders.insert(unit.orders.begin(), order);
         unit.motion.beginAnew();
         return;
     }

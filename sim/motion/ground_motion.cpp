@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "sim/fight/weapons.h"
+#include "sim/motion/detours.h"
 #include "sim/motion/giving_way.h"
 #include "sim/motion/steering.h"
 #include "sim/phases.h"
@@ -29,6 +30,35 @@ Fixed arcSpeed(Fixed distance, std::int32_t turnRate, std::int32_t offSteps) {
         quotient(std::int64_t{distance.raw()} * turnRate * 355, 113 * off, Rounding::down));
 }
 
+/// It looks every few ticks whether others are in its way; while it goes round some, only when it
+/// has come round them or comes no farther, so that it does not turn to and fro.
+std::optional<GroundPoint> chooseDetour(const WorldParts& world, const Unit& unit,
+                                        const RouteStep& way) {
+    const auto& detour = unit.motion.detour;
+    const Tick turn = world.state.tick + static_cast<Tick>(unit.id);
+    bool looks = turn % rules::kLookRoundEvery == 0;
+    if (detour) {
+        const bool isThere = squaredDistance(unit.place.x, unit.place.z, detour->x, detour->z) <=
+                             squaredLength(rules::kDetourReached);
+        const bool isStuck = unit.motion.stillTicks >= rules::kDetourPatience;
+        looks = isThere || (looks && isStuck) || turn % rules::kLongestDetour == 0;
+    }
+    return looks ? findDetour(world, unit, way.toward, way.isEnd) : detour;
+}
+
+/// On which side of the straight way to a place another one lies.
+std::int8_t handOf(const Unit& unit, GroundPoint toward, GroundPoint place) {
+    const Angle wished = headingOf(toward.x - unit.place.x, toward.z - unit.place.z);
+    const Angle heading = headingOf(place.x - unit.place.x, place.z - unit.place.z);
+    const std::int32_t off = shortestDifference(wished, heading);
+    return static_cast<std::int8_t>(off > 0 ? -1 : off < 0 ? 1 : 0);
+}
+
+/// As far from here as another place, on the other side.
+GroundPoint behind(const Unit& unit, GroundPoint place) {
+    return {unit.place.x + (unit.place.x - place.x), unit.place.z + (unit.place.z - place.z)};
+}
+
 MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& wish) {
     const MoveLimits& limits = unit.type->movement;
     MotionStep step;
@@ -41,26 +71,33 @@ MotionStep planStep(const WorldParts& world, const Unit& unit, const UnitWish& w
                 limits.turnRate);
         return step;
     }
-    const RouteStep way = world.state.routes.step(unit.slot());
+    RouteStep way = world.state.routes.step(unit.slot());
+    if (unit.motion.backTicks > 0) way = {way.state, behind(unit, way.toward), false};
     const Fixed x = way.toward.x - unit.place.x, z = way.toward.z - unit.place.z;
     step.distance = lengthOf(x, z);
     if (way.isEnd) step.end = way.toward;
     step.isElsewhere = way.state == RouteState::elsewhere;
     if (step.distance == Fixed()) return step;
 
-    step.wished = headingOf(x, z);
-    const Angle wished = step.wished + unit.motion.detour;
+    step.detour = chooseDetour(world, unit, way);
+    step.hand = unit.motion.hand;
+    if (step.detour && step.hand == 0) step.hand = handOf(unit, way.toward, *step.detour);
+    const GroundPoint first = step.detour.value_or(way.toward);
+    const Vector ahead{first.x - unit.place.x, {}, first.z - unit.place.z};
+    const Angle wished = headingOf(ahead.x, ahead.z);
     step.heading = turnedTowards(unit.heading, wished, limits.turnRate);
     const std::int32_t off = shortestDifference(step.heading, wished);
     Fixed most = turningSpeed(limits.maxSpeed, off);
     // Nor does anybody run past where he waits to hear how the way goes on.
     const bool stops = way.isEnd || way.state == RouteState::waiting;
-    if (stops)
-        most = std::min({most, step.distance, stoppingSpeed(step.distance, limits.brakeRate),
+    if (step.detour)
+        most = std::min(most, arcSpeed(lengthOf(ahead), limits.turnRate, off));
+    else if (stops)
+        most = std::min({most, step.distance, stoppingSpeed(step.distance, brakeRateOf(limits)),
                          arcSpeed(step.distance, limits.turnRate, off)});
     step.speed = changedSpeed(unit.motion.speed, most, limits);
     // Whoever brakes badly still does not run past his goal.
-    if (stops) step.speed = std::min(step.speed, step.distance);
+    if (stops && !step.detour) step.speed = std::min(step.speed, step.distance);
     return step;
 }
 
@@ -74,7 +111,6 @@ void stepTo(WorldParts& world, Unit& unit, GroundPoint place, const CellRect& fr
 /// Counts how long it has not got on.
 void noteProgress(WorldParts& world, Unit& unit, bool getsOn, bool wantsTo) {
     UnitMotion& motion = unit.motion;
-    if (motion.detourTicks > 0 && --motion.detourTicks == 0) motion.detour = {};
     if (!wantsTo || getsOn) {
         motion.blockedTicks = wantsTo ? std::max(0, motion.blockedTicks - 2) : 0;
         motion.stillTicks = 0;
@@ -148,10 +184,16 @@ bool hasArrived(const Unit& unit, const MotionStep& step) {
     return step.end &&
            squaredDistance(unit.place.x, unit.place.z, step.end->x, step.end->z) <=
                squaredLength(rules::kArrivalDistance) &&
-           (goesOn(unit) || unit.motion.speed <= unit.type->movement.brakeRate);
+           (goesOn(unit) || unit.motion.speed <= brakeRateOf(unit.type->movement));
 }
 
-void applyStep(WorldParts& world, Unit& unit, MotionStep& step, bool hasGoal) {
+void applyStep(WorldParts& world, Unit& unit, MotionStep& step, const UnitWish& wish) {
+    const bool hasGoal = wish.goal.has_value();
+    unit.motion.hasGoal = hasGoal;
+    if (hasGoal) unit.motion.gathering = wish.gathering;
+    if (unit.motion.backTicks > 0) --unit.motion.backTicks;
+    unit.motion.detour = step.detour;
+    unit.motion.hand = step.hand;
     const bool turns = unit.heading != step.heading;
     unit.heading = step.heading;
     unit.motion.speed = step.speed;
@@ -162,10 +204,13 @@ void applyStep(WorldParts& world, Unit& unit, MotionStep& step, bool hasGoal) {
         unit.motion.arrival = step.isElsewhere ? Arrival::elsewhere : Arrival::atGoal;
     if (wasUnderWay && unit.motion.arrival != Arrival::underWay && !goesOn(unit))
         unit.motion.speed = {};
+    if (hasGoal && unit.motion.arrival == Arrival::underWay) noteDetours(unit, step, *wish.goal);
     const bool turnsOnly = turns && step.speed == Fixed();
     noteProgress(world, unit, getsOn || turnsOnly,
                  hasGoal && unit.motion.arrival == Arrival::underWay);
     step.hasMoved = turns || unit.place != before;
+    if (unit.place == before && unit.motion.stillTicks > rules::kStandsTicks)
+        unit.motion.speed = {};
 }
 
 Fixed surfaceAt(const WorldParts& world, const Unit& unit, GroundPoint place) {
@@ -217,8 +262,7 @@ void stepMotion(WorldParts& world, TickScratch& scratch) {
     });
     for (Unit& unit : world.state.units) {
         if (!walks(unit)) continue;
-        applyStep(world, unit, scratch.steps[unit.slot()],
-                  scratch.wishes[unit.slot()].goal.has_value());
+        applyStep(world, unit, scratch.steps[unit.slot()], scratch.wishes[unit.slot()]);
         ++scratch.counts.steps;
     }
     world.workers.forEach(scratch.steps.size(), kUnitsPerBlock, [&](std::size_t slot, std::size_t) {

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <algorithm>
+
 #include "sim/numbers/angle.h"
+#include "sim/rules.h"
 #include "sim/units/unit_type.h"
 
 namespace orb::sim {
@@ -14,10 +17,16 @@ inline Fixed stoppingSpeed(Fixed distance, Fixed brakeRate) {
     return Fixed::fromWideRaw(squareRoot(product));
 }
 
+/// How fast it slows down: never so little that it rolls on for minutes, or creeps towards its goal
+/// for as long.
+inline Fixed brakeRateOf(const MoveLimits& limits) {
+    return std::max(limits.brakeRate, limits.maxSpeed.over(rules::kMostBrakingTicks, Rounding::up));
+}
+
 /// As near to the wished speed as it gets in a tick.
 inline Fixed changedSpeed(Fixed now, Fixed wished, const MoveLimits& limits) {
     return now < wished ? std::min(wished, now + limits.acceleration)
-                        : std::max(wished, now - limits.brakeRate);
+                        : std::max(wished, now - brakeRateOf(limits));
 }
 
 /// How fast it may go that far off its direction: slower the more it has to turn.

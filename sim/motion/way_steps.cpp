@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdlib>
 
+#include "sim/motion/cell_line.h"
+#include "sim/numbers/angle.h"
 #include "sim/rules.h"
 
 namespace orb::sim {
@@ -13,8 +15,6 @@ namespace {
 constexpr std::size_t kLookAhead = 16;
 /// Cells of the way, both ways, among which somebody who was pushed is looked for.
 constexpr std::uint32_t kReach = 4;
-
-constexpr int kCellBits = Fixed::kFractionBits + 4;
 
 bool isIn(const SectorGraph& graph, Cell cell, std::size_t sector, std::uint16_t island) {
     return graph.layout().sectorOf(cell) == sector && graph.islandAt(cell) == island;
@@ -91,43 +91,6 @@ Ahead lookAhead(const Way& way, const ClassGround& ground, const DirectionFields
     return ahead;
 }
 
-/// A place in steps of 1/65536 px, shifted so that the cell of the footprint's corner is its whole
-/// number of cells.
-struct CornerPlace {
-    std::int64_t x = 0;
-    std::int64_t z = 0;
-};
-
-CornerPlace cornerPlace(const MovementLimits& limits, GroundPoint place) {
-    constexpr std::int64_t kHalfCell = std::int64_t{kCellPixels / 2} * Fixed::kOne;
-    return {place.x.raw() - kHalfCell * (limits.footprintX - 1),
-            place.z.raw() - kHalfCell * (limits.footprintZ - 1)};
-}
-
-/// One axis of a line that goes from cell to cell.
-struct LineAxis {
-    LineAxis(std::int64_t from, std::int64_t to)
-        : cell(static_cast<std::int32_t>(from >> kCellBits)),
-          last(static_cast<std::int32_t>(to >> kCellBits)),
-          step(to < from ? -1 : 1),
-          length(std::abs(to - from)) {
-        const std::int64_t border = std::int64_t{step > 0 ? cell + 1 : cell} << kCellBits;
-        toBorder = std::abs(border - from);
-    }
-    bool isThere() const { return cell == last; }
-    void advance() {
-        cell += step;
-        toBorder += std::int64_t{1} << kCellBits;
-    }
-
-    std::int32_t cell;
-    std::int32_t last;
-    std::int32_t step;
-    std::int64_t length;
-    /// From the line's beginning to the next border it crosses.
-    std::int64_t toBorder = 0;
-};
-
 }  // namespace
 
 Cell cellAt(const ClassGrid& grid, const MovementLimits& limits, GroundPoint place) {
@@ -143,25 +106,33 @@ GroundPoint middleAt(const MovementLimits& limits, Cell cell) {
     return CellRect{cell, limits.footprintX, limits.footprintZ}.center();
 }
 
-/// Where a member of a group turns the corner that the group's way has there: the farther from the
-/// group's middle his own place is, the farther out, as far as the straight line there is free.
-GroundPoint besideCorner(const Way& way, const ClassGrid& grid, const MovementLimits& limits,
-                         GroundPoint corner, std::uint8_t worst) {
-    const Fixed apart = lengthOf(way.goal.x - way.gathering.x, way.goal.z - way.gathering.z);
-    const Vector across{-(corner.z - way.place.z), {}, corner.x - way.place.x};
-    for (Fixed out =
-             std::min(apart.over(rules::kCornerShare, Rounding::down), rules::kWidestCorner);
+/// Where a member of a group goes instead of a place on the group's way: beside it, as his own
+/// place lies beside the middle of the group's, as far as the straight line there is free.
+GroundPoint besideWay(const Way& way, const ClassGrid& grid, const MovementLimits& limits,
+                      GroundPoint place, std::uint8_t worst) {
+    const Vector own{way.goal.x - way.gathering.x, {}, way.goal.z - way.gathering.z};
+    const Vector ahead{place.x - way.place.x, {}, place.z - way.place.z};
+    const std::int32_t off =
+        shortestDifference(headingOf(ahead.x, ahead.z), headingOf(own.x, own.z));
+    const Fixed aside = lengthOf(own).times(absolute(sine(Angle::fromSteps(off))), Rounding::down);
+    const Vector across{ahead.z, {}, -ahead.x};
+    // Never so far that it would lead back.
+    for (Fixed out = std::min(
+             {aside.over(rules::kLaneShare, Rounding::down), rules::kWidestLane, lengthOf(ahead)});
          out >= Fixed::fromInt(kCellPixels); out = out.over(2, Rounding::down)) {
-        const Vector side = withLength(across, out);
+        const Vector side = withLength(across, off < 0 ? -out : out);
         for (const Vector& offset : {side, -side}) {
-            const GroundPoint place{corner.x + offset.x, corner.z + offset.z};
-            const Cell cell = footprintAt(place, limits.footprintX, limits.footprintZ).corner;
-            if (cell != cellAt(grid, limits, place)) continue;
-            const std::uint8_t met = worstOnLine(grid, limits, way.place, place);
-            if (met != kNoStep && met <= worst) return place;
+            const GroundPoint beside{place.x + offset.x, place.z + offset.z};
+            const Cell cell = footprintAt(beside, limits.footprintX, limits.footprintZ).corner;
+            if (cell != cellAt(grid, limits, beside)) continue;
+            const std::uint8_t met = worstOnLine(grid, limits, way.place, beside);
+            // From there the way has to be in sight.
+            if (met != kNoStep && met <= worst &&
+                worstOnLine(grid, limits, beside, place) != kNoStep)
+                return beside;
         }
     }
-    return corner;
+    return place;
 }
 
 bool standsAsNear(const Way& way, const MovementLimits& limits, Cell cell) {
@@ -209,9 +180,10 @@ RouteStep stepAlong(const Way& way, const ClassGround& ground, const MovementLim
         const std::uint8_t worst = worstOnLine(ground.grid, limits, way.place, middleOf(number));
         if (worst != kNoStep && worst <= ahead.worst[number - 1]) break;
     }
-    if (number > 1 && number < ahead.count && way.goal != way.gathering)
+    const bool turnsCorner = number < ahead.count;
+    if (number > 1 && way.goal != way.gathering && (turnsCorner || !way.seeksOwnGoal))
         return {way.state,
-                besideCorner(way, ground.grid, limits, middleOf(number), ahead.worst[number - 1]),
+                besideWay(way, ground.grid, limits, middleOf(number), ahead.worst[number - 1]),
                 false};
     const bool isEnd = ahead.reachesEnd && number == ahead.count && !way.isProvisional &&
                        way.aim == cellAt(ground.grid, limits, way.goal);
@@ -220,29 +192,14 @@ RouteStep stepAlong(const Way& way, const ClassGround& ground, const MovementLim
 
 std::uint8_t worstOnLine(const ClassGrid& grid, const MovementLimits& limits, GroundPoint from,
                          GroundPoint to) {
-    const CornerPlace begin = cornerPlace(limits, from), end = cornerPlace(limits, to);
-    LineAxis x(begin.x, end.x), z(begin.z, end.z);
-    std::uint8_t worst = grid.cost({x.cell, z.cell});
-    const auto meet = [&](std::int32_t cellX, std::int32_t cellZ) {
-        const std::uint8_t cost = grid.cost({cellX, cellZ});
-        worst = worst == kNoStep || cost == kNoStep ? kNoStep : std::max(worst, cost);
-    };
-    while (worst != kNoStep && !(x.isThere() && z.isThere())) {
-        // Which border comes first: both shares of the line's length, over one denominator. A line
-        // of 2^31 steps times a border within it stays below 2^62.
-        const std::int64_t shareX = x.isThere() ? -1 : x.toBorder * z.length;
-        const std::int64_t shareZ = z.isThere() ? -1 : z.toBorder * x.length;
-        const bool stepsX = shareX >= 0 && (shareZ < 0 || shareX <= shareZ);
-        const bool stepsZ = shareZ >= 0 && (shareX < 0 || shareZ <= shareX);
-        if (stepsX && stepsZ) {
-            meet(x.cell + x.step, z.cell);
-            meet(x.cell, z.cell + z.step);
-        }
-        if (stepsX) x.advance();
-        if (stepsZ) z.advance();
-        meet(x.cell, z.cell);
-    }
-    return worst;
+    std::uint8_t worst = kUsualStep;
+    const bool fits =
+        allCellsOnLine(limits.footprintX, limits.footprintZ, from, to, [&](Cell cell) {
+            const std::uint8_t cost = grid.cost(cell);
+            worst = std::max(worst, cost);
+            return cost != kNoStep;
+        });
+    return fits ? worst : kNoStep;
 }
 
 }  // namespace orb::sim

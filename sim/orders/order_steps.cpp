@@ -31,12 +31,18 @@ bool looksRound(Unit& unit, const Order& order) {
     return order.kind == OrderKind::patrol && ticks < rules::kPatrolTicks;
 }
 
-/// Friends took its place, and it stands behind them: near it counts as there.
+/// Friends took its place, and it stands behind them: near it, or as near to the middle of its
+/// group, counts as there.
 OrderProgress arrived(const Unit& unit, const Order& order) {
     constexpr std::int32_t kNearFootprints = 4;
     const std::int32_t cells =
         kNearFootprints * std::max(unit.type->footprintX, unit.type->footprintZ);
-    return isWithin(unit, order.place, Fixed::fromInt(cells * kCellPixels)) ? kDone : kUnreached;
+    const Fixed near = Fixed::fromInt(cells * kCellPixels);
+    const Fixed apart =
+        lengthOf(order.place.x - order.gathering.x, order.place.z - order.gathering.z);
+    const bool isThere =
+        isWithin(unit, order.place, near) || isWithin(unit, order.gathering, apart + near);
+    return isThere ? kDone : kUnreached;
 }
 
 OrderProgress move(Unit& unit, const Order& order, UnitWish& wish) {

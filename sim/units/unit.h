@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -33,6 +34,8 @@ enum class Arrival : std::uint8_t {
 
 /// Where a unit is going and how that goes.
 struct UnitMotion {
+    static constexpr Fixed kFarthest = Fixed::fromRaw(std::numeric_limits<std::int32_t>::max());
+
     /// In map pixels a tick, along its heading.
     Fixed speed;
     /// The movement class that its ways are looked up in.
@@ -42,11 +45,21 @@ struct UnitMotion {
     std::int32_t blockedTicks = 0;
     /// How long it has not moved at all.
     std::int16_t stillTicks = 0;
-    /// How it goes round what stands in its way: this is added to its heading, for so many ticks.
-    Angle detour;
+    /// For how long it still goes back, so that others get through.
+    std::int16_t backTicks = 0;
+    /// Where it goes first, so as to come round others.
+    std::optional<GroundPoint> detour;
+    /// How long it has gone round others since it was last nearer to its goal than ever before, and
+    /// how near that was.
     std::int16_t detourTicks = 0;
-    /// How often it has gone round something on its way to this goal.
-    std::uint8_t detours = 0;
+    Fixed nearest = kFarthest;
+    /// Where all of its group go, or went last.
+    std::optional<GroundPoint> gathering;
+    /// On which side of the straight way it goes round others, until it is nearer to its goal than
+    /// before: -1 is left, 1 right, 0 not chosen yet.
+    std::int8_t hand = 0;
+    /// It has somewhere to go in this tick; others stand, whatever their orders.
+    bool hasGoal = false;
     /// How long its order has been going somewhere, up to a second.
     std::uint8_t legTicks = 0;
     /// How the way to its goal ended; for the order that it follows, which looks in the next tick.
@@ -56,9 +69,11 @@ struct UnitMotion {
     void beginAnew() {
         blockedTicks = 0;
         stillTicks = 0;
-        detour = {};
+        backTicks = 0;
+        detour.reset();
+        hand = 0;
         detourTicks = 0;
-        detours = 0;
+        nearest = kFarthest;
         legTicks = 0;
         arrival = Arrival::underWay;
     }
@@ -198,13 +213,17 @@ void eachField(const UnitMotion& motion, Visit visit) {
     visit("movementClass", motion.movementClass);
     visit("blockedTicks", motion.blockedTicks);
     visit("stillTicks", motion.stillTicks);
+    visit("backTicks", motion.backTicks);
     visit("detour", motion.detour);
+    visit("hand", motion.hand);
     visit("detourTicks", motion.detourTicks);
-    visit("detours", motion.detours);
+    visit("nearest", motion.nearest);
+    visit("gathering", motion.gathering);
+    visit("hasGoal", motion.hasGoal);
     visit("legTicks", motion.legTicks);
     visit("arrival", motion.arrival);
 }
-static_assert(sizeof(UnitMotion) == 24);
+static_assert(sizeof(UnitMotion) == 52);
 
 template <typename Visit>
 void eachField(const ScriptValues& values, Visit visit) {
@@ -286,6 +305,6 @@ void eachField(const Unit& unit, Visit visit) {
     visit("carrier", unit.carrier);
     visit("carrierPiece", unit.carrierPiece);
 }
-static_assert(sizeof(Unit) == 640);
+static_assert(sizeof(Unit) == 672);
 
 }  // namespace orb::sim
