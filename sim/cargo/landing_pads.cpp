@@ -20,6 +20,10 @@ bool isFree(const Units& units, const Unit& owner, std::size_t pad) {
 
 }  // namespace
 
+bool isLanding(const Unit& unit) {
+    return static_cast<bool>(wishedOwner(unit));
+}
+
 bool hasPads(const UnitType& type) {
     return type.indexOf(UnitScript::queryLandingPad) >= 0;
 }
@@ -36,7 +40,7 @@ std::optional<Perch> perchOf(const Units& units, const Unit& guest) {
 std::optional<Perch> takePerch(WorldParts& world, const Unit& guest) {
     if (const auto perch = perchOf(world.state.units, guest)) return perch;
     Unit* const owner = world.state.units.find(wishedOwner(guest));
-    if (!owner) return std::nullopt;
+    if (!owner || isLanding(*owner)) return std::nullopt;
     // Asked at the first guest; a script that is loaded anew is asked again.
     if (owner->pads.pieces == UnitPads().pieces)
         queryPieces(world, *owner, UnitScript::queryLandingPad, owner->pads.pieces);

@@ -20,6 +20,10 @@ struct Perch {
 /// Aircraft can be sent to its pads.
 bool hasPads(const UnitType& type);
 
+/// It is on its way to a pad or sits on one; its own are nobody's then, or units would sit on each
+/// other in a circle.
+bool isLanding(const Unit& unit);
+
 /// The pad that an aircraft has whose current order is to land; none while it has none.
 std::optional<Perch> perchOf(const Units& units, const Unit& guest);
 
