@@ -1,5 +1,8 @@
 #include "authoring/model_commit.h"
 
+#include <algorithm>
+
+#include "authoring/mod_folder.h"
 #include "authoring/source_file.h"
 #include "io/content_version.h"
 #include "io/out_of_memory.h"
@@ -9,10 +12,21 @@
 namespace orb::unitview {
 namespace {
 
+/// The loose file that the model came from has gone from a mounted mod; edits of it are worth a new
+/// one.
+bool hasLostModel(const UnitViewSession& session) {
+    const auto& source = session.requireUnit().modelSource;
+    return source && !source->inBaseTa && source->location.kind == io::FileLocation::Kind::loose &&
+           std::ranges::any_of(session.data().roots, [&](const std::filesystem::path& root) {
+               return liesIn(source->location.path, root);
+           });
+}
+
 UnitSource modelTarget(const UnitViewSession& session) {
     const LoadedUnit& unit = session.requireUnit();
     if (unit.loadedFromIR) throw RequestError("unit was loaded from its IR document");
     auto source = findModelSource(session.data().files, unit.fbi.objectName);
+    if (!source && hasLostModel(session)) return *unit.modelSource;
     if (!source) throw sourceNotFound(unit.name);
     // Since other roots were set the name may mean another model, which must not be overwritten.
     if (unit.modelSource && !isSamePlace(unit.modelSource->location, source->location))

@@ -6,6 +6,7 @@
 
 #include "authoring/backup.h"
 #include "authoring/corpse_stub.h"
+#include "authoring/model_commit.h"
 #include "authoring/new_mod.h"
 #include "authoring/pack_file.h"
 #include "authoring/unit_clone.h"
@@ -198,6 +199,25 @@ TEST_F(UnitEditsTest, ANewNameOfAPartTakesNoFileFromAnotherUnit) {
     request.overwrite = true;
     EXPECT_EQ(saveUnit(session, request).edit.outcome, EditOutcome::ok);
     EXPECT_EQ(contentOf(folder.path() / "mod/scripts/wings.bos"), "piece base; Create() { }");
+}
+
+TEST_F(UnitEditsTest, EditsOfAModelWhoseFileHasGoneCanStillBeSaved) {
+    fs::remove(folder.path() / "game/scripts/legs.cob");
+    cloneUnit(session, {.name = "ant", .with = std::vector{UnitPart::model}});
+    session.loadUnit("ant");
+    ModelFix fix;
+    fix.kind = "rename-piece";
+    fix.piece = std::int64_t{0};
+    fix.name = "base";
+    applyModelFix(session, fix);
+    fs::remove(folder.path() / "game/objects3d/ant.3do");
+    fs::remove(folder.path() / "mod/objects3d/ant.3do");
+    const EditResult refused = commitModel(session, {.allowBackupCreation = true});
+    EXPECT_EQ(refused.outcome, EditOutcome::changedOnDisk);
+    EXPECT_EQ(refused.version, "");
+    EXPECT_EQ(commitModel(session, {.ifVersion = refused.version}).outcome, EditOutcome::ok);
+    EXPECT_TRUE(fs::exists(folder.path() / "mod/objects3d/ant.3do"));
+    EXPECT_FALSE(session.workingModel() && session.workingModel()->isDirty());
 }
 
 TEST_F(UnitEditsTest, ABackupIsRestoredWhenItIsWholeAndAlsoWhereItsFileIsGone) {
