@@ -33,6 +33,8 @@ const FORGIVEN = [
 const NEVER_SEEN = [
     'reply RestoredSource.warning', // a backup that cannot be removed
     'reply RestoredSource.reloadError',
+    'reply RawDefinition.backupIsOlder', // not every file system keeps notes
+    'reply UnitSourceText.encoding', // transcripts are UTF-8
     'reply ModPack.reloadError',
     'reply ModPack.editsDropped',
     'reply ModelSummary.unknown', // tens of thousands of faces in one place
