@@ -195,8 +195,9 @@ private:
     void requireOneLine(const Assignment& assignment) const {
         const bool goesOn = assignment.value.find_first_of(kLineBreaks) != string_view::npos;
         const std::size_t assign = endOf(assignment.key);
-        const bool beginsLate = text_.substr(assign, offsetOf(assignment.value) - assign)
-                                    .find_first_of(kLineBreaks) != string_view::npos;
+        const bool beginsLate =
+            text_.substr(assign, offsetOf(assignment.value) - assign).find_first_of(kLineBreaks) !=
+            string_view::npos;
         if (goesOn || (beginsLate && assignment.value.find('=') != string_view::npos))
             throw RequestError(std::string(kMalformed) + ": the value of \"" +
                                std::string(assignment.key) + "\" runs over the end of its line");

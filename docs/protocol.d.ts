@@ -132,7 +132,7 @@ export interface Messages {
     // Script sources
     "cob-compile": Message<CompileRequest, "cob-compiled", Compilation>;
     "cob-disassemble": Message<DisassembleRequest, "cob-disassembled", Disassembly>;
-    "cob-get-unit-bos": Message<MaybeNamed, "cob-unit-bos", UnitSourceText>;
+    "cob-get-unit-bos": Message<MaybeNamed & { report?: boolean }, "cob-unit-bos", UnitSourceText>;
     "cob-source-compare": Message<MaybeNamed & { source?: string }, "cob-source-compare", SourceComparison>;
 
     // Models and pictures
@@ -841,7 +841,7 @@ export type UnitSourceText = {
     symbols?: SourceSymbols;
     /** Of a file that is not valid UTF-8. */
     encoding?: "windows-1252";
-} & ({ origin: "file"; path: string; version: string } | { origin: "disassembly" });
+} & ({ origin: "file"; path: string; version?: string } | { origin: "disassembly" });
 
 export interface SourceComparison {
     name: string;

@@ -38,11 +38,13 @@ Reply cobDisassemble(UnitViewSession& session, const Payload& payload) {
 }
 
 Reply cobGetUnitBos(UnitViewSession& session, const Payload& payload) {
+    const bool withReport = option(payload, "report");
     const UnitBos bos = readUnitBos(session, payload.text("name"));
     json data = {{"name", bos.unitName},
                  {"source", bos.source},
                  {"origin", bos.path ? "file" : "disassembly"}};
-    if (bos.path) data.update({{"path", *bos.path}, {"version", bos.version}});
+    if (bos.path) data["path"] = *bos.path;
+    if (bos.path && withReport) data["version"] = bos.version;
     if (bos.encoding != io::TextEncoding::utf8) data["encoding"] = "windows-1252";
     if (bos.lineSpans) data["lineSpans"] = encodeLineSpans(*bos.lineSpans, bos.files);
     if (bos.symbols) data["symbols"] = encodeSymbols(*bos.symbols);

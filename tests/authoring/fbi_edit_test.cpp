@@ -73,15 +73,18 @@ TEST(FbiEditTest, EditsInPlace) {
         // A forgotten ";" makes the next statement part of the value.
         {"[UNITINFO]\n{\nA=1\nB=2;\n}",
          {{"A", "3"}},
-         "cannot edit: the text around a changed key is malformed: the value of \"A\" runs over the "
+         "cannot edit: the text around a changed key is malformed: the value of \"A\" runs over "
+         "the "
          "end of its line"},
         {"[UNITINFO]\n{\nA=1\n// notes\nB=2;\n}",
          {{"A", {}}},
-         "cannot edit: the text around a changed key is malformed: the value of \"A\" runs over the "
+         "cannot edit: the text around a changed key is malformed: the value of \"A\" runs over "
+         "the "
          "end of its line"},
         {"[UNITINFO]\n{\nA=\nB=2;\n}",
          {{"a", "3"}},
-         "cannot edit: the text around a changed key is malformed: the value of \"A\" runs over the "
+         "cannot edit: the text around a changed key is malformed: the value of \"A\" runs over "
+         "the "
          "end of its line"},
         {"[UNITINFO]\n{\nA=1\nB=2;\n}", {{"C", "3"}}, "[UNITINFO]\n{\nA=1\nB=2;\nC=3;\n}"},
         {"[UNITINFO]\n{\nA=\n1;\n}", {{"A", "3"}}, "[UNITINFO]\n{\nA=\n3;\n}"},

@@ -94,9 +94,9 @@ export const stoppedLine = computed(() => {
 export const scriptPath = computed(() => scripts.shown.value?.base.path);
 
 async function readScript(name: string): Promise<ScriptText> {
-    const known = await ask("cob-get-unit-bos", { name });
+    const known = await ask("cob-get-unit-bos", { name, report: true });
     const path = known.origin === "file" ? known.path : undefined;
-    const sourceVersion = known.origin === "file" ? known.version : "";
+    const sourceVersion = known.origin === "file" && known.version || "";
     const { source, lineSpans = [], symbols } = known;
     return { ...savedText(await fileOf(name, path), source, source), path, sourceVersion, lineSpans, symbols };
 }
