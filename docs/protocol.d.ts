@@ -1744,7 +1744,7 @@ export type SiteFault =
 
 export type MapEvent = EventBase & (
     | { kind: "order-done"; order: QueuedOrder; reached: boolean }
-    | { kind: "order-failed"; order: QueuedOrder; reason: SiteFault | "blocked" | "target gone" | "no way" | "cannot do" | "cannot reach target" }
+    | { kind: "order-failed"; order: QueuedOrder; reason: SiteFault | "blocked" | "target gone" | "no way" | "cannot do" | "cannot reach target" | "unit limit reached" }
     | { kind: "blocked" | "built" | "stalled" }
     | { kind: "aimed"; slot: number }
     | {

@@ -28,8 +28,9 @@ public:
         data_["reached"] = done.hasReached;
     }
     void operator()(const sim::OrderFailed& failed) {
-        static constexpr std::array<std::string_view, 5> kReasons = {
-            "blocked", "target gone", "no way", "cannot do", "cannot reach target"};
+        static constexpr std::array<std::string_view, 6> kReasons = {
+            "blocked",   "target gone",         "no way",
+            "cannot do", "cannot reach target", "unit limit reached"};
         data_["order"] = orderWord(failed.order);
         data_["reason"] = failed.fault == sim::SiteFault::none
                               ? kReasons.at(static_cast<std::size_t>(failed.reason))

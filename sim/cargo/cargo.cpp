@@ -70,6 +70,7 @@ void takeAboard(WorldParts& world, Unit& carrier, Unit& load, std::int32_t piece
     releaseCells(world, load);
     load.carrier = carrier.ref();
     load.carrierPiece = piece;
+    load.orders.clear();
     load.motion.speed = {};
     load.motion.beginAnew();
     carrier.hold.cargo.push_back(load.ref());

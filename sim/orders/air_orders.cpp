@@ -109,7 +109,8 @@ OrderProgress land(WorldParts& world, Unit& unit, const Order& order, UnitWish& 
     if (owner->player != unit.player || !owner->isBuilt()) return failedFor(OrderFailure::cannotDo);
     const auto perch = takePerch(world, unit);
     if (!perch) {
-        if (!hasPads(*owner->type) || isLanding(*owner)) return failedFor(OrderFailure::cannotDo);
+        const bool hasNone = owner->pads.pieces == UnitPads().pieces;
+        if (hasNone || isLanding(*owner)) return failedFor(OrderFailure::cannotDo);
         stayNear(unit, *owner, wish);
         return kUnderWay;
     }

@@ -287,6 +287,7 @@ OrderProgress buildOnSite(WorldParts& world, Unit& unit, Order& order, UnitWish&
     }
     if (fault == SiteFault::occupied) return clearSite(world, unit, product, cells, wish);
     if (fault != SiteFault::none) return failedFor(OrderFailure::cannotDo, fault);
+    if (world.state.units.isFull()) return failedFor(OrderFailure::unitLimit);
     unit.labour.waitTicks = 0;
     const GroundPoint middle = cells.center();
     const Vector target{middle.x, world.frame.terrain.groundHeight(middle), middle.z};
@@ -309,6 +310,7 @@ OrderProgress buildInYard(WorldParts& world, TickScratch& scratch, Unit& unit, O
     }
     if (!frame || frame->isDying) {
         labour.site = {};
+        if (world.state.units.isFull()) return failedFor(OrderFailure::unitLimit);
         labour.padPiece = queryPiece(world, unit, UnitScript::queryBuildInfo);
         if (isPadFree(world, unit, product)) wish.work = WorkWish{};
         return kUnderWay;

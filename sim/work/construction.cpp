@@ -82,6 +82,24 @@ void repair(Unit& target, std::int64_t work) {
     target.growth.reclaimed = std::max<std::int64_t>(0, target.growth.reclaimed - work);
 }
 
+/// Who attacks it is of its own player now, who guards it of another.
+void endOrdersAbout(WorldParts& world, const Unit& target) {
+    const auto isOver = [&](const Unit& unit, const Order& order) {
+        const bool attacks = order.kind == OrderKind::attack || order.kind == OrderKind::fire;
+        return order.target == target.ref() &&
+               (unit.player == target.player ? attacks : order.kind == OrderKind::guard);
+    };
+    for (Unit& unit : world.state.units) {
+        if (unit.orders.empty()) continue;
+        const Order first = unit.orders.front();
+        std::erase_if(unit.orders, [&](const Order& order) { return isOver(unit, order); });
+        if (!isOver(unit, first)) continue;
+        unit.motion.beginAnew();
+        if (first.source == OrderSource::given)
+            world.tell(unit, OrderFailed{first.kind, OrderFailure::targetGone});
+    }
+}
+
 void changeHands(WorldParts& world, Unit& target, std::int32_t player) {
     target.player = player;
     target.orders.clear();
@@ -96,6 +114,7 @@ void changeHands(WorldParts& world, Unit& target, std::int32_t player) {
         target.weapons[slot].stockpile = {};
     }
     target.motion.beginAnew();
+    endOrdersAbout(world, target);
 }
 
 /// Of two players who are at it each undoes what the other has done.
