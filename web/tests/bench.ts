@@ -16,7 +16,9 @@ export const OUT = resolve(process.env["ORB_WEB_BUILD"] ?? "build/web");
 /** Pictures and protocol lines of tests that failed. */
 const FAILURES = join(OUT, "failures");
 
-const FLAGS = ["--no-sandbox", "--use-angle=swiftshader", "--enable-unsafe-swiftshader", "--disable-gpu-vsync"];
+// what is not WebGL is drawn without a graphics card that the processor would have to play
+const FLAGS = ["--no-sandbox", "--use-angle=swiftshader", "--enable-unsafe-swiftshader", "--disable-gpu-vsync",
+    "--disable-gpu-compositing", "--disable-gpu-rasterization"];
 /** On a machine that has much else to do everything may take so many times as long. */
 export const PATIENCE = Number(process.env["ORB_PATIENCE"] ?? 1);
 const LIMIT_MS = 10_000 * PATIENCE;

@@ -122,7 +122,7 @@ export async function contradictions(world: World): Promise<string[]> {
     });
 }
 
-const within = (text: string): string => JSON.stringify(text.length > 300 ? `${text.slice(0, 150)} … ${text.slice(-150)}` : text);
+const within = (text: string): string => JSON.stringify(text.length > 800 ? `${text.slice(0, 400)} … ${text.slice(-400)}` : text);
 
 const INVARIANTS: readonly Invariant[] = [
     { name: "every file holds what somebody wrote, and the newest of it", async check({ reader, disk }) {
@@ -143,7 +143,8 @@ const INVARIANTS: readonly Invariant[] = [
             const isFound = [disk.get(mark.paper), ...onPage].some((text) => text?.includes(mark.text));
             if (isFound) continue;
             ledger.marks.delete(mark);
-            if (!mark.mayBeGone) wrong.push(`${mark.text} of the ${nameOf(mark.paper)}`);
+            if (!mark.mayBeGone) wrong.push(`${mark.text} of the ${nameOf(mark.paper)}; on the disk and on its page are ` +
+                [disk.get(mark.paper), ...onPage].map((text) => within(text ?? "(none)")).join(" and "));
         }
         return wrong;
     } },
