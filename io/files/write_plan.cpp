@@ -22,6 +22,8 @@ constexpr std::uint32_t kMagic = 0x4E4C5042;  // "BPLN"
 constexpr std::uintmax_t kMaxPlanBytes = 1 << 20;
 /// What is larger is no file of an edit; plans come with mods, too.
 constexpr std::uintmax_t kMaxPlannedFileBytes = 1 << 30;
+/// All that is read for one plan: a stranger's may name a large file a thousand times.
+constexpr std::uintmax_t kMaxBytesRead = std::uintmax_t{8} << 30;
 
 // magic, count, and of each file: path from the plan's folder, old version or nothing, new version;
 // each text with its length in front.
@@ -70,36 +72,53 @@ std::optional<std::vector<PlannedFile>> readPlan(FileOps& ops, const fs::path& p
     }
 }
 
-/// Of the file's content as it stands; none where there is no file.
-std::optional<std::string> versionOf(FileOps& ops, const fs::path& file) {
-    std::error_code error;
-    const auto status = statusOfExisting(ops, file, error);
-    if (error || !status) return std::nullopt;
-    if (!fs::is_regular_file(*status) || fs::file_size(file, error) > kMaxPlannedFileBytes)
-        return "";
-    const Bytes bytes = ops.read(file, error);
-    return error ? "" : contentVersion(bytes);
-}
+/// What is in the files of a plan.
+class Contents {
+public:
+    explicit Contents(FileOps& ops) : ops_(ops) {}
 
-bool isNew(FileOps& ops, const PlannedFile& file) {
-    return versionOf(ops, file.target) == file.newVersion;
-}
+    /// How far the write of a file has come.
+    enum class State { isNew, waits, isLost };
+    State stateOf(const PlannedFile& file) {
+        const auto version = versionOf(file.target);
+        if (version == file.newVersion) return State::isNew;
+        const bool waits =
+            version == file.oldVersion && versionOf(temporaryPath(file.target)) == file.newVersion;
+        return waits ? State::waits : State::isLost;
+    }
 
-bool canBecomeNew(FileOps& ops, const PlannedFile& file) {
-    return isNew(ops, file) || (versionOf(ops, file.target) == file.oldVersion &&
-                                versionOf(ops, temporaryPath(file.target)) == file.newVersion);
-}
+private:
+    /// None where there is no file, empty for what no plan means.
+    std::optional<std::string> versionOf(const fs::path& file) {
+        std::error_code error;
+        const auto status = statusOfExisting(ops_, file, error);
+        if (error || !status) return std::nullopt;
+        if (!fs::is_regular_file(*status)) return "";
+        const std::uintmax_t size = fs::file_size(file, error);
+        if (error || size > std::min(kMaxPlannedFileBytes, bytesLeft_)) return "";
+        bytesLeft_ -= size;
+        const Bytes bytes = ops_.read(file, error);
+        return error ? "" : contentVersion(bytes);
+    }
+
+    FileOps& ops_;
+    std::uintmax_t bytesLeft_ = kMaxBytesRead;
+};
 
 /// `error` is set where a file cannot be moved into place.
 UnfinishedWrite finish(FileOps& ops, const std::vector<PlannedFile>& files,
                        std::error_code& error) {
-    for (const PlannedFile& file : files)
-        if (!canBecomeNew(ops, file)) return UnfinishedWrite::givenUp;
+    Contents contents(ops);
+    std::vector<fs::path> waiting;
     for (const PlannedFile& file : files) {
-        if (isNew(ops, file)) continue;
-        ops.rename(temporaryPath(file.target), file.target, error);
+        const Contents::State state = contents.stateOf(file);
+        if (state == Contents::State::isLost) return UnfinishedWrite::givenUp;
+        if (state == Contents::State::waits) waiting.push_back(file.target);
+    }
+    for (const fs::path& target : waiting) {
+        ops.rename(temporaryPath(target), target, error);
         if (error) return UnfinishedWrite::givenUp;
-        syncFolderOf(ops, file.target);
+        syncFolderOf(ops, target);
     }
     for (const PlannedFile& file : files) removeIfPossible(ops, oldContentPath(file.target));
     return UnfinishedWrite::finished;

@@ -382,6 +382,30 @@ TEST(SafeWriteTest, AnUnfinishedWriteLeavesAloneWhatOthersHaveChanged) {
         EXPECT_EQ(io::finishWrite(io::systemFileOps(), files.root()), io::UnfinishedWrite::none);
     }
 }
+
+/// Reads nothing, but knows how often it was to.
+class CountingFileOps : public FaultyFileOps {
+public:
+    CountingFileOps() : FaultyFileOps(-1, Fault::fail) {}
+    io::Bytes read(const Path& path, std::error_code& error) override {
+        if (path.filename() != "large") return FaultyFileOps::read(path, error);
+        ++reads;
+        return {};
+    }
+    std::size_t reads = 0;
+};
+
+TEST(SafeWriteTest, AStrangersPlanCannotKeepTheProgramReading) {
+    const io::TestFolder folder;
+    const auto large = folder.write("large", "");
+    fs::resize_file(large, std::uintmax_t{1} << 29);  // takes no room
+    const std::vector<io::PlannedFile> planned(
+        1000, {large, std::nullopt, io::contentVersion(io::ByteView{})});
+    CountingFileOps ops;
+    ASSERT_TRUE(io::writePlan(ops, io::planPath(folder.path()), planned));
+    EXPECT_EQ(io::finishWrite(ops, folder.path()), io::UnfinishedWrite::givenUp);
+    EXPECT_EQ(ops.reads, 16U);
+}
 #endif
 
 /// The messages of a scenario, each behind the operations in a row whose failure gives it.
