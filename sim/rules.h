@@ -100,7 +100,7 @@ inline constexpr Fixed kArrivalDistance = Fixed::fromInt(2);
 inline constexpr std::int32_t kCrowdedGoalFootprints = 2;
 inline constexpr Tick kCrowdedGoalTicks = 15;
 /// Behind one of its group who is there already a unit stays after so many.
-inline constexpr Tick kBehindGroupTicks = 60;
+inline constexpr Tick kBehindGroupTicks = 45;
 /// It grows by a footprint with so many ticks without getting on, up to this many.
 inline constexpr Tick kTicksPerFootprint = 45;
 inline constexpr std::int32_t kMostCrowdedGoalFootprints = 12;
@@ -111,14 +111,14 @@ inline constexpr std::int32_t kMostBrakingTicks = 300;
 inline constexpr Tick kLookRoundEvery = 8;
 inline constexpr Fixed kDetourReached = Fixed::fromInt(8);
 /// Who has gone round others for so long near a crowded goal stays where he is.
-inline constexpr std::int16_t kCrowdedDetourTicks = 150;
+inline constexpr std::int16_t kCrowdedDetourTicks = 240;
 /// Who goes the same way and has not got on for so long is gone round too. Less breaks up queues.
 inline constexpr std::int16_t kJammedTicks = 45;
 /// Who comes no farther on such a detour looks for another after so many ticks, and everyone after
 /// a while; who has not come nearer to his goal by going round others for so long gives up.
 inline constexpr std::int16_t kDetourPatience = 6;
 inline constexpr Tick kLongestDetour = 64;
-inline constexpr Tick kMostDetourTicks = 1'800;
+inline constexpr Tick kMostDetourTicks = 900;
 /// Where two groups cannot pass one another, after so many ticks the one goes back, for so long.
 inline constexpr std::int16_t kStandOffTicks = 45;
 inline constexpr std::int16_t kBackTicks = 150;

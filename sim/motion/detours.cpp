@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <functional>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "sim/motion/cell_line.h"

@@ -68,12 +68,17 @@ bool isAmongGroup(const Unit& unit) {
            lengthOf(own.x - middle.x, own.z - middle.z) + Fixed::fromInt(cells * kCellPixels);
 }
 
+/// There is no way to its goal, or it has come into the crowd round that.
+bool maySettleHere(const Unit& unit, const MotionStep& step) {
+    return step.isElsewhere || isAmongGroup(unit);
+}
+
 /// It stands behind one of its group who is there already, or beside its goal, which others have
 /// taken; the longer it has waited, the farther that may be.
 bool isNearEnough(const Unit& unit, const MotionStep& step, const Unit& blocker) {
     const UnitMotion& motion = unit.motion;
     if (motion.stillTicks >= rules::kBehindGroupTicks && !blocker.motion.hasGoal &&
-        goTogether(unit, blocker) && (step.isElsewhere || isAmongGroup(unit)))
+        goTogether(unit, blocker) && maySettleHere(unit, step))
         return true;
     const std::int32_t footprints =
         std::min(rules::kCrowdedGoalFootprints + motion.blockedTicks / rules::kTicksPerFootprint,
@@ -171,13 +176,11 @@ void noteDetours(Unit& unit, const MotionStep& step, GroundPoint goal) {
         motion.hand = 0;
         motion.detourTicks = 0;
     }
-    const int change = motion.detour ? 1 : -1;
+    const bool maySettle = maySettleHere(unit, step);
+    const bool counts = motion.detour || (maySettle && motion.stillTicks > 0);
     motion.detourTicks = static_cast<std::int16_t>(
-        std::clamp<int>(motion.detourTicks + change, 0, rules::kMostDetourTicks));
-    const bool isNear = step.isElsewhere
-                            ? isWithinFootprints(unit, step, rules::kMostCrowdedGoalFootprints)
-                            : isAmongGroup(unit);
-    if (isNear && motion.detourTicks >= rules::kCrowdedDetourTicks) return stayHere(unit, step);
+        std::clamp<int>(motion.detourTicks + (counts ? 1 : -1), 0, rules::kMostDetourTicks));
+    if (maySettle && motion.detourTicks >= rules::kCrowdedDetourTicks) return stayHere(unit, step);
     if (motion.detourTicks >= rules::kMostDetourTicks) giveUp(unit);
 }
 
