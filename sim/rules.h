@@ -119,6 +119,9 @@ inline constexpr std::int16_t kJammedTicks = 45;
 inline constexpr std::int16_t kDetourPatience = 6;
 inline constexpr Tick kLongestDetour = 64;
 inline constexpr Tick kMostDetourTicks = 900;
+/// Whom standing enemies have stopped gives up when they still do so after so many ticks in which
+/// he came no nearer to his goal.
+inline constexpr Tick kGiveUpOnEnemiesTicks = 600;
 /// Where two groups cannot pass one another, after so many ticks the one goes back, for so long.
 inline constexpr std::int16_t kStandOffTicks = 45;
 inline constexpr std::int16_t kBackTicks = 150;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <utility>
 
 #include "sim/motion/ground_motion.h"
@@ -159,6 +160,12 @@ void beBlocked(WorldParts& world, Unit& unit, const MotionStep& step, const Cell
         motion.blockedTicks = std::min(motion.blockedTicks, blocker->motion.blockedTicks + 1);
     const bool isFriend = blocker && blocker->player == unit.player;
     const Tick longest = isFriend ? rules::kGiveUpOnFriendsTicks : rules::kGiveUpTicks;
+    // Going to and fro before enemies who stay where they are is no way past them.
+    if (blocker && !isFriend && !blocker->motion.hasGoal) {
+        if (motion.refusedSince < 0) motion.refusedSince = world.state.tick;
+        if (world.state.tick - motion.refusedSince >= rules::kGiveUpOnEnemiesTicks)
+            return giveUp(unit);
+    }
     if (motion.blockedTicks >= longest) {
         // Behind friends before the goal is as good as there.
         if (isFriend && isWithinFootprints(unit, step, rules::kMostCrowdedGoalFootprints))
@@ -175,6 +182,7 @@ void noteDetours(Unit& unit, const MotionStep& step, GroundPoint goal) {
         motion.nearest = distance;
         motion.hand = 0;
         motion.detourTicks = 0;
+        motion.refusedSince = -1;
     }
     const bool maySettle = maySettleHere(unit, step);
     const bool counts = motion.detour || (maySettle && motion.stillTicks > 0);

@@ -52,6 +52,8 @@ struct UnitMotion {
     /// How long it has gone round others since it was last nearer to its goal than ever before, and
     /// how near that was.
     std::int16_t detourTicks = 0;
+    /// When standing enemies first stopped it in that time, -1 before.
+    Tick refusedSince = -1;
     Fixed nearest = kFarthest;
     /// Where all of its group go, or went last.
     std::optional<GroundPoint> gathering;
@@ -73,6 +75,7 @@ struct UnitMotion {
         detour.reset();
         hand = 0;
         detourTicks = 0;
+        refusedSince = -1;
         nearest = kFarthest;
         legTicks = 0;
         arrival = Arrival::underWay;
@@ -217,13 +220,14 @@ void eachField(const UnitMotion& motion, Visit visit) {
     visit("detour", motion.detour);
     visit("hand", motion.hand);
     visit("detourTicks", motion.detourTicks);
+    visit("refusedSince", motion.refusedSince);
     visit("nearest", motion.nearest);
     visit("gathering", motion.gathering);
     visit("hasGoal", motion.hasGoal);
     visit("legTicks", motion.legTicks);
     visit("arrival", motion.arrival);
 }
-static_assert(sizeof(UnitMotion) == 52);
+static_assert(sizeof(UnitMotion) == 56);
 
 template <typename Visit>
 void eachField(const ScriptValues& values, Visit visit) {
