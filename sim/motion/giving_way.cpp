@@ -186,10 +186,14 @@ void noteDetours(Unit& unit, const MotionStep& step, GroundPoint goal) {
     }
     const bool maySettle = maySettleHere(unit, step);
     const bool counts = motion.detour || (maySettle && motion.stillTicks > 0);
+    // Who goes to and fro before what he cannot pass is half of the time on his way back.
+    constexpr int kWeight = 2;
+    constexpr int kMost = kWeight * rules::kMostDetourTicks;
     motion.detourTicks = static_cast<std::int16_t>(
-        std::clamp<int>(motion.detourTicks + (counts ? 1 : -1), 0, rules::kMostDetourTicks));
-    if (maySettle && motion.detourTicks >= rules::kCrowdedDetourTicks) return stayHere(unit, step);
-    if (motion.detourTicks >= rules::kMostDetourTicks) giveUp(unit);
+        std::clamp<int>(motion.detourTicks + (counts ? kWeight : -1), 0, kMost));
+    if (maySettle && motion.detourTicks >= kWeight * rules::kCrowdedDetourTicks)
+        return stayHere(unit, step);
+    if (motion.detourTicks >= kMost) giveUp(unit);
 }
 
 bool makesRoomFor(const Unit& unit, const Unit& other) {

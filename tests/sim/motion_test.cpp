@@ -231,7 +231,7 @@ TEST(Motion, IdleFriendsMakeRoomEnemiesDoNot) {
         Unit& idle = field.place(walkerType(), player, 640, 672);
         Unit& unit = field.place(walkerType(), 1, 640, 500);
         field.give(unit, orderTo(640, 1'000));
-        field.tick(2'000);
+        field.tick(2'700);
         EXPECT_EQ(field.all<OrderDone>().size(), player == 1 ? 1U : 0U);
         EXPECT_EQ(field.all<OrderFailed>().size(), player == 1 ? 0U : 1U);
         EXPECT_EQ(idle.place == at(640, 672), player == 2);
