@@ -120,10 +120,10 @@ async function consent(desk: Desk, pane: Locator): Promise<void> {
 }
 
 /** Marks that are no longer in the text were taken out of it on purpose. */
-async function takenBack({ ledger, papers }: World, desk: Desk, kind: "script" | "definition"): Promise<void> {
-    const paper = await paperIn(desk, { papers } as World, kind);
+async function takenBack(world: World, desk: Desk, kind: "script" | "definition"): Promise<void> {
+    const paper = await paperIn(desk, world, kind);
     const text = await textIn(desk, LABELS[kind]) ?? "";
-    for (const mark of ledger.marks) if (mark.paper === paper && !text.includes(mark.text)) mark.mayBeGone = true;
+    for (const mark of world.ledger.marks) if (mark.paper === paper && !text.includes(mark.text)) mark.mayBeGone = true;
 }
 
 const textKind = (world: World): "script" | "definition" => world.chance.pick(["script", "definition"] as const);

@@ -81,16 +81,16 @@ async function draftsOf(world: World, { page }: Desk): Promise<Map<Paper, string
     const unsaved = page.locator(".status-bar").getByRole("button", { name: /(script|definition)s? unsaved/ });
     if (await unsaved.count() === 0) return found;
     await unsaved.first().click();
-    const rows = page.getByRole("dialog").getByRole("row");
     await button(page.getByRole("dialog"), "Copy").first().waitFor();
-    for (const row of await rows.all()) {
-        const copy = row.getByRole("button", { name: "Copy", exact: true });
-        if (await copy.count() === 0) continue;
-        const words = await row.innerText();
-        const paper = world.papers.find((one) => isText(one) && words.toLowerCase().includes(locationOf(one).toLowerCase()));
-        if (!paper) continue;
-        await copy.click();
-        found.set(paper, await page.evaluate(() => (window as { copied?: string }).copied ?? ""));
+    // in one go, since the list may be put in another order between two steps
+    const rows = await page.evaluate(() => [...document.querySelectorAll<HTMLElement>("dialog[open] [role=row]")].flatMap((row) => {
+        const copy = [...row.querySelectorAll("button")].find(({ textContent }) => textContent === "Copy");
+        copy?.click();
+        return copy ? [{ words: row.innerText.toLowerCase(), text: (window as { copied?: string }).copied ?? "" }] : [];
+    }));
+    for (const { words, text } of rows) {
+        const paper = world.papers.find((one) => isText(one) && words.includes(locationOf(one).toLowerCase()));
+        if (paper) found.set(paper, text);
     }
     await button(page.getByRole("dialog"), "Close").click();
     return found;

@@ -6,7 +6,7 @@ import type { Page } from "playwright-core";
 import { startEditor, type Editor } from "../../server/editor";
 import type { Roots } from "../../wire";
 import { BUILD, openBench, type OpenBench } from "../bench";
-import { type Ledger, ledger, makePaper, type Paper, readPaper } from "./papers";
+import { type Ledger, ledger, locationOf, makePaper, type Paper, readPaper } from "./papers";
 import type { Random } from "./random";
 
 export const DISK_BYTES = 3 * 2 ** 20;
@@ -142,10 +142,8 @@ export function filesBelow(folder: string): string[] {
 }
 
 /** The process that drives a page; 0 while there is none. */
-export async function editorOf({ page }: Desk): Promise<number> {
-    const alive = page.locator(".status-bar [data-pid]");
-    return await alive.count() > 0 ? Number(await alive.getAttribute("data-pid", { timeout: 500 }).catch(() => 0)) : 0;
-}
+export const editorOf = ({ page }: Desk): Promise<number> =>
+    page.evaluate(() => Number(document.querySelector(".status-bar [data-pid]")?.getAttribute("data-pid") ?? 0)).catch(() => 0);
 
 /** Back ends that this process has started and that run. */
 export function childEditors(): number[] {
@@ -169,9 +167,8 @@ export async function textIn({ page }: Desk, label: "Script source" | "Definitio
 
 /** Which file a text editor shows. */
 export async function paperIn({ page }: Desk, { papers }: World, kind: "script" | "definition"): Promise<Paper | undefined> {
-    const region = kind === "script" ? "[aria-label=Script] > .toolbar .quiet" : "[data-region=definition] > .toolbar .quiet";
-    const quiet = page.locator(region).first();
-    const title = await quiet.count() > 0 ? await quiet.getAttribute("title", { timeout: 500 }).catch(() => "") ?? "" : "";
-    const file = title.split(", ")[0]!;
-    return papers.find((paper) => paper.kind === kind && (paper.inside ? `${paper.path} :: ${paper.inside}` : paper.path).toLowerCase() === file.toLowerCase());
+    const region = kind === "script" ? "[aria-label=Script]" : "[data-region=definition]";
+    const title = await page.evaluate((one) => document.querySelector<HTMLElement>(`${one} > .toolbar .quiet`)?.title ?? "", region);
+    const file = title.split(", ")[0]!.toLowerCase();
+    return papers.find((paper) => paper.kind === kind && locationOf(paper).toLowerCase() === file);
 }
