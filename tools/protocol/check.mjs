@@ -42,6 +42,7 @@ const NEVER_SEEN = [
     'reply DuplicateFaces.unknown',
     'reply Thread.state = dead', // such threads are gone when a tick ends
     // What happens on maps: battles and walks end as they do.
+    'reply MapEvent.reason = unit limit reached',
     'request MapTickRequest.until = sound',
     'request MapTickRequest.until = corpse',
     'request MapTickRequest.until = blocked',
