@@ -119,6 +119,8 @@ void noteProgress(WorldParts& world, Unit& unit, bool getsOn, bool wantsTo) {
     ++motion.blockedTicks;
     motion.stillTicks = static_cast<std::int16_t>(std::min<int>(motion.stillTicks + 1, 0x7FFF));
     if (motion.blockedTicks == rules::kBlockedTicks) world.tell(unit, Blocked{});
+    // Nobody is in its way, and it gets nowhere: where it stands nothing leads away from.
+    if (motion.blockedTicks > rules::kGiveUpOnFriendsTicks) motion.arrival = Arrival::givenUp;
 }
 
 /// What became of a piece of a step.
