@@ -27,7 +27,14 @@ struct OrderDone {
     bool hasReached = true;
 };
 
-enum class OrderFailure : std::uint8_t { blocked, targetGone, noWay, cannotDo, cannotReach, unitLimit };
+enum class OrderFailure : std::uint8_t {
+    blocked,
+    targetGone,
+    noWay,
+    cannotDo,
+    cannotReach,
+    unitLimit
+};
 struct OrderFailed {
     OrderKind order{};
     OrderFailure reason{};
