@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 bool isSameFolder(const fs::path& a, const fs::path& b) {
     std::error_code error;
-    return fs::equivalent(a, b, error) && !error;
+    return fs::equivalent(io::withoutEndSlash(a), io::withoutEndSlash(b), error) && !error;
 }
 
 }  // namespace

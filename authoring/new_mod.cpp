@@ -84,7 +84,7 @@ std::size_t mountFirst(UnitViewSession& session, const fs::path& mod) {
 NewMod createModFolder(UnitViewSession& session, const fs::path& path, bool mount,
                        io::FileOps& ops) {
     if (mount) session.data();
-    const fs::path folder = path.has_filename() ? path : path.parent_path();
+    const fs::path folder = io::withoutEndSlash(path);
     if (!io::isPlainComponent(io::textFromPath(folder.filename())) ||
         io::isDeviceName(io::textFromPath(folder.filename())))
         throw RequestError("bad folder name: " + io::textFromPath(path));

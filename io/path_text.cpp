@@ -20,6 +20,10 @@ constexpr std::array<std::string_view, 2> kNumberedDevices{"COM", "LPT"};
 
 }  // namespace
 
+fs::path withoutEndSlash(const fs::path& folder) {
+    return folder.has_filename() ? folder : folder.parent_path();
+}
+
 bool isDeviceName(std::string_view name) {
     std::string_view stem = name.substr(0, name.find('.'));
     while (stem.ends_with(' ')) stem.remove_suffix(1);

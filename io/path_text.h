@@ -14,6 +14,9 @@ std::filesystem::path pathFromText(std::string_view text);
 /// platform's names are Unicode, else the raw bytes.
 std::string textFromPath(const std::filesystem::path& path);
 
+/// A folder's path without separators at its end, with which Windows finds nothing.
+std::filesystem::path withoutEndSlash(const std::filesystem::path& folder);
+
 /// True for the names that Windows, whatever their extension, takes for devices. What is to be
 /// given to others has none of them on any platform.
 bool isDeviceName(std::string_view name);

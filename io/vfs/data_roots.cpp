@@ -53,15 +53,14 @@ std::vector<fs::path> archivesIn(const fs::path& directory) {
 /// The path in one spelling, symbolic links left as they are.
 fs::path comparable(const fs::path& path) {
     std::error_code ignored;
-    const fs::path normal = fs::absolute(path, ignored).lexically_normal();
-    return normal.has_filename() ? normal : normal.parent_path();
+    return withoutEndSlash(fs::absolute(path, ignored).lexically_normal());
 }
 
 /// Naming the game directory among the mods makes no mod of its files.
 DataRootKind modRootKind(const fs::path& mod, const fs::path& taDataPath) {
     std::error_code ignored;
-    const bool isGame =
-        comparable(mod) == comparable(taDataPath) || fs::equivalent(mod, taDataPath, ignored);
+    const bool isGame = comparable(mod) == comparable(taDataPath) ||
+                        fs::equivalent(withoutEndSlash(mod), withoutEndSlash(taDataPath), ignored);
     return isGame ? DataRootKind::base : DataRootKind::mod;
 }
 
