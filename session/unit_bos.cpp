@@ -15,21 +15,21 @@ bos::SourceComparison compare(const UnitViewSession& session, const UnitScript& 
 
 UnitBos readUnitBos(const UnitViewSession& session, const std::optional<std::string>& name) {
     UnitScript script = readUnitScript(session, name);
+    UnitBos result;
+    result.unitName = std::move(script.unitName);
     if (!script.source) {
         bos::BosDisassembly text = bos::disassembleCob(*script.cob);
-        UnitBos result{.unitName = std::move(script.unitName), .source = std::move(text.source)};
+        result.source = std::move(text.source);
         if (text.isExact || !text.lineSpans.empty()) result.lineSpans = std::move(text.lineSpans);
         result.symbols = std::move(text.symbols);
         return result;
     }
-    auto& [text, encoding, version] = *script.source;
-    bos::SourceComparison compared = compare(session, script, text);
-    UnitBos result{.unitName = std::move(script.unitName),
-                   .source = std::move(text),
-                   .path = std::move(script.sourcePath),
-                   .encoding = encoding,
-                   .version = std::move(version),
-                   .files = std::move(compared.files)};
+    bos::SourceComparison compared = compare(session, script, script.source->text);
+    result.source = std::move(script.source->text);
+    result.path = std::move(script.sourcePath);
+    result.encoding = script.source->encoding;
+    result.version = std::move(script.source->version);
+    result.files = std::move(compared.files);
     if (!compared.ok) return result;
     if (compared.isSameCode || !compared.lineSpans.empty())
         result.lineSpans = std::move(compared.lineSpans);
